@@ -1,0 +1,202 @@
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <type_traits>
+#include <vector>
+
+#include <DataStorage/interfaces/comp.h>
+#include <DataStorage/interfaces/export.h>
+#include <DataStorage/interfaces/str.h>
+#include <DataStorage/interfaces/type.h>
+
+/// A raw stream of bytes to read from. Positions and counts are in bytes from the start of the data. A failed
+/// operation makes `bGood()` false until the next successful `Seek`.
+class DATASTORAGE_EXPORT bstr_cBinary_istream {
+ public:
+  virtual ~bstr_cBinary_istream();
+
+  /// Reads `n` bytes. Reading past the end is a failure: what was there is read, the rest of `bytes` is left
+  /// as it was. On a stream that is not good nothing is read.
+  virtual type_cBoolean Read(void* bytes, std::int64_t n) = 0;
+  /// Passes over `n` bytes; past the end is a failure and leaves the position.
+  virtual type_cBoolean Skip(std::int64_t n) = 0;
+  /// Goes to a position from 0 to `Size()`; anything else is a failure and leaves the position.
+  virtual type_cBoolean Seek(std::int64_t position) = 0;
+  virtual std::int64_t Position() const = 0;
+  /// The length of the data as it is now.
+  virtual std::int64_t Size() const = 0;
+  virtual type_cBoolean bGood() const = 0;
+
+ protected:
+  bstr_cBinary_istream() = default;
+  bstr_cBinary_istream(const bstr_cBinary_istream&) = default;
+  bstr_cBinary_istream& operator=(const bstr_cBinary_istream&) = default;
+};
+
+/// A raw stream of bytes to write to; otherwise like `bstr_cBinary_istream`.
+class DATASTORAGE_EXPORT bstr_cBinary_ostream {
+ public:
+  virtual ~bstr_cBinary_ostream();
+
+  /// Writes `n` bytes at the position, over what is there or beyond the end. On a stream that is not good
+  /// nothing is written.
+  virtual type_cBoolean Write(const void* bytes, std::int64_t n) = 0;
+  /// Goes to any position that is not negative; a gap that a later write leaves reads as zeros.
+  virtual type_cBoolean Seek(std::int64_t position) = 0;
+  virtual std::int64_t Position() const = 0;
+  /// The data end here and writing goes on here. The bytes beyond stay until they are overwritten, so that a
+  /// process that dies right afterwards has lost nothing.
+  virtual type_cBoolean SetEnd(std::int64_t position) = 0;
+  virtual type_cBoolean bGood() const = 0;
+
+ protected:
+  bstr_cBinary_ostream() = default;
+  bstr_cBinary_ostream(const bstr_cBinary_ostream&) = default;
+  bstr_cBinary_ostream& operator=(const bstr_cBinary_ostream&) = default;
+};
+
+/// Reads from `n` bytes of memory, which stay the caller's and must outlive the stream.
+class DATASTORAGE_EXPORT bstr_cMemory_istream final : public bstr_cBinary_istream {
+ public:
+  bstr_cMemory_istream(const void* bytes, std::int64_t n);
+
+  type_cBoolean Read(void* bytes, std::int64_t n) override;
+  type_cBoolean Skip(std::int64_t n) override;
+  type_cBoolean Seek(std::int64_t position) override;
+  std::int64_t Position() const override { return position_; }
+  std::int64_t Size() const override { return size_; }
+  type_cBoolean bGood() const override { return good_; }
+
+ private:
+  const unsigned char* bytes_;
+  std::int64_t size_;
+  std::int64_t position_ = 0;
+  bool good_ = true;
+};
+
+/// Writes into memory that grows as needed.
+class DATASTORAGE_EXPORT bstr_cMemory_ostream final : public bstr_cBinary_ostream {
+ public:
+  type_cBoolean Write(const void* bytes, std::int64_t n) override;
+  type_cBoolean Seek(std::int64_t position) override;
+  std::int64_t Position() const override { return position_; }
+  type_cBoolean SetEnd(std::int64_t position) override { return Seek(position); }
+  type_cBoolean bGood() const override { return good_; }
+
+  /// What was written, from the first byte to the last; valid until the next write.
+  const void* Data() const noexcept { return bytes_.data(); }
+  std::int64_t Size() const noexcept { return static_cast<std::int64_t>(bytes_.size()); }
+
+ private:
+  std::vector<unsigned char> bytes_;
+  std::int64_t position_ = 0;
+  bool good_ = true;
+};
+
+/// How a file stream opens its file.
+enum bstr_eAccess {
+  bstr_CreateOrOpen = 0,   ///< read and write; a missing file is created, old contents are kept
+  bstr_CreateEmpty = 1,    ///< read and write; a missing file is created, old contents are discarded
+  bstr_OpenExisting = 2,   ///< read and write; a missing file is a failure
+  bstr_OpenReadOnly = 3,   ///< only reading; a missing file is a failure and the output is never good
+};
+
+namespace detail {
+class OpenFile;
+class FileInput;
+class FileOutput;
+}  // namespace detail
+
+/// A file opened for reading and writing, with an input and an output side that have positions of their own.
+///
+/// What was written is with the operating system before the operation returns, so that another process sees
+/// it and a killed process has not lost it; nothing is synced to the disk. A write that would end past
+/// 2^31 - 1 bytes is refused and writes nothing. The input reads ahead: what another process rewrites may go
+/// unseen until the window is left, what is written through this object or a copy of it never.
+///
+/// A copy refers to the same open file and has positions of its own; the file is closed with the last copy.
+class DATASTORAGE_EXPORT bstr_cBinary_fstream {
+ public:
+  /// Whether this succeeded is told by `bGood()` of both sides.
+  explicit bstr_cBinary_fstream(const str_cString& path, bstr_eAccess access = bstr_CreateOrOpen);
+  bstr_cBinary_fstream(const bstr_cBinary_fstream& other);
+  bstr_cBinary_fstream& operator=(const bstr_cBinary_fstream& other);
+  ~bstr_cBinary_fstream();
+
+  /// Valid as long as this object.
+  bstr_cBinary_istream& Input() noexcept;
+  bstr_cBinary_ostream& Output() noexcept;
+  const str_cString& Path() const noexcept { return path_; }
+
+ private:
+  str_cString path_;
+  std::unique_ptr<detail::FileInput> input_;
+  std::unique_ptr<detail::FileOutput> output_;
+};
+
+// Numbers in raw streams: fixed widths, little-endian on every host.
+
+namespace detail {
+
+template <class T>
+inline constexpr std::size_t WordSize = sizeof(T);
+template <class T>
+inline constexpr std::size_t WordSize<comp_cComplex<T>> = sizeof(T);
+
+/// Turns `n` numbers from the host's byte order into little-endian, or back.
+template <class T>
+void SwapToLittleEndian(T* values, std::int64_t n) {
+  static_assert(std::is_trivially_copyable_v<T>);
+  if constexpr (std::endian::native == std::endian::big && WordSize<T> > 1) {
+    auto* bytes = reinterpret_cast<unsigned char*>(values);
+    auto* end = bytes + static_cast<std::size_t>(n) * sizeof(T);
+    for (; bytes != end; bytes += WordSize<T>) std::reverse(bytes, bytes + WordSize<T>);
+  }
+}
+
+}  // namespace detail
+
+/// Reads `n` numbers with one call of the stream.
+template <class T>
+type_cBoolean bstr_ReadNumbers(bstr_cBinary_istream& in, T* values, std::int64_t n) {
+  const type_cBoolean read = in.Read(values, n * static_cast<std::int64_t>(sizeof(T)));
+  if (read) detail::SwapToLittleEndian(values, n);
+  return read;
+}
+
+/// Reads one number, which stays as it is when that fails.
+template <class T>
+type_cBoolean bstr_ReadNumber(bstr_cBinary_istream& in, T& value) {
+  T read{};
+  if (!bstr_ReadNumbers(in, &read, 1)) return false;
+  value = read;
+  return true;
+}
+
+/// Writes `n` numbers, with one call of the stream on little-endian hosts.
+template <class T>
+type_cBoolean bstr_WriteNumbers(bstr_cBinary_ostream& out, const T* values, std::int64_t n) {
+  if constexpr (std::endian::native == std::endian::little || detail::WordSize<T> == 1) {
+    return out.Write(values, n * static_cast<std::int64_t>(sizeof(T)));
+  } else {
+    std::array<T, 512> block;
+    for (std::int64_t done = 0; done < n; done += static_cast<std::int64_t>(block.size())) {
+      const auto count = std::min(n - done, static_cast<std::int64_t>(block.size()));
+      std::copy_n(values + done, count, block.begin());
+      detail::SwapToLittleEndian(block.data(), count);
+      if (!out.Write(block.data(), count * static_cast<std::int64_t>(sizeof(T)))) return false;
+    }
+    return out.bGood();
+  }
+}
+
+template <class T>
+type_cBoolean bstr_WriteNumber(bstr_cBinary_ostream& out, const T& value) {
+  return bstr_WriteNumbers(out, &value, 1);
+}

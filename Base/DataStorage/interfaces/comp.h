@@ -1,0 +1,31 @@
+#pragma once
+
+#include <complex>
+#include <ostream>
+
+/// A complex number as files and arrays hold it: the real part, then the imaginary part, nothing else.
+/// Converts from and to `std::complex<T>`.
+template <class T>
+class comp_cComplex {
+ public:
+  constexpr comp_cComplex(T real = T(), T imaginary = T()) noexcept : real_(real), imaginary_(imaginary) {}
+  constexpr comp_cComplex(const std::complex<T>& value) noexcept : comp_cComplex(value.real(), value.imag()) {}
+  constexpr operator std::complex<T>() const noexcept { return {real_, imaginary_}; }
+
+  constexpr T Real() const noexcept { return real_; }
+  constexpr T Imaginary() const noexcept { return imaginary_; }
+
+  constexpr bool operator==(const comp_cComplex&) const noexcept = default;
+
+ private:
+  T real_;
+  T imaginary_;
+};
+
+/// Written as `std::complex` writes itself: "(real,imaginary)".
+template <class T>
+std::ostream& operator<<(std::ostream& out, const comp_cComplex<T>& value) {
+  return out << std::complex<T>(value);
+}
+
+static_assert(sizeof(comp_cComplex<float>) == 8 && sizeof(comp_cComplex<double>) == 16);

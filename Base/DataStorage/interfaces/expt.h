@@ -1,0 +1,72 @@
+#pragma once
+
+#include <exception>
+#include <string>
+
+#include <DataStorage/interfaces/export.h>
+#include <DataStorage/interfaces/str.h>
+
+/// A violated condition of the program, thrown by value. Tells the source file (its name without folder and
+/// extension) and the line.
+class DATASTORAGE_EXPORT expt_cProgramException : public std::exception {
+ public:
+  /// `file` must be a literal or otherwise outlive the exception.
+  expt_cProgramException(const char* file, int line);
+  ~expt_cProgramException() override;
+
+  const char* File() const noexcept { return file_; }
+  int Line() const noexcept { return line_; }
+  /// File, line and, where there is one, the message; valid as long as the exception.
+  const char* what() const noexcept override;
+
+ protected:
+  expt_cProgramException(const char* file, int line, const char* text);
+
+ private:
+  const char* file_;
+  int line_;
+  std::string what_;
+};
+
+/// An error meant for the user: carries a message text as well.
+class DATASTORAGE_EXPORT expt_cUserException : public expt_cProgramException {
+ public:
+  expt_cUserException(const char* file, int line, const str_cString& message);
+  ~expt_cUserException() override;
+
+  const str_cString& Message() const noexcept { return message_; }
+
+ private:
+  str_cString message_;
+};
+
+/// A position outside an array.
+class DATASTORAGE_EXPORT arr_cIndexException : public expt_cProgramException {
+ public:
+  using expt_cProgramException::expt_cProgramException;
+  ~arr_cIndexException() override;
+};
+
+/// A size that no array can have.
+class DATASTORAGE_EXPORT arr_cSizeException : public expt_cProgramException {
+ public:
+  using expt_cProgramException::expt_cProgramException;
+  ~arr_cSizeException() override;
+};
+
+/// Report a bad position (`arr_cIndexException`) or a bad size (`arr_cSizeException`).
+[[noreturn]] DATASTORAGE_EXPORT void arr_IndexError(int line = __builtin_LINE());
+[[noreturn]] DATASTORAGE_EXPORT void arr_SizeError(int line = __builtin_LINE());
+
+namespace detail {
+
+/// The name under which a family reports its errors; the line is that of the call.
+struct SourceFile {
+  const char* name;
+
+  [[noreturn]] DATASTORAGE_EXPORT void ThrowProgramError(int line = __builtin_LINE()) const;
+  [[noreturn]] DATASTORAGE_EXPORT void ThrowUserError(const str_cString& message,
+                                                      int line = __builtin_LINE()) const;
+};
+
+}  // namespace detail

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <list>
+
+/// A doubly linked list of pointers. The list does not own what the pointers point at: a class that derives
+/// from it decides that.
+template <class T>
+class list_cPtrList {
+ public:
+  using const_iterator = typename std::list<T*>::const_iterator;
+
+  list_cPtrList() = default;
+  list_cPtrList(const list_cPtrList&) = default;
+  list_cPtrList& operator=(const list_cPtrList&) = default;
+  virtual ~list_cPtrList() = default;
+
+  void InsertAtHead(T* p) { pointers_.push_front(p); }
+  void InsertAtTail(T* p) { pointers_.push_back(p); }
+  /// Forgets all pointers.
+  void Clear() noexcept { pointers_.clear(); }
+
+  /// From head to tail; valid until the list changes.
+  const_iterator begin() const noexcept { return pointers_.begin(); }
+  const_iterator end() const noexcept { return pointers_.end(); }
+
+ private:
+  std::list<T*> pointers_;
+};

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <memory>
+#include <vector>
+
+#include <DataStorage/interfaces/export.h>
+
+class mesg_cSender;
+class mesg_cReceiver;
+
+/// Base of all message payloads.
+struct DATASTORAGE_EXPORT mesg_sMessageData {
+  virtual ~mesg_sMessageData();
+};
+
+namespace detail {
+class ReceiverList;
+}
+
+/// Something that tells its receivers of its changes. Messages are delivered synchronously on the caller's
+/// thread, in the order of the priorities (smaller numbers first) and, among equal ones, of attachment.
+/// During a delivery receivers may attach or detach themselves or others and may be destroyed: one that is
+/// detached is not called any more, one that is attached is called from the next message on. An exception
+/// that a receiver throws ends the delivery and reaches the caller of SendMessage.
+///
+/// Copies of a sender have no receivers. A sender and its receivers belong to one thread at a time.
+class DATASTORAGE_EXPORT mesg_cSender {
+ public:
+  mesg_cSender() noexcept = default;
+  mesg_cSender(const mesg_cSender&) noexcept : mesg_cSender() {}
+  mesg_cSender& operator=(const mesg_cSender&) noexcept { return *this; }
+  virtual ~mesg_cSender();
+
+  /// Attaches a receiver, which stays the caller's; one that is attached already stays where it is.
+  virtual void AddReceiver(mesg_cReceiver& receiver, unsigned short priority);
+  /// Detaches a receiver; one that is not attached is ignored.
+  virtual void RemoveReceiver(mesg_cReceiver& receiver);
+  /// Delivers a message when the delivery in progress, if any, has ended; at once otherwise.
+  virtual void QueueMessage(unsigned long id, std::unique_ptr<mesg_sMessageData> data);
+  /// Delivers a message to every receiver before it returns. Receivers may change the payload.
+  virtual void SendMessage(unsigned long id, mesg_sMessageData* data);
+
+ protected:
+  /// False when a message would reach nobody.
+  bool bHasReceivers() const noexcept { return receivers_ != nullptr; }
+
+ private:
+  friend class mesg_cReceiver;
+  friend class detail::ReceiverList;
+  detail::ReceiverList* receivers_ = nullptr;  // owned; made by the first AddReceiver
+};
+
+/// Something that messages are delivered to. It detaches itself everywhere when it is destroyed.
+/// A copy is attached nowhere.
+class DATASTORAGE_EXPORT mesg_cReceiver {
+ public:
+  mesg_cReceiver() noexcept = default;
+  mesg_cReceiver(const mesg_cReceiver&) noexcept : mesg_cReceiver() {}
+  mesg_cReceiver& operator=(const mesg_cReceiver&) noexcept { return *this; }
+  virtual ~mesg_cReceiver();
+
+  virtual void ReceiveMessage(unsigned long id, mesg_cSender& sender, mesg_sMessageData* data) = 0;
+
+ private:
+  friend class detail::ReceiverList;
+  std::vector<detail::ReceiverList*> attached_;  // the lists that hold this receiver
+};

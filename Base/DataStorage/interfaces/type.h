@@ -1,0 +1,21 @@
+#pragma once
+
+#include <climits>
+#include <limits>
+
+/// One-byte truth value: what streams and files hold where a flag is meant. Converts from and to `bool`.
+class type_cBoolean {
+ public:
+  constexpr type_cBoolean(bool value = false) noexcept : value_(value ? 1 : 0) {}
+  constexpr operator bool() const noexcept { return value_ != 0; }
+
+ private:
+  unsigned char value_;  // 0 or 1; a byte that came from elsewhere counts as true when it is not 0
+};
+
+// What the formats and the element types take for granted of the platform.
+static_assert(sizeof(type_cBoolean) == 1);
+static_assert(CHAR_BIT == 8 && std::numeric_limits<char>::is_signed, "plain char is the signed 8-bit type");
+static_assert(sizeof(short) == 2 && sizeof(int) == 4 && sizeof(long) >= 4);
+static_assert(std::numeric_limits<float>::is_iec559 && sizeof(float) == 4);
+static_assert(std::numeric_limits<double>::is_iec559 && sizeof(double) == 8);

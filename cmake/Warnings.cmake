@@ -1,0 +1,5 @@
+# The warnings that all code of this project is free of; linked privately, so that callers keep their own.
+add_library(datastorage_warnings INTERFACE)
+target_compile_options(datastorage_warnings INTERFACE
+  $<$<CXX_COMPILER_ID:GNU,Clang,AppleClang>:-Wall -Wextra -Wpedantic -Wconversion -Wshadow>
+  $<$<AND:$<BOOL:${DATASTORAGE_WERROR}>,$<CXX_COMPILER_ID:GNU,Clang,AppleClang>>:-Werror>)
