@@ -16,11 +16,11 @@ class DATASTORAGE_EXPORT expt_cProgramException : public std::exception {
 
   const char* File() const noexcept { return file_; }
   int Line() const noexcept { return line_; }
-  /// File, line and, where there is one, the message; valid as long as the exception.
+  /// "file, line n: what went wrong"; valid as long as the exception.
   const char* what() const noexcept override;
 
  protected:
-  expt_cProgramException(const char* file, int line, const char* text);
+  expt_cProgramException(const char* file, int line, const str_cString& text);
 
  private:
   const char* file_;
@@ -43,14 +43,14 @@ class DATASTORAGE_EXPORT expt_cUserException : public expt_cProgramException {
 /// A position outside an array.
 class DATASTORAGE_EXPORT arr_cIndexException : public expt_cProgramException {
  public:
-  using expt_cProgramException::expt_cProgramException;
+  arr_cIndexException(const char* file, int line);
   ~arr_cIndexException() override;
 };
 
 /// A size that no array can have.
 class DATASTORAGE_EXPORT arr_cSizeException : public expt_cProgramException {
  public:
-  using expt_cProgramException::expt_cProgramException;
+  arr_cSizeException(const char* file, int line);
   ~arr_cSizeException() override;
 };
 

@@ -18,11 +18,13 @@ class DATASTORAGE_EXPORT str_cString {
   str_cString(const char* characters, int length);
   explicit str_cString(std::string_view text) : text_(text) {}
 
-  /// `value` in decimal with at least `precision` digits, right-aligned in at least `width` characters.
+  /// `value` in decimal with at least `precision` digits (zeros in front), right-aligned in at least `width`
+  /// characters.
   str_cString(int value, int width, int precision);
   str_cString(unsigned int value, int width, int precision);
   /// `value` with `precision` significant digits (0 or less: the shortest text that reads back to the same
-  /// value), right-aligned in at least `width` characters.
+  /// value), right-aligned in at least `width` characters. Large and small magnitudes get an exponent; what
+  /// is not finite reads "nan", "inf" or "-inf".
   str_cString(double value, int width, int precision);
 
   /// Zero-terminated characters, valid until the next non-const call on this object.
@@ -30,10 +32,10 @@ class DATASTORAGE_EXPORT str_cString {
   int Length() const noexcept { return static_cast<int>(text_.size()); }
   explicit operator std::string_view() const noexcept { return text_; }
 
-  /// Nonzero on an exact match.
-  int operator==(const char* other) const noexcept { return text_ == other; }
+  /// Nonzero on an exact match; a null pointer stands for the empty text.
+  int operator==(const char* other) const noexcept { return text_ == (other != nullptr ? other : ""); }
   int operator==(const str_cString& other) const noexcept { return text_ == other.text_; }
-  int operator!=(const char* other) const noexcept { return text_ != other; }
+  int operator!=(const char* other) const noexcept { return !(*this == other); }
   int operator!=(const str_cString& other) const noexcept { return text_ != other.text_; }
 
   DATASTORAGE_EXPORT friend str_cString operator+(const str_cString& a, const str_cString& b);
@@ -45,3 +47,6 @@ class DATASTORAGE_EXPORT str_cString {
  private:
   std::string text_;
 };
+
+// Inline, so that it stands before every static object of a file that includes this header.
+inline const str_cString str_cString::Null;
