@@ -101,10 +101,10 @@ class DATASTORAGE_EXPORT bstr_cMemory_ostream final : public bstr_cBinary_ostrea
 
 /// How a file stream opens its file.
 enum bstr_eAccess {
-  bstr_CreateOrOpen = 0,   ///< read and write; a missing file is created, old contents are kept
-  bstr_CreateEmpty = 1,    ///< read and write; a missing file is created, old contents are discarded
-  bstr_OpenExisting = 2,   ///< read and write; a missing file is a failure
-  bstr_OpenReadOnly = 3,   ///< only reading; a missing file is a failure and the output is never good
+  bstr_CreateOrOpen = 0,  ///< read and write; a missing file is created, old contents are kept
+  bstr_CreateEmpty = 1,   ///< read and write; a missing file is created, old contents are discarded
+  bstr_OpenExisting = 2,  ///< read and write; a missing file is a failure
+  bstr_OpenReadOnly = 3,  ///< only reading; a missing file is a failure and the output is never good
 };
 
 namespace detail {
@@ -153,7 +153,7 @@ inline constexpr std::size_t WordSize<comp_cComplex<T>> = sizeof(T);
 template <class T>
 void SwapToLittleEndian(T* values, std::int64_t n) {
   static_assert(std::is_trivially_copyable_v<T>);
-  if constexpr (std::endian::native == std::endian::big && WordSize<T> > 1) {
+  if constexpr (std::endian::native == std::endian::big && WordSize < T >> 1) {
     auto* bytes = reinterpret_cast<unsigned char*>(values);
     auto* end = bytes + static_cast<std::size_t>(n) * sizeof(T);
     for (; bytes != end; bytes += WordSize<T>) std::reverse(bytes, bytes + WordSize<T>);

@@ -9,7 +9,8 @@ template <class T>
 class comp_cComplex {
  public:
   constexpr comp_cComplex(T real = T(), T imaginary = T()) noexcept : real_(real), imaginary_(imaginary) {}
-  constexpr comp_cComplex(const std::complex<T>& value) noexcept : comp_cComplex(value.real(), value.imag()) {}
+  constexpr comp_cComplex(const std::complex<T>& value) noexcept
+      : comp_cComplex(value.real(), value.imag()) {}
   constexpr operator std::complex<T>() const noexcept { return {real_, imaginary_}; }
 
   constexpr T Real() const noexcept { return real_; }

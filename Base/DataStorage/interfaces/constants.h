@@ -70,8 +70,8 @@ inline constexpr unsigned long rnge_2DRangeChanging = 0x1040;
 inline constexpr unsigned long rnge_2DRangeChanged = 0x1041;
 
 // Words of file headers.
-inline constexpr unsigned short flfm_LittleEndian = 0x4949;  // the same bytes in either order, "II"
-inline constexpr unsigned short flfm_DataSeriesID = 0x5344;  // "DS"
+inline constexpr unsigned short flfm_LittleEndian = 0x4949;   // the same bytes in either order, "II"
+inline constexpr unsigned short flfm_DataSeriesID = 0x5344;   // "DS"
 inline constexpr unsigned short flfm_BinaryImageID = 0x4942;  // "BI"
 
 /// Magnitudes below this count as zero where a step or a slope must not vanish.

@@ -1,0 +1,603 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <memory>
+#include <type_traits>
+#include <utility>
+
+#include <DataStorage/interfaces/export.h>
+#include <DataStorage/interfaces/expt.h>
+#include <DataStorage/interfaces/lgar.h>
+#include <DataStorage/interfaces/tgio.h>
+#include <DataStorage/interfaces/type.h>
+
+// Array containers. Storage objects (arr_cArray, arr_cC_Array) hold one block of elements; handles
+// (arr_c1DArray, arr_c2DArray and their relatives) share storage: copying a handle takes constant time, and
+// the elements are copied when one of the sharing handles is first written. Reference counts are plain
+// numbers, so handles that share storage belong to one thread at a time.
+//
+// Bad positions raise arr_IndexError, bad sizes (negative, or more elements than an `int` counts)
+// arr_SizeError, both before anything is changed. Pointers to elements are valid until the next non-const
+// call on the handle or storage object they came from.
+
+/// Asks for elements that are not set, because all of them are written next.
+struct arr_sUnfilled {};
+inline constexpr arr_sUnfilled arr_Unfilled{};
+
+namespace detail {
+
+template <class T>
+class SharedStorage;
+
+/// `n` as a number of elements that an array can have; raises arr_SizeError otherwise.
+inline std::int64_t CheckedCount(std::int64_t n) {
+  if (n < 0 || n > std::numeric_limits<int>::max()) arr_SizeError();
+  return n;
+}
+
+/// `nx` times `ny` as a number of elements; raises arr_SizeError also when an extent is negative.
+inline std::int64_t CheckedCount(std::int64_t nx, std::int64_t ny) {
+  return CheckedCount(nx) == 0 || CheckedCount(ny) == 0 ? 0 : CheckedCount(nx * ny);
+}
+
+/// Raises arr_IndexError unless [offset, offset + count) lies in [0, size).
+inline void CheckBlock(std::int64_t offset, std::int64_t count, std::int64_t size) {
+  if (offset < 0 || count < 0 || count > size || offset > size - count) arr_IndexError();
+}
+
+}  // namespace detail
+
+/// A block of elements that are copied one by one, by their own assignment.
+template <class T>
+class DATASTORAGE_EXPORT arr_cArray {
+ public:
+  /// `n` value-initialised elements (zeros for numbers, null for pointers).
+  explicit arr_cArray(int n = 0) : arr_cArray(arr_Unfilled, n) {
+    try {
+      std::uninitialized_value_construct_n(block_, size_);
+    } catch (...) {
+      lgar_FreeBlock(block_, Bytes());
+      block_ = nullptr;
+      size_ = 0;
+      throw;
+    }
+  }
+  arr_cArray(const arr_cArray& other) : arr_cArray(other.Size()) { CopyIn(other.block_, other.size_, 0, 0); }
+  arr_cArray(arr_cArray&& other) noexcept { Swap(other); }
+  arr_cArray& operator=(const arr_cArray& other) {
+    if (this != &other) {
+      arr_cArray copy(other);
+      Swap(copy);
+    }
+    return *this;
+  }
+  arr_cArray& operator=(arr_cArray&& other) noexcept {
+    Swap(other);
+    return *this;
+  }
+  virtual ~arr_cArray() {
+    std::destroy_n(block_, size_);
+    if (block_ != nullptr) lgar_FreeBlock(block_, Bytes());
+  }
+
+  /// A new block of `n` elements that keeps the first min(old size, n) ones; new ones are value-initialised.
+  virtual void SetSize(int n) {
+    arr_cArray resized(n);
+    std::copy_n(block_, std::min(size_, resized.size_), resized.block_);
+    Swap(resized);
+  }
+  /// source[sourceOffset ...] to the positions `offset` ...
+  virtual void CopyIn(const T* source, std::int64_t count, std::int64_t sourceOffset, std::int64_t offset) {
+    detail::CheckBlock(offset, count, size_);
+    std::copy_n(source + sourceOffset, count, block_ + offset);
+  }
+  /// The positions `offset` ... to target[targetOffset ...].
+  virtual void CopyOut(T* target, std::int64_t count, std::int64_t offset, std::int64_t targetOffset) const {
+    detail::CheckBlock(offset, count, size_);
+    std::copy_n(block_ + offset, count, target + targetOffset);
+  }
+  /// Sets the positions `offset` ... to `value`.
+  virtual void Fill(const T& value, std::int64_t count, std::int64_t offset) {
+    detail::CheckBlock(offset, count, size_);
+    std::fill_n(block_ + offset, count, value);
+  }
+
+  int Size() const noexcept { return static_cast<int>(size_); }
+  T& operator[](int i) { return block_[CheckedPosition(i)]; }
+  const T& operator[](int i) const { return block_[CheckedPosition(i)]; }
+  /// Null when there are no elements.
+  T* Data() noexcept { return block_; }
+  const T* Data() const noexcept { return block_; }
+
+ protected:
+  /// Memory for `n` elements, none of which is constructed.
+  arr_cArray(arr_sUnfilled, std::int64_t n) : size_(detail::CheckedCount(n)) {
+    if (size_ > 0) block_ = static_cast<T*>(lgar_AllocateBlock(Bytes()));
+  }
+  void Swap(arr_cArray& other) noexcept {
+    std::swap(block_, other.block_);
+    std::swap(size_, other.size_);
+  }
+
+ private:
+  friend class detail::SharedStorage<T>;
+
+  std::size_t Bytes() const noexcept { return static_cast<std::size_t>(size_) * sizeof(T); }
+  std::int64_t CheckedPosition(int i) const {
+    if (i < 0 || i >= size_) arr_IndexError();
+    return i;
+  }
+
+  T* block_ = nullptr;
+  std::int64_t size_ = 0;
+  std::int64_t references_ = 0;  // of the handles that share this storage; not part of the value
+};
+
+/// The same for plain elements: copied and filled as memory.
+template <class T>
+class DATASTORAGE_EXPORT arr_cC_Array : public arr_cArray<T> {
+  static_assert(std::is_trivially_copyable_v<T> && std::is_trivially_destructible_v<T>);
+
+ public:
+  /// `n` zeros.
+  explicit arr_cC_Array(int n = 0) : arr_cC_Array(arr_Unfilled, n) { SetZero(0); }
+  /// `n` elements that are not set.
+  arr_cC_Array(arr_sUnfilled, std::int64_t n) : arr_cArray<T>(arr_Unfilled, n) {}
+  arr_cC_Array(const arr_cC_Array& other) : arr_cC_Array(arr_Unfilled, other.Size()) {
+    CopyIn(other.Data(), other.Size(), 0, 0);
+  }
+  arr_cC_Array(arr_cC_Array&&) noexcept = default;
+  arr_cC_Array& operator=(const arr_cC_Array& other) {
+    if (this != &other) {
+      arr_cC_Array copy(other);
+      this->Swap(copy);
+    }
+    return *this;
+  }
+  arr_cC_Array& operator=(arr_cC_Array&&) noexcept = default;
+
+  void SetSize(int n) override {
+    arr_cC_Array resized(arr_Unfilled, n);
+    const std::int64_t kept = std::min(this->Size(), n);
+    resized.CopyIn(this->Data(), kept, 0, 0);
+    resized.SetZero(kept);
+    this->Swap(resized);
+  }
+  void CopyIn(const T* source, std::int64_t count, std::int64_t sourceOffset, std::int64_t offset) override {
+    detail::CheckBlock(offset, count, this->Size());
+    if (count > 0) lgar_memcpy(this->Data() + offset, source + sourceOffset, count, sizeof(T));
+  }
+  void CopyOut(T* target, std::int64_t count, std::int64_t offset, std::int64_t targetOffset) const override {
+    detail::CheckBlock(offset, count, this->Size());
+    if (count > 0) lgar_memcpy(target + targetOffset, this->Data() + offset, count, sizeof(T));
+  }
+  void Fill(const T& value, std::int64_t count, std::int64_t offset) override {
+    detail::CheckBlock(offset, count, this->Size());
+    std::fill_n(this->Data() + offset, count, value);
+  }
+
+ private:
+  void SetZero(std::int64_t first) {
+    if (first < this->Size()) {
+      std::memset(static_cast<void*>(this->Data() + first), 0,
+                  static_cast<std::size_t>(this->Size() - first) * sizeof(T));
+    }
+  }
+};
+
+namespace detail {
+
+/// What handles share: counts the handles of one storage object. Empty until a storage object is given.
+template <class T>
+class SharedStorage {
+ public:
+  SharedStorage() noexcept = default;
+  explicit SharedStorage(std::unique_ptr<arr_cArray<T>> storage) noexcept : storage_(storage.release()) {
+    Add();
+  }
+  SharedStorage(const SharedStorage& other) noexcept : storage_(other.storage_) { Add(); }
+  SharedStorage(SharedStorage&& other) noexcept : storage_(std::exchange(other.storage_, nullptr)) {}
+  SharedStorage& operator=(SharedStorage other) noexcept {
+    std::swap(storage_, other.storage_);
+    return *this;
+  }
+  ~SharedStorage() {
+    if (storage_ != nullptr && --storage_->references_ == 0) delete storage_;
+  }
+
+  std::int64_t Size() const noexcept { return storage_ == nullptr ? 0 : storage_->size_; }
+  const T* Data() const noexcept { return storage_ == nullptr ? nullptr : storage_->block_; }
+  T* Data() noexcept { return storage_ == nullptr ? nullptr : storage_->block_; }
+  bool bShared() const noexcept { return storage_ != nullptr && storage_->references_ > 1; }
+  bool operator==(const SharedStorage& other) const noexcept { return storage_ == other.storage_; }
+
+ private:
+  void Add() noexcept {
+    if (storage_ != nullptr) ++storage_->references_;
+  }
+  arr_cArray<T>* storage_ = nullptr;
+};
+
+}  // namespace detail
+
+/// What one- and two-dimensional handles have in common: shared storage, copy on write, a fill value.
+template <class T>
+class DATASTORAGE_EXPORT arr_cHandle {
+ public:
+  virtual ~arr_cHandle() = default;
+
+  /// Number of elements in the storage.
+  int NumIndices() const noexcept { return static_cast<int>(storage_.Size()); }
+  /// The elements in storage order; null when there are none.
+  const T* Data() const noexcept { return storage_.Data(); }
+  /// The value that selections give to positions outside the array.
+  const T& FillValue() const noexcept { return fill_; }
+  bool bSharesStorage(const arr_cHandle& other) const noexcept { return storage_ == other.storage_; }
+
+ protected:
+  explicit arr_cHandle(const T& fill) : fill_(fill) {}
+  arr_cHandle(std::unique_ptr<arr_cArray<T>> storage, const T& fill)
+      : storage_(std::move(storage)), fill_(fill) {}
+  arr_cHandle(const arr_cHandle&) = default;
+  arr_cHandle(arr_cHandle&&) noexcept = default;
+  arr_cHandle& operator=(const arr_cHandle&) = default;
+  arr_cHandle& operator=(arr_cHandle&&) noexcept = default;
+
+  /// A storage object of the handle's kind with `n` elements, which may be unset.
+  virtual std::unique_ptr<arr_cArray<T>> NewStorage(std::int64_t n) const = 0;
+
+  /// The elements, to be written: no other handle shares them afterwards.
+  T* Unshare() {
+    if (storage_.bShared()) {
+      std::unique_ptr<arr_cArray<T>> own = NewStorage(storage_.Size());
+      own->CopyIn(storage_.Data(), storage_.Size(), 0, 0);
+      storage_ = detail::SharedStorage<T>(std::move(own));
+    }
+    return storage_.Data();
+  }
+  /// The same when every element is written next: what they were is not kept.
+  T* UnshareUnfilled() {
+    if (storage_.bShared()) storage_ = detail::SharedStorage<T>(NewStorage(storage_.Size()));
+    return storage_.Data();
+  }
+  void SetFillValue(const T& value) { fill_ = value; }
+  std::int64_t CheckedPosition(std::int64_t position) const {
+    if (position < 0 || position >= storage_.Size()) arr_IndexError();
+    return position;
+  }
+
+  detail::SharedStorage<T> storage_;
+
+ private:
+  T fill_;
+};
+
+/// A one-dimensional array that shares its elements with its copies until one of them is written.
+template <class T>
+class DATASTORAGE_EXPORT arr_c1DArray : public arr_cHandle<T> {
+ public:
+  arr_c1DArray() : arr_cHandle<T>(T()) {}
+  /// `count` elements: copies of data[0 ...] when a block is given; else `fill` when `bFill` is set, zeros
+  /// otherwise. `fill` becomes the fill value either way.
+  explicit arr_c1DArray(int count, const T* data = nullptr, const T& fill = T(), bool bFill = false)
+      : arr_c1DArray(std::make_unique<arr_cArray<T>>(count), fill) {
+    Initialise(data, bFill);
+  }
+
+  arr_c1DArray(const arr_c1DArray&) = default;
+  arr_c1DArray(arr_c1DArray&&) noexcept = default;
+  arr_c1DArray& operator=(const arr_c1DArray& other) {
+    if (this != &other) {
+      const bool resized = this->NumIndices() != other.NumIndices();
+      arr_cHandle<T>::operator=(other);
+      if (resized) SizeChanged(this->NumIndices());
+      Changed(0, this->NumIndices() - 1);
+    }
+    return *this;
+  }
+
+  int NumIndicesX() const noexcept { return this->NumIndices(); }
+  const T& operator[](int i) const { return this->Data()[this->CheckedPosition(i)]; }
+  void SetValue(const T& value, int i) {
+    const std::int64_t position = this->CheckedPosition(i);
+    this->Unshare()[position] = value;
+    Changed(i, i);
+  }
+  /// Makes `value` the fill value and gives it to every element.
+  arr_c1DArray& operator=(const T& value) {
+    std::fill_n(this->UnshareUnfilled(), this->NumIndices(), value);
+    this->SetFillValue(value);
+    Changed(0, this->NumIndices() - 1);
+    return *this;
+  }
+  /// Copies source[sourceOffset ...] to the positions `offset` ...
+  void SetBlock(const T* source, std::int64_t count, std::int64_t offset) {
+    detail::CheckBlock(offset, count, this->NumIndices());
+    if (count == 0) return;
+    std::copy_n(source, count, this->Unshare() + offset);
+    Changed(static_cast<int>(offset), static_cast<int>(offset + count - 1));
+  }
+
+ protected:
+  arr_c1DArray(std::unique_ptr<arr_cArray<T>> storage, const T& fill)
+      : arr_cHandle<T>(std::move(storage), fill) {}
+
+  void Initialise(const T* data, bool bFill) {
+    if (data != nullptr) {
+      std::copy_n(data, this->NumIndices(), this->Unshare());
+    } else if (bFill) {
+      std::fill_n(this->Unshare(), this->NumIndices(), this->FillValue());
+    }
+  }
+  /// Becomes the positions first ... last of `source`, both inclusive; positions outside take its fill value.
+  void AssignSubArray(const arr_c1DArray& source, std::int64_t first, std::int64_t last) {
+    if (first > last) arr_IndexError();
+    const std::int64_t size = source.NumIndices();
+    if (first == 0 && last + 1 == size) {
+      arr_cHandle<T>::operator=(source);
+      return;
+    }
+    const std::int64_t begin = std::clamp<std::int64_t>(first, 0, size);
+    const std::int64_t end = std::clamp<std::int64_t>(last + 1, begin, size);
+    detail::SharedStorage<T> part(this->NewStorage(last - first + 1));
+    const std::int64_t before = std::max<std::int64_t>(std::min(begin, last + 1) - first, 0);
+    T* target = std::fill_n(part.Data(), before, source.FillValue());
+    target = std::copy_n(source.Data() + begin, end - begin, target);
+    std::fill(target, part.Data() + part.Size(), source.FillValue());
+    this->storage_ = std::move(part);
+    this->SetFillValue(source.FillValue());
+  }
+
+  /// Called after every write with the first and the last position written.
+  virtual void Changed(int /*first*/, int /*last*/) {}
+  /// Called after the storage was replaced by one of another size.
+  virtual void SizeChanged(int /*n*/) {}
+  std::unique_ptr<arr_cArray<T>> NewStorage(std::int64_t n) const override {
+    return std::make_unique<arr_cArray<T>>(static_cast<int>(detail::CheckedCount(n)));
+  }
+};
+
+/// The same for plain elements.
+template <class T>
+class DATASTORAGE_EXPORT arr_c1D_C_Array : public arr_c1DArray<T> {
+ public:
+  arr_c1D_C_Array() = default;
+  explicit arr_c1D_C_Array(int count, const T* data = nullptr, const T& fill = T(), bool bFill = false)
+      : arr_c1DArray<T>(data == nullptr && !bFill ? std::make_unique<arr_cC_Array<T>>(count)
+                                                  : std::make_unique<arr_cC_Array<T>>(arr_Unfilled, count),
+                        fill) {
+    this->Initialise(data, bFill);
+  }
+  arr_c1D_C_Array(arr_sUnfilled, int count)
+      : arr_c1DArray<T>(std::make_unique<arr_cC_Array<T>>(arr_Unfilled, count), T()) {}
+
+  using arr_c1DArray<T>::operator=;
+
+  /// The elements, to be written by whoever asks; no other array shares them. Null when there are none.
+  T* WriteAccess() { return this->Unshare(); }
+
+ protected:
+  std::unique_ptr<arr_cArray<T>> NewStorage(std::int64_t n) const override {
+    return std::make_unique<arr_cC_Array<T>>(arr_Unfilled, n);
+  }
+};
+
+/// The same with a form in tagged streams: for the ten number types and type_cBoolean.
+template <class T>
+class DATASTORAGE_EXPORT arr_c1DNumberArray : public arr_c1D_C_Array<T>, public tgio_cStreamObject {
+ public:
+  using arr_c1D_C_Array<T>::arr_c1D_C_Array;
+  using arr_c1D_C_Array<T>::operator=;
+
+  /// The positions first ... last, both inclusive; those outside the array take the fill value. The whole
+  /// array shares its elements with the result. first > last raises arr_IndexError.
+  arr_c1DNumberArray SubArray(std::int64_t first, std::int64_t last) const {
+    arr_c1DNumberArray result;
+    result.AssignSubArray(*this, first, last);
+    return result;
+  }
+
+  type_cBoolean ReadStream(tgio_cASCII_istream& in) override;
+  type_cBoolean ReadStream(tgio_cBinary_istream& in) override;
+  type_cBoolean WriteStream(tgio_cASCII_ostream& out) const override;
+  type_cBoolean WriteStream(tgio_cBinary_ostream& out) const override;
+};
+
+/// A block of rows in a two-dimensional array: its corner and its extents, in elements.
+struct arr_s2DBlock {
+  int x;
+  int y;
+  int nx;
+  int ny;
+};
+
+/// A two-dimensional array that shares its elements with its copies until one of them is written. Element
+/// (x, y) stands at position y * nx + x of one block, x running fastest.
+template <class T>
+class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T> {
+ public:
+  arr_c2DArray() : arr_cHandle<T>(T()) {}
+  /// nx * ny elements, set as in one dimension.
+  arr_c2DArray(int nx, int ny, const T* data = nullptr, const T& fill = T(), bool bFill = false)
+      : arr_c2DArray(std::make_unique<arr_cArray<T>>(static_cast<int>(detail::CheckedCount(nx, ny))), nx, ny,
+                     fill) {
+    Initialise(data, bFill);
+  }
+
+  arr_c2DArray(const arr_c2DArray&) = default;
+  arr_c2DArray(arr_c2DArray&&) noexcept = default;
+  arr_c2DArray& operator=(const arr_c2DArray& other) {
+    if (this != &other) {
+      const bool resized = nx_ != other.nx_ || ny_ != other.ny_;
+      arr_cHandle<T>::operator=(other);
+      nx_ = other.nx_;
+      ny_ = other.ny_;
+      if (resized) SizeChanged(nx_, ny_);
+      Changed(0, 0, nx_ - 1, ny_ - 1);
+    }
+    return *this;
+  }
+
+  int NumIndicesX() const noexcept { return nx_; }
+  int NumIndicesY() const noexcept { return ny_; }
+
+  /// Only the position y * nx + x is checked, not x and y one by one.
+  const T& Value(int x, int y) const { return this->Data()[Position(x, y)]; }
+  void SetValue(const T& value, int x, int y) {
+    const std::int64_t position = Position(x, y);
+    this->Unshare()[position] = value;
+    Changed(x, y, x, y);
+  }
+  /// Makes `value` the fill value and gives it to every element.
+  arr_c2DArray& operator=(const T& value) {
+    std::fill_n(this->UnshareUnfilled(), this->NumIndices(), value);
+    this->SetFillValue(value);
+    Changed(0, 0, nx_ - 1, ny_ - 1);
+    return *this;
+  }
+
+  /// Copies rows of `block.nx` elements, the first at `source`, each `sourceStride` elements after the one
+  /// before, to `block`. Only the positions of the rows in storage are checked, not x and y one by one.
+  void SetBlock(const T* source, std::int64_t sourceStride, const arr_s2DBlock& block) {
+    if (block.nx <= 0 || block.ny <= 0) return;
+    const std::int64_t first = RowStart(block.x, block.y);
+    const std::int64_t last = RowStart(block.x, std::int64_t{block.y} + block.ny - 1);
+    detail::CheckBlock(first, block.nx, this->NumIndices());
+    detail::CheckBlock(last, block.nx, this->NumIndices());
+    T* target = this->Unshare() + first;
+    if (block.nx == nx_ && sourceStride == nx_) {
+      std::copy_n(source, sourceStride * block.ny, target);
+    } else {
+      for (int y = 0; y < block.ny; ++y) {
+        std::copy_n(source + y * sourceStride, block.nx, target + std::int64_t{y} * nx_);
+      }
+    }
+    Changed(block.x, block.y, block.x + block.nx - 1, block.y + block.ny - 1);
+  }
+
+ protected:
+  arr_c2DArray(std::unique_ptr<arr_cArray<T>> storage, int nx, int ny, const T& fill)
+      : arr_cHandle<T>(std::move(storage), fill), nx_(nx), ny_(ny) {}
+
+  void Initialise(const T* data, bool bFill) {
+    if (data != nullptr) {
+      std::copy_n(data, this->NumIndices(), this->Unshare());
+    } else if (bFill) {
+      std::fill_n(this->Unshare(), this->NumIndices(), this->FillValue());
+    }
+  }
+  /// Becomes the columns x0 ... x1 of the rows y0 ... y1 of `source`, all inclusive; positions outside take
+  /// its fill value.
+  void AssignSubArray(const arr_c2DArray& source, std::int64_t x0, std::int64_t y0, std::int64_t x1,
+                      std::int64_t y1) {
+    if (x0 > x1 || y0 > y1) arr_IndexError();
+    if (x0 == 0 && y0 == 0 && x1 + 1 == source.nx_ && y1 + 1 == source.ny_) {
+      *this = source;
+      return;
+    }
+    const std::int64_t nx = x1 - x0 + 1;
+    const std::int64_t ny = y1 - y0 + 1;
+    detail::SharedStorage<T> part(this->NewStorage(detail::CheckedCount(nx, ny)));
+    const std::int64_t begin = std::clamp<std::int64_t>(x0, 0, source.nx_);
+    const std::int64_t end = std::clamp<std::int64_t>(x1 + 1, begin, source.nx_);
+    const std::int64_t before = std::max<std::int64_t>(std::min(begin, x1 + 1) - x0, 0);
+    for (std::int64_t y = 0; y < ny; ++y) {
+      T* row = part.Data() + y * nx;
+      if (y0 + y < 0 || y0 + y >= source.ny_) {
+        std::fill_n(row, nx, source.FillValue());
+      } else {
+        T* target = std::fill_n(row, before, source.FillValue());
+        target = std::copy_n(source.Data() + (y0 + y) * source.nx_ + begin, end - begin, target);
+        std::fill(target, row + nx, source.FillValue());
+      }
+    }
+    this->storage_ = std::move(part);
+    this->SetFillValue(source.FillValue());
+    nx_ = static_cast<int>(nx);
+    ny_ = static_cast<int>(ny);
+  }
+
+  /// Called after every write with the first and the last column and row written.
+  virtual void Changed(int /*x0*/, int /*y0*/, int /*x1*/, int /*y1*/) {}
+  /// Called after the storage was replaced by one of other extents.
+  virtual void SizeChanged(int /*nx*/, int /*ny*/) {}
+  std::unique_ptr<arr_cArray<T>> NewStorage(std::int64_t n) const override {
+    return std::make_unique<arr_cArray<T>>(static_cast<int>(detail::CheckedCount(n)));
+  }
+
+ private:
+  std::int64_t RowStart(std::int64_t x, std::int64_t y) const { return y * nx_ + x; }
+  std::int64_t Position(int x, int y) const { return this->CheckedPosition(RowStart(x, y)); }
+
+  int nx_ = 0;
+  int ny_ = 0;
+};
+
+/// The same for plain elements.
+template <class T>
+class DATASTORAGE_EXPORT arr_c2D_C_Array : public arr_c2DArray<T> {
+ public:
+  arr_c2D_C_Array() = default;
+  arr_c2D_C_Array(int nx, int ny, const T* data = nullptr, const T& fill = T(), bool bFill = false)
+      : arr_c2DArray<T>(
+            data == nullptr && !bFill
+                ? std::make_unique<arr_cC_Array<T>>(static_cast<int>(detail::CheckedCount(nx, ny)))
+                : std::make_unique<arr_cC_Array<T>>(arr_Unfilled, detail::CheckedCount(nx, ny)),
+            nx, ny, fill) {
+    this->Initialise(data, bFill);
+  }
+  arr_c2D_C_Array(arr_sUnfilled, int nx, int ny)
+      : arr_c2DArray<T>(std::make_unique<arr_cC_Array<T>>(arr_Unfilled, detail::CheckedCount(nx, ny)), nx, ny,
+                        T()) {}
+
+  using arr_c2DArray<T>::operator=;
+
+  /// The elements in storage order, to be written by whoever asks; no other array shares them. Null when
+  /// there are none.
+  T* WriteAccess() { return this->Unshare(); }
+
+ protected:
+  std::unique_ptr<arr_cArray<T>> NewStorage(std::int64_t n) const override {
+    return std::make_unique<arr_cC_Array<T>>(arr_Unfilled, n);
+  }
+};
+
+/// The same with a form in tagged streams: for the ten number types and type_cBoolean.
+template <class T>
+class DATASTORAGE_EXPORT arr_c2DNumberArray : public arr_c2D_C_Array<T>, public tgio_cStreamObject {
+ public:
+  using arr_c2D_C_Array<T>::arr_c2D_C_Array;
+  using arr_c2D_C_Array<T>::operator=;
+  using tgio_cStreamObject::ReadStream;
+  using tgio_cStreamObject::WriteStream;
+
+  /// The columns x0 ... x1 of the rows y0 ... y1, all inclusive; positions outside the array take the fill
+  /// value. The whole array shares its elements with the result. An inverted pair raises arr_IndexError.
+  arr_c2DNumberArray SubArray(std::int64_t x0, std::int64_t y0, std::int64_t x1, std::int64_t y1) const {
+    arr_c2DNumberArray result;
+    result.AssignSubArray(*this, x0, y0, x1, y1);
+    return result;
+  }
+  /// The elements (x, 0), (x, 1), ... as an array of their own.
+  arr_c1DNumberArray<T> Column(int x) const {
+    if (x < 0 || x >= this->NumIndicesX()) arr_IndexError();
+    arr_c1DNumberArray<T> column(arr_Unfilled, this->NumIndicesY());
+    const T* source = this->Data() + x;
+    T* target = column.WriteAccess();
+    for (int y = 0; y < this->NumIndicesY(); ++y) target[y] = source[std::int64_t{y} * this->NumIndicesX()];
+    return column;
+  }
+  /// The elements (0, y), (1, y), ... as an array of their own.
+  arr_c1DNumberArray<T> Row(int y) const {
+    if (y < 0 || y >= this->NumIndicesY()) arr_IndexError();
+    arr_c1DNumberArray<T> row(arr_Unfilled, this->NumIndicesX());
+    std::copy_n(this->Data() + std::int64_t{y} * this->NumIndicesX(), this->NumIndicesX(), row.WriteAccess());
+    return row;
+  }
+
+  type_cBoolean ReadStream(tgio_cBinary_istream& in) override;
+  type_cBoolean WriteStream(tgio_cBinary_ostream& out) const override;
+};
