@@ -1,8 +1,9 @@
 #pragma once
 
-#include <cstdint>
+#include <cstddef>
 #include <iosfwd>
-#include <memory>
+#include <string>
+#include <string_view>
 
 #include <DataStorage/interfaces/export.h>
 #include <DataStorage/interfaces/str.h>
@@ -25,6 +26,9 @@ class tgio_cObjectType {
   const char* name_;
   unsigned short id_;
 };
+
+/// How deep objects may stand in each other, the outermost counted.
+inline constexpr int tgio_MaxNesting = 64;
 
 /// Base of the classes that tagged streams hold as objects: a sequence of atoms, each with a tag (binary) or
 /// a name (ASCII). The base writes no atoms and accepts none; its Read offers every atom to ReadAtom and
@@ -66,4 +70,196 @@ class DATASTORAGE_EXPORT tgio_cStreamObject {
   tgio_cStreamObject(const tgio_cStreamObject&) = default;
   tgio_cStreamObject& operator=(const tgio_cStreamObject&) = default;
   ~tgio_cStreamObject() = default;
+};
+
+/// Writes objects to a `std::ostream` (opened in binary mode), which must outlive this object. A whole object
+/// is composed in memory and handed over in one write: an object that could not be written leaves nothing in
+/// the stream. All operations return false on failure, and when they are used where they do not belong: atoms
+/// are written from an object's Write, bytes from a stream object's WriteStream.
+class DATASTORAGE_EXPORT tgio_cBinary_ostream {
+ public:
+  explicit tgio_cBinary_ostream(std::ostream& out) noexcept : out_(out) {}
+  tgio_cBinary_ostream(const tgio_cBinary_ostream&) = delete;
+  tgio_cBinary_ostream& operator=(const tgio_cBinary_ostream&) = delete;
+
+  /// A whole object.
+  type_cBoolean Write(const tgio_cTaggedStreamObject& object);
+
+  /// One atom of the current object. An atom that fails leaves no trace. Objects nest at most
+  /// `tgio_MaxNesting` deep.
+  type_cBoolean Write(unsigned char value, unsigned short tag);
+  type_cBoolean Write(int value, unsigned short tag);
+  type_cBoolean Write(double value, unsigned short tag);
+  type_cBoolean Write(const str_cString& value, unsigned short tag);
+  type_cBoolean Write(const tgio_cTaggedStreamObject& object, unsigned short tag);
+  type_cBoolean Write(const tgio_cStreamObject& object, unsigned short tag);
+
+  /// The next bytes of the current stream object, as they are.
+  type_cBoolean WriteBytes(const void* bytes, std::size_t n);
+
+ private:
+  friend class tgio_cStreamObject;
+  enum class Inside : unsigned char { Nothing, Object, StreamObject };
+
+  template <class Compose>
+  bool WriteAtom(unsigned short tag, unsigned char kind, Inside inside, Compose compose);
+
+  std::ostream& out_;
+  std::string buffer_;  // the outermost object so far
+  Inside inside_ = Inside::Nothing;
+  int depth_ = 0;  // objects that are open
+};
+
+/// Reads what tgio_cBinary_ostream wrote, from a `std::istream` (opened in binary mode; it need not be
+/// seekable), which must outlive this object. A whole object is taken from the stream and checked before
+/// anything of it is offered; memory is taken as data arrive, never by a length that the data claim.
+///
+/// What could not be read (another type, a damaged object, an atom of another kind) stays current: it may be
+/// read as something else or passed over with SkipObject. A nested object or stream object that did not
+/// consume all of its contents is passed over to its end.
+class DATASTORAGE_EXPORT tgio_cBinary_istream {
+ public:
+  explicit tgio_cBinary_istream(std::istream& in) noexcept : in_(in) {}
+  tgio_cBinary_istream(const tgio_cBinary_istream&) = delete;
+  tgio_cBinary_istream& operator=(const tgio_cBinary_istream&) = delete;
+
+  /// Whether a further atom of the current object follows; false outside of objects.
+  type_cBoolean bHasAtom() const noexcept;
+  /// The tag of the current atom; 0 when there is none.
+  unsigned short Tag() const noexcept;
+  /// Outside of objects: whether no further object follows. Inside one it is always false.
+  type_cBoolean eof();
+
+  /// Outside of objects the next whole object, inside one the current atom. False, and the object not
+  /// touched, when it is not of the object's type; false also when the object's own Read fails.
+  type_cBoolean Read(tgio_cTaggedStreamObject& object);
+  /// The current atom. When it is of another kind the value is not touched.
+  type_cBoolean Read(unsigned char& value);
+  type_cBoolean Read(int& value);
+  type_cBoolean Read(double& value);
+  type_cBoolean Read(str_cString& value);
+  type_cBoolean Read(tgio_cStreamObject& object);
+  /// Passes over the current atom, or outside of objects over the next object. False when there is none.
+  type_cBoolean SkipObject();
+
+  /// The next bytes of the current stream object; false, and nothing consumed, when fewer are left.
+  type_cBoolean ReadBytes(void* bytes, std::size_t n);
+  /// How many bytes of the current stream object are left.
+  std::size_t BytesLeft() const noexcept { return cursor_.bytes.size(); }
+
+ private:
+  friend class tgio_cStreamObject;
+  struct Atom {
+    bool present = false;
+    unsigned char kind = 0;
+    unsigned short tag = 0;
+    std::string_view payload;
+  };
+  struct Cursor {
+    Atom atom;               // the current one
+    std::string_view rest;   // the atoms of the same object that follow it
+    std::string_view bytes;  // what is left of a stream object
+    int depth = 0;           // objects that are open
+  };
+  struct Restore;
+
+  bool Load();
+  void Next();
+  const Atom* Current(unsigned char kind, std::size_t size) const noexcept;
+
+  std::istream& in_;
+  std::string object_;  // the payload of the outermost object; the cursor points into it
+  Cursor cursor_;
+};
+
+/// Writes objects as text, one atom a line; otherwise like tgio_cBinary_ostream. The text does not depend on
+/// any locale.
+class DATASTORAGE_EXPORT tgio_cASCII_ostream {
+ public:
+  explicit tgio_cASCII_ostream(std::ostream& out) noexcept : out_(out) {}
+  tgio_cASCII_ostream(const tgio_cASCII_ostream&) = delete;
+  tgio_cASCII_ostream& operator=(const tgio_cASCII_ostream&) = delete;
+
+  /// A whole object.
+  type_cBoolean Write(const tgio_cTaggedStreamObject& object);
+
+  /// One atom of the current object. An atom that fails leaves no trace; the empty name fails. Doubles read
+  /// back to the same value, strings may hold any byte. The flag has no effect.
+  type_cBoolean Write(unsigned char value, const str_cString& name, type_cBoolean flag);
+  type_cBoolean Write(int value, const str_cString& name, type_cBoolean flag);
+  type_cBoolean Write(double value, const str_cString& name, type_cBoolean flag);
+  type_cBoolean Write(const str_cString& value, const str_cString& name, type_cBoolean flag);
+  type_cBoolean Write(const tgio_cTaggedStreamObject& object, const str_cString& name, type_cBoolean flag);
+  type_cBoolean Write(const tgio_cStreamObject& object, const str_cString& name, type_cBoolean flag);
+
+  /// The next word of the current stream object: characters other than white space, quotes and braces.
+  type_cBoolean WriteWord(std::string_view word);
+
+ private:
+  enum class Inside : unsigned char { Nothing, Object, StreamObject };
+
+  template <class Compose>
+  bool WriteAtom(std::string_view name, std::string_view kind, Compose compose);
+  template <class Compose>
+  bool WriteBlock(Inside inside, Compose compose);
+
+  std::ostream& out_;
+  std::string buffer_;          // the outermost object so far
+  std::size_t line_start_ = 0;  // of the last line in the buffer
+  Inside inside_ = Inside::Nothing;
+  int depth_ = 0;  // objects that are open
+};
+
+/// Reads what tgio_cASCII_ostream wrote; otherwise like tgio_cBinary_istream.
+class DATASTORAGE_EXPORT tgio_cASCII_istream {
+ public:
+  explicit tgio_cASCII_istream(std::istream& in) noexcept : in_(in) {}
+  tgio_cASCII_istream(const tgio_cASCII_istream&) = delete;
+  tgio_cASCII_istream& operator=(const tgio_cASCII_istream&) = delete;
+
+  /// Whether a further atom of the current object follows; false outside of objects.
+  type_cBoolean bHasAtom() const noexcept;
+  /// The name of the current atom, valid until the stream moves on; empty when there is no further atom.
+  const str_cString& Name() const noexcept;
+  /// Outside of objects: whether no further object follows. Inside one it is always false.
+  type_cBoolean eof();
+
+  /// Outside of objects the next whole object, inside one the current atom. False, and the object not
+  /// touched, when it is not of the object's type; false also when the object's own Read fails.
+  type_cBoolean Read(tgio_cTaggedStreamObject& object);
+  /// The current atom. When it is of another kind the value is not touched.
+  type_cBoolean Read(unsigned char& value);
+  type_cBoolean Read(int& value);
+  type_cBoolean Read(double& value);
+  type_cBoolean Read(str_cString& value);
+  type_cBoolean Read(tgio_cStreamObject& object);
+  /// Passes over the current atom, or outside of objects over the next object. False when there is none.
+  type_cBoolean SkipObject();
+
+  /// The next word of the current stream object; empty when none is left.
+  std::string_view ReadWord();
+  /// How many characters of the current stream object are left; each word takes at least two.
+  std::size_t CharactersLeft() const noexcept { return cursor_.words.size(); }
+
+ private:
+  struct Atom {
+    bool present = false;
+    str_cString name;
+    std::string_view kind;
+    std::string_view value;
+  };
+  struct Cursor {
+    Atom atom;               // the current one
+    std::string_view rest;   // the atoms of the same object that follow it
+    std::string_view words;  // what is left of a stream object
+    int depth = 0;           // objects that are open
+  };
+  struct Restore;
+
+  bool Load();
+  void Next();
+
+  std::istream& in_;
+  std::string object_;  // the text of the outermost object; the cursor points into it
+  Cursor cursor_;
 };
