@@ -170,15 +170,6 @@ type_cBoolean bstr_ReadNumbers(bstr_cBinary_istream& in, T* values, std::int64_t
   return read;
 }
 
-/// Reads one number, which stays as it is when that fails.
-template <class T>
-type_cBoolean bstr_ReadNumber(bstr_cBinary_istream& in, T& value) {
-  T read{};
-  if (!bstr_ReadNumbers(in, &read, 1)) return false;
-  value = read;
-  return true;
-}
-
 /// Writes `n` numbers, with one call of the stream on little-endian hosts.
 template <class T>
 type_cBoolean bstr_WriteNumbers(bstr_cBinary_ostream& out, const T* values, std::int64_t n) {
@@ -196,7 +187,31 @@ type_cBoolean bstr_WriteNumbers(bstr_cBinary_ostream& out, const T* values, std:
   }
 }
 
-template <class T>
-type_cBoolean bstr_WriteNumber(bstr_cBinary_ostream& out, const T& value) {
-  return bstr_WriteNumbers(out, &value, 1);
+/// Writes numbers one behind the other, without padding, with one call of the stream.
+template <class... T>
+type_cBoolean bstr_WriteFields(bstr_cBinary_ostream& out, T... fields) {
+  std::array<unsigned char, (sizeof(T) + ...)> bytes;
+  unsigned char* target = bytes.data();
+  const auto append = [&target](auto field) {
+    detail::SwapToLittleEndian(&field, 1);
+    std::memcpy(target, &field, sizeof(field));
+    target += sizeof(field);
+  };
+  (append(fields), ...);
+  return out.Write(bytes.data(), static_cast<std::int64_t>(bytes.size()));
+}
+
+/// Reads numbers written by `bstr_WriteFields`; all of them stay as they are when that fails.
+template <class... T>
+type_cBoolean bstr_ReadFields(bstr_cBinary_istream& in, T&... fields) {
+  std::array<unsigned char, (sizeof(T) + ...)> bytes;
+  if (!in.Read(bytes.data(), static_cast<std::int64_t>(bytes.size()))) return false;
+  const unsigned char* source = bytes.data();
+  const auto take = [&source](auto& field) {
+    std::memcpy(&field, source, sizeof(field));
+    detail::SwapToLittleEndian(&field, 1);
+    source += sizeof(field);
+  };
+  (take(fields), ...);
+  return true;
 }
