@@ -1,0 +1,99 @@
+#include <cmath>
+#include <cstdint>
+
+#include <DataStorage/interfaces/expt.h>
+#include <DataStorage/numbers/pnumber.h>
+
+namespace {
+
+constexpr detail::SourceFile source_file{"pnumber"};
+
+template <class T>
+str_cString Text(const T& value, int width, int precision) {
+  return {value, width, precision};
+}
+
+/// The sum of both parts as one would write it, leaving out a part that is zero and a factor of one.
+template <class T>
+str_cString Text(const comp_cComplex<T>& value, int width, int precision) {
+  constexpr T smallest = std::numeric_limits<T>::min();
+  const T re = value.Real();
+  const T im = value.Imaginary();
+  const auto text = [&](T part) { return str_cString(static_cast<double>(part), width, precision); };
+
+  if (std::abs(im) < smallest) return text(re);
+  const str_cString factor = std::abs(im) == 1 ? str_cString::Null : text(std::abs(im));
+  const str_cString imaginary = factor + "i";
+  if (std::abs(re) < smallest) return im < 0 ? "-" + imaginary : imaginary;
+  return text(re) + (im < 0 ? " - " : " + ") + imaginary;
+}
+
+/// Bytes are numbers here, not characters, and floats are written with the digits of doubles.
+const auto& Printable(const auto& value) { return value; }
+short Printable(const char& value) { return value; }
+unsigned short Printable(const unsigned char& value) { return value; }
+double Printable(const float& value) { return value; }
+
+template <std::integral T>
+T FromDouble(double value, std::type_identity<T>) {
+  constexpr double limit = 9223372036854775808.0;  // 2^63
+  return -limit <= value && value < limit ? static_cast<T>(static_cast<std::int64_t>(value)) : T(0);
+}
+
+template <std::floating_point T>
+T FromDouble(double value, std::type_identity<T>) {
+  return static_cast<T>(value);
+}
+
+template <class T>
+comp_cComplex<T> FromDouble(double value, std::type_identity<comp_cComplex<T>>) {
+  return static_cast<T>(value);
+}
+
+}  // namespace
+
+template <detail::ElementType T>
+str_cString pnum_cTypedNumber<T>::StringOut(int width, int precision) const {
+  return Text(value_, width, precision);
+}
+
+template <detail::ElementType T>
+std::ostream& pnum_cTypedNumber<T>::Output(std::ostream& out) const {
+  return out << Printable(value_);
+}
+
+#define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) \
+  template class pnum_cTypedNumber<type>;
+#include <DataStorage/numbers/elementtypes.def>
+
+pnum_cNumber::pnum_cNumber(dtyp_cDataType type) : pnum_cNumber(0.0, type) {}
+
+pnum_cNumber::pnum_cNumber(double value, dtyp_cDataType type)
+    : letter_(detail::VisitElementType(
+          type.Type(), [&](auto element_type) { return MakeLetter(FromDouble(value, element_type)); })) {
+  if (!letter_) source_file.ThrowProgramError();
+}
+
+double pnum_cNumber::Value() const noexcept {
+  double value = 0;
+  conv_ConvertElements(DataType().Type(), dtyp_Float64, 1, conv_Real, Data(), &value);
+  return value;
+}
+
+int pnum_cNumber::Count() const {
+  const double value = Value();
+  if (!(std::numeric_limits<int>::min() <= value && value <= std::numeric_limits<int>::max()))
+    source_file.ThrowUserError("Cannot convert to integer - out of range.");
+  return static_cast<int>(value);
+}
+
+void pnum_cNumber::Convert(dtyp_cDataType type, conv_eComplexConversion conversion) {
+  if (type == DataType()) return;
+  pnum_cLetter* const letter = detail::VisitElementType(type.Type(), [&]<class T>(std::type_identity<T>) {
+    T value;
+    conv_ConvertElements(DataType().Type(), detail::DataTypeOf<T>, 1, conversion, Data(), &value);
+    return MakeLetter(value);
+  });
+  if (!letter) source_file.ThrowProgramError();
+  letter_ = letter;
+}

@@ -1,0 +1,133 @@
+#pragma once
+
+#include <cstddef>
+#include <limits>
+#include <new>
+#include <ostream>
+#include <type_traits>
+
+#include <DataStorage/interfaces/comp.h>
+#include <DataStorage/interfaces/export.h>
+#include <DataStorage/interfaces/str.h>
+#include <DataStorage/interfaces/tgio.h>
+#include <DataStorage/interfaces/type.h>
+#include <DataStorage/numbers/datatype.h>
+#include <DataStorage/numbers/elements.h>
+
+/// What a number asks of the letter that holds its value.
+class DATASTORAGE_EXPORT pnum_cLetter {
+ public:
+  virtual dtyp_cDataType DataType() const noexcept = 0;
+  /// Makes a copy of the letter at `place`, which has room for any letter.
+  virtual pnum_cLetter* Clone(void* place) const noexcept = 0;
+  virtual const void* Data() const noexcept = 0;
+  virtual str_cString StringOut(int width, int precision) const = 0;
+  virtual std::ostream& Output(std::ostream& out) const = 0;
+
+ protected:
+  ~pnum_cLetter() = default;
+};
+
+template <detail::ElementType T>
+class pnum_cTypedNumber final : public pnum_cLetter {
+ public:
+  explicit pnum_cTypedNumber(const T& value) noexcept : value_(value) {}
+
+  dtyp_cDataType DataType() const noexcept override { return detail::DataTypeOf<T>; }
+  pnum_cLetter* Clone(void* place) const noexcept override { return ::new (place) pnum_cTypedNumber(value_); }
+  const void* Data() const noexcept override { return &value_; }
+  str_cString StringOut(int width, int precision) const override;
+  std::ostream& Output(std::ostream& out) const override;
+
+ private:
+  T value_;
+};
+
+#define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) \
+  extern template class DATASTORAGE_EXPORT pnum_cTypedNumber<type>;
+#include <DataStorage/numbers/elementtypes.def>
+
+/// A single number of any element type. It always holds a value; the type changes by assignment and Convert
+/// only. The value lies within the object, so numbers are cheap to make and to copy. Has no form of its own
+/// in tagged streams.
+class DATASTORAGE_EXPORT pnum_cNumber : public tgio_cTaggedStreamObject {
+ public:
+  pnum_cNumber(unsigned char value) noexcept : letter_(MakeLetter(value)) {}
+  pnum_cNumber(unsigned short value) noexcept : letter_(MakeLetter(value)) {}
+  pnum_cNumber(unsigned int value) noexcept : letter_(MakeLetter(value)) {}
+  pnum_cNumber(char value) noexcept : letter_(MakeLetter(value)) {}
+  pnum_cNumber(short value) noexcept : letter_(MakeLetter(value)) {}
+  pnum_cNumber(int value) noexcept : letter_(MakeLetter(value)) {}
+  pnum_cNumber(float value = 0) noexcept : letter_(MakeLetter(value)) {}
+  pnum_cNumber(double value) noexcept : letter_(MakeLetter(value)) {}
+  /// A real number when the imaginary part is zero or below the smallest normal number of its type.
+  pnum_cNumber(const comp_cComplex<float>& value) noexcept : letter_(MakeLetterOfComplex(value)) {}
+  pnum_cNumber(const comp_cComplex<double>& value) noexcept : letter_(MakeLetterOfComplex(value)) {}
+  /// A zero of that type; throws `expt_cProgramException` for a type outside 1 to 10.
+  pnum_cNumber(dtyp_cDataType type);
+  pnum_cNumber(dtyp_eDataType type) : pnum_cNumber(dtyp_cDataType(type)) {}
+  /// `value` in that type. Integers get it truncated toward zero and keep the low bits; values beyond 64 bits
+  /// and not-a-number give 0 there. Throws `expt_cProgramException` for a type outside 1 to 10.
+  pnum_cNumber(double value, dtyp_cDataType type);
+
+  pnum_cNumber(const pnum_cNumber& other) noexcept
+      : tgio_cTaggedStreamObject(other), letter_(other.letter_->Clone(place_)) {}
+  pnum_cNumber& operator=(const pnum_cNumber& other) noexcept {
+    if (this != &other) letter_ = other.letter_->Clone(place_);
+    return *this;
+  }
+  ~pnum_cNumber() = default;
+
+  dtyp_cDataType DataType() const noexcept { return letter_->DataType(); }
+  /// Bytes of the value.
+  int SizeOf() const noexcept { return DataType().SizeOf(); }
+  type_cBoolean IsReal() const noexcept { return DataType().IsReal(); }
+  type_cBoolean IsComplex() const noexcept { return DataType().IsComplex(); }
+  /// The value in the C++ type that belongs to `DataType()`; valid until the number is changed.
+  const void* Data() const noexcept { return letter_->Data(); }
+
+  /// A number counts as an array of no dimension with one element.
+  int NumIndices() const noexcept { return 1; }
+  int Dimension() const noexcept { return 0; }
+
+  /// The value as a double; the real part of a complex number.
+  double Value() const noexcept;
+  /// `Value()` truncated toward zero; throws `expt_cUserException` where that is no `int`.
+  int Count() const;
+  /// Changes the type; throws `expt_cProgramException` for a type outside 1 to 10, and the number stays.
+  void Convert(dtyp_cDataType type, conv_eComplexConversion conversion = conv_Real);
+
+  /// The value as text; `width` and `precision` as for `str_cString`, applied to each part of a complex
+  /// number.
+  str_cString StringOut(int width, int precision) const { return letter_->StringOut(width, precision); }
+
+  static const dtyp_cDataType tComplexNumber;  ///< what numbers that must be complex are made of
+  static const dtyp_cDataType tValueNumber;    ///< what measured values are made of
+  static const dtyp_cDataType tCountNumber;    ///< what counts are made of
+
+  friend std::ostream& operator<<(std::ostream& out, const pnum_cNumber& number) {
+    return number.letter_->Output(out);
+  }
+
+ private:
+  using LargestLetter = pnum_cTypedNumber<comp_cComplex<double>>;
+
+  /// Takes the place of the present letter, which needs no destruction.
+  template <class T>
+  pnum_cLetter* MakeLetter(const T& value) noexcept {
+    using Letter = pnum_cTypedNumber<T>;
+    static_assert(std::is_trivially_destructible_v<Letter>);
+    static_assert(sizeof(Letter) <= sizeof place_ && alignof(Letter) <= alignof(LargestLetter));
+    return ::new (place_) Letter(value);
+  }
+
+  template <class T>
+  pnum_cLetter* MakeLetterOfComplex(const comp_cComplex<T>& value) noexcept {
+    const bool real = -std::numeric_limits<T>::min() < value.Imaginary() &&
+                      value.Imaginary() < std::numeric_limits<T>::min();
+    return real ? MakeLetter(value.Real()) : MakeLetter(value);
+  }
+
+  alignas(LargestLetter) std::byte place_[sizeof(LargestLetter)];
+  pnum_cLetter* letter_;  // lies in place_
+};
