@@ -1,7 +1,6 @@
 #pragma once
 
 #include <memory>
-#include <vector>
 
 #include <DataStorage/interfaces/export.h>
 
@@ -14,14 +13,16 @@ struct DATASTORAGE_EXPORT mesg_sMessageData {
 };
 
 namespace detail {
-class ReceiverList;
-}
+struct Attachment;
+class Delivery;
+}  // namespace detail
 
 /// Something that tells its receivers of its changes. Messages are delivered synchronously on the caller's
 /// thread, in the order of the priorities (smaller numbers first) and, among equal ones, of attachment.
 /// During a delivery receivers may attach or detach themselves or others and may be destroyed: one that is
 /// detached is not called any more, one that is attached is called from the next message on. An exception
-/// that a receiver throws ends the delivery and reaches the caller of SendMessage.
+/// that a receiver throws ends the delivery and reaches the caller of SendMessage. A receiver may even
+/// destroy the sender, which ends the delivery too.
 ///
 /// Copies of a sender have no receivers. A sender and its receivers belong to one thread at a time.
 class DATASTORAGE_EXPORT mesg_cSender {
@@ -29,13 +30,16 @@ class DATASTORAGE_EXPORT mesg_cSender {
   mesg_cSender() noexcept = default;
   mesg_cSender(const mesg_cSender&) noexcept : mesg_cSender() {}
   mesg_cSender& operator=(const mesg_cSender&) noexcept { return *this; }
-  virtual ~mesg_cSender();
+  virtual ~mesg_cSender() {
+    if (receivers_ != nullptr || deliveries_ != nullptr) DetachAll();
+  }
 
   /// Attaches a receiver, which stays the caller's; one that is attached already stays where it is.
   virtual void AddReceiver(mesg_cReceiver& receiver, unsigned short priority);
   /// Detaches a receiver; one that is not attached is ignored.
   virtual void RemoveReceiver(mesg_cReceiver& receiver);
-  /// Delivers a message when the delivery in progress, if any, has ended; at once otherwise.
+  /// Delivers a message when the delivery in progress, if any, has ended, in the order of the calls; at once
+  /// otherwise. When an exception or the end of the sender ends that delivery, the message is dropped.
   virtual void QueueMessage(unsigned long id, std::unique_ptr<mesg_sMessageData> data);
   /// Delivers a message to every receiver before it returns. Receivers may change the payload.
   virtual void SendMessage(unsigned long id, mesg_sMessageData* data);
@@ -45,9 +49,12 @@ class DATASTORAGE_EXPORT mesg_cSender {
   bool bHasReceivers() const noexcept { return receivers_ != nullptr; }
 
  private:
-  friend class mesg_cReceiver;
-  friend class detail::ReceiverList;
-  detail::ReceiverList* receivers_ = nullptr;  // owned; made by the first AddReceiver
+  friend struct detail::Attachment;
+  friend class detail::Delivery;
+  void DetachAll() noexcept;
+
+  detail::Attachment* receivers_ = nullptr;  // owned, in the order of delivery
+  detail::Delivery* deliveries_ = nullptr;   // in progress, the innermost first
 };
 
 /// Something that messages are delivered to. It detaches itself everywhere when it is destroyed.
@@ -57,11 +64,15 @@ class DATASTORAGE_EXPORT mesg_cReceiver {
   mesg_cReceiver() noexcept = default;
   mesg_cReceiver(const mesg_cReceiver&) noexcept : mesg_cReceiver() {}
   mesg_cReceiver& operator=(const mesg_cReceiver&) noexcept { return *this; }
-  virtual ~mesg_cReceiver();
+  virtual ~mesg_cReceiver() {
+    if (senders_ != nullptr) DetachAll();
+  }
 
   virtual void ReceiveMessage(unsigned long id, mesg_cSender& sender, mesg_sMessageData* data) = 0;
 
  private:
-  friend class detail::ReceiverList;
-  std::vector<detail::ReceiverList*> attached_;  // the lists that hold this receiver
+  friend struct detail::Attachment;
+  void DetachAll() noexcept;
+
+  detail::Attachment* senders_ = nullptr;  // in no order
 };
