@@ -1,18 +1,139 @@
-#include <new>
+// All system calls of the library, and beside them the road in plain standard C++ for systems without them.
 
-#if __has_include(<sys/mman.h>) && __has_include(<unistd.h>)
-#define DATASTORAGE_POSIX 1
+#if __has_include(<unistd.h>) && __has_include(<sys/mman.h>) && !defined(DATASTORAGE_PLAIN_SYSTEM)
+#define DATASTORAGE_POSIX
+#ifndef _FILE_OFFSET_BITS
+#define _FILE_OFFSET_BITS 64
+#endif
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#else
+#include <filesystem>
+#include <fstream>
 #endif
 
+#include <memory>
+#include <new>
+
 #include <DataStorage/interfaces/lgar.h>
+#include <Utility/system.h>
 
 namespace {
 
+using detail::NoFile;
+
+#if defined(DATASTORAGE_POSIX)
+
+static_assert(sizeof(off_t) == sizeof(std::int64_t));
+
+/// Repeats a call that a signal interrupted.
+template <class Call>
+auto Uninterrupted(Call call) {
+  auto result = call();
+  while (result < 0 && errno == EINTR) result = call();
+  return result;
+}
+
+/// The system's own answer to a write beyond the file size limit is to end the process, and with it a whole
+/// acquisition. Ignored, the signal leaves the write to fail; a handler of the caller stays.
+void IgnoreFileSizeSignal() {
+  static const bool done = [] {
+    struct sigaction action;
+    if (::sigaction(SIGXFSZ, nullptr, &action) == 0 && action.sa_handler == SIG_DFL) {
+      std::signal(SIGXFSZ, SIG_IGN);
+    }
+    return true;
+  }();
+  static_cast<void>(done);
+}
+
+int Descriptor(std::intptr_t file) { return static_cast<int>(file); }
+
+std::int64_t FileSize(std::intptr_t file) {
+  struct stat status;
+  return ::fstat(Descriptor(file), &status) == 0 ? status.st_size : -1;
+}
+
+void CloseFile(std::intptr_t file) { ::close(Descriptor(file)); }
+
+std::intptr_t OpenRegularFile(const char* path, bstr_eAccess access) {
+  int flags = access == bstr_OpenReadOnly ? O_RDONLY : O_RDWR;
+  if (access == bstr_CreateOrOpen || access == bstr_CreateEmpty) flags |= O_CREAT;
+  if (access == bstr_CreateEmpty) flags |= O_TRUNC;
+  // Not blocking, because a pipe or a terminal must be refused, not waited for.
+  flags |= O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
+  if (access != bstr_OpenReadOnly) IgnoreFileSizeSignal();
+
+  const int file = Uninterrupted([&] { return ::open(path, flags, 0666); });
+  if (file < 0) return NoFile;
+  struct stat status;
+  if (::fstat(file, &status) == 0 && S_ISREG(status.st_mode)) return file;
+  CloseFile(file);
+  return NoFile;
+}
+
+std::int64_t ReadAt(std::intptr_t file, void* bytes, std::int64_t n, std::int64_t position) {
+  return Uninterrupted(
+      [&] { return ::pread(Descriptor(file), bytes, static_cast<std::size_t>(n), position); });
+}
+
+std::int64_t WriteAt(std::intptr_t file, const void* bytes, std::int64_t n, std::int64_t position) {
+  return Uninterrupted(
+      [&] { return ::pwrite(Descriptor(file), bytes, static_cast<std::size_t>(n), position); });
+}
+
+#else
+
+std::filebuf& Buffer(std::intptr_t file) { return *reinterpret_cast<std::filebuf*>(file); }
+
+std::int64_t FileSize(std::intptr_t file) {
+  return static_cast<std::int64_t>(Buffer(file).pubseekoff(0, std::ios::end));
+}
+
+void CloseFile(std::intptr_t file) { delete &Buffer(file); }
+
+std::intptr_t OpenRegularFile(const char* path, bstr_eAccess access) {
+  std::error_code error;
+  const auto kind = std::filesystem::status(path, error).type();
+  const bool missing = kind == std::filesystem::file_type::not_found;
+  if (!missing && kind != std::filesystem::file_type::regular) return NoFile;
+
+  auto mode = std::ios::binary | std::ios::in;
+  if (access != bstr_OpenReadOnly) mode |= std::ios::out;
+  if (access == bstr_CreateEmpty || (access == bstr_CreateOrOpen && missing)) mode |= std::ios::trunc;
+  auto buffer = std::make_unique<std::filebuf>();
+  buffer->pubsetbuf(nullptr, 0);  // what is written goes to the system at once
+  if (!buffer->open(path, mode)) return NoFile;
+  return reinterpret_cast<std::intptr_t>(buffer.release());
+}
+
+bool Seek(std::intptr_t file, std::int64_t position) {
+  return Buffer(file).pubseekpos(position) == std::filebuf::pos_type(position);
+}
+
+std::int64_t ReadAt(std::intptr_t file, void* bytes, std::int64_t n, std::int64_t position) {
+  return Seek(file, position) ? Buffer(file).sgetn(static_cast<char*>(bytes), n) : -1;
+}
+
+std::int64_t WriteAt(std::intptr_t file, const void* bytes, std::int64_t n, std::int64_t position) {
+  if (!Seek(file, position)) return -1;
+  const auto moved = Buffer(file).sputn(static_cast<const char*>(bytes), n);
+  return Buffer(file).pubsync() == 0 ? moved : -1;
+}
+
+#endif
+
+/// Two huge pages: from here on the time that the system takes to hand out pages decides.
 constexpr std::size_t HugePage = std::size_t{2} << 20;
 constexpr std::size_t LargeBlock = 2 * HugePage;
 
 }  // namespace
+
+constinit detail::FileCalls detail::file_calls = {OpenRegularFile, ReadAt, WriteAt, FileSize, CloseFile};
 
 void* lgar_AllocateBlock(std::size_t bytes) {
   if (bytes < LargeBlock) return ::operator new(bytes);

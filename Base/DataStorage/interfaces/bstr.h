@@ -16,7 +16,8 @@
 #include <DataStorage/interfaces/type.h>
 
 /// A raw stream of bytes to read from. Positions and counts are in bytes from the start of the data. A failed
-/// operation makes `bGood()` false until the next successful `Seek`.
+/// operation leaves the position and makes `bGood()` false until the next successful `Seek`. A negative count
+/// or position is a failure. Nothing is thrown but `std::bad_alloc`.
 class DATASTORAGE_EXPORT bstr_cBinary_istream {
  public:
   virtual ~bstr_cBinary_istream();
@@ -80,7 +81,7 @@ class DATASTORAGE_EXPORT bstr_cMemory_istream final : public bstr_cBinary_istrea
   bool good_ = true;
 };
 
-/// Writes into memory that grows as needed.
+/// Writes into memory that grows as needed; where there is not enough of it the write fails.
 class DATASTORAGE_EXPORT bstr_cMemory_ostream final : public bstr_cBinary_ostream {
  public:
   type_cBoolean Write(const void* bytes, std::int64_t n) override;
@@ -117,13 +118,18 @@ class FileOutput;
 ///
 /// What was written is with the operating system before the operation returns, so that another process sees
 /// it and a killed process has not lost it; nothing is synced to the disk. A write that would end past
-/// 2^31 - 1 bytes is refused and writes nothing. The input reads ahead: what another process rewrites may go
-/// unseen until the window is left, what is written through this object or a copy of it never.
+/// 2^31 - 1 bytes is refused and writes nothing; one that the disk cuts short is a failure. The input reads
+/// ahead up to 64 KiB: what another process rewrites there may go unseen until something elsewhere is read,
+/// what it appends and what is written through this object or a copy of it never.
+///
+/// Only regular files open. The first stream that is opened for writing has the process ignore the signal for
+/// an exceeded file size limit if nobody handles it, because it would end the program; the write fails
+/// instead.
 ///
 /// A copy refers to the same open file and has positions of its own; the file is closed with the last copy.
 class DATASTORAGE_EXPORT bstr_cBinary_fstream {
  public:
-  /// Whether this succeeded is told by `bGood()` of both sides.
+  /// Whether this succeeded is told by `bGood()` of both sides; a side that is not good here never will be.
   explicit bstr_cBinary_fstream(const str_cString& path, bstr_eAccess access = bstr_CreateOrOpen);
   bstr_cBinary_fstream(const bstr_cBinary_fstream& other);
   bstr_cBinary_fstream& operator=(const bstr_cBinary_fstream& other);

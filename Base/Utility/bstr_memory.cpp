@@ -1,0 +1,55 @@
+#include <limits>
+#include <new>
+#include <stdexcept>
+
+#include <DataStorage/interfaces/bstr.h>
+
+bstr_cBinary_istream::~bstr_cBinary_istream() = default;
+bstr_cBinary_ostream::~bstr_cBinary_ostream() = default;
+
+bstr_cMemory_istream::bstr_cMemory_istream(const void* bytes, std::int64_t n)
+    : bytes_(static_cast<const unsigned char*>(bytes)),
+      size_(bytes != nullptr ? std::max<std::int64_t>(n, 0) : 0) {}
+
+type_cBoolean bstr_cMemory_istream::Read(void* bytes, std::int64_t n) {
+  if (!good_ || n < 0) return good_ = false;
+  const std::int64_t there = std::min(n, size_ - position_);
+  std::copy_n(bytes_ + position_, there, static_cast<unsigned char*>(bytes));
+  return Skip(n);
+}
+
+type_cBoolean bstr_cMemory_istream::Skip(std::int64_t n) {
+  good_ = good_ && n >= 0 && n <= size_ - position_;
+  if (good_) position_ += n;
+  return good_;
+}
+
+type_cBoolean bstr_cMemory_istream::Seek(std::int64_t position) {
+  good_ = position >= 0 && position <= size_;
+  if (good_) position_ = position;
+  return good_;
+}
+
+type_cBoolean bstr_cMemory_ostream::Write(const void* bytes, std::int64_t n) {
+  if (!good_ || n < 0 || n > std::numeric_limits<std::int64_t>::max() - position_) return good_ = false;
+  if (n == 0) return true;
+  try {
+    if (position_ > Size()) bytes_.resize(static_cast<std::size_t>(position_ + n));
+    const auto* from = static_cast<const unsigned char*>(bytes);
+    const std::int64_t over = std::min(n, Size() - position_);
+    bytes_.insert(bytes_.end(), from + over, from + n);
+    std::copy_n(from, over, bytes_.begin() + position_);
+  } catch (const std::bad_alloc&) {
+    return good_ = false;
+  } catch (const std::length_error&) {
+    return good_ = false;
+  }
+  position_ += n;
+  return true;
+}
+
+type_cBoolean bstr_cMemory_ostream::Seek(std::int64_t position) {
+  good_ = position >= 0;
+  if (good_) position_ = position;
+  return good_;
+}

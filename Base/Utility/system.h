@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+
+#include <DataStorage/interfaces/bstr.h>
+
+namespace detail {
+
+/// All that the file stream asks of the system. Tests replace entries to make the disk fail.
+struct FileCalls {
+  /// Opens a regular file and returns what stands for it below, or `NoFile`.
+  std::intptr_t (*open)(const char* path, bstr_eAccess access);
+  /// Both return the bytes moved, which may be fewer than `n`; 0 at the end of the file; negative on an
+  /// error.
+  std::int64_t (*read_at)(std::intptr_t file, void* bytes, std::int64_t n, std::int64_t position);
+  std::int64_t (*write_at)(std::intptr_t file, const void* bytes, std::int64_t n, std::int64_t position);
+  /// The length as it is now; negative on an error.
+  std::int64_t (*size)(std::intptr_t file);
+  void (*close)(std::intptr_t file);
+};
+
+inline constexpr std::intptr_t NoFile = -1;
+
+extern FileCalls file_calls;
+
+}  // namespace detail
