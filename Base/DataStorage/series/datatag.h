@@ -1,0 +1,77 @@
+#pragma once
+
+#include <ctime>
+
+#include <DataStorage/interfaces/bstr.h>
+#include <DataStorage/interfaces/export.h>
+#include <DataStorage/interfaces/type.h>
+#include <DataStorage/positions/pos2d.h>
+
+/// What a series records of each datum beside the datum itself: when it was taken, in seconds as `std::time`
+/// counts them. Derived classes add more. A series knows its tags by the virtual operations alone, so further
+/// kinds can be added; a kind is told by its `TagTypeID()`, which no two kinds may share.
+///
+/// Raw form: `TagTypeID()` and the time, 4 bytes each. Reading and writing throw expt_cUserException.
+class DATASTORAGE_EXPORT dtsr_cDataTag {
+ public:
+  dtsr_cDataTag(long time = Now()) : time_(time) {}
+  dtsr_cDataTag(const dtsr_cDataTag&) = default;
+  dtsr_cDataTag& operator=(const dtsr_cDataTag&) = default;
+  dtsr_cDataTag& operator=(long time) {
+    time_ = time;
+    return *this;
+  }
+  virtual ~dtsr_cDataTag();
+
+  /// Takes the value of another tag, as far as this kind has room for it.
+  virtual void SetEqual(const dtsr_cDataTag& other);
+  /// Tags of different kinds are never equal; the time counts when `compareTime` is set, all else always.
+  virtual type_cBoolean IsEqual(const dtsr_cDataTag& other, type_cBoolean compareTime);
+  /// "Invalid TagTypeID." when the stream holds a tag of another kind, "Can't read TagTypeID." when bytes are
+  /// missing.
+  virtual void Read(bstr_cBinary_istream& in);
+  /// "Can't write TagTypeID." when that fails; also, before anything is written, for a time that does not fit
+  /// the 32 bits it has in streams.
+  virtual void Write(bstr_cBinary_ostream& out) const;
+  virtual unsigned int TagTypeID() const;
+  /// A new tag equal to this one, owned by the caller.
+  virtual dtsr_cDataTag* pCopy() const;
+
+  long Time() const noexcept { return time_; }
+
+ protected:
+  static long Now() { return static_cast<long>(std::time(nullptr)); }
+
+ private:
+  long time_;
+};
+
+/// A tag that also tells where the datum was taken. It is a full position: it can be limited and announces
+/// its changes. Tagged streams hold the position alone.
+///
+/// Raw form: that of the plain tag, then x and y, 8 bytes each.
+class DATASTORAGE_EXPORT dtsr_c2DPosition : public dtsr_cDataTag, public pos_c2DPosition {
+ public:
+  dtsr_c2DPosition(double x = 0, double y = 0, long time = Now());
+  dtsr_c2DPosition(const pos_c2DPosition& position, long time);
+  dtsr_c2DPosition(const dtsr_c2DPosition&) = default;
+  dtsr_c2DPosition& operator=(const dtsr_c2DPosition& other);
+  /// Takes the position, and the present as the time.
+  dtsr_c2DPosition& operator=(const pos_c2DPosition& position);
+  ~dtsr_c2DPosition() override;
+
+  using pos_c2DPosition::Read;
+  using pos_c2DPosition::Write;
+
+  /// Takes only the time of a tag of another kind.
+  void SetEqual(const dtsr_cDataTag& other) override;
+  /// Positions are compared exactly.
+  type_cBoolean IsEqual(const dtsr_cDataTag& other, type_cBoolean compareTime) override;
+  /// Also "Error reading 2D tag." when the position is missing; it stays as it was then. A position that was
+  /// read is set like any other change of it.
+  void Read(bstr_cBinary_istream& in) override;
+  /// Also "Error writing 2D tag.".
+  void Write(bstr_cBinary_ostream& out) const override;
+  unsigned int TagTypeID() const override;
+  dtsr_cDataTag* pCopy() const override;
+};

@@ -1,0 +1,100 @@
+#pragma once
+
+#include <memory>
+
+#include <DataStorage/interfaces/arr.h>
+#include <DataStorage/interfaces/bstr.h>
+#include <DataStorage/interfaces/export.h>
+#include <DataStorage/interfaces/str.h>
+#include <DataStorage/interfaces/type.h>
+#include <DataStorage/series/datatag.h>
+#include <DataStorage/series/dimension.h>
+
+/// A series kept in a file with a fixed number of data slots, one for each index of its dimensions. It never
+/// wraps: when it is full it takes no more data until it is reset.
+///
+/// To append a datum a concrete series seeks the output of `file_` to `dataOffsets_[NextWriteIndex()]`,
+/// writes the datum there and calls `SetNewestTag`. To read datum k it seeks the input to `dataOffsets_[k]`;
+/// the datum ends at `tagOffsets_[k]`. When the writing of a datum fails, `SetNewestTag` is called all the
+/// same: it throws, and makes the series usable again.
+///
+/// A datum is in the file for good, and seen by others who open it, when `SetNewestTag` has returned; a
+/// process that is killed loses no such datum. Nothing is synced, so a power cut can take the last ones. A
+/// file ends below 2^31 bytes; what would pass that is refused and changes nothing.
+///
+/// Failures throw expt_cUserException with a message that names the path; a file that one wrote to by an
+/// operation that failed, and the object, are as before, as far as the disk allows. One process at a time may
+/// append; others may read meanwhile and find the data that were there when they opened the file.
+class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
+ public:
+  /// A copy works on the same open file, with positions and a write index of its own: one of them appends.
+  dtsr_cFileSeriesBase(const dtsr_cFileSeriesBase& other);
+  dtsr_cFileSeriesBase& operator=(const dtsr_cFileSeriesBase& other);
+  /// Closes the file with the last copy.
+  virtual ~dtsr_cFileSeriesBase();
+
+  /// The number of data slots.
+  int Size() const noexcept { return dataOffsets_.Size(); }
+  /// The number of valid data.
+  int NextWriteIndex() const noexcept { return writeIndex_; }
+  /// The kind of the tags; 0 until the first one is stored.
+  unsigned int TagTypeID() const noexcept { return tagTypeID_; }
+  /// A new copy of the sample tag, owned by the caller; null until a tag was read or stored by this object.
+  dtsr_cDataTag* pSampleTag() const { return sampleTag_ ? sampleTag_->pCopy() : nullptr; }
+  const str_cString& FilePath() const noexcept { return file_.Path(); }
+
+  /// Reads the dimensions of the series, which opening does not. Throws "Can't read series file ..." when
+  /// they are damaged or do not have as many indices as the file has slots; the caller's object is unchanged
+  /// then.
+  void ReadDimensionArray(dtsr_cDimensionArray& dimensions);
+  /// Reads the tag of datum i < NextWriteIndex(). Throws what the tag throws, and "Can't read tag.";
+  /// a slot that does not exist raises arr_IndexError. The first tag asked for becomes the sample tag.
+  void GetTag(int i, dtsr_cDataTag& tag) const;
+  /// Appends the tag of the datum that was just written, which ends at the position of the output. Raises
+  /// arr_IndexError when the series is full. Throws "Can't write to series file ..." when the datum or the
+  /// tag could not be written or the output stands before the slot; the position of the output is then that
+  /// of the slot. At most five positioned writes, the datum included.
+  void SetNewestTag(const dtsr_cDataTag& tag);
+  /// Empties the series; its dimensions, data type and tag type stay.
+  void ResetWriteIndex();
+
+ protected:
+  /// Creates a series file, or makes an existing file one. `dataTypeID` tells what the data are. Raises
+  /// arr_IndexError for dimensions without any index, arr_SizeError for negative sizes and too many indices.
+  /// Those, and lists that would not fit a file, are refused before the path is touched. Nobody can open the
+  /// file before it is complete.
+  dtsr_cFileSeriesBase(const str_cString& path, const dtsr_cDimensionArray& dimensions,
+                       unsigned int dataTypeID);
+  /// Opens a series file that holds data of the expected type. `bstr_OpenReadOnly` does not need permission
+  /// to write. Refused are files of another format or data type, files that do not hold the lists they claim,
+  /// and those where the lists of valid data, and the place of the next one, do not lead forward through the
+  /// part behind the lists: appending there would overwrite what is stored. A file that was cut off within
+  /// its data opens, and what is left of them can be read.
+  dtsr_cFileSeriesBase(const str_cString& path, unsigned int dataTypeID,
+                       bstr_eAccess access = bstr_OpenExisting);
+
+  /// Writes the number of valid data and both offset lists to the file; false when that failed.
+  type_cBoolean UpdatePointers();
+
+  // GetTag is const for its callers, but moves the input and may set the sample tag.
+  mutable bstr_cBinary_fstream file_;
+  long offsetListPosition_ = 0;
+  arr_cArray<long> dataOffsets_;  // one for each slot; 0 until known
+  arr_cArray<long> tagOffsets_;   // one for each slot; 0 until written
+  int writeIndex_ = 0;
+  type_cBoolean created_;  // by this object, not just opened
+  mutable std::unique_ptr<dtsr_cDataTag> sampleTag_;
+  unsigned int tagTypeID_ = 0;
+
+ private:
+  struct Plan;
+  dtsr_cFileSeriesBase(const str_cString& path, const Plan& plan);
+
+  bool ListsInOrder() const;
+  bool ReadLists();
+  bool WriteLists();
+  [[noreturn]] void ThrowCannotWrite() const;
+
+  bool readOnly_ = false;
+  bool listsInFile_ = true;  // false while the file's lists differ from ours, because the disk refused them
+};

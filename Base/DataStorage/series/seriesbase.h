@@ -1,0 +1,59 @@
+#pragma once
+
+#include <DataStorage/interfaces/arr.h>
+#include <DataStorage/interfaces/export.h>
+#include <DataStorage/interfaces/type.h>
+#include <DataStorage/series/datatag.h>
+#include <DataStorage/series/dimension.h>
+
+/// A collection of data over calibrated dimensions, each datum with a tag. Datum k is the one at the index
+/// vector `DimensionArray().IndexPosition(k)`.
+///
+/// A concrete series derives from this class and from one of the two stores, `dtsr_cMemorySeriesBase` or
+/// `dtsr_cFileSeriesBase`, keeps its data as the store says, and implements the pure operations by forwarding
+/// them to the operations of the same names in the store.
+class DATASTORAGE_EXPORT dtsr_cDataSeriesBase {
+ public:
+  dtsr_cDataSeriesBase(const dtsr_cDataSeriesBase&) = default;
+  dtsr_cDataSeriesBase& operator=(const dtsr_cDataSeriesBase&) = default;
+  virtual ~dtsr_cDataSeriesBase();
+
+  /// How many data the store has room for.
+  virtual int Size() const = 0;
+  /// The number of valid data: also the linear index of the next datum, as long as the store is not full.
+  virtual int NextWriteIndex() const = 0;
+  /// Makes the series empty.
+  virtual void ResetWriteIndex() = 0;
+  /// The oldest datum whose tag equals `tag`, -1 when there is none. The kind of the tag is always compared
+  /// with that of the series, the time when `compareTime` is set. Goes through all tags one by one.
+  virtual int DataIndex(const dtsr_cDataTag& tag, type_cBoolean compareTime) const;
+  virtual type_cBoolean bHasData(int i);
+  /// Copies the tag of datum i into the caller's tag.
+  virtual void GetTag(int i, dtsr_cDataTag& tag) const = 0;
+  /// A new tag of the kind that the series holds, owned by the caller; null when none is known yet.
+  virtual dtsr_cDataTag* pSampleTag() const = 0;
+  /// The kind of the tags; 0 when none is known yet.
+  virtual unsigned int TagTypeID() const = 0;
+
+  const dtsr_cDimensionArray& DimensionArray() const noexcept { return dimensions_; }
+  int NumberValidData() const { return NextWriteIndex(); }
+  arr_cC_Array<int> NextWriteIndexPosition() const { return dimensions_.IndexPosition(NextWriteIndex()); }
+  arr_cC_Array<double> NextWritePosition() const { return dimensions_.Position(NextWriteIndex()); }
+
+  type_cBoolean bHasData(const arr_cC_Array<int>& indices) { return bHasData(dimensions_.Index(indices)); }
+  type_cBoolean bHasData(const arr_cC_Array<double>& positions) {
+    return bHasData(dimensions_.Index(positions));
+  }
+  void GetTag(const arr_cC_Array<int>& indices, dtsr_cDataTag& tag) const {
+    GetTag(dimensions_.Index(indices), tag);
+  }
+  void GetTag(const arr_cC_Array<double>& positions, dtsr_cDataTag& tag) const {
+    GetTag(dimensions_.Index(positions), tag);
+  }
+
+ protected:
+  explicit dtsr_cDataSeriesBase(const dtsr_cDimensionArray& dimensions) : dimensions_(dimensions) {}
+
+ private:
+  dtsr_cDimensionArray dimensions_;
+};
