@@ -159,7 +159,7 @@ inline constexpr std::size_t WordSize<comp_cComplex<T>> = sizeof(T);
 template <class T>
 void SwapToLittleEndian(T* values, std::int64_t n) {
   static_assert(std::is_trivially_copyable_v<T>);
-  if constexpr (std::endian::native == std::endian::big && WordSize < T >> 1) {
+  if constexpr (std::endian::native == std::endian::big && WordSize<T> != 1) {
     auto* bytes = reinterpret_cast<unsigned char*>(values);
     auto* end = bytes + static_cast<std::size_t>(n) * sizeof(T);
     for (; bytes != end; bytes += WordSize<T>) std::reverse(bytes, bytes + WordSize<T>);

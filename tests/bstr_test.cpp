@@ -1,0 +1,269 @@
+#include <gtest/gtest.h>
+#include <limits>
+#include <string>
+
+#include "disk.h"
+#include <DataStorage/interfaces/bstr.h>
+
+#if __has_include(<sys/resource.h>)
+#include <sys/resource.h>
+#endif
+
+namespace {
+
+constexpr std::int64_t far = std::numeric_limits<std::int64_t>::max();
+
+std::string Read(bstr_cBinary_istream& in, std::int64_t n) {
+  std::string bytes(static_cast<std::size_t>(n), '.');
+  static_cast<void>(in.Read(bytes.data(), n));
+  return bytes;
+}
+
+bool Write(bstr_cBinary_ostream& out, const std::string& bytes) {
+  return out.Write(bytes.data(), static_cast<std::int64_t>(bytes.size()));
+}
+
+void CheckInput(bstr_cBinary_istream& in) {  // of "0123456789"
+  EXPECT_EQ(in.Size(), 10);
+  EXPECT_EQ(Read(in, 4), "0123");
+  EXPECT_TRUE(in.Skip(3));
+  EXPECT_EQ(Read(in, 5), "789..");
+  EXPECT_FALSE(in.bGood());
+  EXPECT_EQ(in.Position(), 7);
+  EXPECT_EQ(Read(in, 1), ".");
+  EXPECT_TRUE(in.Seek(7));
+  EXPECT_EQ(Read(in, 3), "789");
+  EXPECT_TRUE(in.Read(nullptr, 0));
+  EXPECT_EQ(in.Position(), 10);
+
+  for (const std::int64_t n : {std::int64_t{-1}, std::int64_t{6}, far, -far}) {
+    EXPECT_TRUE(in.Seek(5) && in.bGood());
+    EXPECT_FALSE(in.Skip(n)) << n;
+    EXPECT_FALSE(in.Skip(0));
+    EXPECT_TRUE(in.Seek(10));
+    EXPECT_FALSE(in.Seek(n < 0 ? n : 11));
+    EXPECT_FALSE(in.bGood());
+    EXPECT_EQ(in.Position(), 10);
+  }
+  EXPECT_TRUE(in.Seek(0));
+  EXPECT_FALSE(in.Read(nullptr, -1));
+}
+
+void CheckOutput(bstr_cBinary_ostream& out) {  // leaves "abXYZf", a gap of 2 and "!"
+  EXPECT_TRUE(Write(out, "abcdef"));
+  EXPECT_TRUE(out.SetEnd(2));
+  EXPECT_TRUE(Write(out, "XYZ"));
+  EXPECT_EQ(out.Position(), 5);
+  EXPECT_FALSE(out.Seek(-1));
+  EXPECT_FALSE(Write(out, "?"));
+  EXPECT_TRUE(out.Seek(8));
+  EXPECT_FALSE(out.Write("", -1));
+  EXPECT_TRUE(out.Seek(8));
+  EXPECT_TRUE(Write(out, "!"));
+  EXPECT_TRUE(out.Seek(far));
+  EXPECT_FALSE(Write(out, "??"));
+  EXPECT_FALSE(out.bGood());
+}
+
+TEST(RawStream, KeepsItsContractInMemoryAndOnFile) {
+  const std::string written("abXYZf\0\0!", 9);
+  bstr_cMemory_istream memory_in("0123456789", 10);
+  CheckInput(memory_in);
+  bstr_cMemory_ostream memory_out;
+  CheckOutput(memory_out);
+  EXPECT_EQ(std::string(static_cast<const char*>(memory_out.Data()), 9), written);
+  EXPECT_EQ(memory_out.Size(), 9);
+
+  const TempFile file;
+  file.SetBytes("0123456789");
+  CheckInput(bstr_cBinary_fstream(file.Path(), bstr_OpenReadOnly).Input());
+  CheckOutput(bstr_cBinary_fstream(file.Path(), bstr_CreateEmpty).Output());
+  EXPECT_EQ(file.Bytes(), written);
+}
+
+TEST(RawStream, WritesNumbersLittleEndian) {
+  const comp_cComplex<float> numbers[] = {{1, -2}, {0.5F, 0}};
+  bstr_cMemory_ostream out;
+  EXPECT_TRUE(bstr_WriteFields(out, std::int32_t{0x01020304}, std::uint16_t{0xABCD}));
+  EXPECT_TRUE(bstr_WriteNumbers(out, numbers, 2));
+  const std::string bytes(static_cast<const char*>(out.Data()), static_cast<std::size_t>(out.Size()));
+  EXPECT_EQ(bytes, std::string("\4\3\2\1\xCD\xAB\0\0\x80\x3f\0\0\0\xc0\0\0\0\x3f\0\0\0\0", 22));
+
+  bstr_cMemory_istream in(bytes.data(), 10);
+  std::int32_t first = 7;
+  std::uint16_t second = 7;
+  EXPECT_TRUE(bstr_ReadFields(in, first, second));
+  EXPECT_FALSE(bstr_ReadFields(in, second, first)) << "two bytes short";
+  EXPECT_TRUE(first == 0x01020304 && second == 0xABCD);
+}
+
+TEST(MemoryStream, FailsWhereThereIsNotEnoughMemory) {
+#if defined(__SANITIZE_ADDRESS__)
+  GTEST_SKIP() << "this sanitizer ends the program instead";
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+  GTEST_SKIP() << "this sanitizer ends the program instead";
+#endif
+#endif
+  bstr_cMemory_ostream out;
+  EXPECT_TRUE(Write(out, "a"));
+  EXPECT_TRUE(out.Seek(far - 10));
+  EXPECT_FALSE(Write(out, "b"));
+  EXPECT_EQ(out.Size(), 1);
+  EXPECT_TRUE(out.Seek(1) && Write(out, "b"));
+}
+
+TEST(FileStream, OpensAsAsked) {
+  struct Case {
+    bstr_eAccess access;
+    bool exists, in, out;
+    const char* after;
+  };
+  const TempFile file;
+  for (const Case& c :
+       {Case{bstr_CreateOrOpen, true, true, true, "old"}, Case{bstr_CreateOrOpen, false, true, true, ""},
+        Case{bstr_CreateEmpty, true, true, true, ""}, Case{bstr_CreateEmpty, false, true, true, ""},
+        Case{bstr_OpenExisting, true, true, true, "old"},
+        Case{bstr_OpenExisting, false, false, false, nullptr},
+        Case{bstr_OpenReadOnly, true, true, false, "old"},
+        Case{bstr_OpenReadOnly, false, false, false, nullptr}}) {
+    std::remove(file.Path().CString());
+    if (c.exists) file.SetBytes("old");
+    bstr_cBinary_fstream stream(file.Path(), c.access);
+    EXPECT_TRUE(stream.Path() == file.Path());
+    EXPECT_EQ(stream.Input().bGood() && stream.Input().Seek(0), c.in) << c.access;
+    EXPECT_EQ(stream.Output().bGood() && stream.Output().Seek(0), c.out) << c.access;
+    EXPECT_FALSE(!c.out && (Write(stream.Output(), "x") || stream.Output().Seek(0)));
+    EXPECT_EQ(file.bExists(), c.after != nullptr);
+    EXPECT_EQ(file.Bytes(), c.after != nullptr ? c.after : "") << c.access;
+  }
+  file.SetBytes("old");
+  const str_cString zero_inside = file.Path() + str_cString("\0tail", 5);
+  for (const str_cString& path : {str_cString(testing::TempDir().c_str()), str_cString(), zero_inside}) {
+    bstr_cBinary_fstream stream(path, bstr_OpenReadOnly);
+    EXPECT_FALSE(stream.Input().bGood() || stream.Input().Seek(0) || stream.Input().Size() != 0);
+  }
+}
+
+TEST(FileStream, WindowHidesNoWriteThroughAnyCopy) {
+  const TempFile file;
+  bstr_cBinary_fstream stream(file.Path());
+  EXPECT_TRUE(Write(stream.Output(), "0123456789"));
+  EXPECT_EQ(Read(stream.Input(), 2), "01");
+
+  bstr_cBinary_fstream copy(stream), assigned("", bstr_OpenReadOnly);
+  assigned = copy;
+  EXPECT_TRUE(copy.Output().Seek(2));
+  EXPECT_TRUE(Write(copy.Output(), "ab") && Write(stream.Output(), "X"));
+  EXPECT_EQ(Read(stream.Input(), 3), "ab4");
+  EXPECT_EQ(Read(copy.Input(), 2), "ab");
+  EXPECT_EQ(Read(assigned.Input(), 9), "ab456789X");
+  EXPECT_TRUE(Write(assigned.Output(), "Y"));
+  EXPECT_EQ(Read(stream.Input(), 7), "56789Y.") << "the assigned copy wrote where the original stood";
+  EXPECT_FALSE(stream.Input().bGood());
+
+  // What another object appends is seen behind the end that the window knows.
+  bstr_cBinary_fstream other(file.Path());
+  EXPECT_TRUE(other.Output().Seek(11) && Write(other.Output(), "Z"));
+  EXPECT_TRUE(copy.Input().Seek(11));
+  EXPECT_EQ(Read(copy.Input(), 1), "Z");
+}
+
+TEST(FileStream, AsksTheSystemSeldom) {
+  const TempFile file;
+  std::string bytes(200000, '\0');
+  for (std::size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<char>(i % 251);
+  file.SetBytes(bytes);
+  bstr_cBinary_fstream stream(file.Path());
+  const FaultyDisk disk;
+  auto& in = stream.Input();
+  for (std::size_t i = 0; i < bytes.size(); i += 40) ASSERT_EQ(Read(in, 40), bytes.substr(i, 40));
+  EXPECT_LE(disk.count, 4);
+  disk.count = 0;
+  EXPECT_TRUE(in.Seek(100) && Read(in, 150000) == bytes.substr(100, 150000));
+  EXPECT_EQ(disk.count, 1);
+  EXPECT_TRUE(in.Seek(10) && Read(in, 20) == bytes.substr(10, 20));
+  disk.count = 0;
+  EXPECT_TRUE(Read(in, 5000) == bytes.substr(30, 5000)) << "partly from the window";
+  EXPECT_TRUE(stream.Output().Seek(7) && stream.Output().SetEnd(9) && Write(stream.Output(), bytes));
+  EXPECT_LE(disk.count, 2);
+}
+
+TEST(FileStream, RefusesToPassTheLargestPosition) {
+  const TempFile file;
+  bstr_cBinary_fstream stream(file.Path());
+  const FaultyDisk disk;
+  detail::file_calls.write_at = [](std::intptr_t, const void*, std::int64_t n, std::int64_t) {
+    ++FaultyDisk::count;
+    return n;
+  };
+  auto& out = stream.Output();
+  EXPECT_TRUE(out.Seek(2147483647 - 4));
+  EXPECT_FALSE(Write(out, "12345") || out.bGood());
+  EXPECT_EQ(disk.count, 0);
+  EXPECT_TRUE(out.Seek(2147483647 - 4) && Write(out, "1234"));
+  EXPECT_FALSE(Write(out, "5"));
+  EXPECT_EQ(disk.count, 1);
+}
+
+TEST(FileStream, EveryFaultShowsAndPasses) {
+  const TempFile file;
+  const std::string longer(10000, 'L');
+  const auto use = [&](bstr_cBinary_istream& in, bstr_cBinary_ostream& out) {
+    return in.Seek(3) && out.Seek(0) && Write(out, "head") && Write(out, longer) && in.Seek(2) &&
+           Read(in, 3) == "adL" && Read(in, 9999) == longer.substr(1);
+  };
+  for (const std::int64_t longest_move : {far, std::int64_t{1000}}) {
+    int fault = -1;
+    for (bool failed = true; failed;) {
+      file.SetBytes("old");
+      FaultyDisk disk;
+      disk.longest_move = longest_move;
+      disk.failing_call = ++fault;
+      bstr_cBinary_fstream stream(file.Path());
+      auto& in = stream.Input();
+      auto& out = stream.Output();
+      EXPECT_TRUE(in.bGood() == (fault > 0) && out.bGood() == (fault > 0));
+      failed = !use(in, out);
+      EXPECT_EQ(failed, !in.bGood() || !out.bGood()) << fault;
+      disk.failing_call = -1;
+      EXPECT_EQ(use(in, out), fault > 0) << "the next seek makes it good, whatever call " << fault << " did";
+    }
+    EXPECT_EQ(fault, longest_move == far ? 5 : 24);
+  }
+}
+
+TEST(FileStream, FailedWriteStaysWhereItBegan) {
+  const TempFile file;
+  bstr_cBinary_fstream stream(file.Path());
+  auto& out = stream.Output();
+  EXPECT_TRUE(Write(out, "ab"));
+  {
+    FaultyDisk disk;
+    disk.failing_call = 0;
+    EXPECT_FALSE(Write(out, "cdef"));
+  }
+  EXPECT_FALSE(Write(out, "x"));
+  EXPECT_EQ(out.Position(), 2);
+  EXPECT_EQ(file.Bytes(), "abcd");
+  EXPECT_TRUE(out.Seek(2) && Write(out, "CD"));
+  EXPECT_EQ(file.Bytes(), "abCD");
+}
+
+#if defined(RLIMIT_FSIZE) && !defined(DATASTORAGE_PLAIN_SYSTEM)
+TEST(FileStream, OutlivesTheFileSizeLimit) {
+  const TempFile file;
+  bstr_cBinary_fstream stream(file.Path());
+  rlimit before;
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+  const rlimit small = {5, before.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
+  EXPECT_FALSE(Write(stream.Output(), "0123456789"));
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+  EXPECT_EQ(stream.Output().Position(), 0);
+  EXPECT_TRUE(stream.Output().Seek(0) && Write(stream.Output(), "0123456789"));
+  EXPECT_EQ(file.Bytes(), "0123456789");
+}
+#endif
+
+}  // namespace

@@ -1,0 +1,74 @@
+#pragma once
+
+#include <cstdio>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <limits>
+#include <sstream>
+#include <string>
+#include <utility>
+
+#include <DataStorage/interfaces/str.h>
+#include <Utility/system.h>
+
+/// A path of the running test's own, with no file there before and after.
+class TempFile {
+ public:
+  explicit TempFile(const std::string& name = "file") {
+    const auto* test = testing::UnitTest::GetInstance()->current_test_info();
+    path_ = testing::TempDir() + test->test_suite_name() + "." + test->name() + "." + name;
+    for (char& c : path_) c = c == '/' && &c > path_.data() + testing::TempDir().size() ? '_' : c;
+    std::remove(path_.c_str());
+  }
+  TempFile(const TempFile&) = delete;
+  TempFile& operator=(const TempFile&) = delete;
+  ~TempFile() { std::remove(path_.c_str()); }
+
+  str_cString Path() const { return str_cString(path_.c_str()); }
+  void SetBytes(const std::string& bytes) const { std::ofstream(path_, std::ios::binary) << bytes; }
+  std::string Bytes() const {
+    return (std::ostringstream() << std::ifstream(path_, std::ios::binary).rdbuf()).str();
+  }
+  bool bExists() const { return std::ifstream(path_).good(); }
+
+ private:
+  std::string path_;
+};
+
+/// Stands between file streams and the system while it lives: counts the calls, makes one of them fail (0 is
+/// the next one) and may move less than it was asked to.
+class FaultyDisk {
+ public:
+  FaultyDisk() : calls_(std::exchange(detail::file_calls, {Open, ReadAt, WriteAt, Size, real.close})) {
+    count = 0;
+    failing_call = -1;
+    longest_move = std::numeric_limits<std::int64_t>::max();
+  }
+  FaultyDisk(const FaultyDisk&) = delete;
+  FaultyDisk& operator=(const FaultyDisk&) = delete;
+  ~FaultyDisk() { detail::file_calls = calls_; }
+
+  static inline int count = 0;
+  static inline int failing_call = -1;
+  static inline std::int64_t longest_move = 0;
+
+ private:
+  static inline const detail::FileCalls real = detail::file_calls;
+
+  static bool bFails() { return count++ == failing_call; }
+  static std::intptr_t Open(const char* path, bstr_eAccess access) {
+    return bFails() ? detail::NoFile : real.open(path, access);
+  }
+  static std::int64_t ReadAt(std::intptr_t file, void* bytes, std::int64_t n, std::int64_t position) {
+    return bFails() ? -1 : real.read_at(file, bytes, std::min(n, longest_move), position);
+  }
+  /// A failing write still gets half of its bytes to the disk, as one that runs full does.
+  static std::int64_t WriteAt(std::intptr_t file, const void* bytes, std::int64_t n, std::int64_t position) {
+    if (!bFails()) return real.write_at(file, bytes, std::min(n, longest_move), position);
+    real.write_at(file, bytes, n / 2, position);
+    return -1;
+  }
+  static std::int64_t Size(std::intptr_t file) { return bFails() ? -1 : real.size(file); }
+
+  detail::FileCalls calls_;
+};
