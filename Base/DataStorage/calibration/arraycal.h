@@ -1,0 +1,184 @@
+#pragma once
+
+#include <limits>
+
+#include <DataStorage/interfaces/export.h>
+#include <DataStorage/interfaces/tgio.h>
+#include <DataStorage/interfaces/type.h>
+
+/// Calibrations map the indices of array elements to physical positions along an axis. Every index step is
+/// the same distance `delta`; the reference element, at index `calIndex`, lies at position `offset`. Any
+/// delta is accepted, zero and negative ones included.
+///
+/// Plain values: separate objects may be used from separate threads.
+
+/// The calibration of one axis.
+class DATASTORAGE_EXPORT cal_cArrayCal {
+ public:
+  /// The fraction of a delta by which the cell of an index begins early, so that a position with a small
+  /// rounding error still finds its index.
+  static constexpr double RoundFactor = 1e-6;
+
+  constexpr cal_cArrayCal(double offset = 0.0, double delta = 1.0, int calIndex = 0) noexcept
+      : offset_(offset), delta_(delta), calIndex_(calIndex) {}
+
+  constexpr double Offset() const noexcept { return offset_; }
+  constexpr double Delta() const noexcept { return delta_; }
+  constexpr int CalIndex() const noexcept { return calIndex_; }
+  constexpr void SetOffset(double offset) noexcept { offset_ = offset; }
+  constexpr void SetDelta(double delta) noexcept { delta_ = delta; }
+  constexpr void SetCalIndex(int calIndex) noexcept { calIndex_ = calIndex; }
+
+  /// The position of an index. The distance from the reference index is taken in 32 bits and wraps there.
+  constexpr double Position(int index) const noexcept {
+    const unsigned steps = static_cast<unsigned>(index) - static_cast<unsigned>(calIndex_);
+    return static_cast<double>(static_cast<int>(steps)) * delta_ + offset_;
+  }
+  constexpr double Distance(int count) const noexcept { return static_cast<double>(count) * delta_; }
+  /// The index in whose cell a position lies: the cell of index k begins `RoundFactor` of a delta before
+  /// Position(k) and ends where the next one begins. Results beyond the range of int become its nearest end;
+  /// where there is no result (not-a-number, or 0 / 0 with a delta of zero) it is INT_MIN, which no array
+  /// has.
+  int Index(double position) const noexcept;
+  /// The number of indices that cover a distance; limited like Index, and 0 where there is no result.
+  int NumIndices(double distance) const noexcept;
+
+  /// The calibration of the elements from index `start` on, when these become an array of their own: the same
+  /// elements keep the same positions. The reference element is kept on demand, which is meant for one that
+  /// is among these elements; otherwise the new first element becomes it.
+  cal_cArrayCal Rebased(int start, bool keepReference) const noexcept;
+
+  /// Exact, without tolerance.
+  int operator==(const cal_cArrayCal& other) const noexcept;
+  int operator!=(const cal_cArrayCal& other) const noexcept { return !(*this == other); }
+
+ private:
+  double offset_;
+  double delta_;
+  int calIndex_;
+};
+
+/// The persistent calibration of one axis, called X.
+class DATASTORAGE_EXPORT cal_c1DArrayCal : public tgio_cTaggedStreamObject {
+ public:
+  static const tgio_cObjectType _ObjectType;
+  /// Stands for "no calibration given" where callers need such a value; recognised by its identity.
+  static const cal_c1DArrayCal Null;
+  /// What the library fills in where no calibration is given.
+  static const cal_c1DArrayCal Default;
+
+  constexpr cal_c1DArrayCal(double offsetX = 0.0, double deltaX = 1.0, int calIndexX = 0) noexcept
+      : x_(offsetX, deltaX, calIndexX) {}
+  constexpr explicit cal_c1DArrayCal(const cal_cArrayCal& x) noexcept : x_(x) {}
+
+  double OffsetX() const noexcept { return x_.Offset(); }
+  double DeltaX() const noexcept { return x_.Delta(); }
+  int CalIndexX() const noexcept { return x_.CalIndex(); }
+  void SetOffsetX(double offset) noexcept { x_.SetOffset(offset); }
+  void SetDeltaX(double delta) noexcept { x_.SetDelta(delta); }
+  void SetCalIndexX(int calIndex) noexcept { x_.SetCalIndex(calIndex); }
+  double PositionX(int index) const noexcept { return x_.Position(index); }
+  int IndexX(double position) const noexcept { return x_.Index(position); }
+  double DistanceX(int count) const noexcept { return x_.Distance(count); }
+  int NumIndicesX(double distance) const noexcept { return x_.NumIndices(distance); }
+
+  /// The axis as a plain value.
+  const cal_cArrayCal& AxisX() const noexcept { return x_; }
+  /// See cal_cArrayCal::Rebased.
+  cal_c1DArrayCal Rebased(int startX, bool keepReference) const noexcept {
+    return cal_c1DArrayCal(x_.Rebased(startX, keepReference));
+  }
+
+  int operator==(const cal_c1DArrayCal& other) const noexcept { return x_ == other.x_; }
+  int operator!=(const cal_c1DArrayCal& other) const noexcept { return x_ != other.x_; }
+  /// Whether this is the object `Null` itself.
+  type_cBoolean IsNull() const noexcept { return this == &Null; }
+
+  const tgio_cObjectType& ObjectType() const override { return _ObjectType; }
+  /// An atom that the stream does not hold takes its default: offset 0, delta 1, index 0. When false is
+  /// returned the calibration is as it was.
+  type_cBoolean Read(tgio_cASCII_istream& in) override;
+  type_cBoolean Read(tgio_cBinary_istream& in) override;
+  type_cBoolean Write(tgio_cASCII_ostream& out) const override;
+  type_cBoolean Write(tgio_cBinary_ostream& out) const override;
+
+ private:
+  cal_cArrayCal x_;
+};
+
+/// The persistent calibration of a plane: one axis X and one axis Y.
+class DATASTORAGE_EXPORT cal_c2DArrayCal : public tgio_cTaggedStreamObject {
+ public:
+  static const tgio_cObjectType _ObjectType;
+  /// As for cal_c1DArrayCal.
+  static const cal_c2DArrayCal Null;
+  static const cal_c2DArrayCal Default;
+
+  constexpr cal_c2DArrayCal(double offsetX = 0.0, double offsetY = 0.0, double deltaX = 1.0,
+                            double deltaY = 1.0, int calIndexX = 0, int calIndexY = 0) noexcept
+      : x_(offsetX, deltaX, calIndexX), y_(offsetY, deltaY, calIndexY) {}
+  constexpr cal_c2DArrayCal(const cal_cArrayCal& x, const cal_cArrayCal& y) noexcept : x_(x), y_(y) {}
+
+  double OffsetX() const noexcept { return x_.Offset(); }
+  double DeltaX() const noexcept { return x_.Delta(); }
+  int CalIndexX() const noexcept { return x_.CalIndex(); }
+  void SetOffsetX(double offset) noexcept { x_.SetOffset(offset); }
+  void SetDeltaX(double delta) noexcept { x_.SetDelta(delta); }
+  void SetCalIndexX(int calIndex) noexcept { x_.SetCalIndex(calIndex); }
+  double PositionX(int index) const noexcept { return x_.Position(index); }
+  int IndexX(double position) const noexcept { return x_.Index(position); }
+  double DistanceX(int count) const noexcept { return x_.Distance(count); }
+  int NumIndicesX(double distance) const noexcept { return x_.NumIndices(distance); }
+
+  double OffsetY() const noexcept { return y_.Offset(); }
+  double DeltaY() const noexcept { return y_.Delta(); }
+  int CalIndexY() const noexcept { return y_.CalIndex(); }
+  void SetOffsetY(double offset) noexcept { y_.SetOffset(offset); }
+  void SetDeltaY(double delta) noexcept { y_.SetDelta(delta); }
+  void SetCalIndexY(int calIndex) noexcept { y_.SetCalIndex(calIndex); }
+  double PositionY(int index) const noexcept { return y_.Position(index); }
+  int IndexY(double position) const noexcept { return y_.Index(position); }
+  double DistanceY(int count) const noexcept { return y_.Distance(count); }
+  int NumIndicesY(double distance) const noexcept { return y_.NumIndices(distance); }
+
+  /// One axis as a calibration of its own.
+  cal_c1DArrayCal CalX() const noexcept { return cal_c1DArrayCal(x_); }
+  cal_c1DArrayCal CalY() const noexcept { return cal_c1DArrayCal(y_); }
+  /// The axes as plain values.
+  const cal_cArrayCal& AxisX() const noexcept { return x_; }
+  const cal_cArrayCal& AxisY() const noexcept { return y_; }
+  /// See cal_cArrayCal::Rebased. Both axes go together: the reference is kept when the reference *point* is
+  /// among the elements.
+  cal_c2DArrayCal Rebased(int startX, int startY, bool keepReference) const noexcept {
+    return {x_.Rebased(startX, keepReference), y_.Rebased(startY, keepReference)};
+  }
+
+  int operator==(const cal_c2DArrayCal& other) const noexcept { return x_ == other.x_ && y_ == other.y_; }
+  int operator!=(const cal_c2DArrayCal& other) const noexcept { return !(*this == other); }
+  /// Whether this is the object `Null` itself.
+  type_cBoolean IsNull() const noexcept { return this == &Null; }
+
+  const tgio_cObjectType& ObjectType() const override { return _ObjectType; }
+  /// As for cal_c1DArrayCal.
+  type_cBoolean Read(tgio_cASCII_istream& in) override;
+  type_cBoolean Read(tgio_cBinary_istream& in) override;
+  type_cBoolean Write(tgio_cASCII_ostream& out) const override;
+  type_cBoolean Write(tgio_cBinary_ostream& out) const override;
+
+ private:
+  cal_cArrayCal x_;
+  cal_cArrayCal y_;
+};
+
+namespace detail {
+
+/// Arithmetic on indices and their counts: results beyond the range of int become its nearest end, so that a
+/// count that overflows is refused as too large instead of passing for a small one.
+constexpr int LimitToInt(long long value) noexcept {
+  constexpr long long low = std::numeric_limits<int>::min(), high = std::numeric_limits<int>::max();
+  return static_cast<int>(value < low ? low : value > high ? high : value);
+}
+constexpr int AddIndices(int a, int b) noexcept { return LimitToInt(static_cast<long long>(a) + b); }
+constexpr int SubtractIndices(int a, int b) noexcept { return LimitToInt(static_cast<long long>(a) - b); }
+
+}  // namespace detail

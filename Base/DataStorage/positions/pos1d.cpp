@@ -1,0 +1,61 @@
+#include <DataStorage/interfaces/atoms.h>
+#include <DataStorage/positions/change.h>
+#include <DataStorage/positions/pos1d.h>
+
+namespace {
+
+constexpr detail::ChangeMessages messages{pos_1DPositionChanging, pos_1DPositionChanged};
+
+using Data = pos_c1DPosition::sPositionData;
+
+std::array<detail::DoubleAtom, 1> Atoms(Data& data) { return {{{{pos_X_Tag, pos_X_String}, &data.X}}}; }
+
+template <class Stream>
+bool Read(Stream& in, pos_c1DPosition& position) {
+  Data data;
+  if (!detail::ReadAtoms(in, data)) return false;
+  position.SetX(data.X);
+  return true;
+}
+
+template <class Stream>
+bool Write(Stream& out, const pos_c1DPosition& position) {
+  Data data;
+  data.X = position.X();
+  return detail::WriteDoubles(out, Atoms(data));
+}
+
+}  // namespace
+
+pos_s1DPositionChange::~pos_s1DPositionChange() = default;
+
+type_cBoolean pos_c1DPosition::sPositionData::ReadAtom(tgio_cBinary_istream& in) {
+  return detail::ReadDouble(in, Atoms(*this)) || tgio_cTaggedStreamObject::ReadAtom(in);
+}
+type_cBoolean pos_c1DPosition::sPositionData::ReadAtom(tgio_cASCII_istream& in) {
+  return detail::ReadDouble(in, Atoms(*this)) || tgio_cTaggedStreamObject::ReadAtom(in);
+}
+
+pos_c1DPosition& pos_c1DPosition::operator=(const pos_c1DPosition& other) {
+  if (this != &other) SetX(other.x_);
+  return *this;
+}
+
+void pos_c1DPosition::SetX(double x) {
+  if (x == x_) return;
+  if (!bHasReceivers()) {
+    x_ = x;
+    return;
+  }
+  pos_s1DPositionChange change(*this, x);
+  detail::Announce(*this, messages, change, [&] {
+    x_ = change.Modified ? change.NewPosition.x_ : x;
+    change.NewPosition.x_ = x_;  // also where a receiver rewrote it without saying so
+    return true;
+  });
+}
+
+type_cBoolean pos_c1DPosition::Read(tgio_cASCII_istream& in) { return ::Read(in, *this); }
+type_cBoolean pos_c1DPosition::Read(tgio_cBinary_istream& in) { return ::Read(in, *this); }
+type_cBoolean pos_c1DPosition::Write(tgio_cASCII_ostream& out) const { return ::Write(out, *this); }
+type_cBoolean pos_c1DPosition::Write(tgio_cBinary_ostream& out) const { return ::Write(out, *this); }

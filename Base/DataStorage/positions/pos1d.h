@@ -1,0 +1,71 @@
+#pragma once
+
+#include <DataStorage/interfaces/constants.h>
+#include <DataStorage/interfaces/mesg.h>
+#include <DataStorage/interfaces/tgio.h>
+
+struct pos_s1DPositionChange;
+
+/// A position on one axis, in physical units, that tells its receivers of every change.
+///
+/// A new value is first offered (`pos_1DPositionChanging`): a receiver may limit it by rewriting the
+/// payload's NewPosition and setting Modified. The value then adopted is announced (`pos_1DPositionChanged`),
+/// also when a limit has set it back to the old one. Copies have no receivers. A receiver must not destroy
+/// the position whose message it is being given. When a receiver throws, the exception reaches the caller;
+/// the position keeps the value that it has by then.
+class DATASTORAGE_EXPORT pos_c1DPosition : public tgio_cTaggedStreamObject, public mesg_cSender {
+ public:
+  /// The coordinate as it is read from a tagged stream; 0 where the stream does not hold it.
+  struct DATASTORAGE_EXPORT sPositionData : public tgio_cTaggedStreamObject {
+    double X = 0;
+    type_cBoolean ReadAtom(tgio_cBinary_istream& in) override;
+    type_cBoolean ReadAtom(tgio_cASCII_istream& in) override;
+  };
+
+  static const tgio_cObjectType _ObjectType;
+  /// Stands for "no position given"; recognised by its identity.
+  static const pos_c1DPosition Null;
+
+  constexpr pos_c1DPosition(double x = 0) noexcept : x_(x) {}
+  pos_c1DPosition(const pos_c1DPosition& other) noexcept : pos_c1DPosition(other.x_) {}
+  /// A change like any other, with messages and limits.
+  pos_c1DPosition& operator=(const pos_c1DPosition& other);
+
+  double X() const noexcept { return x_; }
+  /// Changes the coordinate; does nothing when it has that value already.
+  virtual void SetX(double x);
+
+  pos_c1DPosition operator+(const pos_c1DPosition& other) const noexcept { return x_ + other.x_; }
+  pos_c1DPosition operator-(const pos_c1DPosition& other) const noexcept { return x_ - other.x_; }
+  /// Exact, without tolerance.
+  int operator==(const pos_c1DPosition& other) const noexcept { return x_ == other.x_; }
+  int operator!=(const pos_c1DPosition& other) const noexcept { return !(*this == other); }
+  /// Whether this is the object `Null` itself.
+  type_cBoolean IsNull() const noexcept { return this == &Null; }
+
+  const tgio_cObjectType& ObjectType() const override { return _ObjectType; }
+  /// What was read is set like any other change. When false is returned the position is as it was.
+  type_cBoolean Read(tgio_cASCII_istream& in) override;
+  type_cBoolean Read(tgio_cBinary_istream& in) override;
+  type_cBoolean Write(tgio_cASCII_ostream& out) const override;
+  type_cBoolean Write(tgio_cBinary_ostream& out) const override;
+
+ private:
+  double x_;
+};
+
+/// What a 1D position sends with its messages.
+struct DATASTORAGE_EXPORT pos_s1DPositionChange : public mesg_sMessageData {
+  pos_c1DPosition OldPosition;
+  pos_c1DPosition NewPosition;  ///< the proposal, which receivers may rewrite
+  bool Modified = false;        ///< set by a receiver that has rewritten the proposal
+
+  pos_s1DPositionChange(const pos_s1DPositionChange&) = default;
+  pos_s1DPositionChange& operator=(const pos_s1DPositionChange&) = default;
+
+ private:
+  friend class pos_c1DPosition;
+  pos_s1DPositionChange(const pos_c1DPosition& from, const pos_c1DPosition& to) noexcept
+      : OldPosition(from), NewPosition(to) {}
+  ~pos_s1DPositionChange() override;
+};

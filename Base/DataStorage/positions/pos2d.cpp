@@ -1,0 +1,96 @@
+#include <DataStorage/interfaces/atoms.h>
+#include <DataStorage/positions/change.h>
+#include <DataStorage/positions/pos2d.h>
+
+namespace {
+
+constexpr detail::ChangeMessages messages{pos_2DPositionChanging, pos_2DPositionChanged};
+
+using Data = pos_c2DPosition::sPositionData;
+
+std::array<detail::DoubleAtom, 2> Atoms(Data& data) {
+  return {{{{pos_X_Tag, pos_X_String}, &data.X}, {{pos_Y_Tag, pos_Y_String}, &data.Y}}};
+}
+
+template <class Stream>
+bool Read(Stream& in, pos_c2DPosition& position) {
+  Data data;
+  if (!detail::ReadAtoms(in, data)) return false;
+  position.SetPosition(data.X, data.Y);
+  return true;
+}
+
+template <class Stream>
+bool Write(Stream& out, const pos_c2DPosition& position) {
+  Data data;
+  data.X = position.X();
+  data.Y = position.Y();
+  return detail::WriteDoubles(out, Atoms(data));
+}
+
+}  // namespace
+
+/// Learns when a receiver destroys the position in the middle of its change.
+class pos_c2DPosition::ChangeInProgress {
+ public:
+  explicit ChangeInProgress(pos_c2DPosition& position) noexcept
+      : position_(&position), outer_(position.change_) {
+    position.change_ = this;
+  }
+  ChangeInProgress(const ChangeInProgress&) = delete;
+  ChangeInProgress& operator=(const ChangeInProgress&) = delete;
+  ~ChangeInProgress() {
+    if (!bEnded()) position_->change_ = outer_;
+  }
+
+  bool bEnded() const noexcept { return position_ == nullptr; }
+
+ private:
+  friend class pos_c2DPosition;
+  pos_c2DPosition* position_;
+  ChangeInProgress* outer_;
+};
+
+pos_s2DPositionChange::~pos_s2DPositionChange() = default;
+
+type_cBoolean pos_c2DPosition::sPositionData::ReadAtom(tgio_cBinary_istream& in) {
+  return detail::ReadDouble(in, Atoms(*this)) || tgio_cTaggedStreamObject::ReadAtom(in);
+}
+type_cBoolean pos_c2DPosition::sPositionData::ReadAtom(tgio_cASCII_istream& in) {
+  return detail::ReadDouble(in, Atoms(*this)) || tgio_cTaggedStreamObject::ReadAtom(in);
+}
+
+void pos_c2DPosition::EndChanges() noexcept {
+  for (ChangeInProgress* each = change_; each != nullptr; each = each->outer_) each->position_ = nullptr;
+}
+
+pos_c2DPosition& pos_c2DPosition::operator=(const pos_c2DPosition& other) {
+  if (this != &other) SetPosition(other.x_, other.y_);
+  return *this;
+}
+
+void pos_c2DPosition::SetPosition(double x, double y) {
+  if (x == x_ && y == y_) return;
+  if (!bHasReceivers()) {
+    x_ = x;
+    y_ = y;
+    return;
+  }
+  const ChangeInProgress progress(*this);
+  pos_s2DPositionChange change(*this, {x, y});
+  detail::Announce(*this, messages, change, [&] {
+    if (progress.bEnded()) return false;
+    x_ = change.Modified ? change.NewPosition.x_ : x;
+    y_ = change.Modified ? change.NewPosition.y_ : y;
+    change.NewPosition.x_ = x_;  // also where a receiver rewrote it without saying so
+    change.NewPosition.y_ = y_;
+    return true;
+  });
+}
+
+void pos_c2DPosition::Move(double dx, double dy) { SetPosition(x_ + dx, y_ + dy); }
+
+type_cBoolean pos_c2DPosition::Read(tgio_cASCII_istream& in) { return ::Read(in, *this); }
+type_cBoolean pos_c2DPosition::Read(tgio_cBinary_istream& in) { return ::Read(in, *this); }
+type_cBoolean pos_c2DPosition::Write(tgio_cASCII_ostream& out) const { return ::Write(out, *this); }
+type_cBoolean pos_c2DPosition::Write(tgio_cBinary_ostream& out) const { return ::Write(out, *this); }

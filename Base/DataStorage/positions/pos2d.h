@@ -1,0 +1,82 @@
+#pragma once
+
+#include <DataStorage/interfaces/constants.h>
+#include <DataStorage/interfaces/mesg.h>
+#include <DataStorage/interfaces/tgio.h>
+
+struct pos_s2DPositionChange;
+
+/// A position in a plane, in physical units, that tells its receivers of every change, as pos_c1DPosition
+/// does (`pos_2DPositionChanging`, `pos_2DPositionChanged`). A receiver may destroy the position whose
+/// message it is being given, also by way of the list that owns it; the change ends there.
+class DATASTORAGE_EXPORT pos_c2DPosition : public tgio_cTaggedStreamObject, public mesg_cSender {
+ public:
+  /// The coordinates as they are read from a tagged stream; 0 where the stream does not hold them.
+  struct DATASTORAGE_EXPORT sPositionData : public tgio_cTaggedStreamObject {
+    double X = 0;
+    double Y = 0;
+    type_cBoolean ReadAtom(tgio_cBinary_istream& in) override;
+    type_cBoolean ReadAtom(tgio_cASCII_istream& in) override;
+  };
+
+  static const tgio_cObjectType _ObjectType;
+  /// Stands for "no position given"; recognised by its identity.
+  static const pos_c2DPosition Null;
+
+  constexpr pos_c2DPosition(double x = 0, double y = 0) noexcept : x_(x), y_(y) {}
+  pos_c2DPosition(const pos_c2DPosition& other) noexcept : pos_c2DPosition(other.x_, other.y_) {}
+  ~pos_c2DPosition() override {
+    if (change_ != nullptr) EndChanges();
+  }
+  /// A change like any other, with messages and limits.
+  pos_c2DPosition& operator=(const pos_c2DPosition& other);
+
+  double X() const noexcept { return x_; }
+  double Y() const noexcept { return y_; }
+  /// Changes both coordinates at once; does nothing when they have these values already.
+  virtual void SetPosition(double x, double y);
+  virtual void Move(double dx, double dy);
+
+  pos_c2DPosition operator+(const pos_c2DPosition& other) const noexcept {
+    return {x_ + other.x_, y_ + other.y_};
+  }
+  pos_c2DPosition operator-(const pos_c2DPosition& other) const noexcept {
+    return {x_ - other.x_, y_ - other.y_};
+  }
+  /// Exact, without tolerance.
+  int operator==(const pos_c2DPosition& other) const noexcept { return x_ == other.x_ && y_ == other.y_; }
+  int operator!=(const pos_c2DPosition& other) const noexcept { return !(*this == other); }
+  /// Whether this is the object `Null` itself.
+  type_cBoolean IsNull() const noexcept { return this == &Null; }
+
+  const tgio_cObjectType& ObjectType() const override { return _ObjectType; }
+  /// What was read is set like any other change. When false is returned the position is as it was.
+  type_cBoolean Read(tgio_cASCII_istream& in) override;
+  type_cBoolean Read(tgio_cBinary_istream& in) override;
+  type_cBoolean Write(tgio_cASCII_ostream& out) const override;
+  type_cBoolean Write(tgio_cBinary_ostream& out) const override;
+
+ private:
+  class ChangeInProgress;
+  void EndChanges() noexcept;
+
+  double x_;
+  double y_;
+  ChangeInProgress* change_ = nullptr;  // the innermost one
+};
+
+/// What a 2D position sends with its messages.
+struct DATASTORAGE_EXPORT pos_s2DPositionChange : public mesg_sMessageData {
+  pos_c2DPosition OldPosition;
+  pos_c2DPosition NewPosition;  ///< the proposal, which receivers may rewrite
+  bool Modified = false;        ///< set by a receiver that has rewritten the proposal
+
+  pos_s2DPositionChange(const pos_s2DPositionChange&) = default;
+  pos_s2DPositionChange& operator=(const pos_s2DPositionChange&) = default;
+
+ private:
+  friend class pos_c2DPosition;
+  pos_s2DPositionChange(const pos_c2DPosition& from, const pos_c2DPosition& to) noexcept
+      : OldPosition(from), NewPosition(to) {}
+  ~pos_s2DPositionChange() override;
+};

@@ -1,0 +1,159 @@
+#pragma once
+
+#include <DataStorage/calibration/arraycal.h>
+#include <DataStorage/positions/axis.h>
+#include <DataStorage/positions/pos1d.h>
+
+class rnge_c1DIndexRange;
+struct rnge_s1DRangeChange;
+
+/// An interval on one axis, in physical units, that tells its receivers of every change and has a centre that
+/// callers can move.
+///
+/// A new interval is first offered (`rnge_1DRangeChanging`): a receiver may limit it by rewriting the
+/// payload's NewRange and setting Modified; it is offered again until nobody objects, at most 10 times. The
+/// interval then adopted is announced (`rnge_1DRangeChanged`). The centre may have limits of its own: the
+/// proposal is shifted to them before it is offered. When the centre is moved by a caller the interval
+/// follows it, with the same two messages.
+///
+/// When a receiver throws before the interval is adopted, interval and centre are as they were. A receiver
+/// must not destroy the range whose message, or whose centre's message, it is being given.
+class DATASTORAGE_EXPORT rnge_c1DRange : public tgio_cTaggedStreamObject,
+                                         public mesg_cSender,
+                                         public mesg_cReceiver {
+ public:
+  /// The ends as they are read from a tagged stream; 0 where the stream does not hold them.
+  struct DATASTORAGE_EXPORT sRangeData : public tgio_cTaggedStreamObject {
+    double Xmin = 0;
+    double Xmax = 0;
+    type_cBoolean ReadAtom(tgio_cBinary_istream& in) override;
+    type_cBoolean ReadAtom(tgio_cASCII_istream& in) override;
+  };
+
+  static const tgio_cObjectType _ObjectType;
+  /// The range from 0 to 0. Given to an operation it stands for "the whole"; recognised by its identity.
+  static const rnge_c1DRange Null;
+
+  /// Between two positions in any order.
+  constexpr rnge_c1DRange(double a = 0, double b = 0) noexcept
+      : rnge_c1DRange({b < a ? b : a, b < a ? a : b}, (a + b) * 0.5) {}
+  /// The cells of the indices; with a negative delta the start lies above the end.
+  rnge_c1DRange(const rnge_c1DIndexRange& indices, const cal_c1DArrayCal& cal) noexcept;
+  /// Without the receivers, also those of the centre.
+  rnge_c1DRange(const rnge_c1DRange& other) noexcept : rnge_c1DRange(other.Ends(), other.CenterX()) {}
+  /// A change like any other, with messages and limits.
+  rnge_c1DRange& operator=(const rnge_c1DRange& other);
+
+  double StartX() const noexcept { return start_; }
+  double EndX() const noexcept { return end_; }
+  double SizeX() const noexcept { return end_ - start_; }
+  double CenterX() const noexcept { return center_.X(); }
+  /// The centre, which belongs to the range; moving it moves the range.
+  pos_c1DPosition& Center();
+  /// The distance from the start of the other range to that of this one.
+  double OffsetX(const rnge_c1DRange& other) const noexcept { return start_ - other.start_; }
+
+  /// Changes both ends, given in any order. Throws expt_cUserException when the limits of the range and of
+  /// its centre do not agree within 10 attempts; the ends are unchanged then, the centre is where the last
+  /// attempt left it.
+  virtual void SetRange(double a, double b);
+  /// Moves the range, keeping its size.
+  void SetCenter(double center);
+  /// Changes the size, keeping the centre.
+  void SetSizeX(double size);
+
+  /// Both ends count as inside, with a tolerance of size x 1e-9; not-a-number is outside.
+  type_cBoolean Contains(double x) const noexcept { return Ends().bContains(x); }
+  type_cBoolean Contains(const pos_c1DPosition& position) const noexcept { return Contains(position.X()); }
+  type_cBoolean Contains(const rnge_c1DRange& other) const noexcept {
+    return Contains(other.start_) && Contains(other.end_);
+  }
+  type_cBoolean Intersects(const rnge_c1DRange& other) const noexcept {
+    return other.Contains(*this) || Contains(other.start_) || Contains(other.end_);
+  }
+  /// With the tolerance that Contains has.
+  int operator==(const rnge_c1DRange& other) const noexcept { return Ends().bEquals(other.Ends()); }
+  int operator!=(const rnge_c1DRange& other) const noexcept { return !(*this == other); }
+  /// What both ranges hold; a copy of `Null` when that is nothing.
+  rnge_c1DRange operator&(const rnge_c1DRange& other) const noexcept;
+  /// Whether this is the object `Null` itself.
+  type_cBoolean IsNull() const noexcept { return this == &Null; }
+
+  const tgio_cObjectType& ObjectType() const override { return _ObjectType; }
+  /// What was read is set by SetRange. When false is returned the range is as it was.
+  type_cBoolean Read(tgio_cASCII_istream& in) override;
+  type_cBoolean Read(tgio_cBinary_istream& in) override;
+  type_cBoolean Write(tgio_cASCII_ostream& out) const override;
+  type_cBoolean Write(tgio_cBinary_ostream& out) const override;
+
+  /// Follows the centre.
+  void ReceiveMessage(unsigned long id, mesg_cSender& sender, mesg_sMessageData* data) override;
+
+ private:
+  constexpr rnge_c1DRange(const detail::Interval& ends, double center) noexcept
+      : start_(ends.start), end_(ends.end), center_(center) {}
+
+  detail::Interval Ends() const noexcept { return {start_, end_}; }
+
+  double start_;
+  double end_;
+  pos_c1DPosition center_;
+  bool updating_ = false;  // the range itself is moving its centre
+  bool attached_ = false;  // to the centre: from the first Center() on, before which nobody else can move it
+};
+
+/// The smallest range that holds both, what lies between them included.
+DATASTORAGE_EXPORT rnge_c1DRange operator|(const rnge_c1DRange& a, const rnge_c1DRange& b) noexcept;
+DATASTORAGE_EXPORT rnge_c1DRange operator|(const rnge_c1DRange& range,
+                                           const pos_c1DPosition& position) noexcept;
+DATASTORAGE_EXPORT rnge_c1DRange operator|(const pos_c1DPosition& position,
+                                           const rnge_c1DRange& range) noexcept;
+
+/// What a 1D range sends with its messages.
+struct DATASTORAGE_EXPORT rnge_s1DRangeChange : public mesg_sMessageData {
+  rnge_c1DRange OldRange;
+  rnge_c1DRange NewRange;  ///< the proposal, which receivers may rewrite
+  bool Modified = false;   ///< to be set by a receiver to whether it has rewritten the proposal
+
+  rnge_s1DRangeChange(const rnge_s1DRangeChange&) = default;
+  rnge_s1DRangeChange& operator=(const rnge_s1DRangeChange&) = default;
+
+ private:
+  friend class rnge_c1DRange;
+  rnge_s1DRangeChange(const rnge_c1DRange& from, const rnge_c1DRange& to) noexcept
+      : OldRange(from), NewRange(to) {}
+  ~rnge_s1DRangeChange() override;
+};
+
+/// An interval of element indices: from the start up to, not including, the end. Sums and counts beyond the
+/// range of int become its nearest end.
+class DATASTORAGE_EXPORT rnge_c1DIndexRange : public tgio_cTaggedStreamObject {
+ public:
+  /// Given to an operation it stands for the whole array; recognised by its identity.
+  static const rnge_c1DIndexRange Null;
+
+  /// Two indices in any order.
+  constexpr rnge_c1DIndexRange(int a = 0, int b = 0) noexcept : start_(b < a ? b : a), end_(b < a ? a : b) {}
+  /// The cells of a calibrated axis that a range selects. The end may lie before the start, when it selects
+  /// none.
+  rnge_c1DIndexRange(const rnge_c1DRange& range, const cal_c1DArrayCal& cal,
+                     rnge_eIndexSelect select) noexcept;
+
+  int StartIndexX() const noexcept { return start_; }
+  int EndIndexX() const noexcept { return end_; }
+  int NumIndicesX() const noexcept { return detail::SubtractIndices(end_, start_); }
+  type_cBoolean Contains(int index) const noexcept { return start_ <= index && index < end_; }
+  rnge_c1DIndexRange Shift(int n) const noexcept {
+    return {detail::AddIndices(start_, n), detail::AddIndices(end_, n)};
+  }
+  int operator==(const rnge_c1DIndexRange& other) const noexcept {
+    return start_ == other.start_ && end_ == other.end_;
+  }
+  int operator!=(const rnge_c1DIndexRange& other) const noexcept { return !(*this == other); }
+  /// Whether this is the object `Null` itself.
+  type_cBoolean IsNull() const noexcept { return this == &Null; }
+
+ private:
+  int start_;
+  int end_;
+};

@@ -1,0 +1,220 @@
+#pragma once
+
+#include <cfloat>
+
+#include <DataStorage/calibration/arraycal.h>
+#include <DataStorage/positions/axis.h>
+#include <DataStorage/positions/pos2d.h>
+#include <DataStorage/positions/range1d.h>
+
+class rnge_c2DIndexRange;
+struct rnge_s2DRangeChange;
+
+/// A rectangle in the plane, in physical units: a centre, two widths and an angle in radians by which it is
+/// turned counter-clockwise (Y points up). The point (u, v) of the rectangle's own frame, |u| <= Xwidth / 2
+/// and |v| <= Ywidth / 2, lies at
+///
+///     X = Xcenter + u cos(Angle) - v sin(Angle),   Y = Ycenter + u sin(Angle) + v cos(Angle).
+///
+/// The angle is never reduced; one smaller than the smallest normal double counts as zero. Changes are
+/// offered, limited and announced as those of rnge_c1DRange are (`rnge_2DRangeChanging`,
+/// `rnge_2DRangeChanged`).
+class DATASTORAGE_EXPORT rnge_c2DRange : public tgio_cTaggedStreamObject,
+                                         public mesg_cSender,
+                                         public mesg_cReceiver {
+ public:
+  /// The values as they are read from a tagged stream; 0 where the stream does not hold them.
+  struct DATASTORAGE_EXPORT sRangeData : public tgio_cTaggedStreamObject {
+    double Xcenter = 0;
+    double Ycenter = 0;
+    double Xwidth = 0;
+    double Ywidth = 0;
+    double Angle = 0;
+    type_cBoolean ReadAtom(tgio_cBinary_istream& in) override;
+    type_cBoolean ReadAtom(tgio_cASCII_istream& in) override;
+  };
+
+  static const tgio_cObjectType _ObjectType;
+  /// All values 0. Given to an operation it stands for "the whole"; recognised by its identity.
+  static const rnge_c2DRange Null;
+
+  /// Between two opposite corners, in any order.
+  constexpr rnge_c2DRange(double x1 = 0, double y1 = 0, double x2 = 0, double y2 = 0) noexcept
+      : rnge_c2DRange(detail::CenteredInterval::Between(x1, x2), detail::CenteredInterval::Between(y1, y2)) {}
+  /// The five values as they are, negative widths too.
+  constexpr rnge_c2DRange(double xcenter, double ycenter, double xwidth, double ywidth, double angle) noexcept
+      : xcenter_(xcenter),
+        ycenter_(ycenter),
+        xwidth_(xwidth),
+        ywidth_(ywidth),
+        angle_(angle),
+        center_(xcenter, ycenter) {}
+  /// The cells of the indices; with a negative delta the width is negative.
+  rnge_c2DRange(const rnge_c2DIndexRange& indices, const cal_c2DArrayCal& cal) noexcept;
+  /// Without the receivers, also those of the centre.
+  rnge_c2DRange(const rnge_c2DRange& other) noexcept
+      : rnge_c2DRange(other.xcenter_, other.ycenter_, other.xwidth_, other.ywidth_, other.angle_) {}
+  /// A change like any other, with messages and limits.
+  rnge_c2DRange& operator=(const rnge_c2DRange& other);
+
+  /// Changes everything at once. Throws expt_cUserException when the limits of the range and of its centre do
+  /// not agree within 10 attempts; the five values are unchanged then, the centre is where the last attempt
+  /// left it. All other changes end here.
+  virtual void SetRange(double xcenter, double ycenter, double xwidth, double ywidth, double angle);
+  /// Between two opposite corners, in any order; the angle becomes 0.
+  void SetRange(double x1, double y1, double x2, double y2);
+  void SetSize(double xwidth, double ywidth);
+  void SetCenter(double x, double y);
+  void SetAngle(double angle);
+  void Move(double dx, double dy);
+
+  double CenterX() const noexcept { return xcenter_; }
+  double CenterY() const noexcept { return ycenter_; }
+  double SizeX() const noexcept { return xwidth_; }
+  double SizeY() const noexcept { return ywidth_; }
+  double Angle() const noexcept { return angle_; }
+  /// The centre, which belongs to the range; moving it moves the range.
+  pos_c2DPosition& Center();
+  /// Whether the sides run along the axes.
+  bool bAxisAligned() const noexcept { return std::abs(angle_) < DBL_MIN; }
+
+  /// The corners, named for angles from 0 to pi / 2: (TopX, Top) is the one at (+u, +v) of the rectangle's
+  /// frame, (Left, LeftY) at (-u, +v), (BottomX, Bottom) at (-u, -v), (Right, RightY) at (+u, -v). For the
+  /// angle zero each is the next one counter-clockwise: (TopX, Top) is the upper left corner and so on.
+  double Top() const noexcept;
+  double Bottom() const noexcept;
+  double Left() const noexcept;
+  double Right() const noexcept;
+  double TopX() const noexcept;
+  double BottomX() const noexcept;
+  double LeftY() const noexcept;
+  double RightY() const noexcept;
+  double StartX() const noexcept { return Left(); }
+  double EndX() const noexcept { return Right(); }
+  double StartY() const noexcept { return Bottom(); }
+  double EndY() const noexcept { return Top(); }
+  rnge_c1DRange RangeX() const noexcept { return {Left(), Right()}; }
+  rnge_c1DRange RangeY() const noexcept { return {Bottom(), Top()}; }
+  /// The distance from the left (bottom) side of the other range to that of this one.
+  double OffsetX(const rnge_c2DRange& other) const noexcept { return Left() - other.Left(); }
+  double OffsetY(const rnge_c2DRange& other) const noexcept { return Bottom() - other.Bottom(); }
+
+  /// The border counts as inside, for the angle zero with a tolerance of width x 1e-9; not-a-number is
+  /// outside.
+  type_cBoolean Contains(double x, double y) const noexcept;
+  type_cBoolean Contains(const pos_c2DPosition& position) const noexcept {
+    return Contains(position.X(), position.Y());
+  }
+  /// Whether all corners of the other range lie inside.
+  type_cBoolean Contains(const rnge_c2DRange& other) const noexcept;
+  /// Whether the intersection is other than `Null` by value; ranges that are turned intersect with nothing.
+  type_cBoolean Intersects(const rnge_c2DRange& other) const noexcept;
+  /// With a tolerance of width x 1e-9 along each axis and of 1e-6 in the angle.
+  int operator==(const rnge_c2DRange& other) const noexcept;
+  int operator!=(const rnge_c2DRange& other) const noexcept { return !(*this == other); }
+  /// What both ranges hold; a copy of `Null` when that is nothing or when one of them is turned.
+  rnge_c2DRange operator&(const rnge_c2DRange& other) const noexcept;
+  /// Whether this is the object `Null` itself.
+  type_cBoolean IsNull() const noexcept { return this == &Null; }
+
+  const tgio_cObjectType& ObjectType() const override { return _ObjectType; }
+  /// What was read is set by SetRange. When false is returned the range is as it was.
+  type_cBoolean Read(tgio_cASCII_istream& in) override;
+  type_cBoolean Read(tgio_cBinary_istream& in) override;
+  type_cBoolean Write(tgio_cASCII_ostream& out) const override;
+  type_cBoolean Write(tgio_cBinary_ostream& out) const override;
+
+  /// Follows the centre.
+  void ReceiveMessage(unsigned long id, mesg_cSender& sender, mesg_sMessageData* data) override;
+
+ private:
+  constexpr rnge_c2DRange(const detail::CenteredInterval& x, const detail::CenteredInterval& y) noexcept
+      : rnge_c2DRange(x.center, y.center, x.width, y.width, 0.0) {}
+
+  // The sides of a range whose angle is zero.
+  detail::CenteredInterval SideX() const noexcept { return {xcenter_, xwidth_}; }
+  detail::CenteredInterval SideY() const noexcept { return {ycenter_, ywidth_}; }
+
+  friend DATASTORAGE_EXPORT rnge_c2DRange operator|(const rnge_c2DRange& range,
+                                                    const pos_c2DPosition& position) noexcept;
+
+  double xcenter_;
+  double ycenter_;
+  double xwidth_;
+  double ywidth_;
+  double angle_;
+  pos_c2DPosition center_;  // mirrors xcenter_ and ycenter_
+  bool updating_ = false;   // the range itself is moving its centre
+  bool attached_ = false;   // to the centre: from the first Center() on, before which nobody else can move it
+};
+
+/// The smallest range along the axes that holds both; a copy of `Null` when one of them is turned.
+DATASTORAGE_EXPORT rnge_c2DRange operator|(const rnge_c2DRange& a, const rnge_c2DRange& b) noexcept;
+DATASTORAGE_EXPORT rnge_c2DRange operator|(const rnge_c2DRange& range,
+                                           const pos_c2DPosition& position) noexcept;
+DATASTORAGE_EXPORT rnge_c2DRange operator|(const pos_c2DPosition& position,
+                                           const rnge_c2DRange& range) noexcept;
+
+/// What a 2D range sends with its messages.
+struct DATASTORAGE_EXPORT rnge_s2DRangeChange : public mesg_sMessageData {
+  rnge_c2DRange OldRange;
+  rnge_c2DRange NewRange;  ///< the proposal, which receivers may rewrite
+  bool Modified = false;   ///< to be set by a receiver to whether it has rewritten the proposal
+
+  rnge_s2DRangeChange(const rnge_s2DRangeChange&) = default;
+  rnge_s2DRangeChange& operator=(const rnge_s2DRangeChange&) = default;
+
+ private:
+  friend class rnge_c2DRange;
+  rnge_s2DRangeChange(const rnge_c2DRange& from, const rnge_c2DRange& to) noexcept
+      : OldRange(from), NewRange(to) {}
+  ~rnge_s2DRangeChange() override;
+};
+
+/// A rectangle of element indices: from the starts up to, not including, the ends. Sums and counts beyond the
+/// range of int become its nearest end.
+class DATASTORAGE_EXPORT rnge_c2DIndexRange : public tgio_cTaggedStreamObject {
+ public:
+  /// Given to an operation it stands for the whole array; recognised by its identity.
+  static const rnge_c2DIndexRange Null;
+
+  /// Two opposite corners in any order.
+  constexpr rnge_c2DIndexRange(int x1 = 0, int y1 = 0, int x2 = 0, int y2 = 0) noexcept
+      : startX_(x2 < x1 ? x2 : x1),
+        startY_(y2 < y1 ? y2 : y1),
+        endX_(x2 < x1 ? x1 : x2),
+        endY_(y2 < y1 ? y1 : y2) {}
+  /// The cells of a calibrated plane that a range selects, between its left and right and between its bottom
+  /// and top corner. An end may lie before its start, when it selects none.
+  rnge_c2DIndexRange(const rnge_c2DRange& range, const cal_c2DArrayCal& cal,
+                     rnge_eIndexSelect select) noexcept;
+
+  int StartIndexX() const noexcept { return startX_; }
+  int StartIndexY() const noexcept { return startY_; }
+  int EndIndexX() const noexcept { return endX_; }
+  int EndIndexY() const noexcept { return endY_; }
+  int NumIndicesX() const noexcept { return detail::SubtractIndices(endX_, startX_); }
+  int NumIndicesY() const noexcept { return detail::SubtractIndices(endY_, startY_); }
+  rnge_c1DIndexRange IndexRangeX() const noexcept { return {startX_, endX_}; }
+  rnge_c1DIndexRange IndexRangeY() const noexcept { return {startY_, endY_}; }
+  type_cBoolean Contains(int x, int y) const noexcept {
+    return startX_ <= x && x < endX_ && startY_ <= y && y < endY_;
+  }
+  rnge_c2DIndexRange Shift(int dx, int dy) const noexcept {
+    return {detail::AddIndices(startX_, dx), detail::AddIndices(startY_, dy), detail::AddIndices(endX_, dx),
+            detail::AddIndices(endY_, dy)};
+  }
+  int operator==(const rnge_c2DIndexRange& other) const noexcept {
+    return startX_ == other.startX_ && startY_ == other.startY_ && endX_ == other.endX_ &&
+           endY_ == other.endY_;
+  }
+  int operator!=(const rnge_c2DIndexRange& other) const noexcept { return !(*this == other); }
+  /// Whether this is the object `Null` itself.
+  type_cBoolean IsNull() const noexcept { return this == &Null; }
+
+ private:
+  int startX_;
+  int startY_;
+  int endX_;
+  int endY_;
+};
