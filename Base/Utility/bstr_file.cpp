@@ -16,6 +16,9 @@ constexpr std::int64_t LargestTransfer = std::int64_t{1} << 30;
 constexpr std::int64_t WindowSize = 64 * 1024;
 /// What is read ahead at a place that does not continue the last one: little more than the call costs anyway.
 constexpr std::int64_t FirstWindow = 4 * 1024;
+/// A step forwards of up to this much continues the last place: a full window then holds enough of what comes
+/// next to be worth its copying.
+constexpr std::int64_t NearStep = 8 * 1024;
 /// Reads from this size on gain nothing from a detour through the window.
 constexpr std::int64_t DirectRead = 4 * 1024;
 
@@ -142,11 +145,11 @@ class FileInput final : public bstr_cBinary_istream {
     return held;
   }
 
-  /// Reads ahead far when the caller goes forwards through the file, else a little.
+  /// Reads ahead far when the caller goes forwards in small steps, else a little.
   void MoveWindow(std::int64_t n, std::int64_t position) {
     if (!window_) window_ = std::make_unique_for_overwrite<unsigned char[]>(WindowSize);
     const std::int64_t step = position - (window_start_ + window_length_);
-    const std::int64_t room = step >= 0 && step < WindowSize ? WindowSize : FirstWindow;
+    const std::int64_t room = step >= 0 && step < NearStep ? WindowSize : FirstWindow;
     window_length_ = file_->Read(window_.get(), n, room, position);
     window_start_ = position;
     window_writes_ = file_->Writes();
