@@ -1,6 +1,7 @@
 // The statics of the library, in the order of their construction.
 
 #include <DataStorage/calibration/arraycal.h>
+#include <DataStorage/data/darray2d.h>
 #include <DataStorage/interfaces/constants.h>
 #include <DataStorage/numbers/pnumber.h>
 #include <DataStorage/positions/pos1d.h>
@@ -12,6 +13,18 @@ constinit const cal_c1DArrayCal cal_c1DArrayCal::Null;
 constinit const cal_c2DArrayCal cal_c2DArrayCal::Null;
 constinit const cal_c1DArrayCal cal_c1DArrayCal::Default;
 constinit const cal_c2DArrayCal cal_c2DArrayCal::Default;
+
+constinit const tgio_cObjectType darr_c1DArray::_ObjectType(obty_1DDataArrayString, obty_1DDataArrayType);
+constinit const tgio_cObjectType darr_c2DArray::_ObjectType(obty_2DDataArrayString, obty_2DDataArrayType);
+
+constinit const tgio_cObjectType parr_c1DNumberArray::_ObjectType(obty_1DParrayString, obty_1DParrayType);
+constinit const dtyp_cDataType parr_c1DNumberArray::t1DComplexArray = dtyp_Complex128;
+constinit const dtyp_cDataType parr_c1DNumberArray::t1DValueArray = dtyp_Float64;
+constinit const dtyp_cDataType parr_c1DNumberArray::t1DCountArray = dtyp_SBin32;
+constinit const tgio_cObjectType parr_c2DNumberArray::_ObjectType(obty_2DParrayString, obty_2DParrayType);
+constinit const dtyp_cDataType parr_c2DNumberArray::t2DComplexArray = dtyp_Complex64;
+constinit const dtyp_cDataType parr_c2DNumberArray::t2DValueArray = dtyp_Float32;
+constinit const dtyp_cDataType parr_c2DNumberArray::t2DCountArray = dtyp_SBin32;
 
 constinit const dtyp_cDataType pnum_cNumber::tComplexNumber = dtyp_Complex128;
 constinit const dtyp_cDataType pnum_cNumber::tValueNumber = dtyp_Float64;

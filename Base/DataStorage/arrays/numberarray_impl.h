@@ -1,0 +1,159 @@
+#pragma once
+
+#include <limits>
+
+#include <DataStorage/arrays/numberarray.h>
+
+// The bodies of detail::NumberArray, for the two sources that instantiate it.
+
+namespace detail {
+
+template <class Letter>
+template <class... Extents>
+std::unique_ptr<Letter> NumberArray<Letter>::CreateLetter(dtyp_cDataType type, const void* data,
+                                                          Extents... extents) {
+  auto letter = VisitElementType(type.Type(), [&]<class T>(std::type_identity<T>) -> std::unique_ptr<Letter> {
+    using Elements = typename Letter::template Container<T>;
+    if (data == nullptr) return std::make_unique<typename Letter::template Typed<T>>(Elements(extents...));
+    Elements elements(arr_Unfilled, extents...);
+    lgar_memcpy(elements.WriteAccess(), data, elements.NumIndices(), sizeof(T));
+    return std::make_unique<typename Letter::template Typed<T>>(std::move(elements));
+  });
+  if (letter == nullptr) Letter::source_file.ThrowProgramError();
+  return letter;
+}
+
+template <class Letter>
+template <class... Extents>
+std::unique_ptr<Letter> NumberArray<Letter>::CreateLetter(const pnum_cNumber& value, Extents... extents) {
+  return VisitElementType(value.DataType().Type(),
+                          [&]<class T>(std::type_identity<T>) -> std::unique_ptr<Letter> {
+                            using Elements = typename Letter::template Container<T>;
+                            return std::make_unique<typename Letter::template Typed<T>>(
+                                Elements(extents..., nullptr, *static_cast<const T*>(value.Data()), true));
+                          });
+}
+
+template <class Letter>
+template <class Store>
+void NumberArray<Letter>::StoreInCommonType(const pnum_cNumber& value, Store store) {
+  const dtyp_cDataType common = dtyp_Max(DataType(), value.DataType());
+  Convert(common);
+  if (value.DataType() == common) {
+    store(value);
+  } else {
+    pnum_cNumber converted(value);
+    converted.Convert(common);
+    store(converted);
+  }
+}
+
+template <class Letter>
+int NumberArray<Letter>::SizeOf() const {
+  const std::int64_t bytes = std::int64_t{DataType().SizeOf()} * NumIndices();
+  if (bytes > std::numeric_limits<int>::max()) arr_SizeError();
+  return static_cast<int>(bytes);
+}
+
+template <class Letter>
+void NumberArray<Letter>::Convert(dtyp_cDataType type, conv_eComplexConversion complex_conversion) {
+  if (type == DataType() || NumIndices() == 0) return;
+  auto converted =
+      VisitElementType(type.Type(), [&]<class T>(std::type_identity<T>) -> std::unique_ptr<Letter> {
+        auto letter = letter_->template UnfilledLike<T>();
+        conv_ConvertElements(DataType().Type(), type.Type(), NumIndices(), complex_conversion, Data(),
+                             letter->Elements().WriteAccess());
+        return letter;
+      });
+  if (converted == nullptr) Letter::source_file.ThrowProgramError();
+  letter_ = std::move(converted);
+}
+
+template <class Letter>
+type_cBoolean NumberArray<Letter>::Write(tgio_cASCII_ostream& out) const {
+  return out.Write(str_cString(ShortName(DataType().Type())), parr_DataTypeString, false) &&
+         letter_->WriteData(out, parr_DataString);
+}
+
+template <class Letter>
+type_cBoolean NumberArray<Letter>::Write(tgio_cBinary_ostream& out) const {
+  return out.Write(static_cast<unsigned char>(DataType().Type()), parr_DataTypeTag) &&
+         letter_->WriteData(out, parr_DataTag);
+}
+
+template <class Letter>
+type_cBoolean NumberArray<Letter>::Write(bstr_cBinary_ostream& out) const {
+  return bstr_WriteFields(out, static_cast<unsigned short>(DataType().Type())) && letter_->WriteRaw(out) &&
+         out.bGood();
+}
+
+template <class Letter>
+type_cBoolean NumberArray<Letter>::Read(bstr_cBinary_istream& in) {
+  const unsigned short type = Letter::ReadRawType(in);
+  if (type == dtyp_SBin8 || type > dtyp_Float64) return false;
+  auto letter = VisitElementType(static_cast<dtyp_eDataType>(type),
+                                 []<class T>(std::type_identity<T>) -> std::unique_ptr<Letter> {
+                                   return std::make_unique<typename Letter::template Typed<T>>();
+                                 });
+  if (letter == nullptr || !letter->ReadRaw(in) || !in.bGood()) return false;
+  letter_ = std::move(letter);
+  return true;
+}
+
+template <class Letter>
+NumberArray<Letter>::sParrayData::sParrayData(const sParrayData& other)
+    : tgio_cTaggedStreamObject(other),
+      letter(other.letter == nullptr ? nullptr : other.letter->Clone()),
+      data_type(other.data_type) {}
+
+template <class Letter>
+auto NumberArray<Letter>::sParrayData::operator=(const sParrayData& other) -> sParrayData& {
+  if (this != &other) {
+    letter = other.letter == nullptr ? nullptr : other.letter->Clone();
+    data_type = other.data_type;
+  }
+  return *this;
+}
+
+template <class Letter>
+template <class Stream>
+type_cBoolean NumberArray<Letter>::sParrayData::ReadElements(Stream& in) {
+  if (letter != nullptr) Letter::source_file.ThrowProgramError();
+  const int type = data_type == dtyp_NoType ? dtyp_Float64 : data_type;
+  return VisitElementType(static_cast<dtyp_eDataType>(type), [&]<class T>(std::type_identity<T>) {
+    auto read = std::make_unique<typename Letter::template Typed<T>>();
+    const bool success = in.Read(read->Elements());
+    letter = std::move(read);
+    return success;
+  });
+}
+
+template <class Letter>
+type_cBoolean NumberArray<Letter>::sParrayData::ReadAtom(tgio_cBinary_istream& in) {
+  switch (in.Tag()) {
+    case parr_DataTypeTag: {
+      unsigned char type = 0;
+      const type_cBoolean read = in.Read(type);
+      if (read) data_type = type;
+      return read;
+    }
+    case parr_DataTag:
+      return ReadElements(in);
+    default:
+      return tgio_cTaggedStreamObject::ReadAtom(in);
+  }
+}
+
+template <class Letter>
+type_cBoolean NumberArray<Letter>::sParrayData::ReadAtom(tgio_cASCII_istream& in) {
+  if (in.Name() == parr_DataTypeString) {
+    str_cString name;
+    const type_cBoolean read = in.Read(name);
+    if (const dtyp_eDataType type = TypeOfShortName(name); type != dtyp_NoType) data_type = type;
+    return read;
+  }
+  if (in.Name() == parr_DataString) return ReadElements(in);
+  return tgio_cTaggedStreamObject::ReadAtom(in);
+}
+
+}  // namespace detail

@@ -1,0 +1,127 @@
+#include <DataStorage/arrays/numberarray_impl.h>
+#include <DataStorage/arrays/parray1d.h>
+
+parr_c1DArray::~parr_c1DArray() = default;
+
+unsigned short parr_c1DArray::ReadRawType(bstr_cBinary_istream& in) {
+  unsigned short type = 0xFFFF;
+  bstr_ReadFields(in, type);
+  return type;
+}
+
+template <class T>
+std::unique_ptr<parr_c1DArray> parr_c1DTypedNumberArray<T>::Clone() const {
+  return std::make_unique<parr_c1DTypedNumberArray>(*this);
+}
+
+template <class T>
+pnum_cNumber parr_c1DTypedNumberArray<T>::Value(int i) const {
+  return pnum_cNumber(this->elements_[i]);
+}
+
+template <class T>
+void parr_c1DTypedNumberArray<T>::SetValue(const pnum_cNumber& value, int i) {
+  if (i >= 0 && i < NumIndices()) this->elements_.SetValue(this->Element(value), i);
+}
+
+template <class T>
+std::unique_ptr<parr_c1DArray> parr_c1DTypedNumberArray<T>::Selection(const rnge_c1DIndexRange& range) const {
+  return std::make_unique<parr_c1DTypedNumberArray>(
+      this->elements_.SubArray(range.StartIndexX(), std::int64_t{range.EndIndexX()} - 1));
+}
+
+template <class T>
+void parr_c1DTypedNumberArray<T>::SetData(const parr_c1DArray& source, const rnge_c1DIndexRange& source_range,
+                                          const rnge_c1DIndexRange& target_range) {
+  // The copy keeps the old elements when an array is copied into itself.
+  const arr_c1DNumberArray<T> elements = static_cast<const parr_c1DTypedNumberArray&>(source).elements_;
+  this->elements_.SetBlock(elements.Data() + source_range.StartIndexX(), target_range.NumIndicesX(),
+                           target_range.StartIndexX());
+}
+
+template <class T>
+type_cBoolean parr_c1DTypedNumberArray<T>::ReadRaw(bstr_cBinary_istream& in) {
+  int count = 0;
+  if (!bstr_ReadFields(in, count)) return false;
+  if (!detail::bHolds(in, detail::CheckedCount(count), sizeof(T))) return false;
+  return this->ReadElements(in, arr_c1DNumberArray<T>(arr_Unfilled, count));
+}
+
+template <class T>
+type_cBoolean parr_c1DTypedNumberArray<T>::WriteRaw(bstr_cBinary_ostream& out) const {
+  return bstr_WriteFields(out, NumIndices()) && bstr_WriteNumbers(out, this->elements_.Data(), NumIndices());
+}
+
+parr_c1DNumberArray::parr_c1DNumberArray()
+    : NumberArray(std::make_unique<parr_c1DTypedNumberArray<unsigned char>>()) {}
+
+parr_c1DNumberArray::parr_c1DNumberArray(int count, dtyp_cDataType type, const void* data)
+    : NumberArray(CreateLetter(type, data, count)) {}
+
+parr_c1DNumberArray::parr_c1DNumberArray(int count, const pnum_cNumber& value)
+    : NumberArray(CreateLetter(value, count)) {}
+
+parr_c1DNumberArray::parr_c1DNumberArray(parr_c1DArray* letter)
+    : NumberArray(std::unique_ptr<parr_c1DArray>(letter)) {}
+
+const tgio_cObjectType& parr_c1DNumberArray::ObjectType() const { return _ObjectType; }
+
+pnum_cNumber parr_c1DNumberArray::Value(int i) const { return letter_->Value(i); }
+
+void parr_c1DNumberArray::SetValue(const pnum_cNumber& value, int i) {
+  StoreInCommonType(value, [&](const pnum_cNumber& common) { letter_->SetValue(common, i); });
+}
+
+parr_c1DNumberArray& parr_c1DNumberArray::operator=(const pnum_cNumber& value) {
+  if (value.DataType() == DataType()) {
+    letter_->SetAll(value);
+  } else {
+    *this = parr_c1DNumberArray(NumIndices(), value);
+  }
+  return *this;
+}
+
+void parr_c1DNumberArray::SetData(const parr_c1DNumberArray& source, const rnge_c1DIndexRange& source_range,
+                                  const rnge_c1DIndexRange& target_range) {
+  if (source_range.IsNull() && target_range.IsNull()) return;
+  const dtyp_cDataType common = dtyp_Max(DataType(), source.DataType());
+  Convert(common);
+  const rnge_c1DIndexRange from =
+      source_range.IsNull() ? rnge_c1DIndexRange(0, source.NumIndices()) : source_range;
+  const rnge_c1DIndexRange to = target_range.IsNull() ? rnge_c1DIndexRange(0, NumIndices()) : target_range;
+  const std::int64_t count = std::int64_t{to.EndIndexX()} - to.StartIndexX();
+  if (count <= 0) return;
+  detail::CheckBlock(from.StartIndexX(), count, source.NumIndices());
+  detail::CheckBlock(to.StartIndexX(), count, NumIndices());
+  if (source.DataType() == common) {
+    letter_->SetData(*source.letter_, from, to);
+    return;
+  }
+  // Only what is stored is converted, straight into its place.
+  detail::VisitElementType(common.Type(), [&]<class T>(std::type_identity<T>) {
+    auto& elements = static_cast<parr_c1DTypedNumberArray<T>&>(*letter_).Elements();
+    const auto* block = static_cast<const unsigned char*>(source.Data()) +
+                        std::int64_t{from.StartIndexX()} * source.DataType().SizeOf();
+    conv_ConvertElements(source.DataType().Type(), common.Type(), count, conv_Real, block,
+                         elements.WriteAccess() + to.StartIndexX());
+    return true;
+  });
+}
+
+void parr_c1DNumberArray::SetSelection(const parr_c1DNumberArray& source, int offset) {
+  SetData(source, rnge_c1DIndexRange::Null,
+          rnge_c1DIndexRange(offset, detail::BlockEnd(offset, source.NumIndices())));
+}
+
+parr_c1DNumberArray parr_c1DNumberArray::Selection(const rnge_c1DIndexRange& range) const {
+  return parr_c1DNumberArray(letter_->Selection(range).release());
+}
+
+parr_c1DNumberArray parr_c1DNumberArray::Selection(int first, int second) const {
+  return Selection(rnge_c1DIndexRange(first, second));
+}
+
+template class detail::NumberArray<parr_c1DArray>;
+#define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) \
+  template class parr_c1DTypedNumberArray<type>;
+#include <DataStorage/numbers/elementtypes.def>

@@ -1,0 +1,121 @@
+#pragma once
+
+#include <DataStorage/arrays/numberarray.h>
+#include <DataStorage/positions/range1d.h>
+
+template <class T>
+class parr_c1DTypedNumberArray;
+
+/// The letter of a 1D number array: one block of elements of one type.
+class DATASTORAGE_EXPORT parr_c1DArray {
+ public:
+  virtual ~parr_c1DArray();
+
+  virtual dtyp_cDataType DataType() const = 0;
+  /// A letter that shares the elements.
+  virtual std::unique_ptr<parr_c1DArray> Clone() const = 0;
+  /// Element 0; null when there are no elements.
+  virtual const void* Data() const = 0;
+  /// Every element becomes `value`, which has the letter's type.
+  virtual void SetAll(const pnum_cNumber& value) = 0;
+  virtual int NumIndices() const = 0;
+  virtual pnum_cNumber Value(int i) const = 0;
+  /// Element `i` becomes `value`, which has the letter's type; an index outside the array is ignored.
+  virtual void SetValue(const pnum_cNumber& value, int i) = 0;
+  virtual std::unique_ptr<parr_c1DArray> Selection(const rnge_c1DIndexRange& range) const = 0;
+  /// Copies as many elements as `target_range` has from a letter of the same type.
+  virtual void SetData(const parr_c1DArray& source, const rnge_c1DIndexRange& source_range,
+                       const rnge_c1DIndexRange& target_range) = 0;
+  virtual type_cBoolean ReadRaw(bstr_cBinary_istream& in) = 0;
+  virtual type_cBoolean WriteData(tgio_cASCII_ostream& out, const str_cString& name) const = 0;
+  virtual type_cBoolean WriteData(tgio_cBinary_ostream& out, unsigned short tag) const = 0;
+  virtual type_cBoolean WriteRaw(bstr_cBinary_ostream& out) const = 0;
+
+  int NumIndicesX() const { return NumIndices(); }
+
+  // What detail::NumberArray asks of a letter class.
+  static constexpr detail::SourceFile source_file{"parray1d"};
+  template <class T>
+  using Typed = parr_c1DTypedNumberArray<T>;
+  template <class T>
+  using Container = arr_c1DNumberArray<T>;
+  template <class T>
+  std::unique_ptr<parr_c1DTypedNumberArray<T>> UnfilledLike() const {
+    return std::make_unique<parr_c1DTypedNumberArray<T>>(arr_c1DNumberArray<T>(arr_Unfilled, NumIndices()));
+  }
+  /// The element type word of a raw form.
+  static unsigned short ReadRawType(bstr_cBinary_istream& in);
+};
+
+template <class T>
+class DATASTORAGE_EXPORT parr_c1DTypedNumberArray final
+    : public detail::TypedLetter<parr_c1DArray, arr_c1DNumberArray<T>, T> {
+ public:
+  using detail::TypedLetter<parr_c1DArray, arr_c1DNumberArray<T>, T>::TypedLetter;
+
+  std::unique_ptr<parr_c1DArray> Clone() const override;
+  int NumIndices() const override { return this->elements_.NumIndices(); }
+  pnum_cNumber Value(int i) const override;
+  void SetValue(const pnum_cNumber& value, int i) override;
+  std::unique_ptr<parr_c1DArray> Selection(const rnge_c1DIndexRange& range) const override;
+  void SetData(const parr_c1DArray& source, const rnge_c1DIndexRange& source_range,
+               const rnge_c1DIndexRange& target_range) override;
+  type_cBoolean ReadRaw(bstr_cBinary_istream& in) override;
+  type_cBoolean WriteRaw(bstr_cBinary_ostream& out) const override;
+};
+
+/// A one-dimensional array of numbers whose element type is chosen at run time. Elements enter and leave as
+/// numbers, or as a block through `Data()`. Copies are cheap: they share the elements until one is written.
+///
+/// Positions outside the array raise arr_IndexError where nothing else is said.
+class DATASTORAGE_EXPORT parr_c1DNumberArray : public detail::NumberArray<parr_c1DArray> {
+ public:
+  /// No elements, of type dtyp_UBin8.
+  parr_c1DNumberArray();
+  /// `count` elements with the values at `data`, or zeros when there are none. A negative count raises
+  /// arr_SizeError, a type that is none throws expt_cProgramException.
+  parr_c1DNumberArray(int count, dtyp_cDataType type, const void* data = nullptr);
+  /// `count` elements of `value`, which also is what selections put outside the array.
+  parr_c1DNumberArray(int count, const pnum_cNumber& value);
+  /// Shares the elements of a typed array.
+  template <detail::ElementType T>
+  parr_c1DNumberArray(const arr_c1DNumberArray<T>& elements)
+      : NumberArray(std::make_unique<parr_c1DTypedNumberArray<T>>(elements)) {}
+  /// Takes ownership of a letter, which must not be null.
+  explicit parr_c1DNumberArray(parr_c1DArray* letter);
+  parr_c1DNumberArray(const parr_c1DNumberArray&) = default;
+  parr_c1DNumberArray& operator=(const parr_c1DNumberArray&) = default;
+
+  const tgio_cObjectType& ObjectType() const override;
+
+  int Dimension() const noexcept { return 1; }
+
+  /// Element `i`. A complex element without an imaginary part comes as a real number.
+  pnum_cNumber Value(int i) const;
+  /// Element `i` becomes `value`. The array first takes a type that holds both. An index outside the array
+  /// stores nothing.
+  void SetValue(const pnum_cNumber& value, int i);
+  /// Every element becomes `value` and the array takes its type.
+  parr_c1DNumberArray& operator=(const pnum_cNumber& value);
+
+  /// Copies as many elements of `source` as `target_range` has, from the start of `source_range`, to
+  /// `target_range`; the array first takes a type that holds both. rnge_c1DIndexRange::Null stands for a
+  /// whole array; when both ranges are Null nothing happens. A block that does not fit either array is not
+  /// copied.
+  void SetData(const parr_c1DNumberArray& source, const rnge_c1DIndexRange& source_range,
+               const rnge_c1DIndexRange& target_range);
+  /// Copies the whole of `source` to the positions `offset` ...
+  void SetSelection(const parr_c1DNumberArray& source, int offset);
+
+  /// The elements of `range`, start included and end not; positions outside the array take its fill value
+  /// (zero, or the value last given to all elements). An empty range raises arr_IndexError.
+  parr_c1DNumberArray Selection(const rnge_c1DIndexRange& range) const;
+  parr_c1DNumberArray GetData(const rnge_c1DIndexRange& range) const { return Selection(range); }
+  /// The elements between two positions, in either order, without the larger one.
+  parr_c1DNumberArray Selection(int first, int second) const;
+
+  static const tgio_cObjectType _ObjectType;
+  static const dtyp_cDataType t1DValueArray;    ///< dtyp_Float64
+  static const dtyp_cDataType t1DCountArray;    ///< dtyp_SBin32
+  static const dtyp_cDataType t1DComplexArray;  ///< dtyp_Complex128
+};

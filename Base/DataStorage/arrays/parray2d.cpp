@@ -1,0 +1,158 @@
+#include <DataStorage/arrays/numberarray_impl.h>
+#include <DataStorage/arrays/parray2d.h>
+
+parr_c2DArray::~parr_c2DArray() = default;
+
+unsigned short parr_c2DArray::ReadRawType(bstr_cBinary_istream& in) {
+  unsigned short first = 0xFFFF;
+  if (!bstr_ReadFields(in, first) || first != flfm_LittleEndian) return first;
+  unsigned short type = 0xFFFF;
+  unsigned short second = 0;
+  if (!bstr_ReadFields(in, second) || second != flfm_BinaryImageID) return first;
+  bstr_ReadFields(in, type);
+  return type;
+}
+
+template <class T>
+std::unique_ptr<parr_c2DArray> parr_c2DTypedNumberArray<T>::Clone() const {
+  return std::make_unique<parr_c2DTypedNumberArray>(*this);
+}
+
+template <class T>
+pnum_cNumber parr_c2DTypedNumberArray<T>::Value(int x, int y) const {
+  return pnum_cNumber(this->elements_.Value(x, y));
+}
+
+template <class T>
+void parr_c2DTypedNumberArray<T>::SetValue(const pnum_cNumber& value, int x, int y) {
+  this->elements_.SetValue(this->Element(value), x, y);
+}
+
+template <class T>
+std::unique_ptr<parr_c2DArray> parr_c2DTypedNumberArray<T>::Selection(const rnge_c2DIndexRange& range) const {
+  return std::make_unique<parr_c2DTypedNumberArray>(
+      this->elements_.SubArray(range.StartIndexX(), range.StartIndexY(), std::int64_t{range.EndIndexX()} - 1,
+                               std::int64_t{range.EndIndexY()} - 1));
+}
+
+template <class T>
+void parr_c2DTypedNumberArray<T>::SetData(const parr_c2DArray& source, const rnge_c2DIndexRange& source_range,
+                                          const rnge_c2DIndexRange& target_range) {
+  // The copy keeps the old elements when an array is copied into itself.
+  const arr_c2DNumberArray<T> elements = static_cast<const parr_c2DTypedNumberArray&>(source).elements_;
+  const T* corner = elements.Data() + std::int64_t{source_range.StartIndexY()} * elements.NumIndicesX() +
+                    source_range.StartIndexX();
+  this->elements_.SetBlock(corner, elements.NumIndicesX(),
+                           {target_range.StartIndexX(), target_range.StartIndexY(),
+                            target_range.NumIndicesX(), target_range.NumIndicesY()});
+}
+
+template <class T>
+parr_c1DNumberArray parr_c2DTypedNumberArray<T>::Column(int x) const {
+  return this->elements_.Column(x);
+}
+
+template <class T>
+parr_c1DNumberArray parr_c2DTypedNumberArray<T>::Row(int y) const {
+  return this->elements_.Row(y);
+}
+
+template <class T>
+type_cBoolean parr_c2DTypedNumberArray<T>::ReadRaw(bstr_cBinary_istream& in) {
+  int nx = 0;
+  int ny = 0;
+  if (!bstr_ReadFields(in, nx, ny)) return false;
+  if (!detail::bHolds(in, detail::CheckedCount(nx, ny), sizeof(T))) return false;
+  return this->ReadElements(in, arr_c2DNumberArray<T>(arr_Unfilled, nx, ny));
+}
+
+template <class T>
+type_cBoolean parr_c2DTypedNumberArray<T>::WriteRaw(bstr_cBinary_ostream& out) const {
+  return bstr_WriteFields(out, NumIndicesX(), NumIndicesY()) &&
+         bstr_WriteNumbers(out, this->elements_.Data(), this->elements_.NumIndices());
+}
+
+parr_c2DNumberArray::parr_c2DNumberArray()
+    : NumberArray(std::make_unique<parr_c2DTypedNumberArray<unsigned char>>()) {}
+
+parr_c2DNumberArray::parr_c2DNumberArray(int nx, int ny, dtyp_cDataType type, const void* data)
+    : NumberArray(CreateLetter(type, data, nx, ny)) {}
+
+parr_c2DNumberArray::parr_c2DNumberArray(int nx, int ny, const pnum_cNumber& value)
+    : NumberArray(CreateLetter(value, nx, ny)) {}
+
+parr_c2DNumberArray::parr_c2DNumberArray(parr_c2DArray* letter)
+    : NumberArray(std::unique_ptr<parr_c2DArray>(letter)) {}
+
+const tgio_cObjectType& parr_c2DNumberArray::ObjectType() const { return _ObjectType; }
+
+rnge_c2DIndexRange parr_c2DNumberArray::IndexRange() const {
+  return rnge_c2DIndexRange(0, 0, NumIndicesX(), NumIndicesY());
+}
+
+pnum_cNumber parr_c2DNumberArray::Value(int x, int y) const { return letter_->Value(x, y); }
+
+void parr_c2DNumberArray::SetValue(const pnum_cNumber& value, int x, int y) {
+  StoreInCommonType(value, [&](const pnum_cNumber& common) { letter_->SetValue(common, x, y); });
+}
+
+parr_c2DNumberArray& parr_c2DNumberArray::operator=(const pnum_cNumber& value) {
+  if (value.DataType() == DataType()) {
+    letter_->SetAll(value);
+  } else {
+    *this = parr_c2DNumberArray(NumIndicesX(), NumIndicesY(), value);
+  }
+  return *this;
+}
+
+void parr_c2DNumberArray::SetData(const parr_c2DNumberArray& source, const rnge_c2DIndexRange& source_range,
+                                  const rnge_c2DIndexRange& target_range) {
+  if (source_range.IsNull() && target_range.IsNull()) return;
+  const dtyp_cDataType common = dtyp_Max(DataType(), source.DataType());
+  Convert(common);
+  const rnge_c2DIndexRange from = source_range.IsNull() ? source.IndexRange() : source_range;
+  const rnge_c2DIndexRange to = target_range.IsNull() ? IndexRange() : target_range;
+  const std::int64_t nx = std::int64_t{to.EndIndexX()} - to.StartIndexX();
+  const std::int64_t ny = std::int64_t{to.EndIndexY()} - to.StartIndexY();
+  if (nx <= 0 || ny <= 0) return;
+  detail::CheckBlock(from.StartIndexX(), nx, source.NumIndicesX());
+  detail::CheckBlock(from.StartIndexY(), ny, source.NumIndicesY());
+  if (source.DataType() == common) {
+    letter_->SetData(*source.letter_, from, to);
+    return;
+  }
+  // Only what is stored is converted, straight into its place.
+  const std::int64_t first = std::int64_t{to.StartIndexY()} * NumIndicesX() + to.StartIndexX();
+  detail::CheckBlock(first, nx, NumIndices());
+  detail::CheckBlock(first + (ny - 1) * NumIndicesX(), nx, NumIndices());
+  const auto* block = static_cast<const unsigned char*>(source.Data());
+  const std::int64_t corner = std::int64_t{from.StartIndexY()} * source.NumIndicesX() + from.StartIndexX();
+  detail::VisitElementType(common.Type(), [&]<class T>(std::type_identity<T>) {
+    T* elements = static_cast<parr_c2DTypedNumberArray<T>&>(*letter_).Elements().WriteAccess();
+    for (std::int64_t y = 0; y < ny; ++y) {
+      conv_ConvertElements(source.DataType().Type(), common.Type(), nx, conv_Real,
+                           block + (corner + y * source.NumIndicesX()) * source.DataType().SizeOf(),
+                           elements + first + y * NumIndicesX());
+    }
+    return true;
+  });
+}
+
+void parr_c2DNumberArray::SetSelection(const parr_c2DNumberArray& source, int x, int y) {
+  SetData(source, rnge_c2DIndexRange::Null,
+          rnge_c2DIndexRange(x, y, detail::BlockEnd(x, source.NumIndicesX()),
+                             detail::BlockEnd(y, source.NumIndicesY())));
+}
+
+parr_c2DNumberArray parr_c2DNumberArray::Selection(const rnge_c2DIndexRange& range) const {
+  return parr_c2DNumberArray(letter_->Selection(range).release());
+}
+
+parr_c2DNumberArray parr_c2DNumberArray::Selection(int x0, int y0, int x1, int y1) const {
+  return Selection(rnge_c2DIndexRange(x0, y0, x1, y1));
+}
+
+template class detail::NumberArray<parr_c2DArray>;
+#define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) \
+  template class parr_c2DTypedNumberArray<type>;
+#include <DataStorage/numbers/elementtypes.def>

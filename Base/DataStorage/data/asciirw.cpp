@@ -1,0 +1,236 @@
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <locale>
+#include <string_view>
+#include <vector>
+
+#include <DataStorage/data/asciirw.h>
+#include <DataStorage/interfaces/constants.h>
+
+namespace {
+
+const char* SkipSpace(const char* text, const char* end) {
+  return std::find_if_not(text, end, [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); });
+}
+
+/// Reads the number at the start of a text and returns where it ends; the start when there is none.
+const char* ParseNumber(const char* text, const char* end, double& value) {
+  const char* digits = text != end && *text == '+' ? text + 1 : text;
+  if (digits != text && digits != end && *digits == '-') return text;
+  auto [stop, error] = std::from_chars(digits, end, value);
+  if (error == std::errc::result_out_of_range) {
+    // Too small is zero, too large is no number.
+    long double wide = 0;
+    error = std::from_chars(digits, end, wide).ec;
+    if (error != std::errc() || std::fabs(wide) > std::numeric_limits<double>::max()) return text;
+    value = static_cast<double>(wide);
+  }
+  return error == std::errc() ? stop : text;
+}
+
+/// Reads numbers from a stream, block by block, and leaves the stream behind the last one.
+class NumberReader {
+ public:
+  explicit NumberReader(std::istream& in) : in_(in), start_(in.tellg()), buffer_(block_size) { Fill(); }
+
+  /// False at the end of the text and before text that is not a number.
+  bool Next(double& value) {
+    cursor_ = SkipSpace(cursor_, end_);
+    // A number that reaches the end of the block may go on in the next one.
+    const char* stop = ParseNumber(cursor_, end_, value);
+    while (!complete_ && end_ - stop < longest_rest) {
+      Fill();
+      cursor_ = SkipSpace(cursor_, end_);
+      stop = ParseNumber(cursor_, end_, value);
+    }
+    if (stop == cursor_) return false;
+    cursor_ = stop;
+    return true;
+  }
+
+  /// Leaves the stream at the text that was not read, as a formatted read that found no number would.
+  void Finish() {
+    in_.clear();
+    if (cursor_ == end_) {
+      in_.seekg(0, std::ios::end);
+      in_.setstate(std::ios::eofbit | std::ios::failbit);
+    } else {
+      in_.seekg(start_ +
+                static_cast<std::streamoff>(passed_ + static_cast<std::size_t>(cursor_ - buffer_.data())));
+      in_.setstate(std::ios::failbit);
+    }
+  }
+
+ private:
+  static constexpr std::size_t block_size = 65536;
+  static constexpr std::ptrdiff_t longest_rest = 64;
+
+  /// Appends a block to what is left of the one before.
+  void Fill() {
+    const auto rest = static_cast<std::size_t>(end_ - cursor_);
+    passed_ += static_cast<std::size_t>(cursor_ - buffer_.data());
+    std::memmove(buffer_.data(), cursor_, rest);
+    if (buffer_.size() < rest + block_size) buffer_.resize(rest + block_size);
+    const std::streamsize read =
+        in_.rdbuf()->sgetn(buffer_.data() + rest, static_cast<std::streamsize>(block_size));
+    complete_ = read < static_cast<std::streamsize>(block_size);
+    cursor_ = buffer_.data();
+    end_ = cursor_ + rest + read;
+  }
+
+  std::istream& in_;
+  std::istream::pos_type start_;
+  std::vector<char> buffer_;
+  const char* cursor_ = buffer_.data();  // the next character
+  const char* end_ = buffer_.data();     // behind the last one read
+  std::size_t passed_ = 0;               // characters in front of the buffer
+  bool complete_ = false;                // the stream holds no more
+};
+
+arr_c1DNumberArray<double> ArrayOf(const std::vector<double>& values) {
+  return arr_c1DNumberArray<double>(
+      static_cast<int>(detail::CheckedCount(static_cast<std::int64_t>(values.size()))), values.data());
+}
+
+/// Writes numbers as `<<` of the stream would, in the fast road for its default format.
+class LineWriter {
+ public:
+  LineWriter(std::ostream& out, int precision, int flags) : out_(out) {
+    out.precision(precision);
+    out.setf(static_cast<std::ios::fmtflags>(flags));
+    const auto special = std::ios::floatfield | std::ios::showpoint | std::ios::showpos |
+                         std::ios::uppercase | std::ios::unitbuf;
+    const auto base = out.flags() & std::ios::basefield;
+    plain_ = (out.flags() & special) == 0 && (base == std::ios::dec || base == 0) && out.width() == 0 &&
+             precision >= 0 && precision <= max_precision && out.getloc() == std::locale::classic();
+  }
+
+  template <class T>
+  void Write(const T& value) {
+    if constexpr (std::is_floating_point_v<T>) {
+      if (plain_) {
+        end_ = std::to_chars(end_, line_.data() + line_.size(), static_cast<double>(value),
+                             std::chars_format::general, static_cast<int>(out_.precision()))
+                   .ptr;
+        return;
+      }
+    } else if constexpr (std::is_integral_v<T>) {
+      if (plain_) {
+        end_ = std::to_chars(end_, line_.data() + line_.size(), static_cast<long long>(value)).ptr;
+        return;
+      }
+    }
+    Flush();
+    out_ << pnum_cNumber(value);
+  }
+  /// One character as it is.
+  void Put(char c) { *end_++ = c; }
+  void EndLine() {
+    Put('\n');
+    Flush();
+    out_.flush();
+  }
+  bool bGood() const { return out_.good(); }
+
+ private:
+  static constexpr int max_precision = 40;
+
+  void Flush() {
+    out_.write(line_.data(), end_ - line_.data());
+    end_ = line_.data();
+  }
+
+  std::ostream& out_;
+  bool plain_;
+  std::array<char, 256> line_;  // a position and a value of the largest precision fit in
+  char* end_ = line_.data();
+};
+
+/// Writes every element as a line, behind what `prefix` writes for its index.
+template <class Prefix>
+type_cBoolean WriteLines(std::ostream& out, const parr_c1DNumberArray& array, int precision, int flags,
+                         Prefix prefix) {
+  LineWriter lines(out, precision, flags);
+  detail::VisitElementType(array.DataType().Type(), [&]<class T>(std::type_identity<T>) {
+    const T* values = static_cast<const T*>(array.Data());
+    for (int i = 0; i < array.NumIndices() && lines.bGood(); ++i) {
+      prefix(lines, i);
+      lines.Write(values[i]);
+      lines.EndLine();
+    }
+    return true;
+  });
+  return out.good();
+}
+
+}  // namespace
+
+asrw_eFormat asrw_ASCII_Format(std::istream& in) {
+  std::array<char, 80> line;
+  const std::istream::pos_type start = in.tellg();
+  if (!in.good()) return asrw_UnknownFormat;
+  in.get(line.data(), line.size(), '\n');
+  const bool read = !in.fail() && in.gcount() > 0;
+  const char* end = line.data() + in.gcount();
+  in.clear();
+  in.seekg(start);
+  if (!read) return asrw_UnknownFormat;
+
+  int numbers = 0;
+  const char* text = SkipSpace(line.data(), end);
+  for (double ignored = 0; numbers < 2; ++numbers) {
+    const char* stop = ParseNumber(text, end, ignored);
+    if (stop == text) break;
+    text = SkipSpace(stop, end);
+  }
+  if (numbers == 1) return asrw_OneColumn;
+  return numbers == 2 && text == end ? asrw_TwoColumn : asrw_UnknownFormat;
+}
+
+type_cBoolean asrw_ReadOneColumn(std::istream& in, parr_c1DNumberArray& out) {
+  if (asrw_ASCII_Format(in) != asrw_OneColumn) return false;
+  NumberReader numbers(in);
+  std::vector<double> values;
+  for (double value = 0; numbers.Next(value);) values.push_back(value);
+  numbers.Finish();
+  out = ArrayOf(values);
+  return true;
+}
+
+type_cBoolean asrw_ReadTwoColumn(std::istream& in, darr_c1DArray& out) {
+  if (asrw_ASCII_Format(in) != asrw_TwoColumn) return false;
+  NumberReader numbers(in);
+  std::vector<double> values;
+  double first = 0;
+  double second = 0;
+  double last = 0;
+  for (double position = 0, value = 0; numbers.Next(position) && numbers.Next(value);) {
+    if (values.empty()) first = position;
+    if (values.size() == 1) second = position;
+    last = position;
+    values.push_back(value);
+  }
+  numbers.Finish();
+  const double delta = second - first;
+  if (values.size() < 2 || !std::isfinite(delta) || std::fabs(delta) < type_MinValue) return false;
+  if (delta < 0) std::reverse(values.begin(), values.end());
+  out = darr_c1DArray(ArrayOf(values),
+                      delta > 0 ? cal_c1DArrayCal(first, delta) : cal_c1DArrayCal(last, -delta));
+  return true;
+}
+
+type_cBoolean asrw_WriteOneColumn(std::ostream& out, const parr_c1DNumberArray& array, int precision,
+                                  int flags) {
+  return WriteLines(out, array, precision, flags, [](LineWriter&, int) {});
+}
+
+type_cBoolean asrw_WriteTwoColumn(std::ostream& out, const darr_c1DArray& array, int precision, int flags) {
+  return WriteLines(out, array, precision, flags, [&array](LineWriter& lines, int i) {
+    lines.Write(array.Cal().PositionX(i));
+    lines.Put('\t');
+  });
+}

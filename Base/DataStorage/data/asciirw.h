@@ -1,0 +1,37 @@
+#pragma once
+
+#include <istream>
+#include <ostream>
+
+#include <DataStorage/data/darray1d.h>
+
+// Columns of numbers as text: one number a line (values only), or a position and a value a line. Numbers are
+// decimal with a point, whatever the locale of the process or the stream; "nan" and "inf" count as numbers.
+// White space (line ends included) separates them. There are no headers and no comments.
+
+enum asrw_eFormat { asrw_OneColumn = 0, asrw_TwoColumn = 1, asrw_UnknownFormat = 2 };
+
+/// Tells the layout from the first line (its first 79 characters): one number, two numbers, or neither. The
+/// stream, which must be seekable, is left where it was.
+DATASTORAGE_EXPORT asrw_eFormat asrw_ASCII_Format(std::istream& in);
+
+/// Reads values into an array of 8-byte floats. False, and `out` as it was, when the text is not one column.
+/// Reading ends at the end of the stream or before the first text that is not a number (a number beyond the
+/// range of a double included); the stream then is at its end or failed, and that text is the next in it.
+DATASTORAGE_EXPORT type_cBoolean asrw_ReadOneColumn(std::istream& in, parr_c1DNumberArray& out);
+
+/// Reads positions and values into an array of 8-byte floats. The first two positions give the calibration;
+/// the others are passed over. When positions fall the values are reversed, so that the calibration, which
+/// then starts at the last position, rises. False, and `out` as it was, when the text is not two columns, has
+/// fewer than two lines, or its first two positions do not advance by at least `type_MinValue`. A position
+/// without a value at the end is dropped. Reading ends as for one column.
+DATASTORAGE_EXPORT type_cBoolean asrw_ReadTwoColumn(std::istream& in, darr_c1DArray& out);
+
+/// Writes one element a line, flushing each. The precision is set and the format flags are added to those of
+/// the stream, where both stay. False when the stream failed.
+DATASTORAGE_EXPORT type_cBoolean asrw_WriteOneColumn(std::ostream& out, const parr_c1DNumberArray& array,
+                                                     int precision, int flags);
+
+/// The same with the position of the element and a tab in front of each.
+DATASTORAGE_EXPORT type_cBoolean asrw_WriteTwoColumn(std::ostream& out, const darr_c1DArray& array,
+                                                     int precision, int flags);

@@ -1,0 +1,94 @@
+#include <DataStorage/data/barray.h>
+
+barr_c1DBoolArray::barr_c1DBoolArray(int count) : barr_c1DBoolArray(count, false, cal_c1DArrayCal::Default) {}
+
+barr_c1DBoolArray::barr_c1DBoolArray(int count, type_cBoolean value, const cal_c1DArrayCal& cal)
+    : arr_c1DNumberArray(count, nullptr, value, true), cal_(cal) {}
+
+barr_c1DBoolArray::barr_c1DBoolArray(const arr_c1DNumberArray<type_cBoolean>& elements,
+                                     const cal_c1DArrayCal& cal)
+    : arr_c1DNumberArray(elements), cal_(cal) {}
+
+barr_c1DBoolArray::~barr_c1DBoolArray() = default;
+
+barr_c1DBoolArray& barr_c1DBoolArray::operator=(type_cBoolean value) {
+  arr_c1DNumberArray::operator=(value);
+  return *this;
+}
+
+const type_cBoolean* barr_c1DBoolArray::Data() const {
+  if (NumIndices() == 0) arr_IndexError();
+  return arr_c1DNumberArray::Data();
+}
+
+rnge_c1DRange barr_c1DBoolArray::Range() const {
+  return rnge_c1DRange(rnge_c1DIndexRange(0, NumIndices()), cal_);
+}
+
+barr_c1DBoolArray barr_c1DBoolArray::Selection(const rnge_c1DIndexRange& range) const {
+  return barr_c1DBoolArray(SubArray(range.StartIndexX(), std::int64_t{range.EndIndexX()} - 1),
+                           cal_.Rebased(range.StartIndexX(), range.Contains(CalIndexX())));
+}
+
+barr_c1DBoolArray barr_c1DBoolArray::Selection(int start, int end) const {
+  return Selection(rnge_c1DIndexRange(start, end));
+}
+
+void barr_c1DBoolArray::SetSelection(const barr_c1DBoolArray& source, int offset) {
+  if (source.NumIndices() == 0) return;
+  const barr_c1DBoolArray copy(source);  // keeps the old elements when a mask is copied into itself
+  SetBlock(copy.Data(), copy.NumIndices(), offset);
+}
+
+type_cBoolean barr_c1DBoolArray::IsRangeAndDelta(const barr_c1DBoolArray& other) const {
+  return Range() == other.Range() && DeltaX() == other.DeltaX();
+}
+
+barr_c2DBoolArray::barr_c2DBoolArray(int nx, int ny)
+    : barr_c2DBoolArray(nx, ny, false, cal_c2DArrayCal::Default) {}
+
+barr_c2DBoolArray::barr_c2DBoolArray(int nx, int ny, type_cBoolean value, const cal_c2DArrayCal& cal)
+    : arr_c2DNumberArray(nx, ny, nullptr, value, true), cal_(cal) {}
+
+barr_c2DBoolArray::barr_c2DBoolArray(const arr_c2DNumberArray<type_cBoolean>& elements,
+                                     const cal_c2DArrayCal& cal)
+    : arr_c2DNumberArray(elements), cal_(cal) {}
+
+barr_c2DBoolArray::~barr_c2DBoolArray() = default;
+
+barr_c2DBoolArray& barr_c2DBoolArray::operator=(type_cBoolean value) {
+  arr_c2DNumberArray::operator=(value);
+  return *this;
+}
+
+const type_cBoolean* barr_c2DBoolArray::Data() const {
+  if (NumIndices() == 0) arr_IndexError();
+  return arr_c2DNumberArray::Data();
+}
+
+rnge_c2DRange barr_c2DBoolArray::Range() const {
+  return rnge_c2DRange(rnge_c2DIndexRange(0, 0, NumIndicesX(), NumIndicesY()), cal_);
+}
+
+barr_c2DBoolArray barr_c2DBoolArray::Selection(const rnge_c2DIndexRange& range) const {
+  return barr_c2DBoolArray(
+      SubArray(range.StartIndexX(), range.StartIndexY(), std::int64_t{range.EndIndexX()} - 1,
+               std::int64_t{range.EndIndexY()} - 1),
+      cal_.Rebased(range.StartIndexX(), range.StartIndexY(), range.Contains(CalIndexX(), CalIndexY())));
+}
+
+barr_c2DBoolArray barr_c2DBoolArray::Selection(int x0, int y0, int x1, int y1) const {
+  return Selection(rnge_c2DIndexRange(x0, y0, x1, y1));
+}
+
+void barr_c2DBoolArray::SetSelection(const barr_c2DBoolArray& source, int x, int y) {
+  if (source.NumIndices() == 0) return;
+  detail::CheckBlock(x, source.NumIndicesX(), NumIndicesX());
+  detail::CheckBlock(y, source.NumIndicesY(), NumIndicesY());
+  const barr_c2DBoolArray copy(source);  // keeps the old elements when a mask is copied into itself
+  SetBlock(copy.Data(), copy.NumIndicesX(), {x, y, copy.NumIndicesX(), copy.NumIndicesY()});
+}
+
+type_cBoolean barr_c2DBoolArray::IsRangeAndDelta(const barr_c2DBoolArray& other) const {
+  return Range() == other.Range() && DeltaX() == other.DeltaX() && DeltaY() == other.DeltaY();
+}

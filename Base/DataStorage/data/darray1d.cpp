@@ -1,0 +1,94 @@
+#include <algorithm>
+#include <cmath>
+
+#include <DataStorage/data/darray1d.h>
+
+darr_c1DArray::darr_c1DArray() : DataArray(parr_c1DNumberArray(), cal_c1DArrayCal::Default) {}
+
+darr_c1DArray::darr_c1DArray(int count, const pnum_cNumber& value, const cal_c1DArrayCal& cal)
+    : DataArray(parr_c1DNumberArray(count, value), cal) {}
+
+darr_c1DArray::darr_c1DArray(int count, dtyp_cDataType type, const cal_c1DArrayCal& cal)
+    : DataArray(parr_c1DNumberArray(count, type), cal) {}
+
+darr_c1DArray::darr_c1DArray(const parr_c1DNumberArray& numbers, const cal_c1DArrayCal& cal)
+    : DataArray(numbers, cal) {}
+
+darr_c1DArray& darr_c1DArray::operator=(const pnum_cNumber& value) {
+  parr_c1DNumberArray::operator=(value);
+  return *this;
+}
+
+const tgio_cObjectType& darr_c1DArray::ObjectType() const { return _ObjectType; }
+
+unsigned int darr_c1DArray::DataTypeID() { return obty_1DDataArrayType; }
+
+rnge_c1DRange darr_c1DArray::Range() const {
+  return rnge_c1DRange(rnge_c1DIndexRange(0, NumIndices()), Cal());
+}
+
+pnum_cNumber darr_c1DArray::Value(double position, darr_eInterpolation interpolation) const {
+  const detail::Interval covered{Cal().PositionX(0), Cal().PositionX(NumIndices())};
+  if (NumIndices() == 0 || !covered.bContains(position)) return pnum_cNumber(DataType());
+  const int last = NumIndices() - 1;
+  const int i = std::max(std::min(Cal().IndexX(position), last), 0);
+  const double distance = position - Cal().PositionX(i);
+  if (interpolation == darr_NoInterpolation || i == last ||
+      std::fabs(distance) < cal_cArrayCal::RoundFactor) {
+    return Value(i);
+  }
+  const double a = Value(i).Value();
+  const double b = Value(i + 1).Value();
+  return pnum_cNumber(distance / DeltaX() * (b - a) + a);
+}
+
+void darr_c1DArray::SetValue(const pnum_cNumber& value, double position) {
+  if (std::isnan(position)) arr_IndexError();
+  if (!Range().Contains(position)) {
+    *this = Selection(Range() | pos_c1DPosition(position), rnge_IndexOuter);
+  }
+  // A position at the very end of the range lies in the cell behind the last one.
+  if (const int i = Cal().IndexX(position); i >= NumIndices()) *this = Selection(0, detail::AddIndices(i, 1));
+  SetValue(value, Cal().IndexX(position));
+}
+
+darr_c1DArray darr_c1DArray::Selection(const rnge_c1DIndexRange& range) const {
+  return darr_c1DArray(parr_c1DNumberArray::Selection(range),
+                       Cal().Rebased(range.StartIndexX(), range.Contains(CalIndexX())));
+}
+
+darr_c1DArray darr_c1DArray::Selection(int start, int end) const {
+  return Selection(rnge_c1DIndexRange(start, end));
+}
+
+darr_c1DArray darr_c1DArray::Selection(const rnge_c1DRange& range, rnge_eIndexSelect select) const {
+  const rnge_c1DRange covered = Range();
+  if (range == covered || range.IsNull()) return *this;
+  const rnge_c1DIndexRange indices(range, Cal(), select);
+  if (covered.Contains(range)) return Selection(indices);
+
+  // The range runs past the data, which are filled out with zeros.
+  darr_c1DArray result(indices.NumIndicesX(), pnum_cNumber(DataType()),
+                       Cal().Rebased(indices.StartIndexX(), range.Contains(OffsetX())));
+  const int start = std::max(indices.StartIndexX(), 0);
+  const int end = std::min(indices.EndIndexX(), NumIndices());
+  if (start < end) {
+    const rnge_c1DIndexRange overlap(start, end);
+    result.SetData(*this, overlap, overlap.Shift(-indices.StartIndexX()));
+  }
+  return result;
+}
+
+darr_c1DArray darr_c1DArray::Selection(double from, double to, rnge_eIndexSelect select) const {
+  return Selection(rnge_c1DRange(from, to), select);
+}
+
+darr_c1DArray darr_c1DArray::Move(double distance) const {
+  darr_c1DArray moved(*this);
+  moved.SetOffsetX(OffsetX() + distance);
+  return moved;
+}
+
+double darr_c1DArray::OffsetX(const darr_c1DArray& other) const {
+  return Range().StartX() - other.Range().StartX();
+}

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <DataStorage/arrays/parray1d.h>
+#include <DataStorage/data/dataarray.h>
+
+enum darr_eInterpolation { darr_NoInterpolation = 0, darr_LinearInterpolation = 1 };
+
+/// A calibrated one-dimensional data array: numbers whose indices have physical positions. Element i lies at
+/// `Cal().PositionX(i)` and its cell reaches to the position of the next one, so N elements cover the range
+/// from PositionX(0) to PositionX(N). Copies are cheap: they share the elements until one is written.
+class DATASTORAGE_EXPORT darr_c1DArray : public detail::DataArray<parr_c1DNumberArray, cal_c1DArrayCal> {
+ public:
+  /// No elements.
+  darr_c1DArray();
+  /// `count` elements of `value`.
+  darr_c1DArray(int count, const pnum_cNumber& value, const cal_c1DArrayCal& cal);
+  /// `count` zeros.
+  darr_c1DArray(int count, dtyp_cDataType type, const cal_c1DArrayCal& cal);
+  /// Shares the elements of a number array.
+  darr_c1DArray(const parr_c1DNumberArray& numbers, const cal_c1DArrayCal& cal);
+  /// Shares the elements of a typed array.
+  template <detail::ElementType T>
+  darr_c1DArray(const arr_c1DNumberArray<T>& elements, const cal_c1DArrayCal& cal)
+      : DataArray(parr_c1DNumberArray(elements), cal) {}
+  darr_c1DArray(const darr_c1DArray&) = default;
+  darr_c1DArray& operator=(const darr_c1DArray&) = default;
+  /// Every element becomes `value` and the array takes its type; the calibration stays.
+  darr_c1DArray& operator=(const pnum_cNumber& value);
+
+  const tgio_cObjectType& ObjectType() const override;
+  /// The identifier of 1D data arrays in series files.
+  static unsigned int DataTypeID();
+
+  /// The positions covered.
+  rnge_c1DRange Range() const;
+
+  using parr_c1DNumberArray::SetValue;
+  using parr_c1DNumberArray::Value;
+  /// The value at a physical position. Linear interpolation between two elements gives a double, exact hits
+  /// and the last cell the element itself. Outside the range (not-a-number included), and in an array without
+  /// elements, the value is a zero of the element type.
+  pnum_cNumber Value(double position, darr_eInterpolation interpolation = darr_NoInterpolation) const;
+  /// Sets the element in whose cell `position` lies. The array grows as far as needed, by zeros. A position
+  /// that is not a number raises arr_IndexError.
+  void SetValue(const pnum_cNumber& value, double position);
+
+  /// The elements of an index range, with the positions they had; those outside the array take its fill
+  /// value.
+  darr_c1DArray Selection(const rnge_c1DIndexRange& range) const;
+  darr_c1DArray Selection(int start, int end) const;
+  /// The elements that a physical range selects, zeros where it leaves the array. The array's own range and
+  /// rnge_c1DRange::Null give the whole array.
+  darr_c1DArray Selection(const rnge_c1DRange& range, rnge_eIndexSelect select) const;
+  darr_c1DArray Selection(double from, double to, rnge_eIndexSelect select) const;
+
+  /// Merges another array into this one: `source` is resampled to this array's delta if it has another one,
+  /// and the array grows to cover it.
+  void Set(const darr_c1DArray& source);
+
+  /// A copy whose positions lie `distance` further on.
+  darr_c1DArray Move(double distance) const;
+  using DataArray::OffsetX;
+  /// The distance from the other array's first position to this one's.
+  double OffsetX(const darr_c1DArray& other) const;
+
+  static const tgio_cObjectType _ObjectType;
+};

@@ -1,0 +1,109 @@
+#include <algorithm>
+#include <cmath>
+
+#include <DataStorage/data/darray2d.h>
+
+namespace {
+
+constexpr detail::SourceFile source_file{"darray2d"};
+
+/// The index range of the elements that `range` and an array of these extents have in common.
+rnge_c2DIndexRange Overlap(const rnge_c2DIndexRange& range, int nx, int ny) {
+  const int x0 = std::max(range.StartIndexX(), 0);
+  const int y0 = std::max(range.StartIndexY(), 0);
+  const int x1 = std::min(range.EndIndexX(), nx);
+  const int y1 = std::min(range.EndIndexY(), ny);
+  return x0 < x1 && y0 < y1 ? rnge_c2DIndexRange(x0, y0, x1, y1) : rnge_c2DIndexRange();
+}
+
+}  // namespace
+
+darr_c2DArray::darr_c2DArray() : DataArray(parr_c2DNumberArray(), cal_c2DArrayCal::Default) {}
+
+darr_c2DArray::darr_c2DArray(int nx, int ny, const pnum_cNumber& value, const cal_c2DArrayCal& cal)
+    : DataArray(parr_c2DNumberArray(nx, ny, value), cal) {}
+
+darr_c2DArray::darr_c2DArray(int nx, int ny, dtyp_cDataType type, const cal_c2DArrayCal& cal)
+    : DataArray(parr_c2DNumberArray(nx, ny, type), cal) {}
+
+darr_c2DArray::darr_c2DArray(const parr_c2DNumberArray& numbers, const cal_c2DArrayCal& cal)
+    : DataArray(numbers, cal) {}
+
+darr_c2DArray& darr_c2DArray::operator=(const pnum_cNumber& value) {
+  parr_c2DNumberArray::operator=(value);
+  return *this;
+}
+
+const tgio_cObjectType& darr_c2DArray::ObjectType() const { return _ObjectType; }
+
+unsigned int darr_c2DArray::DataTypeID() { return obty_2DDataArrayType; }
+
+rnge_c2DRange darr_c2DArray::Range() const { return rnge_c2DRange(IndexRange(), Cal()); }
+
+pnum_cNumber darr_c2DArray::Value(double x, double y) const {
+  if (NumIndices() == 0 || !Range().Contains(x, y)) return pnum_cNumber(DataType());
+  const int i = std::max(std::min(Cal().IndexX(x), NumIndicesX() - 1), 0);
+  const int j = std::max(std::min(Cal().IndexY(y), NumIndicesY() - 1), 0);
+  return Value(i, j);
+}
+
+void darr_c2DArray::SetValue(const pnum_cNumber& value, double x, double y) {
+  if (std::isnan(x) || std::isnan(y)) arr_IndexError();
+  if (!Range().Contains(x, y)) *this = Selection(Range() | pos_c2DPosition(x, y), rnge_IndexOuter);
+  // A position at the very end of the range lies in the cell behind the last one.
+  const int i = Cal().IndexX(x);
+  const int j = Cal().IndexY(y);
+  if (i >= NumIndicesX() || j >= NumIndicesY()) {
+    *this = Selection(0, 0, std::max(NumIndicesX(), detail::AddIndices(i, 1)),
+                      std::max(NumIndicesY(), detail::AddIndices(j, 1)));
+  }
+  SetValue(value, Cal().IndexX(x), Cal().IndexY(y));
+}
+
+darr_c2DArray darr_c2DArray::Selection(const rnge_c2DIndexRange& range) const {
+  return darr_c2DArray(
+      parr_c2DNumberArray::Selection(range),
+      Cal().Rebased(range.StartIndexX(), range.StartIndexY(), range.Contains(CalIndexX(), CalIndexY())));
+}
+
+darr_c2DArray darr_c2DArray::Selection(int x0, int y0, int x1, int y1) const {
+  return Selection(rnge_c2DIndexRange(x0, y0, x1, y1));
+}
+
+darr_c2DArray darr_c2DArray::Selection(const rnge_c2DRange& range, rnge_eIndexSelect select) const {
+  if (!range.bAxisAligned()) source_file.ThrowProgramError();
+  const rnge_c2DRange covered = Range();
+  if (range == covered || range.IsNull()) return *this;
+  const rnge_c2DIndexRange indices(range, Cal(), select);
+  if (covered.Contains(range)) return Selection(indices);
+
+  // The range runs past the data, which are filled out with zeros.
+  darr_c2DArray result(
+      indices.NumIndicesX(), indices.NumIndicesY(), pnum_cNumber(DataType()),
+      Cal().Rebased(indices.StartIndexX(), indices.StartIndexY(), range.Contains(OffsetX(), OffsetY())));
+  const rnge_c2DIndexRange overlap = Overlap(indices, NumIndicesX(), NumIndicesY());
+  if (overlap.NumIndicesX() > 0) {
+    result.SetData(*this, overlap, overlap.Shift(-indices.StartIndexX(), -indices.StartIndexY()));
+  }
+  return result;
+}
+
+darr_c2DArray darr_c2DArray::Selection(double x1, double y1, double x2, double y2,
+                                       rnge_eIndexSelect select) const {
+  return Selection(rnge_c2DRange(x1, y1, x2, y2), select);
+}
+
+darr_c1DArray darr_c2DArray::LineAtX(int i) const { return darr_c1DArray(Column(i), Cal().CalY()); }
+
+darr_c1DArray darr_c2DArray::LineAtY(int j) const { return darr_c1DArray(Row(j), Cal().CalX()); }
+
+darr_c2DArray darr_c2DArray::Move(double dx, double dy) const {
+  darr_c2DArray moved(*this);
+  moved.SetOffsetX(OffsetX() + dx);
+  moved.SetOffsetY(OffsetY() + dy);
+  return moved;
+}
+
+double darr_c2DArray::OffsetX(const darr_c2DArray& other) const { return Range().OffsetX(other.Range()); }
+
+double darr_c2DArray::OffsetY(const darr_c2DArray& other) const { return Range().OffsetY(other.Range()); }

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <DataStorage/arrays/parray2d.h>
+#include <DataStorage/data/darray1d.h>
+
+/// A calibrated two-dimensional data array; axis by axis like darr_c1DArray. Element (i, j) lies at
+/// (`Cal().PositionX(i)`, `Cal().PositionY(j)`); the array covers the rectangle from (PositionX(0),
+/// PositionY(0)) to (PositionX(NX), PositionY(NY)).
+class DATASTORAGE_EXPORT darr_c2DArray : public detail::DataArray<parr_c2DNumberArray, cal_c2DArrayCal> {
+ public:
+  /// No elements.
+  darr_c2DArray();
+  /// nx * ny elements of `value`.
+  darr_c2DArray(int nx, int ny, const pnum_cNumber& value, const cal_c2DArrayCal& cal);
+  /// nx * ny zeros.
+  darr_c2DArray(int nx, int ny, dtyp_cDataType type, const cal_c2DArrayCal& cal);
+  /// Shares the elements of a number array.
+  darr_c2DArray(const parr_c2DNumberArray& numbers, const cal_c2DArrayCal& cal);
+  /// Shares the elements of a typed array.
+  template <detail::ElementType T>
+  darr_c2DArray(const arr_c2DNumberArray<T>& elements, const cal_c2DArrayCal& cal)
+      : DataArray(parr_c2DNumberArray(elements), cal) {}
+  darr_c2DArray(const darr_c2DArray&) = default;
+  darr_c2DArray& operator=(const darr_c2DArray&) = default;
+  /// Every element becomes `value` and the array takes its type; the calibration stays.
+  darr_c2DArray& operator=(const pnum_cNumber& value);
+
+  const tgio_cObjectType& ObjectType() const override;
+  /// The identifier of 2D data arrays in series files.
+  static unsigned int DataTypeID();
+
+  double OffsetY() const noexcept { return cal_.OffsetY(); }
+  double DeltaY() const noexcept { return cal_.DeltaY(); }
+  int CalIndexY() const noexcept { return cal_.CalIndexY(); }
+  void SetOffsetY(double offset) noexcept { cal_.SetOffsetY(offset); }
+  void SetDeltaY(double delta) noexcept { cal_.SetDeltaY(delta); }
+  void SetCalIndexY(int calIndex) noexcept { cal_.SetCalIndexY(calIndex); }
+
+  /// The rectangle of positions covered.
+  rnge_c2DRange Range() const;
+
+  using parr_c2DNumberArray::SetValue;
+  using parr_c2DNumberArray::Value;
+  /// The element in whose cell (x, y) lies. Outside the range (not-a-number included), and in an array
+  /// without elements, a zero of the element type.
+  pnum_cNumber Value(double x, double y) const;
+  /// Sets the element in whose cell (x, y) lies. The array grows as far as needed, by zeros. A position that
+  /// is not a number raises arr_IndexError.
+  void SetValue(const pnum_cNumber& value, double x, double y);
+
+  /// The elements of an index range, with the positions they had; those outside the array take its fill
+  /// value.
+  darr_c2DArray Selection(const rnge_c2DIndexRange& range) const;
+  darr_c2DArray Selection(int x0, int y0, int x1, int y1) const;
+  /// The elements that a physical range selects, zeros where it leaves the array. The array's own range and
+  /// rnge_c2DRange::Null give the whole array. A rotated range throws expt_cProgramException.
+  darr_c2DArray Selection(const rnge_c2DRange& range, rnge_eIndexSelect select) const;
+  darr_c2DArray Selection(double x1, double y1, double x2, double y2, rnge_eIndexSelect select) const;
+
+  /// The column at X index `i`, which runs along Y.
+  darr_c1DArray LineAtX(int i) const;
+  /// The row at Y index `j`, which runs along X.
+  darr_c1DArray LineAtY(int j) const;
+
+  /// Merges another array into this one: `source` is resampled to this array's deltas if it has others, and
+  /// the array grows to cover it.
+  void Set(const darr_c2DArray& source);
+
+  /// A copy whose positions lie (dx, dy) further on.
+  darr_c2DArray Move(double dx, double dy) const;
+  using DataArray::OffsetX;
+  /// The distance from the other array's first position to this one's.
+  double OffsetX(const darr_c2DArray& other) const;
+  double OffsetY(const darr_c2DArray& other) const;
+
+  static const tgio_cObjectType _ObjectType;
+};

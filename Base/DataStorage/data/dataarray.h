@@ -1,0 +1,114 @@
+#pragma once
+
+#include <DataStorage/calibration/arraycal.h>
+#include <DataStorage/interfaces/bstr.h>
+#include <DataStorage/interfaces/constants.h>
+#include <DataStorage/interfaces/tgio.h>
+
+namespace detail {
+
+/// The raw form of a calibration: offset, delta (8 bytes each) and reference index (4 bytes) of each axis.
+inline type_cBoolean WriteRawCalibration(bstr_cBinary_ostream& out, const cal_c1DArrayCal& cal) {
+  return bstr_WriteFields(out, cal.OffsetX(), cal.DeltaX(), cal.CalIndexX());
+}
+inline type_cBoolean WriteRawCalibration(bstr_cBinary_ostream& out, const cal_c2DArrayCal& cal) {
+  return bstr_WriteFields(out, cal.OffsetX(), cal.DeltaX(), cal.CalIndexX(), cal.OffsetY(), cal.DeltaY(),
+                          cal.CalIndexY());
+}
+
+/// Reads the raw form; the calibration stays as it was when that fails.
+inline type_cBoolean ReadRawCalibration(bstr_cBinary_istream& in, cal_c1DArrayCal& cal) {
+  double offset = 0;
+  double delta = 0;
+  int calIndex = 0;
+  if (!bstr_ReadFields(in, offset, delta, calIndex)) return false;
+  cal = cal_c1DArrayCal(offset, delta, calIndex);
+  return true;
+}
+inline type_cBoolean ReadRawCalibration(bstr_cBinary_istream& in, cal_c2DArrayCal& cal) {
+  cal_c1DArrayCal x;
+  cal_c1DArrayCal y;
+  if (!ReadRawCalibration(in, x) || !ReadRawCalibration(in, y)) return false;
+  cal = cal_c2DArrayCal(x.AxisX(), y.AxisX());
+  return true;
+}
+
+/// What data arrays of one and of two dimensions have in common: numbers and the calibration of their
+/// indices, and the persistence of both. `Numbers` is the number array, `Calibration` its calibration.
+template <class Numbers, class Calibration>
+class DATASTORAGE_EXPORT DataArray : public Numbers {
+ public:
+  /// Valid as long as the array.
+  const Calibration& Cal() const noexcept { return cal_; }
+  void SetCal(const Calibration& cal) noexcept { cal_ = cal; }
+
+  double OffsetX() const noexcept { return cal_.OffsetX(); }
+  double DeltaX() const noexcept { return cal_.DeltaX(); }
+  int CalIndexX() const noexcept { return cal_.CalIndexX(); }
+  void SetOffsetX(double offset) noexcept { cal_.SetOffsetX(offset); }
+  void SetDeltaX(double delta) noexcept { cal_.SetDeltaX(delta); }
+  void SetCalIndexX(int calIndex) noexcept { cal_.SetCalIndexX(calIndex); }
+
+  /// The atoms of the number array and the calibration as a nested object.
+  type_cBoolean Write(tgio_cASCII_ostream& out) const override {
+    return Numbers::Write(out) && out.Write(cal_, darr_CalibrationString, false);
+  }
+  type_cBoolean Write(tgio_cBinary_ostream& out) const override {
+    return Numbers::Write(out) && out.Write(cal_, darr_CalibrationTag);
+  }
+  /// A calibration that the stream does not hold is offset 0, delta 1, index 0. When false is returned (a
+  /// stream that failed or holds no data) the array is as it was.
+  type_cBoolean Read(tgio_cASCII_istream& in) override { return ReadAtoms(in); }
+  type_cBoolean Read(tgio_cBinary_istream& in) override { return ReadAtoms(in); }
+
+  /// The raw form: the calibration, then the raw form of the number array.
+  type_cBoolean Write(bstr_cBinary_ostream& out) const {
+    return WriteRawCalibration(out, cal_) && Numbers::Write(out);
+  }
+  /// When false is returned the array is as it was.
+  type_cBoolean Read(bstr_cBinary_istream& in) {
+    Calibration cal;
+    if (!ReadRawCalibration(in, cal) || !Numbers::Read(in)) return false;
+    cal_ = cal;
+    return true;
+  }
+
+  /// Collects the atoms of an array that is read from a tagged stream.
+  struct DATASTORAGE_EXPORT sDarrayData : Numbers::sParrayData {
+    Calibration cal;
+
+    type_cBoolean ReadAtom(tgio_cBinary_istream& in) override {
+      return in.Tag() == darr_CalibrationTag ? in.Read(cal) : Numbers::sParrayData::ReadAtom(in);
+    }
+    type_cBoolean ReadAtom(tgio_cASCII_istream& in) override {
+      return in.Name() == darr_CalibrationString ? in.Read(cal) : Numbers::sParrayData::ReadAtom(in);
+    }
+  };
+
+ protected:
+  DataArray(const Numbers& numbers, const Calibration& cal) : Numbers(numbers), cal_(cal) {}
+  DataArray(const DataArray&) = default;
+  DataArray& operator=(const DataArray&) = default;
+
+  using Numbers::operator=;
+
+  Calibration cal_;
+
+ private:
+  template <class Stream>
+  type_cBoolean ReadAtoms(Stream& in) {
+    sDarrayData data;
+    if (!data.Read(in) || data.letter == nullptr) return false;
+    Numbers numbers(data.letter.release());
+    const dtyp_cDataType type(static_cast<dtyp_eDataType>(data.data_type));
+    if (type.HasDataType()) {
+      if (type.SizeOf() == 0) return false;
+      numbers.Convert(type);
+    }
+    Numbers::operator=(numbers);
+    cal_ = data.cal;
+    return true;
+  }
+};
+
+}  // namespace detail
