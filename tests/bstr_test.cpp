@@ -97,14 +97,13 @@ TEST(RawStream, WritesNumbersLittleEndian) {
   EXPECT_TRUE(first == 0x01020304 && second == 0xABCD);
 }
 
+// These sanitizers end the program where there is not enough memory.
+#if !defined(__has_feature)
+#define __has_feature(feature) 0
+#endif
+#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__) && !__has_feature(address_sanitizer) && \
+    !__has_feature(thread_sanitizer)
 TEST(MemoryStream, FailsWhereThereIsNotEnoughMemory) {
-#if defined(__SANITIZE_ADDRESS__)
-  GTEST_SKIP() << "this sanitizer ends the program instead";
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-  GTEST_SKIP() << "this sanitizer ends the program instead";
-#endif
-#endif
   bstr_cMemory_ostream out;
   EXPECT_TRUE(Write(out, "a"));
   EXPECT_TRUE(out.Seek(far - 10));
@@ -112,6 +111,7 @@ TEST(MemoryStream, FailsWhereThereIsNotEnoughMemory) {
   EXPECT_EQ(out.Size(), 1);
   EXPECT_TRUE(out.Seek(1) && Write(out, "b"));
 }
+#endif
 
 TEST(FileStream, OpensAsAsked) {
   struct Case {
@@ -233,23 +233,6 @@ TEST(FileStream, EveryFaultShowsAndPasses) {
   }
 }
 
-TEST(FileStream, FailedWriteStaysWhereItBegan) {
-  const TempFile file;
-  bstr_cBinary_fstream stream(file.Path());
-  auto& out = stream.Output();
-  EXPECT_TRUE(Write(out, "ab"));
-  {
-    FaultyDisk disk;
-    disk.failing_call = 0;
-    EXPECT_FALSE(Write(out, "cdef"));
-  }
-  EXPECT_FALSE(Write(out, "x"));
-  EXPECT_EQ(out.Position(), 2);
-  EXPECT_EQ(file.Bytes(), "abcd");
-  EXPECT_TRUE(out.Seek(2) && Write(out, "CD"));
-  EXPECT_EQ(file.Bytes(), "abCD");
-}
-
 #if defined(RLIMIT_FSIZE) && !defined(DATASTORAGE_PLAIN_SYSTEM)
 TEST(FileStream, OutlivesTheFileSizeLimit) {
   const TempFile file;
@@ -260,6 +243,7 @@ TEST(FileStream, OutlivesTheFileSizeLimit) {
   ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
   EXPECT_FALSE(Write(stream.Output(), "0123456789"));
   ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
+  EXPECT_EQ(file.Bytes(), "01234");
   EXPECT_EQ(stream.Output().Position(), 0);
   EXPECT_TRUE(stream.Output().Seek(0) && Write(stream.Output(), "0123456789"));
   EXPECT_EQ(file.Bytes(), "0123456789");

@@ -18,9 +18,7 @@ TEST(Block, CopiesAndReplicatesElementsOfEverySize) {
 
     std::string copy(5 * size + 1, '.');
     lgar_memcpy(copy.data(), filled.data(), 5, size);
-    EXPECT_EQ(copy, filled);
     lgar_memcpy(copy.data(), element.data(), -1, size);
-    lgar_memset(copy.data(), element.data(), 0, size);
     EXPECT_EQ(copy, filled);
   }
 }

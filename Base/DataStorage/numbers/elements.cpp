@@ -1,0 +1,151 @@
+#include <algorithm>
+#include <array>
+#include <concepts>
+#include <type_traits>
+
+#include <DataStorage/interfaces/nsp.h>
+#include <DataStorage/numbers/elements.h>
+#include <SignalProcessing/elementloop.h>
+
+namespace {
+
+using detail::ForEachElement;
+
+template <class Target, class Source>
+DATASTORAGE_IN_LINE Target Cast(Source value) {
+  return static_cast<Target>(value);
+}
+
+template <class Part, class Source>
+DATASTORAGE_IN_LINE comp_cComplex<Part> CastToComplex(Source value) {
+  return static_cast<Part>(value);
+}
+
+template <class Part, class SourcePart>
+DATASTORAGE_IN_LINE comp_cComplex<Part> CastParts(const comp_cComplex<SourcePart>& value) {
+  return {static_cast<Part>(value.Real()), static_cast<Part>(value.Imaginary())};
+}
+
+template <class Integer>
+constexpr int word_size = 8 * static_cast<int>(sizeof(Integer));
+template <class Integer>
+constexpr int signedness = std::is_unsigned_v<Integer> ? nsp_Unsigned : 0;
+
+template <class Part>
+using Extraction = void (*)(const comp_cComplex<Part>*, Part*, std::int64_t);
+template <class Part>
+constexpr Extraction<Part> extractions[] = {};
+template <>
+constexpr Extraction<float> extractions<float>[] = {nspcbReal, nspcbImag, nspcbMag, nspcbPhase};
+template <>
+constexpr Extraction<double> extractions<double>[] = {nspzbReal, nspzbImag, nspzbMag, nspzbPhase};
+
+// One Convert for each kind of pair.
+
+template <class T>
+void Convert(const T* source, T* target, std::int64_t count, conv_eComplexConversion) {
+  std::copy_n(source, count, target);
+}
+
+template <std::integral Source, std::integral Target>
+void Convert(const Source* source, Target* target, std::int64_t count, conv_eComplexConversion) {
+  ForEachElement<Cast<Target, Source>>(source, target, count);
+}
+
+template <std::integral Source>
+void Convert(const Source* source, float* target, std::int64_t count, conv_eComplexConversion) {
+  nspsbIntToFloat(source, target, count, word_size<Source>, signedness<Source>);
+}
+
+template <std::integral Source>
+void Convert(const Source* source, double* target, std::int64_t count, conv_eComplexConversion) {
+  nspdbIntToFloat(source, target, count, word_size<Source>, signedness<Source>);
+}
+
+template <std::integral Target>
+void Convert(const float* source, Target* target, std::int64_t count, conv_eComplexConversion) {
+  nspsbFloatToInt(source, target, count, word_size<Target>, nsp_Round | signedness<Target>);
+}
+
+template <std::integral Target>
+void Convert(const double* source, Target* target, std::int64_t count, conv_eComplexConversion) {
+  nspdbFloatToInt(source, target, count, word_size<Target>, nsp_Round | signedness<Target>);
+}
+
+template <std::floating_point Source, std::floating_point Target>
+void Convert(const Source* source, Target* target, std::int64_t count, conv_eComplexConversion) {
+  ForEachElement<Cast<Target, Source>>(source, target, count);
+}
+
+template <std::floating_point Source, class Part>
+void Convert(const Source* source, comp_cComplex<Part>* target, std::int64_t count, conv_eComplexConversion) {
+  ForEachElement<CastToComplex<Part, Source>>(source, target, count);
+}
+
+template <class SourcePart, class Part>
+requires(!std::same_as<SourcePart, Part>) void Convert(const comp_cComplex<SourcePart>* source,
+                                                       comp_cComplex<Part>* target, std::int64_t count,
+                                                       conv_eComplexConversion) {
+  ForEachElement<CastParts<Part, SourcePart>>(source, target, count);
+}
+
+template <class Part>
+void Convert(const comp_cComplex<Part>* source, Part* target, std::int64_t count,
+             conv_eComplexConversion complex_conversion) {
+  const bool known = complex_conversion >= conv_Real && complex_conversion <= conv_Phase;
+  extractions<Part>[known ? complex_conversion : conv_Real](source, target, count);
+}
+
+/// By way of another type, a block at a time that stays in the first cache.
+template <class Via, class Source, class Target>
+void ConvertVia(const Source* source, Target* target, std::int64_t count,
+                conv_eComplexConversion complex_conversion) {
+  constexpr std::int64_t block_size = 4096 / sizeof(Via);
+  Via block[block_size];
+  for (std::int64_t done = 0; done < count; done += block_size) {
+    const std::int64_t n = std::min(block_size, count - done);
+    Convert(source + done, block, n, complex_conversion);
+    Convert(block, target + done, n, complex_conversion);
+  }
+}
+
+template <std::integral Source, class Part>
+void Convert(const Source* source, comp_cComplex<Part>* target, std::int64_t count,
+             conv_eComplexConversion complex_conversion) {
+  ConvertVia<Part>(source, target, count, complex_conversion);
+}
+
+template <class Part, class Target>
+requires std::is_arithmetic_v<Target>
+void Convert(const comp_cComplex<Part>* source, Target* target, std::int64_t count,
+             conv_eComplexConversion complex_conversion) {
+  ConvertVia<Part>(source, target, count, complex_conversion);
+}
+
+using Conversion = void (*)(const void* source, void* target, std::int64_t count, conv_eComplexConversion);
+
+template <class Source, class Target>
+void ConvertUntyped(const void* source, void* target, std::int64_t count,
+                    conv_eComplexConversion complex_conversion) {
+  Convert(static_cast<const Source*>(source), static_cast<Target*>(target), count, complex_conversion);
+}
+
+template <class... T>
+struct Table {
+  template <class Source>
+  static constexpr std::array<Conversion, sizeof...(T)> row{ConvertUntyped<Source, T>...};
+  static constexpr std::array rows{row<T>...};
+};
+
+/// The conversions by the values of source type and target type, counted from 0.
+constexpr auto& conversions = detail::ElementTypes::Apply<Table>::rows;
+
+}  // namespace
+
+void conv_ConvertElements(dtyp_eDataType source_type, dtyp_eDataType target_type, std::int64_t count,
+                          conv_eComplexConversion complex_conversion, const void* source, void* target) {
+  const auto from = static_cast<std::size_t>(source_type - dtyp_UBin8);
+  const auto to = static_cast<std::size_t>(target_type - dtyp_UBin8);
+  if (from < conversions.size() && to < conversions.size())
+    conversions[from][to](source, target, count, complex_conversion);
+}

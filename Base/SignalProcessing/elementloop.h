@@ -1,0 +1,49 @@
+#pragma once
+
+#include <cstdint>
+
+/// For the functions of one element: only in line do they become vector instructions.
+#if defined(__GNUC__)
+#define DATASTORAGE_IN_LINE [[gnu::always_inline]] inline
+#else
+#define DATASTORAGE_IN_LINE inline
+#endif
+
+#if defined(__GNUC__) && defined(__x86_64__)
+#define DATASTORAGE_WIDE_LOOPS 1
+#endif
+
+namespace detail {
+
+#if defined(DATASTORAGE_WIDE_LOOPS)
+/// Whether loops use vectors of 256 bits; what the processor has, unless a test says otherwise. The results
+/// are the same, since the wide loops use no fused multiply-add.
+inline bool& WideLoops() {
+  static bool wide = __builtin_cpu_supports("avx2");
+  return wide;
+}
+#endif
+
+template <auto element, class Source, class Target>
+DATASTORAGE_IN_LINE void ElementLoop(const Source* __restrict source, Target* __restrict target,
+                                     std::int64_t count) {
+  for (std::int64_t i = 0; i < count; ++i) target[i] = element(source[i]);
+}
+
+#if defined(DATASTORAGE_WIDE_LOOPS)
+template <auto element, class Source, class Target>
+[[gnu::target("avx2")]] void WideElementLoop(const Source* source, Target* target, std::int64_t count) {
+  ElementLoop<element>(source, target, count);
+}
+#endif
+
+/// target[i] = element(source[i]). `element` must be DATASTORAGE_IN_LINE.
+template <auto element, class Source, class Target>
+void ForEachElement(const Source* source, Target* target, std::int64_t count) {
+#if defined(DATASTORAGE_WIDE_LOOPS)
+  if (WideLoops()) return WideElementLoop<element>(source, target, count);
+#endif
+  ElementLoop<element>(source, target, count);
+}
+
+}  // namespace detail

@@ -1,0 +1,218 @@
+#include <bit>
+#include <cmath>
+#include <limits>
+#include <type_traits>
+
+#include <DataStorage/interfaces/nsp.h>
+#include <SignalProcessing/elementloop.h>
+
+namespace {
+
+using detail::ForEachElement;
+
+// The functions of one element have no branches, only choices between values, so that the loops over them
+// become vector instructions.
+
+template <class Float, class Integer>
+DATASTORAGE_IN_LINE Float FromInteger(Integer value) {
+  return static_cast<Float>(value);
+}
+
+// There is no vector instruction for unsigned integers of 32 bits; both of these round at most once.
+template <>
+DATASTORAGE_IN_LINE float FromInteger(unsigned int value) {
+  return static_cast<float>(static_cast<int>(value >> 16)) * 65536.0f +
+         static_cast<float>(static_cast<int>(value & 0xffff));
+}
+template <>
+DATASTORAGE_IN_LINE double FromInteger(unsigned int value) {
+  return static_cast<double>(static_cast<int>(value ^ 0x80000000u)) + 2147483648.0;
+}
+
+/// Adding 1.5 * 2^52 (2^23 for floats) moves a value, rounded to nearest even, into the low bits of the sum.
+template <class Integer, class Float>
+DATASTORAGE_IN_LINE Integer ToIntegerInMantissa(Float value) {
+  using Bits = std::conditional_t<sizeof(Float) == 4, std::int32_t, std::int64_t>;
+  constexpr Float lowest = std::numeric_limits<Integer>::min();
+  constexpr Float highest = std::numeric_limits<Integer>::max();
+  constexpr Float shift = Float(1.5) / std::numeric_limits<Float>::epsilon();
+  value = value == value ? value : Float(0);
+  value = value > lowest ? value : lowest;
+  value = value < highest ? value : highest;
+  return static_cast<Integer>(std::bit_cast<Bits>(value + shift));
+}
+
+template <class Integer, class Float>
+DATASTORAGE_IN_LINE Integer ToInteger(Float value) {
+  constexpr bool fits = std::numeric_limits<Integer>::digits < std::numeric_limits<Float>::digits - 2;
+  return ToIntegerInMantissa<Integer>(static_cast<std::conditional_t<fits, Float, double>>(value));
+}
+
+template <class T>
+DATASTORAGE_IN_LINE T Real(const comp_cComplex<T>& value) {
+  return value.Real();
+}
+
+template <class T>
+DATASTORAGE_IN_LINE T Imaginary(const comp_cComplex<T>& value) {
+  return value.Imaginary();
+}
+
+/// Calls `f` with the integer type, as `std::type_identity`.
+template <class F>
+void WithIntegerOf(int word_size, int flags, F f) {
+  const bool is_unsigned = (flags & nsp_Unsigned) != 0;
+  const auto choose = [&](auto unsigned_type, auto signed_type) {
+    is_unsigned ? f(unsigned_type) : f(signed_type);
+  };
+  switch (word_size) {
+    case 8:
+      return choose(std::type_identity<unsigned char>(), std::type_identity<char>());
+    case 16:
+      return choose(std::type_identity<unsigned short>(), std::type_identity<short>());
+    case 32:
+      return choose(std::type_identity<unsigned int>(), std::type_identity<int>());
+    default:
+      return;
+  }
+}
+
+/// A power of two that brings numbers of one end of the range to where they can be squared and added.
+template <class T>
+struct Range;
+template <>
+struct Range<float> {
+  static constexpr float small = 0x1p-40f, large = 0x1p60f, up = 0x1p100f, down = 0x1p-80f;
+};
+template <>
+struct Range<double> {
+  static constexpr double small = 0x1p-400, large = 0x1p500, up = 0x1p600, down = 0x1p-600;
+};
+
+template <class T>
+DATASTORAGE_IN_LINE T Magnitude(const comp_cComplex<T>& value) {
+  using R = Range<T>;
+  constexpr T infinity = std::numeric_limits<T>::infinity();
+  const T a = std::abs(value.Real());
+  const T b = std::abs(value.Imaginary());
+  const T larger = a > b ? a : b;
+  const T factor = larger > R::large ? R::down : larger < R::small ? R::up : T(1);
+  const T back = larger > R::large ? 1 / R::down : larger < R::small ? 1 / R::up : T(1);
+  const T x = a * factor;
+  const T y = b * factor;
+  const T result = std::sqrt(x * x + y * y) * back;
+  return ((a == infinity) | (b == infinity)) ? infinity : result;
+}
+
+/// atan(q) = q + q^3 p(q^2) for |q| <= tan(pi/8): coefficients of p with the least greatest relative error
+/// (2^-59 and 2^-30 of the result), and pi/4 as a sum whose first part can be multiplied by 0 to 4 exactly.
+template <class T>
+struct ArcTangent;
+template <>
+struct ArcTangent<float> {
+  static constexpr float p[] = {-0.33333315505f, 0.19998489426f, -0.14243848541f, 0.10596000007f,
+                                -0.060834491676f};
+  static constexpr float quarter_pi = 0x1.921fb0p-1f, quarter_pi_rest = 0x1.5110b4p-23f;
+};
+template <>
+struct ArcTangent<double> {
+  static constexpr double p[] = {-0.33333333333333199108, 0.19999999999954081579,   -0.14285714280248449058,
+                                 0.11111110786134361559,  -0.090908978363374562747, 0.076920616349433430344,
+                                 -0.06663120357255814895, 0.058480087098933599404,  -0.050398445322611828979,
+                                 0.038078294992402855865, -0.017922249820150334933};
+  static constexpr double quarter_pi = 0x1.921fb54442d18p-1, quarter_pi_rest = 0x1.1a62633145c07p-55;
+};
+
+template <class T>
+DATASTORAGE_IN_LINE T Phase(const comp_cComplex<T>& value) {
+  using A = ArcTangent<T>;
+  constexpr T infinity = std::numeric_limits<T>::infinity();
+  constexpr T tan_eighth_pi = T(0.41421356237309504880);
+  const T x = value.Real();
+  const T y = value.Imaginary();
+  const T abs_x = std::abs(x);
+  const T abs_y = std::abs(y);
+
+  // The tangent of the angle to the nearer axis, from the two parts in order of size. Infinite parts count as
+  // one beside zero, and the largest numbers are made smaller so that their sum stays finite.
+  const bool steep = abs_y > abs_x;
+  T minor = steep ? abs_x : abs_y;
+  T major = steep ? abs_y : abs_x;
+  const T factor = major > std::numeric_limits<T>::max() / 4 ? T(0.25) : T(1);
+  const bool infinite = major == infinity;
+  minor = infinite ? (minor == infinity ? T(1) : T(0)) : minor * factor;
+  major = (infinite | (major == 0)) ? T(1) : major * factor;
+
+  // Beyond pi/8 the angle is counted from the diagonal instead.
+  const bool diagonal = minor > tan_eighth_pi * major;
+  const T q = (diagonal ? minor - major : minor) / (diagonal ? major + minor : major);
+  const T z = q * q;
+  T p = 0;
+  for (int i = std::size(A::p) - 1; i >= 0; --i) p = p * z + A::p[i];
+  const T angle = q + q * (z * p);
+
+  // Put the angle back on its multiple of pi/4, on the right side of it.
+  const bool backward = std::copysign(T(1), x) < 0;
+  T quarters = diagonal ? T(1) : T(0);
+  quarters = steep ? 2 - quarters : quarters;
+  quarters = backward ? 4 - quarters : quarters;
+  const T rest = quarters * A::quarter_pi_rest + (steep != backward ? -angle : angle);
+  const T result = std::copysign(quarters * A::quarter_pi + rest, y);
+  return ((x != x) | (y != y)) ? x + y : result;
+}
+
+template <class Float>
+void IntToFloat(const void* source, Float* target, std::int64_t count, int word_size, int flags) {
+  WithIntegerOf(word_size, flags, [=]<class Integer>(std::type_identity<Integer>) {
+    ForEachElement<FromInteger<Float, Integer>>(static_cast<const Integer*>(source), target, count);
+  });
+}
+
+template <class Float>
+void FloatToInt(const Float* source, void* target, std::int64_t count, int word_size, int flags) {
+  WithIntegerOf(word_size, flags, [=]<class Integer>(std::type_identity<Integer>) {
+    ForEachElement<ToInteger<Integer, Float>>(source, static_cast<Integer*>(target), count);
+  });
+}
+
+}  // namespace
+
+void nspsbIntToFloat(const void* source, float* target, std::int64_t count, int word_size, int flags) {
+  IntToFloat(source, target, count, word_size, flags);
+}
+void nspdbIntToFloat(const void* source, double* target, std::int64_t count, int word_size, int flags) {
+  IntToFloat(source, target, count, word_size, flags);
+}
+
+void nspsbFloatToInt(const float* source, void* target, std::int64_t count, int word_size, int flags) {
+  FloatToInt(source, target, count, word_size, flags);
+}
+void nspdbFloatToInt(const double* source, void* target, std::int64_t count, int word_size, int flags) {
+  FloatToInt(source, target, count, word_size, flags);
+}
+
+void nspcbReal(const comp_cComplex<float>* source, float* target, std::int64_t count) {
+  ForEachElement<Real<float>>(source, target, count);
+}
+void nspcbImag(const comp_cComplex<float>* source, float* target, std::int64_t count) {
+  ForEachElement<Imaginary<float>>(source, target, count);
+}
+void nspcbMag(const comp_cComplex<float>* source, float* target, std::int64_t count) {
+  ForEachElement<Magnitude<float>>(source, target, count);
+}
+void nspcbPhase(const comp_cComplex<float>* source, float* target, std::int64_t count) {
+  ForEachElement<Phase<float>>(source, target, count);
+}
+
+void nspzbReal(const comp_cComplex<double>* source, double* target, std::int64_t count) {
+  ForEachElement<Real<double>>(source, target, count);
+}
+void nspzbImag(const comp_cComplex<double>* source, double* target, std::int64_t count) {
+  ForEachElement<Imaginary<double>>(source, target, count);
+}
+void nspzbMag(const comp_cComplex<double>* source, double* target, std::int64_t count) {
+  ForEachElement<Magnitude<double>>(source, target, count);
+}
+void nspzbPhase(const comp_cComplex<double>* source, double* target, std::int64_t count) {
+  ForEachElement<Phase<double>>(source, target, count);
+}

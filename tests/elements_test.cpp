@@ -1,0 +1,219 @@
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <complex>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <limits>
+#include <random>
+#include <utility>
+#include <vector>
+
+#include <DataStorage/numbers/elements.h>
+#include <SignalProcessing/elementloop.h>
+
+namespace {
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+constexpr double not_a_number = std::numeric_limits<double>::quiet_NaN();
+
+template <class T>
+constexpr bool is_complex = false;
+template <class T>
+constexpr bool is_complex<comp_cComplex<T>> = true;
+
+template <class Source, class Target>
+std::vector<Target> Converted(const std::vector<Source>& source,
+                              conv_eComplexConversion conversion = conv_Real) {
+  std::vector<Target> target(source.size());
+  conv_ConvertElements(detail::DataTypeOf<Source>, detail::DataTypeOf<Target>,
+                       static_cast<std::int64_t>(source.size()), conversion, source.data(), target.data());
+  return target;
+}
+
+/// Limits, ties and their neighbours, small numbers, then bits at random.
+template <class T>
+std::vector<T> Samples(std::size_t count) {
+  std::mt19937_64 random(count);
+  std::vector<T> samples;
+  if constexpr (is_complex<T>) {
+    using Part = decltype(T().Real());
+    const std::vector<Part> parts = Samples<Part>(count);
+    for (const Part re : parts) samples.push_back({re, parts[random() % parts.size()]});
+  } else if constexpr (std::is_integral_v<T>) {
+    samples = {0, 1, T(-1), std::numeric_limits<T>::min(), std::numeric_limits<T>::max()};
+    while (samples.size() < count) samples.push_back(static_cast<T>(random()));
+  } else {
+    samples = {T(0),
+               T(-0.0),
+               T(infinity),
+               T(-infinity),
+               T(not_a_number),
+               std::numeric_limits<T>::denorm_min(),
+               std::numeric_limits<T>::min(),
+               std::numeric_limits<T>::max(),
+               std::numeric_limits<T>::lowest()};
+    for (const double limit : {0., 1., 2., 127., 128., 255., 256., 32767., 32768., 65535., 65536., 8388608.,
+                               2147483647., 2147483648., 4294967295., 4294967296., 9.3e18})
+      for (const double away : {-1., -0.5, 0., 0.5, 1.})
+        for (const double sign : {-1., 1.}) {
+          const T value = T(sign * (limit + away));
+          for (const T x : {std::nextafter(value, T(-infinity)), value, std::nextafter(value, T(infinity))})
+            samples.push_back(x);
+        }
+    while (samples.size() < count) {
+      samples.push_back(T(std::ldexp(double(random()), -static_cast<int>(random() % 70))));
+      samples.push_back(
+          std::bit_cast<T>(static_cast<std::conditional_t<sizeof(T) == 4, int, std::int64_t>>(random())));
+    }
+  }
+  samples.resize(count);
+  return samples;
+}
+
+template <class Target, class Source>
+Target RealRule(Source value) {
+  if constexpr (std::is_integral_v<Target> && std::is_floating_point_v<Source>) {
+    if (std::isnan(value)) return 0;
+    const double rounded = std::nearbyint(double(value));
+    if (rounded <= double(std::numeric_limits<Target>::min())) return std::numeric_limits<Target>::min();
+    if (rounded >= double(std::numeric_limits<Target>::max())) return std::numeric_limits<Target>::max();
+    return static_cast<Target>(rounded);
+  } else {
+    return static_cast<Target>(value);
+  }
+}
+
+/// The rule for one element, with the real part of complex sources.
+template <class Target, class Source>
+Target Rule(const Source& value) {
+  if constexpr (is_complex<Source> && is_complex<Target>) {
+    using Part = decltype(Target().Real());
+    return {RealRule<Part>(value.Real()), RealRule<Part>(value.Imaginary())};
+  } else if constexpr (is_complex<Target>) {
+    return {RealRule<decltype(Target().Real())>(value)};
+  } else if constexpr (is_complex<Source>) {
+    return RealRule<Target>(value.Real());
+  } else {
+    return RealRule<Target>(value);
+  }
+}
+
+template <class T>
+bool SameBits(const std::vector<T>& a, const std::vector<T>& b) {
+  return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(T)) == 0);
+}
+
+/// Calls `check` once for every way the loops may go on this machine.
+template <class Check>
+void OnEveryPath(Check check) {
+#if defined(DATASTORAGE_WIDE_LOOPS)
+  const bool wide = std::exchange(detail::WideLoops(), false);
+  check();
+  detail::WideLoops() = wide;
+#endif
+  check();
+}
+
+template <class Source>
+class ElementsOf : public testing::Test {};
+TYPED_TEST_SUITE(ElementsOf, detail::ElementTypes::Apply<testing::Types>);
+
+TYPED_TEST(ElementsOf, FollowTheRuleOfTheirPairOnEveryPath) {
+  using Source = TypeParam;
+  for (const std::size_t count : {0u, 1u, 3u, 31u, 5003u}) {
+    const std::vector<Source> source = Samples<Source>(count);
+    for (int target = dtyp_UBin8; target <= dtyp_Complex128; ++target)
+      detail::VisitElementType(
+          static_cast<dtyp_eDataType>(target), [&]<class Target>(std::type_identity<Target>) {
+            std::vector<Target> expected;
+            for (const Source& value : source) expected.push_back(Rule<Target>(value));
+            OnEveryPath([&] {
+              EXPECT_TRUE(SameBits(Converted<Source, Target>(source), expected))
+                  << dtyp_cDataType(detail::DataTypeOf<Target>).StringOut().CString() << ", count " << count;
+            });
+          });
+  }
+}
+
+TEST(Elements, StayWithinTheTarget) {
+  const double source[] = {1, 2, 3, 4, 5, 6, 7};
+  for (int type = dtyp_UBin8; type <= dtyp_Complex128; ++type) {
+    const dtyp_cDataType target_type(static_cast<dtyp_eDataType>(type));
+    for (int count = -1; count <= 7; ++count) {
+      std::vector<unsigned char> target(8 * sizeof(comp_cComplex<double>), 0xcd);
+      conv_ConvertElements(dtyp_Float64, target_type.Type(), count, conv_Real, source, target.data());
+      const int end = std::max(count, 0) * target_type.SizeOf();
+      EXPECT_EQ(std::count(target.begin() + end, target.end(), 0xcd), std::ssize(target) - end);
+    }
+  }
+  for (const int bad : {-1, 0, 11}) {
+    double target = 17;
+    conv_ConvertElements(static_cast<dtyp_eDataType>(bad), dtyp_Float64, 1, conv_Real, source, &target);
+    conv_ConvertElements(dtyp_Float64, static_cast<dtyp_eDataType>(bad), 1, conv_Real, source, &target);
+    EXPECT_EQ(target, 17);
+  }
+}
+
+TEST(Elements, OfComplexNumbersBecomeWhatTheCallerNames) {
+  const std::vector<comp_cComplex<double>> source = {{3, 4}};
+  struct Row {
+    int conversion;
+    double value;
+    int rounded;
+  };
+  for (const Row& row :
+       {Row{0, 3, 3}, Row{1, 4, 4}, Row{2, 5, 5}, Row{3, std::atan2(4, 3), 1}, Row{4, 3, 3}, Row{-1, 3, 3}}) {
+    const auto conversion = static_cast<conv_eComplexConversion>(row.conversion);
+    EXPECT_DOUBLE_EQ((Converted<comp_cComplex<double>, double>(source, conversion)[0]), row.value);
+    EXPECT_FLOAT_EQ((Converted<comp_cComplex<double>, float>(source, conversion)[0]), float(row.value));
+    EXPECT_EQ((Converted<comp_cComplex<double>, short>(source, conversion)[0]), row.rounded);
+    EXPECT_EQ((Converted<comp_cComplex<double>, comp_cComplex<float>>(source, conversion)[0]),
+              comp_cComplex<float>(3, 4));
+  }
+}
+
+/// The distance of `value` from the true result in units in the last place of the latter; 0 also where both
+/// are the same infinity, zero (of the same sign) or not a number.
+template <class T>
+double Error(T value, long double truth) {
+  const T nearest = static_cast<T>(truth);
+  if (std::isnan(nearest)) return std::isnan(value) ? 0 : infinity;
+  if (value == nearest && (value != 0 || std::signbit(value) == std::signbit(nearest))) return 0;
+  if (std::isinf(value) || std::isinf(nearest)) return infinity;
+  const T size = std::abs(nearest);
+  return static_cast<double>(std::abs(value - truth) / (std::nextafter(size, T(infinity)) - size));
+}
+
+template <class T>
+class ComplexElementsOf : public testing::Test {};
+using Parts = testing::Types<float, double>;
+TYPED_TEST_SUITE(ComplexElementsOf, Parts);
+
+TYPED_TEST(ComplexElementsOf, MagnitudeAndPhaseAreAccurateEverywhere) {
+  using T = TypeParam;
+  using C = comp_cComplex<T>;
+  std::vector<C> source;
+  const std::vector<T> special = Samples<T>(9 + 17 * 30);
+  for (const T re : special)
+    for (const T im : special) source.push_back({re, im});
+  std::mt19937 random(1);
+  std::uniform_real_distribution<T> part(-1, 1);
+  for (int i = 0; i < 300'000; ++i) source.push_back({part(random), part(random)});
+  for (const C& value : Samples<C>(200'000)) source.push_back(value);
+
+  OnEveryPath([&] {
+    const std::vector<T> magnitude = Converted<C, T>(source, conv_Magnitude);
+    const std::vector<T> phase = Converted<C, T>(source, conv_Phase);
+    double magnitude_error = 0, phase_error = 0;
+    for (std::size_t i = 0; i < source.size(); ++i) {
+      const long double re = source[i].Real(), im = source[i].Imaginary();
+      magnitude_error = std::max(magnitude_error, Error(magnitude[i], std::hypot(re, im)));
+      phase_error = std::max(phase_error, Error(phase[i], std::atan2(im, re)));
+    }
+    EXPECT_LE(magnitude_error, 1.5);
+    EXPECT_LE(phase_error, 3);
+  });
+}
+
+}  // namespace
