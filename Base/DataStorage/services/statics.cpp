@@ -34,4 +34,3 @@ constinit const tgio_cObjectType pos_c1DPosition::_ObjectType(obty_1DPositionStr
 constinit const pos_c1DPosition pos_c1DPosition::Null;
 constinit const tgio_cObjectType pos_c2DPosition::_ObjectType(obty_2DPositionString, obty_2DPositionType);
 constinit const pos_c2DPosition pos_c2DPosition::Null;
-

@@ -1,0 +1,59 @@
+#pragma once
+
+#include <memory>
+
+#include <DataStorage/data/barray.h>
+#include <DataStorage/data/darray2d.h>
+#include <DataStorage/numbers/pnumber.h>
+
+/// The kinds of datum that a dataset can hold.
+enum data_eDatasetType {
+  data_Boolean = 1,
+  data_1DBoolArray = 2,
+  data_2DBoolArray = 3,
+  data_Number = 4,
+  data_1DArray = 5,
+  data_2DArray = 6,
+};
+
+/// What a dataset asks of the letter that holds its datum.
+class DATASTORAGE_EXPORT data_cLetter {
+ public:
+  virtual ~data_cLetter();
+  virtual data_eDatasetType DatasetType() const = 0;
+  virtual std::unique_ptr<data_cLetter> Clone() const = 0;
+  /// The datum held; valid as long as the letter.
+  virtual const void* ValuePointer() const = 0;
+};
+
+/// A value that holds one datum of any kind: a truth value, a number, a data array or a mask. It always holds
+/// one; the kind changes only by assignment.
+class DATASTORAGE_EXPORT data_cDataset {
+ public:
+  data_cDataset(const type_cBoolean& value = false);
+  data_cDataset(const barr_c1DBoolArray& value);
+  data_cDataset(const barr_c2DBoolArray& value);
+  data_cDataset(const pnum_cNumber& value);
+  data_cDataset(const darr_c1DArray& value);
+  data_cDataset(const darr_c2DArray& value);
+  data_cDataset(const data_cDataset& other);
+  data_cDataset& operator=(const data_cDataset& other);
+  ~data_cDataset();
+
+  data_eDatasetType DatasetType() const;
+
+  // A copy of the datum. Asked of a dataset of another kind each throws expt_cUserException, which names
+  // both.
+  operator type_cBoolean() const;
+  operator barr_c1DBoolArray() const;
+  operator barr_c2DBoolArray() const;
+  operator pnum_cNumber() const;
+  operator darr_c1DArray() const;
+  operator darr_c2DArray() const;
+
+ private:
+  template <class T>
+  const T& Held() const;
+
+  std::unique_ptr<data_cLetter> letter_;
+};
