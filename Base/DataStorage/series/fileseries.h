@@ -88,13 +88,15 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
 
  private:
   struct Plan;
-  dtsr_cFileSeriesBase(const str_cString& path, const Plan& plan);
+  dtsr_cFileSeriesBase(const str_cString& path, Plan&& plan);
 
-  bool ListsInOrder() const;
+  bool bGood() const;
   bool ReadLists();
   bool WriteLists();
-  [[noreturn]] void ThrowCannotWrite() const;
+  bool ListsInOrder() const;
+  [[noreturn]] void ThrowCannotRead(int line = __builtin_LINE()) const;
+  [[noreturn]] void ThrowCannotWrite(int line = __builtin_LINE()) const;
 
   bool readOnly_ = false;
-  bool listsInFile_ = true;  // false while the file's lists differ from ours, because the disk refused them
+  bool listsInFile_ = true;  // false while the disk refuses to take lists that it has lost
 };

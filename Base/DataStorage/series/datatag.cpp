@@ -1,0 +1,91 @@
+#include <cstdint>
+#include <limits>
+
+#include <DataStorage/interfaces/constants.h>
+#include <DataStorage/interfaces/expt.h>
+#include <DataStorage/series/datatag.h>
+
+namespace {
+
+constexpr detail::SourceFile source_file{"DataSeries"};
+
+bool bFitsStream(long time) {
+  using Limits = std::numeric_limits<std::int32_t>;
+  return time >= Limits::min() && time <= Limits::max();
+}
+
+}  // namespace
+
+dtsr_cDataTag::~dtsr_cDataTag() = default;
+
+void dtsr_cDataTag::SetEqual(const dtsr_cDataTag& other) { time_ = other.time_; }
+
+type_cBoolean dtsr_cDataTag::IsEqual(const dtsr_cDataTag& other, type_cBoolean compareTime) {
+  return other.TagTypeID() == TagTypeID() && (!compareTime || other.time_ == time_);
+}
+
+void dtsr_cDataTag::Read(bstr_cBinary_istream& in) {
+  std::uint32_t id;
+  if (bstr_ReadFields(in, id) && id != TagTypeID()) source_file.ThrowUserError("Invalid TagTypeID.");
+  std::int32_t time;
+  if (bstr_ReadFields(in, time)) time_ = time;
+  if (!in.bGood()) source_file.ThrowUserError("Can't read TagTypeID.");
+}
+
+void dtsr_cDataTag::Write(bstr_cBinary_ostream& out) const {
+  if (bFitsStream(time_)) bstr_WriteFields(out, std::uint32_t{TagTypeID()}, static_cast<std::int32_t>(time_));
+  if (!bFitsStream(time_) || !out.bGood()) source_file.ThrowUserError("Can't write TagTypeID.");
+}
+
+unsigned int dtsr_cDataTag::TagTypeID() const { return obty_DataTagType; }
+
+dtsr_cDataTag* dtsr_cDataTag::pCopy() const { return new dtsr_cDataTag(*this); }
+
+dtsr_c2DPosition::dtsr_c2DPosition(double x, double y, long time)
+    : dtsr_cDataTag(time), pos_c2DPosition(x, y) {}
+
+dtsr_c2DPosition::dtsr_c2DPosition(const pos_c2DPosition& position, long time)
+    : dtsr_cDataTag(time), pos_c2DPosition(position) {}
+
+dtsr_c2DPosition::~dtsr_c2DPosition() = default;
+
+dtsr_c2DPosition& dtsr_c2DPosition::operator=(const dtsr_c2DPosition& other) {
+  dtsr_cDataTag::operator=(other);
+  pos_c2DPosition::operator=(other);
+  return *this;
+}
+
+dtsr_c2DPosition& dtsr_c2DPosition::operator=(const pos_c2DPosition& position) {
+  dtsr_cDataTag::operator=(Now());
+  pos_c2DPosition::operator=(position);
+  return *this;
+}
+
+void dtsr_c2DPosition::SetEqual(const dtsr_cDataTag& other) {
+  dtsr_cDataTag::SetEqual(other);
+  if (other.TagTypeID() == TagTypeID()) {
+    pos_c2DPosition::operator=(static_cast<const dtsr_c2DPosition&>(other));
+  }
+}
+
+type_cBoolean dtsr_c2DPosition::IsEqual(const dtsr_cDataTag& other, type_cBoolean compareTime) {
+  if (!dtsr_cDataTag::IsEqual(other, compareTime)) return false;
+  const auto& position = static_cast<const dtsr_c2DPosition&>(other);  // the kinds are the same
+  return position.X() == X() && position.Y() == Y();
+}
+
+void dtsr_c2DPosition::Read(bstr_cBinary_istream& in) {
+  dtsr_cDataTag::Read(in);
+  double x, y;
+  if (!bstr_ReadFields(in, x, y)) source_file.ThrowUserError("Error reading 2D tag.");
+  SetPosition(x, y);
+}
+
+void dtsr_c2DPosition::Write(bstr_cBinary_ostream& out) const {
+  dtsr_cDataTag::Write(out);
+  if (!bstr_WriteFields(out, X(), Y())) source_file.ThrowUserError("Error writing 2D tag.");
+}
+
+unsigned int dtsr_c2DPosition::TagTypeID() const { return obty_2DPositionType; }
+
+dtsr_cDataTag* dtsr_c2DPosition::pCopy() const { return new dtsr_c2DPosition(*this); }
