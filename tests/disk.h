@@ -35,13 +35,14 @@ class TempFile {
   std::string path_;
 };
 
-/// Stands between file streams and the system while it lives: counts the calls, makes one of them fail (0 is
-/// the next one) and may move less than it was asked to.
+/// Stands between file streams and the system while it lives: counts the calls, makes one of them (0 is the
+/// next one) and as many after it as told fail, and may move less than it was asked to.
 class FaultyDisk {
  public:
   FaultyDisk() : calls_(std::exchange(detail::file_calls, {Open, ReadAt, WriteAt, Size, real.close})) {
     count = 0;
     failing_call = -1;
+    also_failing = 0;
     longest_move = std::numeric_limits<std::int64_t>::max();
   }
   FaultyDisk(const FaultyDisk&) = delete;
@@ -50,12 +51,16 @@ class FaultyDisk {
 
   static inline int count = 0;
   static inline int failing_call = -1;
+  static inline int also_failing = 0;
   static inline std::int64_t longest_move = 0;
 
  private:
   static inline const detail::FileCalls real = detail::file_calls;
 
-  static bool bFails() { return count++ == failing_call; }
+  static bool bFails() {
+    const int call = count++;
+    return failing_call >= 0 && call >= failing_call && call <= failing_call + also_failing;
+  }
   static std::intptr_t Open(const char* path, bstr_eAccess access) {
     return bFails() ? detail::NoFile : real.open(path, access);
   }

@@ -1,21 +1,17 @@
 #include <algorithm>
 #include <cstdint>
-#include <limits>
 #include <string>
 
 #include <DataStorage/series/dimension.h>
 
 namespace {
 
+using detail::LimitToInt;
+
 constexpr detail::SourceFile source_file{"DataSeries"};
 
 /// Bytes of a dimension without its texts.
 constexpr int SmallestRecord = 32;
-
-int NearestInt(std::int64_t value) {
-  using Limits = std::numeric_limits<int>;
-  return static_cast<int>(std::clamp<std::int64_t>(value, Limits::min(), Limits::max()));
-}
 
 /// size - index, and back; wraps around so that every pair of numbers comes back as it was.
 std::int32_t CountedFromSize(std::int32_t size, std::int32_t index) {
@@ -84,7 +80,7 @@ int dtsr_cDimensionArray::TotalNumberIndices() const {
   int total = 1;
   for (const dtsr_cDimension* d = first; d != end; ++d) {
     const std::int64_t product = std::int64_t{total} * d->Size();
-    total = NearestInt(product);
+    total = LimitToInt(product);
     if (total != product) arr_SizeError();
   }
   return total;
@@ -96,9 +92,9 @@ int dtsr_cDimensionArray::Index(const arr_cC_Array<int>& indices) const {
   for (int d = 0; d < NumberDimensions(); ++d) {
     dtsr_cDimension& dimension = dimensions_[d];
     const std::int64_t size = dimension.Size();
-    const int i = dimension.bReverseOrder() ? NearestInt(size - indices[d] - 1) : indices[d];
-    linear = NearestInt(linear + std::int64_t{i} * stride);
-    stride = NearestInt(stride * size);
+    const int i = dimension.bReverseOrder() ? LimitToInt(size - indices[d] - 1) : indices[d];
+    linear = LimitToInt(linear + std::int64_t{i} * stride);
+    stride = LimitToInt(stride * size);
   }
   return linear;
 }
@@ -113,7 +109,7 @@ arr_cC_Array<int> dtsr_cDimensionArray::IndexPosition(int linearIndex) const {
     if (size < 1) arr_IndexError();
     stride /= dimension.Size();
     const int i = rest / stride;
-    indices[d] = dimension.bReverseOrder() ? NearestInt(size - i - 1) : i;
+    indices[d] = dimension.bReverseOrder() ? LimitToInt(size - i - 1) : i;
     rest %= stride;
   }
   return indices;
