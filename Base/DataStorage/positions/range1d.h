@@ -90,9 +90,13 @@ class DATASTORAGE_EXPORT rnge_c1DRange : public tgio_cTaggedStreamObject,
   void ReceiveMessage(unsigned long id, mesg_cSender& sender, mesg_sMessageData* data) override;
 
  private:
+  /// The ends in this order.
+  constexpr explicit rnge_c1DRange(const detail::Interval& ends) noexcept
+      : rnge_c1DRange(ends, (ends.start + ends.end) * 0.5) {}
   constexpr rnge_c1DRange(const detail::Interval& ends, double center) noexcept
       : start_(ends.start), end_(ends.end), center_(center) {}
 
+  void MoveCenter(const pos_c1DPosition& center);
   detail::Interval Ends() const noexcept { return {start_, end_}; }
 
   double start_;
@@ -154,6 +158,8 @@ class DATASTORAGE_EXPORT rnge_c1DIndexRange : public tgio_cTaggedStreamObject {
   type_cBoolean IsNull() const noexcept { return this == &Null; }
 
  private:
+  explicit rnge_c1DIndexRange(const detail::IndexSpan& span) noexcept : start_(span.start), end_(span.end) {}
+
   int start_;
   int end_;
 };

@@ -131,12 +131,13 @@ class DATASTORAGE_EXPORT rnge_c2DRange : public tgio_cTaggedStreamObject,
   constexpr rnge_c2DRange(const detail::CenteredInterval& x, const detail::CenteredInterval& y) noexcept
       : rnge_c2DRange(x.center, y.center, x.width, y.width, 0.0) {}
 
+  void MoveCenter(const pos_c2DPosition& center);
+
   // The sides of a range whose angle is zero.
   detail::CenteredInterval SideX() const noexcept { return {xcenter_, xwidth_}; }
   detail::CenteredInterval SideY() const noexcept { return {ycenter_, ywidth_}; }
 
-  friend DATASTORAGE_EXPORT rnge_c2DRange operator|(const rnge_c2DRange& range,
-                                                    const pos_c2DPosition& position) noexcept;
+  friend DATASTORAGE_EXPORT rnge_c2DRange operator|(const rnge_c2DRange& a, const rnge_c2DRange& b) noexcept;
 
   double xcenter_;
   double ycenter_;

@@ -6,6 +6,8 @@
 #include <DataStorage/numbers/pnumber.h>
 #include <DataStorage/positions/pos1d.h>
 #include <DataStorage/positions/pos2d.h>
+#include <DataStorage/positions/range1d.h>
+#include <DataStorage/positions/range2d.h>
 
 constinit const tgio_cObjectType cal_c1DArrayCal::_ObjectType(obty_1DCalString, obty_1DCalType);
 constinit const tgio_cObjectType cal_c2DArrayCal::_ObjectType(obty_2DCalString, obty_2DCalType);
@@ -34,3 +36,10 @@ constinit const tgio_cObjectType pos_c1DPosition::_ObjectType(obty_1DPositionStr
 constinit const pos_c1DPosition pos_c1DPosition::Null;
 constinit const tgio_cObjectType pos_c2DPosition::_ObjectType(obty_2DPositionString, obty_2DPositionType);
 constinit const pos_c2DPosition pos_c2DPosition::Null;
+
+constinit const tgio_cObjectType rnge_c1DRange::_ObjectType(obty_1DRangeString, obty_1DRangeType);
+constinit const rnge_c1DIndexRange rnge_c1DIndexRange::Null;
+constinit const rnge_c1DRange rnge_c1DRange::Null;
+constinit const tgio_cObjectType rnge_c2DRange::_ObjectType(obty_2DRangeString, obty_2DRangeType);
+constinit const rnge_c2DIndexRange rnge_c2DIndexRange::Null;
+constinit const rnge_c2DRange rnge_c2DRange::Null;

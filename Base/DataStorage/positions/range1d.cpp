@@ -1,0 +1,133 @@
+#include <DataStorage/interfaces/atoms.h>
+#include <DataStorage/interfaces/expt.h>
+#include <DataStorage/positions/change.h>
+#include <DataStorage/positions/range1d.h>
+
+namespace {
+
+constexpr detail::SourceFile source_file{"range1d"};
+constexpr detail::ChangeMessages messages{rnge_1DRangeChanging, rnge_1DRangeChanged};
+
+using Data = rnge_c1DRange::sRangeData;
+
+std::array<detail::DoubleAtom, 2> Atoms(Data& data) {
+  return {{{{rnge_XminTag, rnge_XminString}, &data.Xmin}, {{rnge_XmaxTag, rnge_XmaxString}, &data.Xmax}}};
+}
+
+template <class Stream>
+bool Read(Stream& in, rnge_c1DRange& range) {
+  Data data;
+  if (!detail::ReadAtoms(in, data)) return false;
+  range.SetRange(data.Xmin, data.Xmax);
+  return true;
+}
+
+template <class Stream>
+bool Write(Stream& out, const rnge_c1DRange& range) {
+  Data data;
+  data.Xmin = range.StartX();
+  data.Xmax = range.EndX();
+  return detail::WriteDoubles(out, Atoms(data));
+}
+
+}  // namespace
+
+rnge_s1DRangeChange::~rnge_s1DRangeChange() = default;
+
+type_cBoolean rnge_c1DRange::sRangeData::ReadAtom(tgio_cBinary_istream& in) {
+  return detail::ReadDouble(in, Atoms(*this)) || tgio_cTaggedStreamObject::ReadAtom(in);
+}
+type_cBoolean rnge_c1DRange::sRangeData::ReadAtom(tgio_cASCII_istream& in) {
+  return detail::ReadDouble(in, Atoms(*this)) || tgio_cTaggedStreamObject::ReadAtom(in);
+}
+
+rnge_c1DRange::rnge_c1DRange(const rnge_c1DIndexRange& indices, const cal_c1DArrayCal& cal) noexcept
+    : rnge_c1DRange(
+          detail::Interval{cal.PositionX(indices.StartIndexX()), cal.PositionX(indices.EndIndexX())}) {}
+
+rnge_c1DRange& rnge_c1DRange::operator=(const rnge_c1DRange& other) {
+  if (this != &other) SetRange(other.start_, other.end_);
+  return *this;
+}
+
+pos_c1DPosition& rnge_c1DRange::Center() {
+  if (!attached_) center_.AddReceiver(*this, 0xFFFF);
+  attached_ = true;
+  return center_;
+}
+
+void rnge_c1DRange::MoveCenter(const pos_c1DPosition& center) {
+  const detail::ScopedValue updating(updating_, true);
+  center_ = center;
+}
+
+void rnge_c1DRange::SetRange(double a, double b) {
+  if (a == start_ && b == end_) return;
+  const pos_c1DPosition oldCenter = center_;
+  rnge_s1DRangeChange change(*this, {a, b});
+  const auto fit = [&] {
+    const pos_c1DPosition wanted = change.NewRange.center_;
+    MoveCenter(wanted);
+    if (!detail::bSameCoordinate(center_.X(), wanted.X())) change.NewRange.SetCenter(center_.X());
+  };
+  const auto undo = [&] { MoveCenter(oldCenter); };
+  const auto adopt = [&] {
+    start_ = change.NewRange.start_;
+    end_ = change.NewRange.end_;
+  };
+  if (!detail::Negotiate(*this, messages, change, fit, undo, adopt))
+    source_file.ThrowUserError("1D range limit incompatible with center limit.");
+}
+
+void rnge_c1DRange::SetCenter(double center) {
+  const double size = SizeX(), start = center - 0.5 * size;
+  SetRange(start, start + size);
+}
+
+void rnge_c1DRange::SetSizeX(double size) {
+  const double start = CenterX() - 0.5 * size;
+  SetRange(start, start + size);
+}
+
+void rnge_c1DRange::ReceiveMessage(unsigned long id, mesg_cSender& sender, mesg_sMessageData* data) {
+  if (updating_ || &sender != &center_ || (id != pos_1DPositionChanging && id != pos_1DPositionChanged))
+    return;
+  auto& move = static_cast<pos_s1DPositionChange&>(*data);
+  const double d = move.NewPosition.X() - move.OldPosition.X();
+  rnge_s1DRangeChange change(*this, {start_ + d, end_ + d});
+  if (id == pos_1DPositionChanged) {
+    start_ += d;
+    end_ += d;
+    SendMessage(messages.changed, &change);
+  } else if (!move.Modified) {
+    SendMessage(messages.changing, &change);
+    if (!change.Modified) return;
+    move.NewPosition.SetX(change.NewRange.CenterX());
+    move.Modified = true;
+  }
+}
+
+rnge_c1DRange rnge_c1DRange::operator&(const rnge_c1DRange& other) const noexcept {
+  const double low = other.start_ > start_ ? other.start_ : start_;
+  const double high = other.end_ < end_ ? other.end_ : end_;
+  return low <= high ? rnge_c1DRange(low, high) : Null;
+}
+
+rnge_c1DRange operator|(const rnge_c1DRange& a, const rnge_c1DRange& b) noexcept {
+  return {b.StartX() < a.StartX() ? b.StartX() : a.StartX(), b.EndX() > a.EndX() ? b.EndX() : a.EndX()};
+}
+rnge_c1DRange operator|(const rnge_c1DRange& range, const pos_c1DPosition& position) noexcept {
+  return range | rnge_c1DRange(position.X(), position.X());
+}
+rnge_c1DRange operator|(const pos_c1DPosition& position, const rnge_c1DRange& range) noexcept {
+  return range | position;
+}
+
+type_cBoolean rnge_c1DRange::Read(tgio_cASCII_istream& in) { return ::Read(in, *this); }
+type_cBoolean rnge_c1DRange::Read(tgio_cBinary_istream& in) { return ::Read(in, *this); }
+type_cBoolean rnge_c1DRange::Write(tgio_cASCII_ostream& out) const { return ::Write(out, *this); }
+type_cBoolean rnge_c1DRange::Write(tgio_cBinary_ostream& out) const { return ::Write(out, *this); }
+
+rnge_c1DIndexRange::rnge_c1DIndexRange(const rnge_c1DRange& range, const cal_c1DArrayCal& cal,
+                                       rnge_eIndexSelect select) noexcept
+    : rnge_c1DIndexRange(detail::SelectIndices(range.StartX(), range.EndX(), cal.AxisX(), select)) {}
