@@ -6,6 +6,7 @@
 #include <DataStorage/numbers/pnumber.h>
 #include <DataStorage/positions/pos1d.h>
 #include <DataStorage/positions/pos2d.h>
+#include <DataStorage/positions/poslist.h>
 #include <DataStorage/positions/range1d.h>
 #include <DataStorage/positions/range2d.h>
 
@@ -36,6 +37,7 @@ constinit const tgio_cObjectType pos_c1DPosition::_ObjectType(obty_1DPositionStr
 constinit const pos_c1DPosition pos_c1DPosition::Null;
 constinit const tgio_cObjectType pos_c2DPosition::_ObjectType(obty_2DPositionString, obty_2DPositionType);
 constinit const pos_c2DPosition pos_c2DPosition::Null;
+constinit const tgio_cObjectType pos_c2DPositionList::_ObjectType(obty_2DPosListString, obty_2DPosListType);
 
 constinit const tgio_cObjectType rnge_c1DRange::_ObjectType(obty_1DRangeString, obty_1DRangeType);
 constinit const rnge_c1DIndexRange rnge_c1DIndexRange::Null;

@@ -1,0 +1,225 @@
+#include <algorithm>
+#include <iterator>
+
+#include <DataStorage/interfaces/expt.h>
+#include <DataStorage/positions/change.h>
+#include <DataStorage/positions/poslist.h>
+
+namespace {
+
+constexpr detail::SourceFile source_file{"pos2d"};
+constexpr detail::ChangeMessages messages{pos_2DPositionListChanging, pos_2DPositionListChanged};
+
+constexpr unsigned short position_tag = 0x0100;  // persistent
+constexpr int of_center = -1;                    // the place that stands for the centre
+
+}  // namespace
+
+pos_sPosListChange::~pos_sPosListChange() = default;
+
+pos_c2DPositionList::pos_c2DPositionList(const pos_c2DPositionList& other) : pos_c2DPositionList() {
+  for (const pos_c2DPosition* each : other) Append(std::make_unique<pos_c2DPosition>(*each));
+  center_ = other.center_;
+}
+
+pos_c2DPositionList::~pos_c2DPositionList() { Clear(); }
+
+pos_c2DPositionList& pos_c2DPositionList::operator=(const pos_c2DPositionList& source) {
+  if (this == &source) return *this;
+  Negotiate(source, [this](const pos_c2DPositionList& adopted) {
+    Clear();
+    for (const pos_c2DPosition* each : adopted) Append(std::make_unique<pos_c2DPosition>(*each));
+  });
+  return *this;
+}
+
+void pos_c2DPositionList::Append(std::unique_ptr<pos_c2DPosition> position) {
+  position->AddReceiver(*this, 0xFFFF);
+  InsertAtTail(position.get());
+  const pos_c2DPosition& added = *position.release();
+  // The box grows from head to tail, so a position at the tail is the next step of the same computation.
+  if (box_) *box_ = {box_->x.Hull({added.X(), 0}), box_->y.Hull({added.Y(), 0})};
+}
+
+void pos_c2DPositionList::AddAtTail(pos_c2DPosition* position) {
+  if (position == nullptr) source_file.ThrowProgramError();
+  Append(std::unique_ptr<pos_c2DPosition>(position));
+  Recenter();
+}
+
+void pos_c2DPositionList::AddAtHead(pos_c2DPosition* position) {
+  if (position == nullptr) source_file.ThrowProgramError();
+  std::unique_ptr<pos_c2DPosition> owner(position);
+  owner->AddReceiver(*this, 0xFFFF);
+  InsertAtHead(position);
+  static_cast<void>(owner.release());
+  box_.reset();
+  Recenter();
+}
+
+void pos_c2DPositionList::Clear() noexcept {
+  ++generation_;
+  box_.reset();
+  for (const pos_c2DPosition* each : *this) delete each;
+  list_cPtrList::Clear();
+}
+
+int pos_c2DPositionList::NumberPositions() const noexcept {
+  return static_cast<int>(std::distance(begin(), end()));
+}
+
+pos_c2DPosition& pos_c2DPositionList::Center() {
+  if (!attached_) center_.AddReceiver(*this, 0xFFFF);
+  attached_ = true;
+  return center_;
+}
+
+pos_c2DPosition pos_c2DPositionList::CenterPos() const noexcept {
+  if (!box_) {
+    const pos_c2DPosition& first = **begin();
+    BoundingBox box{{first.X(), 0}, {first.Y(), 0}};
+    for (const pos_c2DPosition* each : *this) box = {box.x.Hull({each->X(), 0}), box.y.Hull({each->Y(), 0})};
+    box_ = box;
+  }
+  return {box_->x.center, box_->y.center};
+}
+
+void pos_c2DPositionList::MoveCenter(const pos_c2DPosition& center) {
+  const detail::ScopedValue quiet(reacting_, false);
+  center_ = center;
+}
+
+void pos_c2DPositionList::Recenter() {
+  if (begin() != end()) MoveCenter(CenterPos());
+}
+
+pos_c2DPosition& pos_c2DPositionList::At(int place) const noexcept { return **std::next(begin(), place); }
+
+int pos_c2DPositionList::PlaceOf(const mesg_cSender& position) const noexcept {
+  const auto found = std::find(begin(), end(), &position);
+  return found == end() ? -1 : static_cast<int>(std::distance(begin(), found));
+}
+
+template <class Function>
+void pos_c2DPositionList::ForEach(Function function) {
+  const unsigned generation = generation_;
+  for (pos_c2DPosition* each : *this) {
+    function(*each);
+    if (generation_ != generation) return;
+  }
+}
+
+/// The centre stays where it is.
+void pos_c2DPositionList::MoveAll(const pos_c2DPosition& by) {
+  const detail::ScopedValue quiet(reacting_, false);
+  ForEach([&by](pos_c2DPosition& each) { each.Move(by.X(), by.Y()); });
+}
+
+template <class Adopt>
+void pos_c2DPositionList::Negotiate(const pos_c2DPositionList& source, Adopt adopt) {
+  const pos_c2DPosition oldCenter = center_;
+  pos_sPosListChange change(*this, source);
+  pos_c2DPositionList& proposal = change.NewList;
+  const auto fit = [&] {
+    const pos_c2DPosition wanted = proposal.center_;
+    MoveCenter(wanted);
+    if (detail::bSameCoordinate(center_.X(), wanted.X()) && detail::bSameCoordinate(center_.Y(), wanted.Y()))
+      return;
+    proposal.MoveAll(center_ - wanted);
+    proposal.Recenter();
+  };
+  const auto undo = [&] { MoveCenter(oldCenter); };
+  if (!detail::Negotiate(*this, messages, change, fit, undo, [&] { adopt(proposal); }))
+    source_file.ThrowUserError("Limits on center and point positions are incompatible.");
+}
+
+void pos_c2DPositionList::SetPositions(const pos_c2DPositionList& source) {
+  Negotiate(source, [this](const pos_c2DPositionList& adopted) {
+    const detail::ScopedValue quiet(reacting_, false);
+    const auto recenter = [this] { Recenter(); };
+    const detail::OnException guard(recenter);
+    auto next = adopted.begin();
+    ForEach([&](pos_c2DPosition& each) {
+      if (next != adopted.end()) each = **next++;
+    });
+  });
+}
+
+int pos_c2DPositionList::operator==(const pos_c2DPositionList& other) const noexcept {
+  return std::equal(begin(), end(), other.begin(), other.end(),
+                    [](const pos_c2DPosition* a, const pos_c2DPosition* b) { return *a == *b; });
+}
+
+pos_c2DPositionList pos_c2DPositionList::Conjugate() const {
+  pos_c2DPositionList result;
+  for (const pos_c2DPosition* each : *this) result.AddAtTail(new pos_c2DPosition(-each->X(), -each->Y()));
+  return result;
+}
+
+void pos_c2DPositionList::ReceiveMessage(unsigned long id, mesg_cSender& sender, mesg_sMessageData* data) {
+  if (id != pos_2DPositionChanging && id != pos_2DPositionChanged) return;
+  const bool fromCenter = &sender == &center_;
+  if (!fromCenter) box_.reset();
+  if (!reacting_) return;
+  const int place = fromCenter ? of_center : PlaceOf(sender);
+  if (place < 0 && !fromCenter) return;
+  auto& move = static_cast<pos_s2DPositionChange&>(*data);
+  if (id == pos_2DPositionChanging)
+    Offer(move, place);
+  else
+    Follow(move, place);
+}
+
+void pos_c2DPositionList::Offer(pos_s2DPositionChange& move, int place) {
+  if (move.Modified || !bHasReceivers()) return;
+  pos_sPosListChange change(*this, *this);
+  if (place == of_center) {
+    change.NewList.MoveAll(move.NewPosition - move.OldPosition);
+  } else {
+    const detail::ScopedValue quiet(change.NewList.reacting_, false);
+    change.NewList.At(place) = move.NewPosition;
+  }
+  SendMessage(messages.changing, &change);
+  if (!change.Modified) return;
+  move.NewPosition = move.OldPosition;
+  move.Modified = true;
+}
+
+void pos_c2DPositionList::Follow(const pos_s2DPositionChange& move, int place) {
+  const detail::ScopedValue quiet(reacting_, false);
+  std::optional<pos_c2DPositionList> before;  // copied only when somebody is to be told
+  if (bHasReceivers()) {
+    before.emplace(*this);
+    before->reacting_ = false;
+    if (place != of_center) before->At(place) = move.OldPosition;
+  }
+  if (place == of_center) {
+    const auto recenter = [this] { Recenter(); };
+    const detail::OnException guard(recenter);
+    MoveAll(move.NewPosition - move.OldPosition);
+  } else {
+    Recenter();
+  }
+  if (!before) return;
+  pos_sPosListChange change(*before, *this);
+  SendMessage(messages.changed, &change);
+}
+
+type_cBoolean pos_c2DPositionList::Read(tgio_cBinary_istream& in) {
+  Clear();
+  while (in.bHasAtom()) {
+    if (in.Tag() == position_tag) {
+      auto position = std::make_unique<pos_c2DPosition>();
+      if (!in.Read(*position)) return false;
+      AddAtTail(position.release());
+    } else if (!in.SkipObject()) {
+      return false;
+    }
+  }
+  return true;
+}
+
+type_cBoolean pos_c2DPositionList::Write(tgio_cBinary_ostream& out) const {
+  return std::all_of(begin(), end(),
+                     [&out](const pos_c2DPosition* each) { return out.Write(*each, position_tag); });
+}
