@@ -9,6 +9,7 @@
 #include <DataStorage/positions/poslist.h>
 #include <DataStorage/positions/range1d.h>
 #include <DataStorage/positions/range2d.h>
+#include <DataStorage/services/application.h>
 
 constinit const tgio_cObjectType cal_c1DArrayCal::_ObjectType(obty_1DCalString, obty_1DCalType);
 constinit const tgio_cObjectType cal_c2DArrayCal::_ObjectType(obty_2DCalString, obty_2DCalType);
@@ -19,6 +20,8 @@ constinit const cal_c2DArrayCal cal_c2DArrayCal::Default;
 
 constinit const tgio_cObjectType darr_c1DArray::_ObjectType(obty_1DDataArrayString, obty_1DDataArrayType);
 constinit const tgio_cObjectType darr_c2DArray::_ObjectType(obty_2DDataArrayString, obty_2DDataArrayType);
+
+constinit hndl_cHandle<dsap_cDataStorageApplication> dsap_cDataStorageApplication::m_hApplication;
 
 constinit const tgio_cObjectType parr_c1DNumberArray::_ObjectType(obty_1DParrayString, obty_1DParrayType);
 constinit const dtyp_cDataType parr_c1DNumberArray::t1DComplexArray = dtyp_Complex128;

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <DataStorage/interfaces/export.h>
+#include <DataStorage/interfaces/mslg.h>
+#include <DataStorage/interfaces/rgst.h>
+#include <DataStorage/interfaces/str.h>
+#include <DataStorage/interfaces/tgio.h>
+#include <DataStorage/interfaces/type.h>
+
+/// What every application object offers: who runs the program, where settings live, and a message log. The
+/// answers come from the environment; where it does not tell, texts are empty. Hosts that know better
+/// override them.
+class DATASTORAGE_EXPORT utap_cUtilityApplication : public tgio_cTaggedStreamObject {
+ public:
+  utap_cUtilityApplication();
+  utap_cUtilityApplication(const utap_cUtilityApplication&);
+  utap_cUtilityApplication& operator=(const utap_cUtilityApplication&);
+  virtual ~utap_cUtilityApplication();
+
+  virtual str_cString CurrentUser() const;
+  virtual str_cString HomeDirectory() const;
+  /// The directory of settings for all users.
+  virtual str_cString AdminDirectory() const;
+  virtual type_cBoolean IsUserAdministrator() const;
+  /// The directory under which settings stand.
+  virtual str_cString RootRegistryKey(rgst_eRootKey root) const;
+  /// One log for all application objects, valid until the program ends.
+  virtual mslg_cMessageLog& MessageLog() const;
+};
