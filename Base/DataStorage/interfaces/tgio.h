@@ -103,6 +103,9 @@ class DATASTORAGE_EXPORT tgio_cBinary_ostream {
 
   template <class Compose>
   bool WriteAtom(unsigned short tag, unsigned char kind, Inside inside, Compose compose);
+  template <class T>
+  bool WriteNumber(unsigned short tag, unsigned char kind, T value);
+  bool WriteObject(const tgio_cTaggedStreamObject& object, unsigned short tag);
 
   std::ostream& out_;
   std::string buffer_;  // the outermost object so far
@@ -165,7 +168,9 @@ class DATASTORAGE_EXPORT tgio_cBinary_istream {
 
   bool Load();
   void Next();
-  const Atom* Current(unsigned char kind, std::size_t size) const noexcept;
+  bool bCurrent(unsigned char kind) const noexcept;
+  template <class T>
+  bool ReadNumber(unsigned char kind, T& value);
 
   std::istream& in_;
   std::string object_;  // the payload of the outermost object; the cursor points into it
@@ -199,9 +204,13 @@ class DATASTORAGE_EXPORT tgio_cASCII_ostream {
   enum class Inside : unsigned char { Nothing, Object, StreamObject };
 
   template <class Compose>
-  bool WriteAtom(std::string_view name, std::string_view kind, Compose compose);
+  bool Undoable(Inside inside, Compose compose);
   template <class Compose>
-  bool WriteBlock(Inside inside, Compose compose);
+  bool WriteAtom(const str_cString& name, std::string_view kind, Inside inside, Compose compose);
+  template <class T>
+  bool WriteNumber(const str_cString& name, std::string_view kind, T value);
+  bool AppendObject(const tgio_cTaggedStreamObject& object);
+  void StartLine(int indent);
 
   std::ostream& out_;
   std::string buffer_;          // the outermost object so far
@@ -256,8 +265,14 @@ class DATASTORAGE_EXPORT tgio_cASCII_istream {
   };
   struct Restore;
 
+  static bool TakeAtom(std::string_view& atoms, Atom& atom);
+  static bool bWellFormed(std::string_view atoms, int depth);
+
   bool Load();
   void Next();
+  bool bCurrent(std::string_view kind) const noexcept;
+  template <class T>
+  bool ReadNumber(std::string_view kind, T& value);
 
   std::istream& in_;
   std::string object_;  // the text of the outermost object; the cursor points into it

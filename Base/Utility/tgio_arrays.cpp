@@ -1,0 +1,207 @@
+#include <algorithm>
+#include <bit>
+#include <charconv>
+#include <cstdint>
+#include <limits>
+#include <type_traits>
+
+#include <DataStorage/interfaces/arr.h>
+#include <DataStorage/interfaces/comp.h>
+#include <Utility/littleendian.h>
+
+// The tagged-stream forms of number arrays. Binary: element code (1 byte), element count or, in two dimensions,
+// columns and rows (4 bytes each), the elements in storage order; little end first. ASCII, in one dimension:
+// the count and the elements, a complex one as two numbers.
+
+namespace {
+
+using detail::LoadLittleEndian;
+using detail::StoreLittleEndian;
+
+/// What an element consists of: complex elements of two numbers, all others of one.
+template <class T>
+struct Parts {
+  using Number = T;
+};
+template <class T>
+struct Parts<comp_cComplex<T>> {
+  using Number = T;
+};
+template <class T>
+constexpr std::size_t NumParts = sizeof(T) / sizeof(typename Parts<T>::Number);
+
+enum Family : std::uint8_t { Unsigned, Signed, Float, Complex, Truth };  // persistent
+
+template <class T>
+constexpr Family FamilyOf = std::is_same_v<T, type_cBoolean> ? Truth
+                            : NumParts<T> == 2               ? Complex
+                            : std::is_floating_point_v<T>    ? Float
+                            : std::is_signed_v<T>            ? Signed
+                                                             : Unsigned;
+
+/// Tells the element types apart in streams: the family in the upper three bits, the size below.
+template <class T>
+constexpr std::uint8_t Code = 32 * FamilyOf<T> + sizeof(T);
+
+/// Makes the elements little-endian, or makes little-endian elements the host's own.
+template <class T>
+void SwapUnlessLittleEndian(T* elements, std::size_t n) noexcept {
+  if constexpr (std::endian::native != std::endian::little) {
+    constexpr std::size_t size = sizeof(typename Parts<T>::Number);
+    auto* bytes = reinterpret_cast<unsigned char*>(elements);
+    for (std::size_t i = 0; i < n * sizeof(T); i += size) std::reverse(bytes + i, bytes + i + size);
+  }
+}
+
+bool WriteCount(tgio_cBinary_ostream& out, int n) {
+  char bytes[4];
+  StoreLittleEndian(bytes, static_cast<std::uint32_t>(n));
+  return out.WriteBytes(bytes, sizeof bytes);
+}
+
+bool ReadCount(tgio_cBinary_istream& in, int& n) {
+  char bytes[4];
+  if (!in.ReadBytes(bytes, sizeof bytes)) return false;
+  n = static_cast<int>(LoadLittleEndian<std::uint32_t>(bytes));
+  return n >= 0;
+}
+
+template <class T>
+bool WriteCode(tgio_cBinary_ostream& out) {
+  return out.WriteBytes(&Code<T>, 1);
+}
+
+template <class T>
+bool ReadCode(tgio_cBinary_istream& in) {
+  std::uint8_t code = 0;
+  return in.ReadBytes(&code, 1) && code == Code<T>;
+}
+
+template <class Array, class T>
+bool WriteElements(tgio_cBinary_ostream& out, const Array& array, const T* elements) {
+  const auto n = static_cast<std::size_t>(array.NumIndices());
+  if constexpr (std::endian::native == std::endian::little) return out.WriteBytes(elements, n * sizeof(T));
+  Array swapped(array);
+  T* const target = swapped.WriteAccess();
+  SwapUnlessLittleEndian(target, n);
+  return out.WriteBytes(target, n * sizeof(T));
+}
+
+template <class T>
+bool ReadElements(tgio_cBinary_istream& in, T* elements, std::size_t n) {
+  if (!in.ReadBytes(elements, n * sizeof(T))) return false;
+  SwapUnlessLittleEndian(elements, n);
+  return true;
+}
+
+template <class T>
+bool WriteNumber(tgio_cASCII_ostream& out, T number) {
+  char text[32];
+  const char* const end = std::to_chars(text, text + sizeof text, number).ptr;
+  return out.WriteWord({text, static_cast<std::size_t>(end - text)});
+}
+bool WriteNumber(tgio_cASCII_ostream& out, type_cBoolean value) { return out.WriteWord(value ? "1" : "0"); }
+
+template <class T>
+bool WriteNumber(tgio_cASCII_ostream& out, const comp_cComplex<T>& value) {
+  return WriteNumber(out, value.Real()) && WriteNumber(out, value.Imaginary());
+}
+
+template <class T>
+bool ReadNumber(tgio_cASCII_istream& in, T& number) {
+  const std::string_view word = in.ReadWord();
+  const char* const end = word.data() + word.size();
+  const auto [read, error] = std::from_chars(word.data(), end, number);
+  return error == std::errc() && read == end;
+}
+bool ReadNumber(tgio_cASCII_istream& in, type_cBoolean& value) {
+  const std::string_view word = in.ReadWord();
+  value = word == "1";
+  return value || word == "0";
+}
+template <class T>
+bool ReadNumber(tgio_cASCII_istream& in, comp_cComplex<T>& value) {
+  T real;
+  T imaginary;
+  if (!ReadNumber(in, real) || !ReadNumber(in, imaginary)) return false;
+  value = {real, imaginary};
+  return true;
+}
+
+}  // namespace
+
+template <class T>
+type_cBoolean arr_c1DNumberArray<T>::WriteStream(tgio_cBinary_ostream& out) const {
+  return WriteCode<T>(out) && WriteCount(out, this->NumIndices()) && WriteElements(out, *this, this->Data());
+}
+
+template <class T>
+type_cBoolean arr_c1DNumberArray<T>::ReadStream(tgio_cBinary_istream& in) {
+  int n = 0;
+  if (!ReadCode<T>(in) || !ReadCount(in, n)) return false;
+  const auto elements = static_cast<std::size_t>(n);
+  if (in.BytesLeft() != elements * sizeof(T)) return false;
+  arr_c1DNumberArray read(arr_Unfilled, n);
+  if (!ReadElements(in, read.WriteAccess(), elements)) return false;
+  read.SetFillValue(this->FillValue());
+  *this = read;
+  return true;
+}
+
+template <class T>
+type_cBoolean arr_c1DNumberArray<T>::WriteStream(tgio_cASCII_ostream& out) const {
+  const T* const elements = this->Data();
+  return WriteNumber(out, this->NumIndices()) &&
+         std::all_of(elements, elements + this->NumIndices(),
+                     [&](const T& element) { return WriteNumber(out, element); });
+}
+
+template <class T>
+type_cBoolean arr_c1DNumberArray<T>::ReadStream(tgio_cASCII_istream& in) {
+  int n = 0;
+  if (!ReadNumber(in, n) || n < 0) return false;
+  if (static_cast<std::size_t>(n) > in.CharactersLeft() / (2 * NumParts<T>)) return false;
+  arr_c1DNumberArray read(arr_Unfilled, n);
+  T* const elements = read.WriteAccess();
+  if (!std::all_of(elements, elements + n, [&](T& element) { return ReadNumber(in, element); })) return false;
+  if (!in.ReadWord().empty()) return false;
+  read.SetFillValue(this->FillValue());
+  *this = read;
+  return true;
+}
+
+template <class T>
+type_cBoolean arr_c2DNumberArray<T>::WriteStream(tgio_cBinary_ostream& out) const {
+  return WriteCode<T>(out) && WriteCount(out, this->NumIndicesX()) && WriteCount(out, this->NumIndicesY()) &&
+         WriteElements(out, *this, this->Data());
+}
+
+template <class T>
+type_cBoolean arr_c2DNumberArray<T>::ReadStream(tgio_cBinary_istream& in) {
+  int nx = 0;
+  int ny = 0;
+  if (!ReadCode<T>(in) || !ReadCount(in, nx) || !ReadCount(in, ny)) return false;
+  const std::size_t elements = in.BytesLeft() / sizeof(T);
+  if (std::uint64_t(nx) * std::uint64_t(ny) != elements || in.BytesLeft() % sizeof(T) != 0) return false;
+  if (elements > std::numeric_limits<int>::max()) return false;
+  arr_c2DNumberArray read(arr_Unfilled, nx, ny);
+  if (!ReadElements(in, read.WriteAccess(), elements)) return false;
+  read.SetFillValue(this->FillValue());
+  *this = read;
+  return true;
+}
+
+#define DATASTORAGE_STREAMED_ELEMENT(type) \
+  template class arr_c1DNumberArray<type>; \
+  template class arr_c2DNumberArray<type>;
+DATASTORAGE_STREAMED_ELEMENT(unsigned char)
+DATASTORAGE_STREAMED_ELEMENT(unsigned short)
+DATASTORAGE_STREAMED_ELEMENT(unsigned int)
+DATASTORAGE_STREAMED_ELEMENT(char)
+DATASTORAGE_STREAMED_ELEMENT(short)
+DATASTORAGE_STREAMED_ELEMENT(int)
+DATASTORAGE_STREAMED_ELEMENT(float)
+DATASTORAGE_STREAMED_ELEMENT(double)
+DATASTORAGE_STREAMED_ELEMENT(comp_cComplex<float>)
+DATASTORAGE_STREAMED_ELEMENT(comp_cComplex<double>)
+DATASTORAGE_STREAMED_ELEMENT(type_cBoolean)
