@@ -4,6 +4,7 @@
 #include <DataStorage/interfaces/bstr.h>
 #include <DataStorage/interfaces/constants.h>
 #include <DataStorage/interfaces/tgio.h>
+#include <DataStorage/numbers/datatype.h>
 
 namespace detail {
 
