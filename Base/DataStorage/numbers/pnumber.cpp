@@ -50,6 +50,12 @@ comp_cComplex<T> FromDouble(double value, std::type_identity<comp_cComplex<T>>) 
   return static_cast<T>(value);
 }
 
+double ToDouble(auto value) { return static_cast<double>(value); }
+template <class T>
+double ToDouble(const comp_cComplex<T>& value) {
+  return ToDouble(value.Real());
+}
+
 }  // namespace
 
 template <detail::ElementType T>
@@ -75,9 +81,9 @@ pnum_cNumber::pnum_cNumber(double value, dtyp_cDataType type)
 }
 
 double pnum_cNumber::Value() const noexcept {
-  double value = 0;
-  conv_ConvertElements(DataType().Type(), dtyp_Float64, 1, conv_Real, Data(), &value);
-  return value;
+  return detail::VisitElementType(DataType().Type(), [this]<class T>(std::type_identity<T>) {
+    return ToDouble(*static_cast<const T*>(Data()));
+  });
 }
 
 int pnum_cNumber::Count() const {
