@@ -9,9 +9,9 @@
 #include <DataStorage/interfaces/comp.h>
 #include <Utility/littleendian.h>
 
-// The tagged-stream forms of number arrays. Binary: element code (1 byte), element count or, in two dimensions,
-// columns and rows (4 bytes each), the elements in storage order; little end first. ASCII, in one dimension:
-// the count and the elements, a complex one as two numbers.
+// The tagged-stream forms of number arrays. Binary: element code (1 byte), element count or, in two
+// dimensions, columns and rows (4 bytes each), the elements in storage order; little end first. ASCII, in one
+// dimension: the count and the elements, a complex one as two numbers.
 
 namespace {
 
