@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cmath>
+#include <optional>
 
 #include <DataStorage/calibration/arraycal.h>
 
@@ -56,6 +57,15 @@ struct Interval {
   }
 };
 
+/// What both intervals hold, which may be a single position; nothing also where one of the ends is not a
+/// number.
+constexpr std::optional<Interval> Overlap(const Interval& a, const Interval& b) noexcept {
+  const Interval both{b.start > a.start ? b.start : a.start, b.end < a.end ? b.end : a.end};
+  const bool inA = both.start >= a.start && both.end <= a.end,
+             inB = both.start >= b.start && both.end <= b.end;
+  return inA && inB && both.start <= both.end ? std::optional(both) : std::nullopt;
+}
+
 /// An interval given by its centre and its width, as the sides of 2D ranges are.
 struct CenteredInterval {
   double center;
@@ -68,6 +78,7 @@ struct CenteredInterval {
 
   constexpr double Start() const noexcept { return center - 0.5 * width; }
   constexpr double End() const noexcept { return center + 0.5 * width; }
+  constexpr Interval Ends() const noexcept { return {Start(), End()}; }
   /// With tolerance at both ends.
   constexpr bool bContains(double x) const noexcept {
     const double tolerance = Tolerance(width);

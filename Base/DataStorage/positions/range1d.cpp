@@ -108,9 +108,8 @@ void rnge_c1DRange::ReceiveMessage(unsigned long id, mesg_cSender& sender, mesg_
 }
 
 rnge_c1DRange rnge_c1DRange::operator&(const rnge_c1DRange& other) const noexcept {
-  const double low = other.start_ > start_ ? other.start_ : start_;
-  const double high = other.end_ < end_ ? other.end_ : end_;
-  return low <= high ? rnge_c1DRange(low, high) : Null;
+  const auto both = detail::Overlap(Ends(), other.Ends());
+  return both ? rnge_c1DRange(*both) : Null;
 }
 
 rnge_c1DRange operator|(const rnge_c1DRange& a, const rnge_c1DRange& b) noexcept {

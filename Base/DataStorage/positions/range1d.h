@@ -37,7 +37,8 @@ class DATASTORAGE_EXPORT rnge_c1DRange : public tgio_cTaggedStreamObject,
   /// Between two positions in any order.
   constexpr rnge_c1DRange(double a = 0, double b = 0) noexcept
       : rnge_c1DRange({b < a ? b : a, b < a ? a : b}, (a + b) * 0.5) {}
-  /// The cells of the indices; with a negative delta the start lies above the end.
+  /// The cells of the indices. With a negative delta the start lies above the end: such a range contains
+  /// nothing and equals nothing, not even itself.
   rnge_c1DRange(const rnge_c1DIndexRange& indices, const cal_c1DArrayCal& cal) noexcept;
   /// Without the receivers, also those of the centre.
   rnge_c1DRange(const rnge_c1DRange& other) noexcept : rnge_c1DRange(other.Ends(), other.CenterX()) {}

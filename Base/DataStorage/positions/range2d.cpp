@@ -40,11 +40,6 @@ bool Write(Stream& out, const rnge_c2DRange& range) {
 /// The interval between two positions in this order.
 detail::CenteredInterval FromTo(double from, double to) { return {(from + to) * 0.5, to - from}; }
 
-/// What both intervals hold; empty, with the start above the end, when that is nothing.
-detail::Interval Overlap(const detail::CenteredInterval& a, const detail::CenteredInterval& b) {
-  return {b.Start() > a.Start() ? b.Start() : a.Start(), b.End() < a.End() ? b.End() : a.End()};
-}
-
 }  // namespace
 
 rnge_s2DRangeChange::~rnge_s2DRangeChange() = default;
@@ -181,9 +176,10 @@ int rnge_c2DRange::operator==(const rnge_c2DRange& other) const noexcept {
 
 rnge_c2DRange rnge_c2DRange::operator&(const rnge_c2DRange& other) const noexcept {
   if (!bAxisAligned() || !other.bAxisAligned()) return Null;
-  const detail::Interval x = Overlap(SideX(), other.SideX()), y = Overlap(SideY(), other.SideY());
-  if (x.start > x.end || y.start > y.end) return Null;
-  return {x.start, y.start, x.end, y.end};
+  const auto x = detail::Overlap(SideX().Ends(), other.SideX().Ends());
+  const auto y = detail::Overlap(SideY().Ends(), other.SideY().Ends());
+  if (!x || !y) return Null;
+  return {x->start, y->start, x->end, y->end};
 }
 
 rnge_c2DRange operator|(const rnge_c2DRange& a, const rnge_c2DRange& b) noexcept {

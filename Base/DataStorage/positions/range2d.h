@@ -49,7 +49,8 @@ class DATASTORAGE_EXPORT rnge_c2DRange : public tgio_cTaggedStreamObject,
         ywidth_(ywidth),
         angle_(angle),
         center_(xcenter, ycenter) {}
-  /// The cells of the indices; with a negative delta the width is negative.
+  /// The cells of the indices. With a negative delta the width is negative: such a range contains nothing and
+  /// equals nothing, not even itself.
   rnge_c2DRange(const rnge_c2DIndexRange& indices, const cal_c2DArrayCal& cal) noexcept;
   /// Without the receivers, also those of the centre.
   rnge_c2DRange(const rnge_c2DRange& other) noexcept
