@@ -1,8 +1,9 @@
 cmake_minimum_required(VERSION 3.21)
 
-# What each folder may include besides itself; everything points down to interfaces.
-set(numbers interfaces)
-set(calibration ${numbers} numbers)
+# What each folder may include besides itself; everything points down to interfaces. Only the header of the whole
+# library stands in no folder.
+set(numbers interfaces SignalProcessing)
+set(calibration interfaces numbers)
 set(positions ${calibration} calibration)
 set(arrays ${positions} positions)
 set(data ${arrays} arrays)
@@ -12,6 +13,7 @@ set(Utility interfaces)
 set(SignalProcessing interfaces)
 
 file(GLOB_RECURSE files RELATIVE ${ROOT}/Base ${ROOT}/Base/*/*.h ${ROOT}/Base/*/*.cpp)
+list(REMOVE_ITEM files DataStorage/DataStorage.h)
 foreach(file IN LISTS files)
   string(REGEX MATCH "^(DataStorage/)?([A-Za-z]+)/" at ${file})
   set(folder ${CMAKE_MATCH_2})
