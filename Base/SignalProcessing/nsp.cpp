@@ -5,6 +5,9 @@
 
 #include <DataStorage/interfaces/nsp.h>
 #include <SignalProcessing/elementloop.h>
+#if defined(DATASTORAGE_WIDE_LOOPS)
+#include <SignalProcessing/roundwide.h>
+#endif
 
 namespace {
 
@@ -171,7 +174,12 @@ void IntToFloat(const void* source, Float* target, std::int64_t count, int word_
 template <class Float>
 void FloatToInt(const Float* source, void* target, std::int64_t count, int word_size, int flags) {
   WithIntegerOf(word_size, flags, [=]<class Integer>(std::type_identity<Integer>) {
-    ForEachElement<ToInteger<Integer, Float>>(source, static_cast<Integer*>(target), count);
+    Integer* const integers = static_cast<Integer*>(target);
+    std::int64_t done = 0;
+#if defined(DATASTORAGE_WIDE_LOOPS)
+    if (detail::WideLoops()) done = detail::RoundBlocks(source, integers, count);
+#endif
+    ForEachElement<ToInteger<Integer, Float>>(source + done, integers + done, count - done);
   });
 }
 
