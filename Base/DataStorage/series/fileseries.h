@@ -53,7 +53,7 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
   /// Appends the tag of the datum that was just written, which ends at the position of the output. Raises
   /// arr_IndexError when the series is full. Throws "Can't write to series file ..." when the datum or the
   /// tag could not be written or the output stands before the slot; the position of the output is then that
-  /// of the slot. At most five positioned writes, the datum included.
+  /// of the slot. With the datum these are five positioned writes, and one more for the first tag.
   void SetNewestTag(const dtsr_cDataTag& tag);
   /// Empties the series; its dimensions, data type and tag type stay.
   void ResetWriteIndex();
