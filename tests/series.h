@@ -5,11 +5,9 @@
 #include <initializer_list>
 #include <string>
 
-#include <DataStorage/interfaces/arr.h>
-#include <DataStorage/interfaces/bstr.h>
-#include <DataStorage/interfaces/expt.h>
+#include <DataStorage/series/seriesbase.h>
 
-/// Bytes typed as hexadecimal digits; blanks and line ends between them are for the reader.
+/// Bytes typed as hexadecimal digits, with blanks for the reader.
 inline std::string Hex(const std::string& digits) {
   std::string bytes;
   unsigned byte;
@@ -20,18 +18,11 @@ inline std::string Hex(const std::string& digits) {
   return bytes;
 }
 
-/// The raw form of an object.
 template <class T>
 std::string RawForm(const T& object) {
   bstr_cMemory_ostream out;
-  object.Write(static_cast<bstr_cBinary_ostream&>(out));
+  object.Write(out);
   return {static_cast<const char*>(out.Data()), static_cast<std::size_t>(out.Size())};
-}
-
-template <class T>
-void ReadRawForm(T& object, const std::string& bytes) {
-  bstr_cMemory_istream in(bytes.data(), static_cast<std::int64_t>(bytes.size()));
-  object.Read(static_cast<bstr_cBinary_istream&>(in));
 }
 
 /// What a function tells the user by an exception of the series; empty when it returns.
@@ -46,19 +37,12 @@ std::string Complaint(Function function) {
   }
 }
 
-/// A stream that takes so many bytes and then fails.
-class ShortOutput final : public bstr_cBinary_ostream {
- public:
-  explicit ShortOutput(std::int64_t room) : room_(room) {}
-  type_cBoolean Write(const void*, std::int64_t n) override { return (room_ -= n) >= 0; }
-  type_cBoolean Seek(std::int64_t) override { return true; }
-  std::int64_t Position() const override { return 0; }
-  type_cBoolean SetEnd(std::int64_t) override { return true; }
-  type_cBoolean bGood() const override { return room_ >= 0; }
-
- private:
-  std::int64_t room_;
-};
+/// What reading the raw form from these bytes complains of.
+template <class T>
+std::string ReadComplaint(T& object, const std::string& bytes) {
+  bstr_cMemory_istream in(bytes.data(), static_cast<std::int64_t>(bytes.size()));
+  return Complaint([&] { object.Read(in); });
+}
 
 template <class T>
 arr_cC_Array<T> Vector(std::initializer_list<T> values) {
@@ -66,3 +50,18 @@ arr_cC_Array<T> Vector(std::initializer_list<T> values) {
   std::copy(values.begin(), values.end(), vector.Data());
   return vector;
 }
+
+/// A series that forwards to its store; `dimensions` tells the dimensions when the store is there.
+template <class Store>
+struct StoredSeries : Store, dtsr_cDataSeriesBase {
+  template <class Dimensions, class... Arguments>
+  explicit StoredSeries(Dimensions dimensions, const Arguments&... arguments)
+      : Store(arguments...), dtsr_cDataSeriesBase(dimensions(static_cast<Store&>(*this))) {}
+  using dtsr_cDataSeriesBase::GetTag;
+  int Size() const override { return Store::Size(); }
+  int NextWriteIndex() const override { return Store::NextWriteIndex(); }
+  void ResetWriteIndex() override { Store::ResetWriteIndex(); }
+  void GetTag(int i, dtsr_cDataTag& tag) const override { Store::GetTag(i, tag); }
+  dtsr_cDataTag* pSampleTag() const override { return Store::pSampleTag(); }
+  unsigned int TagTypeID() const override { return Store::TagTypeID(); }
+};
