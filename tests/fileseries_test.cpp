@@ -5,6 +5,8 @@
 #include <limits>
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "disk.h"
 #include "series.h"
@@ -32,7 +34,7 @@ struct TextSeries : StoredSeries<dtsr_cFileSeriesBase> {
   static std::string Text(int i) {
     return std::string(static_cast<std::size_t>(5 + i), static_cast<char>('a' + i));
   }
-  static dtsr_c2DPosition Tag(int i) { return {1.5, -i, 1000 + i}; }
+  static dtsr_c2DPosition Tag(int i) { return {1.5, -1.0 * i, 1000 + i}; }
   void Append(const std::string& text, const dtsr_cDataTag& tag) {
     file_.Output().Seek(dataOffsets_[NextWriteIndex()]);
     file_.Output().Write(text.data(), static_cast<std::int64_t>(text.size()));
@@ -160,36 +162,35 @@ TEST(FileSeries, RefusesHarmBeforeItIsDone) {
 
 TEST(FileSeries, RefusesDamagedFiles) {
   const TempFile file;
-  struct {
-    std::size_t at;
-    const char* digits;
-    const char* complaint;
-  } const cases[] = {{0, "4D", "Invalid format for "},
-                     {2, "00", "Invalid format for "},
-                     {4, "11", "Invalid format for "},
-                     {6, "4E", "Invalid data type for "},
-                     {14, "00 00 00 00"},
-                     {14, "FF FF FF FF"},
-                     {14, "FF FF FF 0F"},
-                     {14, "03"},
-                     {18, "03"},
-                     {18, "FF FF FF FF"},
-                     {22, "19"},
-                     {22, "FF FF FF 7F"},
-                     {26, "03"},
-                     {26, "FF FF FF FF"},
-                     {30, "03"},
-                     {54, "02"},
-                     {54, "FF FF FF 7F"},
-                     {lists, "6E"},
-                     {lists + 4, "7B"},
-                     {lists + 8, "6E"},
-                     {lists + 12, "FF FF FF FF"}};
-  for (const auto& c : cases) {
-    file.SetBytes(std::string(full_file).replace(c.at, Hex(c.digits).size(), Hex(c.digits)));
-    std::string why;
-    EXPECT_EQ(CountInFile(file, &why), -1);
-    EXPECT_EQ(why, Message(c.complaint ? c.complaint : "Can't read series file ", file)) << c.at;
+  using Change = std::pair<std::size_t, const char*>;
+  const std::pair<const char*, std::vector<Change>> cases[] = {
+      {"Invalid format for ", {{0, "4D"}, {2, "00"}, {4, "11"}}},
+      {"Invalid data type for ", {{6, "4E"}}},
+      {"Can't read series file ",
+       {{14, "00 00 00 00"},
+        {14, "FF FF FF FF"},
+        {14, "FF FF FF 0F"},
+        {14, "03"},
+        {18, "03"},
+        {18, "FF FF FF FF"},
+        {22, "19"},
+        {22, "FF FF FF 7F"},
+        {26, "03"},
+        {26, "FF FF FF FF"},
+        {30, "03"},
+        {54, "02"},
+        {54, "FF FF FF 7F"},
+        {lists, "6E"},
+        {lists + 4, "7B"},
+        {lists + 8, "6E"},
+        {lists + 12, "FF FF FF FF"}}}};
+  for (const auto& [complaint, changes] : cases) {
+    for (const auto& [at, digits] : changes) {
+      file.SetBytes(std::string(full_file).replace(at, Hex(digits).size(), Hex(digits)));
+      std::string why;
+      EXPECT_EQ(CountInFile(file, &why), -1);
+      EXPECT_EQ(why, Message(complaint, file)) << at;
+    }
   }
   for (std::size_t n = 0; n <= full_file.size(); ++n) {
     file.SetBytes(full_file.substr(0, n));
@@ -306,6 +307,7 @@ TEST(FileSeries, SurvivesFailuresOfOtherCalls) {
       0, none, [&] { TextSeries(file.Path(), Sizes(3, 1)); },
       [&](const std::string&) { EXPECT_LE(CountInFile(file), 0); });
   TextSeries series(file.Path()), reader(series);
+  dtsr_c2DPosition tag;
   series.AppendNext();
   FailEachCall(
       0, none, [&] { TextSeries{file.Path()}; },
@@ -314,7 +316,7 @@ TEST(FileSeries, SurvivesFailuresOfOtherCalls) {
                     complaint == Message("Can't read series file ", file));
       });
   FailEachCall(
-      0, [&] { reader = series; }, [&] { reader.CheckedCount(); },
+      0, [&] { reader = series; }, [&] { reader.GetTag(0, tag); },
       [&](const std::string&) { EXPECT_EQ(reader.CheckedCount(), 1); });
   FailEachCall(
       0, none, [&] { EXPECT_NE(series.UpdatePointers(), FaultyDisk::failing_call < FaultyDisk::count); },
