@@ -18,7 +18,7 @@ constexpr int of_center = -1;                    // the place that stands for th
 pos_sPosListChange::~pos_sPosListChange() = default;
 
 pos_c2DPositionList::pos_c2DPositionList(const pos_c2DPositionList& other) : pos_c2DPositionList() {
-  for (const pos_c2DPosition* each : other) Append(std::make_unique<pos_c2DPosition>(*each));
+  AppendCopies(other);
   center_ = other.center_;
 }
 
@@ -28,7 +28,7 @@ pos_c2DPositionList& pos_c2DPositionList::operator=(const pos_c2DPositionList& s
   if (this == &source) return *this;
   Negotiate(source, [this](const pos_c2DPositionList& adopted) {
     Clear();
-    for (const pos_c2DPosition* each : adopted) Append(std::make_unique<pos_c2DPosition>(*each));
+    AppendCopies(adopted);
   });
   return *this;
 }
@@ -39,6 +39,10 @@ void pos_c2DPositionList::Append(std::unique_ptr<pos_c2DPosition> position) {
   const pos_c2DPosition& added = *position.release();
   // The box grows from head to tail, so a position at the tail is the next step of the same computation.
   if (box_) *box_ = {box_->x.Hull({added.X(), 0}), box_->y.Hull({added.Y(), 0})};
+}
+
+void pos_c2DPositionList::AppendCopies(const pos_c2DPositionList& other) {
+  for (const pos_c2DPosition* each : other) Append(std::make_unique<pos_c2DPosition>(*each));
 }
 
 void pos_c2DPositionList::AddAtTail(pos_c2DPosition* position) {
@@ -187,11 +191,11 @@ void pos_c2DPositionList::Offer(pos_s2DPositionChange& move, int place) {
 
 void pos_c2DPositionList::Follow(const pos_s2DPositionChange& move, int place) {
   const detail::ScopedValue quiet(reacting_, false);
-  std::optional<pos_c2DPositionList> before;  // copied only when somebody is to be told
+  std::unique_ptr<pos_sPosListChange> change;  // made only when somebody is to be told
   if (bHasReceivers()) {
-    before.emplace(*this);
-    before->reacting_ = false;
-    if (place != of_center) before->At(place) = move.OldPosition;
+    change.reset(new pos_sPosListChange(*this));
+    const detail::ScopedValue quietToo(change->OldList.reacting_, false);
+    if (place != of_center) change->OldList.At(place) = move.OldPosition;
   }
   if (place == of_center) {
     const auto recenter = [this] { Recenter(); };
@@ -200,9 +204,10 @@ void pos_c2DPositionList::Follow(const pos_s2DPositionChange& move, int place) {
   } else {
     Recenter();
   }
-  if (!before) return;
-  pos_sPosListChange change(*before, *this);
-  SendMessage(messages.changed, &change);
+  if (!change) return;
+  change->NewList.AppendCopies(*this);
+  change->NewList.center_ = center_;
+  SendMessage(messages.changed, change.get());
 }
 
 type_cBoolean pos_c2DPositionList::Read(tgio_cBinary_istream& in) {

@@ -82,6 +82,7 @@ class DATASTORAGE_EXPORT pos_c2DPositionList : public list_cPtrList<pos_c2DPosit
   using list_cPtrList::InsertAtTail;
   /// Attaches the list to the position and puts it at the tail; the centre stays.
   void Append(std::unique_ptr<pos_c2DPosition> position);
+  void AppendCopies(const pos_c2DPositionList& other);
 
   pos_c2DPosition CenterPos() const noexcept;
   void MoveCenter(const pos_c2DPosition& center);
@@ -119,6 +120,7 @@ struct DATASTORAGE_EXPORT pos_sPosListChange : public mesg_sMessageData {
 
  private:
   friend class pos_c2DPositionList;
+  explicit pos_sPosListChange(const pos_c2DPositionList& from) : OldList(from) {}
   pos_sPosListChange(const pos_c2DPositionList& from, const pos_c2DPositionList& to)
       : OldList(from), NewList(to) {}
 };
