@@ -1,0 +1,131 @@
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+#include <memory>
+
+#include "receivers.h"
+#include "tagged.h"
+#include <DataStorage/positions/pos1d.h>
+#include <DataStorage/positions/pos2d.h>
+
+namespace {
+
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+
+using Watcher1D = Watcher<pos_s1DPositionChange>;
+using Watcher2D = Watcher<pos_s2DPositionChange>;
+
+TEST(Positions, OfferAndAnnounceEveryRealChange) {
+  pos_c1DPosition x(1);
+  Watcher1D watcher(x);
+  watcher.OnOffer([&](auto& change) {
+    EXPECT_EQ(change.OldPosition, x);
+    EXPECT_EQ(change.NewPosition, pos_c1DPosition(4));
+  });
+  watcher.OnAnnouncement([&](auto& change) { EXPECT_EQ(change.OldPosition, pos_c1DPosition(1)); });
+  x.SetX(1);
+  x = *&x;
+  x = pos_c1DPosition(1);
+  EXPECT_EQ(watcher.Heard(), "");
+  x = pos_c1DPosition(4);
+  EXPECT_EQ(watcher.Heard(), "oa");
+
+  pos_c2DPosition p(1, 2);
+  Watcher2D plane(p);
+  p.Move(0, 0);
+  p.SetPosition(1, 2);
+  EXPECT_EQ(plane.Heard(), "");
+  p.Move(0, 1);
+  p.Move(1, 0);
+  pos_c2DPosition(p).Move(5, 5);
+  EXPECT_EQ(plane.Heard(), "oaoa");
+  EXPECT_EQ(p, pos_c2DPosition(2, 3));
+}
+
+TEST(Positions, TakeWhatALimitMakesOfTheProposal) {
+  pos_c1DPosition x(1);
+  Watcher1D limit(x), after(x);
+  limit.OnOffer([](auto& change) {
+    if (change.NewPosition.X() <= 10) return;
+    change.NewPosition.SetX(10);
+    change.Modified = true;
+  });
+  after.OnAnnouncement([&](auto& change) { EXPECT_EQ(change.NewPosition.X(), x.X()); });
+  x.SetX(50);
+  EXPECT_EQ(x.X(), 10);
+  EXPECT_EQ(after.Heard(), "oa");
+  x.SetX(11);
+  EXPECT_EQ(after.Heard(), "oa") << "announced although it is back at the old value";
+
+  pos_c2DPosition p;
+  Watcher2D forgetful(p), listener(p);
+  forgetful.OnOffer([](auto& change) { change.NewPosition.SetPosition(7, 7); });
+  listener.OnAnnouncement([](auto& change) { EXPECT_EQ(change.NewPosition, pos_c2DPosition(1, 2)); });
+  p.SetPosition(1, 2);
+  EXPECT_EQ(p, pos_c2DPosition(1, 2)) << "a rewritten proposal counts only with the flag";
+}
+
+TEST(Positions, StayUsableWhateverReceiversDo) {
+  auto p = std::make_unique<pos_c2DPosition>();
+  auto leaving = std::make_unique<Watcher2D>(*p);
+  Watcher2D thrower(*p), last(*p);
+  leaving->OnOffer([&](auto&) { leaving.reset(); });
+  p->SetPosition(1, 1);
+  EXPECT_EQ(last.Heard(), "oa");
+
+  thrower.OnOffer([](auto&) { throw Refusal(); });
+  EXPECT_THROW(p->SetPosition(2, 2), Refusal);
+  EXPECT_EQ(*p, pos_c2DPosition(1, 1));
+  thrower.OnOffer({}).OnAnnouncement([](auto&) { throw Refusal(); });
+  EXPECT_THROW(p->SetPosition(3, 3), Refusal);
+  EXPECT_EQ(*p, pos_c2DPosition(3, 3));
+  last.Heard();
+
+  thrower.OnAnnouncement([&](auto&) {  // changes it again from within
+    if (p->X() < 6) p->Move(1, 0);
+  });
+  p->SetPosition(4, 3);
+  EXPECT_EQ(p->X(), 6);
+  EXPECT_EQ(last.Heard(), "oooaaa");
+
+  thrower.OnOffer([&](auto&) {
+    thrower.OnOffer([&](auto&) { p.reset(); });
+    p->SetPosition(9, 9);
+  });
+  p->SetPosition(8, 8);
+  EXPECT_EQ(p, nullptr);
+  EXPECT_EQ(last.Heard(), "") << "the change ends with the position";
+}
+
+TEST(Positions, AddCompareAndKnowNullByIdentity) {
+  EXPECT_EQ(pos_c1DPosition(3) + pos_c1DPosition(4), pos_c1DPosition(7));
+  EXPECT_EQ(pos_c2DPosition(3, 4) - pos_c2DPosition(1, 5), pos_c2DPosition(2, -1));
+  EXPECT_NE(pos_c2DPosition(3, 4), pos_c2DPosition(3, std::nextafter(4.0, 5.0)));
+  EXPECT_NE(pos_c2DPosition(3, 4), pos_c2DPosition(2, 4));
+  EXPECT_TRUE(pos_c1DPosition::Null.IsNull());
+  EXPECT_TRUE(pos_c2DPosition::Null.IsNull());
+  EXPECT_FALSE(pos_c1DPosition(pos_c1DPosition::Null).IsNull());
+  EXPECT_FALSE(pos_c2DPosition().IsNull());
+}
+
+TEST(Positions, AreReadLikeAnyOtherChange) {
+  for (StreamKind kind : bothStreamKinds) {
+    pos_c1DPosition x(5);
+    Watcher1D watcher(x);
+    EXPECT_TRUE(RoundTrip(kind, pos_c1DPosition(-1e-310), x));
+    EXPECT_EQ(x.X(), -1e-310);
+    EXPECT_EQ(watcher.Heard(), "oa");
+    EXPECT_TRUE(RoundTrip(kind, pos_c1DPosition(nan), x));
+    EXPECT_TRUE(std::isnan(x.X()));
+    EXPECT_FALSE(RoundTrip(kind, pos_c2DPosition(1, 1), x)) << "another type";
+
+    pos_c2DPosition p(5, 6);
+    EXPECT_TRUE(RoundTrip(kind, pos_c2DPosition(1, 2), p));
+    EXPECT_EQ(p, pos_c2DPosition(1, 2));
+    EXPECT_TRUE(ReadAtoms(
+        kind, {{pos_Y_Tag, pos_Y_String, 4.0}, {0x7777, "Unknown", 1}, {pos_X_Tag, pos_X_String, 1}}, p));
+    EXPECT_EQ(p, pos_c2DPosition(0, 4)) << "what is missing, or no double, is 0";
+  }
+}
+
+}  // namespace

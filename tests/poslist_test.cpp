@@ -1,0 +1,272 @@
+#include <gtest/gtest.h>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "receivers.h"
+#include "tagged.h"
+#include <DataStorage/interfaces/expt.h>
+#include <DataStorage/positions/poslist.h>
+#include <DataStorage/positions/range2d.h>
+
+namespace {
+
+constexpr int of_center = -1;
+
+using Points = std::vector<std::pair<double, double>>;
+using Watcher2D = Watcher<pos_s2DPositionChange>;
+using ListWatcher = Watcher<pos_sPosListChange>;
+
+Points PointsOf(const pos_c2DPositionList& list) {
+  Points points;
+  for (const pos_c2DPosition* each : list) points.emplace_back(each->X(), each->Y());
+  return points;
+}
+
+void Add(pos_c2DPositionList& list, const Points& points) {
+  for (auto [x, y] : points) list.AddAtTail(new pos_c2DPosition(x, y));
+}
+
+pos_c2DPosition& Point(const pos_c2DPositionList& list, int place) {
+  return **std::next(list.begin(), place);
+}
+
+/// A list of (0, 0), (4, 2) and (1, 10), with its centre at (2, 5), that is watched.
+class PositionList : public testing::Test {
+ protected:
+  PositionList() {
+    Add(list, points);
+    watcher.emplace(list);
+  }
+  void Limit(ListWatcher::Action action) { watcher->OnOffer(std::move(action)); }
+  static void Refuse(pos_sPosListChange& change) { change.Modified = true; }
+  pos_c2DPosition Center() { return list.Center(); }
+
+  const Points points{{0, 0}, {4, 2}, {1, 10}};
+  pos_c2DPositionList list;
+  std::optional<ListWatcher> watcher;
+};
+
+TEST_F(PositionList, KeepsItsCenterInTheMiddleOfTheBoundingBox) {
+  EXPECT_EQ(Center(), pos_c2DPosition(2, 5));
+  list.AddAtHead(new pos_c2DPosition(-2, 12));
+  EXPECT_EQ(Center(), pos_c2DPosition(1, 6));
+  Point(list, 2).SetPosition(8, 2);
+  EXPECT_EQ(Center(), pos_c2DPosition(3, 6));
+  EXPECT_EQ(list.NumberPositions(), 4);
+  EXPECT_EQ(list.Conjugate().Center(), pos_c2DPosition(-3, -6));
+  EXPECT_EQ(PointsOf(list.Conjugate().Conjugate()), PointsOf(list));
+  list.Clear();
+  EXPECT_EQ(Center(), pos_c2DPosition(3, 6));
+  EXPECT_THROW(list.AddAtTail(nullptr), expt_cProgramException);
+}
+
+TEST_F(PositionList, ComputesTheBoundingBoxFromHeadToTailToTheLastBit) {
+  // Points at which the order of the additions shows in the rounding.
+  pos_c2DPositionList grown;
+  double x = 0.1, y = 1e3;
+  for (int i = 0; i < 500; ++i) {
+    x = x * -1.013 + 0.7;
+    y = y * 0.97 - x / 3;
+    grown.AddAtTail(new pos_c2DPosition(x, y));
+    if (i % 50 == 17) Point(grown, i / 2).Move(0.3, -0.1);
+    const pos_c2DPosition& first = Point(grown, 0);
+    rnge_c2DRange box(first.X(), first.Y(), first.X(), first.Y());
+    for (const pos_c2DPosition* each : grown) {
+      const rnge_c2DRange wider = box | *each;
+      box.SetRange(wider.CenterX(), wider.CenterY(), wider.SizeX(), wider.SizeY(), 0);
+    }
+    ASSERT_EQ(grown.Center(), pos_c2DPosition(box.CenterX(), box.CenterY())) << i;
+  }
+}
+
+TEST_F(PositionList, MovesAsOneFigureWithItsCenter) {
+  std::string log;
+  Watcher2D point(Point(list, 2), &log);
+  ListWatcher late(list, &log);
+  late.name = {'O', 'A'};
+  late.OnOffer([&](auto& change) {
+    EXPECT_EQ(PointsOf(change.OldList), points);
+    EXPECT_EQ(PointsOf(change.NewList), (Points{{1, 0}, {5, 2}, {2, 10}}));
+    EXPECT_EQ(change.NewList.Center(), pos_c2DPosition(2, 5));
+  });
+  late.OnAnnouncement([&](auto& change) {
+    EXPECT_EQ(PointsOf(change.OldList), points);
+    EXPECT_EQ(PointsOf(change.NewList), PointsOf(list));
+  });
+  list.Center().SetPosition(3, 5);
+  EXPECT_EQ(PointsOf(list), (Points{{1, 0}, {5, 2}, {2, 10}}));
+  EXPECT_EQ(log, "OoaA");
+}
+
+TEST_F(PositionList, TellsOfASinglePoint) {
+  list.AddAtTail(new pos_c2DPosition(0, 0));  // twice the same place
+  watcher->OnOffer([&](auto& change) { EXPECT_EQ(PointsOf(change.NewList).back(), std::pair(6.0, -2.0)); });
+  watcher->OnAnnouncement([&](auto& change) {
+    EXPECT_EQ(PointsOf(change.OldList), (Points{{0, 0}, {4, 2}, {1, 10}, {0, 0}}));
+    EXPECT_EQ(change.OldList.Center(), pos_c2DPosition(2, 5));
+    EXPECT_EQ(change.NewList.Center(), pos_c2DPosition(3, 4));
+  });
+  Point(list, 3).SetPosition(6, -2);
+  EXPECT_EQ(watcher->Heard(), "oa");
+}
+
+TEST_F(PositionList, ObeysARefusal) {
+  Limit(Refuse);
+  Watcher2D center(list.Center());
+  list.Center().SetPosition(3, 5);
+  Point(list, 1).SetPosition(9, 9);
+  EXPECT_EQ(PointsOf(list), points);
+  EXPECT_EQ(Center(), pos_c2DPosition(2, 5));
+  EXPECT_EQ(watcher->Heard(), "oaoa") << "announced although nothing has moved";
+  EXPECT_EQ(center.Heard(), "oa");
+}
+
+TEST_F(PositionList, TakesOverTheShapeOfAnother) {
+  pos_c2DPositionList source;
+  Add(source, {{1, 1}, {3, 3}, {5, 9}});
+  Watcher2D point(Point(list, 0));
+  list.SetPositions(source);
+  EXPECT_EQ(list, source);
+  EXPECT_EQ(Center(), pos_c2DPosition(3, 5));
+  EXPECT_EQ(point.Heard(), "oa");
+  list.SetPositions(source);
+  EXPECT_EQ(watcher->Heard(), "oaoa") << "also when nothing changes";
+
+  source.AddAtTail(new pos_c2DPosition(100, 100));
+  EXPECT_NE(list, source);
+  list.SetPositions(source);
+  EXPECT_EQ(list.NumberPositions(), 3);
+  list = source;
+  EXPECT_EQ(list, source);
+  EXPECT_EQ(point.Heard(), "") << "it went with its position";
+  EXPECT_EQ(watcher->Heard(), "oaoa");
+  Point(list, 0).Move(-1, 0);
+  EXPECT_EQ(watcher->Heard(), "oa") << "the new positions are listened to";
+  list = pos_c2DPositionList();
+  EXPECT_EQ(list.NumberPositions(), 0);
+}
+
+TEST_F(PositionList, FollowsALimitOfItsCenter) {
+  Watcher2D limit(list.Center());
+  limit.OnOffer([](auto& change) {
+    change.Modified = change.NewPosition.X() > 10;
+    if (change.Modified) change.NewPosition.SetPosition(10, change.NewPosition.Y());
+  });
+  int objections = 1;
+  Limit([&](auto& change) { change.Modified = objections-- > 0; });
+  pos_c2DPositionList source;
+  Add(source, {{20, 0}, {22, 2}, {24, 4}});
+  list.SetPositions(source);
+  EXPECT_EQ(PointsOf(list), (Points{{8, 0}, {10, 2}, {12, 4}}));
+  EXPECT_EQ(Center(), pos_c2DPosition(10, 2));
+  EXPECT_EQ(watcher->Heard(), "ooa");
+
+  Limit(Refuse);
+  try {
+    list = source;
+    ADD_FAILURE();
+  } catch (const expt_cUserException& e) {
+    EXPECT_STREQ(e.File(), "pos2d");
+    EXPECT_TRUE(e.Message() == "Limits on center and point positions are incompatible.");
+  }
+  EXPECT_THROW(list.SetPositions(source), expt_cUserException);
+  EXPECT_EQ(watcher->Heard(), "oooooooooooooooooooo");
+  EXPECT_EQ(PointsOf(list), (Points{{8, 0}, {10, 2}, {12, 4}}));
+}
+
+TEST_F(PositionList, KeepsItsCenterRightWhenAReceiverThrows) {
+  pos_c2DPositionList source;
+  Add(source, {{1, 1}, {3, 3}, {5, 9}});
+  const auto refuse = [](auto&) { throw Refusal(); };
+  Limit(refuse);
+  EXPECT_THROW(list.SetPositions(source), Refusal);
+  EXPECT_THROW(list = source, Refusal);
+  EXPECT_THROW(list.Center().Move(1, 1), Refusal);
+  EXPECT_THROW(Point(list, 0).Move(1, 1), Refusal);
+  EXPECT_EQ(PointsOf(list), points);
+  EXPECT_EQ(Center(), pos_c2DPosition(2, 5));
+
+  Limit({});
+  {
+    Watcher2D thrower(Point(list, 1));
+    thrower.OnOffer(refuse);
+    EXPECT_THROW(list.Center().Move(10, 0), Refusal);
+    EXPECT_EQ(PointsOf(list), (Points{{10, 0}, {4, 2}, {1, 10}}));
+    EXPECT_EQ(Center(), pos_c2DPosition(5.5, 5)) << "the middle of what has moved and what has not";
+    EXPECT_THROW(list.SetPositions(source), Refusal);
+    EXPECT_EQ(Center(), pos_c2DPosition(2.5, 5.5));
+  }
+  {
+    Watcher2D thrower(list.Center());
+    thrower.OnOffer(refuse);
+    EXPECT_THROW(list.AddAtTail(new pos_c2DPosition(7, 7)), Refusal);
+    EXPECT_EQ(list.NumberPositions(), 4);
+  }
+  watcher->Heard();
+  list.Center().Move(1, 1);
+  Point(list, 3).Move(1, 1);
+  EXPECT_EQ(watcher->Heard(), "oaoa") << "it reacts as ever";
+}
+
+TEST_F(PositionList, MayBeChangedWhileReceiversAreTold) {
+  pos_c2DPositionList source;
+  Add(source, {{1, 1}, {2, 2}});
+  bool done = false;
+  const auto replace = [&](auto&) {
+    if (!std::exchange(done, true)) list = source;
+  };
+  const auto reset = [&] {
+    list = pos_c2DPositionList();
+    Add(list, points);
+    done = false;
+  };
+  for (bool offered : {true, false})
+    for (int place : {of_center, 0, 2}) {  // what is moved
+      const auto moved = [&]() -> pos_c2DPosition& {
+        return place == of_center ? list.Center() : Point(list, place);
+      };
+      const auto move = [&](auto& meddler) {
+        offered ? meddler.OnOffer(replace) : meddler.OnAnnouncement(replace);
+        moved().Move(1, 1);
+        EXPECT_TRUE(done);
+        EXPECT_EQ(list.NumberPositions(), 2);
+        if (place == of_center) return;  // which moves what it finds
+        EXPECT_EQ(PointsOf(list), PointsOf(source));
+      };
+      for (bool first : {true, false}) {  // before and after the list itself hears of it
+        reset();
+        Watcher2D meddler(moved());
+        moved().RemoveReceiver(meddler);
+        moved().AddReceiver(meddler, first ? 0 : 0xFFFF);
+        move(meddler);
+      }
+      reset();
+      ListWatcher meddler(list);
+      move(meddler);
+      reset();
+      Watcher2D inLoop(Point(list, place == of_center ? 1 : place));
+      move(inLoop);
+    }
+  watcher->Heard();
+  Point(list, 0).Move(0, 1);
+  EXPECT_EQ(watcher->Heard(), "oa");
+}
+
+TEST_F(PositionList, IsReadBackFromABinaryStream) {
+  pos_c2DPositionList read;
+  Add(read, {{9, 9}});
+  ListWatcher reader(read);
+  EXPECT_TRUE(RoundTrip(StreamKind::Binary, list, read));
+  EXPECT_EQ(read, list);
+  EXPECT_EQ(read.Center(), pos_c2DPosition(2, 5));
+  EXPECT_EQ(reader.Heard(), "");
+  Point(read, 2).Move(1, 0);
+  EXPECT_EQ(reader.Heard(), "oa");
+  EXPECT_TRUE(ReadAtoms(StreamKind::Binary, {{0x7777, "", 1}}, read));
+  EXPECT_EQ(read.NumberPositions(), 0);
+  EXPECT_FALSE(ReadAtoms(StreamKind::Binary, {{0x0100, "", 1.0}}, list));
+  EXPECT_EQ(list.NumberPositions(), 0) << "what could be read";
+}
+
+}  // namespace

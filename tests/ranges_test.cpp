@@ -1,0 +1,347 @@
+#include <array>
+#include <cfloat>
+#include <climits>
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+#include <numbers>
+#include <utility>
+#include <vector>
+
+#include "receivers.h"
+#include "tagged.h"
+#include <DataStorage/interfaces/expt.h>
+#include <DataStorage/positions/range1d.h>
+#include <DataStorage/positions/range2d.h>
+
+namespace {
+
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+constexpr double inf = std::numeric_limits<double>::infinity();
+
+using Watcher1D = Watcher<rnge_s1DRangeChange>;
+using Watcher2D = Watcher<rnge_s2DRangeChange>;
+using CenterWatcher1D = Watcher<pos_s1DPositionChange>;
+using CenterWatcher2D = Watcher<pos_s2DPositionChange>;
+
+void ExpectRange(const rnge_c1DRange& range, double start, double end) {
+  EXPECT_EQ(range.StartX(), start);
+  EXPECT_EQ(range.EndX(), end);
+  EXPECT_EQ(range.CenterX(), (start + end) / 2);
+}
+
+template <class Function>
+void ExpectGivesUp(Function change, const char* file, const char* message) {
+  try {
+    change();
+    ADD_FAILURE() << message;
+  } catch (const expt_cUserException& e) {
+    EXPECT_STREQ(e.File(), file);
+    EXPECT_TRUE(e.Message() == message);
+  }
+}
+
+TEST(Range1D, IsSetAndFollowsItsCenter) {
+  rnge_c1DRange range(5, 1);
+  ExpectRange(range, 1, 5);
+  Watcher1D watcher(range);
+  CenterWatcher1D center(range.Center());
+  range.SetRange(1, 5);
+  EXPECT_EQ(watcher.Heard(), "");
+  range.SetRange(5, 1);
+  EXPECT_EQ(watcher.Heard(), "oa") << "the ends are compared as they are given";
+  EXPECT_EQ(center.Heard(), "");
+  watcher.OnAnnouncement([](auto& change) {
+    ExpectRange(change.OldRange, 1, 5);
+    ExpectRange(change.NewRange, 2, 6);
+  });
+  range.SetCenter(4);
+  ExpectRange(range, 2, 6);
+  EXPECT_EQ(center.Heard(), "oa");
+  watcher.OnAnnouncement({});
+  range.SetSizeX(1);
+  ExpectRange(range, 3.5, 4.5);
+  rnge_c1DRange copy(range);
+  copy.Center().SetX(9);
+  ExpectRange(copy, 8.5, 9.5);
+  range = copy;
+  EXPECT_EQ(watcher.Heard(), "oaoaoa");
+
+  watcher.OnOffer([](auto& change) {
+    change.Modified = true;
+    change.NewRange.SetRange(6, 10);  // only its centre reaches the range
+  });
+  range.Center().SetX(7);
+  ExpectRange(range, 7.5, 8.5);
+  EXPECT_EQ(watcher.Heard(), "oa");
+}
+
+TEST(Range1D, NegotiatesBetweenItsLimitsAndThoseOfItsCenter) {
+  rnge_c1DRange range(0, 2);
+  CenterWatcher1D centerLimit(range.Center());
+  centerLimit.OnOffer([](auto& change) {
+    change.Modified = change.NewPosition.X() > 5;
+    if (change.Modified) change.NewPosition.SetX(5);
+  });
+  Watcher1D limit(range);
+  range.SetRange(8, 12);
+  ExpectRange(range, 3, 7);
+  EXPECT_EQ(limit.Heard(), "oa");
+
+  limit.OnOffer([](auto& change) {
+    change.Modified = change.NewRange.SizeX() > 2;
+    if (change.Modified) change.NewRange.SetSizeX(2);
+  });
+  range.SetRange(10, 16);
+  ExpectRange(range, 4, 6);
+  EXPECT_EQ(limit.Heard(), "ooa");
+
+  limit.OnOffer([](auto& change) { change.Modified = true; });
+  ExpectGivesUp([&] { range.SetRange(1, 3); }, "range1d", "1D range limit incompatible with center limit.");
+  EXPECT_EQ(limit.Heard(), "oooooooooo");
+  EXPECT_EQ(range.StartX(), 4);
+  EXPECT_EQ(range.EndX(), 6);
+  EXPECT_EQ(range.CenterX(), 2);
+}
+
+TEST(Range2D, IsSetAndFollowsItsCenter) {
+  rnge_c2DRange range(4, 6, 0, 2);
+  EXPECT_EQ(range, rnge_c2DRange(2, 4, 4, 4, 0));
+  Watcher2D watcher(range);
+  range.SetAngle(0.5);
+  range.SetSize(1, 2);
+  range.Move(6, 5);
+  EXPECT_EQ(range, rnge_c2DRange(8, 9, 1, 2, 0.5));
+  range.Center().SetPosition(0, 0);
+  EXPECT_EQ(range, rnge_c2DRange(0, 0, 1, 2, 0.5));
+  EXPECT_EQ(watcher.Heard(), "oaoaoaoa");
+  range = rnge_c2DRange(range);
+  EXPECT_EQ(watcher.Heard(), "");
+  range.SetRange(1, 1, 3, 3);
+  EXPECT_EQ(range, rnge_c2DRange(1, 1, 3, 3)) << "the angle is gone";
+}
+
+TEST(Range2D, NegotiatesBetweenItsLimitsAndThoseOfItsCenter) {
+  rnge_c2DRange range(1, 1, 3, 3);
+  Watcher2D limit(range);
+  limit.OnOffer([](auto& change) {  // keeps out of the left half
+    change.Modified = change.NewRange.CenterX() < 0;
+    if (change.Modified) change.NewRange.SetCenter(0, change.NewRange.CenterY());
+  });
+  range.Center().SetPosition(-3, 5);
+  EXPECT_EQ(range, rnge_c2DRange(0, 5, 2, 2, 0));
+  CenterWatcher2D centerLimit(range.Center());
+  centerLimit.OnOffer([](auto& change) {
+    change.Modified = change.NewPosition.Y() > 6;
+    if (change.Modified) change.NewPosition.SetPosition(change.NewPosition.X(), 6);
+  });
+  range.SetRange(4, 9, 1, 1, 0);
+  EXPECT_EQ(range, rnge_c2DRange(4, 6, 1, 1, 0));
+  limit.OnOffer([](auto& change) { change.Modified = true; });
+  ExpectGivesUp([&] { range.Move(-1, -1); }, "range2d", "2D range limit incompatible with center limit.");
+  EXPECT_EQ(range.CenterX(), 4);
+  EXPECT_EQ(range.Center(), pos_c2DPosition(3, 5));
+}
+
+TEST(Ranges, AreAsTheyWereWhenAReceiverThrowsBeforeTheyChange) {
+  rnge_c1DRange range(0, 2);
+  rnge_c2DRange plane(0, 0, 2, 2);
+  Watcher1D watcher(range);
+  Watcher2D planeWatcher(plane);
+  CenterWatcher1D center(range.Center());
+  CenterWatcher2D planeCenter(plane.Center());
+  const auto refuse = [](auto&) { throw Refusal(); };
+  const auto check = [&] {
+    EXPECT_THROW(range.SetRange(5, 6), Refusal);
+    EXPECT_THROW(plane.SetRange(5, 6, 7, 8), Refusal);
+    ExpectRange(range, 0, 2);
+    EXPECT_EQ(plane, rnge_c2DRange(0, 0, 2, 2));
+    EXPECT_EQ(plane.Center(), pos_c2DPosition(1, 1));
+  };
+  center.OnAnnouncement(refuse);  // on the way back too
+  planeCenter.OnAnnouncement(refuse);
+  check();
+  center.OnAnnouncement({});
+  planeCenter.OnAnnouncement({});
+  watcher.OnOffer(refuse);
+  planeWatcher.OnOffer(refuse);
+  check();
+  EXPECT_THROW(range.Center().SetX(5), Refusal);
+  EXPECT_THROW(plane.Center().Move(5, 5), Refusal);
+  watcher.OnOffer({});
+  planeWatcher.OnOffer({});
+  range.Center().SetX(3);
+  ExpectRange(range, 2, 4);
+  plane.Center().SetPosition(2, 3);
+  EXPECT_EQ(plane, rnge_c2DRange(1, 2, 3, 4));
+}
+
+TEST(Ranges, EndTheirNegotiationAlsoWithoutNumbers) {
+  for (double a : {nan, -inf, inf, DBL_MAX})
+    for (double b : {nan, inf, DBL_MAX, 0.0}) {
+      rnge_c1DRange range(0, 2), read;
+      Watcher1D watcher(range);
+      range.Center();
+      range.SetRange(a, b);
+      EXPECT_EQ(watcher.Heard(), "oa");
+      range.SetCenter(a);
+      range.SetSizeX(b);
+      range.Center().SetX(b);
+      rnge_c2DRange plane(0, 0, 2, 2);
+      plane.Center();
+      plane.SetRange(a, b, b, a);
+      plane.SetAngle(a);
+      for (StreamKind kind : bothStreamKinds) {
+        EXPECT_TRUE(RoundTrip(kind, range, read));
+        EXPECT_TRUE(RoundTrip(kind, plane, plane));
+      }
+    }
+  EXPECT_FALSE(rnge_c1DRange(nan, 2).Contains(1));
+  EXPECT_FALSE(rnge_c2DRange(0, 0, 2, 2).Contains(1, nan));
+  EXPECT_EQ(rnge_c1DRange(0, 2) & rnge_c1DRange(nan, nan), rnge_c1DRange::Null);
+  ExpectRange(rnge_c1DRange(0, 2) | pos_c1DPosition(nan), 0, 2);
+}
+
+TEST(Range1D, ContainsComparesAndCombines) {
+  const rnge_c1DRange range(0, 2), point(3, 3);
+  for (double x : {0.0, 2.0, -1.9e-9, 2 + 1.9e-9}) EXPECT_TRUE(range.Contains(x)) << x;
+  for (double x : {-2.1e-9, 2 + 2.1e-9}) EXPECT_FALSE(range.Contains(x)) << x;
+  EXPECT_TRUE(point.Contains(pos_c1DPosition(3)));
+  EXPECT_FALSE(point.Contains(std::nextafter(3.0, 4.0)));
+  for (const rnge_c1DRange& other : {rnge_c1DRange(-1, 3), {2, 3}, {0.5, 1}})
+    EXPECT_TRUE(range.Intersects(other));
+  EXPECT_FALSE(range.Intersects(point));
+  EXPECT_EQ(range, rnge_c1DRange(1e-9, 2));
+  EXPECT_NE(range, rnge_c1DRange(1e-8, 2));
+
+  ExpectRange(rnge_c1DRange(0, 1) & rnge_c1DRange(1, 2), 1, 1);
+  EXPECT_EQ(range & point, rnge_c1DRange::Null);
+  EXPECT_FALSE((range & point).IsNull());
+  EXPECT_TRUE(rnge_c1DRange::Null.IsNull());
+  ExpectRange(rnge_c1DRange(0, 1) | point, 0, 3);
+  ExpectRange(pos_c1DPosition(-4) | (range | pos_c1DPosition(6)), -4, 6);
+}
+
+TEST(Range2D, HasCorners) {
+  const rnge_c2DRange flat(0, 0, 2, 1, 0), upright(0, 0, 2, 1, std::numbers::pi / 2);
+  const auto corners = [](const rnge_c2DRange& r) {
+    return std::array{r.Top(), r.TopX(), r.Left(), r.LeftY(), r.Bottom(), r.BottomX(), r.Right(), r.RightY()};
+  };
+  EXPECT_EQ(corners(flat), (std::array{0.5, -1.0, -1.0, -0.5, -0.5, 1.0, 1.0, 0.5}));
+  const std::array turned{1.0, -0.5, -0.5, -1.0, -1.0, 0.5, 0.5, 1.0};
+  for (std::size_t i = 0; i < turned.size(); ++i) EXPECT_NEAR(corners(upright)[i], turned[i], 1e-15) << i;
+  EXPECT_EQ(upright.RangeY().SizeX(), 2);
+  EXPECT_EQ(flat.OffsetX(rnge_c2DRange(1, 1, 2, 2)), -2);
+  EXPECT_EQ(flat.OffsetY(rnge_c2DRange(1, 1, 2, 2)), -1.5);
+
+  using Point = std::pair<double, double>;
+  for (auto [x, y] : {Point(1, 0.5), {0.9, 0}, {1 + 1.9e-9, 0}, {0, 0}})
+    EXPECT_TRUE(flat.Contains(x, y)) << x;
+  for (auto [x, y] : {Point(1.1, 0), {0, 0.9}, {0, 0.5 + 1.1e-9}}) EXPECT_FALSE(flat.Contains(x, y)) << x;
+  EXPECT_TRUE(upright.Contains(0, 0.9));
+  EXPECT_FALSE(upright.Contains(0.9, 0));
+  EXPECT_TRUE(rnge_c2DRange(0, 0, 4, 4, 0).Contains(upright));
+  EXPECT_FALSE(flat.Contains(upright));
+}
+
+TEST(Range2D, CombinesOnlyAlongTheAxes) {
+  const rnge_c2DRange range(0, 0, 2, 2), turned(1, 1, 2, 2, 0.1);
+  EXPECT_EQ(range & rnge_c2DRange(1, 1, 5, 5), rnge_c2DRange(1, 1, 2, 2));
+  EXPECT_EQ(range | rnge_c2DRange(4, 4, 5, 5), rnge_c2DRange(0, 0, 5, 5));
+  EXPECT_EQ(pos_c2DPosition(1, 1) | (range | pos_c2DPosition(-1, 5)), rnge_c2DRange(-1, 0, 2, 5));
+  for (const rnge_c2DRange& nothing :
+       {range & rnge_c2DRange(3, 0, 4, 1), range & turned, turned | range, turned | pos_c2DPosition()}) {
+    EXPECT_EQ(nothing, rnge_c2DRange::Null);
+    EXPECT_FALSE(nothing.IsNull());
+  }
+  EXPECT_TRUE(rnge_c2DRange::Null.IsNull());
+  EXPECT_TRUE(range.Intersects(rnge_c2DRange(2, 0, 3, 2))) << "in an edge";
+  EXPECT_FALSE(range.Intersects(turned));
+  EXPECT_TRUE(range.Intersects(rnge_c2DRange(1, 1, 2, 2, 1e-310)))
+      << "an angle below the normal doubles is zero";
+  EXPECT_EQ(turned, rnge_c2DRange(1, 1, 2, 2, 0.1 + 5e-7));
+  EXPECT_NE(turned, rnge_c2DRange(1, 1, 2, 2, 0.1 + 1.01e-6));
+  EXPECT_NE(range, rnge_c2DRange(0, 0, 2, 2 + 1e-8));
+}
+
+TEST(IndexRanges, OrderCountAndShift) {
+  const rnge_c1DIndexRange range(7, 3);
+  EXPECT_EQ(range, rnge_c1DIndexRange(3, 7));
+  EXPECT_EQ(range.NumIndicesX(), 4);
+  EXPECT_EQ(range.Shift(INT_MAX), rnge_c1DIndexRange(INT_MAX, INT_MAX));
+  EXPECT_EQ(rnge_c1DIndexRange(INT_MIN, INT_MAX).NumIndicesX(), INT_MAX);
+  EXPECT_TRUE(rnge_c1DIndexRange::Null.IsNull());
+  EXPECT_FALSE(rnge_c1DIndexRange(0, 0).IsNull());
+
+  const rnge_c2DIndexRange plane(5, 1, 2, 3);
+  EXPECT_EQ(plane.IndexRangeX(), rnge_c1DIndexRange(2, 5));
+  EXPECT_EQ(plane.IndexRangeY(), rnge_c1DIndexRange(1, 3));
+  EXPECT_FALSE(plane.Contains(5, 2));
+  EXPECT_FALSE(plane.Contains(4, 0));
+  EXPECT_EQ(plane.Shift(1, -1), rnge_c2DIndexRange(3, 0, 6, 2));
+  EXPECT_TRUE(rnge_c2DIndexRange::Null.IsNull());
+}
+
+TEST(IndexRanges, SelectTheCellsOfACalibratedAxis) {
+  constexpr rnge_eIndexSelect all[] = {rnge_IndexInner, rnge_IndexOuter, rnge_IndexNearest,
+                                       rnge_IndexInnerStart};
+  constexpr std::pair everything{INT_MIN, INT_MAX};
+  const cal_cArrayCal unit, other(10, 0.5, 2);
+  struct {
+    cal_cArrayCal cal;
+    double from, to;
+    std::pair<int, int> expected[4];  // in the order of the selections
+  } const cases[] = {
+      {unit, 0.2, 0.7, {{1, 0}, {0, 1}, {0, 1}, {1, 1}}},
+      {unit, 0.0, 3.0, {{0, 3}, {0, 3}, {0, 3}, {0, 3}}},
+      {unit, 1e-7, 3 - 1e-7, {{0, 3}, {0, 3}, {0, 3}, {0, 3}}},
+      {unit, 0.6, 3.4, {{1, 3}, {0, 4}, {1, 3}, {1, 4}}},
+      {unit, 2.0, 2.0, {{2, 2}, {2, 3}, {2, 2}, {2, 3}}},
+      {other, 9.0, 10.2, {{0, 2}, {0, 3}, {0, 2}, {0, 3}}},
+      {unit, -1e300, 1e300, {everything, everything, everything, everything}},
+  };
+  for (const auto& [cal, from, to, expected] : cases)
+    for (rnge_eIndexSelect select : all) {
+      const rnge_c1DIndexRange line(rnge_c1DRange(from, to), cal_c1DArrayCal(cal), select);
+      const std::pair found(line.StartIndexX(), line.EndIndexX());
+      EXPECT_EQ(found, expected[select]) << from << " to " << to << ", select " << select;
+      const rnge_c2DRange band(1, from, 2, to);
+      const rnge_c2DIndexRange plane(band, cal_c2DArrayCal(unit, cal), select);
+      EXPECT_EQ(std::pair(plane.StartIndexY(), plane.EndIndexY()), found);
+      EXPECT_EQ(plane.IndexRangeX(), rnge_c1DIndexRange(1, 2));
+    }
+  for (double delta : {0.0, nan, inf, -1.0})  // anything, but no undefined behaviour
+    for (double end : {nan, inf, 3.0})
+      for (rnge_eIndexSelect select : all)
+        EXPECT_LE(rnge_c1DIndexRange(rnge_c1DRange(0, end), cal_c1DArrayCal(0, delta, INT_MAX), select)
+                      .NumIndicesX(),
+                  INT_MAX);
+
+  ExpectRange(rnge_c1DRange(rnge_c1DIndexRange(1, 3), cal_c1DArrayCal(10, 2, 0)), 12, 16);
+  ExpectRange(rnge_c1DRange(rnge_c1DIndexRange(1, 3), cal_c1DArrayCal(10, -2, 0)), 8, 4);
+  rnge_c2DRange plane(rnge_c2DIndexRange(1, 0, 3, 4), cal_c2DArrayCal(10, 20, 2, -1));
+  EXPECT_EQ(plane.Center(), pos_c2DPosition(14, 18));
+  EXPECT_EQ(plane.SizeY(), -4);
+  EXPECT_NE(plane, plane) << "a range with a negative width equals nothing";
+}
+
+TEST(Ranges, AreReadBackThroughTheirLimits) {
+  for (StreamKind kind : bothStreamKinds) {
+    rnge_c1DRange range(0, 1);
+    Watcher1D watcher(range);
+    EXPECT_TRUE(RoundTrip(kind, rnge_c1DRange(0.1, 1e300), range));
+    ExpectRange(range, 0.1, 1e300);
+    EXPECT_EQ(watcher.Heard(), "oa");
+    EXPECT_TRUE(ReadAtoms(
+        kind, {{rnge_XmaxTag, rnge_XmaxString, -2.0}, {rnge_AngleTag, rnge_AngleString, 1.0}}, range));
+    ExpectRange(range, -2, 0);
+
+    rnge_c2DRange plane;
+    EXPECT_TRUE(RoundTrip(kind, rnge_c2DRange(1, 2, 3, 4, 5), plane));
+    EXPECT_EQ(plane, rnge_c2DRange(1, 2, 3, 4, 5));
+    EXPECT_TRUE(ReadAtoms(kind, {{rnge_YwidthTag, rnge_YwidthString, 3.0}}, plane));
+    EXPECT_EQ(plane, rnge_c2DRange(0, 0, 0, 3, 0));
+  }
+}
+
+}  // namespace

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <functional>
+#include <string>
+#include <utility>
+
+#include <DataStorage/interfaces/mesg.h>
+
+/// A receiver that notes what it hears (even identifiers are offers, 'o', odd ones announcements, 'a') and
+/// does what the test wants it to: limit, refuse, throw, detach ... `Change` is the payload of the sender.
+template <class Change>
+class Watcher : public mesg_cReceiver {
+ public:
+  using Action = std::function<void(Change&)>;
+
+  explicit Watcher(mesg_cSender& sender, std::string* shared_log = nullptr) : log_(shared_log) {
+    sender.AddReceiver(*this, 0xFFFF);
+  }
+  Watcher& OnOffer(Action action) {
+    on_offer_ = std::move(action);
+    return *this;
+  }
+  Watcher& OnAnnouncement(Action action) {
+    on_announcement_ = std::move(action);
+    return *this;
+  }
+  /// What was heard since the last question.
+  std::string Heard() { return std::exchange(own_log_, {}); }
+
+  void ReceiveMessage(unsigned long id, mesg_cSender&, mesg_sMessageData* data) override {
+    auto& change = dynamic_cast<Change&>(*data);
+    const bool offer = id % 2 == 0;
+    own_log_ += offer ? 'o' : 'a';
+    if (log_ != nullptr) *log_ += offer ? name.first : name.second;
+    const Action action = offer ? on_offer_ : on_announcement_;
+    if (action) action(change);  // a copy, as it may give the watcher something else to do
+  }
+
+  std::pair<char, char> name{'o', 'a'};  // what it writes into the shared log
+
+ private:
+  std::string own_log_;
+  std::string* log_;
+  Action on_offer_, on_announcement_;
+};
+
+/// What receivers in tests throw.
+struct Refusal {};

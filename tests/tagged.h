@@ -1,0 +1,61 @@
+#pragma once
+
+#include <algorithm>
+#include <sstream>
+#include <utility>
+#include <variant>
+#include <vector>
+
+#include <DataStorage/interfaces/tgio.h>
+
+/// Tagged streams of both kinds for tests.
+enum class StreamKind { Binary, Ascii };
+inline constexpr StreamKind bothStreamKinds[] = {StreamKind::Binary, StreamKind::Ascii};
+
+/// Writes an object and reads it into another one.
+template <class Written, class Read>
+bool RoundTrip(StreamKind kind, const Written& written, Read& read) {
+  std::stringstream bytes;
+  if (kind == StreamKind::Binary)
+    return tgio_cBinary_ostream(bytes).Write(written) && tgio_cBinary_istream(bytes).Read(read);
+  return tgio_cASCII_ostream(bytes).Write(written) && tgio_cASCII_istream(bytes).Read(read);
+}
+
+/// An atom typed by hand.
+struct Atom {
+  unsigned short tag;
+  const char* name;
+  std::variant<int, double> value;
+};
+
+/// Writes atoms typed by hand as an object of any type.
+class HandWritten : public tgio_cTaggedStreamObject {
+ public:
+  HandWritten(const tgio_cObjectType& type, std::vector<Atom> atoms)
+      : type_(type), atoms_(std::move(atoms)) {}
+
+  const tgio_cObjectType& ObjectType() const override { return type_; }
+  type_cBoolean Write(tgio_cBinary_ostream& out) const override {
+    return Each([&](const Atom& atom, auto value) { return out.Write(value, atom.tag); });
+  }
+  type_cBoolean Write(tgio_cASCII_ostream& out) const override {
+    return Each([&](const Atom& atom, auto value) { return out.Write(value, atom.name, false); });
+  }
+
+ private:
+  template <class Function>
+  bool Each(Function write) const {
+    return std::all_of(atoms_.begin(), atoms_.end(), [&](const Atom& atom) {
+      return std::visit([&](auto value) { return bool(write(atom, value)); }, atom.value);
+    });
+  }
+
+  const tgio_cObjectType& type_;
+  std::vector<Atom> atoms_;
+};
+
+/// Reads atoms typed by hand into an object, as if it had written them.
+template <class Object>
+bool ReadAtoms(StreamKind kind, std::vector<Atom> atoms, Object& object) {
+  return RoundTrip(kind, HandWritten(object.ObjectType(), std::move(atoms)), object);
+}
