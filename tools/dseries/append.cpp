@@ -1,0 +1,172 @@
+#include <cmath>
+#include <cstdint>
+#include <ctime>
+#include <fmt/format.h>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "commands.h"
+#include "failure.h"
+#include "format.h"
+#include "header.h"
+#include "input.h"
+#include "progress.h"
+#include "series.h"
+#include <DataStorage/data/darray1d.h>
+#include <DataStorage/interfaces/constants.h>
+#include <DataStorage/interfaces/expt.h>
+
+namespace dseries {
+
+namespace {
+
+struct Options {
+  std::string file;
+  std::vector<std::string> inputs;
+  InputForm form;
+  std::string type;
+  std::string time;
+  std::vector<double> at;
+  bool tag_position = false;
+};
+
+/// Makes the tag of the datum in a slot.
+using TagOf = std::function<std::unique_ptr<dtsr_cDataTag>(int slot)>;
+
+TagOf TagsFor(const Series& series, const Options& options) {
+  const long time = options.time.empty() ? static_cast<long>(std::time(nullptr)) : ParseTime(options.time);
+  const bool position = options.tag_position || !options.at.empty();
+  const unsigned int kind = position ? obty_2DPositionType : obty_DataTagType;
+  if (const unsigned int present = series.TagTypeID(); present != 0 && present != kind) {
+    MakeTag(present);  // complains of kinds that are unknown
+    Fail("the data in {} are tagged with {}; {}", options.file, TagTypeName(present),
+         position ? "leave out --at and --tag-position" : "add --at X,Y or --tag-position");
+  }
+  if (options.tag_position) {
+    if (series.DimensionArray().NumberDimensions() < 2) {
+      Fail("--tag-position needs two dimensions, and {} has fewer", options.file);
+    }
+    return [&series, time](int slot) {
+      const arr_cC_Array<double> place = series.DimensionArray().Position(slot);
+      return std::make_unique<dtsr_c2DPosition>(place[0], place[1], time);
+    };
+  }
+  if (position) {
+    const double x = options.at[0], y = options.at[1];
+    if (!std::isfinite(x) || !std::isfinite(y)) Fail("a tag needs a finite position");
+    return [=](int) { return std::make_unique<dtsr_c2DPosition>(x, y, time); };
+  }
+  return [time](int) { return std::make_unique<dtsr_cDataTag>(time); };
+}
+
+void CheckForm(const InputForm& form) {
+  if (form.type && !bCanBeStored(*form.type)) {
+    Fail("elements of type {} cannot be read back from a series file", ElementName(*form.type));
+  }
+  if (form.offset && !std::isfinite(*form.offset)) Fail("the offset is not finite");
+  if (form.delta && !(std::isfinite(*form.delta) && *form.delta > 0)) Fail("the delta is not above 0");
+}
+
+/// All inputs, read and found good before the first of them is stored.
+std::vector<Input> ReadInputs(const Options& options) {
+  std::vector<Input> inputs;
+  Progress progress("reading", static_cast<std::int64_t>(options.inputs.size()));
+  for (const std::string& path : options.inputs) {
+    inputs.push_back(ReadInput(path, options.form, [](const std::string& warning) {
+      fmt::print(stderr, "dseries: warning: {}\n", warning);
+    }));
+    progress.Show(static_cast<std::int64_t>(inputs.size()));
+  }
+  return inputs;
+}
+
+void Append(Options options) {
+  if (!options.type.empty()) options.form.type = ElementType(options.type);
+  CheckForm(options.form);
+  if (const Header header = ReadHeader(options.file); header.data_type != darr_c1DArray::DataTypeID()) {
+    Fail("{} holds {}, not {}", options.file, DataTypeName(header.data_type),
+         DataTypeName(darr_c1DArray::DataTypeID()));
+  }
+  DataSeries<darr_c1DArray> series(options.file);
+  const TagOf tag_of = TagsFor(series, options);
+
+  const std::vector<Input> inputs = ReadInputs(options);
+  std::int64_t count = 0;
+  for (const Input& input : inputs) count += input.count;
+  if (const int room = series.Size() - series.NextWriteIndex(); count > room) {
+    Fail("{} has room for {}, and {} given", options.file, Count(room, "more datum", "more data"),
+         Count(count, "was", "were"));
+  }
+
+  std::int64_t done = 0;
+  Progress progress("appending", count);
+  try {
+    for (const Input& input : inputs) {
+      for (int i = 0; i < input.count; ++i) {
+        series.Append(input.datum(i), *tag_of(series.NextWriteIndex()));
+        progress.Show(++done);
+      }
+    }
+  } catch (const expt_cUserException& error) {
+    Fail("{} {} of {} data were stored", error.Message().CString(), done, count);
+  }
+  fmt::print("{}: {} appended, {} of {} slots filled\n", options.file, Count(count, "datum", "data"),
+             series.NextWriteIndex(), series.Size());
+}
+
+}  // namespace
+
+void AddAppend(CLI::App& program) {
+  auto options = std::make_shared<Options>();
+  InputForm& form = options->form;
+  CLI::App& command = *program.add_subcommand("append", "Store data in the next free slots of a series");
+  command.add_option("FILE", options->file, "The series file")->required();
+  command
+      .add_option("INPUT", options->inputs,
+                  "Texts with one number a line (values) or two (position and value),\n"
+                  "or raw files; - is standard input")
+      ->required();
+  command
+      .add_option("--time", options->time,
+                  "When the data were taken: ISO 8601 (UTC where no zone is given) or\n"
+                  "seconds since 1970; default: now")
+      ->type_name("TIME");
+  CLI::Option* at = command.add_option("--at", options->at, "Where the data were taken")
+                        ->type_name("X,Y")
+                        ->delimiter(',')
+                        ->expected(2);
+  command
+      .add_flag("--tag-position", options->tag_position,
+                "Where the data were taken: the position of each slot along the\n"
+                "first two dimensions")
+      ->excludes(at);
+  CLI::Option* raw = command
+                         .add_option("--raw", form.raw_elements,
+                                     "The inputs are raw little-endian numbers, N of them for each datum")
+                         ->type_name("N")
+                         ->check(CLI::PositiveNumber);
+  command
+      .add_flag("--interleaved", form.interleaved,
+                "Raw: element 0 of all data comes first, then element 1 of all of\n"
+                "them, and so on")
+      ->needs(raw);
+  command
+      .add_option("--type", options->type,
+                  "Element type: of raw inputs (default float32); texts are converted\n"
+                  "to it (default float64)")
+      ->type_name("TYPE")
+      ->check(CLI::IsMember(ElementNames()));
+  command
+      .add_option("--offset", form.offset, "Position of the first element, where the input has no positions")
+      ->type_name("X");
+  command.add_option("--delta", form.delta, "Distance of the elements, likewise")->type_name("D");
+  command.footer(
+      "Example: two spectra, then a raster of raw data with 12 numbers for each place\n"
+      "  dseries append spectra.dseries first.dat second.dat --time 2024-02-29T12:00\n"
+      "  dseries append sst.dseries sst.f32 --raw 12 --interleaved --tag-position");
+  command.callback([options] { Append(*options); });
+}
+
+}  // namespace dseries

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace dseries {
+
+// Each of these adds one command to the program: its options, its help, and what it does once all of them
+// have been understood. A command that fails throws; what it found goes to standard output.
+
+void AddCreate(CLI::App& program);
+void AddAppend(CLI::App& program);
+void AddInfo(CLI::App& program);
+void AddList(CLI::App& program);
+void AddGet(CLI::App& program);
+void AddFind(CLI::App& program);
+void AddVerify(CLI::App& program);
+
+}  // namespace dseries

@@ -1,0 +1,137 @@
+#include "format.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <chrono>
+#include <cstddef>
+#include <fmt/chrono.h>
+#include <limits>
+#include <regex>
+
+#include "failure.h"
+
+namespace dseries {
+
+namespace {
+
+/// How many columns a text takes: one for each character of UTF-8.
+std::size_t Width(std::string_view text) {
+  return static_cast<std::size_t>(
+      std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+}
+
+bool bFitsFile(std::int64_t seconds) {
+  using Limits = std::numeric_limits<std::int32_t>;
+  return seconds >= Limits::min() && seconds <= Limits::max();
+}
+
+/// The part of a match as a number, 0 where it is missing.
+int PartOf(const std::smatch& match, std::size_t part) {
+  return match[part].matched ? std::stoi(match[part].str()) : 0;
+}
+
+std::int64_t ParseIso(const std::string& text) {
+  static const std::regex iso(
+      R"((\d{4})-(\d\d)-(\d\d)(?:[T ](\d\d):(\d\d)(?::(\d\d))?(?:Z|([+-])(\d\d):?(\d\d))?)?)");
+  std::smatch match;
+  using namespace std::chrono;
+  if (std::regex_match(text, match, iso)) {
+    const year_month_day date(year(PartOf(match, 1)), month(static_cast<unsigned>(PartOf(match, 2))),
+                              day(static_cast<unsigned>(PartOf(match, 3))));
+    const int h = PartOf(match, 4), m = PartOf(match, 5), s = PartOf(match, 6);
+    if (date.ok() && h < 24 && m < 60 && s < 60) {
+      const int zone = (PartOf(match, 8) * 60 + PartOf(match, 9)) * (match[7] == "-" ? -60 : 60);
+      const seconds since = sys_days(date).time_since_epoch() + hours(h) + minutes(m) + seconds(s - zone);
+      return since.count();
+    }
+  }
+  Fail("'{}' is not a time; write it as 2024-02-29T12:00:00Z or in seconds since 1970", text);
+}
+
+}  // namespace
+
+std::string TimeText(long seconds) {
+  return fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(static_cast<std::time_t>(seconds)));
+}
+
+long ParseTime(const std::string& text) {
+  std::int64_t seconds = 0;
+  const char* end = text.data() + text.size();
+  const auto [stop, error] = std::from_chars(text.data(), end, seconds);
+  if (error != std::errc::result_out_of_range && (error != std::errc() || stop != end)) {
+    seconds = ParseIso(text);
+  }
+  if (error == std::errc::result_out_of_range || !bFitsFile(seconds)) {
+    Fail("the time '{}' does not fit a series file, which holds those from {} to {}", text,
+         TimeText(std::numeric_limits<std::int32_t>::min()),
+         TimeText(std::numeric_limits<std::int32_t>::max()));
+  }
+  return static_cast<long>(seconds);
+}
+
+std::string SizeText(std::int64_t bytes) {
+  if (bytes < 1024) return Count(bytes, "byte", "bytes");
+  double size = static_cast<double>(bytes) / 1024;
+  static constexpr std::array units{"KiB", "MiB", "GiB", "TiB"};
+  std::size_t unit = 0;
+  for (; size >= 1024 && unit + 1 < units.size(); ++unit) size /= 1024;
+  return fmt::format("{:.{}f} {}", size, size < 10 ? 1 : 0, units[unit]);
+}
+
+std::string NumberText(double value) { return fmt::format("{:.10g}", value); }
+
+std::string Count(std::int64_t n, std::string_view singular, std::string_view plural) {
+  return fmt::format("{} {}", n, n == 1 ? singular : plural);
+}
+
+std::string Printable(const str_cString& text) {
+  std::string printable(static_cast<std::string_view>(text));
+  std::replace_if(
+      printable.begin(), printable.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
+  return printable;
+}
+
+std::string WithUnits(const std::string& value, const str_cString& units) {
+  return units.Length() == 0 ? value : value + ' ' + Printable(units);
+}
+
+const std::vector<std::string>& ElementNames() {
+  static const std::vector<std::string> names{
+#define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) short_name,
+#include <DataStorage/numbers/elementtypes.def>
+  };
+  return names;
+}
+
+std::string ElementName(const dtyp_cDataType& type) {
+  return ElementNames().at(static_cast<std::size_t>(type.Type() - dtyp_UBin8));
+}
+
+dtyp_cDataType ElementType(std::string_view name) {
+  const auto& names = ElementNames();
+  const auto found = std::find(names.begin(), names.end(), name);
+  return found == names.end() ? dtyp_NoType
+                              : static_cast<dtyp_eDataType>(dtyp_UBin8 + (found - names.begin()));
+}
+
+std::string Table::Text(int indent) const {
+  std::vector<std::size_t> widths(columns_.size(), 0);
+  for (const auto& row : rows_) {
+    for (std::size_t c = 0; c < row.size(); ++c) widths[c] = std::max(widths[c], Width(row[c]));
+  }
+  std::string text;
+  for (const auto& row : rows_) {
+    std::string line(static_cast<std::size_t>(indent), ' ');
+    for (std::size_t c = 0; c < row.size(); ++c) {
+      const std::string blanks(widths[c] - Width(row[c]), ' ');
+      line += columns_[c] == Right ? blanks + row[c] : row[c] + blanks;
+      line += "  ";
+    }
+    line.erase(line.find_last_not_of(' ') + 1);
+    text += line + '\n';
+  }
+  return text;
+}
+
+}  // namespace dseries

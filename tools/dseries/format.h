@@ -1,0 +1,56 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <DataStorage/interfaces/str.h>
+#include <DataStorage/numbers/datatype.h>
+
+// How values are shown to people, and read from what they type.
+
+namespace dseries {
+
+/// ISO 8601 in UTC, for example "2024-02-29T12:00:00Z".
+std::string TimeText(long seconds);
+/// Reads ISO 8601 (a date, or a date and a time, with an optional zone; UTC without one) or a whole number of
+/// seconds since 1970. Throws Failure for other texts and for times that series files cannot hold.
+long ParseTime(const std::string& text);
+
+/// "1.2 MiB"; below 1 KiB "17 bytes".
+std::string SizeText(std::int64_t bytes);
+/// A number for people: ten digits at most.
+std::string NumberText(double value);
+/// "3 data", "1 datum".
+std::string Count(std::int64_t n, std::string_view singular, std::string_view plural);
+
+/// A text from a file as one line that a terminal shows as it is: control characters become '?'.
+std::string Printable(const str_cString& text);
+/// `value` with its unit behind it.
+std::string WithUnits(const std::string& value, const str_cString& units);
+
+/// The short name of an element type, for example "float32".
+std::string ElementName(const dtyp_cDataType& type);
+/// All short names, in the order of the types.
+const std::vector<std::string>& ElementNames();
+/// The type with this short name; a type that is none for any other text.
+dtyp_cDataType ElementType(std::string_view name);
+
+/// Columns that line up on a terminal, whatever characters they hold.
+class Table {
+ public:
+  enum Align { Left, Right };
+
+  explicit Table(std::vector<Align> columns) : columns_(std::move(columns)) {}
+
+  void Row(std::vector<std::string> cells) { rows_.push_back(std::move(cells)); }
+  /// The rows as lines, each indented by `indent` and its cells two blanks apart.
+  std::string Text(int indent = 0) const;
+
+ private:
+  std::vector<Align> columns_;
+  std::vector<std::vector<std::string>> rows_;
+};
+
+}  // namespace dseries

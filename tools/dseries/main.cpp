@@ -1,0 +1,52 @@
+#include <cstdio>
+#include <exception>
+#include <fmt/core.h>
+#include <new>
+
+#include "commands.h"
+#include <DataStorage/interfaces/expt.h>
+
+namespace {
+
+constexpr int exit_failure = 1;
+constexpr int exit_usage = 2;
+
+int Complain(const char* what, int status) {
+  fmt::print(stderr, "dseries: {}\n", what);
+  return status;
+}
+
+int Run(int argc, char** argv) {
+  CLI::App program("Keeps measured data in series files, and finds them again.", "dseries");
+  program.require_subcommand(1);
+  program.footer("'dseries COMMAND --help' explains a command and shows an example of it.");
+  for (const auto add : {dseries::AddCreate, dseries::AddAppend, dseries::AddInfo, dseries::AddList,
+                         dseries::AddGet, dseries::AddFind, dseries::AddVerify}) {
+    add(program);
+  }
+  try {
+    program.parse(argc, argv);
+  } catch (const CLI::CallForHelp& help) {
+    return program.exit(help);
+  } catch (const CLI::ParseError& error) {
+    return Complain(fmt::format("{} (see dseries --help)", error.what()).c_str(), exit_usage);
+  }
+  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+    return Complain("the output could not be written", exit_failure);
+  }
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return Run(argc, argv);
+  } catch (const expt_cUserException& error) {
+    return Complain(error.Message().CString(), exit_failure);
+  } catch (const std::bad_alloc&) {
+    return Complain("there is not enough memory", exit_failure);
+  } catch (const std::exception& error) {
+    return Complain(error.what(), exit_failure);
+  }
+}

@@ -1,0 +1,77 @@
+#pragma once
+
+#include <memory>
+#include <new>
+#include <string>
+
+#include "failure.h"
+#include <DataStorage/interfaces/bstr.h>
+#include <DataStorage/series/datatag.h>
+#include <DataStorage/series/fileseries.h>
+#include <DataStorage/series/seriesbase.h>
+
+namespace dseries {
+
+/// A new tag of the given kind, to read stored ones into. Throws Failure for kinds that are unknown here.
+std::unique_ptr<dtsr_cDataTag> MakeTag(unsigned int tag_type);
+
+/// A series in a file without its data: dimensions and tags, whatever the data are. The store comes first
+/// among the bases, because it must have opened the file before the dimensions can be read from there.
+class Series : public dtsr_cFileSeriesBase, public dtsr_cDataSeriesBase {
+ public:
+  /// Opens a series for reading.
+  explicit Series(const std::string& path);
+
+  int Size() const override { return dtsr_cFileSeriesBase::Size(); }
+  int NextWriteIndex() const override { return dtsr_cFileSeriesBase::NextWriteIndex(); }
+  void ResetWriteIndex() override { dtsr_cFileSeriesBase::ResetWriteIndex(); }
+  using dtsr_cDataSeriesBase::GetTag;
+  void GetTag(int i, dtsr_cDataTag& tag) const override { dtsr_cFileSeriesBase::GetTag(i, tag); }
+  dtsr_cDataTag* pSampleTag() const override { return dtsr_cFileSeriesBase::pSampleTag(); }
+  /// Taken from the first tag where the header does not tell it yet: a process may have been killed in
+  /// between. 0 when there are no tags.
+  unsigned int TagTypeID() const override;
+
+  /// The tag of datum i.
+  std::unique_ptr<dtsr_cDataTag> Tag(int i) const;
+  /// How many bytes datum i takes, its tag not counted.
+  long DatumSize(int i) const { return tagOffsets_[i] - dataOffsets_[i]; }
+
+ protected:
+  Series(const std::string& path, const dtsr_cDimensionArray& dimensions, unsigned int data_type);
+  Series(const std::string& path, unsigned int data_type, bstr_eAccess access);
+};
+
+/// A series in a file whose data are arrays of class `Array`, in their raw form.
+template <class Array>
+class DataSeries : public Series {
+ public:
+  /// Creates a series.
+  DataSeries(const std::string& path, const dtsr_cDimensionArray& dimensions)
+      : Series(path, dimensions, Array::DataTypeID()) {}
+  /// Opens a series that exists.
+  explicit DataSeries(const std::string& path, bstr_eAccess access = bstr_OpenExisting)
+      : Series(path, Array::DataTypeID(), access) {}
+
+  /// Stores a datum and its tag in the next slot. The datum goes to the file in one write.
+  void Append(const Array& datum, const dtsr_cDataTag& tag) {
+    bstr_cMemory_ostream bytes;
+    if (!datum.Write(bytes)) throw std::bad_alloc();
+    bstr_cBinary_ostream& out = file_.Output();
+    out.Seek(dataOffsets_[NextWriteIndex()]);
+    out.Write(bytes.Data(), bytes.Size());
+    SetNewestTag(tag);  // also tells when the write failed
+  }
+
+  /// Reads datum i.
+  Array Datum(int i) {
+    bstr_cBinary_istream& in = file_.Input();
+    Array datum;
+    if (!bHasData(i) || !in.Seek(dataOffsets_[i]) || !datum.Read(in) || in.Position() != tagOffsets_[i]) {
+      Fail("datum {} of {} cannot be read", i, FilePath().CString());
+    }
+    return datum;
+  }
+};
+
+}  // namespace dseries
