@@ -96,6 +96,7 @@ void Append(Options options) {
   std::int64_t count = 0;
   for (const Input& input : inputs) count += input.count;
   if (const int room = series.Size() - series.NextWriteIndex(); count > room) {
+    if (room == 0) Fail("{} is full: all of its {} slots are filled", options.file, series.Size());
     Fail("{} has room for {}, and {} given", options.file, Count(room, "more datum", "more data"),
          Count(count, "was", "were"));
   }
@@ -125,12 +126,12 @@ void AddAppend(CLI::App& program) {
   command.add_option("FILE", options->file, "The series file")->required();
   command
       .add_option("INPUT", options->inputs,
-                  "Texts with one number a line (values) or two (position and value),\n"
+                  "Texts with one number a line (values) or two (position and value), "
                   "or raw files; - is standard input")
       ->required();
   command
       .add_option("--time", options->time,
-                  "When the data were taken: ISO 8601 (UTC where no zone is given) or\n"
+                  "When the data were taken: ISO 8601 (UTC where no zone is given) or "
                   "seconds since 1970; default: now")
       ->type_name("TIME");
   CLI::Option* at = command.add_option("--at", options->at, "Where the data were taken")
@@ -139,7 +140,7 @@ void AddAppend(CLI::App& program) {
                         ->expected(2);
   command
       .add_flag("--tag-position", options->tag_position,
-                "Where the data were taken: the position of each slot along the\n"
+                "Where the data were taken: the position of each slot along the "
                 "first two dimensions")
       ->excludes(at);
   CLI::Option* raw = command
@@ -149,12 +150,12 @@ void AddAppend(CLI::App& program) {
                          ->check(CLI::PositiveNumber);
   command
       .add_flag("--interleaved", form.interleaved,
-                "Raw: element 0 of all data comes first, then element 1 of all of\n"
+                "Raw: element 0 of all data comes first, then element 1 of all of "
                 "them, and so on")
       ->needs(raw);
   command
       .add_option("--type", options->type,
-                  "Element type: of raw inputs (default float32); texts are converted\n"
+                  "Element type: of raw inputs (default float32); texts are converted "
                   "to it (default float64)")
       ->type_name("TYPE")
       ->check(CLI::IsMember(ElementNames()));

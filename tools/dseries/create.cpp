@@ -66,8 +66,8 @@ void AddCreate(CLI::App& program) {
   command.add_option("FILE", options->file, "The file to make, named *.dseries")->required();
   command
       .add_option("-d,--dim", options->dimensions,
-                  "A dimension, the fastest one first: its name, its units, how many\n"
-                  "indices it has, the position of the first one and the step to the\n"
+                  "A dimension, the fastest one first: its name, its units, how many "
+                  "indices it has, the position of the first one and the step to the "
                   "next; 'reverse' when data are taken from the highest index down")
       ->type_name("NAME,UNITS,SIZE,OFFSET,DELTA[,reverse]")
       ->required()

@@ -72,16 +72,18 @@ void AddFind(CLI::App& program) {
   auto options = std::make_shared<Options>();
   CLI::App& command = *program.add_subcommand("find", "Find the first datum with a tag");
   command.add_option("FILE", options->file, "The series file")->required();
-  CLI::Option_group& tag = *command.add_option_group("Tag");
-  tag.add_option("--at", options->at, "Where the datum was taken, exactly")
-      ->type_name("X,Y")
-      ->delimiter(',')
-      ->expected(2);
-  tag.add_option("--time", options->time, "When the datum was taken: ISO 8601 or seconds since 1970")
-      ->type_name("TIME");
-  tag.require_option(1, 2);
+  CLI::Option* at = command.add_option("--at", options->at, "Where the datum was taken, exactly")
+                        ->type_name("X,Y")
+                        ->delimiter(',')
+                        ->expected(2);
+  CLI::Option* time =
+      command.add_option("--time", options->time, "When it was taken: ISO 8601 or seconds since 1970")
+          ->type_name("TIME");
   command.footer("Example:\n  dseries find sst.dseries --at 181,1");
-  command.callback([options] { Find(*options); });
+  command.callback([=] {
+    if (at->count() + time->count() == 0) throw CLI::RequiredError("--at or --time");
+    Find(*options);
+  });
 }
 
 }  // namespace dseries

@@ -79,7 +79,7 @@ std::string SizeText(std::int64_t bytes) {
   return fmt::format("{:.{}f} {}", size, size < 10 ? 1 : 0, units[unit]);
 }
 
-std::string NumberText(double value) { return fmt::format("{:.10g}", value); }
+std::string NumberText(double value, int digits) { return fmt::format("{:.{}g}", value, digits); }
 
 std::string Count(std::int64_t n, std::string_view singular, std::string_view plural) {
   return fmt::format("{} {}", n, n == 1 ? singular : plural);

@@ -20,8 +20,8 @@ long ParseTime(const std::string& text);
 
 /// "1.2 MiB"; below 1 KiB "17 bytes".
 std::string SizeText(std::int64_t bytes);
-/// A number for people: ten digits at most.
-std::string NumberText(double value);
+/// A number for people, who do not care for the last bits.
+std::string NumberText(double value, int digits = 10);
 /// "3 data", "1 datum".
 std::string Count(std::int64_t n, std::string_view singular, std::string_view plural);
 

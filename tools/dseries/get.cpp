@@ -92,6 +92,9 @@ std::string Elements(const darr_c1DArray& array) {
                      NumberText(array.Cal().PositionX(n - 1)), NumberText(array.DeltaX()));
 }
 
+/// Those that mean something.
+int DisplayDigits(const darr_c1DArray& array) { return array.DataType() == dtyp_Float32 ? 7 : 10; }
+
 std::string Values(const darr_c1DArray& array) {
   double low = std::numeric_limits<double>::infinity(), high = -low, sum = 0;
   int numbers = 0;
@@ -104,8 +107,9 @@ std::string Values(const darr_c1DArray& array) {
     ++numbers;
   }
   if (numbers == 0) return "none that are numbers";
-  std::string text =
-      fmt::format("{} to {}, mean {}", NumberText(low), NumberText(high), NumberText(sum / numbers));
+  const int digits = DisplayDigits(array);
+  std::string text = fmt::format("{} to {}, mean {}", NumberText(low, digits), NumberText(high, digits),
+                                 NumberText(sum / numbers, digits));
   if (const int others = array.NumIndices() - numbers; others > 0) {
     text += fmt::format(", {} not a number", others);
   }
@@ -116,6 +120,7 @@ std::string Values(const darr_c1DArray& array) {
 std::string Columns(const darr_c1DArray& array) {
   constexpr int short_array = 24, ends = 8;
   const int n = array.NumIndices();
+  const int digits = DisplayDigits(array);
   Table table({Table::Right, Table::Right});
   table.Row({"position", "value"});
   for (int i = 0; i < n; ++i) {
@@ -123,7 +128,7 @@ std::string Columns(const darr_c1DArray& array) {
       table.Row({"...", "..."});
       i = n - ends;
     }
-    table.Row({NumberText(array.Cal().PositionX(i)), NumberText(array.Value(i).Value())});
+    table.Row({NumberText(array.Cal().PositionX(i)), NumberText(array.Value(i).Value(), digits)});
   }
   return table.Text(2);
 }
@@ -169,24 +174,24 @@ void AddGet(CLI::App& program) {
   auto options = std::make_shared<Options>();
   CLI::App& command = *program.add_subcommand("get", "Show a datum, or write it as columns of text");
   command.add_option("FILE", options->file, "The series file")->required();
-  CLI::Option_group& which = *command.add_option_group("Which datum");
-  which.add_option("DATUM", options->datum, "Its linear index: 0 is the one stored first")
-      ->check(CLI::NonNegativeNumber);
-  which.add_option("-i,--index", options->index, "Its index along each dimension")
-      ->type_name("I,J...")
-      ->delimiter(',')
-      ->allow_extra_args(false);
-  which.add_option("-p,--position", options->position, "Its position along each dimension")
-      ->type_name("X,Y...")
-      ->delimiter(',')
-      ->allow_extra_args(false);
-  which.require_option(1);
+  CLI::Option* datum =
+      command.add_option("DATUM", options->datum, "Linear index of the datum: 0 is the one stored first")
+          ->check(CLI::NonNegativeNumber);
+  CLI::Option* index = command.add_option("-i,--index", options->index, "Its index along each dimension")
+                           ->type_name("I,J...")
+                           ->delimiter(',')
+                           ->allow_extra_args(false);
+  CLI::Option* position =
+      command.add_option("-p,--position", options->position, "Its position along each dimension")
+          ->type_name("X,Y...")
+          ->delimiter(',')
+          ->allow_extra_args(false);
   command
       .add_option("-o,--output", options->output, "Write positions and values as text; - is standard output")
       ->type_name("OUT");
   command
       .add_option("--precision", options->precision,
-                  "Significant digits in that text; default: as many as the values\n"
+                  "Significant digits in that text; default: as many as the values "
                   "need to be read back unchanged")
       ->type_name("N")
       ->check(CLI::Range(1, 17));
@@ -194,7 +199,12 @@ void AddGet(CLI::App& program) {
       "Example: the datum at 181 degrees east, 1 degree north\n"
       "  dseries get sst.dseries --position 181,1\n"
       "  dseries get sst.dseries --position 181,1 -o place.txt");
-  command.callback([options] { Get(*options); });
+  command.callback([=] {
+    if ((datum->count() > 0) + (index->count() > 0) + (position->count() > 0) != 1) {
+      throw CLI::RequiredError("one of DATUM, --index and --position");
+    }
+    Get(*options);
+  });
 }
 
 }  // namespace dseries

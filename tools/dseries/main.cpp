@@ -1,9 +1,12 @@
 #include <cstdio>
 #include <exception>
 #include <fmt/core.h>
+#include <memory>
 #include <new>
+#include <string>
 
 #include "commands.h"
+#include "help.h"
 #include <DataStorage/interfaces/expt.h>
 
 namespace {
@@ -18,6 +21,7 @@ int Complain(const char* what, int status) {
 
 int Run(int argc, char** argv) {
   CLI::App program("Keeps measured data in series files, and finds them again.", "dseries");
+  program.formatter(std::make_shared<dseries::HelpFormatter>());
   program.require_subcommand(1);
   program.footer("'dseries COMMAND --help' explains a command and shows an example of it.");
   for (const auto add : {dseries::AddCreate, dseries::AddAppend, dseries::AddInfo, dseries::AddList,
@@ -29,7 +33,9 @@ int Run(int argc, char** argv) {
   } catch (const CLI::CallForHelp& help) {
     return program.exit(help);
   } catch (const CLI::ParseError& error) {
-    return Complain(fmt::format("{} (see dseries --help)", error.what()).c_str(), exit_usage);
+    const auto commands = program.get_subcommands();
+    const std::string command = commands.empty() ? "" : commands.front()->get_name() + ' ';
+    return Complain(fmt::format("{} (see dseries {}--help)", error.what(), command).c_str(), exit_usage);
   }
   if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
     return Complain("the output could not be written", exit_failure);

@@ -1,0 +1,76 @@
+#!/usr/bin/env bash
+# Shows the main job on measured data, step by step. Usage: demo.sh PROGRAM FOLDER
+# PROGRAM is the command-line tool; the results go to FOLDER.
+set -euo pipefail
+
+program=$(realpath "$1")
+data=$(dirname "${BASH_SOURCE[0]}")/data
+folder=$2
+mkdir -p "$folder"
+
+say() { printf '\n'; printf '%s\n' "$@"; }
+# Shows a command, then runs it.
+dseries() {
+  printf '\n    $ dseries %s\n' "$*"
+  "$program" "$@" | sed 's/^/    /'
+}
+stop() { printf '\ndemo: %s\n' "$*" >&2; exit 1; }
+
+# compare FILE INPUT: both hold positions and values; the values must be the same, and the positions too but for
+# the rounding with which they were printed.
+compare() {
+  awk -v tolerance=0.01 '
+    NR == FNR { position[FNR] = $1; value[FNR] = $2; lines = FNR; next }
+    {
+      off = position[FNR] - $1; if (off < 0) off = -off
+      if (off > most) most = off
+      if (FNR > lines || value[FNR] != $2 || off > tolerance) { bad = FNR; exit }
+    }
+    END {
+      if (bad) { print "line " bad " differs"; exit 1 }
+      if (FNR != lines || lines == 0) { print lines " lines, not " FNR; exit 1 }
+      printf "    %d values are the same, positions differ by at most %.4f degrees\n", lines, most
+    }' "$1" "$2" || stop "$1 does not hold what was measured"
+}
+
+say "1. Two spectra: what comes in comes out again" \
+  "" \
+  "X-ray diffraction patterns, as the instruments wrote them: an angle and a count on" \
+  "each line. They become a series file of two data along one dimension, the number" \
+  "of the sample."
+dseries create --force "$folder/spectra.dseries" --dim sample,,2,1,1
+dseries append "$folder/spectra.dseries" "$data/diffraction_sic_zn.dat" "$data/diffraction_nacl.dat"
+dseries info "$folder/spectra.dseries"
+
+say "The file is opened anew for each command. The second spectrum lies at position 2:"
+dseries get "$folder/spectra.dseries" --position 2
+
+say "Written as text again, both are compared with what was measured:"
+dseries get "$folder/spectra.dseries" 0 -o "$folder/sic_zn.txt"
+compare "$folder/sic_zn.txt" "$data/diffraction_sic_zn.dat"
+dseries get "$folder/spectra.dseries" 1 -o "$folder/nacl.txt"
+compare "$folder/nacl.txt" "$data/diffraction_nacl.dat"
+
+say "2. A raster: the temperature of the seas" \
+  "" \
+  "180 x 90 places, longitude first, and at each place the 12 months of a year. Each" \
+  "datum is stamped with the time and with its place."
+dseries create --force "$folder/sst.dseries" --dim longitude,°E,180,21,2 --dim latitude,°N,90,-89,2
+dseries append "$folder/sst.dseries" "$data/sea_surface_temperature.f32" --raw 12 --interleaved --tag-position
+dseries info "$folder/sst.dseries"
+
+say "The place at 181° E, 1° N, by its position along the dimensions: its temperatures" \
+  "in °C from January (0) to December (11)."
+dseries get "$folder/sst.dseries" --position 181,1
+
+say "The same place, by the position in its tag:"
+dseries find "$folder/sst.dseries" --at 181,1
+by_position=$("$program" get "$folder/sst.dseries" --position 181,1 -o -)
+datum=$("$program" find "$folder/sst.dseries" --at 181,1 | awk 'END { print $1 }')
+[ "$by_position" = "$("$program" get "$folder/sst.dseries" "$datum" -o -)" ] || stop "position and tag lead to different data"
+
+say "Everything in both files fits together:"
+dseries verify "$folder/spectra.dseries"
+dseries verify "$folder/sst.dseries"
+
+say "The results are in $folder."

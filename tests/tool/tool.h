@@ -1,0 +1,52 @@
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+/// What a run of the program came to.
+struct Result {
+  int status;
+  std::string out;
+  std::string err;
+};
+
+/// Runs the program in a folder of its own.
+class Tool : public testing::Test {
+ protected:
+  Tool() { std::filesystem::create_directories(folder_); }
+  ~Tool() override { std::filesystem::remove_all(folder_); }
+
+  /// By a shell: `before` is put in front of the program, and the arguments may redirect its streams.
+  Result Run(const std::string& arguments, const std::string& before = "") {
+    const std::string command = "cd " + folder_.string() + " && " + before +
+                                " " DSERIES " </dev/null >out.txt 2>err.txt " + arguments;
+    const int status = std::system(command.c_str());
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Read("out.txt"), Read("err.txt")};
+  }
+  /// Runs what must succeed, and returns its output.
+  std::string Succeed(const std::string& arguments) {
+    const Result result = Run(arguments);
+    EXPECT_EQ(result.status, 0) << arguments << "\n" << result.err;
+    return result.out;
+  }
+
+  std::string Read(const std::string& name) {
+    std::ifstream in(folder_ / name, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+  }
+  void Write(const std::string& name, const std::string& bytes) {
+    std::ofstream(folder_ / name, std::ios::binary) << bytes;
+  }
+  bool bExists(const std::string& name) { return std::filesystem::exists(folder_ / name); }
+
+  const std::filesystem::path folder_ = std::filesystem::temp_directory_path() /
+                                        ("dseries-" + std::to_string(getpid()) + "-" +
+                                         testing::UnitTest::GetInstance()->current_test_info()->name());
+};
