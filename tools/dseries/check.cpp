@@ -208,7 +208,8 @@ class Checker {
     if (stray > 0 && unfinished && stray == (tag != 0) + more) {
       findings_.notes.emplace_back("an append was cut short; the next one takes its place");
     } else if (stray > 0) {
-      Fault("{} of empty slots not 0 in the offset lists", Count(stray, "entry is", "entries are"));
+      Fault("{} not 0, though their slots are empty",
+            Count(stray, "entry of the offset lists is", "entries of the offset lists are"));
     }
   }
 

@@ -79,15 +79,17 @@ void CheckText(const std::string& path, std::string_view text, std::size_t end,
   Words words(text);
   std::int64_t count = 0;
   bool falling = false, warned = false;
+  int line = 1;
   double number;
   for (; words.Next(); ++count) {
+    line = words.Line();
     if (words.Start() >= end || !words.Number(number)) {
       Fail("{}: line {}: '{}' is not a number", path, words.Line(), words.Word().substr(0, 40));
     }
     if (positions == nullptr || count % 2 != 0 || warned) continue;
     if (count == 0) falling = number != positions->OffsetX();
-    const auto line = static_cast<int>(count / 2);
-    const int i = falling ? positions->NumIndices() - 1 - line : line;
+    const auto row = static_cast<int>(count / 2);
+    const int i = falling ? positions->NumIndices() - 1 - row : row;
     const double even = positions->Cal().PositionX(i);
     if (!(std::fabs(number - even) <= positions->DeltaX() / 2)) {
       warn(fmt::format("{}: line {}: the position {} lies more than half a step off the even grid, at {}",
@@ -96,7 +98,7 @@ void CheckText(const std::string& path, std::string_view text, std::size_t end,
     }
   }
   if (positions != nullptr && count % 2 != 0) {
-    Fail("{}: line {}: there is a position without a value", path, words.Line());
+    Fail("{}: line {}: there is a position without a value", path, line);
   }
 }
 

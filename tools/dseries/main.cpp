@@ -22,7 +22,7 @@ int Complain(const char* what, int status) {
 int Run(int argc, char** argv) {
   CLI::App program("Keeps measured data in series files, and finds them again.", "dseries");
   program.formatter(std::make_shared<dseries::HelpFormatter>());
-  program.require_subcommand(1);
+  program.require_subcommand(0, 1);
   program.footer("'dseries COMMAND --help' explains a command and shows an example of it.");
   for (const auto add : {dseries::AddCreate, dseries::AddAppend, dseries::AddInfo, dseries::AddList,
                          dseries::AddGet, dseries::AddFind, dseries::AddVerify}) {
@@ -30,6 +30,7 @@ int Run(int argc, char** argv) {
   }
   try {
     program.parse(argc, argv);
+    if (program.get_subcommands().empty()) throw CLI::RequiredError("a command");
   } catch (const CLI::CallForHelp& help) {
     return program.exit(help);
   } catch (const CLI::ParseError& error) {
