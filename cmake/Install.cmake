@@ -1,0 +1,29 @@
+# What an installation holds: the library (component runtime), what programs link against it need (dev), and the
+# command-line tool (tool).
+include(CMakePackageConfigHelpers)
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/DataStorage)
+install(TARGETS DataStorage EXPORT DataStorageTargets
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT dev
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev)
+install(DIRECTORY Base/DataStorage DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev
+  FILES_MATCHING PATTERN "*.h" PATTERN "*.def" PATTERN "*_impl.h" EXCLUDE)
+install(EXPORT DataStorageTargets NAMESPACE DataStorage:: DESTINATION ${package_dir} COMPONENT dev)
+
+configure_package_config_file(cmake/DataStorageConfig.cmake.in DataStorageConfig.cmake
+  INSTALL_DESTINATION ${package_dir})
+write_basic_package_version_file(DataStorageConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/DataStorageConfig.cmake
+  ${CMAKE_CURRENT_BINARY_DIR}/DataStorageConfigVersion.cmake DESTINATION ${package_dir} COMPONENT dev)
+
+if(NOT BUILD_SHARED_LIBS)
+  set(pkgconfig_definitions -DDATASTORAGE_STATIC)
+endif()
+configure_file(cmake/datastorage.pc.in datastorage.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/datastorage.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
+
+if(TARGET dseries)
+  set_target_properties(dseries PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
+  install(TARGETS dseries RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+endif()

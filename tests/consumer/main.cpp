@@ -1,0 +1,27 @@
+// What a program outside the project relies on: the headers, the exported symbols, and exceptions that keep their
+// types on their way out of the library.
+#include <DataStorage/DataStorage.h>
+
+#include <sstream>
+
+int main() {
+  const darr_c1DArray array(4, pnum_cNumber(2.5), cal_c1DArrayCal(1.0, 0.5));
+  std::stringstream stream;
+  tgio_cBinary_ostream(stream).Write(array);
+  darr_c1DArray copy;
+  if (!tgio_cBinary_istream(stream).Read(copy) || copy.Cal() != array.Cal()) return 1;
+  if (copy.Value(2.0, darr_LinearInterpolation).Value() != 2.5) return 2;
+  try {
+    copy.Value(4);
+    return 3;
+  } catch (const arr_cIndexException&) {
+  }
+  try {
+    pnum_cNumber(1e10).Count();
+    return 4;
+  } catch (const expt_cUserException& error) {
+    if (error.Message() != "Cannot convert to integer - out of range.") return 5;
+  }
+  const arr_c2DNumberArray<short> typed = parr_c2DNumberArray(3, 2, pnum_cNumber(short{7}));
+  return typed.Value(2, 1) == 7 ? 0 : 6;
+}
