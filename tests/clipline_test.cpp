@@ -49,9 +49,9 @@ TEST(ClipLine, CutsASegmentDownToARange) {
       }
       EXPECT_EQ(p1, pos_c2DPosition(after.x1, after.y1));
       EXPECT_EQ(p2, pos_c2DPosition(after.x2, after.y2));
-      const bool moved1 = p1 != pos_c2DPosition(before.x1, before.y1);
-      const bool moved2 = p2 != pos_c2DPosition(before.x2, before.y2);
-      EXPECT_EQ(log, std::string(moved1 ? "o1" : "") + (moved2 ? "o2" : ""));
+      const int moves =
+          (p1 != pos_c2DPosition(before.x1, before.y1)) + (p2 != pos_c2DPosition(before.x2, before.y2));
+      EXPECT_EQ(log, std::string(moves == 2 ? "o1o2" : moves == 0 ? "" : reversed ? "o1" : "o2"));
     }
 }
 

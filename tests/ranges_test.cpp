@@ -111,12 +111,10 @@ TEST(Range2D, IsSetAndFollowsItsCenter) {
   range.SetAngle(0.5);
   range.SetSize(1, 2);
   range.Move(6, 5);
-  EXPECT_EQ(range, rnge_c2DRange(8, 9, 1, 2, 0.5));
-  range.Center().SetPosition(0, 0);
-  EXPECT_EQ(range, rnge_c2DRange(0, 0, 1, 2, 0.5));
-  EXPECT_EQ(watcher.Heard(), "oaoaoaoa");
+  range.Center().Move(-2, 0);
+  EXPECT_EQ(range, rnge_c2DRange(6, 9, 1, 2, 0.5));
   range = rnge_c2DRange(range);
-  EXPECT_EQ(watcher.Heard(), "");
+  EXPECT_EQ(watcher.Heard(), "oaoaoaoa");
   range.SetRange(1, 1, 3, 3);
   EXPECT_EQ(range, rnge_c2DRange(1, 1, 3, 3)) << "the angle is gone";
 }
@@ -267,19 +265,16 @@ TEST(Range2D, CombinesOnlyAlongTheAxes) {
 TEST(IndexRanges, OrderCountAndShift) {
   const rnge_c1DIndexRange range(7, 3);
   EXPECT_EQ(range, rnge_c1DIndexRange(3, 7));
-  EXPECT_EQ(range.NumIndicesX(), 4);
+  EXPECT_FALSE(range.Contains(7));
   EXPECT_EQ(range.Shift(INT_MAX), rnge_c1DIndexRange(INT_MAX, INT_MAX));
   EXPECT_EQ(rnge_c1DIndexRange(INT_MIN, INT_MAX).NumIndicesX(), INT_MAX);
   EXPECT_TRUE(rnge_c1DIndexRange::Null.IsNull());
-  EXPECT_FALSE(rnge_c1DIndexRange(0, 0).IsNull());
+  EXPECT_FALSE(rnge_c1DIndexRange().IsNull());
 
   const rnge_c2DIndexRange plane(5, 1, 2, 3);
-  EXPECT_EQ(plane.IndexRangeX(), rnge_c1DIndexRange(2, 5));
-  EXPECT_EQ(plane.IndexRangeY(), rnge_c1DIndexRange(1, 3));
-  EXPECT_FALSE(plane.Contains(5, 2));
-  EXPECT_FALSE(plane.Contains(4, 0));
   EXPECT_EQ(plane.Shift(1, -1), rnge_c2DIndexRange(3, 0, 6, 2));
-  EXPECT_TRUE(rnge_c2DIndexRange::Null.IsNull());
+  EXPECT_TRUE(plane.Contains(4, 2));
+  EXPECT_FALSE(plane.Contains(4, 0));
 }
 
 TEST(IndexRanges, SelectTheCellsOfACalibratedAxis) {
