@@ -2,7 +2,6 @@
 #include <bit>
 #include <charconv>
 #include <cstdint>
-#include <limits>
 #include <type_traits>
 
 #include <DataStorage/interfaces/arr.h>
@@ -63,7 +62,7 @@ bool ReadCount(tgio_cBinary_istream& in, int& n) {
   char bytes[4];
   if (!in.ReadBytes(bytes, sizeof bytes)) return false;
   n = static_cast<int>(LoadLittleEndian<std::uint32_t>(bytes));
-  return n >= 0;
+  return n >= 0 && n <= detail::LargestCount;
 }
 
 template <class T>
@@ -91,6 +90,9 @@ template <class T>
 bool ReadElements(tgio_cBinary_istream& in, T* elements, std::size_t n) {
   if (!in.ReadBytes(elements, n * sizeof(T))) return false;
   SwapUnlessLittleEndian(elements, n);
+  if constexpr (FamilyOf<T> == Truth) {
+    std::transform(elements, elements + n, elements, [](bool value) { return value; });  // 0 or 1 from now on
+  }
   return true;
 }
 
@@ -183,7 +185,7 @@ type_cBoolean arr_c2DNumberArray<T>::ReadStream(tgio_cBinary_istream& in) {
   if (!ReadCode<T>(in) || !ReadCount(in, nx) || !ReadCount(in, ny)) return false;
   const std::size_t elements = in.BytesLeft() / sizeof(T);
   if (std::uint64_t(nx) * std::uint64_t(ny) != elements || in.BytesLeft() % sizeof(T) != 0) return false;
-  if (elements > std::numeric_limits<int>::max()) return false;
+  if (elements > std::size_t{detail::LargestCount}) return false;
   arr_c2DNumberArray read(arr_Unfilled, nx, ny);
   if (!ReadElements(in, read.WriteAccess(), elements)) return false;
   read.SetFillValue(this->FillValue());

@@ -172,7 +172,7 @@ type_cBoolean WriteLines(std::ostream& out, const parr_c1DNumberArray& array, in
 asrw_eFormat asrw_ASCII_Format(std::istream& in) {
   std::array<char, 80> line;
   const std::istream::pos_type start = in.tellg();
-  if (!in.good()) return asrw_UnknownFormat;
+  if (!in.good() || start == std::istream::pos_type(-1)) return asrw_UnknownFormat;
   in.get(line.data(), line.size(), '\n');
   const bool read = !in.fail() && in.gcount() > 0;
   const char* end = line.data() + in.gcount();

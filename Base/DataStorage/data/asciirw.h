@@ -6,13 +6,14 @@
 #include <DataStorage/data/darray1d.h>
 
 // Columns of numbers as text: one number a line (values only), or a position and a value a line. Numbers are
-// decimal with a point, whatever the locale of the process or the stream; "nan" and "inf" count as numbers.
-// White space (line ends included) separates them. There are no headers and no comments.
+// read with a decimal point, whatever the locale of the process or the stream, and written as the stream
+// writes numbers; "nan" and "inf" count as numbers. White space (line ends included) separates them. There
+// are no headers and no comments.
 
 enum asrw_eFormat { asrw_OneColumn = 0, asrw_TwoColumn = 1, asrw_UnknownFormat = 2 };
 
 /// Tells the layout from the first line (its first 79 characters): one number, two numbers, or neither. The
-/// stream, which must be seekable, is left where it was.
+/// stream is left where it was; one that cannot be rewound holds neither.
 DATASTORAGE_EXPORT asrw_eFormat asrw_ASCII_Format(std::istream& in);
 
 /// Reads values into an array of 8-byte floats. False, and `out` as it was, when the text is not one column.

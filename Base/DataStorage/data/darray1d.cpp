@@ -3,6 +3,23 @@
 
 #include <DataStorage/data/darray1d.h>
 
+namespace {
+
+/// The elements of an index range, zeros where it leaves the array, with the positions they had.
+darr_c1DArray FilledOut(const darr_c1DArray& array, const rnge_c1DIndexRange& indices, bool keepReference) {
+  darr_c1DArray result(indices.NumIndicesX(), array.DataType(),
+                       array.Cal().Rebased(indices.StartIndexX(), keepReference));
+  const int start = std::max(indices.StartIndexX(), 0);
+  const int end = std::min(indices.EndIndexX(), array.NumIndices());
+  if (start < end) {
+    const rnge_c1DIndexRange overlap(start, end);
+    result.SetData(array, overlap, overlap.Shift(-indices.StartIndexX()));
+  }
+  return result;
+}
+
+}  // namespace
+
 darr_c1DArray::darr_c1DArray() : DataArray(parr_c1DNumberArray(), cal_c1DArrayCal::Default) {}
 
 darr_c1DArray::darr_c1DArray(int count, const pnum_cNumber& value, const cal_c1DArrayCal& cal)
@@ -47,8 +64,12 @@ void darr_c1DArray::SetValue(const pnum_cNumber& value, double position) {
   if (!Range().Contains(position)) {
     *this = Selection(Range() | pos_c1DPosition(position), rnge_IndexOuter);
   }
-  // A position at the very end of the range lies in the cell behind the last one.
-  if (const int i = Cal().IndexX(position); i >= NumIndices()) *this = Selection(0, detail::AddIndices(i, 1));
+  // A position at the very end of the range lies in the cell behind the last one; one that its tolerance adds
+  // may lie in the cell before the first one.
+  if (const int i = Cal().IndexX(position); i < 0 || i >= NumIndices()) {
+    const rnge_c1DIndexRange grown(std::min(i, 0), std::max(detail::AddIndices(i, 1), NumIndices()));
+    *this = FilledOut(*this, grown, true);
+  }
   SetValue(value, Cal().IndexX(position));
 }
 
@@ -65,18 +86,7 @@ darr_c1DArray darr_c1DArray::Selection(const rnge_c1DRange& range, rnge_eIndexSe
   const rnge_c1DRange covered = Range();
   if (range == covered || range.IsNull()) return *this;
   const rnge_c1DIndexRange indices(range, Cal(), select);
-  if (covered.Contains(range)) return Selection(indices);
-
-  // The range runs past the data, which are filled out with zeros.
-  darr_c1DArray result(indices.NumIndicesX(), pnum_cNumber(DataType()),
-                       Cal().Rebased(indices.StartIndexX(), range.Contains(OffsetX())));
-  const int start = std::max(indices.StartIndexX(), 0);
-  const int end = std::min(indices.EndIndexX(), NumIndices());
-  if (start < end) {
-    const rnge_c1DIndexRange overlap(start, end);
-    result.SetData(*this, overlap, overlap.Shift(-indices.StartIndexX()));
-  }
-  return result;
+  return covered.Contains(range) ? Selection(indices) : FilledOut(*this, indices, range.Contains(OffsetX()));
 }
 
 darr_c1DArray darr_c1DArray::Selection(double from, double to, rnge_eIndexSelect select) const {

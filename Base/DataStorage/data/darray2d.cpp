@@ -7,13 +7,19 @@ namespace {
 
 constexpr detail::SourceFile source_file{"darray2d"};
 
-/// The index range of the elements that `range` and an array of these extents have in common.
-rnge_c2DIndexRange Overlap(const rnge_c2DIndexRange& range, int nx, int ny) {
-  const int x0 = std::max(range.StartIndexX(), 0);
-  const int y0 = std::max(range.StartIndexY(), 0);
-  const int x1 = std::min(range.EndIndexX(), nx);
-  const int y1 = std::min(range.EndIndexY(), ny);
-  return x0 < x1 && y0 < y1 ? rnge_c2DIndexRange(x0, y0, x1, y1) : rnge_c2DIndexRange();
+/// The elements of an index range, zeros where it leaves the array, with the positions they had.
+darr_c2DArray FilledOut(const darr_c2DArray& array, const rnge_c2DIndexRange& indices, bool keepReference) {
+  darr_c2DArray result(indices.NumIndicesX(), indices.NumIndicesY(), array.DataType(),
+                       array.Cal().Rebased(indices.StartIndexX(), indices.StartIndexY(), keepReference));
+  const int x0 = std::max(indices.StartIndexX(), 0);
+  const int y0 = std::max(indices.StartIndexY(), 0);
+  const int x1 = std::min(indices.EndIndexX(), array.NumIndicesX());
+  const int y1 = std::min(indices.EndIndexY(), array.NumIndicesY());
+  if (x0 < x1 && y0 < y1) {
+    const rnge_c2DIndexRange overlap(x0, y0, x1, y1);
+    result.SetData(array, overlap, overlap.Shift(-indices.StartIndexX(), -indices.StartIndexY()));
+  }
+  return result;
 }
 
 }  // namespace
@@ -50,12 +56,15 @@ pnum_cNumber darr_c2DArray::Value(double x, double y) const {
 void darr_c2DArray::SetValue(const pnum_cNumber& value, double x, double y) {
   if (std::isnan(x) || std::isnan(y)) arr_IndexError();
   if (!Range().Contains(x, y)) *this = Selection(Range() | pos_c2DPosition(x, y), rnge_IndexOuter);
-  // A position at the very end of the range lies in the cell behind the last one.
+  // A position at the very end of the range lies in the cell behind the last one; one that its tolerance adds
+  // may lie in the cell before the first one.
   const int i = Cal().IndexX(x);
   const int j = Cal().IndexY(y);
-  if (i >= NumIndicesX() || j >= NumIndicesY()) {
-    *this = Selection(0, 0, std::max(NumIndicesX(), detail::AddIndices(i, 1)),
-                      std::max(NumIndicesY(), detail::AddIndices(j, 1)));
+  if (i < 0 || i >= NumIndicesX() || j < 0 || j >= NumIndicesY()) {
+    const rnge_c2DIndexRange grown(std::min(i, 0), std::min(j, 0),
+                                   std::max(detail::AddIndices(i, 1), NumIndicesX()),
+                                   std::max(detail::AddIndices(j, 1), NumIndicesY()));
+    *this = FilledOut(*this, grown, true);
   }
   SetValue(value, Cal().IndexX(x), Cal().IndexY(y));
 }
@@ -75,17 +84,8 @@ darr_c2DArray darr_c2DArray::Selection(const rnge_c2DRange& range, rnge_eIndexSe
   const rnge_c2DRange covered = Range();
   if (range == covered || range.IsNull()) return *this;
   const rnge_c2DIndexRange indices(range, Cal(), select);
-  if (covered.Contains(range)) return Selection(indices);
-
-  // The range runs past the data, which are filled out with zeros.
-  darr_c2DArray result(
-      indices.NumIndicesX(), indices.NumIndicesY(), pnum_cNumber(DataType()),
-      Cal().Rebased(indices.StartIndexX(), indices.StartIndexY(), range.Contains(OffsetX(), OffsetY())));
-  const rnge_c2DIndexRange overlap = Overlap(indices, NumIndicesX(), NumIndicesY());
-  if (overlap.NumIndicesX() > 0) {
-    result.SetData(*this, overlap, overlap.Shift(-indices.StartIndexX(), -indices.StartIndexY()));
-  }
-  return result;
+  return covered.Contains(range) ? Selection(indices)
+                                 : FilledOut(*this, indices, range.Contains(OffsetX(), OffsetY()));
 }
 
 darr_c2DArray darr_c2DArray::Selection(double x1, double y1, double x2, double y2,

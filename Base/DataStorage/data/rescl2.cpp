@@ -13,7 +13,7 @@ std::vector<int> SourceIndices(int count, double start, double step, int size) {
   std::vector<int> indices(static_cast<std::size_t>(detail::CheckedCount(count)));
   double place = start;
   for (int& index : indices) {
-    index = static_cast<int>(std::clamp(place, 0.0, static_cast<double>(size - 1)));
+    index = place > 0 ? static_cast<int>(std::min(place, size - 1.0)) : 0;  // not-a-number too
     place += step;
   }
   return indices;
@@ -80,7 +80,6 @@ darr_c2DArray resc_Rescale(const darr_c2DArray& source, double newDeltaX, double
 
 void darr_c1DArray::Set(const darr_c1DArray& source) {
   const darr_c1DArray merged = resc_Rescale(source, DeltaX(), Range().StartX());
-  if (merged.NumIndices() == 0) return;
   const auto store = [&merged](darr_c1DArray& target) {
     target.SetData(merged, rnge_c1DIndexRange::Null,
                    rnge_c1DIndexRange(merged.Range(), target.Cal(), rnge_IndexNearest));
@@ -96,7 +95,6 @@ void darr_c1DArray::Set(const darr_c1DArray& source) {
 
 void darr_c2DArray::Set(const darr_c2DArray& source) {
   const darr_c2DArray merged = resc_Rescale(source, DeltaX(), DeltaY());
-  if (merged.NumIndices() == 0) return;
   const auto store = [&merged](darr_c2DArray& target) {
     target.SetData(merged, rnge_c2DIndexRange::Null,
                    rnge_c2DIndexRange(merged.Range(), target.Cal(), rnge_IndexNearest));

@@ -19,7 +19,7 @@
 // the elements are copied when one of the sharing handles is first written. Reference counts are plain
 // numbers, so handles that share storage belong to one thread at a time.
 //
-// Bad positions raise arr_IndexError, bad sizes (negative, or more elements than an `int` counts)
+// Bad positions raise arr_IndexError, bad sizes (negative, or more than `detail::LargestCount` elements)
 // arr_SizeError, both before anything is changed. Pointers to elements are valid until the next non-const
 // call on the handle or storage object they came from.
 
@@ -32,15 +32,18 @@ namespace detail {
 template <class T>
 class SharedStorage;
 
+/// The largest int is no size: index arithmetic gives it for every count beyond, which then is refused.
+inline constexpr std::int64_t LargestCount = std::numeric_limits<int>::max() - 1;
+
 /// `n` as a number of elements that an array can have; raises arr_SizeError otherwise.
 inline std::int64_t CheckedCount(std::int64_t n) {
-  if (n < 0 || n > std::numeric_limits<int>::max()) arr_SizeError();
+  if (n < 0 || n > LargestCount) arr_SizeError();
   return n;
 }
 
-/// `nx` times `ny` as a number of elements; raises arr_SizeError also when an extent is negative.
+/// `nx` times `ny` as a number of elements; raises arr_SizeError also for an extent that is no size.
 inline std::int64_t CheckedCount(std::int64_t nx, std::int64_t ny) {
-  return CheckedCount(nx) == 0 || CheckedCount(ny) == 0 ? 0 : CheckedCount(nx * ny);
+  return CheckedCount(CheckedCount(nx) * CheckedCount(ny));
 }
 
 /// Raises arr_IndexError unless [offset, offset + count) lies in [0, size).
@@ -91,7 +94,7 @@ class DATASTORAGE_EXPORT arr_cArray {
   }
   /// source[sourceOffset ...] to the positions `offset` ...
   virtual void CopyIn(const T* source, std::int64_t count, std::int64_t sourceOffset, std::int64_t offset) {
-    detail::CheckBlock(offset, count, size_);
+    CheckCopyIn(count, sourceOffset, offset);
     std::copy_n(source + sourceOffset, count, block_ + offset);
   }
   /// The positions `offset` ... to target[targetOffset ...].
@@ -116,6 +119,10 @@ class DATASTORAGE_EXPORT arr_cArray {
   /// Memory for `n` elements, none of which is constructed.
   arr_cArray(arr_sUnfilled, std::int64_t n) : size_(detail::CheckedCount(n)) {
     if (size_ > 0) block_ = static_cast<T*>(lgar_AllocateBlock(Bytes()));
+  }
+  void CheckCopyIn(std::int64_t count, std::int64_t sourceOffset, std::int64_t offset) const {
+    if (sourceOffset < 0) arr_IndexError();
+    detail::CheckBlock(offset, count, size_);
   }
   void Swap(arr_cArray& other) noexcept {
     std::swap(block_, other.block_);
@@ -167,7 +174,7 @@ class DATASTORAGE_EXPORT arr_cC_Array : public arr_cArray<T> {
     this->Swap(resized);
   }
   void CopyIn(const T* source, std::int64_t count, std::int64_t sourceOffset, std::int64_t offset) override {
-    detail::CheckBlock(offset, count, this->Size());
+    this->CheckCopyIn(count, sourceOffset, offset);
     if (count > 0) lgar_memcpy(this->Data() + offset, source + sourceOffset, count, sizeof(T));
   }
   void CopyOut(T* target, std::int64_t count, std::int64_t offset, std::int64_t targetOffset) const override {
@@ -199,7 +206,6 @@ class SharedStorage {
     Add();
   }
   SharedStorage(const SharedStorage& other) noexcept : storage_(other.storage_) { Add(); }
-  SharedStorage(SharedStorage&& other) noexcept : storage_(std::exchange(other.storage_, nullptr)) {}
   SharedStorage& operator=(SharedStorage other) noexcept {
     std::swap(storage_, other.storage_);
     return *this;
@@ -223,8 +229,9 @@ class SharedStorage {
 
 }  // namespace detail
 
-/// What one- and two-dimensional handles have in common: shared storage, copy on write, a fill value.
-template <class T>
+/// What one- and two-dimensional handles have in common: shared storage, copy on write, a fill value. `Index`
+/// is an int for each dimension.
+template <class T, class... Index>
 class DATASTORAGE_EXPORT arr_cHandle {
  public:
   virtual ~arr_cHandle() = default;
@@ -242,10 +249,12 @@ class DATASTORAGE_EXPORT arr_cHandle {
   arr_cHandle(std::unique_ptr<arr_cArray<T>> storage, const T& fill)
       : storage_(std::move(storage)), fill_(fill) {}
   arr_cHandle(const arr_cHandle&) = default;
-  arr_cHandle(arr_cHandle&&) noexcept = default;
   arr_cHandle& operator=(const arr_cHandle&) = default;
-  arr_cHandle& operator=(arr_cHandle&&) noexcept = default;
 
+  /// Called after every write with the first and the last position (column and row) written.
+  virtual void Changed(Index... /*first*/, Index... /*last*/) {}
+  /// Called after the storage was replaced by one of another size (other extents).
+  virtual void SizeChanged(Index... /*extents*/) {}
   /// A storage object of the handle's kind with `n` elements, which may be unset.
   virtual std::unique_ptr<arr_cArray<T>> NewStorage(std::int64_t n) const = 0;
 
@@ -277,9 +286,11 @@ class DATASTORAGE_EXPORT arr_cHandle {
 
 /// A one-dimensional array that shares its elements with its copies until one of them is written.
 template <class T>
-class DATASTORAGE_EXPORT arr_c1DArray : public arr_cHandle<T> {
+class DATASTORAGE_EXPORT arr_c1DArray : public arr_cHandle<T, int> {
+  using Handle = arr_cHandle<T, int>;
+
  public:
-  arr_c1DArray() : arr_cHandle<T>(T()) {}
+  arr_c1DArray() : Handle(T()) {}
   /// `count` elements: copies of data[0 ...] when a block is given; else `fill` when `bFill` is set, zeros
   /// otherwise. `fill` becomes the fill value either way.
   explicit arr_c1DArray(int count, const T* data = nullptr, const T& fill = T(), bool bFill = false)
@@ -288,13 +299,12 @@ class DATASTORAGE_EXPORT arr_c1DArray : public arr_cHandle<T> {
   }
 
   arr_c1DArray(const arr_c1DArray&) = default;
-  arr_c1DArray(arr_c1DArray&&) noexcept = default;
   arr_c1DArray& operator=(const arr_c1DArray& other) {
     if (this != &other) {
       const bool resized = this->NumIndices() != other.NumIndices();
-      arr_cHandle<T>::operator=(other);
-      if (resized) SizeChanged(this->NumIndices());
-      Changed(0, this->NumIndices() - 1);
+      Handle::operator=(other);
+      if (resized) this->SizeChanged(this->NumIndices());
+      this->Changed(0, this->NumIndices() - 1);
     }
     return *this;
   }
@@ -304,13 +314,13 @@ class DATASTORAGE_EXPORT arr_c1DArray : public arr_cHandle<T> {
   void SetValue(const T& value, int i) {
     const std::int64_t position = this->CheckedPosition(i);
     this->Unshare()[position] = value;
-    Changed(i, i);
+    this->Changed(i, i);
   }
   /// Makes `value` the fill value and gives it to every element.
   arr_c1DArray& operator=(const T& value) {
     std::fill_n(this->UnshareUnfilled(), this->NumIndices(), value);
     this->SetFillValue(value);
-    Changed(0, this->NumIndices() - 1);
+    this->Changed(0, this->NumIndices() - 1);
     return *this;
   }
   /// Copies source[sourceOffset ...] to the positions `offset` ...
@@ -318,12 +328,11 @@ class DATASTORAGE_EXPORT arr_c1DArray : public arr_cHandle<T> {
     detail::CheckBlock(offset, count, this->NumIndices());
     if (count == 0) return;
     std::copy_n(source, count, this->Unshare() + offset);
-    Changed(static_cast<int>(offset), static_cast<int>(offset + count - 1));
+    this->Changed(static_cast<int>(offset), static_cast<int>(offset + count - 1));
   }
 
  protected:
-  arr_c1DArray(std::unique_ptr<arr_cArray<T>> storage, const T& fill)
-      : arr_cHandle<T>(std::move(storage), fill) {}
+  arr_c1DArray(std::unique_ptr<arr_cArray<T>> storage, const T& fill) : Handle(std::move(storage), fill) {}
 
   void Initialise(const T* data, bool bFill) {
     if (data != nullptr) {
@@ -337,7 +346,7 @@ class DATASTORAGE_EXPORT arr_c1DArray : public arr_cHandle<T> {
     if (first > last) arr_IndexError();
     const std::int64_t size = source.NumIndices();
     if (first == 0 && last + 1 == size) {
-      arr_cHandle<T>::operator=(source);
+      Handle::operator=(source);
       return;
     }
     const std::int64_t begin = std::clamp<std::int64_t>(first, 0, size);
@@ -351,11 +360,9 @@ class DATASTORAGE_EXPORT arr_c1DArray : public arr_cHandle<T> {
     this->SetFillValue(source.FillValue());
   }
 
-  /// Called after every write with the first and the last position written.
-  virtual void Changed(int /*first*/, int /*last*/) {}
-  /// Called after the storage was replaced by one of another size.
-  virtual void SizeChanged(int /*n*/) {}
+  /// A negative count raises arr_IndexError here.
   std::unique_ptr<arr_cArray<T>> NewStorage(std::int64_t n) const override {
+    if (n < 0) arr_IndexError();
     return std::make_unique<arr_cArray<T>>(static_cast<int>(detail::CheckedCount(n)));
   }
 };
@@ -417,9 +424,11 @@ struct arr_s2DBlock {
 /// A two-dimensional array that shares its elements with its copies until one of them is written. Element
 /// (x, y) stands at position y * nx + x of one block, x running fastest.
 template <class T>
-class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T> {
+class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T, int, int> {
+  using Handle = arr_cHandle<T, int, int>;
+
  public:
-  arr_c2DArray() : arr_cHandle<T>(T()) {}
+  arr_c2DArray() : Handle(T()) {}
   /// nx * ny elements, set as in one dimension.
   arr_c2DArray(int nx, int ny, const T* data = nullptr, const T& fill = T(), bool bFill = false)
       : arr_c2DArray(std::make_unique<arr_cArray<T>>(static_cast<int>(detail::CheckedCount(nx, ny))), nx, ny,
@@ -428,15 +437,14 @@ class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T> {
   }
 
   arr_c2DArray(const arr_c2DArray&) = default;
-  arr_c2DArray(arr_c2DArray&&) noexcept = default;
   arr_c2DArray& operator=(const arr_c2DArray& other) {
     if (this != &other) {
       const bool resized = nx_ != other.nx_ || ny_ != other.ny_;
-      arr_cHandle<T>::operator=(other);
+      Handle::operator=(other);
       nx_ = other.nx_;
       ny_ = other.ny_;
-      if (resized) SizeChanged(nx_, ny_);
-      Changed(0, 0, nx_ - 1, ny_ - 1);
+      if (resized) this->SizeChanged(nx_, ny_);
+      this->Changed(0, 0, nx_ - 1, ny_ - 1);
     }
     return *this;
   }
@@ -449,13 +457,13 @@ class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T> {
   void SetValue(const T& value, int x, int y) {
     const std::int64_t position = Position(x, y);
     this->Unshare()[position] = value;
-    Changed(x, y, x, y);
+    this->Changed(x, y, x, y);
   }
   /// Makes `value` the fill value and gives it to every element.
   arr_c2DArray& operator=(const T& value) {
     std::fill_n(this->UnshareUnfilled(), this->NumIndices(), value);
     this->SetFillValue(value);
-    Changed(0, 0, nx_ - 1, ny_ - 1);
+    this->Changed(0, 0, nx_ - 1, ny_ - 1);
     return *this;
   }
 
@@ -475,12 +483,12 @@ class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T> {
         std::copy_n(source + y * sourceStride, block.nx, target + std::int64_t{y} * nx_);
       }
     }
-    Changed(block.x, block.y, block.x + block.nx - 1, block.y + block.ny - 1);
+    this->Changed(block.x, block.y, block.x + block.nx - 1, block.y + block.ny - 1);
   }
 
  protected:
   arr_c2DArray(std::unique_ptr<arr_cArray<T>> storage, int nx, int ny, const T& fill)
-      : arr_cHandle<T>(std::move(storage), fill), nx_(nx), ny_(ny) {}
+      : Handle(std::move(storage), fill), nx_(nx), ny_(ny) {}
 
   void Initialise(const T* data, bool bFill) {
     if (data != nullptr) {
@@ -520,10 +528,6 @@ class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T> {
     ny_ = static_cast<int>(ny);
   }
 
-  /// Called after every write with the first and the last column and row written.
-  virtual void Changed(int /*x0*/, int /*y0*/, int /*x1*/, int /*y1*/) {}
-  /// Called after the storage was replaced by one of other extents.
-  virtual void SizeChanged(int /*nx*/, int /*ny*/) {}
   std::unique_ptr<arr_cArray<T>> NewStorage(std::int64_t n) const override {
     return std::make_unique<arr_cArray<T>>(static_cast<int>(detail::CheckedCount(n)));
   }

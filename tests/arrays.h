@@ -1,0 +1,92 @@
+#pragma once
+
+#include <cmath>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <DataStorage/arrays/parray2d.h>
+#include <DataStorage/interfaces/bstr.h>
+#include <DataStorage/interfaces/tgio.h>
+
+// What the tests of arrays have in common.
+
+using EveryElementType = detail::ElementTypes::Apply<testing::Types>;
+
+/// 1, 2, 3 ... as elements; complex ones have an imaginary part.
+template <class T>
+std::vector<T> Counting(int count) {
+  std::vector<T> elements;
+  for (int i = 1; i <= count; ++i) {
+    if constexpr (detail::DataTypeOf<T> >= dtyp_Complex64) {
+      using Part = decltype(T().Real());
+      elements.push_back(T(static_cast<Part>(i), Part(0.5)));
+    } else {
+      elements.push_back(static_cast<T>(i));
+    }
+  }
+  return elements;
+}
+
+inline dtyp_cDataType Type(dtyp_eDataType type) { return type; }
+
+template <class T>
+parr_c1DNumberArray Line(const std::vector<T>& elements) {
+  return {static_cast<int>(elements.size()), detail::DataTypeOf<T>, elements.data()};
+}
+template <class T>
+parr_c2DNumberArray Plane(int nx, const std::vector<T>& elements) {
+  return {nx, static_cast<int>(elements.size()) / nx, detail::DataTypeOf<T>, elements.data()};
+}
+
+/// The elements in storage order, as doubles.
+inline std::vector<double> Values(const parr_c1DNumberArray& array) {
+  std::vector<double> values;
+  for (int i = 0; i < array.NumIndices(); ++i) values.push_back(array.Value(i).Value());
+  return values;
+}
+inline std::vector<double> Values(const parr_c2DNumberArray& array) {
+  std::vector<double> values;
+  for (int i = 0; i < array.NumIndices(); ++i) values.push_back(array.Value(i, 0).Value());
+  return values;
+}
+
+/// The bytes of all elements.
+template <class Array>
+std::string Bytes(const Array& array) {
+  return {static_cast<const char*>(array.Data()), static_cast<std::size_t>(array.SizeOf())};
+}
+
+/// The raw form.
+template <class Object>
+std::string Raw(const Object& object) {
+  bstr_cMemory_ostream out;
+  EXPECT_TRUE(object.Write(out));
+  return {static_cast<const char*>(out.Data()), static_cast<std::size_t>(out.Size())};
+}
+template <class Object>
+bool ReadRaw(Object& object, const std::string& bytes) {
+  bstr_cMemory_istream in(bytes.data(), static_cast<std::int64_t>(bytes.size()));
+  return object.Read(in);
+}
+
+struct BinaryStreams {
+  using Out = tgio_cBinary_ostream;
+  using In = tgio_cBinary_istream;
+};
+struct ASCIIStreams {
+  using Out = tgio_cASCII_ostream;
+  using In = tgio_cASCII_istream;
+};
+
+/// Writes an object to a tagged stream and reads it into another one.
+template <class Streams, class Source, class Target>
+bool Carry(const Source& source, Target& target) {
+  std::stringstream stream;
+  typename Streams::Out out(stream);
+  EXPECT_TRUE(out.Write(source));
+  typename Streams::In in(stream);
+  return in.Read(target);
+}

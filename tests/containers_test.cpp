@@ -1,0 +1,184 @@
+#include <optional>
+#include <tuple>
+
+#include "arrays.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::Pointee;
+
+template <class Handle>
+auto Elements(const Handle& handle) {
+  using T = std::remove_cvref_t<decltype(*handle.Data())>;
+  return handle.NumIndices() == 0 ? std::vector<T>()
+                                  : std::vector<T>(handle.Data(), handle.Data() + handle.NumIndices());
+}
+
+template <class Storage>
+struct StorageTest : testing::Test {};
+using Storages = testing::Types<arr_cArray<int>, arr_cC_Array<int>>;
+TYPED_TEST_SUITE(StorageTest, Storages);
+
+TYPED_TEST(StorageTest, CopiesAndFillsWithinItsBoundsOnly) {
+  const int source[] = {1, 2, 3, 4};
+  TypeParam storage(4);
+  storage.CopyIn(source, 4, 0, 0);
+  EXPECT_THROW(storage.CopyIn(source, 3, 0, 2), arr_cIndexException);
+  EXPECT_THROW(storage.CopyIn(source, 1, 0, -1), arr_cIndexException);
+  EXPECT_THROW(storage.CopyIn(source + 1, 1, -1, 0), arr_cIndexException);
+  EXPECT_THROW(storage.Fill(9, 2, 3), arr_cIndexException);
+  EXPECT_THROW(storage.Fill(9, 1, -1), arr_cIndexException);
+  int target[] = {0, 0, 0};
+  EXPECT_THROW(storage.CopyOut(target, 3, 2, 0), arr_cIndexException);
+  EXPECT_THROW(storage[4], arr_cIndexException);
+  EXPECT_THROW(storage[-1], arr_cIndexException);
+
+  storage.CopyOut(target, 2, 2, 1);
+  EXPECT_THAT(target, ElementsAre(0, 3, 4));
+  storage.Fill(9, 2, 1);
+  storage.CopyIn(source, 1, 2, 0);
+  storage.SetSize(6);
+  EXPECT_EQ(std::vector<int>(storage.Data(), storage.Data() + 6), std::vector<int>({3, 9, 9, 4, 0, 0}));
+
+  TypeParam copy(storage);
+  storage.SetSize(1);
+  EXPECT_THAT(copy.Data(), Pointee(3));
+  EXPECT_EQ(copy.Size(), 6);
+  EXPECT_EQ(storage.Size(), 1);
+  EXPECT_THROW(storage.SetSize(-1), arr_cSizeException);
+  EXPECT_THROW(TypeParam(-1), arr_cSizeException);
+}
+
+TEST(Storage, KeepsElementsThatOwnSomething) {
+  arr_cArray<std::string> texts(2);
+  texts.Fill("long enough to lie in memory of its own", 1, 1);
+  arr_cArray<std::string> copy;
+  copy = texts;
+  texts.SetSize(1);
+  EXPECT_EQ(copy[0], "");
+  EXPECT_EQ(copy[1].size(), 39U);
+}
+
+template <class T>
+struct HandleTest : testing::Test {};
+TYPED_TEST_SUITE(HandleTest, EveryElementType);
+
+TYPED_TEST(HandleTest, SharesItsStorageUntilOneIsWritten) {
+  using T = TypeParam;
+  const std::vector<T> old = Counting<T>(4);
+  const T value = old[3];
+  using Array = arr_c1DNumberArray<T>;
+  for (void (*write)(Array&, T) :
+       {+[](Array&array, T v) { array.SetValue(v, 0); }, +[](Array&array, T v) { array = v; },
+        +[](Array&array, T v) { array.SetBlock(&v, 1, 0); },
+        +[](Array&array, T v) { *array.WriteAccess() = v; }}) {
+    const Array original(4, old.data());
+    Array copy = original;
+    EXPECT_EQ(copy.Data(), original.Data());
+    write(copy, value);
+    EXPECT_NE(copy.Data(), original.Data());
+    EXPECT_EQ(Elements(original), old);
+    EXPECT_EQ(copy[0], value);
+    const T* own = copy.Data();
+    write(copy, value);
+    EXPECT_EQ(copy.Data(), own);
+  }
+
+  using Array2D = arr_c2DNumberArray<T>;
+  const Array2D original(2, 2, old.data());
+  for (void (*write)(Array2D&, T) :
+       {+[](Array2D&array, T v) { array.SetValue(v, 0, 0); }, +[](Array2D&array, T v) { array = v; },
+        +[](Array2D&array, T v) {
+          array.SetBlock(&v, 1, {0, 0, 1, 1});
+        },
+        +[](Array2D&array, T v) { *array.WriteAccess() = v; }}) {
+    Array2D copy(original);
+    EXPECT_EQ(copy.Data(), original.Data());
+    write(copy, value);
+    EXPECT_EQ(Elements(original), old);
+    EXPECT_EQ(copy.Value(0, 0), value);
+  }
+}
+
+TYPED_TEST(HandleTest, SelectsBeyondItsEndsWithTheFillValue) {
+  using T = TypeParam;
+  const std::vector<T> e = Counting<T>(9);
+  const T fill = e[8];
+  const arr_c1DNumberArray<T> line(4, e.data(), fill);
+  EXPECT_EQ(Elements(line.SubArray(-1, 1)), std::vector({fill, e[0], e[1]}));
+  EXPECT_EQ(Elements(line.SubArray(2, 5)), std::vector({e[2], e[3], fill, fill}));
+  EXPECT_EQ(Elements(line.SubArray(-3, -2)), std::vector({fill, fill}));
+  EXPECT_EQ(Elements(line.SubArray(4, 4)), std::vector({fill}));
+  EXPECT_EQ(Elements(line.SubArray(-1, 4)), std::vector({fill, e[0], e[1], e[2], e[3], fill}));
+  EXPECT_EQ(line.SubArray(-1, 1).FillValue(), fill);
+  EXPECT_EQ(line.SubArray(0, 3).Data(), line.Data());
+  EXPECT_THROW(line.SubArray(2, 1), arr_cIndexException);
+
+  const arr_c2DNumberArray<T> plane(2, 2, e.data(), fill);
+  EXPECT_EQ(Elements(plane.SubArray(1, -1, 2, 1)), std::vector({fill, fill, e[1], fill, e[3], fill}));
+  EXPECT_EQ(Elements(plane.SubArray(-1, 1, 0, 2)), std::vector({fill, e[2], fill, fill}));
+  EXPECT_EQ(Elements(plane.SubArray(5, 0, 5, 1)), std::vector({fill, fill}));
+  EXPECT_EQ(plane.SubArray(0, 0, 1, 1).Data(), plane.Data());
+  EXPECT_THROW(plane.SubArray(0, 1, 1, 0), arr_cIndexException);
+  EXPECT_EQ(Elements(plane.Column(1)), std::vector({e[1], e[3]}));
+  EXPECT_EQ(Elements(plane.Row(1)), std::vector({e[2], e[3]}));
+  for (const int bad : {-1, 2}) {
+    EXPECT_THROW(plane.Column(bad), arr_cIndexException);
+    EXPECT_THROW(plane.Row(bad), arr_cIndexException);
+  }
+}
+
+TEST(Handle, RefusesSizesAndPositionsThatItDoesNotHave) {
+  constexpr int largest = std::numeric_limits<int>::max();
+  using Line = arr_c1DNumberArray<double>;
+  using Plane = arr_c2DNumberArray<double>;
+  EXPECT_THROW(Line(-1), arr_cSizeException);
+  EXPECT_THROW(Line{largest}, arr_cSizeException);
+  for (const auto& [nx, ny] : {std::pair(-1, 1), {-1, -1}, {0, -1}, {-1, 0}, {65536, 65536}, {largest, 0}}) {
+    EXPECT_THROW(Plane(nx, ny), arr_cSizeException) << nx << " " << ny;
+  }
+  const Line line(4);
+  EXPECT_THROW(line[4], arr_cIndexException);
+  EXPECT_THROW(line[-1], arr_cIndexException);
+  EXPECT_THROW(line.SubArray(0, largest), arr_cSizeException);
+  EXPECT_EQ(Line().Data(), nullptr);
+
+  Plane plane(3, 2);
+  plane.SetValue(7, 3, 0);  // reaches into the next row
+  EXPECT_EQ(plane.Value(0, 1), 7);
+  for (const auto& [x, y] : {std::pair(0, 2), {-1, 0}, {0, -1}, {largest, largest}}) {
+    EXPECT_THROW(plane.Value(x, y), arr_cIndexException);
+    EXPECT_THROW(plane.SetValue(1, x, y), arr_cIndexException);
+  }
+}
+
+/// Notes what is announced.
+struct Announcing : arr_c2DNumberArray<int> {
+  using arr_c2DNumberArray::arr_c2DNumberArray;
+  using arr_c2DNumberArray::operator=;
+  void Changed(int x0, int y0, int x1, int y1) override { changed = {x0, y0, x1, y1}; }
+  void SizeChanged(int nx, int ny) override { resized = {nx, ny}; }
+
+  std::tuple<int, int, int, int> changed;
+  std::optional<std::pair<int, int>> resized;
+};
+
+TEST(Handle, AnnouncesWhatWasWritten) {
+  Announcing array(3, 2);
+  array.SetValue(1, 1, 0);
+  EXPECT_EQ(array.changed, std::tuple(1, 0, 1, 0));
+  const int block[] = {1, 2, 3, 4};
+  array.SetBlock(block, 2, {1, 0, 2, 2});
+  EXPECT_EQ(array.changed, std::tuple(1, 0, 2, 1));
+  EXPECT_THAT(Elements(array), ElementsAre(0, 1, 2, 0, 3, 4));
+  EXPECT_THROW(array.SetBlock(block, 2, {2, 1, 2, 1}), arr_cIndexException);
+  array = 5;
+  EXPECT_EQ(array.changed, std::tuple(0, 0, 2, 1));
+  EXPECT_FALSE(array.resized);
+  static_cast<arr_c2DNumberArray<int>&>(array) = arr_c2DNumberArray<int>(4, 5);
+  EXPECT_EQ(array.changed, std::tuple(0, 0, 3, 4));
+  EXPECT_EQ(array.resized, std::pair(4, 5));
+}
+
+}  // namespace

@@ -1,0 +1,299 @@
+#include <complex>
+#include <cstring>
+#include <limits>
+
+#include "arrays.h"
+
+namespace {
+
+using testing::ElementsAre;
+using namespace std::string_literals;
+
+constexpr int largest = std::numeric_limits<int>::max();
+using Range = rnge_c1DIndexRange;
+using Range2D = rnge_c2DIndexRange;
+using Complex = comp_cComplex<double>;
+
+template <class T>
+struct NumberArrayTest : testing::Test {};
+TYPED_TEST_SUITE(NumberArrayTest, EveryElementType);
+
+TYPED_TEST(NumberArrayTest, TakesElementsFromBlocksNumbersAndContainers) {
+  using T = TypeParam;
+  constexpr dtyp_cDataType type = detail::DataTypeOf<T>;
+  const std::vector<T> e = Counting<T>(6);
+  const parr_c1DNumberArray line = Line(e);
+  const parr_c2DNumberArray plane = Plane(3, e);
+  EXPECT_EQ(line.DataType(), type);
+  EXPECT_EQ(plane.DataType(), type);
+  EXPECT_EQ(line.IsComplex(), type.IsComplex());
+  EXPECT_EQ(line.SizeOf(), static_cast<int>(6 * sizeof(T)));
+  EXPECT_EQ(plane.SizeOf(), line.SizeOf());
+  EXPECT_EQ(std::memcmp(plane.Data(), e.data(), 6 * sizeof(T)), 0);
+  EXPECT_EQ(Bytes(plane.Row(1)), Bytes(line.Selection(3, 6)));
+  EXPECT_EQ(Bytes(plane.Column(2)), Bytes(Line(std::vector{e[2], e[5]})));
+  EXPECT_EQ(plane.Column(2).DataType(), type);
+
+  const pnum_cNumber value(2.0, type);
+  const parr_c1DNumberArray full(3, value);
+  EXPECT_EQ(full.DataType(), type);
+  EXPECT_THAT(Values(full), ElementsAre(2, 2, 2));
+  EXPECT_THAT(Values(full.Selection(2, 4)), ElementsAre(2, 2));
+  EXPECT_THAT(Values(parr_c2DNumberArray(2, 1, value).Selection(1, 0, 3, 1)), ElementsAre(2, 2));
+  EXPECT_THAT(Values(parr_c1DNumberArray(2, type, nullptr)), ElementsAre(0, 0));
+
+  const arr_c1DNumberArray<T> container(6, e.data());
+  parr_c1DNumberArray shared(container);
+  EXPECT_EQ(shared.Data(), container.Data());
+  shared.SetValue(value, 0);
+  EXPECT_EQ(container[0], e[0]);
+  EXPECT_EQ(static_cast<arr_c2DNumberArray<T>>(plane).Data(), plane.Data());
+  using Other = std::conditional_t<std::is_same_v<T, char>, int, char>;
+  EXPECT_THROW(static_cast<void>(static_cast<arr_c2DNumberArray<Other>>(plane)), expt_cProgramException);
+}
+
+TYPED_TEST(NumberArrayTest, IsIndependentOfItsCopies) {
+  const std::vector<TypeParam> e = Counting<TypeParam>(4);
+  const pnum_cNumber value(7.0, detail::DataTypeOf<TypeParam>);
+  for (void (*write)(parr_c1DNumberArray&, const pnum_cNumber&) : {
+           +[](parr_c1DNumberArray&a, const pnum_cNumber&v) { a.SetValue(v, 0); },
+           +[](parr_c1DNumberArray&a, const pnum_cNumber&v) { a = v; },
+           +[](parr_c1DNumberArray&a, const pnum_cNumber&v) {
+             a.SetSelection({1, v}, 0);
+           },
+           +[](parr_c1DNumberArray&a, const pnum_cNumber&) { a.SetData(a, Range(2, 4), Range(0, 2)); },
+           +[](parr_c1DNumberArray&a, const pnum_cNumber&) { a.SetSelection(Line<unsigned char>({9}), 0); },
+       }) {
+    const parr_c1DNumberArray original = Line(e);
+    parr_c1DNumberArray copy = original;
+    EXPECT_EQ(copy.Data(), original.Data());
+    write(copy, value);
+    EXPECT_EQ(std::memcmp(original.Data(), e.data(), sizeof(TypeParam) * 4), 0);
+    EXPECT_NE(Values(copy), Values(original));
+  }
+  parr_c1DNumberArray overlapping = Line(e);
+  overlapping.SetData(overlapping, Range(0, 3), Range(1, 4));
+  EXPECT_THAT(Values(overlapping), ElementsAre(1, 1, 2, 3));
+  parr_c2DNumberArray plane = Plane(2, e);
+  plane.SetData(plane, Range2D(0, 0, 2, 1), Range2D(0, 1, 2, 2));
+  EXPECT_THAT(Values(plane), ElementsAre(1, 2, 1, 2));
+}
+
+/// The raw form of the elements 1, 2 of a type: 1D, or a line in two dimensions.
+template <class T>
+std::string RawBytes(bool plane) {
+  const std::vector<T> e = Counting<T>(2);
+  std::string bytes = {static_cast<char>(detail::DataTypeOf<T>), 0, 2, 0, 0, 0};
+  if (plane) bytes += "\1\0\0\0"s;
+  return bytes + std::string(reinterpret_cast<const char*>(e.data()), 2 * sizeof(T));
+}
+
+TYPED_TEST(NumberArrayTest, HasARawFormThatSomeTypesReadBack) {
+  using T = TypeParam;
+  constexpr dtyp_eDataType type = detail::DataTypeOf<T>;
+  const bool readable = type != dtyp_SBin8 && type <= dtyp_Float64;
+  const std::vector<T> e = Counting<T>(2);
+  const auto check = [&](auto array, auto target, const std::string& bytes) {
+    EXPECT_EQ(Raw(array), bytes);
+    const std::string old = Raw(target);
+    for (std::size_t n = 0; n < bytes.size(); ++n) {
+      EXPECT_FALSE(ReadRaw(target, bytes.substr(0, n))) << n;
+      EXPECT_EQ(Raw(target), old);
+    }
+    EXPECT_EQ(ReadRaw(target, bytes), readable);
+    EXPECT_EQ(Raw(target), readable ? bytes : old);
+  };
+  check(Line(e), Line<short>({8, 9}), RawBytes<T>(false));
+  check(Plane(2, e), Plane<short>(1, {8, 9}), RawBytes<T>(true));
+
+  parr_c2DNumberArray image;
+  EXPECT_EQ(ReadRaw(image, "IIBI" + RawBytes<T>(true)), readable);
+  EXPECT_EQ(image.NumIndicesX(), readable ? 2 : 0);
+}
+
+TEST(NumberArray, RawFormsHaveKnownBytesAndRefuseOthers) {
+  EXPECT_EQ(Raw(Line<short>({1, -2, 3})), "\5\0\3\0\0\0\1\0\xFE\xFF\3\0"s);
+  EXPECT_EQ(Raw(Plane<unsigned short>(2, {1, 2, 3, 4})), "\2\0\2\0\0\0\2\0\0\0\1\0\2\0\3\0\4\0"s);
+  parr_c1DNumberArray line = Line<short>({1});
+  parr_c2DNumberArray plane = Plane<short>(1, {1});
+  for (const std::string& bytes :
+       {"\0\0\1\0\0\0\1"s, "\x0B\0\1\0\0\0\1"s, "\xFF\xFF\1\0\0\0\1"s, "\1\0\xFF\xFF\xFF\x7E\1"s}) {
+    EXPECT_FALSE(ReadRaw(line, bytes));
+  }
+  for (const std::string& bytes : {"IIxx\1\0\1\0\0\0\1\0\0\0\1"s, "II\1\0\1\0\0\0\1\0\0\0\1"s,
+                                   "IIBIIIBI\1\0\1\0\0\0\1\0\0\0\1"s, "\1\0\xFF\xFF\0\0\xFF\x7F\0\0\1"s}) {
+    EXPECT_FALSE(ReadRaw(plane, bytes));
+  }
+  EXPECT_THROW(ReadRaw(line, "\1\0\xFF\xFF\xFF\xFF"s), arr_cSizeException);
+  for (const std::string& extents :
+       {"\xFF\xFF\xFF\xFF\1\0\0\0"s, "\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF"s, "\0\0\0\0\xFF\xFF\xFF\xFF"s}) {
+    EXPECT_THROW(ReadRaw(plane, "\1\0"s + extents + "\1"), arr_cSizeException);
+  }
+  EXPECT_THAT(Values(line), ElementsAre(1));
+  EXPECT_THAT(Values(plane), ElementsAre(1));
+  EXPECT_TRUE(ReadRaw(line, "\1\0\0\0\0\0"s));
+  EXPECT_EQ(line.NumIndices(), 0);
+  EXPECT_EQ(line.Data(), nullptr);
+}
+
+TEST(NumberArray, BeginsEmptyAndRefusesWhatItCannotHold) {
+  const parr_c1DNumberArray line;
+  const parr_c2DNumberArray plane;
+  EXPECT_EQ(line.DataType(), dtyp_UBin8);
+  EXPECT_EQ(plane.DataType(), dtyp_UBin8);
+  EXPECT_EQ(line.NumIndices() + plane.NumIndices(), 0);
+  EXPECT_EQ(plane.Data(), nullptr);
+  EXPECT_THROW(parr_c1DNumberArray(-1, Type(dtyp_Float64), nullptr), arr_cSizeException);
+  EXPECT_THROW(parr_c2DNumberArray(2, -1, Type(dtyp_Float64), nullptr), arr_cSizeException);
+  EXPECT_THROW(line.Value(0), arr_cIndexException);
+  for (const int type : {-1, 0, 11}) {
+    const dtyp_cDataType none = static_cast<dtyp_eDataType>(type);
+    try {
+      parr_c1DNumberArray(1, none, nullptr);
+      ADD_FAILURE();
+    } catch (const expt_cProgramException& error) {
+      EXPECT_STREQ(error.File(), "parray1d");
+    }
+    try {
+      Plane<short>(1, {1}).Convert(none);
+      ADD_FAILURE();
+    } catch (const expt_cProgramException& error) {
+      EXPECT_STREQ(error.File(), "parray2d");
+    }
+  }
+}
+
+TEST(NumberArray, WidensWhenAnElementDoesNotFit) {
+  parr_c1DNumberArray line = Line<short>({1, 2, 3, 4});
+  line.SetValue(2.5, 3);
+  EXPECT_EQ(line.DataType(), dtyp_Float64);
+  EXPECT_THAT(Values(line), ElementsAre(1, 2, 3, 2.5));
+  for (const int outside : {-1, 4}) {
+    line.SetValue(9, outside);
+    EXPECT_THAT(Values(line), ElementsAre(1, 2, 3, 2.5));
+  }
+  line.SetValue(Complex(1, 1), 7);
+  EXPECT_EQ(line.DataType(), dtyp_Complex128);
+  line.SetValue(6, 0);
+  EXPECT_EQ(line.DataType(), dtyp_Complex128);
+  EXPECT_EQ(line.Value(0).DataType(), dtyp_Float64);
+  EXPECT_EQ(line.Value(0).Value(), 6);
+
+  parr_c1DNumberArray bytes = Line<char>({1});
+  bytes.SetValue(static_cast<unsigned char>(200), 0);
+  EXPECT_EQ(bytes.DataType(), dtyp_SBin8);
+  EXPECT_THAT(Values(bytes), ElementsAre(-56));
+
+  parr_c2DNumberArray plane = Plane<short>(3, {1, 2, 3, 4, 5, 6});
+  EXPECT_EQ(plane.Value(1, 1).Value(), 5);
+  EXPECT_EQ(plane.Value(3, 0).Value(), 4);
+  EXPECT_THROW(plane.Value(0, 2), arr_cIndexException);
+  EXPECT_THROW(plane.SetValue(0.5, 0, 2), arr_cIndexException);
+  EXPECT_EQ(plane.DataType(), dtyp_Float64);
+  parr_c2DNumberArray empty;
+  EXPECT_THROW(empty.SetValue(0.5, 0, 0), arr_cIndexException);
+}
+
+TEST(NumberArray, TakesOneNumberForAllElements) {
+  parr_c1DNumberArray line(10, Type(dtyp_UBin16), nullptr);
+  line = pnum_cNumber(1.5f);
+  EXPECT_EQ(line.DataType(), dtyp_Float32);
+  EXPECT_EQ(Values(line), std::vector<double>(10, 1.5));
+  EXPECT_THAT(Values(line.Selection(9, 11)), ElementsAre(1.5, 1.5));
+  line = pnum_cNumber(2.5f);
+  EXPECT_THAT(Values(line.Selection(9, 11)), ElementsAre(2.5, 2.5));
+  parr_c2DNumberArray plane = Plane<short>(2, {1, 2, 3, 4});
+  plane = pnum_cNumber(3);
+  EXPECT_EQ(plane.NumIndicesX(), 2);
+  EXPECT_THAT(Values(plane.Selection(1, 1, 3, 2)), ElementsAre(3, 3));
+}
+
+TEST(NumberArray, ConvertsAllButEmptyArrays) {
+  parr_c1DNumberArray line(arr_c1DNumberArray<Complex>(2, std::vector<Complex>{{1.5, 9}, {-300, 9}}.data()));
+  line.Convert(dtyp_cDataType(dtyp_SBin16));
+  EXPECT_EQ(line.DataType(), dtyp_SBin16);
+  EXPECT_THAT(Values(line), ElementsAre(2, -300));
+  parr_c1DNumberArray empty;
+  empty.Convert(dtyp_cDataType(dtyp_Float64));
+  EXPECT_EQ(empty.DataType(), dtyp_UBin8);
+}
+
+TEST(NumberArray, SelectsInEitherOrderAndBeyondTheEnds) {
+  const parr_c1DNumberArray line = Line<int>({0, 1, 2, 3, 4, 5});
+  EXPECT_THAT(Values(line.Selection(2, 5)), ElementsAre(2, 3, 4));
+  EXPECT_THAT(Values(line.Selection(5, 2)), ElementsAre(2, 3, 4));
+  EXPECT_THAT(Values(line.GetData(Range(4, 7))), ElementsAre(4, 5, 0));
+  EXPECT_EQ(line.Selection(0, 6).Data(), line.Data());
+  EXPECT_THROW(line.Selection(3, 3), arr_cIndexException);
+  EXPECT_THROW(line.Selection(-1, largest), arr_cSizeException);
+
+  const parr_c2DNumberArray plane = Plane<int>(3, {1, 2, 3, 4, 5, 6});
+  EXPECT_THAT(Values(plane.Selection(3, 2, 1, 0)), ElementsAre(2, 3, 5, 6));
+  EXPECT_THAT(Values(plane.Selection(2, 1, 4, 3)), ElementsAre(6, 0, 0, 0));
+  EXPECT_EQ(plane.Selection(plane.IndexRange()).Data(), plane.Data());
+  EXPECT_THROW(plane.Selection(0, 1, 3, 1), arr_cIndexException);
+  EXPECT_EQ(Plane<int>(4, Counting<int>(12)).IndexRange(), Range2D(0, 0, 4, 3));
+}
+
+TEST(NumberArray, CopiesBlocksThatFit) {
+  const parr_c1DNumberArray source = Line<int>({1, 2, 3});
+  parr_c1DNumberArray line(4, Type(dtyp_SBin32), nullptr);
+  line.SetData(source, Range::Null, Range::Null);
+  EXPECT_THAT(Values(line), ElementsAre(0, 0, 0, 0));
+  line.SetSelection(source, 1);
+  EXPECT_THAT(Values(line), ElementsAre(0, 1, 2, 3));
+  line.SetData(source, Range(1, 2), Range(0, 2));  // the end in the source does not count
+  EXPECT_THAT(Values(line), ElementsAre(2, 3, 2, 3));
+  line.SetData(source, Range(5, 9), Range(2, 2));
+  for (const auto& [from, to] : {std::pair(Range(), Range(2, 5)),
+                                 {Range(), Range(-1, 2)},
+                                 {Range(2, 4), {0, 2}},
+                                 {Range(-1, 2), Range(0, 2)},
+                                 {Range(3, 4), Range(0, 1)},
+                                 {Range(largest, largest), Range(0, 1)},
+                                 {Range(), Range(0, largest)}}) {
+    EXPECT_THROW(line.SetData(source, from, to), arr_cIndexException) << from.StartIndexX();
+    EXPECT_THROW(line.SetData(Line<double>({1, 2, 3}), from, to), arr_cIndexException);
+    EXPECT_THAT(Values(line), ElementsAre(2, 3, 2, 3));
+  }
+  EXPECT_THROW(line.SetSelection(source, 2), arr_cIndexException);
+  EXPECT_THROW(line.SetSelection(source, largest), arr_cIndexException);
+  EXPECT_THROW(line.SetData(Line<double>({1}), Range::Null, Range(0, 4)), arr_cIndexException);
+  EXPECT_EQ(line.DataType(), dtyp_Float64);
+  line.SetData(Line<double>({0.5, 1.5}), Range(1, 2), Range(3, 4));
+  EXPECT_THAT(Values(line), ElementsAre(2, 3, 2, 1.5));
+  line.SetData(Line<short>({7, 8, 9, 10}), Range::Null, Range(2, 4));
+  EXPECT_THAT(Values(line), ElementsAre(2, 3, 7, 8));
+  line.SetData(Line<short>({4, 5, 6, 7}), Range(0, 1), Range::Null);
+  EXPECT_THAT(Values(line), ElementsAre(4, 5, 6, 7));
+}
+
+TEST(NumberArray, CopiesBlocksOfRows) {
+  for (const auto& source : {Plane<int>(2, {1, 2, 3, 4}), Plane<short>(2, {1, 2, 3, 4})}) {
+    parr_c2DNumberArray plane(3, 3, Type(dtyp_SBin32), nullptr);
+    plane.SetData(source, Range2D::Null, Range2D::Null);
+    EXPECT_EQ(Values(plane), std::vector<double>(9, 0));
+    plane.SetSelection(source, 1, 1);
+    EXPECT_THAT(Values(plane), ElementsAre(0, 0, 0, 0, 1, 2, 0, 3, 4));
+    plane.SetData(source, Range2D(1, 0, 2, 2), Range2D(0, 1, 1, 3));
+    EXPECT_THAT(Values(plane), ElementsAre(0, 0, 0, 2, 1, 2, 4, 3, 4));
+    plane.SetSelection(source, 2, 0);  // past the right edge: goes on in the next row
+    EXPECT_THAT(Values(plane), ElementsAre(0, 0, 1, 2, 1, 3, 4, 3, 4));
+    for (const auto& [from, to] : {std::pair(Range2D(1, 0, 2, 1), Range2D(0, 0, 2, 1)),
+                                   {Range2D(0, 1, 1, 2), Range2D(0, 0, 1, 2)},
+                                   {Range2D(-1, 0, 1, 1), Range2D(0, 0, 1, 1)},
+                                   {Range2D(), Range2D(2, 2, 4, 3)},
+                                   {Range2D(), Range2D(0, -1, 1, 1)},
+                                   {Range2D(), Range2D(0, 2, 1, 4)}}) {
+      EXPECT_THROW(plane.SetData(source, from, to), arr_cIndexException);
+      EXPECT_THAT(Values(plane), ElementsAre(0, 0, 1, 2, 1, 3, 4, 3, 4));
+    }
+    EXPECT_THROW(plane.SetSelection(source, largest, 0), arr_cIndexException);
+  }
+  parr_c2DNumberArray plane = Plane<short>(2, {1, 2, 3, 4});
+  plane.SetData(Plane<double>(2, {9, 0.5, 0.25, 9}), Range2D(0, 1, 2, 2), Range2D(0, 0, 2, 1));
+  EXPECT_EQ(plane.DataType(), dtyp_Float64);
+  EXPECT_THAT(Values(plane), ElementsAre(0.25, 9, 3, 4));
+}
+
+}  // namespace
