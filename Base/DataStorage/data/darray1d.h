@@ -3,7 +3,8 @@
 #include <DataStorage/arrays/parray1d.h>
 #include <DataStorage/data/dataarray.h>
 
-enum darr_eInterpolation { darr_NoInterpolation = 0, darr_LinearInterpolation = 1 };
+/// Every value but the first means linear.
+enum darr_eInterpolation : int { darr_NoInterpolation = 0, darr_LinearInterpolation = 1 };
 
 /// A calibrated one-dimensional data array: numbers whose indices have physical positions. Element i lies at
 /// `Cal().PositionX(i)` and its cell reaches to the position of the next one, so N elements cover the range

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <cmath>
 #include <vector>
 
 #include <DataStorage/data/rescl2.h>
@@ -10,6 +11,7 @@ constexpr detail::SourceFile source_file{"rescl2"};
 /// For each of `count` new elements along an axis the source index, of `size`, that it takes: the places
 /// start, start + step, ... in units of source indices.
 std::vector<int> SourceIndices(int count, double start, double step, int size) {
+  if (std::isnan(step)) arr_SizeError();
   std::vector<int> indices(static_cast<std::size_t>(detail::CheckedCount(count)));
   double place = start;
   for (int& index : indices) {
