@@ -65,7 +65,7 @@ TEST(TextColumns, ReadsOneColumnUpToTheFirstWord) {
 }
 
 TEST(TextColumns, ReadsNumbersWhereverBlocksEnd) {
-  for (const std::string& first : {"1", "123456789.123456789", "1e-100"}) {
+  for (const std::string first : {"1", "123456789.123456789", "1e-100"}) {
     for (const int spaces : {0, 1, 65500, 65530, 65536, 131060}) {
       std::string text = first + "\n" + std::string(static_cast<std::size_t>(spaces), ' ');
       std::vector<double> expected = {std::stod(first)};
