@@ -32,17 +32,19 @@ DATASTORAGE_IN_LINE double FromInteger(unsigned int value) {
   return static_cast<double>(static_cast<int>(value ^ 0x80000000u)) + 2147483648.0;
 }
 
+template <class Float>
+using BitsOf = std::conditional_t<sizeof(Float) == 4, std::int32_t, std::int64_t>;
+
 /// Adding 1.5 * 2^52 (2^23 for floats) moves a value, rounded to nearest even, into the low bits of the sum.
 template <class Integer, class Float>
 DATASTORAGE_IN_LINE Integer ToIntegerInMantissa(Float value) {
-  using Bits = std::conditional_t<sizeof(Float) == 4, std::int32_t, std::int64_t>;
   constexpr Float lowest = std::numeric_limits<Integer>::min();
   constexpr Float highest = std::numeric_limits<Integer>::max();
   constexpr Float shift = Float(1.5) / std::numeric_limits<Float>::epsilon();
   value = value == value ? value : Float(0);
   value = value > lowest ? value : lowest;
   value = value < highest ? value : highest;
-  return static_cast<Integer>(std::bit_cast<Bits>(value + shift));
+  return static_cast<Integer>(std::bit_cast<BitsOf<Float>>(value + shift));
 }
 
 template <class Integer, class Float>
@@ -80,6 +82,14 @@ void WithIntegerOf(int word_size, int flags, F f) {
   }
 }
 
+/// `condition ? a : b`, so written that compilers neither branch nor follow what the condition implies for
+/// the conditions behind it, which makes loops much slower.
+template <class T>
+DATASTORAGE_IN_LINE T Choose(bool condition, T a, T b) {
+  const BitsOf<T> mask = -static_cast<BitsOf<T>>(condition);
+  return std::bit_cast<T>((std::bit_cast<BitsOf<T>>(a) & mask) | (std::bit_cast<BitsOf<T>>(b) & ~mask));
+}
+
 /// A power of two that brings numbers of one end of the range to where they can be squared and added.
 template <class T>
 struct Range;
@@ -99,12 +109,12 @@ DATASTORAGE_IN_LINE T Magnitude(const comp_cComplex<T>& value) {
   const T a = std::abs(value.Real());
   const T b = std::abs(value.Imaginary());
   const T larger = a > b ? a : b;
-  const T factor = larger > R::large ? R::down : larger < R::small ? R::up : T(1);
-  const T back = larger > R::large ? 1 / R::down : larger < R::small ? 1 / R::up : T(1);
+  const T factor = Choose(larger > R::large, R::down, Choose(larger < R::small, R::up, T(1)));
+  const T back = Choose(larger > R::large, 1 / R::down, Choose(larger < R::small, 1 / R::up, T(1)));
   const T x = a * factor;
   const T y = b * factor;
   const T result = std::sqrt(x * x + y * y) * back;
-  return ((a == infinity) | (b == infinity)) ? infinity : result;
+  return Choose((a == infinity) | (b == infinity), infinity, result);
 }
 
 /// atan(q) = q + q^3 p(q^2) for |q| <= tan(pi/8): coefficients of p with the least greatest relative error
@@ -126,6 +136,14 @@ struct ArcTangent<double> {
   static constexpr double quarter_pi = 0x1.921fb54442d18p-1, quarter_pi_rest = 0x1.1a62633145c07p-55;
 };
 
+/// Sums even and odd powers apart: two short chains of operations are faster than a long one.
+template <class T, std::size_t n>
+DATASTORAGE_IN_LINE T Polynomial(const T (&coefficients)[n], T z) {
+  T sums[2] = {0, 0};
+  for (std::size_t i = n; i-- > 0;) sums[i % 2] = sums[i % 2] * (z * z) + coefficients[i];
+  return sums[0] + z * sums[1];
+}
+
 template <class T>
 DATASTORAGE_IN_LINE T Phase(const comp_cComplex<T>& value) {
   using A = ArcTangent<T>;
@@ -136,32 +154,27 @@ DATASTORAGE_IN_LINE T Phase(const comp_cComplex<T>& value) {
   const T abs_x = std::abs(x);
   const T abs_y = std::abs(y);
 
-  // The tangent of the angle to the nearer axis, from the two parts in order of size. Infinite parts count as
-  // one beside zero, and the largest numbers are made smaller so that their sum stays finite.
+  // The tangent of the angle to the nearer axis or, beyond pi/8, to the diagonal. The largest numbers are
+  // made smaller so that their sum stays finite.
   const bool steep = abs_y > abs_x;
-  T minor = steep ? abs_x : abs_y;
-  T major = steep ? abs_y : abs_x;
-  const T factor = major > std::numeric_limits<T>::max() / 4 ? T(0.25) : T(1);
-  const bool infinite = major == infinity;
-  minor = infinite ? (minor == infinity ? T(1) : T(0)) : minor * factor;
-  major = (infinite | (major == 0)) ? T(1) : major * factor;
-
-  // Beyond pi/8 the angle is counted from the diagonal instead.
-  const bool diagonal = minor > tan_eighth_pi * major;
-  const T q = (diagonal ? minor - major : minor) / (diagonal ? major + minor : major);
+  const T minor = Choose(steep, abs_x, abs_y);
+  const T major = Choose(steep, abs_y, abs_x);
+  const bool both_infinite = (minor == infinity) & (major == infinity);
+  const bool diagonal = (minor > tan_eighth_pi * major) | both_infinite;
+  const T factor = Choose(major > std::numeric_limits<T>::max() / 4, T(0.25), T(1));
+  const T sum = major * factor + minor * factor;
+  const T ratio = Choose(diagonal, minor - major, minor) * factor / Choose(diagonal, sum, major * factor);
+  const T q = Choose(both_infinite | (sum == 0), T(0), ratio);
   const T z = q * q;
-  T p = 0;
-  for (int i = std::size(A::p) - 1; i >= 0; --i) p = p * z + A::p[i];
-  const T angle = q + q * (z * p);
+  const T angle = q + q * (z * Polynomial(A::p, z));
 
   // Put the angle back on its multiple of pi/4, on the right side of it.
   const bool backward = std::copysign(T(1), x) < 0;
-  T quarters = diagonal ? T(1) : T(0);
-  quarters = steep ? 2 - quarters : quarters;
-  quarters = backward ? 4 - quarters : quarters;
-  const T rest = quarters * A::quarter_pi_rest + (steep != backward ? -angle : angle);
-  const T result = std::copysign(quarters * A::quarter_pi + rest, y);
-  return ((x != x) | (y != y)) ? x + y : result;
+  T quarters = Choose(diagonal, T(1), T(0));
+  quarters = Choose(steep, 2 - quarters, quarters);
+  quarters = Choose(backward, 4 - quarters, quarters);
+  const T rest = quarters * A::quarter_pi_rest + Choose(steep != backward, -angle, angle);
+  return std::copysign(quarters * A::quarter_pi + rest, y);
 }
 
 template <class Float>

@@ -80,7 +80,7 @@ pnum_cNumber::pnum_cNumber(double value, dtyp_cDataType type)
   if (!letter_) source_file.ThrowProgramError();
 }
 
-double pnum_cNumber::Value() const noexcept {
+double pnum_cNumber::ValueAsDouble() const noexcept {
   return detail::VisitElementType(DataType().Type(), [this]<class T>(std::type_identity<T>) {
     return ToDouble(*static_cast<const T*>(Data()));
   });

@@ -91,7 +91,9 @@ class DATASTORAGE_EXPORT pnum_cNumber : public tgio_cTaggedStreamObject {
   int Dimension() const noexcept { return 0; }
 
   /// The value as a double; the real part of a complex number.
-  double Value() const noexcept;
+  double Value() const noexcept {
+    return DataType() == dtyp_Float64 ? *static_cast<const double*>(Data()) : ValueAsDouble();
+  }
   /// `Value()` truncated toward zero; throws `expt_cUserException` where that is no `int`.
   int Count() const;
   /// Changes the type; throws `expt_cProgramException` for a type outside 1 to 10, and the number stays.
@@ -111,6 +113,8 @@ class DATASTORAGE_EXPORT pnum_cNumber : public tgio_cTaggedStreamObject {
 
  private:
   using LargestLetter = pnum_cTypedNumber<comp_cComplex<double>>;
+
+  double ValueAsDouble() const noexcept;
 
   /// Takes the place of the present letter, which needs no destruction.
   template <class T>
