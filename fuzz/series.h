@@ -1,0 +1,85 @@
+#pragma once
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+#include <DataStorage/data/darray1d.h>
+#include <DataStorage/series/fileseries.h>
+#include <Utility/system.h>
+
+namespace fuzz {
+
+/// Stands between file streams and the system while it lives: the only file is in memory, and whoever opens a
+/// path opens that file. It grows up to a limit; then the disk is full.
+class MemoryDisk {
+ public:
+  static constexpr std::int64_t Room = 1 << 20;
+
+  explicit MemoryDisk(std::string contents = {})
+      : calls_(std::exchange(detail::file_calls, {Open, ReadAt, WriteAt, Size, [](std::intptr_t) {}})) {
+    file = std::move(contents);
+  }
+  MemoryDisk(const MemoryDisk&) = delete;
+  MemoryDisk& operator=(const MemoryDisk&) = delete;
+  ~MemoryDisk() {
+    detail::file_calls = calls_;
+    file = {};
+  }
+
+  static inline std::string file;
+
+ private:
+  static std::intptr_t Open(const char*, bstr_eAccess access) {
+    if (access == bstr_CreateEmpty) file.clear();
+    return 1;
+  }
+  static std::int64_t ReadAt(std::intptr_t, void* bytes, std::int64_t n, std::int64_t position) {
+    const std::int64_t moved = std::clamp<std::int64_t>(Size(1) - position, 0, n);
+    std::copy_n(file.data() + (moved > 0 ? position : 0), moved, static_cast<char*>(bytes));
+    return moved;
+  }
+  static std::int64_t WriteAt(std::intptr_t, const void* bytes, std::int64_t n, std::int64_t position) {
+    const std::int64_t moved = std::clamp<std::int64_t>(Room - position, 0, n);
+    if (moved == 0) return -1;
+    if (Size(1) < position + moved) file.resize(static_cast<std::size_t>(position + moved));
+    std::copy_n(static_cast<const char*>(bytes), moved, file.data() + position);
+    return moved;
+  }
+  static std::int64_t Size(std::intptr_t) { return static_cast<std::int64_t>(file.size()); }
+
+  detail::FileCalls calls_;
+};
+
+/// A series of 1D data arrays, in the one file of the memory disk.
+class ArraySeries : public dtsr_cFileSeriesBase {
+ public:
+  explicit ArraySeries(bstr_eAccess access)
+      : dtsr_cFileSeriesBase("series", darr_c1DArray::DataTypeID(), access) {}
+  explicit ArraySeries(const dtsr_cDimensionArray& dimensions)
+      : dtsr_cFileSeriesBase("series", dimensions, darr_c1DArray::DataTypeID()) {}
+
+  void Append(const darr_c1DArray& datum, const dtsr_cDataTag& tag) {
+    file_.Output().Seek(dataOffsets_[NextWriteIndex()]);
+    datum.Write(file_.Output());
+    SetNewestTag(tag);
+  }
+  /// False also when the datum reaches into its tag.
+  bool bRead(int i, darr_c1DArray& datum) const {
+    return file_.Input().Seek(dataOffsets_[i]) && datum.Read(file_.Input()) &&
+           file_.Input().Position() <= tagOffsets_[i];
+  }
+  /// False also when the tag reaches into the next datum.
+  bool bReadTag(int i, dtsr_cDataTag& tag) const {
+    GetTag(i, tag);
+    return i + 1 == Size() || file_.Input().Position() <= dataOffsets_[i + 1];
+  }
+  /// What only the creation of a series writes: the number of slots, and from the place of the lists up to
+  /// them.
+  std::string Fixed() const {
+    return MemoryDisk::file.substr(14, 4) +
+           MemoryDisk::file.substr(22, static_cast<std::size_t>(offsetListPosition_) - 22);
+  }
+};
+
+}  // namespace fuzz

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+// Each of these reads the bytes as one kind of input and ends the program when the library breaks a promise:
+// what was accepted can be written and reads back equal, and a failed read leaves the object as it was. For
+// the fuzzer as for tests; the result is always 0.
+
+/// A series file: opened to be read, then appended to, emptied and appended to again.
+int FuzzSeries(const std::uint8_t* bytes, std::size_t n);
+/// The raw forms of number arrays and data arrays in one and two dimensions.
+int FuzzRawArrays(const std::uint8_t* bytes, std::size_t n);
+/// The objects of every persistent class in a binary and in an ASCII tagged stream.
+int FuzzBinaryTagged(const std::uint8_t* bytes, std::size_t n);
+int FuzzAsciiTagged(const std::uint8_t* bytes, std::size_t n);
+/// Columns of numbers as text.
+int FuzzColumns(const std::uint8_t* bytes, std::size_t n);
+/// A grey picture.
+int FuzzBitmap(const std::uint8_t* bytes, std::size_t n);
+/// The records of series files: dimensions and tags.
+int FuzzRecords(const std::uint8_t* bytes, std::size_t n);
+
+struct FuzzTarget {
+  const char* name;  // also of its folders of inputs
+  int (*run)(const std::uint8_t* bytes, std::size_t n);
+};
+
+inline constexpr FuzzTarget fuzz_targets[] = {
+    {"series", FuzzSeries},
+    {"raw_arrays", FuzzRawArrays},
+    {"binary_tagged", FuzzBinaryTagged},
+    {"ascii_tagged", FuzzAsciiTagged},
+    {"columns", FuzzColumns},
+    {"bitmap", FuzzBitmap},
+    {"records", FuzzRecords},
+};
