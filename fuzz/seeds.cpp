@@ -2,8 +2,8 @@
 
 #include <sstream>
 
+#include "arrayseries.h"
 #include "objects.h"
-#include "series.h"
 #include <DataStorage/data/asciirw.h>
 #include <DataStorage/interfaces/constants.h>
 #include <DataStorage/services/binimage.h>

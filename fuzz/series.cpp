@@ -1,8 +1,7 @@
-#include "series.h"
-
 #include <memory>
 #include <vector>
 
+#include "arrayseries.h"
 #include "support.h"
 #include "targets.h"
 #include <DataStorage/interfaces/constants.h>

@@ -31,17 +31,17 @@ TEST_P(FuzzTargets, PastFindings) {
   }
 }
 
-/// What the library wrote, whole, cut off everywhere, and with one bit or byte wrong everywhere.
+/// What the library wrote: whole, cut off at many places, and with one bit wrong at many places.
 TEST_P(FuzzTargets, SeedsWholeAndDamaged) {
   int seeds = 0;
   for (const Seed& seed : Seeds()) {
     if (seed.target != GetParam().name) continue;
     ++seeds;
     Run(seed.bytes);
-    const std::size_t step = 1 + seed.bytes.size() / 200;
+    const std::size_t step = 1 + seed.bytes.size() / 80;
     for (std::size_t i = 0; i < seed.bytes.size(); i += step) {
       Run(seed.bytes.substr(0, i));
-      for (const int change : {0x01, 0x80, 0xFF}) {
+      for (const int change : {0x01, 0x80}) {
         std::string damaged = seed.bytes;
         damaged[i] = static_cast<char>(damaged[i] ^ change);
         Run(damaged);

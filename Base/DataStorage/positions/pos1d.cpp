@@ -42,8 +42,7 @@ pos_c1DPosition& pos_c1DPosition::operator=(const pos_c1DPosition& other) {
 }
 
 void pos_c1DPosition::SetX(double x) {
-  if (x == x_) return;
-  if (!bHasReceivers()) {
+  if (x == x_ || !bHasReceivers()) {  // nobody is told of the sign of a zero
     x_ = x;
     return;
   }

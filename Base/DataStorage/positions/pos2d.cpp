@@ -70,8 +70,7 @@ pos_c2DPosition& pos_c2DPosition::operator=(const pos_c2DPosition& other) {
 }
 
 void pos_c2DPosition::SetPosition(double x, double y) {
-  if (x == x_ && y == y_) return;
-  if (!bHasReceivers()) {
+  if ((x == x_ && y == y_) || !bHasReceivers()) {  // nobody is told of the sign of a zero
     x_ = x;
     y_ = y;
     return;

@@ -62,7 +62,11 @@ void rnge_c1DRange::MoveCenter(const pos_c1DPosition& center) {
 }
 
 void rnge_c1DRange::SetRange(double a, double b) {
-  if (a == start_ && b == end_) return;
+  if (a == start_ && b == end_) {
+    start_ = a;  // nobody is told of the sign of a zero
+    end_ = b;
+    return;
+  }
   const pos_c1DPosition oldCenter = center_;
   rnge_s1DRangeChange change(*this, {a, b});
   const auto fit = [&] {

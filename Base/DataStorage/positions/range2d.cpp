@@ -72,8 +72,15 @@ void rnge_c2DRange::MoveCenter(const pos_c2DPosition& center) {
 }
 
 void rnge_c2DRange::SetRange(double xcenter, double ycenter, double xwidth, double ywidth, double angle) {
-  if (xcenter == xcenter_ && ycenter == ycenter_ && xwidth == xwidth_ && ywidth == ywidth_ && angle == angle_)
+  if (xcenter == xcenter_ && ycenter == ycenter_ && xwidth == xwidth_ && ywidth == ywidth_ &&
+      angle == angle_) {
+    xcenter_ = xcenter;  // nobody is told of the sign of a zero
+    ycenter_ = ycenter;
+    xwidth_ = xwidth;
+    ywidth_ = ywidth;
+    angle_ = angle;
     return;
+  }
   const pos_c2DPosition oldCenter = center_;
   rnge_s2DRangeChange change(*this, {xcenter, ycenter, xwidth, ywidth, angle});
   const auto fit = [&] {

@@ -1,0 +1,427 @@
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <iterator>
+#include <limits>
+#include <ostream>
+#include <random>
+#include <sstream>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "arrayseries.h"
+#include "objects.h"
+#include <DataStorage/data/asciirw.h>
+#include <DataStorage/interfaces/atoms.h>
+#include <DataStorage/series/dimension.h>
+#include <DataStorage/services/binimage.h>
+
+using namespace fuzz;
+
+namespace {
+
+// Objects that the library leaves to its callers to define.
+
+/// A number array that is read as the data arrays read theirs.
+template <class Numbers>
+struct Stored : Numbers {
+  using Numbers::Read;
+  type_cBoolean Read(tgio_cBinary_istream& in) override { return ReadAtoms(in); }
+  type_cBoolean Read(tgio_cASCII_istream& in) override { return ReadAtoms(in); }
+
+ private:
+  template <class Stream>
+  bool ReadAtoms(Stream& in) {
+    typename Numbers::sParrayData data;
+    if (!data.Read(in) || data.letter == nullptr) return false;
+    Numbers::operator=(Numbers(data.letter.release()));
+    return true;
+  }
+};
+
+/// One atom of each kind that no other object has.
+struct Atoms : tgio_cTaggedStreamObject {
+  unsigned char byte = 0;
+  int integer = 0;
+  str_cString text;
+  arr_c1DNumberArray<type_cBoolean> mask;
+  arr_c2DNumberArray<type_cBoolean> plane;
+
+  using tgio_cTaggedStreamObject::Read;
+  type_cBoolean Write(tgio_cBinary_ostream& out) const override { return WriteAtoms(out); }
+  type_cBoolean Write(tgio_cASCII_ostream& out) const override { return WriteAtoms(out); }
+  type_cBoolean ReadAtom(tgio_cBinary_istream& in) override { return TakeAtom(in); }
+  type_cBoolean ReadAtom(tgio_cASCII_istream& in) override { return TakeAtom(in); }
+
+ private:
+  static constexpr detail::AtomId ids[] = {
+      {1, "byte"}, {2, "integer"}, {3, "text"}, {4, "mask"}, {5, "plane"}};
+
+  template <class Stream>
+  bool WriteAtoms(Stream& out) const {
+    using detail::WriteAtom;
+    return WriteAtom(out, byte, ids[0]) && WriteAtom(out, integer, ids[1]) && WriteAtom(out, text, ids[2]) &&
+           WriteAtom(out, mask, ids[3]) && WriteAtom(out, plane, ids[4]);
+  }
+  template <class Stream>
+  bool TakeAtom(Stream& in) {
+    using detail::bAtAtom;
+    return (bAtAtom(in, ids[0]) && in.Read(byte)) || (bAtAtom(in, ids[1]) && in.Read(integer)) ||
+           (bAtAtom(in, ids[2]) && in.Read(text)) || (bAtAtom(in, ids[3]) && in.Read(mask)) ||
+           (bAtAtom(in, ids[4]) && in.Read(plane));
+  }
+};
+
+/// The bits of everything that an object holds. Every not-a-number has the same, all else its own.
+class Bits {
+ public:
+  template <class... T>
+  explicit Bits(const T&... values) {
+    (Add(values), ...);
+  }
+  bool operator==(const Bits&) const = default;
+  friend std::ostream& operator<<(std::ostream& out, const Bits& bits) {
+    for (const std::uint64_t word : bits.words_) out << ' ' << std::hex << word << std::dec;
+    return out;
+  }
+
+ private:
+  template <class... T>
+  void AddAll(const T&... values) {
+    (Add(values), ...);
+  }
+  template <class T>
+  requires std::is_arithmetic_v<T>
+  void Add(T value) {
+    if constexpr (std::is_integral_v<T>) {
+      words_.push_back(static_cast<std::uint64_t>(value));
+    } else {
+      words_.push_back(std::isnan(value) ? ~std::uint64_t{0} : std::bit_cast<std::uint64_t>(double{value}));
+    }
+  }
+  void Add(type_cBoolean value) { Add(value ? 1 : 0); }
+  template <class T>
+  void Add(const comp_cComplex<T>& value) {
+    AddAll(value.Real(), value.Imaginary());
+  }
+  void Add(const str_cString& text) { AddSequence(text.CString(), text.Length()); }
+  template <class T>
+  void AddSequence(const T* values, int n) {
+    Add(n);
+    std::for_each(values, values + n, [this](const T& value) { this->Add(value); });
+  }
+  template <class T>
+  void Add(const arr_c1DNumberArray<T>& array) {
+    AddSequence(array.Data(), array.NumIndices());
+  }
+  template <class T>
+  void Add(const arr_c2DNumberArray<T>& array) {
+    Add(array.NumIndicesX());
+    AddSequence(array.Data(), array.NumIndices());
+  }
+  template <class Numbers>
+  void AddNumbers(const Numbers& array) {
+    AddAll(static_cast<int>(array.DataType().Type()), array.NumIndicesX());
+    detail::VisitElementType(array.DataType().Type(), [&]<class T>(std::type_identity<T>) {
+      this->AddSequence(static_cast<const T*>(array.Data()), array.NumIndices());
+      return true;
+    });
+  }
+  template <class Numbers, class Cal>
+  void Add(const detail::DataArray<Numbers, Cal>& array) {
+    AddAll(static_cast<const Numbers&>(array), array.Cal());
+  }
+  void Add(const parr_c1DNumberArray& array) { AddNumbers(array); }
+  void Add(const parr_c2DNumberArray& array) { AddNumbers(array); }
+  void Add(const cal_cArrayCal& cal) { AddAll(cal.Offset(), cal.Delta(), cal.CalIndex()); }
+  void Add(const cal_c1DArrayCal& cal) { Add(cal.AxisX()); }
+  void Add(const cal_c2DArrayCal& cal) { AddAll(cal.AxisX(), cal.AxisY()); }
+  void Add(const pos_c1DPosition& position) { Add(position.X()); }
+  void Add(const pos_c2DPosition& position) { AddAll(position.X(), position.Y()); }
+  void Add(const pos_c2DPositionList& list) {
+    for (const pos_c2DPosition* each : list) Add(*each);
+  }
+  void Add(const rnge_c1DRange& range) { AddAll(range.StartX(), range.EndX()); }
+  void Add(const rnge_c2DRange& range) {
+    AddAll(range.CenterX(), range.CenterY(), range.SizeX(), range.SizeY(), range.Angle());
+  }
+  void Add(const dtsr_cDimension& dimension) {
+    AddAll(dimension.Size(), dimension.Calibration(), dimension.Description(), dimension.Units());
+  }
+  void Add(const dtsr_cDimensionArray& dimensions) {
+    for (int d = 0; d < dimensions.NumberDimensions(); ++d) Add(dimensions.Dimension(d));
+  }
+  void Add(const dtsr_cDataTag& tag) { Add(tag.Time()); }
+  void Add(const dtsr_c2DPosition& tag) { AddAll(tag.Time(), tag.X(), tag.Y()); }
+  void Add(const Atoms& atoms) { AddAll(atoms.byte, atoms.integer, atoms.text, atoms.mask, atoms.plane); }
+
+  std::vector<std::uint64_t> words_;
+};
+
+/// Makes objects, of the edges of their values more often than of the rest.
+class Random {
+ public:
+  explicit Random(unsigned seed) : engine_(seed) {}
+
+  int Below(int n) { return std::uniform_int_distribution(0, n - 1)(engine_); }
+  /// 0 and 1 more often than others.
+  int Count() { return Below(1 + Below(9)); }
+
+  void Make(type_cBoolean& value) { value = Below(2) == 1; }
+  template <class T>
+  requires std::is_arithmetic_v<T>
+  void Make(T& value) {
+    using Limits = std::numeric_limits<T>;
+    const T edges[] = {T(0),
+                       T(-0.0),
+                       T(1),
+                       T(-1),
+                       T(0.1),
+                       Limits::min(),
+                       Limits::max(),
+                       Limits::lowest(),
+                       Limits::denorm_min(),
+                       T(Limits::min() / 3),
+                       Limits::infinity(),
+                       T(-Limits::infinity()),
+                       Limits::quiet_NaN()};
+    const std::uint64_t bits = engine_();
+    if (Below(2) == 0) {
+      value = edges[bits % std::size(edges)];
+    } else {
+      std::memcpy(&value, &bits, sizeof value);
+    }
+  }
+  template <class T>
+  void Make(comp_cComplex<T>& value) {
+    value = {Made<T>(), Made<T>()};
+  }
+  void Make(str_cString& text) {
+    std::string bytes(static_cast<std::size_t>(Count() * Below(4)), ' ');
+    for (char& c : bytes) c = Below(2) == 0 ? "\"\\{}\n\r\0 "[Below(8)] : Made<char>();
+    text = str_cString(bytes);
+  }
+  template <class T>
+  void Make(arr_c1DNumberArray<T>& array) {
+    array = arr_c1DNumberArray<T>(Count(), nullptr);
+    MakeElements(array);
+  }
+  template <class T>
+  void Make(arr_c2DNumberArray<T>& array) {
+    array = arr_c2DNumberArray<T>(Count(), Count(), nullptr);
+    MakeElements(array);
+  }
+  void Make(parr_c1DNumberArray& array) { MakeOf<arr_c1DNumberArray>(array); }
+  void Make(parr_c2DNumberArray& array) { MakeOf<arr_c2DNumberArray>(array); }
+  void Make(darr_c1DArray& array) { array = {Made<parr_c1DNumberArray>(), Made<cal_c1DArrayCal>()}; }
+  void Make(darr_c2DArray& array) { array = {Made<parr_c2DNumberArray>(), Made<cal_c2DArrayCal>()}; }
+  void Make(cal_cArrayCal& cal) { cal = {Made<double>(), Made<double>(), Made<int>()}; }
+  void Make(cal_c1DArrayCal& cal) { cal = cal_c1DArrayCal(Made<cal_cArrayCal>()); }
+  void Make(cal_c2DArrayCal& cal) { cal = {Made<cal_cArrayCal>(), Made<cal_cArrayCal>()}; }
+  void Make(pos_c1DPosition& position) { position = Made<double>(); }
+  void Make(pos_c2DPosition& position) { position = {Made<double>(), Made<double>()}; }
+  void Make(pos_c2DPositionList& list) {
+    for (int n = Count(); n > 0; --n) list.AddAtTail(new pos_c2DPosition(Made<pos_c2DPosition>()));
+  }
+  void Make(rnge_c1DRange& range) { range = {Made<double>(), Made<double>()}; }
+  void Make(rnge_c2DRange& range) {
+    range = {Made<double>(), Made<double>(), Made<double>(), Made<double>(), Made<double>()};
+  }
+  void Make(dtsr_cDataTag& tag) { tag = Made<int>(); }
+  void Make(dtsr_c2DPosition& tag) { tag = {Made<pos_c2DPosition>(), Made<int>()}; }
+  void Make(dtsr_cDimensionArray& dimensions) {
+    dimensions = dtsr_cDimensionArray(Count());
+    for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
+      const auto cal = Made<cal_c1DArrayCal>();
+      // A step below zero stands in files for the reverse order of an axis whose own step is positive.
+      const bool reverse = Below(2) == 1;
+      const cal_c1DArrayCal natural(cal.OffsetX(), std::abs(cal.DeltaX()), cal.CalIndexX());
+      dimensions.Dimension(d) = {Made<int>(), natural, Made<str_cString>(), Made<str_cString>(),
+                                 reverse && natural.DeltaX() > 0};
+    }
+  }
+  void Make(Atoms& atoms) {
+    Make(atoms.byte);
+    Make(atoms.integer);
+    Make(atoms.text);
+    Make(atoms.mask);
+    Make(atoms.plane);
+  }
+
+ private:
+  template <class T>
+  T Made() {
+    T value;
+    Make(value);
+    return value;
+  }
+  template <class Array>
+  void MakeElements(Array& array) {
+    std::for_each(array.WriteAccess(), array.WriteAccess() + array.NumIndices(),
+                  [this](auto& each) { this->Make(each); });
+  }
+  template <template <class> class Container, class Array>
+  void MakeOf(Array& array) {
+    const auto type = static_cast<dtyp_eDataType>(1 + Below(detail::ElementTypes::size));
+    array = detail::VisitElementType(
+        type, [this]<class T>(std::type_identity<T>) { return Array(this->Made<Container<T>>()); });
+  }
+
+  std::mt19937_64 engine_;
+};
+
+/// Runs a property many times. When it fails the seed is told, by which the same run can be had again.
+class RoundTrip : public testing::Test {
+ protected:
+  template <class Property>
+  void Repeat(int times, Property property) {
+    const char* given = std::getenv("ROUNDTRIP_SEED");
+    const unsigned first =
+        given != nullptr ? static_cast<unsigned>(std::stoul(given)) : std::random_device()();
+    for (int i = 0; i < (given != nullptr ? 1 : times) && !HasFailure(); ++i) {
+      const unsigned seed = first + static_cast<unsigned>(i);
+      SCOPED_TRACE("ROUNDTRIP_SEED=" + std::to_string(seed));
+      Random random(seed);
+      property(random);
+    }
+  }
+};
+
+template <class Kind, class... Object>
+void CheckTagged(Random& random) {
+  const auto check = [&](auto object, auto again) {
+    random.Make(object);
+    SCOPED_TRACE(static_cast<const tgio_cTaggedStreamObject&>(object).ObjectType().Name());
+    std::istringstream stream(TaggedForm<Kind>(object));
+    typename Kind::In in(stream);
+    EXPECT_TRUE(in.Read(static_cast<tgio_cTaggedStreamObject&>(again)));
+    EXPECT_EQ(Bits(again), Bits(object));
+    EXPECT_TRUE(in.eof());
+  };
+  (check(Object(), Object()), ...);
+}
+
+template <class Kind>
+void CheckAllTagged(Random& random) {
+  CheckTagged<Kind, Atoms, cal_c1DArrayCal, cal_c2DArrayCal, pos_c1DPosition, pos_c2DPosition, rnge_c1DRange,
+              rnge_c2DRange, Stored<parr_c1DNumberArray>, Stored<parr_c2DNumberArray>, darr_c1DArray,
+              darr_c2DArray>(random);
+}
+
+TEST_F(RoundTrip, BinaryTaggedStreams) {
+  Repeat(1000, [](Random& random) {
+    CheckAllTagged<Binary>(random);
+    CheckTagged<Binary, pos_c2DPositionList>(random);
+  });
+}
+
+TEST_F(RoundTrip, AsciiTaggedStreams) { Repeat(1000, CheckAllTagged<Ascii>); }
+
+/// Reads the raw form of an object.
+template <class Object>
+bool Read(Object& object, const std::string& form) {
+  bstr_cMemory_istream in(form.data(), static_cast<std::int64_t>(form.size()));
+  if constexpr (std::is_void_v<decltype(object.Read(in))>) {
+    object.Read(in);
+  } else if (!object.Read(in)) {
+    return false;
+  }
+  return in.bGood() && in.Position() == in.Size();
+}
+
+/// The raw forms of some element types are written but not read.
+template <class Array>
+bool bWriteOnly(const Array& array) {
+  return array.IsComplex() || array.DataType() == dtyp_SBin8;
+}
+
+template <class... Array>
+void CheckRawArrays(Random& random) {
+  const auto check = [&](auto array, auto again) {
+    random.Make(array);
+    const Bits expected = bWriteOnly(array) ? Bits(again) : Bits(array);
+    EXPECT_EQ(Read(again, RawForm(array)), !bWriteOnly(array));
+    EXPECT_EQ(Bits(again), expected);
+  };
+  (check(Array(), Array()), ...);
+}
+
+template <class... Record>
+void CheckRecords(Random& random) {
+  const auto check = [&](auto record, auto again) {
+    random.Make(record);
+    EXPECT_TRUE(Read(again, RawForm(record)));
+    EXPECT_EQ(Bits(again), Bits(record));
+  };
+  (check(Record(), Record()), ...);
+}
+
+TEST_F(RoundTrip, RawStreams) {
+  Repeat(1000, [](Random& random) {
+    CheckRawArrays<parr_c1DNumberArray, parr_c2DNumberArray, darr_c1DArray, darr_c2DArray>(random);
+    CheckRecords<dtsr_cDimensionArray, dtsr_cDataTag, dtsr_c2DPosition>(random);
+
+    arr_c2DNumberArray<unsigned char> image, again;
+    random.Make(image);
+    bstr_cMemory_ostream out;
+    EXPECT_TRUE(dbrw_Write(out, image));
+    bstr_cMemory_istream in(out.Data(), out.Size());
+    EXPECT_TRUE(dbrw_Read(in, again));
+    EXPECT_EQ(Bits(again), Bits(image));
+  });
+}
+
+TEST_F(RoundTrip, TextColumns) {
+  Repeat(1000, [](Random& random) {
+    arr_c1DNumberArray<double> values;
+    random.Make(values);
+    const darr_c1DArray line(values, cal_c1DArrayCal(random.Below(9), 0.25 * (1 + random.Below(9))));
+    std::stringstream one, two;
+    ASSERT_TRUE(asrw_WriteOneColumn(one, line, 17, 0) && asrw_WriteTwoColumn(two, line, 17, 0));
+    // Fewer lines than these are not columns.
+    parr_c1DNumberArray column;
+    const bool is_one = asrw_ReadOneColumn(one, column);
+    EXPECT_EQ(is_one, line.NumIndices() >= 1);
+    EXPECT_TRUE(!is_one || Bits(column) == Bits(static_cast<const parr_c1DNumberArray&>(line)));
+    darr_c1DArray again;
+    const bool is_two = asrw_ReadTwoColumn(two, again);
+    EXPECT_EQ(is_two, line.NumIndices() >= 2);
+    EXPECT_TRUE(!is_two || Bits(again) == Bits(line));
+  });
+}
+
+TEST_F(RoundTrip, SeriesFiles) {
+  Repeat(200, [](Random& random) {
+    const MemoryDisk disk;
+    dtsr_cDimensionArray dimensions;
+    dimensions.Dimension(0) = {1 + random.Count(), cal_c1DArrayCal(), "", "", false};
+    std::vector<std::pair<Bits, Bits>> expected;
+    {
+      ArraySeries series(dimensions);
+      for (int n = random.Below(series.Size() + 1); n > 0; --n) {
+        darr_c1DArray datum;
+        random.Make(datum);
+        if (bWriteOnly(datum)) datum = darr_c1DArray(2, 1.5, datum.Cal());
+        dtsr_c2DPosition tag;
+        random.Make(tag);
+        series.Append(datum, tag);
+        expected.emplace_back(datum, tag);
+      }
+    }
+    ArraySeries series(bstr_OpenReadOnly);
+    ASSERT_EQ(series.NextWriteIndex(), static_cast<int>(expected.size()));
+    for (int i = 0; i < series.NextWriteIndex(); ++i) {
+      darr_c1DArray datum;
+      dtsr_c2DPosition tag;
+      EXPECT_TRUE(series.bRead(i, datum) && series.bReadTag(i, tag));
+      EXPECT_EQ(std::pair(Bits(datum), Bits(tag)), expected[static_cast<std::size_t>(i)]);
+    }
+  });
+}
+
+}  // namespace
