@@ -319,7 +319,11 @@ TEST(FileSeries, SurvivesFailuresOfOtherCalls) {
       0, [&] { reader = series; }, [&] { reader.GetTag(0, tag); },
       [&](const std::string&) { EXPECT_EQ(reader.CheckedCount(), 1); });
   FailEachCall(
-      0, none, [&] { EXPECT_NE(series.UpdatePointers(), FaultyDisk::failing_call < FaultyDisk::count); },
+      0, none,
+      [&] {
+        const bool updated = series.UpdatePointers();
+        EXPECT_NE(updated, FaultyDisk::failing_call < FaultyDisk::count);
+      },
       [&](const std::string&) {});
 }
 

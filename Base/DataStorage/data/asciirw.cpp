@@ -197,6 +197,7 @@ type_cBoolean asrw_ReadOneColumn(std::istream& in, parr_c1DNumberArray& out) {
   std::vector<double> values;
   for (double value = 0; numbers.Next(value);) values.push_back(value);
   numbers.Finish();
+  if (values.empty()) return false;  // a first number whose layout was told by less than all of it
   out = ArrayOf(values);
   return true;
 }

@@ -16,9 +16,10 @@ enum asrw_eFormat { asrw_OneColumn = 0, asrw_TwoColumn = 1, asrw_UnknownFormat =
 /// stream is left where it was; one that cannot be rewound holds neither.
 DATASTORAGE_EXPORT asrw_eFormat asrw_ASCII_Format(std::istream& in);
 
-/// Reads values into an array of 8-byte floats. False, and `out` as it was, when the text is not one column.
-/// Reading ends at the end of the stream or before the first text that is not a number (a number beyond the
-/// range of a double included); the stream then is at its end or failed, and that text is the next in it.
+/// Reads values into an array of 8-byte floats. False, and `out` as it was, when the text is not one column
+/// or starts with a number beyond the range of a double. Reading ends at the end of the stream or before the
+/// first text that is not a number (such a number included); the stream then is at its end or failed, and
+/// that text is the next in it.
 DATASTORAGE_EXPORT type_cBoolean asrw_ReadOneColumn(std::istream& in, parr_c1DNumberArray& out);
 
 /// Reads positions and values into an array of 8-byte floats. The first two positions give the calibration;
