@@ -63,8 +63,8 @@ void FirstWrite(benchmark::State& state) {
 }
 void Selection1D(benchmark::State& state) {
   const int n = static_cast<int>(state.range(0));
-  const parr_c1DNumberArray array(n + 1, Double);
-  for (auto _ : state) benchmark::DoNotOptimize(array.Selection(1, n + 1).Data());
+  const parr_c1DNumberArray array(n + 16, Double);
+  for (auto _ : state) benchmark::DoNotOptimize(array.Selection(16, n + 16).Data());
   SetBytes(state, n);
 }
 void NewBlock_Memcpy(benchmark::State& state) {

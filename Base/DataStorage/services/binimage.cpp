@@ -10,7 +10,7 @@ namespace {
 constexpr std::int32_t header_size = 40;
 constexpr std::int64_t colours = 256;
 constexpr std::int64_t bytes_per_colour = 4;
-constexpr std::int64_t block_size = 1 << 16;
+constexpr std::int64_t block_size = 1 << 20;  // few calls of the stream, and still in a cache
 
 /// Bytes of a row in the stream.
 std::int64_t Stride(std::int64_t width) { return (width + 3) / 4 * 4; }
