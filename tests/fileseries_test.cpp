@@ -197,7 +197,9 @@ TEST(FileSeries, RefusesDamagedFiles) {
     std::string why;
     EXPECT_EQ(CountInFile(file, &why), n == full_file.size() ? 2 : -1) << n;
     EXPECT_EQ(why == Message("Can't read series file ", file), n < data) << n;
-    if (n >= data) EXPECT_EQ(TextSeries(file.Path()).NextWriteIndex(), 2) << n;
+    if (n >= data) {
+      EXPECT_EQ(TextSeries(file.Path()).NextWriteIndex(), 2) << n;
+    }
   }
 }
 
@@ -287,7 +289,9 @@ TEST(FileSeries, SurvivesFailingWrites) {
             EXPECT_EQ(series->CheckedCount(), c.count);
             EXPECT_EQ(series->TagTypeID() == 0, c.count == 0);
             EXPECT_GE(CountInFile(file), 0);
-            if (also_failing == 0) EXPECT_EQ(head(), before);
+            if (also_failing == 0) {
+              EXPECT_EQ(head(), before);
+            }
             if (c.count < c.slots) {
               series->AppendNext();
               EXPECT_EQ(CountInFile(file), c.count + 1);
