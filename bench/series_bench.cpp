@@ -19,9 +19,9 @@ constexpr int Slots = 20000;
 constexpr std::int64_t TagBytes = 24;
 const str_cString path = "series_bench.tmp";  // where the program was started: that disk is measured
 
-dtsr_cDimensionArray Dimensions() {
+dtsr_cDimensionArray Dimensions(int slots = Slots) {
   dtsr_cDimensionArray dimensions;
-  dimensions.Dimension(0) = {Slots, cal_c1DArrayCal(), "x", "mm", false};
+  dimensions.Dimension(0) = {slots, cal_c1DArrayCal(), "x", "mm", false};
   return dimensions;
 }
 
@@ -165,23 +165,28 @@ void FindTagPlain(benchmark::State& state) {
   state.SetItemsProcessed(state.iterations() * Slots);
 }
 
+void FillSlots(benchmark::State& state) {
+  Series series(Dimensions(static_cast<int>(state.range(0))));
+  while (series.NextWriteIndex() < series.Size()) series.Append({'d'}, dtsr_cDataTag(0));
+}
+
 void Open(benchmark::State& state) {
   const RemoveAtEnd at_end;
-  FillFile({'d'});
+  FillSlots(state);
   for (auto _ : state) benchmark::DoNotOptimize(Series().Size());
   state.SetItemsProcessed(state.iterations());
 }
 
 void OpenPlain(benchmark::State& state) {
   const RemoveAtEnd at_end;
-  FillFile({'d'});
+  FillSlots(state);
   const std::int64_t lists_at = Series().offsetListPosition_;
   for (auto _ : state) {
     Plain file;
     std::array<char, 26> header{};
-    std::vector<std::int32_t> lists(2 * Slots);
+    std::vector<std::int32_t> lists(static_cast<std::size_t>(2 * state.range(0)));
     file.Read(header.data(), header.size(), 0);
-    file.Read(lists.data(), 8 * Slots, lists_at);
+    file.Read(lists.data(), 4 * lists.size(), lists_at);
     benchmark::DoNotOptimize(lists.data());
   }
   state.SetItemsProcessed(state.iterations());
@@ -201,8 +206,8 @@ BENCHMARK(ReadDataPlain)
     ->Args({4096, 1});
 BENCHMARK(FindTag)->Name("Series/FindTag/Ours")->ArgName("bytes")->Arg(16)->Arg(4096);
 BENCHMARK(FindTagPlain)->Name("Series/FindTag/PreadEach")->ArgName("bytes")->Arg(16)->Arg(4096);
-BENCHMARK(Open)->Name("Series/Open/Ours");
-BENCHMARK(OpenPlain)->Name("Series/Open/TwoPreads");
+BENCHMARK(Open)->Name("Series/Open/Ours")->ArgName("slots")->Arg(100)->Arg(Slots);
+BENCHMARK(OpenPlain)->Name("Series/Open/TwoPreads")->ArgName("slots")->Arg(100)->Arg(Slots);
 
 }  // namespace
 #endif

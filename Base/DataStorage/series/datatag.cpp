@@ -26,10 +26,10 @@ type_cBoolean dtsr_cDataTag::IsEqual(const dtsr_cDataTag& other, type_cBoolean c
 
 void dtsr_cDataTag::Read(bstr_cBinary_istream& in) {
   std::uint32_t id;
-  if (bstr_ReadFields(in, id) && id != TagTypeID()) source_file.ThrowUserError("Invalid TagTypeID.");
   std::int32_t time;
-  if (bstr_ReadFields(in, time)) time_ = time;
-  if (!in.bGood()) source_file.ThrowUserError("Can't read TagTypeID.");
+  if (bstr_ReadFields(in, id) && id != TagTypeID()) source_file.ThrowUserError("Invalid TagTypeID.");
+  if (!bstr_ReadFields(in, time)) source_file.ThrowUserError("Can't read TagTypeID.");
+  time_ = time;
 }
 
 void dtsr_cDataTag::Write(bstr_cBinary_ostream& out) const {

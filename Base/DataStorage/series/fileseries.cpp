@@ -278,12 +278,14 @@ bool dtsr_cFileSeriesBase::WriteLists() {
 }
 
 bool dtsr_cFileSeriesBase::ListsInOrder() const {
+  const long* data = dataOffsets_.Data();
+  const long* tags = tagOffsets_.Data();
   std::int64_t free = offsetListPosition_ + ListBytes(Size());
   for (int i = 0; i < writeIndex_; ++i) {
-    if (dataOffsets_[i] < free || tagOffsets_[i] < dataOffsets_[i]) return false;
-    free = tagOffsets_[i] + SmallestTag;
+    if (data[i] < free || tags[i] < data[i]) return false;
+    free = tags[i] + SmallestTag;
   }
-  return writeIndex_ == Size() || dataOffsets_[writeIndex_] >= free;
+  return writeIndex_ == Size() || data[writeIndex_] >= free;
 }
 
 void dtsr_cFileSeriesBase::ThrowCannotRead(int line) const {
