@@ -22,9 +22,9 @@
 /// process that is killed loses no such datum. Nothing is synced, so a power cut can take the last ones. A
 /// file ends below 2^31 bytes; what would pass that is refused and changes nothing.
 ///
-/// Failures throw expt_cUserException with a message that names the path; a file that one wrote to by an
-/// operation that failed, and the object, are as before, as far as the disk allows. One process at a time may
-/// append; others may read meanwhile and find the data that were there when they opened the file.
+/// Failures throw expt_cUserException with a message that names the path. The file and the object are then as
+/// they were before the operation, as far as the disk allows. One process at a time may append; others may
+/// read meanwhile and find the data that were there when they opened the file.
 class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
  public:
   /// A copy works on the same open file, with positions and a write index of its own: one of them appends.
