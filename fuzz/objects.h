@@ -8,7 +8,6 @@
 #include <DataStorage/data/darray2d.h>
 #include <DataStorage/interfaces/tgio.h>
 #include <DataStorage/positions/poslist.h>
-#include <DataStorage/series/datatag.h>
 
 namespace fuzz {
 
@@ -30,8 +29,8 @@ inline auto PersistentObjects() {
   const comp_cComplex<float> spectrum[] = {{1, -2}, {0, 1e-40f}, {3, 4}};
   return std::tuple(
       cal_c1DArrayCal(1.5, -0.25, 3), cal_c2DArrayCal(1, 2, 0.5, -0.5, 7, -8), pos_c1DPosition(2.5),
-      pos_c2DPosition(2.5, -1), dtsr_c2DPosition(3, 4, 5), rnge_c1DRange(-1, 2.5),
-      rnge_c2DRange(1, 2, 3, 4, 0.5), list, darr_c1DArray(3, 42, cal_c1DArrayCal(1, 2, 3)),
+      pos_c2DPosition(2.5, -1), rnge_c1DRange(-1, 2.5), rnge_c2DRange(1, 2, 3, 4, 0.5), list,
+      darr_c1DArray(3, 42, cal_c1DArrayCal(1, 2, 3)),
       darr_c1DArray(arr_c1DNumberArray<comp_cComplex<float>>(3, spectrum), cal_c1DArrayCal(0, 1e-3, 0)),
       darr_c2DArray(3, 2, 1.5, cal_c2DArrayCal(1, 2, 3, 4, 5, 6)));
 }
