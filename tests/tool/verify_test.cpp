@@ -19,11 +19,12 @@ constexpr int DataType = 6, TagType = 10, Total = 14, Valid = 18, Lists = 22, Di
 
 class Verify : public Tool {
  protected:
-  Verify() {
+  void SetUp() override {
     Write("numbers.txt", "1\n2\n");
     Succeed("create whole.dseries --dim n,,3,0,1");
     Succeed("append whole.dseries numbers.txt numbers.txt --time 7");
     bytes_ = Read("whole.dseries");
+    ASSERT_EQ(bytes_.size(), std::size_t{End});
   }
 
   /// What is said of the file with one word changed and cut at `size`.
@@ -38,7 +39,6 @@ class Verify : public Tool {
 };
 
 TEST_F(Verify, TellsEveryKindOfDamageApart) {
-  ASSERT_EQ(bytes_.size(), std::size_t{End});
   const struct {
     int position;
     std::int32_t word;
@@ -79,6 +79,8 @@ TEST_F(Verify, TellsEveryKindOfDamageApart) {
     EXPECT_THAT(result.out, HasSubstr(told));
     EXPECT_THAT(result.err, HasSubstr("a.dseries is damaged")) << told;
   }
+  Damage(Datum0 + 22, -2);
+  EXPECT_THAT(Run("get a.dseries 0").err, HasSubstr("datum 0 of a.dseries cannot be read"));
   EXPECT_THAT(Damage(DataType, 0x999).err, HasSubstr("unknown type (identifier 0x0999)"));
   EXPECT_THAT(Damage(Tag0 + 4, 8, Tag1 + 3).out,
               HasSubstr("the tag of datum 1 is cut off by the end of the file"));

@@ -86,7 +86,7 @@ void WriteColumns(const darr_c1DArray& array, const Options& options) {
 
 std::string Elements(const darr_c1DArray& array) {
   const int n = array.NumIndices();
-  const std::string count = Count(n, "element", "elements") + " of type " + ElementName(array.DataType());
+  std::string count = Count(n, "element", "elements") + " of type " + ElementName(array.DataType());
   if (n == 0) return count;
   return fmt::format("{}, from {} to {} in steps of {}", count, NumberText(array.Cal().PositionX(0)),
                      NumberText(array.Cal().PositionX(n - 1)), NumberText(array.DeltaX()));

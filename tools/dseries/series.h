@@ -6,6 +6,7 @@
 
 #include "failure.h"
 #include <DataStorage/interfaces/bstr.h>
+#include <DataStorage/interfaces/expt.h>
 #include <DataStorage/series/datatag.h>
 #include <DataStorage/series/fileseries.h>
 #include <DataStorage/series/seriesbase.h>
@@ -67,10 +68,13 @@ class DataSeries : public Series {
   Array Datum(int i) {
     bstr_cBinary_istream& in = file_.Input();
     Array datum;
-    if (!bHasData(i) || !in.Seek(dataOffsets_[i]) || !datum.Read(in) || in.Position() != tagOffsets_[i]) {
-      Fail("datum {} of {} cannot be read", i, FilePath().CString());
+    try {
+      if (bHasData(i) && in.Seek(dataOffsets_[i]) && datum.Read(in) && in.Position() == tagOffsets_[i]) {
+        return datum;
+      }
+    } catch (const arr_cSizeException&) {  // the count of its elements is negative
     }
-    return datum;
+    Fail("datum {} of {} cannot be read", i, FilePath().CString());
   }
 };
 

@@ -13,9 +13,7 @@ namespace {
 
 template <class T>
 std::vector<T> VectorOf(const arr_cC_Array<T>& array) {
-  std::vector<T> vector;
-  for (int i = 0; i < array.Size(); ++i) vector.push_back(array[i]);
-  return vector;
+  return std::vector<T>(array.Data(), array.Data() + array.Size());
 }
 
 std::vector<Table::Align> Columns(const Series& series, unsigned int tag_type) {
