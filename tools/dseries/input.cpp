@@ -116,7 +116,7 @@ darr_c1DArray ReadText(const std::string& path, const InputForm& form, const War
     }
   } else if (format == asrw_OneColumn) {
     parr_c1DNumberArray values;
-    asrw_ReadOneColumn(in, values);
+    asrw_ReadOneColumn(in, values);  // text that it leaves is found below
     array = darr_c1DArray(values, cal_c1DArrayCal(form.offset.value_or(0), form.delta.value_or(1)));
   } else {
     Fail("{}: the first line must hold one number or two", path);
