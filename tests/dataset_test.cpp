@@ -36,6 +36,8 @@ TEST(Dataset, HoldsACopyOfEachKind) {
     expect_refused(std::type_identity<darr_c2DArray>(), data_2DArray, "2D data array");
   }
   EXPECT_TRUE(all[0].operator type_cBoolean());
+  EXPECT_EQ(data_cDataset(true).DatasetType(), data_Boolean);
+  EXPECT_EQ(data_cDataset(1).DatasetType(), data_Number);
   EXPECT_EQ(all[1].operator barr_c1DBoolArray().NumIndices(), 3);
   EXPECT_EQ(all[2].operator barr_c2DBoolArray().NumIndices(), 12);
   EXPECT_EQ(all[3].operator pnum_cNumber().Value(), 2.5);

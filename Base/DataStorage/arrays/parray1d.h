@@ -75,6 +75,8 @@ class DATASTORAGE_EXPORT parr_c1DNumberArray : public detail::NumberArray<parr_c
   /// `count` elements with the values at `data`, or zeros when there are none. A negative count raises
   /// arr_SizeError, a type that is none throws expt_cProgramException.
   parr_c1DNumberArray(int count, dtyp_cDataType type, const void* data = nullptr);
+  parr_c1DNumberArray(int count, dtyp_eDataType type, const void* data = nullptr)
+      : parr_c1DNumberArray(count, dtyp_cDataType(type), data) {}
   /// `count` elements of `value`, which also is what selections put outside the array.
   parr_c1DNumberArray(int count, const pnum_cNumber& value);
   /// Shares the elements of a typed array.

@@ -80,6 +80,8 @@ class DATASTORAGE_EXPORT parr_c2DNumberArray : public detail::NumberArray<parr_c
   /// nx * ny elements with the values at `data`, row after row, or zeros when there are none. A negative
   /// extent raises arr_SizeError, a type that is none throws expt_cProgramException.
   parr_c2DNumberArray(int nx, int ny, dtyp_cDataType type, const void* data = nullptr);
+  parr_c2DNumberArray(int nx, int ny, dtyp_eDataType type, const void* data = nullptr)
+      : parr_c2DNumberArray(nx, ny, dtyp_cDataType(type), data) {}
   /// nx * ny elements of `value`, which also is what selections put outside the array.
   parr_c2DNumberArray(int nx, int ny, const pnum_cNumber& value);
   /// Shares the elements of a typed array.

@@ -17,6 +17,8 @@ class DATASTORAGE_EXPORT darr_c1DArray : public detail::DataArray<parr_c1DNumber
   darr_c1DArray(int count, const pnum_cNumber& value, const cal_c1DArrayCal& cal);
   /// `count` zeros.
   darr_c1DArray(int count, dtyp_cDataType type, const cal_c1DArrayCal& cal);
+  darr_c1DArray(int count, dtyp_eDataType type, const cal_c1DArrayCal& cal)
+      : darr_c1DArray(count, dtyp_cDataType(type), cal) {}
   /// Shares the elements of a number array.
   darr_c1DArray(const parr_c1DNumberArray& numbers, const cal_c1DArrayCal& cal);
   /// Shares the elements of a typed array.

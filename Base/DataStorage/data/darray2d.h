@@ -14,6 +14,8 @@ class DATASTORAGE_EXPORT darr_c2DArray : public detail::DataArray<parr_c2DNumber
   darr_c2DArray(int nx, int ny, const pnum_cNumber& value, const cal_c2DArrayCal& cal);
   /// nx * ny zeros.
   darr_c2DArray(int nx, int ny, dtyp_cDataType type, const cal_c2DArrayCal& cal);
+  darr_c2DArray(int nx, int ny, dtyp_eDataType type, const cal_c2DArrayCal& cal)
+      : darr_c2DArray(nx, ny, dtyp_cDataType(type), cal) {}
   /// Shares the elements of a number array.
   darr_c2DArray(const parr_c2DNumberArray& numbers, const cal_c2DArrayCal& cal);
   /// Shares the elements of a typed array.

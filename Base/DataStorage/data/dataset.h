@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <type_traits>
 
 #include <DataStorage/data/barray.h>
 #include <DataStorage/data/darray2d.h>
@@ -36,6 +37,9 @@ class DATASTORAGE_EXPORT data_cDataset {
   data_cDataset(const pnum_cNumber& value);
   data_cDataset(const darr_c1DArray& value);
   data_cDataset(const darr_c2DArray& value);
+  /// A truth value for `bool`, a number for every other arithmetic type.
+  template <class T>
+  requires std::is_arithmetic_v<T> data_cDataset(T value) : data_cDataset(Named(value)) {}
   data_cDataset(const data_cDataset& other);
   data_cDataset& operator=(const data_cDataset& other);
   ~data_cDataset();
@@ -52,6 +56,8 @@ class DATASTORAGE_EXPORT data_cDataset {
   operator darr_c2DArray() const;
 
  private:
+  static type_cBoolean Named(bool value) { return value; }
+  static pnum_cNumber Named(auto value) { return pnum_cNumber(value); }
   template <class T>
   const T& Held() const;
 
