@@ -1,8 +1,8 @@
-// What a program outside the project relies on: the headers, the exported symbols, and exceptions that keep their
-// types on their way out of the library.
-#include <DataStorage/DataStorage.h>
-
+// What a program outside the project relies on: the headers, the exported symbols, and exceptions that keep
+// their types on their way out of the library.
 #include <sstream>
+
+#include <DataStorage/DataStorage.h>
 
 int main() {
   const darr_c1DArray array(4, pnum_cNumber(2.5), cal_c1DArrayCal(1.0, 0.5));
