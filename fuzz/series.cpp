@@ -1,9 +1,13 @@
+#include <algorithm>
 #include <memory>
 #include <vector>
 
 #include "arrayseries.h"
 #include "support.h"
 #include "targets.h"
+#include "tools/dseries/check.h"
+#include "tools/dseries/failure.h"
+#include "tools/dseries/header.h"
 #include <DataStorage/interfaces/constants.h>
 
 using namespace fuzz;
@@ -40,6 +44,23 @@ bool bKept(const Contents& before, const Contents& after) {
   return before.size() <= after.size() &&
          std::equal(before.begin(), before.end(), after.begin(),
                     [](const std::string& b, const std::string& a) { return b.empty() || b == a; });
+}
+
+/// What the command-line tool finds whole can be read.
+void Verify() {
+  dseries::Findings findings;
+  try {
+    findings = dseries::Check("series", [](int, int) {});
+  } catch (const dseries::Failure&) {
+    return;
+  }
+  Require(findings.whole >= 0 && findings.whole <= findings.valid && findings.valid <= findings.slots);
+  if (findings.fault_count > 0 || dseries::ReadHeader("series").data_type != darr_c1DArray::DataTypeID())
+    return;
+  const Contents contents = ListFile();
+  Require(std::find(contents.begin(), contents.end(), "") == contents.end());
+  Require(contents.size() == 2 * static_cast<std::size_t>(findings.whole) &&
+          findings.whole == findings.valid);
 }
 
 void ReadDimensions(ArraySeries& series) {
@@ -105,6 +126,7 @@ void Work() {
 
 int FuzzSeries(const std::uint8_t* bytes, std::size_t n) {
   const MemoryDisk disk(Text(bytes, n));
+  Verify();
   if (bLook()) Work();
   return 0;
 }

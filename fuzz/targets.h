@@ -7,7 +7,7 @@
 // what was accepted can be written and reads back equal, and a failed read leaves the object as it was. For
 // the fuzzer as for tests; the result is always 0.
 
-/// A series file: opened to be read, then appended to, emptied and appended to again.
+/// A series file: checked, opened to be read, appended to, emptied and appended to again.
 int FuzzSeries(const std::uint8_t* bytes, std::size_t n);
 /// The raw forms of number arrays and data arrays in one and two dimensions.
 int FuzzRawArrays(const std::uint8_t* bytes, std::size_t n);
