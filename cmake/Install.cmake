@@ -8,7 +8,8 @@ install(TARGETS DataStorage EXPORT DataStorageTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT dev
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev)
 install(DIRECTORY Base/DataStorage DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev
-  FILES_MATCHING PATTERN "*.h" PATTERN "*.def" PATTERN "*_impl.h" EXCLUDE)
+  FILES_MATCHING PATTERN "*.h" PATTERN "*.def" PATTERN "*_impl.h" EXCLUDE
+  PATTERN elementloop.h EXCLUDE)
 install(EXPORT DataStorageTargets NAMESPACE DataStorage:: DESTINATION ${package_dir} COMPONENT dev)
 
 configure_package_config_file(cmake/DataStorageConfig.cmake.in DataStorageConfig.cmake

@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include <DataStorage/interfaces/elementloop.h>
 #include <DataStorage/numbers/elements.h>
-#include <SignalProcessing/elementloop.h>
 
 namespace {
 

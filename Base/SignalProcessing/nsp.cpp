@@ -3,8 +3,8 @@
 #include <limits>
 #include <type_traits>
 
+#include <DataStorage/interfaces/elementloop.h>
 #include <DataStorage/interfaces/nsp.h>
-#include <SignalProcessing/elementloop.h>
 #if defined(DATASTORAGE_WIDE_LOOPS)
 #include <SignalProcessing/roundwide.h>
 #endif

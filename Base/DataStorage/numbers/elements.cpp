@@ -3,9 +3,9 @@
 #include <concepts>
 #include <type_traits>
 
+#include <DataStorage/interfaces/elementloop.h>
 #include <DataStorage/interfaces/nsp.h>
 #include <DataStorage/numbers/elements.h>
-#include <SignalProcessing/elementloop.h>
 
 namespace {
 
