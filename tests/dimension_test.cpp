@@ -37,6 +37,7 @@ TEST(Dimension, EmptyAndHugeSizes) {
   EXPECT_EQ(Dimensions({Largest, Largest, 0}).TotalNumberIndices(), 0);
   EXPECT_THROW(Dimensions({65536, 32768}).TotalNumberIndices(), arr_cSizeException);
   EXPECT_THROW(Dimensions({3, 0}).IndexPosition(0), arr_cIndexException);
+  EXPECT_THROW(Dimensions({0, 3}).IndexPosition(0), arr_cIndexException);
   EXPECT_THROW(Dimensions({-1, -5}).IndexPosition(Smallest), arr_cIndexException);
   EXPECT_EQ(Dimensions({Largest, Largest, 2}).Index(Vector({Largest, Largest, 1})), Largest);
   EXPECT_EQ(Dimensions({Largest, 9}).Index(Vector({0, Smallest})), Smallest);

@@ -102,6 +102,7 @@ int dtsr_cDimensionArray::Index(const arr_cC_Array<int>& indices) const {
 arr_cC_Array<int> dtsr_cDimensionArray::IndexPosition(int linearIndex) const {
   arr_cC_Array<int> indices(NumberDimensions());
   int stride = TotalNumberIndices();
+  if (stride < 1) arr_IndexError();
   int rest = linearIndex;
   for (int d = NumberDimensions() - 1; d >= 0; --d) {
     dtsr_cDimension& dimension = dimensions_[d];
