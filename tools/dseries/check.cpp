@@ -18,16 +18,6 @@ namespace dseries {
 
 namespace {
 
-/// Whether `read` succeeds: true, and nothing thrown.
-template <class Read>
-bool bReads(Read read) {
-  try {
-    return read();
-  } catch (const expt_cProgramException&) {
-    return false;
-  }
-}
-
 bool bReadsDatum(bstr_cBinary_istream& in, std::uint32_t data_type) {
   return bReads([&]() -> bool {
     if (data_type == darr_c2DArray::DataTypeID()) return darr_c2DArray().Read(in);

@@ -14,5 +14,6 @@ void AddList(CLI::App& program);
 void AddGet(CLI::App& program);
 void AddFind(CLI::App& program);
 void AddVerify(CLI::App& program);
+void AddRepair(CLI::App& program);
 
 }  // namespace dseries

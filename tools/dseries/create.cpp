@@ -7,6 +7,7 @@
 #include "commands.h"
 #include "dimensions.h"
 #include "failure.h"
+#include "newfile.h"
 #include "series.h"
 #include <DataStorage/data/darray1d.h>
 
@@ -20,27 +21,6 @@ struct Options {
   std::string file;
   std::vector<std::string> dimensions;
   bool force = false;
-};
-
-bool bExists(const std::string& path) {
-  std::error_code ignored;
-  return fs::exists(fs::symlink_status(path, ignored));
-}
-
-/// Removes the file that is being made unless it was finished.
-class Unfinished {
- public:
-  explicit Unfinished(std::string path) : path_(std::move(path)) {}
-  Unfinished(const Unfinished&) = delete;
-  Unfinished& operator=(const Unfinished&) = delete;
-  ~Unfinished() {
-    std::error_code ignored;
-    if (!path_.empty()) fs::remove(path_, ignored);
-  }
-  void Finished() { path_.clear(); }
-
- private:
-  std::string path_;
 };
 
 void Create(const Options& options) {
