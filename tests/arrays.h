@@ -1,19 +1,19 @@
 #pragma once
 
-#include <cmath>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sstream>
+#include <limits>
 #include <string>
 #include <vector>
 
 #include <DataStorage/arrays/parray2d.h>
 #include <DataStorage/interfaces/bstr.h>
-#include <DataStorage/interfaces/tgio.h>
 
 // What the tests of arrays have in common.
 
 using EveryElementType = detail::ElementTypes::Apply<testing::Types>;
+
+constexpr int largest = std::numeric_limits<int>::max();
 
 /// 1, 2, 3 ... as elements; complex ones have an imaginary part.
 template <class T>
@@ -42,14 +42,16 @@ parr_c2DNumberArray Plane(int nx, const std::vector<T>& elements) {
 }
 
 /// The elements in storage order, as doubles.
-inline std::vector<double> Values(const parr_c1DNumberArray& array) {
+template <class Array>
+std::vector<double> Values(const Array& array) {
   std::vector<double> values;
-  for (int i = 0; i < array.NumIndices(); ++i) values.push_back(array.Value(i).Value());
-  return values;
-}
-inline std::vector<double> Values(const parr_c2DNumberArray& array) {
-  std::vector<double> values;
-  for (int i = 0; i < array.NumIndices(); ++i) values.push_back(array.Value(i, 0).Value());
+  for (int i = 0; i < array.NumIndices(); ++i) {
+    if constexpr (std::is_base_of_v<parr_c2DNumberArray, Array>) {
+      values.push_back(array.Value(i, 0).Value());
+    } else {
+      values.push_back(array.Value(i).Value());
+    }
+  }
   return values;
 }
 
@@ -70,23 +72,4 @@ template <class Object>
 bool ReadRaw(Object& object, const std::string& bytes) {
   bstr_cMemory_istream in(bytes.data(), static_cast<std::int64_t>(bytes.size()));
   return object.Read(in);
-}
-
-struct BinaryStreams {
-  using Out = tgio_cBinary_ostream;
-  using In = tgio_cBinary_istream;
-};
-struct ASCIIStreams {
-  using Out = tgio_cASCII_ostream;
-  using In = tgio_cASCII_istream;
-};
-
-/// Writes an object to a tagged stream and reads it into another one.
-template <class Streams, class Source, class Target>
-bool Carry(const Source& source, Target& target) {
-  std::stringstream stream;
-  typename Streams::Out out(stream);
-  EXPECT_TRUE(out.Write(source));
-  typename Streams::In in(stream);
-  return in.Read(target);
 }

@@ -6,7 +6,6 @@
 namespace {
 
 using testing::ElementsAre;
-using testing::Pointee;
 
 template <class Handle>
 auto Elements(const Handle& handle) {
@@ -22,6 +21,7 @@ TYPED_TEST_SUITE(StorageTest, Storages);
 
 TYPED_TEST(StorageTest, CopiesAndFillsWithinItsBoundsOnly) {
   const int source[] = {1, 2, 3, 4};
+  int target[] = {0, 0, 0};
   TypeParam storage(4);
   storage.CopyIn(source, 4, 0, 0);
   EXPECT_THROW(storage.CopyIn(source, 3, 0, 2), arr_cIndexException);
@@ -29,25 +29,20 @@ TYPED_TEST(StorageTest, CopiesAndFillsWithinItsBoundsOnly) {
   EXPECT_THROW(storage.CopyIn(source + 1, 1, -1, 0), arr_cIndexException);
   EXPECT_THROW(storage.Fill(9, 2, 3), arr_cIndexException);
   EXPECT_THROW(storage.Fill(9, 1, -1), arr_cIndexException);
-  int target[] = {0, 0, 0};
   EXPECT_THROW(storage.CopyOut(target, 3, 2, 0), arr_cIndexException);
   EXPECT_THROW(storage[4], arr_cIndexException);
   EXPECT_THROW(storage[-1], arr_cIndexException);
+  EXPECT_THROW(storage.SetSize(-1), arr_cSizeException);
 
   storage.CopyOut(target, 2, 2, 1);
   EXPECT_THAT(target, ElementsAre(0, 3, 4));
   storage.Fill(9, 2, 1);
   storage.CopyIn(source, 1, 2, 0);
   storage.SetSize(6);
-  EXPECT_EQ(std::vector<int>(storage.Data(), storage.Data() + 6), std::vector<int>({3, 9, 9, 4, 0, 0}));
-
-  TypeParam copy(storage);
+  const TypeParam copy(storage);
   storage.SetSize(1);
-  EXPECT_THAT(copy.Data(), Pointee(3));
-  EXPECT_EQ(copy.Size(), 6);
   EXPECT_EQ(storage.Size(), 1);
-  EXPECT_THROW(storage.SetSize(-1), arr_cSizeException);
-  EXPECT_THROW(TypeParam(-1), arr_cSizeException);
+  EXPECT_EQ(std::vector<int>(copy.Data(), copy.Data() + 6), std::vector<int>({3, 9, 9, 4, 0, 0}));
 }
 
 TEST(Storage, KeepsElementsThatOwnSomething) {
@@ -67,38 +62,31 @@ TYPED_TEST_SUITE(HandleTest, EveryElementType);
 TYPED_TEST(HandleTest, SharesItsStorageUntilOneIsWritten) {
   using T = TypeParam;
   const std::vector<T> old = Counting<T>(4);
-  const T value = old[3];
-  using Array = arr_c1DNumberArray<T>;
-  for (void (*write)(Array&, T) :
-       {+[](Array&array, T v) { array.SetValue(v, 0); }, +[](Array&array, T v) { array = v; },
-        +[](Array&array, T v) { array.SetBlock(&v, 1, 0); },
-        +[](Array&array, T v) { *array.WriteAccess() = v; }}) {
-    const Array original(4, old.data());
-    Array copy = original;
-    EXPECT_EQ(copy.Data(), original.Data());
-    write(copy, value);
-    EXPECT_NE(copy.Data(), original.Data());
-    EXPECT_EQ(Elements(original), old);
-    EXPECT_EQ(copy[0], value);
-    const T* own = copy.Data();
-    write(copy, value);
-    EXPECT_EQ(copy.Data(), own);
-  }
-
-  using Array2D = arr_c2DNumberArray<T>;
-  const Array2D original(2, 2, old.data());
-  for (void (*write)(Array2D&, T) :
-       {+[](Array2D&array, T v) { array.SetValue(v, 0, 0); }, +[](Array2D&array, T v) { array = v; },
-        +[](Array2D&array, T v) {
-          array.SetBlock(&v, 1, {0, 0, 1, 1});
-        },
-        +[](Array2D&array, T v) { *array.WriteAccess() = v; }}) {
-    Array2D copy(original);
-    EXPECT_EQ(copy.Data(), original.Data());
-    write(copy, value);
-    EXPECT_EQ(Elements(original), old);
-    EXPECT_EQ(copy.Value(0, 0), value);
-  }
+  const auto check = [&]<class Array>(const Array& original, auto... writes) {
+    const auto one = [&](void (*write)(Array&, T)) {
+      Array copy = original;
+      EXPECT_EQ(copy.Data(), original.Data());
+      write(copy, old[3]);
+      EXPECT_EQ(Elements(original), old);
+      EXPECT_EQ(copy.Data()[0], old[3]);
+      const T* own = copy.Data();
+      write(copy, old[3]);
+      EXPECT_EQ(copy.Data(), own);
+    };
+    one([](Array& array, T v) { array = v; });
+    one([](Array& array, T v) { *array.WriteAccess() = v; });
+    (one(writes), ...);
+  };
+  using Line = arr_c1DNumberArray<T>;
+  check(
+      Line(4, old.data()), [](Line& line, T v) { line.SetValue(v, 0); },
+      [](Line& line, T v) { line.SetBlock(&v, 1, 0); });
+  using Plane = arr_c2DNumberArray<T>;
+  check(
+      Plane(2, 2, old.data()), [](Plane& plane, T v) { plane.SetValue(v, 0, 0); },
+      [](Plane& plane, T v) {
+        plane.SetBlock(&v, 1, {0, 0, 1, 1});
+      });
 }
 
 TYPED_TEST(HandleTest, SelectsBeyondItsEndsWithTheFillValue) {
@@ -110,7 +98,6 @@ TYPED_TEST(HandleTest, SelectsBeyondItsEndsWithTheFillValue) {
   EXPECT_EQ(Elements(line.SubArray(2, 5)), std::vector({e[2], e[3], fill, fill}));
   EXPECT_EQ(Elements(line.SubArray(-3, -2)), std::vector({fill, fill}));
   EXPECT_EQ(Elements(line.SubArray(4, 4)), std::vector({fill}));
-  EXPECT_EQ(Elements(line.SubArray(-1, 4)), std::vector({fill, e[0], e[1], e[2], e[3], fill}));
   EXPECT_EQ(line.SubArray(-1, 1).FillValue(), fill);
   EXPECT_EQ(line.SubArray(0, 3).Data(), line.Data());
   EXPECT_THROW(line.SubArray(2, 1), arr_cIndexException);
@@ -123,14 +110,9 @@ TYPED_TEST(HandleTest, SelectsBeyondItsEndsWithTheFillValue) {
   EXPECT_THROW(plane.SubArray(0, 1, 1, 0), arr_cIndexException);
   EXPECT_EQ(Elements(plane.Column(1)), std::vector({e[1], e[3]}));
   EXPECT_EQ(Elements(plane.Row(1)), std::vector({e[2], e[3]}));
-  for (const int bad : {-1, 2}) {
-    EXPECT_THROW(plane.Column(bad), arr_cIndexException);
-    EXPECT_THROW(plane.Row(bad), arr_cIndexException);
-  }
 }
 
 TEST(Handle, RefusesSizesAndPositionsThatItDoesNotHave) {
-  constexpr int largest = std::numeric_limits<int>::max();
   using Line = arr_c1DNumberArray<double>;
   using Plane = arr_c2DNumberArray<double>;
   EXPECT_THROW(Line(-1), arr_cSizeException);
@@ -142,7 +124,6 @@ TEST(Handle, RefusesSizesAndPositionsThatItDoesNotHave) {
   EXPECT_THROW(line[4], arr_cIndexException);
   EXPECT_THROW(line[-1], arr_cIndexException);
   EXPECT_THROW(line.SubArray(0, largest), arr_cSizeException);
-  EXPECT_EQ(Line().Data(), nullptr);
 
   Plane plane(3, 2);
   plane.SetValue(7, 3, 0);  // reaches into the next row
@@ -150,6 +131,10 @@ TEST(Handle, RefusesSizesAndPositionsThatItDoesNotHave) {
   for (const auto& [x, y] : {std::pair(0, 2), {-1, 0}, {0, -1}, {largest, largest}}) {
     EXPECT_THROW(plane.Value(x, y), arr_cIndexException);
     EXPECT_THROW(plane.SetValue(1, x, y), arr_cIndexException);
+  }
+  for (const int bad : {-1, 3}) {
+    EXPECT_THROW(plane.Column(bad), arr_cIndexException);
+    EXPECT_THROW(plane.Row(bad), arr_cIndexException);
   }
 }
 

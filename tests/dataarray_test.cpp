@@ -1,8 +1,9 @@
 #include <algorithm>
-#include <limits>
 #include <numeric>
+#include <sstream>
 
 #include "arrays.h"
+#include "objects.h"
 #include <DataStorage/data/convert.h>
 #include <DataStorage/interfaces/atoms.h>
 
@@ -29,30 +30,10 @@ void ExpectSame(const Array& a, const Array& b) {
   EXPECT_EQ(Raw(a), Raw(b));
 }
 
-template <class Streams>
+template <class Kind>
 struct DataArrayStreamTest : testing::Test {};
-using BothStreams = testing::Types<BinaryStreams, ASCIIStreams>;
-TYPED_TEST_SUITE(DataArrayStreamTest, BothStreams);
-
-template <class T>
-struct DataArrayTest : testing::Test {};
-TYPED_TEST_SUITE(DataArrayTest, EveryElementType);
-
-TYPED_TEST(DataArrayTest, ReadsBackFromTaggedStreams) {
-  const darr_c1DArray line = Data(Counting<TypeParam>(5), {0.1, -2.5, 3});
-  const darr_c2DArray plane = Data(2, Counting<TypeParam>(6), {0.1, 1e300, -2.5, 0.3, 3, -4});
-  const auto check = [&]<class Streams>(Streams) {
-    darr_c1DArray line_read = Data({1}, {});
-    ASSERT_TRUE(Carry<Streams>(line, line_read));
-    ExpectSame(line_read, line);
-    darr_c2DArray plane_read;
-    ASSERT_TRUE(Carry<Streams>(plane, plane_read));
-    ExpectSame(plane_read, plane);
-  };
-  check(BinaryStreams());
-  check(ASCIIStreams());
-  EXPECT_TRUE(conv_Convert(line, line.DataType(), conv_Phase).Data() == line.Data());
-}
+using BothKinds = testing::Types<fuzz::Binary, fuzz::Ascii>;
+TYPED_TEST_SUITE(DataArrayStreamTest, BothKinds);
 
 /// Writes the atoms it is told to, as a 1D data array: its type (T), a type that is none (N), elements (E),
 /// the calibration (C), something else (x).
@@ -82,55 +63,41 @@ struct Atoms : tgio_cTaggedStreamObject {
 };
 
 TYPED_TEST(DataArrayStreamTest, TakesAtomsInAnyOrderAndPassesOverOthers) {
-  const auto read = [](const char* atoms, darr_c1DArray& array) {
-    return Carry<TypeParam>(Atoms(atoms), array);
-  };
   darr_c1DArray array = Data({9}, {1, 2, 3});
+  const auto read = [&array](const char* atoms) {
+    std::istringstream stream(fuzz::TaggedForm<TypeParam>(Atoms(atoms)));
+    typename TypeParam::In in(stream);
+    return in.Read(array);
+  };
   const std::string old = Raw(array);
-  EXPECT_FALSE(read("", array));
-  EXPECT_FALSE(read("TC", array));
-  EXPECT_THROW(read("EE", array), expt_cProgramException);
+  EXPECT_FALSE(read(""));
+  EXPECT_FALSE(read("TC"));
+  EXPECT_THROW(read("EE"), expt_cProgramException);
   EXPECT_EQ(Raw(array), old);
 
-  ASSERT_TRUE(read("E", array));
+  ASSERT_TRUE(read("E"));
   ExpectSame(array, Data<double>({1, 7}, {}));
-  ASSERT_TRUE(read("CxExT", array));
+  ASSERT_TRUE(read("CxExT"));
   ExpectSame(array, Data<short>({1, 7}, {5, 6, 7}));
 
   // A type that is none: its name is passed over in text, its number makes the data unreadable.
-  const bool text = std::is_same_v<TypeParam, ASCIIStreams>;
-  EXPECT_EQ(read("NE", array), text);
-  EXPECT_EQ(read("EN", array), text);
+  const bool text = std::is_same_v<TypeParam, fuzz::Ascii>;
+  EXPECT_EQ(read("NE"), text);
+  EXPECT_EQ(read("EN"), text);
   EXPECT_EQ(array.DataType(), text ? dtyp_Float64 : dtyp_SBin16);
 }
 
 TEST(DataArray, HasARawFormBehindItsCalibration) {
-  const darr_c1DArray line = Data<short>({1, -2}, {1, 2, 3});
-  const std::string line_bytes("\0\0\0\0\0\0\xF0\x3F\0\0\0\0\0\0\0\x40\3\0\0\0\5\0\2\0\0\0\1\0\xFE\xFF", 30);
-  EXPECT_EQ(Raw(line), line_bytes);
-  const darr_c2DArray plane = Data<short>(1, {5}, {1, -1, 2, -2, 3, -3});
-  const std::string plane_bytes(
-      "\0\0\0\0\0\0\xF0\x3F\0\0\0\0\0\0\0\x40\3\0\0\0"
-      "\0\0\0\0\0\0\xF0\xBF\0\0\0\0\0\0\0\xC0\xFD\xFF\xFF\xFF\5\0\1\0\0\0\1\0\0\0\5\0",
-      52);
-  EXPECT_EQ(Raw(plane), plane_bytes);
-
-  const auto check = [](auto array, const std::string& bytes) {
-    const std::string old = Raw(array);
-    for (std::size_t n = 0; n < bytes.size(); ++n) {
-      EXPECT_FALSE(ReadRaw(array, bytes.substr(0, n)));
-      EXPECT_EQ(Raw(array), old);
-    }
-    EXPECT_TRUE(ReadRaw(array, bytes));
-    EXPECT_EQ(Raw(array), bytes);
-  };
-  check(Data({4}, {7, 8, 9}), line_bytes);
-  check(Data(1, {4}, {7, 8, 9}), plane_bytes);
+  EXPECT_EQ(Raw(Data<short>({1, -2}, {1, 2, 3})),
+            std::string("\0\0\0\0\0\0\xF0\x3F\0\0\0\0\0\0\0\x40\3\0\0\0\5\0\2\0\0\0\1\0\xFE\xFF", 30));
+  EXPECT_EQ(Raw(Data<short>(1, {5}, {1, -1, 2, -2, 3, -3})),
+            std::string("\0\0\0\0\0\0\xF0\x3F\0\0\0\0\0\0\0\x40\3\0\0\0"
+                        "\0\0\0\0\0\0\xF0\xBF\0\0\0\0\0\0\0\xC0\xFD\xFF\xFF\xFF\5\0\1\0\0\0\1\0\0\0\5\0",
+                        52));
 }
 
 TEST(DataArray, ReadsValuesAtPositions) {
   const darr_c1DArray line = Data({0, 10, 20, 30, 40}, {10, 2, 0});
-  EXPECT_EQ(line.Range(), rnge_c1DRange(10, 20));
   struct Case {
     double position, value;
     darr_eInterpolation interpolation;
@@ -157,10 +124,9 @@ TEST(DataArray, ReadsValuesAtPositions) {
 
   const darr_c2DArray plane = Data(4, Counting<int>(12), {0, 0, 1, 2, 0, 0});
   EXPECT_EQ(plane.Range(), rnge_c2DRange(0, 0, 4, 6));
-  EXPECT_EQ(plane.Value(3.5, 5.9).Value(), 12);
-  EXPECT_EQ(plane.Value(4.0, 6.0).Value(), 12);
-  EXPECT_EQ(plane.Value(1.0, 2.0).Value(), 6);
-  EXPECT_EQ(plane.Value(4.5, 1.0).Value(), 0);
+  for (const auto& [x, y, value] : {std::tuple(3.5, 5.9, 12.0), {4, 6, 12}, {1, 2, 6}, {4.5, 1, 0}}) {
+    EXPECT_EQ(plane.Value(x, y).Value(), value) << x << " " << y;
+  }
   EXPECT_EQ(plane.Value(1.0, not_a_number).Value(), 0);
 }
 
@@ -208,46 +174,31 @@ TEST(DataArray, GrowsByZerosWhereAPositionIsWritten) {
 
 TEST(DataArray, KeepsPositionsInSelections) {
   const darr_c1DArray line = Data({1, 2, 3, 4}, {10, 0.5, 2});
-  const Cal2D cal(10, 20, 0.5, 2, 2, 1);
-  const darr_c2DArray plane = Data(4, Counting<int>(12), cal);
+  const darr_c2DArray plane = Data(4, Counting<int>(12), {10, 20, 0.5, 2, 2, 1});
   EXPECT_EQ(line.Selection(1, 3).Cal(), Cal(10, 0.5, 1));
   EXPECT_EQ(line.Selection(0, 2).Cal(), Cal(9, 0.5, 0));
   EXPECT_EQ(Data({1, 2, 3, 4}, {10, 0.5, 0}).Selection(1, 3).Cal(), Cal(10.5, 0.5, 0));
   EXPECT_EQ(plane.Selection(1, 1, 3, 2).Cal(), Cal2D(10, 20, 0.5, 2, 1, 0));
-  EXPECT_EQ(plane.Selection(0, 1, 2, 3).Cal(), Cal2D(9, 20, 0.5, 2, 0, 0));
   EXPECT_EQ(plane.Selection(1, 2, 3, 3).Cal(), Cal2D(9.5, 22, 0.5, 2, 0, 0));
-  EXPECT_THAT(Values(plane.Selection(1, 1, 3, 2)), ElementsAre(6, 7));
 
   ExpectSame(line.Selection(rnge_c1DRange::Null, rnge_IndexInner), line);
-  ExpectSame(line.Selection(line.Range(), rnge_IndexInner), line);
   ExpectSame(plane.Selection(rnge_c2DRange::Null, rnge_IndexInner), plane);
   ExpectSame(plane.Selection(plane.Range(), rnge_IndexInner), plane);
   EXPECT_THAT(Values(line.Selection(10.75, 9.25, rnge_IndexOuter)), ElementsAre(1, 2, 3, 4));
   EXPECT_THAT(Values(line.Selection(10.75, 9.25, rnge_IndexInner)), ElementsAre(2, 3));
   EXPECT_THROW(line.Selection(9.6, 9.7, rnge_IndexInner), arr_cIndexException);
 
-  const darr_c1DArray beyond = line.Selection(8.0, 10.2, rnge_IndexOuter);
-  EXPECT_THAT(Values(beyond), ElementsAre(0, 0, 1, 2, 3));
-  EXPECT_EQ(beyond.Cal(), Cal(10, 0.5, 4));
-  EXPECT_EQ(beyond.DataType(), dtyp_SBin32);
-  EXPECT_EQ(line.Selection(10.6, 12.0, rnge_IndexOuter).Cal(), Cal(10.5, 0.5, 0));
-  EXPECT_THAT(Values(line.Selection(10.6, 12.0, rnge_IndexOuter)), ElementsAre(4, 0, 0));
+  ExpectSame(line.Selection(8.0, 10.2, rnge_IndexOuter), Data({0, 0, 1, 2, 3}, {10, 0.5, 4}));
+  ExpectSame(line.Selection(10.6, 12.0, rnge_IndexOuter), Data({4, 0, 0}, {10.5, 0.5, 0}));
   EXPECT_THAT(Values(line.Selection(20.0, 21.0, rnge_IndexOuter)), ElementsAre(0, 0));
   EXPECT_THROW(line.Selection(0, 1e30, rnge_IndexOuter), arr_cSizeException);
-
-  const darr_c2DArray filled = plane.Selection(10.5, 21.0, 12.0, 27.0, rnge_IndexOuter);
-  EXPECT_EQ(filled.NumIndicesX(), 3);
-  EXPECT_THAT(Values(filled), ElementsAre(8, 0, 0, 12, 0, 0, 0, 0, 0, 0, 0, 0));
-  EXPECT_EQ(filled.Cal(), Cal2D(10.5, 20, 0.5, 2, 0, 0));
+  ExpectSame(plane.Selection(10.5, 21.0, 12.0, 27.0, rnge_IndexOuter),
+             Data(3, {8, 0, 0, 12, 0, 0, 0, 0, 0, 0, 0, 0}, {10.5, 20, 0.5, 2, 0, 0}));
   EXPECT_THAT(Values(plane.Selection(0, 0, 0.6, 1, rnge_IndexOuter)), ElementsAre(0, 0));
   EXPECT_NO_THROW(plane.Selection(rnge_c2DRange(10, 20, 1, 2, 1e-310), rnge_IndexOuter));
   for (const double angle : {1e-300, -0.001, not_a_number}) {
-    try {
-      plane.Selection(rnge_c2DRange(10, 20, 1, 2, angle), rnge_IndexOuter);
-      ADD_FAILURE();
-    } catch (const expt_cProgramException& error) {
-      EXPECT_STREQ(error.File(), "darray2d");
-    }
+    EXPECT_THROW(plane.Selection(rnge_c2DRange(10, 20, 1, 2, angle), rnge_IndexOuter),
+                 expt_cProgramException);
   }
 }
 
@@ -261,33 +212,26 @@ TEST(DataArray, CarriesItsCalibrationAlong) {
   EXPECT_EQ(plane.Move(1, -1).OffsetX(plane), 1);
   EXPECT_EQ(plane.Move(1, -1).OffsetY(plane), -1);
   EXPECT_EQ(line.Move(3).Cal(), Cal(13, 0.5, 1));
-  EXPECT_EQ(line.OffsetX(), 10);
   EXPECT_EQ(line.Move(3).OffsetX(line), 3);
   line = pnum_cNumber(0.5);
-  EXPECT_EQ(line.Cal(), Cal(10, 0.5, 1));
-  EXPECT_EQ(line.DataType(), dtyp_Float64);
+  ExpectSame(line, Data<double>({0.5, 0.5, 0.5}, {10, 0.5, 1}));
   const darr_c1DArray copy = line;
   line.SetDeltaX(7);
   EXPECT_EQ(copy.DeltaX(), 0.5);
-  EXPECT_EQ(darr_c1DArray::DataTypeID(), unsigned{obty_1DDataArrayType});
-  EXPECT_EQ(darr_c2DArray::DataTypeID(), unsigned{obty_2DDataArrayType});
-  EXPECT_EQ(&plane.ObjectType(), &darr_c2DArray::_ObjectType);
 }
 
 TEST(Conversion, MakesNewValuesOfAnotherType) {
   using Complex = comp_cComplex<double>;
   const std::vector<Complex> elements = {{3, 4}, {0, -2}};
   const darr_c1DArray line = Data(elements, {1, 2, 3});
-  ExpectSame(conv_Convert(line, dtyp_cDataType(dtyp_Float32), conv_Magnitude),
-             Data<float>({5, 2}, {1, 2, 3}));
+  EXPECT_EQ(conv_Convert(line, line.DataType(), conv_Phase).Data(), line.Data());
+  ExpectSame(conv_Convert(line, Type(dtyp_Float32), conv_Magnitude), Data<float>({5, 2}, {1, 2, 3}));
   const darr_c2DArray plane = Data(1, elements, {1, 2, 3, 4, 5, 6});
-  ExpectSame(conv_Convert(plane, dtyp_cDataType(dtyp_SBin16), conv_Imaginary),
+  ExpectSame(conv_Convert(plane, Type(dtyp_SBin16), conv_Imaginary),
              Data<short>(1, {4, -2}, {1, 2, 3, 4, 5, 6}));
   EXPECT_EQ(line.DataType(), dtyp_Complex128);
-  EXPECT_EQ(conv_Convert(parr_c2DNumberArray(), dtyp_cDataType(dtyp_Float64), conv_Real).DataType(),
-            dtyp_UBin8);
-  EXPECT_EQ(conv_Convert(pnum_cNumber(Complex(3, 4)), dtyp_cDataType(dtyp_Float64), conv_Magnitude).Value(),
-            5);
+  EXPECT_EQ(conv_Convert(parr_c2DNumberArray(), Type(dtyp_Float64), conv_Real).DataType(), dtyp_UBin8);
+  EXPECT_EQ(conv_Convert(pnum_cNumber(Complex(3, 4)), Type(dtyp_Float64), conv_Magnitude).Value(), 5);
   EXPECT_THROW(conv_Convert(pnum_cNumber(1), dtyp_cDataType(), conv_Real), expt_cProgramException);
   EXPECT_THROW(conv_Convert(line, dtyp_cDataType(), conv_Real), expt_cProgramException);
 }

@@ -3,9 +3,6 @@
 
 namespace {
 
-using testing::ElementsAre;
-
-constexpr int largest = std::numeric_limits<int>::max();
 using Cal = cal_c1DArrayCal;
 using Cal2D = cal_c2DArrayCal;
 
@@ -31,7 +28,6 @@ TEST(Mask, BeginsFalseAndTakesOneValue) {
   EXPECT_EQ(Text(barr_c1DBoolArray()), "00");
   barr_c2DBoolArray plane;
   EXPECT_EQ(Text(plane), "0000");
-  EXPECT_EQ(plane.NumIndicesX(), 2);
   plane = true;
   EXPECT_EQ(Text(plane.Selection(1, 1, 3, 2)), "11");
   EXPECT_EQ(Text(barr_c1DBoolArray(1, true, {}).Selection(0, 2)), "11");
@@ -42,18 +38,13 @@ TEST(Mask, BeginsFalseAndTakesOneValue) {
 
 TEST(Mask, SelectsWithPositionsAndFillValue) {
   const barr_c1DBoolArray line = Mask("1011", {10, 0.5, 2});
-  EXPECT_EQ(Text(line.Selection(0, 4)), "1011");
   EXPECT_EQ(Text(line.Selection(-1, 2)), "010");
   EXPECT_EQ(line.Selection(1, 3).Cal(), Cal(10, 0.5, 1));
-  EXPECT_EQ(Mask("1011", {10, 0.5, 0}).Selection(1, 3).Cal(), Cal(10.5, 0.5, 0));
-  EXPECT_EQ(line.Range(), rnge_c1DRange(9, 11));
   EXPECT_THROW(line.Selection(2, 2), arr_cIndexException);
 
   const barr_c2DBoolArray plane = Mask(3, "101011", {1, 2, 3, 4, 2, 1});
   EXPECT_EQ(Text(plane.Selection(1, 0, 4, 2)), "010110");
-  EXPECT_EQ(plane.Selection(1, 1, 3, 2).Cal(), Cal2D(1, 2, 3, 4, 1, 0));
   EXPECT_EQ(plane.Selection(0, 1, 2, 2).Cal(), Cal2D(-5, 2, 3, 4, 0, 0));
-  EXPECT_EQ(plane.Range(), rnge_c2DRange(-5, -2, 4, 6));
 }
 
 TEST(Mask, TakesBlocksThatFit) {
@@ -66,18 +57,14 @@ TEST(Mask, TakesBlocksThatFit) {
     EXPECT_THROW(line.SetSelection(Mask("11"), offset), arr_cIndexException);
     EXPECT_NO_THROW(line.SetSelection(barr_c1DBoolArray(0), offset));
   }
-  line.SetSelection(Mask("10"), 0);
-  EXPECT_EQ(Text(line), "1011");
 
   barr_c2DBoolArray plane(3, 3);
   plane.SetSelection(Mask(2, "1101"), 1, 1);
   EXPECT_EQ(Text(plane), "000011001");
-  plane.SetSelection(Mask(3, "101"), 0, 2);
-  EXPECT_EQ(Text(plane), "000011101");
   for (const auto& [x, y] : {std::pair(2, 0), {0, 2}, {-1, 1}, {0, -1}, {largest, 0}}) {
     EXPECT_THROW(plane.SetSelection(Mask(2, "1111"), x, y), arr_cIndexException);
-    EXPECT_EQ(Text(plane), "000011101");
   }
+  EXPECT_EQ(Text(plane), "000011001");
 }
 
 TEST(Mask, ComparesItsGridWithOthers) {
@@ -91,13 +78,10 @@ TEST(Mask, ComparesItsGridWithOthers) {
 }
 
 TEST(Mask, BecomesADataArrayOfBytes) {
-  const darr_c1DArray line = conv_Convert(Mask("101", {1, 2, 3}));
-  EXPECT_EQ(line.DataType(), dtyp_UBin8);
-  EXPECT_THAT(Values(line), ElementsAre(1, 0, 1));
-  EXPECT_EQ(line.Cal(), Cal(1, 2, 3));
-  const darr_c2DArray plane = conv_Convert(Mask(2, "1000", {1, 2, 3, 4, 5, 6}));
-  EXPECT_THAT(Values(plane), ElementsAre(1, 0, 0, 0));
-  EXPECT_EQ(plane.Cal(), Cal2D(1, 2, 3, 4, 5, 6));
+  using Byte = unsigned char;
+  EXPECT_EQ(Raw(conv_Convert(Mask("101", {1, 2, 3}))), Raw(darr_c1DArray(Line<Byte>({1, 0, 1}), {1, 2, 3})));
+  EXPECT_EQ(Raw(conv_Convert(Mask(2, "1000", {1, 2, 3, 4, 5, 6}))),
+            Raw(darr_c2DArray(Plane<Byte>(2, {1, 0, 0, 0}), {1, 2, 3, 4, 5, 6})));
   EXPECT_EQ(conv_Convert(barr_c2DBoolArray(3, 0)).NumIndicesX(), 3);
 }
 

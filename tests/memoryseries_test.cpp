@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <new>
-#include <string>
 
 #include "series.h"
 
@@ -38,14 +37,11 @@ TEST(MemorySeries, KeepsTheNewestInARing) {
   struct {
     int appends, size;
     const char *before, *after;
-  } const cases[] = {
-      {0, 5, "", ""},
-      {2, 5, "1@0 2@1 ", "1@0 2@1 "},
-      {2, 1, "1@0 2@1 ", "2@0 "},
-      {5, 2, "3@2 4@0 5@1 ", "4@0 5@1 "},
-      {5, 5, "3@2 4@0 5@1 ", "3@0 4@1 5@2 "},
-      {6, 0, "4@0 5@1 6@2 ", ""},
-  };
+  } const cases[] = {{0, 5, "", ""},
+                     {2, 1, "1@0 2@1 ", "2@0 "},
+                     {5, 2, "3@2 4@0 5@1 ", "4@0 5@1 "},
+                     {5, 5, "3@2 4@0 5@1 ", "3@0 4@1 5@2 "},
+                     {6, 0, "4@0 5@1 6@2 ", ""}};
   for (const auto& c : cases) {
     MemorySeries series(3);
     for (int time = 1; time <= c.appends; ++time) series.SetNewestTag(FailingTag(time));
@@ -56,7 +52,6 @@ TEST(MemorySeries, KeepsTheNewestInARing) {
     EXPECT_EQ(series.Contents(), c.before);
     for (const int i : {-1, series.NextWriteIndex()}) {
       FailingTag tag;
-      EXPECT_FALSE(series.bHasData(i));
       EXPECT_THROW(series.GetTag(i, tag), arr_cIndexException);
     }
     series.ResetWriteIndex();
@@ -68,8 +63,6 @@ TEST(MemorySeries, KeepsTheNewestInARing) {
 
 TEST(MemorySeries, FindsTheOldestWithATagOfItsKind) {
   MemorySeries series(3);
-  EXPECT_EQ(series.pSampleTag(), nullptr);
-  EXPECT_EQ(series.TagTypeID(), 0U);
   for (int i = 1; i <= 5; ++i) series.SetNewestTag(dtsr_c2DPosition(i % 2, 0, i));
   EXPECT_EQ(series.DataIndex(dtsr_c2DPosition(1, 0, 5), true), 2);
   EXPECT_EQ(series.DataIndex(dtsr_c2DPosition(1, 0, 5), false), 0);

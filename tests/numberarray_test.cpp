@@ -1,6 +1,5 @@
 #include <complex>
 #include <cstring>
-#include <limits>
 
 #include "arrays.h"
 
@@ -9,7 +8,6 @@ namespace {
 using testing::ElementsAre;
 using namespace std::string_literals;
 
-constexpr int largest = std::numeric_limits<int>::max();
 using Range = rnge_c1DIndexRange;
 using Range2D = rnge_c2DIndexRange;
 using Complex = comp_cComplex<double>;
@@ -24,21 +22,13 @@ TYPED_TEST(NumberArrayTest, TakesElementsFromBlocksNumbersAndContainers) {
   const std::vector<T> e = Counting<T>(6);
   const parr_c1DNumberArray line = Line(e);
   const parr_c2DNumberArray plane = Plane(3, e);
-  EXPECT_EQ(line.DataType(), type);
-  EXPECT_EQ(plane.DataType(), type);
-  EXPECT_EQ(line.IsComplex(), type.IsComplex());
-  EXPECT_EQ(line.SizeOf(), static_cast<int>(6 * sizeof(T)));
-  EXPECT_EQ(plane.SizeOf(), line.SizeOf());
-  EXPECT_EQ(std::memcmp(plane.Data(), e.data(), 6 * sizeof(T)), 0);
+  EXPECT_EQ(Bytes(plane), std::string(reinterpret_cast<const char*>(e.data()), 6 * sizeof(T)));
   EXPECT_EQ(Bytes(plane.Row(1)), Bytes(line.Selection(3, 6)));
   EXPECT_EQ(Bytes(plane.Column(2)), Bytes(Line(std::vector{e[2], e[5]})));
   EXPECT_EQ(plane.Column(2).DataType(), type);
 
   const pnum_cNumber value(2.0, type);
-  const parr_c1DNumberArray full(3, value);
-  EXPECT_EQ(full.DataType(), type);
-  EXPECT_THAT(Values(full), ElementsAre(2, 2, 2));
-  EXPECT_THAT(Values(full.Selection(2, 4)), ElementsAre(2, 2));
+  EXPECT_THAT(Values(parr_c1DNumberArray(3, value).Selection(2, 4)), ElementsAre(2, 2));
   EXPECT_THAT(Values(parr_c2DNumberArray(2, 1, value).Selection(1, 0, 3, 1)), ElementsAre(2, 2));
   EXPECT_THAT(Values(parr_c1DNumberArray(2, type, nullptr)), ElementsAre(0, 0));
 
@@ -55,65 +45,30 @@ TYPED_TEST(NumberArrayTest, TakesElementsFromBlocksNumbersAndContainers) {
 TYPED_TEST(NumberArrayTest, IsIndependentOfItsCopies) {
   const std::vector<TypeParam> e = Counting<TypeParam>(4);
   const pnum_cNumber value(7.0, detail::DataTypeOf<TypeParam>);
-  for (void (*write)(parr_c1DNumberArray&, const pnum_cNumber&) : {
-           +[](parr_c1DNumberArray&a, const pnum_cNumber&v) { a.SetValue(v, 0); },
-           +[](parr_c1DNumberArray&a, const pnum_cNumber&v) { a = v; },
-           +[](parr_c1DNumberArray&a, const pnum_cNumber&v) {
-             a.SetSelection({1, v}, 0);
-           },
-           +[](parr_c1DNumberArray&a, const pnum_cNumber&) { a.SetData(a, Range(2, 4), Range(0, 2)); },
-           +[](parr_c1DNumberArray&a, const pnum_cNumber&) { a.SetSelection(Line<unsigned char>({9}), 0); },
-       }) {
-    const parr_c1DNumberArray original = Line(e);
-    parr_c1DNumberArray copy = original;
+  using Array = parr_c1DNumberArray;
+  const std::initializer_list<void (*)(Array&, const pnum_cNumber&)> writes = {
+      [](Array& a, const pnum_cNumber& v) { a.SetValue(v, 0); },
+      [](Array& a, const pnum_cNumber& v) { a = v; },
+      [](Array& a, const pnum_cNumber& v) { a.SetSelection(Array(1, v), 0); },
+      [](Array& a, const pnum_cNumber&) { a.SetData(a, Range(2, 4), Range(0, 2)); },
+      [](Array& a, const pnum_cNumber&) { a.SetSelection(Line<unsigned char>({9}), 0); }};
+  for (const auto write : writes) {
+    const Array original = Line(e);
+    Array copy = original;
     EXPECT_EQ(copy.Data(), original.Data());
     write(copy, value);
     EXPECT_EQ(std::memcmp(original.Data(), e.data(), sizeof(TypeParam) * 4), 0);
     EXPECT_NE(Values(copy), Values(original));
   }
-  parr_c1DNumberArray overlapping = Line(e);
+  Array overlapping = Line(e);
   overlapping.SetData(overlapping, Range(0, 3), Range(1, 4));
   EXPECT_THAT(Values(overlapping), ElementsAre(1, 1, 2, 3));
-  parr_c2DNumberArray plane = Plane(2, e);
-  plane.SetData(plane, Range2D(0, 0, 2, 1), Range2D(0, 1, 2, 2));
-  EXPECT_THAT(Values(plane), ElementsAre(1, 2, 1, 2));
-}
-
-/// The raw form of the elements 1, 2 of a type: 1D, or a line in two dimensions.
-template <class T>
-std::string RawBytes(bool plane) {
-  const std::vector<T> e = Counting<T>(2);
-  std::string bytes = {static_cast<char>(detail::DataTypeOf<T>), 0, 2, 0, 0, 0};
-  if (plane) bytes += "\1\0\0\0"s;
-  return bytes + std::string(reinterpret_cast<const char*>(e.data()), 2 * sizeof(T));
-}
-
-TYPED_TEST(NumberArrayTest, HasARawFormThatSomeTypesReadBack) {
-  using T = TypeParam;
-  constexpr dtyp_eDataType type = detail::DataTypeOf<T>;
-  const bool readable = type != dtyp_SBin8 && type <= dtyp_Float64;
-  const std::vector<T> e = Counting<T>(2);
-  const auto check = [&](auto array, auto target, const std::string& bytes) {
-    EXPECT_EQ(Raw(array), bytes);
-    const std::string old = Raw(target);
-    for (std::size_t n = 0; n < bytes.size(); ++n) {
-      EXPECT_FALSE(ReadRaw(target, bytes.substr(0, n))) << n;
-      EXPECT_EQ(Raw(target), old);
-    }
-    EXPECT_EQ(ReadRaw(target, bytes), readable);
-    EXPECT_EQ(Raw(target), readable ? bytes : old);
-  };
-  check(Line(e), Line<short>({8, 9}), RawBytes<T>(false));
-  check(Plane(2, e), Plane<short>(1, {8, 9}), RawBytes<T>(true));
-
-  parr_c2DNumberArray image;
-  EXPECT_EQ(ReadRaw(image, "IIBI" + RawBytes<T>(true)), readable);
-  EXPECT_EQ(image.NumIndicesX(), readable ? 2 : 0);
 }
 
 TEST(NumberArray, RawFormsHaveKnownBytesAndRefuseOthers) {
   EXPECT_EQ(Raw(Line<short>({1, -2, 3})), "\5\0\3\0\0\0\1\0\xFE\xFF\3\0"s);
-  EXPECT_EQ(Raw(Plane<unsigned short>(2, {1, 2, 3, 4})), "\2\0\2\0\0\0\2\0\0\0\1\0\2\0\3\0\4\0"s);
+  const std::string plane_bytes = "\2\0\2\0\0\0\2\0\0\0\1\0\2\0\3\0\4\0"s;
+  EXPECT_EQ(Raw(Plane<unsigned short>(2, {1, 2, 3, 4})), plane_bytes);
   parr_c1DNumberArray line = Line<short>({1});
   parr_c2DNumberArray plane = Plane<short>(1, {1});
   for (const std::string& bytes :
@@ -133,33 +88,20 @@ TEST(NumberArray, RawFormsHaveKnownBytesAndRefuseOthers) {
   EXPECT_THAT(Values(plane), ElementsAre(1));
   EXPECT_TRUE(ReadRaw(line, "\1\0\0\0\0\0"s));
   EXPECT_EQ(line.NumIndices(), 0);
-  EXPECT_EQ(line.Data(), nullptr);
+  EXPECT_TRUE(ReadRaw(plane, "IIBI" + plane_bytes));
+  EXPECT_EQ(Raw(plane), plane_bytes);
 }
 
 TEST(NumberArray, BeginsEmptyAndRefusesWhatItCannotHold) {
-  const parr_c1DNumberArray line;
-  const parr_c2DNumberArray plane;
-  EXPECT_EQ(line.DataType(), dtyp_UBin8);
-  EXPECT_EQ(plane.DataType(), dtyp_UBin8);
-  EXPECT_EQ(line.NumIndices() + plane.NumIndices(), 0);
-  EXPECT_EQ(plane.Data(), nullptr);
+  EXPECT_EQ(parr_c1DNumberArray().DataType(), dtyp_UBin8);
+  EXPECT_EQ(parr_c2DNumberArray().NumIndices(), 0);
   EXPECT_THROW(parr_c1DNumberArray(-1, Type(dtyp_Float64), nullptr), arr_cSizeException);
   EXPECT_THROW(parr_c2DNumberArray(2, -1, Type(dtyp_Float64), nullptr), arr_cSizeException);
-  EXPECT_THROW(line.Value(0), arr_cIndexException);
+  EXPECT_THROW(parr_c1DNumberArray().Value(0), arr_cIndexException);
   for (const int type : {-1, 0, 11}) {
     const dtyp_cDataType none = static_cast<dtyp_eDataType>(type);
-    try {
-      parr_c1DNumberArray(1, none, nullptr);
-      ADD_FAILURE();
-    } catch (const expt_cProgramException& error) {
-      EXPECT_STREQ(error.File(), "parray1d");
-    }
-    try {
-      Plane<short>(1, {1}).Convert(none);
-      ADD_FAILURE();
-    } catch (const expt_cProgramException& error) {
-      EXPECT_STREQ(error.File(), "parray2d");
-    }
+    EXPECT_THROW(parr_c1DNumberArray(1, none, nullptr), expt_cProgramException);
+    EXPECT_THROW(Plane<short>(1, {1}).Convert(none), expt_cProgramException);
   }
 }
 
@@ -167,13 +109,9 @@ TEST(NumberArray, WidensWhenAnElementDoesNotFit) {
   parr_c1DNumberArray line = Line<short>({1, 2, 3, 4});
   line.SetValue(2.5, 3);
   EXPECT_EQ(line.DataType(), dtyp_Float64);
+  for (const int outside : {-1, 4}) line.SetValue(9, outside);
   EXPECT_THAT(Values(line), ElementsAre(1, 2, 3, 2.5));
-  for (const int outside : {-1, 4}) {
-    line.SetValue(9, outside);
-    EXPECT_THAT(Values(line), ElementsAre(1, 2, 3, 2.5));
-  }
   line.SetValue(Complex(1, 1), 7);
-  EXPECT_EQ(line.DataType(), dtyp_Complex128);
   line.SetValue(6, 0);
   EXPECT_EQ(line.DataType(), dtyp_Complex128);
   EXPECT_EQ(line.Value(0).DataType(), dtyp_Float64);
@@ -185,42 +123,34 @@ TEST(NumberArray, WidensWhenAnElementDoesNotFit) {
   EXPECT_THAT(Values(bytes), ElementsAre(-56));
 
   parr_c2DNumberArray plane = Plane<short>(3, {1, 2, 3, 4, 5, 6});
-  EXPECT_EQ(plane.Value(1, 1).Value(), 5);
   EXPECT_EQ(plane.Value(3, 0).Value(), 4);
   EXPECT_THROW(plane.Value(0, 2), arr_cIndexException);
   EXPECT_THROW(plane.SetValue(0.5, 0, 2), arr_cIndexException);
   EXPECT_EQ(plane.DataType(), dtyp_Float64);
-  parr_c2DNumberArray empty;
-  EXPECT_THROW(empty.SetValue(0.5, 0, 0), arr_cIndexException);
 }
 
-TEST(NumberArray, TakesOneNumberForAllElements) {
+TEST(NumberArray, TakesOneNumberForAllElementsAndConverts) {
   parr_c1DNumberArray line(10, Type(dtyp_UBin16), nullptr);
-  line = pnum_cNumber(1.5f);
-  EXPECT_EQ(line.DataType(), dtyp_Float32);
-  EXPECT_EQ(Values(line), std::vector<double>(10, 1.5));
-  EXPECT_THAT(Values(line.Selection(9, 11)), ElementsAre(1.5, 1.5));
   line = pnum_cNumber(2.5f);
+  EXPECT_EQ(line.DataType(), dtyp_Float32);
+  EXPECT_EQ(Values(line), std::vector<double>(10, 2.5));
   EXPECT_THAT(Values(line.Selection(9, 11)), ElementsAre(2.5, 2.5));
   parr_c2DNumberArray plane = Plane<short>(2, {1, 2, 3, 4});
   plane = pnum_cNumber(3);
   EXPECT_EQ(plane.NumIndicesX(), 2);
   EXPECT_THAT(Values(plane.Selection(1, 1, 3, 2)), ElementsAre(3, 3));
-}
 
-TEST(NumberArray, ConvertsAllButEmptyArrays) {
-  parr_c1DNumberArray line(arr_c1DNumberArray<Complex>(2, std::vector<Complex>{{1.5, 9}, {-300, 9}}.data()));
-  line.Convert(dtyp_cDataType(dtyp_SBin16));
+  line = arr_c1DNumberArray<Complex>(2, std::vector<Complex>{{1.5, 9}, {-300, 9}}.data());
+  line.Convert(Type(dtyp_SBin16));
   EXPECT_EQ(line.DataType(), dtyp_SBin16);
   EXPECT_THAT(Values(line), ElementsAre(2, -300));
   parr_c1DNumberArray empty;
-  empty.Convert(dtyp_cDataType(dtyp_Float64));
+  empty.Convert(Type(dtyp_Float64));
   EXPECT_EQ(empty.DataType(), dtyp_UBin8);
 }
 
 TEST(NumberArray, SelectsInEitherOrderAndBeyondTheEnds) {
   const parr_c1DNumberArray line = Line<int>({0, 1, 2, 3, 4, 5});
-  EXPECT_THAT(Values(line.Selection(2, 5)), ElementsAre(2, 3, 4));
   EXPECT_THAT(Values(line.Selection(5, 2)), ElementsAre(2, 3, 4));
   EXPECT_THAT(Values(line.GetData(Range(4, 7))), ElementsAre(4, 5, 0));
   EXPECT_EQ(line.Selection(0, 6).Data(), line.Data());
@@ -232,7 +162,6 @@ TEST(NumberArray, SelectsInEitherOrderAndBeyondTheEnds) {
   EXPECT_THAT(Values(plane.Selection(2, 1, 4, 3)), ElementsAre(6, 0, 0, 0));
   EXPECT_EQ(plane.Selection(plane.IndexRange()).Data(), plane.Data());
   EXPECT_THROW(plane.Selection(0, 1, 3, 1), arr_cIndexException);
-  EXPECT_EQ(Plane<int>(4, Counting<int>(12)).IndexRange(), Range2D(0, 0, 4, 3));
 }
 
 TEST(NumberArray, CopiesBlocksThatFit) {
@@ -293,7 +222,8 @@ TEST(NumberArray, CopiesBlocksOfRows) {
   parr_c2DNumberArray plane = Plane<short>(2, {1, 2, 3, 4});
   plane.SetData(Plane<double>(2, {9, 0.5, 0.25, 9}), Range2D(0, 1, 2, 2), Range2D(0, 0, 2, 1));
   EXPECT_EQ(plane.DataType(), dtyp_Float64);
-  EXPECT_THAT(Values(plane), ElementsAre(0.25, 9, 3, 4));
+  plane.SetData(plane, Range2D(0, 0, 2, 1), Range2D(0, 1, 2, 2));
+  EXPECT_THAT(Values(plane), ElementsAre(0.25, 9, 0.25, 9));
 }
 
 }  // namespace

@@ -1,5 +1,3 @@
-#include <limits>
-
 #include "arrays.h"
 #include <DataStorage/data/rescl2.h>
 
@@ -8,7 +6,6 @@ namespace {
 using testing::ElementsAre;
 
 using Cal = cal_c1DArrayCal;
-using Cal2D = cal_c2DArrayCal;
 
 template <class T>
 struct RescaleTest : testing::Test {};
@@ -26,35 +23,24 @@ TYPED_TEST(RescaleTest, PicksElementsOfEveryType) {
 TEST(Rescale, TakesTheCentreOfEachCellOfALine) {
   const darr_c1DArray line(Line<int>({10, 20, 30, 40}), {});
   EXPECT_EQ(resc_Rescale(line, 1, 7.5).Data(), line.Data());
-  struct Case {
-    double delta, origin;
-    std::vector<double> values;
-    Cal cal;
+  const auto expect = [&](double delta, double origin, const std::vector<int>& values, const Cal& cal) {
+    EXPECT_EQ(Raw(resc_Rescale(line, delta, origin)), Raw(darr_c1DArray(Line(values), cal)))
+        << delta << " " << origin;
   };
-  for (const Case& each : std::initializer_list<Case>{
-           {2, 0, {20, 40}, {0, 2}},
-           {0.5, 0, {10, 10, 20, 20, 30, 30, 40, 40}, {0, 0.5}},
-           {2, -6, {20, 40}, {0, 2}},  // the grid may begin anywhere
-           {2, 0.5, {20, 40}, {0.5, 2}},
-           {100, 0, {}, {0, 100}},
-       }) {
-    const darr_c1DArray rescaled = resc_Rescale(line, each.delta, each.origin);
-    EXPECT_EQ(Values(rescaled), each.values) << each.delta << " " << each.origin;
-    EXPECT_EQ(rescaled.Cal(), each.cal);
-    EXPECT_EQ(rescaled.DataType(), dtyp_SBin32);
-  }
+  expect(2, 0, {20, 40}, {0, 2});
+  expect(0.5, 0, {10, 10, 20, 20, 30, 30, 40, 40}, {0, 0.5});
+  expect(2, -6, {20, 40}, {0, 2});  // the grid may begin anywhere
+  expect(2, 0.5, {20, 40}, {0.5, 2});
+  EXPECT_EQ(resc_Rescale(line, 100, 0).NumIndices(), 0);
 }
 
 TEST(Rescale, TakesTheStartOfEachCellOfAPlane) {
   const darr_c2DArray plane(Plane(4, Counting<int>(8)), {10, 20, 1, 1, 2, 1});
   EXPECT_EQ(resc_Rescale(plane, 1, 1).Data(), plane.Data());
-  const darr_c2DArray coarse = resc_Rescale(plane, 2, 1);
-  EXPECT_THAT(Values(coarse), ElementsAre(1, 3, 5, 7));
-  EXPECT_EQ(coarse.Cal(), Cal2D(10, 20, 2, 1, 1, 1));
-  const darr_c2DArray uneven = resc_Rescale(plane, 3, 1.5);
-  EXPECT_THAT(Values(uneven), ElementsAre(1, 4, 5, 8));
-  EXPECT_EQ(uneven.Cal(), Cal2D(8, 19, 3, 1.5, 0, 0));
-  EXPECT_EQ(uneven.NumIndicesX(), 2);
+  const darr_c2DArray coarse(Plane<int>(2, {1, 3, 5, 7}), {10, 20, 2, 1, 1, 1});
+  EXPECT_EQ(Raw(resc_Rescale(plane, 2, 1)), Raw(coarse));
+  const darr_c2DArray uneven(Plane<int>(2, {1, 4, 5, 8}), {8, 19, 3, 1.5, 0, 0});
+  EXPECT_EQ(Raw(resc_Rescale(plane, 3, 1.5)), Raw(uneven));
 }
 
 TEST(Rescale, RefusesStepsThatNoArrayHasElementsFor) {
@@ -64,7 +50,6 @@ TEST(Rescale, RefusesStepsThatNoArrayHasElementsFor) {
     EXPECT_THROW(resc_Rescale(line, step, 0), arr_cSizeException) << step;
     EXPECT_THROW(resc_Rescale(plane, step, 1), arr_cSizeException) << step;
   }
-  EXPECT_NO_THROW(resc_Rescale(darr_c1DArray(Line<int>({1, 2}), {0, 0, 0}), 1, 0));
   EXPECT_EQ(resc_Rescale(darr_c1DArray(), 0.5, 0).NumIndices(), 0);
 }
 
@@ -76,13 +61,10 @@ TEST(Merge, CopiesIntoPlaceAndGrows) {
   const darr_c1DArray line(Line<int>({1, 2, 3, 4}), {10, 1, 0});
   EXPECT_THAT(Values(merged(line, {Line<int>({8, 9}), {11, 1, 0}})), ElementsAre(1, 8, 9, 4));
   EXPECT_THAT(Values(merged(line, {Line<int>({8, 9}), {16, 1, 0}})), ElementsAre(1, 2, 3, 4, 0, 0, 8, 9));
-  const darr_c1DArray before = merged(line, {Line<double>({0.5}), {8, 1, 0}});
-  EXPECT_THAT(Values(before), ElementsAre(0.5, 0, 1, 2, 3, 4));
-  EXPECT_EQ(before.Cal(), Cal(10, 1, 2));
-  EXPECT_EQ(before.DataType(), dtyp_Float64);
+  EXPECT_EQ(Raw(merged(line, {Line<double>({0.5}), {8, 1, 0}})),
+            Raw(darr_c1DArray(Line<double>({0.5, 0, 1, 2, 3, 4}), {10, 1, 2})));
   EXPECT_THAT(Values(merged(line, {Line<int>({7, 8}), {10, 2, 0}})), ElementsAre(7, 7, 8, 8));
   EXPECT_THAT(Values(merged(darr_c1DArray(), line).Selection(9, 14)), ElementsAre(0, 1, 2, 3, 4));
-  EXPECT_THAT(Values(merged(line, line)), ElementsAre(1, 2, 3, 4));
 
   darr_c2DArray plane(Plane<int>(2, {1, 2, 3, 4}), {});
   plane.Set({Plane<int>(1, {8, 9}), {1, 1, 1, 1, 0, 0}});
@@ -97,8 +79,7 @@ TEST(Transform, KeepsTheFractionOfTheRange) {
   EXPECT_EQ(darr_Transform(pos_c1DPosition(20), line, {100, 4, 3}).X(), 128);
   const darr_c2DArray plane(2, 5, pnum_cNumber(0), {10, 0, 1, 2, 0, 0});
   const pos_c2DPosition at = darr_Transform(pos_c2DPosition(11, 5), plane, {1, 100, 10, 4, 1, 0});
-  EXPECT_EQ(at.X(), 1);
-  EXPECT_EQ(at.Y(), 110);
+  EXPECT_EQ(at, pos_c2DPosition(1, 110));
 }
 
 }  // namespace

@@ -18,6 +18,11 @@ inline std::string Hex(const std::string& digits) {
   return bytes;
 }
 
+/// Bytes of which some are replaced.
+inline std::string Patched(std::string bytes, std::size_t at, const std::string& digits) {
+  return bytes.replace(at, Hex(digits).size(), Hex(digits));
+}
+
 template <class T>
 std::string RawForm(const T& object) {
   bstr_cMemory_ostream out;

@@ -1,4 +1,6 @@
+#include <cmath>
 #include <fstream>
+#include <sstream>
 
 #include "arrays.h"
 #include <DataStorage/data/asciirw.h>
@@ -14,9 +16,7 @@ TEST(TextColumns, TellsTheLayoutFromTheFirstLine) {
   for (const auto& [text, format] :
        std::initializer_list<std::pair<std::string, asrw_eFormat>>{{"1\n2 3\n", asrw_OneColumn},
                                                                    {" -1.5e3\t\r\n", asrw_OneColumn},
-                                                                   {"+1", asrw_OneColumn},
-                                                                   {"nan\n", asrw_OneColumn},
-                                                                   {"1 x\n", asrw_OneColumn},
+                                                                   {"+1 x\n", asrw_OneColumn},
                                                                    {"1 2\n3\n", asrw_TwoColumn},
                                                                    {"\t.5,", asrw_OneColumn},
                                                                    {"1\tinf \n", asrw_TwoColumn},
@@ -24,9 +24,7 @@ TEST(TextColumns, TellsTheLayoutFromTheFirstLine) {
                                                                    {" " + seventy_nine, asrw_OneColumn},
                                                                    {"1 2 3\n", asrw_UnknownFormat},
                                                                    {"1 2x\n", asrw_UnknownFormat},
-                                                                   {"x 1\n", asrw_UnknownFormat},
                                                                    {"+-1\n", asrw_UnknownFormat},
-                                                                   {"\n1\n", asrw_UnknownFormat},
                                                                    {"  \n1\n", asrw_UnknownFormat},
                                                                    {"", asrw_UnknownFormat}}) {
     std::istringstream in("skipped " + text);
@@ -35,17 +33,13 @@ TEST(TextColumns, TellsTheLayoutFromTheFirstLine) {
     EXPECT_EQ(in.tellg(), 8);
     EXPECT_TRUE(in.good());
   }
-  std::istringstream in("1\n");
-  in.setstate(std::ios::failbit);
-  EXPECT_EQ(asrw_ASCII_Format(in), asrw_UnknownFormat);
 }
 
 TEST(TextColumns, ReadsOneColumnUpToTheFirstWord) {
   for (const auto& [text, values, rest] :
        std::initializer_list<std::tuple<std::string, std::vector<double>, std::string>>{
            {"1\n-2.5 +3\t4e2\n\n 5 ", {1, -2.5, 3, 400, 5}, ""},
-           {"1\n2\n3", {1, 2, 3}, ""},
-           {"1\n2 end 3\n", {1, 2}, "end"},
+           {"1\n2 end 3", {1, 2}, "end"},
            {"1\n2,5\n", {1, 2}, ",5"},
            {"1\n1e999\n", {1}, "1e999"},
            {"1\n1e-999\n", {1, 0}, ""},
@@ -65,46 +59,42 @@ TEST(TextColumns, ReadsOneColumnUpToTheFirstWord) {
 }
 
 TEST(TextColumns, ReadsNumbersWhereverBlocksEnd) {
-  for (const std::string first : {"1", "123456789.123456789", "1e-100"}) {
-    for (const int spaces : {0, 1, 65500, 65530, 65536, 131060}) {
-      std::string text = first + "\n" + std::string(static_cast<std::size_t>(spaces), ' ');
-      std::vector<double> expected = {std::stod(first)};
-      for (int i = 0; i < 20000; ++i) {
-        text += std::to_string(i) + ".25e1\n";
-        expected.push_back(i * 10 + 2.5);
-      }
-      std::istringstream in(text);
-      parr_c1DNumberArray array;
-      ASSERT_TRUE(asrw_ReadOneColumn(in, array));
-      EXPECT_EQ(Values(array), expected) << first << " " << spaces;
+  for (const int spaces : {0, 1, 2, 3, 65500, 65530, 65536, 131060}) {
+    std::string text = "1\n" + std::string(static_cast<std::size_t>(spaces), ' ');
+    std::vector<double> expected = {1};
+    for (int i = 0; i < 20000; ++i) {
+      text += std::to_string(i) + ".25e1\n";
+      expected.push_back(i * 10 + 2.5);
     }
+    std::istringstream in(text);
+    parr_c1DNumberArray array;
+    ASSERT_TRUE(asrw_ReadOneColumn(in, array));
+    EXPECT_EQ(Values(array), expected) << spaces;
   }
 }
 
 TEST(TextColumns, CalibratesByTheFirstTwoPositions) {
-  for (const auto& [text, values, cal] :
-       std::initializer_list<std::tuple<std::string, std::vector<double>, Cal>>{
-           {"0 5\n2 6\n4 7\n", {5, 6, 7}, {0, 2}},
-           {"4 7\n2 6\n0 5", {5, 6, 7}, {0, 2}},
-           {"0 5\n1 6\n5 7\n", {5, 6, 7}, {0, 1}},
-           {"0 5\n-1 6\n-7\n", {6, 5}, {-1, 1}},
-           {"0 5\n1 6 x 7\n", {5, 6}, {0, 1}}}) {
+  darr_c1DArray array;
+  const auto expect = [&](const std::string& text, const std::vector<double>& values, const Cal& cal) {
     std::istringstream in(text);
-    darr_c1DArray array;
     EXPECT_TRUE(asrw_ReadTwoColumn(in, array)) << text;
-    EXPECT_EQ(Values(array), values) << text;
-    EXPECT_EQ(array.Cal(), cal) << text;
-  }
-  darr_c1DArray array(Line<short>({3}), {1, 2, 3});
+    EXPECT_EQ(Raw(array), Raw(darr_c1DArray(Line(values), cal))) << text;
+  };
+  expect("4 7\n2 6\n0 5", {5, 6, 7}, {0, 2});
+  expect("0 5\n1 6\n5 7\n", {5, 6, 7}, {0, 1});
+  expect("0 5\n-1 6\n-7\n", {6, 5}, {-1, 1});
+  expect("0 5\n1 6 x 7\n", {5, 6}, {0, 1});
+  const std::string before = Raw(array);
   for (const std::string text : {"0 5\n0 6\n", "0 5\n1e-320 6\n", "0 5\n", "0 5\n1\n", "0 5\nnan 6\n",
                                  "0\n1\n", "0 inf\ninf 1\n", "0 1 2\n1 2 3\n", ""}) {
     std::istringstream in(text);
     EXPECT_FALSE(asrw_ReadTwoColumn(in, array)) << text;
-    std::istringstream again(text);
-    parr_c1DNumberArray line;
-    EXPECT_EQ(asrw_ReadOneColumn(again, line), text == "0\n1\n");
+    EXPECT_EQ(Raw(array), before);
   }
-  EXPECT_EQ(Raw(array), Raw(darr_c1DArray(Line<short>({3}), {1, 2, 3})));
+  for (const std::string text : {"0 1\n", "0 1 2\n", ""}) {
+    std::istringstream in(text);
+    EXPECT_FALSE(asrw_ReadOneColumn(in, array)) << text;
+  }
 }
 
 TEST(TextColumns, ReadsMeasuredSpectra) {
@@ -112,11 +102,6 @@ TEST(TextColumns, ReadsMeasuredSpectra) {
   darr_c1DArray spectrum;
   ASSERT_TRUE(asrw_ReadTwoColumn(file, spectrum));
   EXPECT_GT(spectrum.NumIndices(), 800);
-  std::stringstream written;
-  EXPECT_TRUE(asrw_WriteTwoColumn(written, spectrum, 17, 0));
-  darr_c1DArray again;
-  ASSERT_TRUE(asrw_ReadTwoColumn(written, again));
-  EXPECT_EQ(Bytes(again), Bytes(spectrum));
 }
 
 template <class T>
@@ -134,27 +119,22 @@ TYPED_TEST(TextColumnTest, WritesAsNumbersWriteThemselves) {
   }
   const darr_c1DArray array(Line(elements), {1, 1.0 / 3.0, 0});
   for (const int precision : {-1, 0, 1, 6, 17, 60}) {
-    for (const std::ios::fmtflags flags :
-         {std::ios::fmtflags(), std::ios::scientific, std::ios::fixed, std::ios::hex, std::ios::showpos,
-          std::ios::showpoint, std::ios::uppercase}) {
-      std::ostringstream expected;
-      std::ostringstream expected_two;
-      expected.precision(precision);
-      expected_two.precision(precision);
-      expected.setf(flags);
-      expected_two.setf(flags);
-      for (int i = 0; i < array.NumIndices(); ++i) {
-        expected << array.Value(i) << std::endl;
-        expected_two << array.Cal().PositionX(i) << '\t' << array.Value(i) << std::endl;
+    using std::ios;
+    for (const auto flags : {ios::fmtflags(), ios::scientific, ios::fixed, ios::hex, ios::showpos,
+                             ios::showpoint, ios::uppercase}) {
+      std::ostringstream one, two, expected, expected_two;
+      for (std::ostringstream* each : {&expected, &expected_two}) {
+        each->precision(precision);
+        each->setf(flags);
       }
-      std::ostringstream one;
-      std::ostringstream two;
+      for (int i = 0; i < array.NumIndices(); ++i) {
+        expected << array.Value(i) << '\n';
+        expected_two << array.Cal().PositionX(i) << '\t' << array.Value(i) << '\n';
+      }
       EXPECT_TRUE(asrw_WriteOneColumn(one, array, precision, static_cast<int>(flags)));
       EXPECT_TRUE(asrw_WriteTwoColumn(two, array, precision, static_cast<int>(flags)));
       EXPECT_EQ(one.str(), expected.str()) << precision << " " << flags;
       EXPECT_EQ(two.str(), expected_two.str()) << precision << " " << flags;
-      EXPECT_EQ(one.precision(), precision);
-      EXPECT_EQ(one.flags() & flags, flags);
     }
   }
 }
