@@ -98,27 +98,21 @@ TEST(DataArray, HasARawFormBehindItsCalibration) {
 
 TEST(DataArray, ReadsValuesAtPositions) {
   const darr_c1DArray line = Data({0, 10, 20, 30, 40}, {10, 2, 0});
-  struct Case {
-    double position, value;
-    darr_eInterpolation interpolation;
-    dtyp_eDataType type;
+  const auto expect = [&](double position, darr_eInterpolation how, const pnum_cNumber& expected) {
+    const pnum_cNumber value = line.Value(position, how);
+    EXPECT_EQ(value.Value(), expected.Value()) << position;
+    EXPECT_EQ(value.DataType(), expected.DataType()) << position;
   };
-  for (const Case& each :
-       std::initializer_list<Case>{{10, 0, darr_NoInterpolation, dtyp_SBin32},
-                                   {19.9, 40, darr_NoInterpolation, dtyp_SBin32},
-                                   {20, 40, darr_NoInterpolation, dtyp_SBin32},
-                                   {20.5, 0, darr_NoInterpolation, dtyp_SBin32},
-                                   {9.9, 0, darr_LinearInterpolation, dtyp_SBin32},
-                                   {11, 5, darr_LinearInterpolation, dtyp_Float64},
-                                   {12, 10, darr_LinearInterpolation, dtyp_SBin32},
-                                   {13, 15, darr_eInterpolation(2), dtyp_Float64},
-                                   {19, 40, darr_LinearInterpolation, dtyp_SBin32},
-                                   {infinity, 0, darr_NoInterpolation, dtyp_SBin32},
-                                   {not_a_number, 0, darr_LinearInterpolation, dtyp_SBin32}}) {
-    const pnum_cNumber value = line.Value(each.position, each.interpolation);
-    EXPECT_EQ(value.Value(), each.value) << each.position;
-    EXPECT_EQ(value.DataType(), each.type) << each.position;
+  for (const double outside : {9.9, 20.5, infinity, not_a_number}) {
+    expect(outside, darr_NoInterpolation, 0);
+    expect(outside, darr_LinearInterpolation, 0);
   }
+  expect(10, darr_NoInterpolation, 0);
+  expect(20, darr_NoInterpolation, 40);
+  expect(11, darr_LinearInterpolation, 5.0);
+  expect(12, darr_LinearInterpolation, 10);
+  expect(13, darr_eInterpolation(2), 15.0);
+  expect(19, darr_LinearInterpolation, 40);
   EXPECT_EQ(darr_c1DArray().Value(0.0).Value(), 0);
   EXPECT_EQ(darr_c2DArray().Value(0.0, 0.0).DataType(), dtyp_UBin8);
 

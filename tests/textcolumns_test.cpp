@@ -7,32 +7,23 @@
 
 namespace {
 
-using testing::ElementsAre;
+using namespace std::string_literals;
 
 using Cal = cal_c1DArrayCal;
 
 TEST(TextColumns, TellsTheLayoutFromTheFirstLine) {
-  const std::string seventy_nine = std::string(76, ' ') + "1 2";
-  for (const auto& [text, format] :
-       std::initializer_list<std::pair<std::string, asrw_eFormat>>{{"1\n2 3\n", asrw_OneColumn},
-                                                                   {" -1.5e3\t\r\n", asrw_OneColumn},
-                                                                   {"+1 x\n", asrw_OneColumn},
-                                                                   {"1 2\n3\n", asrw_TwoColumn},
-                                                                   {"\t.5,", asrw_OneColumn},
-                                                                   {"1\tinf \n", asrw_TwoColumn},
-                                                                   {seventy_nine + "3 4", asrw_TwoColumn},
-                                                                   {" " + seventy_nine, asrw_OneColumn},
-                                                                   {"1 2 3\n", asrw_UnknownFormat},
-                                                                   {"1 2x\n", asrw_UnknownFormat},
-                                                                   {"+-1\n", asrw_UnknownFormat},
-                                                                   {"  \n1\n", asrw_UnknownFormat},
-                                                                   {"", asrw_UnknownFormat}}) {
+  const auto expect = [](asrw_eFormat format, const std::string& text) {
     std::istringstream in("skipped " + text);
     in.ignore(8);
     EXPECT_EQ(asrw_ASCII_Format(in), format) << text;
-    EXPECT_EQ(in.tellg(), 8);
     EXPECT_TRUE(in.good());
-  }
+    EXPECT_EQ(in.tellg(), 8);
+  };
+  const std::string seventy_nine = std::string(76, ' ') + "1 2";
+  for (const auto& text : {"1\n2 3\n"s, " -1.5e3\t\r\n"s, "+1 x\n"s, "\t.5,"s, " " + seventy_nine})
+    expect(asrw_OneColumn, text);
+  for (const auto& text : {"1 2\n3\n"s, "1\tinf \n"s, seventy_nine + "3 4"}) expect(asrw_TwoColumn, text);
+  for (const auto& text : {"1 2 3\n", "1 2x\n", "+-1\n", "  \n1\n", ""}) expect(asrw_UnknownFormat, text);
 }
 
 TEST(TextColumns, ReadsOneColumnUpToTheFirstWord) {
