@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "commands.h"
@@ -14,7 +15,6 @@
 #include "input.h"
 #include "progress.h"
 #include "series.h"
-#include <DataStorage/data/darray1d.h>
 #include <DataStorage/interfaces/constants.h>
 #include <DataStorage/interfaces/expt.h>
 
@@ -61,20 +61,13 @@ TagOf TagsFor(const Series& series, const Options& options) {
   return [time](int) { return std::make_unique<dtsr_cDataTag>(time); };
 }
 
-void CheckForm(const InputForm& form) {
-  if (form.type && !bCanBeStored(*form.type)) {
-    Fail("elements of type {} cannot be read back from a series file", ElementName(*form.type));
-  }
-  if (form.offset && !std::isfinite(*form.offset)) Fail("the offset is not finite");
-  if (form.delta && !(std::isfinite(*form.delta) && *form.delta > 0)) Fail("the delta is not above 0");
-}
-
 /// All inputs, read and found good before the first of them is stored.
-std::vector<Input> ReadInputs(const Options& options) {
-  std::vector<Input> inputs;
+template <class Array>
+std::vector<Input<Array>> ReadInputs(const Options& options) {
+  std::vector<Input<Array>> inputs;
   Progress progress("reading", static_cast<std::int64_t>(options.inputs.size()));
   for (const std::string& path : options.inputs) {
-    inputs.push_back(ReadInput(path, options.form, [](const std::string& warning) {
+    inputs.push_back(ReadInput<Array>(path, options.form, [](const std::string& warning) {
       fmt::print(stderr, "dseries: warning: {}\n", warning);
     }));
     progress.Show(static_cast<std::int64_t>(inputs.size()));
@@ -82,19 +75,14 @@ std::vector<Input> ReadInputs(const Options& options) {
   return inputs;
 }
 
-void Append(Options options) {
-  if (!options.type.empty()) options.form.type = ElementType(options.type);
-  CheckForm(options.form);
-  if (const Header header = ReadHeader(options.file); header.data_type != darr_c1DArray::DataTypeID()) {
-    Fail("{} holds {}, not {}", options.file, DataTypeName(header.data_type),
-         DataTypeName(darr_c1DArray::DataTypeID()));
-  }
-  DataSeries<darr_c1DArray> series(options.file);
+template <class Array>
+void AppendInputs(const Options& options) {
+  DataSeries<Array> series(options.file);
   const TagOf tag_of = TagsFor(series, options);
 
-  const std::vector<Input> inputs = ReadInputs(options);
+  const std::vector<Input<Array>> inputs = ReadInputs<Array>(options);
   std::int64_t count = 0;
-  for (const Input& input : inputs) count += input.count;
+  for (const Input<Array>& input : inputs) count += input.count;
   if (const int room = series.Size() - series.NextWriteIndex(); count > room) {
     if (room == 0) Fail("{} is full: all of its {} slots are filled", options.file, series.Size());
     Fail("{} has room for {}, and {} given", options.file, Count(room, "more datum", "more data"),
@@ -104,7 +92,7 @@ void Append(Options options) {
   std::int64_t done = 0;
   Progress progress("appending", count);
   try {
-    for (const Input& input : inputs) {
+    for (const Input<Array>& input : inputs) {
       for (int i = 0; i < input.count; ++i) {
         series.Append(input.datum(i), *tag_of(series.NextWriteIndex()));
         progress.Show(++done);
@@ -117,6 +105,14 @@ void Append(Options options) {
              series.NextWriteIndex(), series.Size());
 }
 
+void Append(Options options) {
+  if (!options.type.empty()) options.form.type = ElementType(options.type);
+  VisitDataType(ReadHeader(options.file).data_type, [&]<class Array>(std::type_identity<Array>) {
+    CheckForm(options.form, std::is_same_v<Array, darr_c2DArray> ? 2 : 1);
+    AppendInputs<Array>(options);
+  });
+}
+
 }  // namespace
 
 void AddAppend(CLI::App& program) {
@@ -126,8 +122,9 @@ void AddAppend(CLI::App& program) {
   command.add_option("FILE", options->file, "The series file")->required();
   command
       .add_option("INPUT", options->inputs,
-                  "Texts with one number a line (values) or two (position and value), "
-                  "or raw files; - is standard input")
+                  "Texts with one number a line (values) or two (position and value); for series of 2D data "
+                  "grey pictures (PGM, 8-bit BMP) and raw 2D arrays (.darr); or raw numbers. - is standard "
+                  "input")
       ->required();
   command
       .add_option("--time", options->time,
@@ -144,9 +141,12 @@ void AddAppend(CLI::App& program) {
                 "first two dimensions")
       ->excludes(at);
   CLI::Option* raw = command
-                         .add_option("--raw", form.raw_elements,
-                                     "The inputs are raw little-endian numbers, N of them for each datum")
-                         ->type_name("N")
+                         .add_option("--raw", form.raw,
+                                     "The inputs are raw little-endian numbers, so many for each datum; of "
+                                     "2D data the bottom row first")
+                         ->type_name("NX[,NY]")
+                         ->delimiter(',')
+                         ->allow_extra_args(false)
                          ->check(CLI::PositiveNumber);
   command
       .add_flag("--interleaved", form.interleaved,
@@ -155,18 +155,18 @@ void AddAppend(CLI::App& program) {
       ->needs(raw);
   command
       .add_option("--type", options->type,
-                  "Element type: of raw inputs (default float32); texts are converted "
-                  "to it (default float64)")
+                  "Element type: of raw inputs (default float32); texts (default float64) "
+                  "and pictures (default ubin8) are converted to it")
       ->type_name("TYPE")
       ->check(CLI::IsMember(ElementNames()));
-  command
-      .add_option("--offset", form.offset, "Position of the first element, where the input has no positions")
-      ->type_name("X");
-  command.add_option("--delta", form.delta, "Distance of the elements, likewise")->type_name("D");
+  AddCalibration(command, form);
   command.footer(
       "Example: two spectra, then a raster of raw data with 12 numbers for each place\n"
       "  dseries append spectra.dseries first.dat second.dat --time 2024-02-29T12:00\n"
-      "  dseries append sst.dseries sst.f32 --raw 12 --interleaved --tag-position");
+      "  dseries append sst.dseries sst.f32 --raw 12 --interleaved --tag-position\n"
+      "Pictures, and the same raw data as 12 maps, into series of 2D data\n"
+      "  dseries append cells.dseries cell.pgm --offset 0,0 --delta 0.1,0.1\n"
+      "  dseries append months.dseries sst.f32 --raw 180,90 --offset 21,-89 --delta 2,2");
   command.callback([options] { Append(*options); });
 }
 

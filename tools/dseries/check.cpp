@@ -8,8 +8,6 @@
 #include "format.h"
 #include "header.h"
 #include "series.h"
-#include <DataStorage/data/darray1d.h>
-#include <DataStorage/data/darray2d.h>
 #include <DataStorage/interfaces/bstr.h>
 #include <DataStorage/interfaces/expt.h>
 #include <DataStorage/series/dimension.h>
@@ -19,9 +17,8 @@ namespace dseries {
 namespace {
 
 bool bReadsDatum(bstr_cBinary_istream& in, std::uint32_t data_type) {
-  return bReads([&]() -> bool {
-    if (data_type == darr_c2DArray::DataTypeID()) return darr_c2DArray().Read(in);
-    return darr_c1DArray().Read(in);
+  return VisitDataType(data_type, [&in]<class Array>(std::type_identity<Array>) {
+    return bReads([&in]() -> bool { return Array().Read(in); });
   });
 }
 

@@ -14,6 +14,9 @@ void AddList(CLI::App& program);
 void AddGet(CLI::App& program);
 void AddFind(CLI::App& program);
 void AddVerify(CLI::App& program);
+void AddMap(CLI::App& program);
+void AddImage(CLI::App& program);
+void AddConvert(CLI::App& program);
 void AddRepair(CLI::App& program);
 
 }  // namespace dseries

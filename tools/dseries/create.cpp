@@ -1,41 +1,32 @@
-#include <filesystem>
-#include <fmt/format.h>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "commands.h"
 #include "dimensions.h"
-#include "failure.h"
-#include "newfile.h"
+#include "files.h"
 #include "series.h"
-#include <DataStorage/data/darray1d.h>
 
 namespace dseries {
 
 namespace {
 
-namespace fs = std::filesystem;
-
 struct Options {
   std::string file;
   std::vector<std::string> dimensions;
+  bool images = false;
   bool force = false;
 };
 
 void Create(const Options& options) {
   const dtsr_cDimensionArray dimensions = ParseDimensions(options.dimensions);
-  if (fs::is_directory(options.file)) Fail("{} is a folder", options.file);
-  const bool replace = bExists(options.file);
-  if (replace && !options.force) Fail("{} exists already; --force replaces it", options.file);
-
-  // What is replaced stays until its successor is complete.
-  const std::string path = replace ? options.file + ".new" : options.file;
-  if (replace && bExists(path)) Fail("{} is in the way; remove it first", path);
-  Unfinished file(path);
-  { const DataSeries<darr_c1DArray> series(path, dimensions); }
-  if (replace) fs::rename(path, options.file);
-  file.Finished();
+  NewFile file(options.file, options.force);
+  VisitDataType(options.images ? darr_c2DArray::DataTypeID() : darr_c1DArray::DataTypeID(),
+                [&]<class Array>(std::type_identity<Array>) {
+                  const DataSeries<Array> series(file.Path(), dimensions);
+                });
+  file.Finish();
 }
 
 }  // namespace
@@ -52,11 +43,14 @@ void AddCreate(CLI::App& program) {
       ->type_name("NAME,UNITS,SIZE,OFFSET,DELTA[,reverse]")
       ->required()
       ->allow_extra_args(false);
+  command.add_flag("--images", options->images, "For 2D data (pictures and the like) instead of 1D data");
   command.add_flag("-f,--force", options->force, "Replace a file that exists");
   command.footer(
       "Example: a raster of 180 x 90 places\n"
       "  dseries create sst.dseries --dim longitude,degrees_east,180,21,2 \\\n"
-      "                             --dim latitude,degrees_north,90,-89,2");
+      "                             --dim latitude,degrees_north,90,-89,2\n"
+      "12 pictures, one of each month\n"
+      "  dseries create months.dseries --images --dim month,,12,0,1");
   command.callback([options] { Create(*options); });
 }
 

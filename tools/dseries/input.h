@@ -1,35 +1,51 @@
 #pragma once
 
+#include <CLI/CLI.hpp>
+#include <cstddef>
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <DataStorage/data/darray1d.h>
+#include <DataStorage/data/darray2d.h>
 
 namespace dseries {
 
 /// Data that were read from outside and can be stored: `datum(0)` to `datum(count - 1)`.
+template <class Array>
 struct Input {
   int count = 0;
-  std::function<darr_c1DArray(int)> datum;
+  std::function<Array(int)> datum;
 };
 
 using Warn = std::function<void(const std::string&)>;
 
-/// How the elements of an input are to be understood.
+/// How the elements of an input are to be understood. The members with a number for each axis are empty when
+/// they were not given.
 struct InputForm {
-  std::optional<dtyp_cDataType> type;  ///< of the elements; default float64 from text, float32 from raw bytes
-  std::optional<double> offset;        ///< position of the first element, where the input does not tell it
-  std::optional<double> delta;         ///< distance of the elements, likewise
-  int raw_elements = 0;                ///< elements of a datum in raw bytes; 0: the input is text
+  std::optional<dtyp_cDataType> type;  ///< of the elements; default: as they come, float64 from text, float32
+                                       ///< from raw bytes
+  std::vector<double> offset;          ///< position of the first element, where the input does not tell it
+  std::vector<double> delta;           ///< distance of the elements, likewise
+  std::vector<int> raw;                ///< extents of a datum in raw bytes; empty: the input is a text, a
+                                       ///< picture or the raw form of a 2D array
   bool interleaved = false;  ///< raw: first element 0 of all data, then element 1 of all of them, and so on
 };
 
-/// Whether series files give back what was stored in this type.
-bool bCanBeStored(dtyp_cDataType type);
+/// The options for offset and delta.
+void AddCalibration(CLI::App& command, InputForm& form);
+/// Throws Failure when the form makes no sense for data of so many axes, or cannot be stored.
+void CheckForm(const InputForm& form, std::size_t axes);
+/// Throws Failure when series files do not give back what was stored in this type.
+void CheckStorable(dtyp_cDataType type);
 
 /// Reads one file, or standard input for "-". Throws Failure when it does not have that form. Where text
 /// leaves its even grid of positions, `warn` is given a sentence about it.
-Input ReadInput(const std::string& path, const InputForm& form, const Warn& warn);
+template <class Array>
+Input<Array> ReadInput(const std::string& path, const InputForm& form, const Warn& warn);
+
+/// Reads a picture or the raw form of a 2D data array.
+darr_c2DArray ReadPlane(const std::string& path, const InputForm& form);
 
 }  // namespace dseries

@@ -25,7 +25,8 @@ int Run(int argc, char** argv) {
   program.require_subcommand(0, 1);
   program.footer("'dseries COMMAND --help' explains a command and shows an example of it.");
   for (const auto add : {dseries::AddCreate, dseries::AddAppend, dseries::AddInfo, dseries::AddList,
-                         dseries::AddGet, dseries::AddFind, dseries::AddVerify, dseries::AddRepair}) {
+                         dseries::AddGet, dseries::AddFind, dseries::AddMap, dseries::AddImage,
+                         dseries::AddConvert, dseries::AddVerify, dseries::AddRepair}) {
     add(program);
   }
   try {

@@ -219,11 +219,8 @@ void AddRepair(CLI::App& program) {
   command.callback([=] {
     bstr_cBinary_fstream damaged = OpenToRead(*file);
     const Header header = ReadHeader(damaged);
-    if (header.data_type == darr_c2DArray::DataTypeID()) {
-      Repair<darr_c2DArray>(damaged, header, *output);
-    } else {
-      Repair<darr_c1DArray>(damaged, header, *output);
-    }
+    VisitDataType(header.data_type,
+                  [&]<class Array>(std::type_identity<Array>) { Repair<Array>(damaged, header, *output); });
   });
 }
 

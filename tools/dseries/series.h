@@ -3,8 +3,11 @@
 #include <memory>
 #include <new>
 #include <string>
+#include <type_traits>
 
 #include "failure.h"
+#include <DataStorage/data/darray1d.h>
+#include <DataStorage/data/darray2d.h>
 #include <DataStorage/interfaces/bstr.h>
 #include <DataStorage/interfaces/expt.h>
 #include <DataStorage/series/datatag.h>
@@ -77,5 +80,13 @@ class DataSeries : public Series {
     Fail("datum {} of {} cannot be read", i, FilePath().CString());
   }
 };
+
+/// Chooses code by what the data of a series are: calls `f` with std::type_identity of their class.
+/// `data_type` is one of those that ReadHeader lets pass.
+template <class F>
+auto VisitDataType(unsigned int data_type, F&& f) {
+  if (data_type == darr_c2DArray::DataTypeID()) return f(std::type_identity<darr_c2DArray>());
+  return f(std::type_identity<darr_c1DArray>());
+}
 
 }  // namespace dseries

@@ -1,7 +1,10 @@
 #include "show.h"
 
+#include <algorithm>
+#include <cmath>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
+#include <limits>
 #include <nlohmann/json.hpp>
 
 #include "dimensions.h"
@@ -22,6 +25,40 @@ std::vector<Table::Align> Columns(const Series& series, unsigned int tag_type) {
   columns.push_back(Table::Left);
   if (tag_type == obty_2DPositionType) columns.insert(columns.end(), {Table::Right, Table::Right});
   return columns;
+}
+
+std::string AxisText(const cal_cArrayCal& cal, int n) {
+  return fmt::format("from {} to {} in steps of {}", NumberText(cal.Position(0)),
+                     NumberText(cal.Position(n - 1)), NumberText(cal.Delta()));
+}
+
+template <class Array>
+std::string ElementsText(const Array& array) {
+  return Count(array.NumIndices(), "element", "elements") + " of type " + ElementName(array.DataType());
+}
+
+template <class Array>
+std::string ValuesText(const Array& array) {
+  Array doubles(array);
+  doubles.Convert(dtyp_Float64);
+  const auto* values = static_cast<const double*>(doubles.Data());
+  double low = std::numeric_limits<double>::infinity(), high = -low, sum = 0;
+  int numbers = 0;
+  for (int i = 0; i < array.NumIndices(); ++i) {
+    if (std::isnan(values[i])) continue;
+    low = std::min(low, values[i]);
+    high = std::max(high, values[i]);
+    sum += values[i];
+    ++numbers;
+  }
+  if (numbers == 0) return "none that are numbers";
+  const int digits = DisplayDigits(array.DataType());
+  std::string text = fmt::format("{} to {}, mean {}", NumberText(low, digits), NumberText(high, digits),
+                                 NumberText(sum / numbers, digits));
+  if (const int others = array.NumIndices() - numbers; others > 0) {
+    text += fmt::format(", {} not a number", others);
+  }
+  return text;
 }
 
 }  // namespace
@@ -65,6 +102,24 @@ nlohmann::ordered_json DatumAsJson(const Series& series, int i) {
 const dtsr_c2DPosition* PositionOf(const dtsr_cDataTag& tag) {
   return dynamic_cast<const dtsr_c2DPosition*>(&tag);
 }
+
+void AddArray(Table& table, const darr_c1DArray& array) {
+  const int n = array.NumIndices();
+  table.Row({"data", ElementsText(array) + (n == 0 ? "" : ", " + AxisText(array.Cal().AxisX(), n))});
+  table.Row({"values", ValuesText(array)});
+}
+
+void AddArray(Table& table, const darr_c2DArray& array) {
+  const int nx = array.NumIndicesX(), ny = array.NumIndicesY();
+  table.Row({"data", fmt::format("{} x {} = {}", nx, ny, ElementsText(array))});
+  if (array.NumIndices() > 0) {
+    table.Row({"x", AxisText(array.Cal().AxisX(), nx)});
+    table.Row({"y", AxisText(array.Cal().AxisY(), ny)});
+  }
+  table.Row({"values", ValuesText(array)});
+}
+
+int DisplayDigits(dtyp_cDataType type) { return type == dtyp_Float32 ? 7 : 10; }
 
 void Print(const nlohmann::ordered_json& json) {
   fmt::print("{}\n", json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace));

@@ -6,6 +6,8 @@
 
 #include "format.h"
 #include "series.h"
+#include <DataStorage/data/darray1d.h>
+#include <DataStorage/data/darray2d.h>
 
 // How a datum is shown: where it lies in the series, when and where it was taken.
 
@@ -28,6 +30,12 @@ nlohmann::ordered_json DatumAsJson(const Series& series, int i);
 
 /// The position in a tag; null where it has none.
 const dtsr_c2DPosition* PositionOf(const dtsr_cDataTag& tag);
+
+/// Adds what there is to tell of the elements: how many, where they lie, and their values.
+void AddArray(Table& table, const darr_c1DArray& array);
+void AddArray(Table& table, const darr_c2DArray& array);
+/// Digits that mean something in a value of this type.
+int DisplayDigits(dtyp_cDataType type);
 
 /// Writes JSON to standard output; bytes that are no UTF-8 are replaced.
 void Print(const nlohmann::ordered_json& json);

@@ -1,0 +1,83 @@
+#include <filesystem>
+#include <fmt/format.h>
+#include <memory>
+#include <string>
+
+#include "commands.h"
+#include "failure.h"
+#include "files.h"
+#include "format.h"
+#include "header.h"
+#include "input.h"
+#include "progress.h"
+#include "series.h"
+#include <DataStorage/data/convert.h>
+
+namespace dseries {
+
+namespace {
+
+struct Options {
+  std::string file;
+  std::string output;
+  std::string type;
+  bool force = false;
+};
+
+template <class Array>
+int CopyConverted(const Options& options, const std::string& path, dtyp_cDataType type) {
+  DataSeries<Array> from(options.file, bstr_OpenReadOnly);
+  DataSeries<Array> to(path, from.DimensionArray());
+  const int filled = from.NextWriteIndex();
+  Progress progress("converting", filled);
+  for (int i = 0; i < filled; ++i) {
+    Array datum = from.Datum(i);
+    if (datum.DataType() != type) {
+      // By way of doubles, which hold every element: integers that narrow directly would keep their low bits.
+      datum = conv_Convert(conv_Convert(datum, dtyp_Float64, conv_Real), type, conv_Real);
+    }
+    to.Append(datum, *from.Tag(i));
+    progress.Show(i + 1);
+  }
+  return filled;
+}
+
+void Convert(const Options& options) {
+  const dtyp_cDataType type = ElementType(options.type);
+  CheckStorable(type);
+  const Header header = ReadHeader(options.file);
+  std::error_code ignored;
+  if (std::filesystem::equivalent(options.file, options.output, ignored)) {
+    Fail("{} is the series itself", options.output);
+  }
+  NewFile file(options.output, options.force);
+  const int count = VisitDataType(header.data_type, [&]<class Array>(std::type_identity<Array>) {
+    return CopyConverted<Array>(options, file.Path(), type);
+  });
+  file.Finish();
+  fmt::print("{}: {} of type {}\n", options.output, Count(count, "datum", "data"), options.type);
+}
+
+}  // namespace
+
+void AddConvert(CLI::App& program) {
+  auto options = std::make_shared<Options>();
+  CLI::App& command = *program.add_subcommand("convert", "Copy a series with its elements in another type");
+  command.add_option("FILE", options->file, "The series file")->required();
+  command.add_option("OUT", options->output, "The series file to make")->required();
+  command
+      .add_option("--type", options->type,
+                  "The new element type. Integers take the nearest whole number, the nearest one they have "
+                  "for values beyond them, and 0 for not-a-number")
+      ->type_name("TYPE")
+      ->required()
+      ->check(CLI::IsMember(ElementNames()));
+  command.add_flag("-f,--force", options->force, "Replace a file that exists");
+  command.footer(
+      "Dimensions, positions and tags stay.\n\n"
+      "Example:\n"
+      "  dseries convert sst.dseries sst16.dseries --type sbin16");
+  command.callback([options] { Convert(*options); });
+}
+
+}  // namespace dseries

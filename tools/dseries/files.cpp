@@ -1,0 +1,58 @@
+#include "files.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <fmt/format.h>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+
+#include "failure.h"
+#include "header.h"
+
+namespace dseries {
+
+namespace fs = std::filesystem;
+
+std::string ReadWhole(const std::string& path) {
+  std::string bytes;
+  if (path == "-") {
+    bytes.assign(std::istreambuf_iterator<char>(std::cin), {});
+  } else {
+    bstr_cBinary_fstream file = OpenToRead(path);
+    bytes.resize(static_cast<std::size_t>(file.Input().Size()));
+    if (!file.Input().Read(bytes.data(), static_cast<std::int64_t>(bytes.size()))) {
+      Fail("{} cannot be read", path);
+    }
+  }
+  return bytes;
+}
+
+void WriteWhole(const std::string& path, std::string_view bytes, const std::string& source) {
+  if (path == "-") {
+    fmt::print("{}", bytes);
+    return;
+  }
+  std::error_code ignored;
+  if (fs::equivalent(path, source, ignored)) Fail("{} is the input itself", path);
+  std::ofstream out(path, std::ios::binary);
+  if (!(out << bytes).flush()) Fail("{} cannot be written", path);
+}
+
+NewFile::NewFile(const std::string& path, bool replace)
+    : target_(path), path_(PathFor(path, replace)), unfinished_(path_) {}
+
+std::string NewFile::PathFor(const std::string& path, bool replace) {
+  if (fs::is_directory(path)) Fail("{} is a folder", path);
+  if (!bExists(path)) return path;
+  if (!replace) Fail("{} exists already; --force replaces it", path);
+  if (bExists(path + ".new")) Fail("{}.new is in the way; remove it first", path);
+  return path + ".new";
+}
+
+void NewFile::Finish() {
+  if (path_ != target_) fs::rename(path_, target_);
+  unfinished_.Finished();
+}
+
+}  // namespace dseries

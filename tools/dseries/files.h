@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "newfile.h"
+
+namespace dseries {
+
+/// All bytes of a file, or of standard input for "-".
+std::string ReadWhole(const std::string& path);
+
+/// Writes a file, or standard output for "-". Throws Failure when it is `source`, from which the bytes came.
+void WriteWhole(const std::string& path, std::string_view bytes, const std::string& source);
+
+/// A file that is being made. What it replaces stays until its successor is complete, and what was not
+/// finished is removed.
+class NewFile {
+ public:
+  /// Throws Failure when there is such a file and `replace` is false.
+  NewFile(const std::string& path, bool replace);
+
+  /// Where it is to be written.
+  const std::string& Path() const { return path_; }
+  /// It is complete, and closed.
+  void Finish();
+
+ private:
+  static std::string PathFor(const std::string& path, bool replace);
+
+  std::string target_;
+  std::string path_;
+  Unfinished unfinished_;
+};
+
+}  // namespace dseries

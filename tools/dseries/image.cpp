@@ -1,0 +1,66 @@
+#include <fmt/format.h>
+#include <memory>
+#include <string>
+
+#include "commands.h"
+#include "failure.h"
+#include "format.h"
+#include "input.h"
+#include "output.h"
+#include "plane.h"
+#include "show.h"
+
+namespace dseries {
+
+namespace {
+
+struct Options {
+  std::string input;
+  InputForm form;
+  std::string type;
+  PlaneView view;
+  Output output;
+};
+
+void Image(Options options) {
+  if (!options.type.empty()) options.form.type = ElementType(options.type);
+  CheckForm(options.form, 2);
+  const darr_c2DArray array = ReadPlane(options.input, options.form);
+  if (!options.output.path.empty() || !options.view.bNone()) {
+    return WritePlaneOrLine(array, options.view, options.output, options.input);
+  }
+  Table table({Table::Left, Table::Left});
+  AddArray(table, array);
+  fmt::print("{}\n{}", options.input, table.Text(2));
+}
+
+}  // namespace
+
+void AddImage(CLI::App& program) {
+  auto options = std::make_shared<Options>();
+  CLI::App& command =
+      *program.add_subcommand("image", "Read a picture, cut it, and write it in another form");
+  command
+      .add_option("INPUT", options->input,
+                  "A grey picture (PGM, 8-bit BMP) or a raw 2D array (.darr); 'get' does the same with a "
+                  "datum of a series, and 'append' stores pictures there")
+      ->required();
+  AddCalibration(command, options->form);
+  command.add_option("--type", options->type, "Element type; default: ubin8 from pictures")
+      ->type_name("TYPE")
+      ->check(CLI::IsMember(ElementNames()));
+  AddView(command, options->view);
+  AddOutput(command, options->output,
+            "A picture (.bmp, .pgm), a raw 2D array (.darr), or the text of a line; - is standard "
+            "output. Without it the input is described");
+  command.footer(
+      "Element 0,0 is the bottom left one. What is cut, rescaled or a line is taken in\n"
+      "this order.\n\n"
+      "Example: a micrograph of 0.1 um a pixel, a region of it, and a line across it\n"
+      "  dseries image cell.pgm --offset 0,0 --delta 0.1,0.1 -o cell.darr\n"
+      "  dseries image cell.darr --region 10,20,30,40 -o nucleus.bmp\n"
+      "  dseries image cell.darr --row-at 30 -o profile.txt");
+  command.callback([options] { Image(*options); });
+}
+
+}  // namespace dseries

@@ -1,0 +1,107 @@
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <fmt/format.h>
+#include <limits>
+#include <memory>
+#include <string>
+
+#include "commands.h"
+#include "failure.h"
+#include "format.h"
+#include "header.h"
+#include "plane.h"
+#include "progress.h"
+#include "series.h"
+#include <DataStorage/data/darray1d.h>
+#include <DataStorage/data/darray2d.h>
+
+namespace dseries {
+
+namespace {
+
+constexpr double no_value = std::numeric_limits<double>::quiet_NaN();
+
+struct Options {
+  std::string file;
+  double from = no_value;
+  double to = no_value;
+  std::string output;
+  PlaneView view;
+};
+
+/// The sum of the elements whose cells the range touches; not-a-number when there are none.
+double Sum(const darr_c1DArray& array, const rnge_c1DRange& range) {
+  const rnge_c1DIndexRange cells(range, array.Cal(), rnge_IndexOuter);
+  const int first = std::max(cells.StartIndexX(), 0);
+  const int end = std::min(cells.EndIndexX(), array.NumIndices());
+  if (first >= end) return no_value;
+  double sum = 0;
+  for (int i = first; i < end; ++i) sum += array.Value(i).Value();
+  return sum;
+}
+
+void Map(const Options& options) {
+  CheckPlaneName(options.output);
+  if (const Header header = ReadHeader(options.file); header.data_type != darr_c1DArray::DataTypeID()) {
+    Fail("{} holds {}; a map is made of {}", options.file, DataTypeName(header.data_type),
+         DataTypeName(darr_c1DArray::DataTypeID()));
+  }
+  DataSeries<darr_c1DArray> series(options.file, bstr_OpenReadOnly);
+  const dtsr_cDimensionArray& dimensions = series.DimensionArray();
+  if (dimensions.NumberDimensions() != 2) {
+    Fail("a map needs a series over 2 dimensions, and {} has {}", options.file,
+         dimensions.NumberDimensions());
+  }
+  const int nx = dimensions.Dimension(0).Size(), ny = dimensions.Dimension(1).Size();
+  arr_c2DNumberArray<double> sums(nx, ny, nullptr, no_value, true);
+  const int filled = series.NextWriteIndex();
+  bool found = false;
+  {
+    Progress progress("mapping", filled);
+    for (int i = 0; i < filled; ++i) {
+      const darr_c1DArray datum = series.Datum(i);
+      const rnge_c1DRange whole = datum.Range();
+      const double from = std::isnan(options.from) ? whole.StartX() : options.from;
+      const double to = std::isnan(options.to) ? whole.EndX() : options.to;
+      found = found || rnge_c1DRange(from, to).Intersects(whole);
+      const arr_cC_Array<int> place = dimensions.IndexPosition(i);
+      sums.SetValue(Sum(datum, rnge_c1DRange(from, to)), place[0], place[1]);
+      progress.Show(i + 1);
+    }
+  }
+  if (!found) Fail("no datum of {} has elements in this range", options.file);
+  const cal_c2DArrayCal cal(dimensions.Dimension(0).Calibration().AxisX(),
+                            dimensions.Dimension(1).Calibration().AxisX());
+  WritePlane(options.output, darr_c2DArray(sums, cal), options.view, options.file);
+}
+
+}  // namespace
+
+void AddMap(CLI::App& program) {
+  auto options = std::make_shared<Options>();
+  CLI::App& command = *program.add_subcommand("map", "Draw each datum of a raster as one pixel");
+  command.add_option("FILE", options->file, "A series of 1D data over two dimensions")->required();
+  command
+      .add_option("--from", options->from,
+                  "Sum the elements from this position on; default: from the first one. An element reaches "
+                  "from its position up to the next one")
+      ->type_name("A");
+  command.add_option("--to", options->to, "Up to this position; the same as --from for one element alone")
+      ->type_name("B");
+  command
+      .add_option("-o,--output", options->output,
+                  "A picture (.bmp, .pgm), or the sums themselves as a raw 2D array (.darr)")
+      ->type_name("OUT")
+      ->required();
+  AddContrast(command, options->view);
+  command.footer(
+      "The first dimension runs to the right and the second one upwards. Places without\n"
+      "data, or with a not-a-number in the range, are black.\n\n"
+      "Example: the first of 12 months, then the whole year\n"
+      "  dseries map sst.dseries --from 0 --to 0 -o january.bmp\n"
+      "  dseries map sst.dseries --from 0 --to 12 -o year.bmp");
+  command.callback([options] { Map(*options); });
+}
+
+}  // namespace dseries

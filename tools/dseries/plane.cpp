@@ -1,0 +1,158 @@
+#include "plane.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <filesystem>
+#include <fmt/format.h>
+#include <string_view>
+
+#include "failure.h"
+#include "files.h"
+#include "format.h"
+#include "header.h"
+#include "picture.h"
+#include <DataStorage/data/rescl2.h>
+#include <DataStorage/interfaces/bstr.h>
+#include <DataStorage/interfaces/expt.h>
+
+namespace dseries {
+
+namespace {
+
+std::string Extension(const std::string& path) {
+  std::string extension = std::filesystem::path(path).extension().string();
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+  return extension;
+}
+
+std::string RangeText(const rnge_c1DRange& range) {
+  return fmt::format("{} to {}", NumberText(range.StartX()), NumberText(range.EndX()));
+}
+
+darr_c2DArray Rescaled(const darr_c2DArray& array, double dx, double dy) {
+  constexpr double most = 1 << 28;
+  if (!(std::isfinite(dx) && dx > 0 && std::isfinite(dy) && dy > 0)) {
+    Fail("the distances to rescale to are not above 0");
+  }
+  const rnge_c2DRange range = array.Range();
+  if (!((range.SizeX() / dx + 2) * (range.SizeY() / dy + 2) < most)) {
+    Fail("rescaled to {} x {} there would be too many elements", NumberText(dx), NumberText(dy));
+  }
+  return resc_Rescale(array, dx, dy);
+}
+
+/// The index of the cell, of `count`, in which a position lies.
+int CellAt(const cal_cArrayCal& cal, int count, double position, const char* axis) {
+  const int i = cal.Index(position);
+  if (i < 0 || i >= count) {
+    Fail("{} {} lies outside the data, which go from {} to {}", axis, NumberText(position),
+         NumberText(cal.Position(0)), NumberText(cal.Position(count)));
+  }
+  return i;
+}
+
+std::string DrawnText(const Contrast& contrast) {
+  if (std::isnan(contrast.dark)) return "no finite values";
+  return fmt::format("{} (dark) to {} (light), not-a-number black", NumberText(contrast.dark, 6),
+                     NumberText(contrast.light, 6));
+}
+
+}  // namespace
+
+void AddContrast(CLI::App& command, PlaneView& view) {
+  command
+      .add_option("--contrast", view.contrast,
+                  "Pictures: the values drawn darkest and lightest; default: the 1st and the 99th "
+                  "percentile of the values. Not-a-number is drawn black, all values lighter")
+      ->type_name("LOW,HIGH")
+      ->delimiter(',')
+      ->expected(2);
+}
+
+void AddView(CLI::App& command, PlaneView& view) {
+  command.add_option("--region", view.region, "Only what lies between two corners, in physical units")
+      ->type_name("X1,Y1,X2,Y2")
+      ->delimiter(',')
+      ->expected(4);
+  command
+      .add_option("--rescale", view.rescale,
+                  "New distances of the elements, in physical units; each takes the value that was there")
+      ->type_name("DX,DY")
+      ->delimiter(',')
+      ->expected(2);
+  CLI::Option* row =
+      command.add_option("--row-at", view.row, "Only the row at this position, as columns of text")
+          ->type_name("Y");
+  command.add_option("--column-at", view.column, "Only the column at this position, likewise")
+      ->type_name("X")
+      ->excludes(row);
+  AddContrast(command, view);
+}
+
+darr_c2DArray Cut(const darr_c2DArray& array, const PlaneView& view) {
+  darr_c2DArray cut(array);
+  if (const auto& r = view.region; !r.empty()) {
+    const rnge_c2DRange wanted(r[0], r[1], r[2], r[3]), covered = array.Range();
+    const rnge_c2DRange common = wanted & covered;
+    if (!wanted.Intersects(covered) || !(common.SizeX() > 0 && common.SizeY() > 0)) {
+      Fail("the region holds no data: they go from {} along X and {} along Y", RangeText(covered.RangeX()),
+           RangeText(covered.RangeY()));
+    }
+    cut = array.Selection(common, rnge_IndexOuter);
+  }
+  return view.rescale.empty() ? cut : Rescaled(cut, view.rescale[0], view.rescale[1]);
+}
+
+darr_c1DArray Line(const darr_c2DArray& array, const PlaneView& view) {
+  const cal_c2DArrayCal& cal = array.Cal();
+  if (view.row) return array.LineAtY(CellAt(cal.AxisY(), array.NumIndicesY(), *view.row, "Y"));
+  return array.LineAtX(CellAt(cal.AxisX(), array.NumIndicesX(), *view.column, "X"));
+}
+
+darr_c2DArray ReadRawPlane(const std::string& path) {
+  bstr_cBinary_fstream file = OpenToRead(path);
+  darr_c2DArray array;
+  try {
+    if (array.Read(file.Input()) && file.Input().Position() == file.Input().Size()) return array;
+  } catch (const arr_cSizeException&) {  // an extent is negative
+  }
+  Fail("{} is not the raw form of a 2D data array", path);
+}
+
+bool bRawPlane(const std::string& path) { return Extension(path) == ".darr"; }
+
+void CheckPlaneName(const std::string& path) {
+  const std::string extension = Extension(path);
+  if (extension != ".bmp" && extension != ".pgm" && extension != ".darr") {
+    Fail("2D data are written to .bmp, .pgm and .darr files, and {} is none", path);
+  }
+}
+
+void WritePlane(const std::string& path, const darr_c2DArray& array, const PlaneView& view,
+                const std::string& source) {
+  CheckPlaneName(path);
+  if (array.NumIndices() == 0) Fail("there are no elements to write to {}", path);
+  const std::string extents = fmt::format("{}: {} x {}", path, array.NumIndicesX(), array.NumIndicesY());
+  if (bRawPlane(path)) {
+    bstr_cMemory_ostream raw;
+    if (!array.Write(raw)) Fail("there is not enough memory");
+    WriteWhole(path, {static_cast<const char*>(raw.Data()), static_cast<std::size_t>(raw.Size())}, source);
+    fmt::print("{} elements of type {}\n", extents, ElementName(array.DataType()));
+    return;
+  }
+  const bool greys = array.DataType() == dtyp_UBin8 && view.contrast.empty();
+  Contrast contrast{0, 255};
+  if (!view.contrast.empty()) {
+    contrast = {view.contrast[0], view.contrast[1]};
+    if (!(contrast.light > contrast.dark)) Fail("the contrast must rise from its first to its second value");
+  } else if (!greys) {
+    contrast = ContrastOf(array);
+  }
+  const Picture picture = greys ? static_cast<Picture>(array) : Greys(array, contrast);
+  WriteWhole(path, Extension(path) == ".bmp" ? AsBmp(picture) : AsPgm(picture), source);
+  fmt::print("{} pixels, {}\n", extents, greys ? "the values as greys" : DrawnText(contrast));
+}
+
+}  // namespace dseries
