@@ -76,7 +76,7 @@ void AddConvert(CLI::App& program) {
   command.footer(
       "Dimensions, positions and tags stay.\n\n"
       "Example:\n"
-      "  dseries convert sst.dseries sst16.dseries --type sbin16");
+      "  dseries convert sst.dseries sst64.dseries --type float64");
   command.callback([options] { Convert(*options); });
 }
 

@@ -54,12 +54,12 @@ void AddImage(CLI::App& program) {
             "A picture (.bmp, .pgm), a raw 2D array (.darr), or the text of a line; - is standard "
             "output. Without it the input is described");
   command.footer(
-      "Element 0,0 is the bottom left one. What is cut, rescaled or a line is taken in\n"
-      "this order.\n\n"
+      "Element 0,0 is the bottom left one. A region is cut out first, then it is\n"
+      "rescaled, then a line of it is taken.\n\n"
       "Example: a micrograph of 0.1 um a pixel, a region of it, and a line across it\n"
       "  dseries image cell.pgm --offset 0,0 --delta 0.1,0.1 -o cell.darr\n"
-      "  dseries image cell.darr --region 10,20,30,40 -o nucleus.bmp\n"
-      "  dseries image cell.darr --row-at 30 -o profile.txt");
+      "  dseries image cell.darr --region 32,18,54,40 -o nucleus.bmp\n"
+      "  dseries image cell.darr --row-at 28.5 -o profile.txt");
   command.callback([options] { Image(*options); });
 }
 

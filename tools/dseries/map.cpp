@@ -30,14 +30,20 @@ struct Options {
   PlaneView view;
 };
 
-/// The sum of the elements whose cells the range touches; not-a-number when there are none.
-double Sum(const darr_c1DArray& array, const rnge_c1DRange& range) {
+/// The indices of the elements whose cells the range touches.
+rnge_c1DIndexRange Cells(const darr_c1DArray& array, double from, double to) {
+  const rnge_c1DRange whole = array.Range();
+  const rnge_c1DRange range(std::isnan(from) ? whole.StartX() : from, std::isnan(to) ? whole.EndX() : to);
   const rnge_c1DIndexRange cells(range, array.Cal(), rnge_IndexOuter);
-  const int first = std::max(cells.StartIndexX(), 0);
-  const int end = std::min(cells.EndIndexX(), array.NumIndices());
-  if (first >= end) return no_value;
+  const int start = std::clamp(cells.StartIndexX(), 0, array.NumIndices());
+  return {start, std::clamp(cells.EndIndexX(), start, array.NumIndices())};
+}
+
+/// Not-a-number for no elements.
+double Sum(const darr_c1DArray& array, const rnge_c1DIndexRange& cells) {
+  if (cells.NumIndicesX() == 0) return no_value;
   double sum = 0;
-  for (int i = first; i < end; ++i) sum += array.Value(i).Value();
+  for (int i = cells.StartIndexX(); i < cells.EndIndexX(); ++i) sum += array.Value(i).Value();
   return sum;
 }
 
@@ -61,12 +67,10 @@ void Map(const Options& options) {
     Progress progress("mapping", filled);
     for (int i = 0; i < filled; ++i) {
       const darr_c1DArray datum = series.Datum(i);
-      const rnge_c1DRange whole = datum.Range();
-      const double from = std::isnan(options.from) ? whole.StartX() : options.from;
-      const double to = std::isnan(options.to) ? whole.EndX() : options.to;
-      found = found || rnge_c1DRange(from, to).Intersects(whole);
+      const rnge_c1DIndexRange cells = Cells(datum, options.from, options.to);
+      found = found || cells.NumIndicesX() > 0;
       const arr_cC_Array<int> place = dimensions.IndexPosition(i);
-      sums.SetValue(Sum(datum, rnge_c1DRange(from, to)), place[0], place[1]);
+      sums.SetValue(Sum(datum, cells), place[0], place[1]);
       progress.Show(i + 1);
     }
   }
