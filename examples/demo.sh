@@ -69,8 +69,46 @@ by_position=$("$program" get "$folder/sst.dseries" --position 181,1 -o -)
 datum=$("$program" find "$folder/sst.dseries" --at 181,1 | awk 'END { print $1 }')
 [ "$by_position" = "$("$program" get "$folder/sst.dseries" "$datum" -o -)" ] || stop "position and tag lead to different data"
 
-say "Everything in both files fits together:"
+say "Its map of January: the element at position 0 of each datum becomes a pixel. North" \
+  "is up; land, where nothing was measured, is black."
+dseries map "$folder/sst.dseries" --from 0 --to 0 -o "$folder/january.bmp"
+
+say "3. Pictures over time: the same temperatures as twelve maps" \
+  "" \
+  "The same file, now as 2D arrays of 180 x 90 elements, the bottom row first. They" \
+  "are a series over one dimension, the month."
+dseries create --force --images "$folder/months.dseries" --dim month,,12,0,1
+dseries append "$folder/months.dseries" "$data/sea_surface_temperature.f32" --raw 180,90 --offset 21,-89 --delta 2,2
+dseries get "$folder/months.dseries" 0
+
+say "The North Atlantic in July, cut by its place on the earth and drawn with four pixels" \
+  "a degree each way:"
+dseries get "$folder/months.dseries" --position 6 --region 280,0,360,70 --rescale 0.25,0.25 \
+  -o "$folder/atlantic_july.bmp"
+
+say "The map of the raster and the map of the series are the same picture:"
+dseries get "$folder/months.dseries" 0 -o "$folder/january_again.bmp"
+cmp "$folder/january.bmp" "$folder/january_again.bmp" || stop "the two maps of January differ"
+
+say "4. A micrograph" \
+  "" \
+  "A living cell, here taken to be recorded with 0.1 µm a pixel. With this calibration" \
+  "it becomes an array whose elements have places in micrometres."
+dseries image "$data/phase_contrast_cell.pgm" --offset 0,0 --delta 0.1,0.1 -o "$folder/cell.darr"
+dseries image "$folder/cell.darr"
+
+say "The cell alone, and a line across it as columns of text, µm and grey:"
+dseries image "$folder/cell.darr" --region 32,17,54,40 -o "$folder/cell.bmp"
+dseries image "$folder/cell.darr" --row-at 28.5 -o "$folder/profile.txt"
+head -3 "$folder/profile.txt" | sed 's/^/    /'
+
+say "As a picture again it is, byte for byte, what the camera took:"
+dseries image "$folder/cell.darr" -o "$folder/cell.pgm"
+cmp "$folder/cell.pgm" "$data/phase_contrast_cell.pgm" || stop "the micrograph has changed"
+
+say "Everything in these files fits together:"
 dseries verify "$folder/spectra.dseries"
 dseries verify "$folder/sst.dseries"
+dseries verify "$folder/months.dseries"
 
 say "The results are in $folder."
