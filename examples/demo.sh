@@ -102,7 +102,7 @@ dseries image "$folder/cell.darr" --region 32,17,54,40 -o "$folder/cell.bmp"
 dseries image "$folder/cell.darr" --row-at 28.5 -o "$folder/profile.txt"
 head -3 "$folder/profile.txt" | sed 's/^/    /'
 
-say "As a picture again it is, byte for byte, what the camera took:"
+say "As a picture again it is, byte for byte, the picture that came in:"
 dseries image "$folder/cell.darr" -o "$folder/cell.pgm"
 cmp "$folder/cell.pgm" "$data/phase_contrast_cell.pgm" || stop "the micrograph has changed"
 
