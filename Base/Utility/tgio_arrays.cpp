@@ -1,12 +1,10 @@
 #include <algorithm>
-#include <bit>
 #include <charconv>
 #include <cstdint>
 #include <type_traits>
 
 #include <DataStorage/interfaces/arr.h>
-#include <DataStorage/interfaces/comp.h>
-#include <Utility/littleendian.h>
+#include <DataStorage/interfaces/littleendian.h>
 
 // The tagged-stream forms of number arrays. Binary: element code (1 byte), element count or, in two
 // dimensions, columns and rows (4 bytes each), the elements in storage order; little end first. ASCII, in one
@@ -16,18 +14,11 @@ namespace {
 
 using detail::LoadLittleEndian;
 using detail::StoreLittleEndian;
+using detail::SwapToLittleEndian;
 
-/// What an element consists of: complex elements of two numbers, all others of one.
+/// Of how many numbers an element consists: two for complex ones.
 template <class T>
-struct Parts {
-  using Number = T;
-};
-template <class T>
-struct Parts<comp_cComplex<T>> {
-  using Number = T;
-};
-template <class T>
-constexpr std::size_t NumParts = sizeof(T) / sizeof(typename Parts<T>::Number);
+constexpr std::size_t NumParts = sizeof(T) / detail::WordSize<T>;
 
 enum Family : std::uint8_t { Unsigned, Signed, Float, Complex, Truth };  // persistent
 
@@ -42,26 +33,16 @@ constexpr Family FamilyOf = std::is_same_v<T, type_cBoolean> ? Truth
 template <class T>
 constexpr std::uint8_t Code = 32 * FamilyOf<T> + sizeof(T);
 
-/// Makes the elements little-endian, or makes little-endian elements the host's own.
-template <class T>
-void SwapUnlessLittleEndian(T* elements, std::size_t n) noexcept {
-  if constexpr (std::endian::native != std::endian::little) {
-    constexpr std::size_t size = sizeof(typename Parts<T>::Number);
-    auto* bytes = reinterpret_cast<unsigned char*>(elements);
-    for (std::size_t i = 0; i < n * sizeof(T); i += size) std::reverse(bytes + i, bytes + i + size);
-  }
-}
-
 bool WriteCount(tgio_cBinary_ostream& out, int n) {
   char bytes[4];
-  StoreLittleEndian(bytes, static_cast<std::uint32_t>(n));
+  StoreLittleEndian(bytes, n);
   return out.WriteBytes(bytes, sizeof bytes);
 }
 
 bool ReadCount(tgio_cBinary_istream& in, int& n) {
   char bytes[4];
   if (!in.ReadBytes(bytes, sizeof bytes)) return false;
-  n = static_cast<int>(LoadLittleEndian<std::uint32_t>(bytes));
+  n = LoadLittleEndian<int>(bytes);
   return n >= 0 && n <= detail::LargestCount;
 }
 
@@ -78,18 +59,18 @@ bool ReadCode(tgio_cBinary_istream& in) {
 
 template <class Array, class T>
 bool WriteElements(tgio_cBinary_ostream& out, const Array& array, const T* elements) {
-  const auto n = static_cast<std::size_t>(array.NumIndices());
-  if constexpr (std::endian::native == std::endian::little) return out.WriteBytes(elements, n * sizeof(T));
+  const std::size_t bytes = static_cast<std::size_t>(array.NumIndices()) * sizeof(T);
+  if constexpr (detail::bLittleEndian<T>) return out.WriteBytes(elements, bytes);
   Array swapped(array);
   T* const target = swapped.WriteAccess();
-  SwapUnlessLittleEndian(target, n);
-  return out.WriteBytes(target, n * sizeof(T));
+  SwapToLittleEndian(target, array.NumIndices());
+  return out.WriteBytes(target, bytes);
 }
 
 template <class T>
 bool ReadElements(tgio_cBinary_istream& in, T* elements, std::size_t n) {
   if (!in.ReadBytes(elements, n * sizeof(T))) return false;
-  SwapUnlessLittleEndian(elements, n);
+  SwapToLittleEndian(elements, static_cast<std::int64_t>(n));
   if constexpr (FamilyOf<T> == Truth) {
     std::transform(elements, elements + n, elements, [](bool value) { return value; });  // 0 or 1 from now on
   }

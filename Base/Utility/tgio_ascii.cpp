@@ -156,25 +156,6 @@ bool TakeObject(std::string_view value, std::string& type, std::string_view& bod
 
 }  // namespace
 
-/// Runs `compose`; takes back what it appended to the buffer when it fails.
-template <class Compose>
-bool tgio_cASCII_ostream::Undoable(Inside inside, Compose compose) {
-  struct State {
-    tgio_cASCII_ostream& out;
-    const Inside inside;
-    const int depth;
-    const std::size_t start;
-    bool complete = false;
-    ~State() {
-      out.inside_ = inside;
-      out.depth_ = depth;
-      if (!complete) out.buffer_.resize(start);
-    }
-  } state{*this, inside_, depth_, buffer_.size()};
-  inside_ = inside;
-  return state.complete = compose();
-}
-
 template <class Compose>
 bool tgio_cASCII_ostream::WriteAtom(const str_cString& name, std::string_view kind, Inside inside,
                                     Compose compose) {
@@ -200,9 +181,11 @@ bool tgio_cASCII_ostream::AppendObject(const tgio_cTaggedStreamObject& object) {
   if (depth_ == tgio_MaxNesting) return false;
   AppendName(buffer_, object.ObjectType().Name());
   buffer_ += " {";
-  ++depth_;
-  if (!object.Write(*this)) return false;
-  StartLine(--depth_);
+  {
+    const detail::ScopedValue deeper(depth_, depth_ + 1);
+    if (!object.Write(*this)) return false;
+  }
+  StartLine(depth_);
   buffer_ += '}';
   return true;
 }
@@ -261,17 +244,6 @@ type_cBoolean tgio_cASCII_ostream::WriteWord(std::string_view word) {
   buffer_ += word;
   return true;
 }
-
-/// Brings the cursor back from the contents of an atom, however they are left.
-struct tgio_cASCII_istream::Restore {
-  explicit Restore(Cursor& current) : cursor(current), outer(current) {}
-  Restore(const Restore&) = delete;
-  Restore& operator=(const Restore&) = delete;
-  ~Restore() { cursor = outer; }
-
-  Cursor& cursor;
-  const Cursor outer;
-};
 
 /// Takes the first atom off `atoms`, or none when they have ended; false when what stands there is no atom.
 bool tgio_cASCII_istream::TakeAtom(std::string_view& atoms, Atom& atom) {
@@ -392,8 +364,7 @@ type_cBoolean tgio_cASCII_istream::Read(tgio_cTaggedStreamObject& object) {
     return false;
   }
   {
-    const Restore outer(cursor_);
-    cursor_ = {{}, body, {}, cursor_.depth + 1};
+    const detail::ScopedValue contents(cursor_, Cursor{{}, body, {}, cursor_.depth + 1});
     Next();
     if (!object.Read(*this)) return false;
   }
@@ -431,8 +402,7 @@ type_cBoolean tgio_cASCII_istream::Read(tgio_cStreamObject& object) {
   std::string_view body;
   if (!bCurrent(KindData) || Take(value).token != Token::Open || !TakeBody(value, body)) return false;
   {
-    const Restore outer(cursor_);
-    cursor_ = {{}, {}, body, cursor_.depth};
+    const detail::ScopedValue contents(cursor_, Cursor{{}, {}, body, cursor_.depth});
     if (!object.ReadStream(*this)) return false;
   }
   Next();

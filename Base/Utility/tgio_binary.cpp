@@ -1,12 +1,11 @@
 #include <algorithm>
-#include <bit>
 #include <cstdint>
 #include <istream>
 #include <limits>
 #include <ostream>
 
+#include <DataStorage/interfaces/littleendian.h>
 #include <DataStorage/interfaces/tgio.h>
-#include <Utility/littleendian.h>
 
 // Everything is an atom: tag (2 bytes), kind (1), length of the payload (8), payload; little end first. An
 // object's payload is its type (2 bytes) and its atoms. The outermost object is an atom with tag 0.
@@ -60,30 +59,19 @@ bool bWellFormed(std::string_view atoms, int depth) noexcept {
 
 }  // namespace
 
-/// Writes an atom whose payload `compose` appends to the buffer; takes all of it back when that fails.
+/// Writes an atom whose payload `compose` appends to the buffer.
 template <class Compose>
 bool tgio_cBinary_ostream::WriteAtom(unsigned short tag, unsigned char kind, Inside inside, Compose compose) {
-  struct Atom {
-    tgio_cBinary_ostream& out;
-    const Inside inside;
-    const int depth;
-    const std::size_t start;
-    bool complete = false;
-    ~Atom() {
-      out.inside_ = inside;
-      out.depth_ = depth;
-      if (!complete) out.buffer_.resize(start);
-    }
-  } atom{*this, inside_, depth_, buffer_.size()};
-
-  buffer_.append(HeaderSize, '\0');
-  inside_ = inside;
-  if (!compose()) return false;
-  char* header = buffer_.data() + atom.start;
-  StoreLittleEndian<std::uint16_t>(header, tag);
-  header[2] = static_cast<char>(kind);
-  StoreLittleEndian<std::uint64_t>(header + 3, buffer_.size() - atom.start - HeaderSize);
-  return atom.complete = true;
+  return Undoable(inside, [&] {
+    const std::size_t start = buffer_.size();
+    buffer_.append(HeaderSize, '\0');
+    if (!compose()) return false;
+    char* header = buffer_.data() + start;
+    StoreLittleEndian<std::uint16_t>(header, tag);
+    header[2] = static_cast<char>(kind);
+    StoreLittleEndian<std::uint64_t>(header + 3, buffer_.size() - start - HeaderSize);
+    return true;
+  });
 }
 
 template <class T>
@@ -100,10 +88,10 @@ bool tgio_cBinary_ostream::WriteNumber(unsigned short tag, unsigned char kind, T
 bool tgio_cBinary_ostream::WriteObject(const tgio_cTaggedStreamObject& object, unsigned short tag) {
   if (depth_ == tgio_MaxNesting) return false;
   return WriteAtom(tag, KindObject, Inside::Object, [&] {
-    ++depth_;
     char type[TypeSize];
     StoreLittleEndian<std::uint16_t>(type, object.ObjectType().Id());
     buffer_.append(type, sizeof type);
+    const detail::ScopedValue deeper(depth_, depth_ + 1);
     return object.Write(*this);
   });
 }
@@ -117,13 +105,13 @@ type_cBoolean tgio_cBinary_ostream::Write(const tgio_cTaggedStreamObject& object
 }
 
 type_cBoolean tgio_cBinary_ostream::Write(unsigned char value, unsigned short tag) {
-  return WriteNumber<std::uint8_t>(tag, KindByte, value);
+  return WriteNumber(tag, KindByte, value);
 }
 type_cBoolean tgio_cBinary_ostream::Write(int value, unsigned short tag) {
-  return WriteNumber(tag, KindInt, static_cast<std::uint32_t>(value));
+  return WriteNumber(tag, KindInt, value);
 }
 type_cBoolean tgio_cBinary_ostream::Write(double value, unsigned short tag) {
-  return WriteNumber(tag, KindDouble, std::bit_cast<std::uint64_t>(value));
+  return WriteNumber(tag, KindDouble, value);
 }
 type_cBoolean tgio_cBinary_ostream::Write(const str_cString& value, unsigned short tag) {
   if (inside_ != Inside::Object) return false;
@@ -145,17 +133,6 @@ type_cBoolean tgio_cBinary_ostream::WriteBytes(const void* bytes, std::size_t n)
   buffer_.append(static_cast<const char*>(bytes), n);
   return true;
 }
-
-/// Brings the cursor back from the contents of an atom, however they are left.
-struct tgio_cBinary_istream::Restore {
-  explicit Restore(Cursor& current) : cursor(current), outer(current) {}
-  Restore(const Restore&) = delete;
-  Restore& operator=(const Restore&) = delete;
-  ~Restore() { cursor = outer; }
-
-  Cursor& cursor;
-  const Cursor outer;
-};
 
 /// Makes the next whole object current. One that is damaged becomes an atom of no kind.
 bool tgio_cBinary_istream::Load() {
@@ -209,8 +186,7 @@ type_cBoolean tgio_cBinary_istream::Read(tgio_cTaggedStreamObject& object) {
     return false;
   }
   {
-    const Restore outer(cursor_);
-    cursor_ = {{}, payload.substr(TypeSize), {}, cursor_.depth + 1};
+    const detail::ScopedValue contents(cursor_, Cursor{{}, payload.substr(TypeSize), {}, cursor_.depth + 1});
     Next();
     if (!object.Read(*this)) return false;
   }
@@ -227,18 +203,8 @@ bool tgio_cBinary_istream::ReadNumber(unsigned char kind, T& value) {
 }
 
 type_cBoolean tgio_cBinary_istream::Read(unsigned char& value) { return ReadNumber(KindByte, value); }
-type_cBoolean tgio_cBinary_istream::Read(int& value) {
-  std::uint32_t bits;
-  if (!ReadNumber(KindInt, bits)) return false;
-  value = static_cast<int>(bits);
-  return true;
-}
-type_cBoolean tgio_cBinary_istream::Read(double& value) {
-  std::uint64_t bits;
-  if (!ReadNumber(KindDouble, bits)) return false;
-  value = std::bit_cast<double>(bits);
-  return true;
-}
+type_cBoolean tgio_cBinary_istream::Read(int& value) { return ReadNumber(KindInt, value); }
+type_cBoolean tgio_cBinary_istream::Read(double& value) { return ReadNumber(KindDouble, value); }
 type_cBoolean tgio_cBinary_istream::Read(str_cString& value) {
   if (!bCurrent(KindString) || cursor_.atom.payload.size() > std::numeric_limits<int>::max()) return false;
   value = str_cString(cursor_.atom.payload);
@@ -249,8 +215,7 @@ type_cBoolean tgio_cBinary_istream::Read(str_cString& value) {
 type_cBoolean tgio_cBinary_istream::Read(tgio_cStreamObject& object) {
   if (!bCurrent(KindStreamObject)) return false;
   {
-    const Restore outer(cursor_);
-    cursor_ = {{}, {}, cursor_.atom.payload, cursor_.depth};
+    const detail::ScopedValue contents(cursor_, Cursor{{}, {}, cursor_.atom.payload, cursor_.depth});
     if (!object.ReadStream(*this)) return false;
   }
   Next();

@@ -2,16 +2,13 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <memory>
-#include <type_traits>
 #include <vector>
 
-#include <DataStorage/interfaces/comp.h>
 #include <DataStorage/interfaces/export.h>
+#include <DataStorage/interfaces/littleendian.h>
 #include <DataStorage/interfaces/str.h>
 #include <DataStorage/interfaces/type.h>
 
@@ -148,26 +145,6 @@ class DATASTORAGE_EXPORT bstr_cBinary_fstream {
 
 // Numbers in raw streams: fixed widths, little-endian on every host.
 
-namespace detail {
-
-template <class T>
-inline constexpr std::size_t WordSize = sizeof(T);
-template <class T>
-inline constexpr std::size_t WordSize<comp_cComplex<T>> = sizeof(T);
-
-/// Turns `n` numbers from the host's byte order into little-endian, or back.
-template <class T>
-void SwapToLittleEndian(T* values, std::int64_t n) {
-  static_assert(std::is_trivially_copyable_v<T>);
-  if constexpr (std::endian::native == std::endian::big && WordSize<T> != 1) {
-    auto* bytes = reinterpret_cast<unsigned char*>(values);
-    auto* end = bytes + static_cast<std::size_t>(n) * sizeof(T);
-    for (; bytes != end; bytes += WordSize<T>) std::reverse(bytes, bytes + WordSize<T>);
-  }
-}
-
-}  // namespace detail
-
 /// Reads `n` numbers with one call of the stream.
 template <class T>
 type_cBoolean bstr_ReadNumbers(bstr_cBinary_istream& in, T* values, std::int64_t n) {
@@ -179,7 +156,7 @@ type_cBoolean bstr_ReadNumbers(bstr_cBinary_istream& in, T* values, std::int64_t
 /// Writes `n` numbers, with one call of the stream on little-endian hosts.
 template <class T>
 type_cBoolean bstr_WriteNumbers(bstr_cBinary_ostream& out, const T* values, std::int64_t n) {
-  if constexpr (std::endian::native == std::endian::little || detail::WordSize<T> == 1) {
+  if constexpr (detail::bLittleEndian<T>) {
     return out.Write(values, n * static_cast<std::int64_t>(sizeof(T)));
   } else {
     std::array<T, 512> block;
@@ -199,8 +176,7 @@ type_cBoolean bstr_WriteFields(bstr_cBinary_ostream& out, T... fields) {
   std::array<unsigned char, (sizeof(T) + ...)> bytes;
   unsigned char* target = bytes.data();
   const auto append = [&target](auto field) {
-    detail::SwapToLittleEndian(&field, 1);
-    std::memcpy(target, &field, sizeof(field));
+    detail::StoreLittleEndian(target, field);
     target += sizeof(field);
   };
   (append(fields), ...);
@@ -213,9 +189,8 @@ type_cBoolean bstr_ReadFields(bstr_cBinary_istream& in, T&... fields) {
   std::array<unsigned char, (sizeof(T) + ...)> bytes;
   if (!in.Read(bytes.data(), static_cast<std::int64_t>(bytes.size()))) return false;
   const unsigned char* source = bytes.data();
-  const auto take = [&source](auto& field) {
-    std::memcpy(&field, source, sizeof(field));
-    detail::SwapToLittleEndian(&field, 1);
+  const auto take = [&source]<class Field>(Field& field) {
+    field = detail::LoadLittleEndian<Field>(source);
     source += sizeof(field);
   };
   (take(fields), ...);

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include <DataStorage/interfaces/export.h>
+#include <DataStorage/interfaces/scopedvalue.h>
 #include <DataStorage/interfaces/str.h>
 #include <DataStorage/interfaces/type.h>
 
@@ -72,11 +73,40 @@ class DATASTORAGE_EXPORT tgio_cStreamObject {
   ~tgio_cStreamObject() = default;
 };
 
+namespace detail {
+
+/// What both kinds of output streams have in hand: the outermost object so far, and where in it they stand.
+class ObjectDraft {
+ protected:
+  enum class Inside : unsigned char { Nothing, Object, StreamObject };
+
+  /// Runs `compose` inside of what is told; takes back what it appended when it fails.
+  template <class Compose>
+  bool Undoable(Inside inside, Compose compose) {
+    const ScopedValue standing(inside_, inside);
+    struct Undo {
+      std::string& buffer;
+      const std::size_t start;
+      bool complete = false;
+      ~Undo() {
+        if (!complete) buffer.resize(start);
+      }
+    } undo{buffer_, buffer_.size()};
+    return undo.complete = compose();
+  }
+
+  std::string buffer_;
+  Inside inside_ = Inside::Nothing;
+  int depth_ = 0;  // objects that are open
+};
+
+}  // namespace detail
+
 /// Writes objects to a `std::ostream` (opened in binary mode), which must outlive this object. A whole object
 /// is composed in memory and handed over in one write: an object that could not be written leaves nothing in
 /// the stream. All operations return false on failure, and when they are used where they do not belong: atoms
 /// are written from an object's Write, bytes from a stream object's WriteStream.
-class DATASTORAGE_EXPORT tgio_cBinary_ostream {
+class DATASTORAGE_EXPORT tgio_cBinary_ostream : private detail::ObjectDraft {
  public:
   explicit tgio_cBinary_ostream(std::ostream& out) noexcept : out_(out) {}
   tgio_cBinary_ostream(const tgio_cBinary_ostream&) = delete;
@@ -99,7 +129,6 @@ class DATASTORAGE_EXPORT tgio_cBinary_ostream {
 
  private:
   friend class tgio_cStreamObject;
-  enum class Inside : unsigned char { Nothing, Object, StreamObject };
 
   template <class Compose>
   bool WriteAtom(unsigned short tag, unsigned char kind, Inside inside, Compose compose);
@@ -108,9 +137,6 @@ class DATASTORAGE_EXPORT tgio_cBinary_ostream {
   bool WriteObject(const tgio_cTaggedStreamObject& object, unsigned short tag);
 
   std::ostream& out_;
-  std::string buffer_;  // the outermost object so far
-  Inside inside_ = Inside::Nothing;
-  int depth_ = 0;  // objects that are open
 };
 
 /// Reads what tgio_cBinary_ostream wrote, from a `std::istream` (opened in binary mode; it need not be
@@ -164,7 +190,6 @@ class DATASTORAGE_EXPORT tgio_cBinary_istream {
     std::string_view bytes;  // what is left of a stream object
     int depth = 0;           // objects that are open
   };
-  struct Restore;
 
   bool Load();
   void Next();
@@ -179,7 +204,7 @@ class DATASTORAGE_EXPORT tgio_cBinary_istream {
 
 /// Writes objects as text, one atom a line; otherwise like tgio_cBinary_ostream. The text does not depend on
 /// any locale.
-class DATASTORAGE_EXPORT tgio_cASCII_ostream {
+class DATASTORAGE_EXPORT tgio_cASCII_ostream : private detail::ObjectDraft {
  public:
   explicit tgio_cASCII_ostream(std::ostream& out) noexcept : out_(out) {}
   tgio_cASCII_ostream(const tgio_cASCII_ostream&) = delete;
@@ -201,10 +226,6 @@ class DATASTORAGE_EXPORT tgio_cASCII_ostream {
   type_cBoolean WriteWord(std::string_view word);
 
  private:
-  enum class Inside : unsigned char { Nothing, Object, StreamObject };
-
-  template <class Compose>
-  bool Undoable(Inside inside, Compose compose);
   template <class Compose>
   bool WriteAtom(const str_cString& name, std::string_view kind, Inside inside, Compose compose);
   template <class T>
@@ -213,10 +234,7 @@ class DATASTORAGE_EXPORT tgio_cASCII_ostream {
   void StartLine(int indent);
 
   std::ostream& out_;
-  std::string buffer_;          // the outermost object so far
   std::size_t line_start_ = 0;  // of the last line in the buffer
-  Inside inside_ = Inside::Nothing;
-  int depth_ = 0;  // objects that are open
 };
 
 /// Reads what tgio_cASCII_ostream wrote; otherwise like tgio_cBinary_istream.
@@ -263,7 +281,6 @@ class DATASTORAGE_EXPORT tgio_cASCII_istream {
     std::string_view words;  // what is left of a stream object
     int depth = 0;           // objects that are open
   };
-  struct Restore;
 
   static bool TakeAtom(std::string_view& atoms, Atom& atom);
   static bool bWellFormed(std::string_view atoms, int depth);

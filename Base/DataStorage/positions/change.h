@@ -1,9 +1,9 @@
 #pragma once
 
 #include <exception>
-#include <utility>
 
 #include <DataStorage/interfaces/mesg.h>
+#include <DataStorage/interfaces/scopedvalue.h>
 
 /// How positions, ranges and lists of positions change: every change is offered to the receivers before it
 /// happens and announced afterwards, with one payload that holds the old object, the proposal and the flag
@@ -14,20 +14,6 @@ namespace detail {
 struct ChangeMessages {
   unsigned long changing;
   unsigned long changed;
-};
-
-/// Gives a variable another value until the end of the scope.
-template <class T>
-class ScopedValue {
- public:
-  ScopedValue(T& variable, T value) : variable_(variable), old_(std::exchange(variable, value)) {}
-  ScopedValue(const ScopedValue&) = delete;
-  ScopedValue& operator=(const ScopedValue&) = delete;
-  ~ScopedValue() { variable_ = old_; }
-
- private:
-  T& variable_;
-  T old_;
 };
 
 /// Runs a function when the scope is left by an exception. What the function throws is dropped: the first
@@ -51,11 +37,12 @@ class OnException {
   int before_ = std::uncaught_exceptions();
 };
 
-/// One offer. `adopt` takes the proposal over; it returns false when there is nobody left to announce it.
+/// One offer. `adopt` takes the proposal over; it is not called when a receiver has destroyed the sender.
 template <class Change, class Adopt>
 void Announce(mesg_cSender& sender, const ChangeMessages& messages, Change& change, Adopt adopt) {
-  sender.SendMessage(messages.changing, &change);
-  if (adopt()) sender.SendMessage(messages.changed, &change);
+  if (!sender.SendMessage(messages.changing, &change)) return;
+  adopt();
+  sender.SendMessage(messages.changed, &change);
 }
 
 /// Offers until nobody rewrites the proposal any more, 10 times at most; false when that was not enough.

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <utility>
+
+namespace detail {
+
+/// Gives a variable another value until the end of the scope, however that is left.
+template <class T>
+class ScopedValue {
+ public:
+  ScopedValue(T& variable, T value) : variable_(variable), old_(std::exchange(variable, std::move(value))) {}
+  ScopedValue(const ScopedValue&) = delete;
+  ScopedValue& operator=(const ScopedValue&) = delete;
+  ~ScopedValue() { variable_ = std::move(old_); }
+
+ private:
+  T& variable_;
+  T old_;
+};
+
+}  // namespace detail
