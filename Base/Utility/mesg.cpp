@@ -46,7 +46,8 @@ class Delivery {
     if (attached_) ForgetSkipped();
   }
 
-  void Run(unsigned long id, mesg_sMessageData* data) {
+  /// False when the sender has ended.
+  bool Run(unsigned long id, mesg_sMessageData* data) {
     while (next_ != nullptr) {
       const Attachment& current = *std::exchange(next_, next_->next);
       if (current.skipped_by < depth_) current.receiver->ReceiveMessage(id, *sender_, data);
@@ -56,6 +57,7 @@ class Delivery {
       queued_->pop_front();
       sender_->SendMessage(message.id, message.data.get());
     }
+    return sender_ != nullptr;
   }
 
   /// Keeps a message until the outermost delivery has ended.
@@ -151,10 +153,8 @@ void mesg_cSender::QueueMessage(unsigned long id, std::unique_ptr<mesg_sMessageD
   }
 }
 
-void mesg_cSender::SendMessage(unsigned long id, mesg_sMessageData* data) {
-  if (receivers_ == nullptr) return;
-  detail::Delivery delivery(*this);
-  delivery.Run(id, data);
+type_cBoolean mesg_cSender::SendMessage(unsigned long id, mesg_sMessageData* data) {
+  return receivers_ == nullptr || detail::Delivery(*this).Run(id, data);
 }
 
 void mesg_cSender::DetachAll() noexcept {

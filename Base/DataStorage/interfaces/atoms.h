@@ -53,13 +53,4 @@ bool ReadDouble(Stream& in, const std::array<DoubleAtom, N>& atoms) {
   return found != atoms.end() && in.Read(*found->value);
 }
 
-/// Offers each further atom of the current object to the collector and passes over those that it refuses.
-/// False when the stream could not pass over an atom.
-template <class Stream, class Collector>
-bool ReadAtoms(Stream& in, Collector& collector) {
-  while (in.bHasAtom())
-    if (!collector.ReadAtom(in) && !in.SkipObject()) return false;
-  return true;
-}
-
 }  // namespace detail

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include <DataStorage/interfaces/export.h>
+#include <DataStorage/interfaces/type.h>
 
 class mesg_cSender;
 class mesg_cReceiver;
@@ -41,8 +42,9 @@ class DATASTORAGE_EXPORT mesg_cSender {
   /// Delivers a message when the delivery in progress, if any, has ended, in the order of the calls; at once
   /// otherwise. When an exception or the end of the sender ends that delivery, the message is dropped.
   virtual void QueueMessage(unsigned long id, std::unique_ptr<mesg_sMessageData> data);
-  /// Delivers a message to every receiver before it returns. Receivers may change the payload.
-  virtual void SendMessage(unsigned long id, mesg_sMessageData* data);
+  /// Delivers a message to every receiver before it returns. Receivers may change the payload. False when one
+  /// of them has destroyed the sender.
+  virtual type_cBoolean SendMessage(unsigned long id, mesg_sMessageData* data);
 
  protected:
   /// False when a message would reach nobody.

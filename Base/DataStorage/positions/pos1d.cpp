@@ -13,7 +13,7 @@ std::array<detail::DoubleAtom, 1> Atoms(Data& data) { return {{{{pos_X_Tag, pos_
 template <class Stream>
 bool Read(Stream& in, pos_c1DPosition& position) {
   Data data;
-  if (!detail::ReadAtoms(in, data)) return false;
+  if (!data.Read(in)) return false;
   position.SetX(data.X);
   return true;
 }
@@ -50,7 +50,6 @@ void pos_c1DPosition::SetX(double x) {
   detail::Announce(*this, messages, change, [&] {
     x_ = change.Modified ? change.NewPosition.x_ : x;
     change.NewPosition.x_ = x_;  // also where a receiver rewrote it without saying so
-    return true;
   });
 }
 

@@ -10,9 +10,9 @@ struct pos_s1DPositionChange;
 ///
 /// A new value is first offered (`pos_1DPositionChanging`): a receiver may limit it by rewriting the
 /// payload's NewPosition and setting Modified. The value then adopted is announced (`pos_1DPositionChanged`),
-/// also when a limit has set it back to the old one. Copies have no receivers. A receiver must not destroy
-/// the position whose message it is being given. When a receiver throws, the exception reaches the caller;
-/// the position keeps the value that it has by then.
+/// also when a limit has set it back to the old one. Copies have no receivers. A receiver may destroy the
+/// position whose message it is being given; the change ends there. When a receiver throws, the exception
+/// reaches the caller; the position keeps the value that it has by then.
 class DATASTORAGE_EXPORT pos_c1DPosition : public tgio_cTaggedStreamObject, public mesg_cSender {
  public:
   /// The coordinate as it is read from a tagged stream; 0 where the stream does not hold it.

@@ -15,7 +15,7 @@ std::array<detail::DoubleAtom, 2> Atoms(Data& data) {
 template <class Stream>
 bool Read(Stream& in, pos_c2DPosition& position) {
   Data data;
-  if (!detail::ReadAtoms(in, data)) return false;
+  if (!data.Read(in)) return false;
   position.SetPosition(data.X, data.Y);
   return true;
 }
@@ -30,27 +30,6 @@ bool Write(Stream& out, const pos_c2DPosition& position) {
 
 }  // namespace
 
-/// Learns when a receiver destroys the position in the middle of its change.
-class pos_c2DPosition::ChangeInProgress {
- public:
-  explicit ChangeInProgress(pos_c2DPosition& position) noexcept
-      : position_(&position), outer_(position.change_) {
-    position.change_ = this;
-  }
-  ChangeInProgress(const ChangeInProgress&) = delete;
-  ChangeInProgress& operator=(const ChangeInProgress&) = delete;
-  ~ChangeInProgress() {
-    if (!bEnded()) position_->change_ = outer_;
-  }
-
-  bool bEnded() const noexcept { return position_ == nullptr; }
-
- private:
-  friend class pos_c2DPosition;
-  pos_c2DPosition* position_;
-  ChangeInProgress* outer_;
-};
-
 pos_s2DPositionChange::~pos_s2DPositionChange() = default;
 
 type_cBoolean pos_c2DPosition::sPositionData::ReadAtom(tgio_cBinary_istream& in) {
@@ -58,10 +37,6 @@ type_cBoolean pos_c2DPosition::sPositionData::ReadAtom(tgio_cBinary_istream& in)
 }
 type_cBoolean pos_c2DPosition::sPositionData::ReadAtom(tgio_cASCII_istream& in) {
   return detail::ReadDouble(in, Atoms(*this)) || tgio_cTaggedStreamObject::ReadAtom(in);
-}
-
-void pos_c2DPosition::EndChanges() noexcept {
-  for (ChangeInProgress* each = change_; each != nullptr; each = each->outer_) each->position_ = nullptr;
 }
 
 pos_c2DPosition& pos_c2DPosition::operator=(const pos_c2DPosition& other) {
@@ -75,15 +50,12 @@ void pos_c2DPosition::SetPosition(double x, double y) {
     y_ = y;
     return;
   }
-  const ChangeInProgress progress(*this);
   pos_s2DPositionChange change(*this, {x, y});
   detail::Announce(*this, messages, change, [&] {
-    if (progress.bEnded()) return false;
     x_ = change.Modified ? change.NewPosition.x_ : x;
     y_ = change.Modified ? change.NewPosition.y_ : y;
     change.NewPosition.x_ = x_;  // also where a receiver rewrote it without saying so
     change.NewPosition.y_ = y_;
-    return true;
   });
 }
 

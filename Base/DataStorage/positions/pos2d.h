@@ -7,8 +7,7 @@
 struct pos_s2DPositionChange;
 
 /// A position in a plane, in physical units, that tells its receivers of every change, as pos_c1DPosition
-/// does (`pos_2DPositionChanging`, `pos_2DPositionChanged`). A receiver may destroy the position whose
-/// message it is being given, also by way of the list that owns it; the change ends there.
+/// does (`pos_2DPositionChanging`, `pos_2DPositionChanged`).
 class DATASTORAGE_EXPORT pos_c2DPosition : public tgio_cTaggedStreamObject, public mesg_cSender {
  public:
   /// The coordinates as they are read from a tagged stream; 0 where the stream does not hold them.
@@ -25,9 +24,6 @@ class DATASTORAGE_EXPORT pos_c2DPosition : public tgio_cTaggedStreamObject, publ
 
   constexpr pos_c2DPosition(double x = 0, double y = 0) noexcept : x_(x), y_(y) {}
   pos_c2DPosition(const pos_c2DPosition& other) noexcept : pos_c2DPosition(other.x_, other.y_) {}
-  ~pos_c2DPosition() override {
-    if (change_ != nullptr) EndChanges();
-  }
   /// A change like any other, with messages and limits.
   pos_c2DPosition& operator=(const pos_c2DPosition& other);
 
@@ -57,12 +53,8 @@ class DATASTORAGE_EXPORT pos_c2DPosition : public tgio_cTaggedStreamObject, publ
   type_cBoolean Write(tgio_cBinary_ostream& out) const override;
 
  private:
-  class ChangeInProgress;
-  void EndChanges() noexcept;
-
   double x_;
   double y_;
-  ChangeInProgress* change_ = nullptr;  // the innermost one
 };
 
 /// What a 2D position sends with its messages.

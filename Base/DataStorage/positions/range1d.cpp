@@ -17,7 +17,7 @@ std::array<detail::DoubleAtom, 2> Atoms(Data& data) {
 template <class Stream>
 bool Read(Stream& in, rnge_c1DRange& range) {
   Data data;
-  if (!detail::ReadAtoms(in, data)) return false;
+  if (!data.Read(in)) return false;
   range.SetRange(data.Xmin, data.Xmax);
   return true;
 }

@@ -21,7 +21,7 @@ std::array<detail::DoubleAtom, 5> Atoms(Data& data) {
 template <class Stream>
 bool Read(Stream& in, rnge_c2DRange& range) {
   Data data;
-  if (!detail::ReadAtoms(in, data)) return false;
+  if (!data.Read(in)) return false;
   range.SetRange(data.Xcenter, data.Ycenter, data.Xwidth, data.Ywidth, data.Angle);
   return true;
 }
