@@ -1,5 +1,5 @@
 #include <cmath>
-#include <initializer_list>
+#include <span>
 
 #include <DataStorage/calibration/arraycal.h>
 #include <DataStorage/interfaces/atoms.h>
@@ -14,52 +14,43 @@ int WholeToInt(double value, int missing) {
   return static_cast<int>(value);
 }
 
-/// An axis that is being read or written, and what its atoms are called. The tags and names are persistent.
-template <class Cal>
-struct Axis {
-  Cal& cal;
+/// What the atoms of an axis are called. The tags and names are persistent.
+struct AxisAtoms {
   detail::AtomId offset, delta, calIndex;
 };
-
-template <class Cal>
-Axis<Cal> AxisX(Cal& cal) {
-  return {cal, {0x0100, "OffsetX"}, {0x0120, "DeltaX"}, {0x0140, "CalIndexX"}};
-}
-
-template <class Cal>
-Axis<Cal> AxisY(Cal& cal) {
-  return {cal, {0x0110, "OffsetY"}, {0x0130, "DeltaY"}, {0x0150, "CalIndexY"}};
-}
+constexpr AxisAtoms atomsX{{0x0100, "OffsetX"}, {0x0120, "DeltaX"}, {0x0140, "CalIndexX"}};
+constexpr AxisAtoms atomsY{{0x0110, "OffsetY"}, {0x0130, "DeltaY"}, {0x0150, "CalIndexY"}};
 
 template <class Stream>
-bool Write(Stream& out, const Axis<const cal_cArrayCal>& axis) {
-  return detail::WriteAtom(out, axis.cal.Offset(), axis.offset) &&
-         detail::WriteAtom(out, axis.cal.Delta(), axis.delta) &&
-         detail::WriteAtom(out, axis.cal.CalIndex(), axis.calIndex);
+bool Write(Stream& out, const cal_cArrayCal& cal, const AxisAtoms& atoms) {
+  return detail::WriteAtom(out, cal.Offset(), atoms.offset) &&
+         detail::WriteAtom(out, cal.Delta(), atoms.delta) &&
+         detail::WriteAtom(out, cal.CalIndex(), atoms.calIndex);
 }
 
-template <class Value, class Stream, class Store>
-bool ReadValue(Stream& in, Store store) {
-  Value value{};
-  if (!in.Read(value)) return false;
-  store(value);
-  return true;
-}
+/// An axis that is being read.
+struct AxisData {
+  const AxisAtoms& atoms;
+  double offset = 0.0;
+  double delta = 1.0;
+  int calIndex = 0;
+
+  cal_cArrayCal Cal() const { return {offset, delta, calIndex}; }
+};
 
 template <class Stream>
-bool ReadAtom(Stream& in, std::initializer_list<Axis<cal_cArrayCal>> axes) {
-  for (const auto& [cal, offset, delta, calIndex] : axes) {
-    cal_cArrayCal& c = cal;
-    if (detail::bAtAtom(in, offset)) return ReadValue<double>(in, [&c](double v) { c.SetOffset(v); });
-    if (detail::bAtAtom(in, delta)) return ReadValue<double>(in, [&c](double v) { c.SetDelta(v); });
-    if (detail::bAtAtom(in, calIndex)) return ReadValue<int>(in, [&c](int v) { c.SetCalIndex(v); });
+bool ReadAtom(Stream& in, std::span<AxisData> axes) {
+  for (AxisData& axis : axes) {
+    if (detail::bAtAtom(in, axis.atoms.offset)) return in.Read(axis.offset);
+    if (detail::bAtAtom(in, axis.atoms.delta)) return in.Read(axis.delta);
+    if (detail::bAtAtom(in, axis.atoms.calIndex)) return in.Read(axis.calIndex);
   }
   return in.SkipObject();
 }
 
 /// Unlike other objects a calibration does not pass over an atom of its own that cannot be read.
 template <class Stream>
-bool Read(Stream& in, std::initializer_list<Axis<cal_cArrayCal>> axes) {
+bool ReadAtoms(Stream& in, std::span<AxisData> axes) {
   while (in.bHasAtom())
     if (!ReadAtom(in, axes)) return false;
   return true;
@@ -67,18 +58,18 @@ bool Read(Stream& in, std::initializer_list<Axis<cal_cArrayCal>> axes) {
 
 template <class Stream>
 bool Read(Stream& in, cal_cArrayCal& x) {
-  cal_cArrayCal newX;
-  if (!Read(in, {AxisX(newX)})) return false;
-  x = newX;
+  AxisData axes[] = {{atomsX}};
+  if (!ReadAtoms(in, axes)) return false;
+  x = axes[0].Cal();
   return true;
 }
 
 template <class Stream>
 bool Read(Stream& in, cal_cArrayCal& x, cal_cArrayCal& y) {
-  cal_cArrayCal newX, newY;
-  if (!Read(in, {AxisX(newX), AxisY(newY)})) return false;
-  x = newX;
-  y = newY;
+  AxisData axes[] = {{atomsX}, {atomsY}};
+  if (!ReadAtoms(in, axes)) return false;
+  x = axes[0].Cal();
+  y = axes[1].Cal();
   return true;
 }
 
@@ -107,14 +98,14 @@ int cal_cArrayCal::operator==(const cal_cArrayCal& other) const noexcept {
 
 type_cBoolean cal_c1DArrayCal::Read(tgio_cASCII_istream& in) { return ::Read(in, x_); }
 type_cBoolean cal_c1DArrayCal::Read(tgio_cBinary_istream& in) { return ::Read(in, x_); }
-type_cBoolean cal_c1DArrayCal::Write(tgio_cASCII_ostream& out) const { return ::Write(out, ::AxisX(x_)); }
-type_cBoolean cal_c1DArrayCal::Write(tgio_cBinary_ostream& out) const { return ::Write(out, ::AxisX(x_)); }
+type_cBoolean cal_c1DArrayCal::Write(tgio_cASCII_ostream& out) const { return ::Write(out, x_, atomsX); }
+type_cBoolean cal_c1DArrayCal::Write(tgio_cBinary_ostream& out) const { return ::Write(out, x_, atomsX); }
 
 type_cBoolean cal_c2DArrayCal::Read(tgio_cASCII_istream& in) { return ::Read(in, x_, y_); }
 type_cBoolean cal_c2DArrayCal::Read(tgio_cBinary_istream& in) { return ::Read(in, x_, y_); }
 type_cBoolean cal_c2DArrayCal::Write(tgio_cASCII_ostream& out) const {
-  return ::Write(out, ::AxisX(x_)) && ::Write(out, ::AxisY(y_));
+  return ::Write(out, x_, atomsX) && ::Write(out, y_, atomsY);
 }
 type_cBoolean cal_c2DArrayCal::Write(tgio_cBinary_ostream& out) const {
-  return ::Write(out, ::AxisX(x_)) && ::Write(out, ::AxisY(y_));
+  return ::Write(out, x_, atomsX) && ::Write(out, y_, atomsY);
 }

@@ -175,15 +175,11 @@ class DATASTORAGE_EXPORT arr_cC_Array : public arr_cArray<T> {
   }
   void CopyIn(const T* source, std::int64_t count, std::int64_t sourceOffset, std::int64_t offset) override {
     this->CheckCopyIn(count, sourceOffset, offset);
-    if (count > 0) lgar_memcpy(this->Data() + offset, source + sourceOffset, count, sizeof(T));
+    lgar_memcpy(this->Data() + offset, source + sourceOffset, count, sizeof(T));
   }
   void CopyOut(T* target, std::int64_t count, std::int64_t offset, std::int64_t targetOffset) const override {
     detail::CheckBlock(offset, count, this->Size());
-    if (count > 0) lgar_memcpy(target + targetOffset, this->Data() + offset, count, sizeof(T));
-  }
-  void Fill(const T& value, std::int64_t count, std::int64_t offset) override {
-    detail::CheckBlock(offset, count, this->Size());
-    std::fill_n(this->Data() + offset, count, value);
+    lgar_memcpy(target + targetOffset, this->Data() + offset, count, sizeof(T));
   }
 
  private:
@@ -258,6 +254,14 @@ class DATASTORAGE_EXPORT arr_cHandle {
   /// A storage object of the handle's kind with `n` elements, which may be unset.
   virtual std::unique_ptr<arr_cArray<T>> NewStorage(std::int64_t n) const = 0;
 
+  /// Copies the data when there are any, else fills when told to.
+  void Initialise(const T* data, bool bFill) {
+    if (data != nullptr) {
+      std::copy_n(data, NumIndices(), Unshare());
+    } else if (bFill) {
+      std::fill_n(Unshare(), NumIndices(), fill_);
+    }
+  }
   /// The elements, to be written: no other handle shares them afterwards.
   T* Unshare() {
     if (storage_.bShared()) {
@@ -295,7 +299,7 @@ class DATASTORAGE_EXPORT arr_c1DArray : public arr_cHandle<T, int> {
   /// otherwise. `fill` becomes the fill value either way.
   explicit arr_c1DArray(int count, const T* data = nullptr, const T& fill = T(), bool bFill = false)
       : arr_c1DArray(std::make_unique<arr_cArray<T>>(count), fill) {
-    Initialise(data, bFill);
+    this->Initialise(data, bFill);
   }
 
   arr_c1DArray(const arr_c1DArray&) = default;
@@ -334,13 +338,6 @@ class DATASTORAGE_EXPORT arr_c1DArray : public arr_cHandle<T, int> {
  protected:
   arr_c1DArray(std::unique_ptr<arr_cArray<T>> storage, const T& fill) : Handle(std::move(storage), fill) {}
 
-  void Initialise(const T* data, bool bFill) {
-    if (data != nullptr) {
-      std::copy_n(data, this->NumIndices(), this->Unshare());
-    } else if (bFill) {
-      std::fill_n(this->Unshare(), this->NumIndices(), this->FillValue());
-    }
-  }
   /// Becomes the positions first ... last of `source`, both inclusive; positions outside take its fill value.
   void AssignSubArray(const arr_c1DArray& source, std::int64_t first, std::int64_t last) {
     if (first > last) arr_IndexError();
@@ -433,7 +430,7 @@ class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T, int, int> {
   arr_c2DArray(int nx, int ny, const T* data = nullptr, const T& fill = T(), bool bFill = false)
       : arr_c2DArray(std::make_unique<arr_cArray<T>>(static_cast<int>(detail::CheckedCount(nx, ny))), nx, ny,
                      fill) {
-    Initialise(data, bFill);
+    this->Initialise(data, bFill);
   }
 
   arr_c2DArray(const arr_c2DArray&) = default;
@@ -490,13 +487,6 @@ class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T, int, int> {
   arr_c2DArray(std::unique_ptr<arr_cArray<T>> storage, int nx, int ny, const T& fill)
       : Handle(std::move(storage), fill), nx_(nx), ny_(ny) {}
 
-  void Initialise(const T* data, bool bFill) {
-    if (data != nullptr) {
-      std::copy_n(data, this->NumIndices(), this->Unshare());
-    } else if (bFill) {
-      std::fill_n(this->Unshare(), this->NumIndices(), this->FillValue());
-    }
-  }
   /// Becomes the columns x0 ... x1 of the rows y0 ... y1 of `source`, all inclusive; positions outside take
   /// its fill value.
   void AssignSubArray(const arr_c2DArray& source, std::int64_t x0, std::int64_t y0, std::int64_t x1,

@@ -14,40 +14,10 @@ inline void lgar_memcpy(void* dst, const void* src, std::int64_t count, std::siz
   if (count > 0) std::memcpy(dst, src, static_cast<std::size_t>(count) * size);
 }
 
-namespace detail {
-
-/// With the size known at compile time each store is a plain move and the loop is vectorised.
-template <std::size_t Size>
-inline void Replicate(unsigned char* dst, const void* value, std::int64_t count) noexcept {
-  unsigned char element[Size];
-  std::memcpy(element, value, Size);
-  for (std::int64_t i = 0; i < count; ++i, dst += Size) std::memcpy(dst, element, Size);
-}
-
-}  // namespace detail
-
 /// Sets `count` elements of `size` bytes each to the one at `value`, which must not lie among them.
 inline void lgar_memset(void* dst, const void* value, std::int64_t count, std::size_t size) noexcept {
   auto* bytes = static_cast<unsigned char*>(dst);
-  switch (size) {
-    case 1:
-      detail::Replicate<1>(bytes, value, count);
-      return;
-    case 2:
-      detail::Replicate<2>(bytes, value, count);
-      return;
-    case 4:
-      detail::Replicate<4>(bytes, value, count);
-      return;
-    case 8:
-      detail::Replicate<8>(bytes, value, count);
-      return;
-    case 16:
-      detail::Replicate<16>(bytes, value, count);
-      return;
-    default:
-      for (std::int64_t i = 0; i < count; ++i, bytes += size) std::memcpy(bytes, value, size);
-  }
+  for (std::int64_t i = 0; i < count; ++i, bytes += size) std::memcpy(bytes, value, size);
 }
 
 /// Takes a block for array elements: not filled, aligned for every plain type, in huge pages where the system

@@ -97,8 +97,6 @@ void pos_c2DPositionList::Recenter() {
   if (begin() != end()) MoveCenter(CenterPos());
 }
 
-pos_c2DPosition& pos_c2DPositionList::At(int place) const noexcept { return **std::next(begin(), place); }
-
 int pos_c2DPositionList::PlaceOf(const mesg_cSender& position) const noexcept {
   const auto found = std::find(begin(), end(), &position);
   return found == end() ? -1 : static_cast<int>(std::distance(begin(), found));
@@ -106,6 +104,9 @@ int pos_c2DPositionList::PlaceOf(const mesg_cSender& position) const noexcept {
 
 template <class Function>
 void pos_c2DPositionList::ForEach(Function function) {
+  const detail::ScopedValue quiet(reacting_, false);
+  const auto recenter = [this] { Recenter(); };
+  const detail::OnException guard(recenter);
   const unsigned generation = generation_;
   for (pos_c2DPosition* each : *this) {
     function(*each);
@@ -113,10 +114,13 @@ void pos_c2DPositionList::ForEach(Function function) {
   }
 }
 
-/// The centre stays where it is.
 void pos_c2DPositionList::MoveAll(const pos_c2DPosition& by) {
-  const detail::ScopedValue quiet(reacting_, false);
   ForEach([&by](pos_c2DPosition& each) { each.Move(by.X(), by.Y()); });
+}
+
+void pos_c2DPositionList::Replace(int place, const pos_c2DPosition& position) {
+  const detail::ScopedValue quiet(reacting_, false);
+  **std::next(begin(), place) = position;
 }
 
 template <class Adopt>
@@ -139,9 +143,6 @@ void pos_c2DPositionList::Negotiate(const pos_c2DPositionList& source, Adopt ado
 
 void pos_c2DPositionList::SetPositions(const pos_c2DPositionList& source) {
   Negotiate(source, [this](const pos_c2DPositionList& adopted) {
-    const detail::ScopedValue quiet(reacting_, false);
-    const auto recenter = [this] { Recenter(); };
-    const detail::OnException guard(recenter);
     auto next = adopted.begin();
     ForEach([&](pos_c2DPosition& each) {
       if (next != adopted.end()) each = **next++;
@@ -180,8 +181,7 @@ void pos_c2DPositionList::Offer(pos_s2DPositionChange& move, int place) {
   if (place == of_center) {
     change.NewList.MoveAll(move.NewPosition - move.OldPosition);
   } else {
-    const detail::ScopedValue quiet(change.NewList.reacting_, false);
-    change.NewList.At(place) = move.NewPosition;
+    change.NewList.Replace(place, move.NewPosition);
   }
   SendMessage(messages.changing, &change);
   if (!change.Modified) return;
@@ -194,16 +194,12 @@ void pos_c2DPositionList::Follow(const pos_s2DPositionChange& move, int place) {
   std::unique_ptr<pos_sPosListChange> change;  // made only when somebody is to be told
   if (bHasReceivers()) {
     change.reset(new pos_sPosListChange(*this));
-    const detail::ScopedValue quietToo(change->OldList.reacting_, false);
-    if (place != of_center) change->OldList.At(place) = move.OldPosition;
+    if (place != of_center) change->OldList.Replace(place, move.OldPosition);
   }
-  if (place == of_center) {
-    const auto recenter = [this] { Recenter(); };
-    const detail::OnException guard(recenter);
+  if (place == of_center)
     MoveAll(move.NewPosition - move.OldPosition);
-  } else {
+  else
     Recenter();
-  }
   if (!change) return;
   change->NewList.AppendCopies(*this);
   change->NewList.center_ = center_;

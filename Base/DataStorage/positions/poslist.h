@@ -89,9 +89,11 @@ class DATASTORAGE_EXPORT pos_c2DPositionList : public list_cPtrList<pos_c2DPosit
   /// To the middle of the positions; stays where it is when there are none.
   void Recenter();
 
-  /// The position at a place, and the place of a position; -1 for one that is not in the list.
-  pos_c2DPosition& At(int place) const noexcept;
+  /// -1 for a position that is not in the list.
   int PlaceOf(const mesg_cSender& position) const noexcept;
+  // These change positions, and the centre stays where it is; to the middle it goes when a receiver throws in
+  // ForEach.
+  void Replace(int place, const pos_c2DPosition& position);
   template <class Function>
   void ForEach(Function function);
   void MoveAll(const pos_c2DPosition& by);
