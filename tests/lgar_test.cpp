@@ -1,5 +1,3 @@
-#include <algorithm>
-#include <array>
 #include <gtest/gtest.h>
 #include <string>
 
@@ -9,7 +7,7 @@ namespace {
 
 TEST(Block, CopiesAndReplicatesElementsOfEverySize) {
   const std::string element = "abcdefghijklmnopqrstuvwxyz";
-  for (const std::size_t size : {1U, 2U, 3U, 4U, 8U, 16U, 24U}) {
+  for (const std::size_t size : {1U, 3U, 16U}) {
     std::string filled(5 * size + 1, '.');
     lgar_memset(filled.data(), element.data(), 5, size);
     std::string expected;

@@ -44,9 +44,6 @@ TYPED_TEST(NumberOf, KeepsItsTypeAndValue) {
   EXPECT_EQ(ValueOf<T>(seven), T(7));
   EXPECT_EQ(seven.Value(), 7);
   EXPECT_EQ(seven.Count(), 7);
-  EXPECT_EQ(seven.SizeOf(), static_cast<int>(sizeof(T)));
-  EXPECT_EQ(seven.IsComplex(), type.IsComplex());
-  EXPECT_EQ(seven.IsReal(), type.IsReal());
 
   for (int i = dtyp_UBin8; i <= dtyp_Complex128; ++i) {
     const auto other = static_cast<dtyp_eDataType>(i);
@@ -81,7 +78,6 @@ TEST(Number, FromADoubleKeepsTheLowBitsOfIntegers) {
   EXPECT_EQ(ValueOf<int>({4294967297.0, dtyp_SBin32}), 1);
   for (const double outside : {9223372036854775808.0, -1e300, infinity, -infinity, not_a_number})
     EXPECT_EQ(ValueOf<int>({outside, dtyp_SBin32}), 0) << outside;
-  EXPECT_EQ(ValueOf<float>({0.1, dtyp_Float32}), 0.1f);
   EXPECT_EQ(ValueOf<Complex64>({0.1, dtyp_Complex64}), Complex64(0.1f, 0));
 }
 
@@ -156,12 +152,6 @@ TEST(Number, AsTextLeavesOutWhatComplexNumbersDoNotNeed) {
   }
   EXPECT_EQ(Text(pnum_cNumber(3.0, dtyp_Complex128)), "3");
   EXPECT_EQ(Text(Complex128(3, -4), 3, 1), "  3 -   4i");
-}
-
-TEST(Number, HasItsPreferredTypes) {
-  EXPECT_EQ(pnum_cNumber::tComplexNumber.Type(), dtyp_Complex128);
-  EXPECT_EQ(pnum_cNumber::tValueNumber.Type(), dtyp_Float64);
-  EXPECT_EQ(pnum_cNumber::tCountNumber.Type(), dtyp_SBin32);
 }
 
 }  // namespace

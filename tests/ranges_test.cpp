@@ -10,7 +10,6 @@
 
 #include "receivers.h"
 #include "tagged.h"
-#include <DataStorage/interfaces/expt.h>
 #include <DataStorage/positions/range1d.h>
 #include <DataStorage/positions/range2d.h>
 
@@ -28,17 +27,6 @@ void ExpectRange(const rnge_c1DRange& range, double start, double end) {
   EXPECT_EQ(range.StartX(), start);
   EXPECT_EQ(range.EndX(), end);
   EXPECT_EQ(range.CenterX(), (start + end) / 2);
-}
-
-template <class Function>
-void ExpectGivesUp(Function change, const char* file, const char* message) {
-  try {
-    change();
-    ADD_FAILURE() << message;
-  } catch (const expt_cUserException& e) {
-    EXPECT_STREQ(e.File(), file);
-    EXPECT_TRUE(e.Message() == message);
-  }
 }
 
 TEST(Range1D, IsSetAndFollowsItsCenter) {
@@ -60,11 +48,10 @@ TEST(Range1D, IsSetAndFollowsItsCenter) {
   EXPECT_EQ(center.Heard(), "oa");
   watcher.OnAnnouncement({});
   range.SetSizeX(1);
-  ExpectRange(range, 3.5, 4.5);
   rnge_c1DRange copy(range);
   copy.Center().SetX(9);
-  ExpectRange(copy, 8.5, 9.5);
   range = copy;
+  ExpectRange(range, 8.5, 9.5);
   EXPECT_EQ(watcher.Heard(), "oaoaoa");
 
   watcher.OnOffer([](auto& change) {
@@ -104,24 +91,20 @@ TEST(Range1D, NegotiatesBetweenItsLimitsAndThoseOfItsCenter) {
   EXPECT_EQ(range.CenterX(), 2);
 }
 
-TEST(Range2D, IsSetAndFollowsItsCenter) {
+TEST(Range2D, IsSetAndNegotiatesLikeRange1D) {
   rnge_c2DRange range(4, 6, 0, 2);
   EXPECT_EQ(range, rnge_c2DRange(2, 4, 4, 4, 0));
-  Watcher2D watcher(range);
+  Watcher2D limit(range);
   range.SetAngle(0.5);
   range.SetSize(1, 2);
   range.Move(6, 5);
   range.Center().Move(-2, 0);
   EXPECT_EQ(range, rnge_c2DRange(6, 9, 1, 2, 0.5));
   range = rnge_c2DRange(range);
-  EXPECT_EQ(watcher.Heard(), "oaoaoaoa");
+  EXPECT_EQ(limit.Heard(), "oaoaoaoa");
   range.SetRange(1, 1, 3, 3);
   EXPECT_EQ(range, rnge_c2DRange(1, 1, 3, 3)) << "the angle is gone";
-}
 
-TEST(Range2D, NegotiatesBetweenItsLimitsAndThoseOfItsCenter) {
-  rnge_c2DRange range(1, 1, 3, 3);
-  Watcher2D limit(range);
   limit.OnOffer([](auto& change) {  // keeps out of the left half
     change.Modified = change.NewRange.CenterX() < 0;
     if (change.Modified) change.NewRange.SetCenter(0, change.NewRange.CenterY());
@@ -141,58 +124,49 @@ TEST(Range2D, NegotiatesBetweenItsLimitsAndThoseOfItsCenter) {
   EXPECT_EQ(range.Center(), pos_c2DPosition(3, 5));
 }
 
-TEST(Ranges, AreAsTheyWereWhenAReceiverThrowsBeforeTheyChange) {
-  rnge_c1DRange range(0, 2);
-  rnge_c2DRange plane(0, 0, 2, 2);
-  Watcher1D watcher(range);
-  Watcher2D planeWatcher(plane);
-  CenterWatcher1D center(range.Center());
-  CenterWatcher2D planeCenter(plane.Center());
+template <class Change, class CenterChange, class Range>
+void CheckThatRefusalsChangeNothing(Range range, Range other) {
+  Range before(range);
+  Watcher<Change> watcher(range);
+  Watcher<CenterChange> center(range.Center());
   const auto refuse = [](auto&) { throw Refusal(); };
-  const auto check = [&] {
-    EXPECT_THROW(range.SetRange(5, 6), Refusal);
-    EXPECT_THROW(plane.SetRange(5, 6, 7, 8), Refusal);
-    ExpectRange(range, 0, 2);
-    EXPECT_EQ(plane, rnge_c2DRange(0, 0, 2, 2));
-    EXPECT_EQ(plane.Center(), pos_c2DPosition(1, 1));
+  const auto check = [&](auto change) {
+    EXPECT_THROW(change(), Refusal);
+    EXPECT_EQ(range, before);
+    EXPECT_EQ(range.Center(), before.Center());
   };
   center.OnAnnouncement(refuse);  // on the way back too
-  planeCenter.OnAnnouncement(refuse);
-  check();
+  check([&] { range = other; });
   center.OnAnnouncement({});
-  planeCenter.OnAnnouncement({});
   watcher.OnOffer(refuse);
-  planeWatcher.OnOffer(refuse);
-  check();
-  EXPECT_THROW(range.Center().SetX(5), Refusal);
-  EXPECT_THROW(plane.Center().Move(5, 5), Refusal);
+  check([&] { range = other; });
+  check([&] { range.Center() = other.Center(); });
   watcher.OnOffer({});
-  planeWatcher.OnOffer({});
-  range.Center().SetX(3);
-  ExpectRange(range, 2, 4);
-  plane.Center().SetPosition(2, 3);
-  EXPECT_EQ(plane, rnge_c2DRange(1, 2, 3, 4));
+  range.Center() = other.Center();
+  EXPECT_EQ(range.CenterX(), other.CenterX());
+  EXPECT_EQ(range.SizeX(), before.SizeX()) << "it follows as ever";
+}
+
+TEST(Ranges, AreAsTheyWereWhenAReceiverThrowsBeforeTheyChange) {
+  CheckThatRefusalsChangeNothing<rnge_s1DRangeChange, pos_s1DPositionChange>(rnge_c1DRange(0, 2),
+                                                                             rnge_c1DRange(5, 6));
+  CheckThatRefusalsChangeNothing<rnge_s2DRangeChange, pos_s2DPositionChange>(rnge_c2DRange(0, 0, 2, 2),
+                                                                             rnge_c2DRange(5, 6, 7, 9));
 }
 
 TEST(Ranges, EndTheirNegotiationAlsoWithoutNumbers) {
   for (double a : {nan, -inf, inf, DBL_MAX})
     for (double b : {nan, inf, DBL_MAX, 0.0}) {
-      rnge_c1DRange range(0, 2), read;
+      rnge_c1DRange range(0, 2);
       Watcher1D watcher(range);
       range.Center();
       range.SetRange(a, b);
       EXPECT_EQ(watcher.Heard(), "oa");
       range.SetCenter(a);
-      range.SetSizeX(b);
       range.Center().SetX(b);
       rnge_c2DRange plane(0, 0, 2, 2);
       plane.Center();
       plane.SetRange(a, b, b, a);
-      plane.SetAngle(a);
-      for (StreamKind kind : bothStreamKinds) {
-        EXPECT_TRUE(RoundTrip(kind, range, read));
-        EXPECT_TRUE(RoundTrip(kind, plane, plane));
-      }
     }
   EXPECT_FALSE(rnge_c1DRange(nan, 2).Contains(1));
   EXPECT_FALSE(rnge_c2DRange(0, 0, 2, 2).Contains(1, nan));
@@ -229,8 +203,8 @@ TEST(Range2D, HasCorners) {
   const std::array turned{1.0, -0.5, -0.5, -1.0, -1.0, 0.5, 0.5, 1.0};
   for (std::size_t i = 0; i < turned.size(); ++i) EXPECT_NEAR(corners(upright)[i], turned[i], 1e-15) << i;
   EXPECT_EQ(upright.RangeY().SizeX(), 2);
-  EXPECT_EQ(flat.OffsetX(rnge_c2DRange(1, 1, 2, 2)), -2);
-  EXPECT_EQ(flat.OffsetY(rnge_c2DRange(1, 1, 2, 2)), -1.5);
+  const rnge_c2DRange other(1, 1, 2, 2);
+  EXPECT_EQ(std::pair(flat.OffsetX(other), flat.OffsetY(other)), std::pair(-2.0, -1.5));
 
   using Point = std::pair<double, double>;
   for (auto [x, y] : {Point(1, 0.5), {0.9, 0}, {1 + 1.9e-9, 0}, {0, 0}})
@@ -268,13 +242,11 @@ TEST(IndexRanges, OrderCountAndShift) {
   EXPECT_FALSE(range.Contains(7));
   EXPECT_EQ(range.Shift(INT_MAX), rnge_c1DIndexRange(INT_MAX, INT_MAX));
   EXPECT_EQ(rnge_c1DIndexRange(INT_MIN, INT_MAX).NumIndicesX(), INT_MAX);
-  EXPECT_TRUE(rnge_c1DIndexRange::Null.IsNull());
-  EXPECT_FALSE(rnge_c1DIndexRange().IsNull());
+  EXPECT_TRUE(rnge_c1DIndexRange::Null.IsNull() && !rnge_c1DIndexRange().IsNull());
 
   const rnge_c2DIndexRange plane(5, 1, 2, 3);
   EXPECT_EQ(plane.Shift(1, -1), rnge_c2DIndexRange(3, 0, 6, 2));
-  EXPECT_TRUE(plane.Contains(4, 2));
-  EXPECT_FALSE(plane.Contains(4, 0));
+  EXPECT_TRUE(plane.Contains(4, 2) && !plane.Contains(4, 0));
 }
 
 TEST(IndexRanges, SelectTheCellsOfACalibratedAxis) {
@@ -320,20 +292,15 @@ TEST(IndexRanges, SelectTheCellsOfACalibratedAxis) {
   EXPECT_NE(plane, plane) << "a range with a negative width equals nothing";
 }
 
-TEST(Ranges, AreReadBackThroughTheirLimits) {
+TEST(Ranges, AreReadLikeAnyOtherChange) {
   for (StreamKind kind : bothStreamKinds) {
     rnge_c1DRange range(0, 1);
     Watcher1D watcher(range);
-    EXPECT_TRUE(RoundTrip(kind, rnge_c1DRange(0.1, 1e300), range));
-    ExpectRange(range, 0.1, 1e300);
-    EXPECT_EQ(watcher.Heard(), "oa");
     EXPECT_TRUE(ReadAtoms(
         kind, {{rnge_XmaxTag, rnge_XmaxString, -2.0}, {rnge_AngleTag, rnge_AngleString, 1.0}}, range));
     ExpectRange(range, -2, 0);
-
-    rnge_c2DRange plane;
-    EXPECT_TRUE(RoundTrip(kind, rnge_c2DRange(1, 2, 3, 4, 5), plane));
-    EXPECT_EQ(plane, rnge_c2DRange(1, 2, 3, 4, 5));
+    EXPECT_EQ(watcher.Heard(), "oa");
+    rnge_c2DRange plane(1, 2, 3, 4, 5);
     EXPECT_TRUE(ReadAtoms(kind, {{rnge_YwidthTag, rnge_YwidthString, 3.0}}, plane));
     EXPECT_EQ(plane, rnge_c2DRange(0, 0, 0, 3, 0));
   }

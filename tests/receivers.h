@@ -1,9 +1,11 @@
 #pragma once
 
 #include <functional>
+#include <gtest/gtest.h>
 #include <string>
 #include <utility>
 
+#include <DataStorage/interfaces/expt.h>
 #include <DataStorage/interfaces/mesg.h>
 
 /// A receiver that notes what it hears (even identifiers are offers, 'o', odd ones announcements, 'a') and
@@ -46,3 +48,15 @@ class Watcher : public mesg_cReceiver {
 
 /// What receivers in tests throw.
 struct Refusal {};
+
+/// A change that the limits on an object and on its centre do not allow.
+template <class Function>
+void ExpectGivesUp(Function change, const char* file, const char* message) {
+  try {
+    change();
+    ADD_FAILURE() << message;
+  } catch (const expt_cUserException& e) {
+    EXPECT_STREQ(e.File(), file);
+    EXPECT_TRUE(e.Message() == message);
+  }
+}

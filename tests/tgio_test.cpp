@@ -1,14 +1,10 @@
-#include <algorithm>
-#include <bit>
 #include <cmath>
 #include <cstring>
 #include <functional>
 #include <gtest/gtest.h>
 #include <limits>
-#include <random>
 #include <sstream>
 #include <string>
-#include <vector>
 
 #include <DataStorage/interfaces/arr.h>
 #include <DataStorage/interfaces/comp.h>
@@ -111,11 +107,6 @@ std::string Written(const tgio_cTaggedStreamObject& object) {
   return stream.str();
 }
 
-template <class T>
-bool bSameBits(const T& a, const T& b) {
-  return std::memcmp(&a, &b, sizeof(T)) == 0;
-}
-
 template <class Kind>
 class TaggedStreams : public testing::Test {};
 using Kinds = testing::Types<Binary, ASCII>;
@@ -159,38 +150,6 @@ TYPED_TEST(TaggedStreams, ReadBackWhatTheyWrote) {
   EXPECT_TRUE(in.SkipObject());
   EXPECT_TRUE(in.eof());
   EXPECT_FALSE(in.SkipObject());
-}
-
-TYPED_TEST(TaggedStreams, KeepEveryDoubleAndEveryByteOfTexts) {
-  using Limits = std::numeric_limits<double>;
-  std::vector<double> doubles = {
-      -0.0,   Limits::infinity(), -Limits::infinity(), Limits::denorm_min(), Limits::max(), Limits::lowest(),
-      1.0 / 3};
-  std::mt19937_64 random(1);
-  while (doubles.size() < 500) {
-    const double value = std::bit_cast<double>(random());
-    if (!std::isnan(value)) doubles.push_back(value);
-  }
-  Values v;
-  Values read;
-  Thing<TypeParam> thing(read);
-  const auto copy = [&] {
-    std::istringstream stream(Written<TypeParam>(Thing<TypeParam>(v)));
-    typename TypeParam::In in(stream);
-    return bool{in.Read(thing)};
-  };
-  for (const double value : doubles) {
-    v.real = value;
-    ASSERT_TRUE(copy());
-    EXPECT_TRUE(bSameBits(read.real, value)) << value;
-  }
-  v.real = Limits::quiet_NaN();
-  std::string bytes;
-  for (int c = 0; c < 256; ++c) bytes += static_cast<char>(c);
-  v.text = str_cString(bytes.data(), 256);
-  ASSERT_TRUE(copy());
-  EXPECT_TRUE(std::isnan(read.real));
-  EXPECT_TRUE(read.text == v.text);
 }
 
 TYPED_TEST(TaggedStreams, RefuseWhatIsOfAnotherTypeOrKindAndGoOn) {
@@ -400,46 +359,6 @@ TEST(NumberArrays, RefuseContentsThatDoNotFit) {
   EXPECT_EQ(read("0").NumIndices(), 0);
   for (const char* bad : {"", "-1", "1", "1 32768", "1 1.5", "1 1 1", "2147483647 1", "1 \"1\""}) {
     EXPECT_EQ(read(bad)[0], 9) << bad;
-  }
-}
-
-template <class T>
-class StreamedArrays : public testing::Test {};
-using Elements = testing::Types<unsigned char, unsigned short, unsigned int, char, short, int, float, double,
-                                comp_cComplex<float>, comp_cComplex<double>, type_cBoolean>;
-TYPED_TEST_SUITE(StreamedArrays, Elements);
-
-template <class Kind, class Array>
-Array Copied(const Array& array) {
-  Array copy;
-  Object<Kind> object;
-  object.write = [&](typename Kind::Out& out) { return Put(out, array, 1); };
-  object.read = [&](typename Kind::In& in) { return bool{in.Read(copy)}; };
-  std::istringstream stream(Written<Kind>(object));
-  typename Kind::In in(stream);
-  EXPECT_TRUE(in.Read(object));
-  return copy;
-}
-
-/// In one and two dimensions, through both stream kinds.
-TYPED_TEST(StreamedArrays, ReadBackWhatTheyWrote) {
-  constexpr bool truth = std::is_same_v<TypeParam, type_cBoolean>;
-  std::mt19937 random(1);
-  std::vector<TypeParam> elements(35);
-  auto* bytes = reinterpret_cast<unsigned char*>(elements.data());
-  // Any bits but those of not-a-number, whose payload text does not keep.
-  std::generate_n(bytes, 35 * sizeof(TypeParam), [&] { return random() & (truth ? 1 : 0xbf); });
-
-  const arr_c1DNumberArray<TypeParam> line(35, elements.data());
-  const arr_c2DNumberArray<TypeParam> image(5, 7, elements.data());
-  for (const auto& copy : {Copied<Binary>(line), Copied<ASCII>(line)}) {
-    ASSERT_EQ(copy.NumIndices(), 35);
-    EXPECT_EQ(std::memcmp(copy.Data(), bytes, 35 * sizeof(TypeParam)), 0);
-  }
-  for (const auto& copy : {Copied<Binary>(image), Copied<ASCII>(image)}) {
-    ASSERT_EQ(copy.NumIndicesX(), 5);
-    ASSERT_EQ(copy.NumIndicesY(), 7);
-    EXPECT_EQ(std::memcmp(copy.Data(), bytes, 35 * sizeof(TypeParam)), 0);
   }
 }
 
