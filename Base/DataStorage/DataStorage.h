@@ -1,5 +1,6 @@
 #pragma once
 
+/// @file
 /// Brings in the whole library.
 
 #include <DataStorage/data/asciirw.h>

@@ -24,6 +24,7 @@ class DATASTORAGE_EXPORT NumberArray : public tgio_cTaggedStreamObject {
  public:
   virtual ~NumberArray() = default;
 
+  /// The type of the elements.
   dtyp_cDataType DataType() const { return letter_->DataType(); }
   type_cBoolean IsReal() const { return DataType().IsReal(); }
   type_cBoolean IsComplex() const { return DataType().IsComplex(); }

@@ -11,6 +11,7 @@ class DATASTORAGE_EXPORT parr_c1DArray {
  public:
   virtual ~parr_c1DArray();
 
+  /// The type of the elements.
   virtual dtyp_cDataType DataType() const = 0;
   /// A letter that shares the elements.
   virtual std::unique_ptr<parr_c1DArray> Clone() const = 0;
@@ -18,22 +19,30 @@ class DATASTORAGE_EXPORT parr_c1DArray {
   virtual const void* Data() const = 0;
   /// Every element becomes `value`, which has the letter's type.
   virtual void SetAll(const pnum_cNumber& value) = 0;
+  /// The number of elements.
   virtual int NumIndices() const = 0;
+  /// Element `i`.
   virtual pnum_cNumber Value(int i) const = 0;
   /// Element `i` becomes `value`, which has the letter's type; an index outside the array is ignored.
   virtual void SetValue(const pnum_cNumber& value, int i) = 0;
+  /// A letter of the elements of `range`; fill values where it leaves the array.
   virtual std::unique_ptr<parr_c1DArray> Selection(const rnge_c1DIndexRange& range) const = 0;
   /// Copies as many elements as `target_range` has from a letter of the same type.
   virtual void SetData(const parr_c1DArray& source, const rnge_c1DIndexRange& source_range,
                        const rnge_c1DIndexRange& target_range) = 0;
+  /// Reads what follows the element type in the raw form; false, and the letter as it was, when that fails.
   virtual type_cBoolean ReadRaw(bstr_cBinary_istream& in) = 0;
+  /// Writes the elements as one atom; false when the stream failed.
   virtual type_cBoolean WriteData(tgio_cASCII_ostream& out, const str_cString& name) const = 0;
   virtual type_cBoolean WriteData(tgio_cBinary_ostream& out, unsigned short tag) const = 0;
+  /// Writes the raw form; false when the stream failed.
   virtual type_cBoolean WriteRaw(bstr_cBinary_ostream& out) const = 0;
 
+  /// The same, by the name that it has in two dimensions.
   int NumIndicesX() const { return NumIndices(); }
 
-  // What detail::NumberArray asks of a letter class.
+  /// For the number arrays: where errors are reported, the classes that belong to the letter, and a letter of
+  /// the same extents whose elements are not set.
   static constexpr detail::SourceFile source_file{"parray1d"};
   template <class T>
   using Typed = parr_c1DTypedNumberArray<T>;
@@ -43,16 +52,19 @@ class DATASTORAGE_EXPORT parr_c1DArray {
   std::unique_ptr<parr_c1DTypedNumberArray<T>> UnfilledLike() const {
     return std::make_unique<parr_c1DTypedNumberArray<T>>(arr_c1DNumberArray<T>(arr_Unfilled, NumIndices()));
   }
+
   /// The element type word of a raw form.
   static unsigned short ReadRawType(bstr_cBinary_istream& in);
 };
 
+/// The letter of a 1D number array whose elements are of type `T`.
 template <class T>
 class DATASTORAGE_EXPORT parr_c1DTypedNumberArray final
     : public detail::TypedLetter<parr_c1DArray, arr_c1DNumberArray<T>, T> {
  public:
   using detail::TypedLetter<parr_c1DArray, arr_c1DNumberArray<T>, T>::TypedLetter;
 
+  /// As the base tells.
   std::unique_ptr<parr_c1DArray> Clone() const override;
   int NumIndices() const override { return this->elements_.NumIndices(); }
   pnum_cNumber Value(int i) const override;
@@ -88,8 +100,10 @@ class DATASTORAGE_EXPORT parr_c1DNumberArray : public detail::NumberArray<parr_c
   parr_c1DNumberArray(const parr_c1DNumberArray&) = default;
   parr_c1DNumberArray& operator=(const parr_c1DNumberArray&) = default;
 
+  /// What streams call it.
   const tgio_cObjectType& ObjectType() const override;
 
+  /// The number of axes.
   int Dimension() const noexcept { return 1; }
 
   /// Element `i`. A complex element without an imaginary part comes as a real number.
@@ -112,11 +126,12 @@ class DATASTORAGE_EXPORT parr_c1DNumberArray : public detail::NumberArray<parr_c
   /// The elements of `range`, start included and end not; positions outside the array take its fill value
   /// (zero, or the value last given to all elements). An empty range raises arr_IndexError.
   parr_c1DNumberArray Selection(const rnge_c1DIndexRange& range) const;
+  /// The same.
   parr_c1DNumberArray GetData(const rnge_c1DIndexRange& range) const { return Selection(range); }
   /// The elements between two positions, in either order, without the larger one.
   parr_c1DNumberArray Selection(int first, int second) const;
 
-  static const tgio_cObjectType _ObjectType;
+  static const tgio_cObjectType _ObjectType;    ///< obty_1DParrayType
   static const dtyp_cDataType t1DValueArray;    ///< dtyp_Float64
   static const dtyp_cDataType t1DCountArray;    ///< dtyp_SBin32
   static const dtyp_cDataType t1DComplexArray;  ///< dtyp_Complex128

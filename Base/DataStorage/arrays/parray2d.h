@@ -11,6 +11,7 @@ class DATASTORAGE_EXPORT parr_c2DArray {
  public:
   virtual ~parr_c2DArray();
 
+  /// The type of the elements.
   virtual dtyp_cDataType DataType() const = 0;
   /// A letter that shares the elements.
   virtual std::unique_ptr<parr_c2DArray> Clone() const = 0;
@@ -18,25 +19,35 @@ class DATASTORAGE_EXPORT parr_c2DArray {
   virtual const void* Data() const = 0;
   /// Every element becomes `value`, which has the letter's type.
   virtual void SetAll(const pnum_cNumber& value) = 0;
+  /// The number of columns, and that of rows.
   virtual int NumIndicesX() const = 0;
   virtual int NumIndicesY() const = 0;
+  /// Element (x, y).
   virtual pnum_cNumber Value(int x, int y) const = 0;
   /// Element (x, y) becomes `value`, which has the letter's type.
   virtual void SetValue(const pnum_cNumber& value, int x, int y) = 0;
+  /// A letter of the elements of `range`; fill values where it leaves the array.
   virtual std::unique_ptr<parr_c2DArray> Selection(const rnge_c2DIndexRange& range) const = 0;
   /// Copies a block of the extents of `target_range` from a letter of the same type.
   virtual void SetData(const parr_c2DArray& source, const rnge_c2DIndexRange& source_range,
                        const rnge_c2DIndexRange& target_range) = 0;
+  /// One column; raises arr_IndexError where there is none.
   virtual parr_c1DNumberArray Column(int x) const = 0;
+  /// The same of a row.
   virtual parr_c1DNumberArray Row(int y) const = 0;
+  /// Reads what follows the element type in the raw form; false, and the letter as it was, when that fails.
   virtual type_cBoolean ReadRaw(bstr_cBinary_istream& in) = 0;
+  /// Writes the elements as one atom; false when the stream failed.
   virtual type_cBoolean WriteData(tgio_cASCII_ostream& out, const str_cString& name) const = 0;
   virtual type_cBoolean WriteData(tgio_cBinary_ostream& out, unsigned short tag) const = 0;
+  /// Writes the raw form; false when the stream failed.
   virtual type_cBoolean WriteRaw(bstr_cBinary_ostream& out) const = 0;
 
+  /// The number of elements.
   int NumIndices() const { return NumIndicesX() * NumIndicesY(); }
 
-  // What detail::NumberArray asks of a letter class.
+  /// For the number arrays: where errors are reported, the classes that belong to the letter, and a letter of
+  /// the same extents whose elements are not set.
   static constexpr detail::SourceFile source_file{"parray2d"};
   template <class T>
   using Typed = parr_c2DTypedNumberArray<T>;
@@ -47,16 +58,19 @@ class DATASTORAGE_EXPORT parr_c2DArray {
     return std::make_unique<parr_c2DTypedNumberArray<T>>(
         arr_c2DNumberArray<T>(arr_Unfilled, NumIndicesX(), NumIndicesY()));
   }
+
   /// The element type word of a raw form, in front of which the header of an image may stand.
   static unsigned short ReadRawType(bstr_cBinary_istream& in);
 };
 
+/// The letter of a 2D number array whose elements are of type `T`.
 template <class T>
 class DATASTORAGE_EXPORT parr_c2DTypedNumberArray final
     : public detail::TypedLetter<parr_c2DArray, arr_c2DNumberArray<T>, T> {
  public:
   using detail::TypedLetter<parr_c2DArray, arr_c2DNumberArray<T>, T>::TypedLetter;
 
+  /// As the base tells.
   std::unique_ptr<parr_c2DArray> Clone() const override;
   int NumIndicesX() const override { return this->elements_.NumIndicesX(); }
   int NumIndicesY() const override { return this->elements_.NumIndicesY(); }
@@ -93,9 +107,12 @@ class DATASTORAGE_EXPORT parr_c2DNumberArray : public detail::NumberArray<parr_c
   parr_c2DNumberArray(const parr_c2DNumberArray&) = default;
   parr_c2DNumberArray& operator=(const parr_c2DNumberArray&) = default;
 
+  /// What streams call it.
   const tgio_cObjectType& ObjectType() const override;
 
+  /// The number of axes.
   int Dimension() const noexcept { return 2; }
+  /// The number of rows.
   int NumIndicesY() const { return letter_->NumIndicesY(); }
   /// (0, 0) to (nx, ny).
   rnge_c2DIndexRange IndexRange() const;
@@ -120,6 +137,7 @@ class DATASTORAGE_EXPORT parr_c2DNumberArray : public detail::NumberArray<parr_c
   /// The elements of `range`, starts included and ends not; positions outside the array take its fill value.
   /// A range that is empty on either axis raises arr_IndexError.
   parr_c2DNumberArray Selection(const rnge_c2DIndexRange& range) const;
+  /// The same.
   parr_c2DNumberArray GetData(const rnge_c2DIndexRange& range) const { return Selection(range); }
   /// The block between two corners, in either order on each axis.
   parr_c2DNumberArray Selection(int x0, int y0, int x1, int y1) const;
@@ -136,7 +154,7 @@ class DATASTORAGE_EXPORT parr_c2DNumberArray : public detail::NumberArray<parr_c
     return static_cast<const parr_c2DTypedNumberArray<T>&>(*letter_).Elements();
   }
 
-  static const tgio_cObjectType _ObjectType;
+  static const tgio_cObjectType _ObjectType;    ///< obty_2DParrayType
   static const dtyp_cDataType t2DValueArray;    ///< dtyp_Float32
   static const dtyp_cDataType t2DCountArray;    ///< dtyp_SBin32
   static const dtyp_cDataType t2DComplexArray;  ///< dtyp_Complex64

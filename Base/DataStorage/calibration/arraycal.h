@@ -1,30 +1,38 @@
 #pragma once
 
+/// @file
+/// Calibrations: from the indices of elements to positions and back.
+
 #include <limits>
 
 #include <DataStorage/interfaces/export.h>
 #include <DataStorage/interfaces/tgio.h>
 #include <DataStorage/interfaces/type.h>
 
-/// Calibrations map the indices of array elements to physical positions along an axis. Every index step is
-/// the same distance `delta`; the reference element, at index `calIndex`, lies at position `offset`. Any
-/// delta is accepted, zero and negative ones included.
+/// The calibration of one axis: maps the indices of array elements to physical positions. Every index step is
+/// the same distance `delta`; the reference element, at index `calIndex`, lies at position `offset`:
 ///
-/// Plain values: separate objects may be used from separate threads.
-
-/// The calibration of one axis.
+///     position = (index - calIndex) delta + offset
+///
+/// Any delta is accepted, zero and negative ones included. Offset and delta are in the units of the axis.
+///
+/// A plain value: separate objects may be used from separate threads.
 class DATASTORAGE_EXPORT cal_cArrayCal {
  public:
   /// The fraction of a delta by which the cell of an index begins early, so that a position with a small
   /// rounding error still finds its index.
   static constexpr double RoundFactor = 1e-6;
 
+  /// Without arguments positions are indices.
   constexpr cal_cArrayCal(double offset = 0.0, double delta = 1.0, int calIndex = 0) noexcept
       : offset_(offset), delta_(delta), calIndex_(calIndex) {}
 
+  /// The three values.
   constexpr double Offset() const noexcept { return offset_; }
   constexpr double Delta() const noexcept { return delta_; }
   constexpr int CalIndex() const noexcept { return calIndex_; }
+
+  /// Changes one of them; the others stay.
   constexpr void SetOffset(double offset) noexcept { offset_ = offset; }
   constexpr void SetDelta(double delta) noexcept { delta_ = delta; }
   constexpr void SetCalIndex(int calIndex) noexcept { calIndex_ = calIndex; }
@@ -34,6 +42,7 @@ class DATASTORAGE_EXPORT cal_cArrayCal {
     const unsigned steps = static_cast<unsigned>(index) - static_cast<unsigned>(calIndex_);
     return static_cast<double>(static_cast<int>(steps)) * delta_ + offset_;
   }
+  /// How far apart indices are that differ by `count`.
   constexpr double Distance(int count) const noexcept { return static_cast<double>(count) * delta_; }
   /// The index in whose cell a position lies: the cell of index k begins `RoundFactor` of a delta before
   /// Position(k) and ends where the next one begins. Results beyond the range of int become its nearest end;
@@ -61,16 +70,18 @@ class DATASTORAGE_EXPORT cal_cArrayCal {
 /// The persistent calibration of one axis, called X.
 class DATASTORAGE_EXPORT cal_c1DArrayCal : public tgio_cTaggedStreamObject {
  public:
-  static const tgio_cObjectType _ObjectType;
+  static const tgio_cObjectType _ObjectType;  ///< obty_1DCalType
   /// Stands for "no calibration given" where callers need such a value; recognised by its identity.
   static const cal_c1DArrayCal Null;
   /// What the library fills in where no calibration is given.
   static const cal_c1DArrayCal Default;
 
+  /// From the three values, or from a plain axis.
   constexpr cal_c1DArrayCal(double offsetX = 0.0, double deltaX = 1.0, int calIndexX = 0) noexcept
       : x_(offsetX, deltaX, calIndexX) {}
   constexpr explicit cal_c1DArrayCal(const cal_cArrayCal& x) noexcept : x_(x) {}
 
+  /// As the operations of cal_cArrayCal without the X do.
   double OffsetX() const noexcept { return x_.Offset(); }
   double DeltaX() const noexcept { return x_.Delta(); }
   int CalIndexX() const noexcept { return x_.CalIndex(); }
@@ -89,6 +100,7 @@ class DATASTORAGE_EXPORT cal_c1DArrayCal : public tgio_cTaggedStreamObject {
     return cal_c1DArrayCal(x_.Rebased(startX, keepReference));
   }
 
+  /// Exact, without tolerance.
   int operator==(const cal_c1DArrayCal& other) const noexcept { return x_ == other.x_; }
   int operator!=(const cal_c1DArrayCal& other) const noexcept { return x_ != other.x_; }
   /// Whether this is the object `Null` itself.
@@ -109,16 +121,19 @@ class DATASTORAGE_EXPORT cal_c1DArrayCal : public tgio_cTaggedStreamObject {
 /// The persistent calibration of a plane: one axis X and one axis Y.
 class DATASTORAGE_EXPORT cal_c2DArrayCal : public tgio_cTaggedStreamObject {
  public:
-  static const tgio_cObjectType _ObjectType;
+  static const tgio_cObjectType _ObjectType;  ///< obty_2DCalType
   /// As for cal_c1DArrayCal.
   static const cal_c2DArrayCal Null;
+  /// As for cal_c1DArrayCal.
   static const cal_c2DArrayCal Default;
 
+  /// From the three values of each axis, or from two plain axes.
   constexpr cal_c2DArrayCal(double offsetX = 0.0, double offsetY = 0.0, double deltaX = 1.0,
                             double deltaY = 1.0, int calIndexX = 0, int calIndexY = 0) noexcept
       : x_(offsetX, deltaX, calIndexX), y_(offsetY, deltaY, calIndexY) {}
   constexpr cal_c2DArrayCal(const cal_cArrayCal& x, const cal_cArrayCal& y) noexcept : x_(x), y_(y) {}
 
+  /// As the operations of cal_cArrayCal without the X do.
   double OffsetX() const noexcept { return x_.Offset(); }
   double DeltaX() const noexcept { return x_.Delta(); }
   int CalIndexX() const noexcept { return x_.CalIndex(); }
@@ -130,6 +145,7 @@ class DATASTORAGE_EXPORT cal_c2DArrayCal : public tgio_cTaggedStreamObject {
   double DistanceX(int count) const noexcept { return x_.Distance(count); }
   int NumIndicesX(double distance) const noexcept { return x_.NumIndices(distance); }
 
+  /// The same along Y.
   double OffsetY() const noexcept { return y_.Offset(); }
   double DeltaY() const noexcept { return y_.Delta(); }
   int CalIndexY() const noexcept { return y_.CalIndex(); }
@@ -153,6 +169,7 @@ class DATASTORAGE_EXPORT cal_c2DArrayCal : public tgio_cTaggedStreamObject {
     return {x_.Rebased(startX, keepReference), y_.Rebased(startY, keepReference)};
   }
 
+  /// Exact, without tolerance.
   int operator==(const cal_c2DArrayCal& other) const noexcept { return x_ == other.x_ && y_ == other.y_; }
   int operator!=(const cal_c2DArrayCal& other) const noexcept { return !(*this == other); }
   /// Whether this is the object `Null` itself.

@@ -5,12 +5,18 @@
 
 #include <DataStorage/data/darray1d.h>
 
-// Columns of numbers as text: one number a line (values only), or a position and a value a line. Numbers are
-// read with a decimal point, whatever the locale of the process or the stream, and written as the stream
-// writes numbers; "nan" and "inf" count as numbers. White space (line ends included) separates them. There
-// are no headers and no comments.
+/// @file
+/// Columns of numbers as text: one number a line (values only), or a position and a value a line. Numbers are
+/// read with a decimal point, whatever the locale of the process or the stream, and written as the stream
+/// writes numbers; "nan" and "inf" count as numbers. White space (line ends included) separates them. There
+/// are no headers and no comments.
 
-enum asrw_eFormat { asrw_OneColumn = 0, asrw_TwoColumn = 1, asrw_UnknownFormat = 2 };
+/// The layout of a text.
+enum asrw_eFormat {
+  asrw_OneColumn = 0,      ///< values
+  asrw_TwoColumn = 1,      ///< positions and values
+  asrw_UnknownFormat = 2,  ///< neither
+};
 
 /// Tells the layout from the first line (its first 79 characters): one number, two numbers, or neither. The
 /// stream is left where it was; one that cannot be rewound holds neither.

@@ -11,6 +11,7 @@ class DATASTORAGE_EXPORT barr_c1DBoolArray : public arr_c1DNumberArray<type_cBoo
  public:
   /// `count` times false. A negative count raises arr_SizeError.
   explicit barr_c1DBoolArray(int count = 2);
+  /// All elements and the fill value are `value`.
   barr_c1DBoolArray(int count, type_cBoolean value, const cal_c1DArrayCal& cal);
   /// Shares the elements of a typed array.
   barr_c1DBoolArray(const arr_c1DNumberArray<type_cBoolean>& elements, const cal_c1DArrayCal& cal);
@@ -25,10 +26,14 @@ class DATASTORAGE_EXPORT barr_c1DBoolArray : public arr_c1DNumberArray<type_cBoo
 
   /// Valid as long as the mask.
   const cal_c1DArrayCal& Cal() const noexcept { return cal_; }
+  /// Lays the elements out anew.
   void SetCal(const cal_c1DArrayCal& cal) noexcept { cal_ = cal; }
+
+  /// The values of the calibration.
   double OffsetX() const noexcept { return cal_.OffsetX(); }
   double DeltaX() const noexcept { return cal_.DeltaX(); }
   int CalIndexX() const noexcept { return cal_.CalIndexX(); }
+
   /// The positions covered.
   rnge_c1DRange Range() const;
 
@@ -50,6 +55,7 @@ class DATASTORAGE_EXPORT barr_c2DBoolArray : public arr_c2DNumberArray<type_cBoo
  public:
   /// nx * ny times false. A negative extent raises arr_SizeError.
   explicit barr_c2DBoolArray(int nx = 2, int ny = 2);
+  /// All elements and the fill value are `value`.
   barr_c2DBoolArray(int nx, int ny, type_cBoolean value, const cal_c2DArrayCal& cal);
   /// Shares the elements of a typed array.
   barr_c2DBoolArray(const arr_c2DNumberArray<type_cBoolean>& elements, const cal_c2DArrayCal& cal);
@@ -64,13 +70,17 @@ class DATASTORAGE_EXPORT barr_c2DBoolArray : public arr_c2DNumberArray<type_cBoo
 
   /// Valid as long as the mask.
   const cal_c2DArrayCal& Cal() const noexcept { return cal_; }
+  /// Lays the elements out anew.
   void SetCal(const cal_c2DArrayCal& cal) noexcept { cal_ = cal; }
+
+  /// The values of the calibration.
   double OffsetX() const noexcept { return cal_.OffsetX(); }
   double OffsetY() const noexcept { return cal_.OffsetY(); }
   double DeltaX() const noexcept { return cal_.DeltaX(); }
   double DeltaY() const noexcept { return cal_.DeltaY(); }
   int CalIndexX() const noexcept { return cal_.CalIndexX(); }
   int CalIndexY() const noexcept { return cal_.CalIndexY(); }
+
   /// The rectangle of positions covered.
   rnge_c2DRange Range() const;
 

@@ -3,8 +3,14 @@
 #include <DataStorage/arrays/parray1d.h>
 #include <DataStorage/data/dataarray.h>
 
-/// Every value but the first means linear.
-enum darr_eInterpolation : int { darr_NoInterpolation = 0, darr_LinearInterpolation = 1 };
+/// @file
+/// One-dimensional data arrays.
+
+/// What lies between two elements. Every value but the first means linear.
+enum darr_eInterpolation : int {
+  darr_NoInterpolation = 0,      ///< the element in whose cell the position lies
+  darr_LinearInterpolation = 1,  ///< the straight line between the elements
+};
 
 /// A calibrated one-dimensional data array: numbers whose indices have physical positions. Element i lies at
 /// `Cal().PositionX(i)` and its cell reaches to the position of the next one, so N elements cover the range
@@ -30,6 +36,7 @@ class DATASTORAGE_EXPORT darr_c1DArray : public detail::DataArray<parr_c1DNumber
   /// Every element becomes `value` and the array takes its type; the calibration stays.
   darr_c1DArray& operator=(const pnum_cNumber& value);
 
+  /// What streams call it.
   const tgio_cObjectType& ObjectType() const override;
   /// The identifier of 1D data arrays in series files.
   static unsigned int DataTypeID();
@@ -66,5 +73,5 @@ class DATASTORAGE_EXPORT darr_c1DArray : public detail::DataArray<parr_c1DNumber
   /// The distance from the other array's first position to this one's.
   double OffsetX(const darr_c1DArray& other) const;
 
-  static const tgio_cObjectType _ObjectType;
+  static const tgio_cObjectType _ObjectType;  ///< obty_1DDataArrayType
 };

@@ -27,10 +27,12 @@ class DATASTORAGE_EXPORT darr_c2DArray : public detail::DataArray<parr_c2DNumber
   /// Every element becomes `value` and the array takes its type; the calibration stays.
   darr_c2DArray& operator=(const pnum_cNumber& value);
 
+  /// What streams call it.
   const tgio_cObjectType& ObjectType() const override;
   /// The identifier of 2D data arrays in series files.
   static unsigned int DataTypeID();
 
+  /// The values of the calibration along Y.
   double OffsetY() const noexcept { return cal_.OffsetY(); }
   double DeltaY() const noexcept { return cal_.DeltaY(); }
   int CalIndexY() const noexcept { return cal_.CalIndexY(); }
@@ -75,5 +77,5 @@ class DATASTORAGE_EXPORT darr_c2DArray : public detail::DataArray<parr_c2DNumber
   double OffsetX(const darr_c2DArray& other) const;
   double OffsetY(const darr_c2DArray& other) const;
 
-  static const tgio_cObjectType _ObjectType;
+  static const tgio_cObjectType _ObjectType;  ///< obty_2DDataArrayType
 };

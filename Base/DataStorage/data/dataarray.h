@@ -39,10 +39,12 @@ inline type_cBoolean ReadRawCalibration(bstr_cBinary_istream& in, cal_c2DArrayCa
 template <class Numbers, class Calibration>
 class DATASTORAGE_EXPORT DataArray : public Numbers {
  public:
-  /// Valid as long as the array.
+  /// What gives the elements their positions; valid as long as the array.
   const Calibration& Cal() const noexcept { return cal_; }
+  /// Lays the elements out anew.
   void SetCal(const Calibration& cal) noexcept { cal_ = cal; }
 
+  /// The values of the calibration.
   double OffsetX() const noexcept { return cal_.OffsetX(); }
   double DeltaX() const noexcept { return cal_.DeltaX(); }
   int CalIndexX() const noexcept { return cal_.CalIndexX(); }
@@ -76,7 +78,7 @@ class DATASTORAGE_EXPORT DataArray : public Numbers {
 
   /// Collects the atoms of an array that is read from a tagged stream.
   struct DATASTORAGE_EXPORT sDarrayData : Numbers::sParrayData {
-    Calibration cal;
+    Calibration cal;  ///< the default until the calibration was read
 
     type_cBoolean ReadAtom(tgio_cBinary_istream& in) override {
       return in.Tag() == darr_CalibrationTag ? in.Read(cal) : Numbers::sParrayData::ReadAtom(in);
@@ -93,7 +95,7 @@ class DATASTORAGE_EXPORT DataArray : public Numbers {
 
   using Numbers::operator=;
 
-  Calibration cal_;
+  Calibration cal_;  ///< lies beside the letter, which knows nothing of positions
 
  private:
   template <class Stream>

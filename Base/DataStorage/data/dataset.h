@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// A datum of any kind.
+
 #include <memory>
 #include <type_traits>
 
@@ -9,19 +12,21 @@
 
 /// The kinds of datum that a dataset can hold.
 enum data_eDatasetType {
-  data_Boolean = 1,
-  data_1DBoolArray = 2,
-  data_2DBoolArray = 3,
-  data_Number = 4,
-  data_1DArray = 5,
-  data_2DArray = 6,
+  data_Boolean = 1,      ///< type_cBoolean
+  data_1DBoolArray = 2,  ///< barr_c1DBoolArray
+  data_2DBoolArray = 3,  ///< barr_c2DBoolArray
+  data_Number = 4,       ///< pnum_cNumber
+  data_1DArray = 5,      ///< darr_c1DArray
+  data_2DArray = 6,      ///< darr_c2DArray
 };
 
 /// What a dataset asks of the letter that holds its datum.
 class DATASTORAGE_EXPORT data_cLetter {
  public:
   virtual ~data_cLetter();
+  /// The kind of the datum.
   virtual data_eDatasetType DatasetType() const = 0;
+  /// A letter with a copy of the datum.
   virtual std::unique_ptr<data_cLetter> Clone() const = 0;
   /// The datum held; valid as long as the letter.
   virtual const void* ValuePointer() const = 0;
@@ -31,6 +36,7 @@ class DATASTORAGE_EXPORT data_cLetter {
 /// one; the kind changes only by assignment.
 class DATASTORAGE_EXPORT data_cDataset {
  public:
+  /// Holds a copy, which for arrays shares the elements.
   data_cDataset(const type_cBoolean& value = false);
   data_cDataset(const barr_c1DBoolArray& value);
   data_cDataset(const barr_c2DBoolArray& value);
@@ -40,14 +46,17 @@ class DATASTORAGE_EXPORT data_cDataset {
   /// A truth value for `bool`, a number for every other arithmetic type.
   template <class T>
   requires std::is_arithmetic_v<T> data_cDataset(T value) : data_cDataset(Named(value)) {}
+  /// Holds the same datum.
   data_cDataset(const data_cDataset& other);
+  /// Takes the datum and its kind.
   data_cDataset& operator=(const data_cDataset& other);
   ~data_cDataset();
 
+  /// The kind of the datum.
   data_eDatasetType DatasetType() const;
 
-  // A copy of the datum. Asked of a dataset of another kind each throws expt_cUserException, which names
-  // both.
+  /// A copy of the datum. Asked of a dataset of another kind each throws expt_cUserException, which names
+  /// both.
   operator type_cBoolean() const;
   operator barr_c1DBoolArray() const;
   operator barr_c2DBoolArray() const;

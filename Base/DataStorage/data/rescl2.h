@@ -3,8 +3,9 @@
 #include <DataStorage/data/darray2d.h>
 #include <DataStorage/positions/pos2d.h>
 
-// Work across calibrations: resampling onto another spacing, and carrying positions over. Resampling picks
-// for every new element one element of the source, whose type is kept; it never averages or interpolates.
+/// @file
+/// Work across calibrations: resampling onto another spacing, and carrying positions over. Resampling picks
+/// for every new element one element of the source, whose type is kept; it never averages or interpolates.
 
 /// `source` on a grid of step `newDelta` through the position `origin`: the new cells whose centres lie
 /// inside the source's range, each with the element in which its centre falls. The delta of the source gives

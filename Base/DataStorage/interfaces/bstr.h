@@ -1,5 +1,9 @@
 #pragma once
 
+/// @file
+/// Raw streams: bytes in memory and in files, and numbers in them: of fixed widths, little-endian on every
+/// host.
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -26,9 +30,11 @@ class DATASTORAGE_EXPORT bstr_cBinary_istream {
   virtual type_cBoolean Skip(std::int64_t n) = 0;
   /// Goes to a position from 0 to `Size()`; anything else is a failure and leaves the position.
   virtual type_cBoolean Seek(std::int64_t position) = 0;
+  /// Where the next byte is read.
   virtual std::int64_t Position() const = 0;
   /// The length of the data as it is now.
   virtual std::int64_t Size() const = 0;
+  /// False from a failure to the next successful `Seek`.
   virtual type_cBoolean bGood() const = 0;
 
  protected:
@@ -47,10 +53,12 @@ class DATASTORAGE_EXPORT bstr_cBinary_ostream {
   virtual type_cBoolean Write(const void* bytes, std::int64_t n) = 0;
   /// Goes to any position that is not negative; a gap that a later write leaves reads as zeros.
   virtual type_cBoolean Seek(std::int64_t position) = 0;
+  /// Where the next byte is written.
   virtual std::int64_t Position() const = 0;
   /// The data end here and writing goes on here. The bytes beyond stay until they are overwritten, so that a
   /// process that dies right afterwards has lost nothing.
   virtual type_cBoolean SetEnd(std::int64_t position) = 0;
+  /// False from a failure to the next successful `Seek`.
   virtual type_cBoolean bGood() const = 0;
 
  protected:
@@ -62,6 +70,7 @@ class DATASTORAGE_EXPORT bstr_cBinary_ostream {
 /// Reads from `n` bytes of memory, which stay the caller's and must outlive the stream.
 class DATASTORAGE_EXPORT bstr_cMemory_istream final : public bstr_cBinary_istream {
  public:
+  /// A null pointer and a negative `n` give a stream without bytes.
   bstr_cMemory_istream(const void* bytes, std::int64_t n);
 
   type_cBoolean Read(void* bytes, std::int64_t n) override;
@@ -89,6 +98,7 @@ class DATASTORAGE_EXPORT bstr_cMemory_ostream final : public bstr_cBinary_ostrea
 
   /// What was written, from the first byte to the last; valid until the next write.
   const void* Data() const noexcept { return bytes_.data(); }
+  /// How many bytes `Data()` has.
   std::int64_t Size() const noexcept { return static_cast<std::int64_t>(bytes_.size()); }
 
  private:
@@ -128,13 +138,17 @@ class DATASTORAGE_EXPORT bstr_cBinary_fstream {
  public:
   /// Whether this succeeded is told by `bGood()` of both sides; a side that is not good here never will be.
   explicit bstr_cBinary_fstream(const str_cString& path, bstr_eAccess access = bstr_CreateOrOpen);
+  /// Refers to the same open file, with positions of its own that begin where those of `other` are.
   bstr_cBinary_fstream(const bstr_cBinary_fstream& other);
+  /// Goes over to the file of `other`, in the same way.
   bstr_cBinary_fstream& operator=(const bstr_cBinary_fstream& other);
   ~bstr_cBinary_fstream();
 
-  /// Valid as long as this object.
+  /// The side to read from, with a position of its own; valid as long as this object.
   bstr_cBinary_istream& Input() noexcept;
+  /// The side to write to, with a position of its own; valid as long as this object.
   bstr_cBinary_ostream& Output() noexcept;
+  /// As it was given.
   const str_cString& Path() const noexcept { return path_; }
 
  private:
@@ -142,8 +156,6 @@ class DATASTORAGE_EXPORT bstr_cBinary_fstream {
   std::unique_ptr<detail::FileInput> input_;
   std::unique_ptr<detail::FileOutput> output_;
 };
-
-// Numbers in raw streams: fixed widths, little-endian on every host.
 
 /// Reads `n` numbers with one call of the stream.
 template <class T>

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Complex numbers as elements.
+
 #include <complex>
 #include <ostream>
 
@@ -8,11 +11,14 @@
 template <class T>
 class comp_cComplex {
  public:
+  /// From the two parts, or from the number of the standard library.
   constexpr comp_cComplex(T real = T(), T imaginary = T()) noexcept : real_(real), imaginary_(imaginary) {}
   constexpr comp_cComplex(const std::complex<T>& value) noexcept
       : comp_cComplex(value.real(), value.imag()) {}
+  /// The same number of the standard library.
   constexpr operator std::complex<T>() const noexcept { return {real_, imaginary_}; }
 
+  /// The parts.
   constexpr T Real() const noexcept { return real_; }
   constexpr T Imaginary() const noexcept { return imaginary_; }
 

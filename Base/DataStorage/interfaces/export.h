@@ -1,7 +1,11 @@
 #pragma once
 
-/// DATASTORAGE_EXPORT marks what callers of the library may use; everything else stays hidden.
-/// Callers of the static library define DATASTORAGE_STATIC (the CMake target does it for them).
+/// @file
+/// What the shared library shows.
+
+/// @def DATASTORAGE_EXPORT
+/// Marks what callers of the library may use; everything else stays hidden. Callers of the static library
+/// define DATASTORAGE_STATIC (the CMake target does it for them).
 #if defined(DATASTORAGE_STATIC)
 #define DATASTORAGE_EXPORT
 #elif defined(_WIN32)

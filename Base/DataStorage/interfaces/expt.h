@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// The exceptions that the library throws.
+
 #include <exception>
 #include <string>
 
@@ -14,12 +17,15 @@ class DATASTORAGE_EXPORT expt_cProgramException : public std::exception {
   expt_cProgramException(const char* file, int line);
   ~expt_cProgramException() override;
 
+  /// Where it was thrown: the source file without folder and extension, and the line in it.
   const char* File() const noexcept { return file_; }
   int Line() const noexcept { return line_; }
+
   /// "file, line n: what went wrong"; valid as long as the exception.
   const char* what() const noexcept override;
 
  protected:
+  /// For derived classes: `text` says what went wrong.
   expt_cProgramException(const char* file, int line, const str_cString& text);
 
  private:
@@ -31,9 +37,11 @@ class DATASTORAGE_EXPORT expt_cProgramException : public std::exception {
 /// An error meant for the user: carries a message text as well.
 class DATASTORAGE_EXPORT expt_cUserException : public expt_cProgramException {
  public:
+  /// `file` must be a literal or otherwise outlive the exception.
   expt_cUserException(const char* file, int line, const str_cString& message);
   ~expt_cUserException() override;
 
+  /// What to show to the user; valid as long as the exception.
   const str_cString& Message() const noexcept { return message_; }
 
  private:
@@ -43,6 +51,7 @@ class DATASTORAGE_EXPORT expt_cUserException : public expt_cProgramException {
 /// A position outside an array.
 class DATASTORAGE_EXPORT arr_cIndexException : public expt_cProgramException {
  public:
+  /// Thrown by `arr_IndexError`.
   arr_cIndexException(const char* file, int line);
   ~arr_cIndexException() override;
 };
@@ -50,6 +59,7 @@ class DATASTORAGE_EXPORT arr_cIndexException : public expt_cProgramException {
 /// A size that no array can have.
 class DATASTORAGE_EXPORT arr_cSizeException : public expt_cProgramException {
  public:
+  /// Thrown by `arr_SizeError`.
   arr_cSizeException(const char* file, int line);
   ~arr_cSizeException() override;
 };

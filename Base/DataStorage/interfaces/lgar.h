@@ -6,7 +6,8 @@
 
 #include <DataStorage/interfaces/export.h>
 
-// Blocks of plain elements: taking, copying and filling them.
+/// @file
+/// Blocks of plain elements: taking, copying and filling them.
 
 /// Copies `count` elements of `size` bytes; the blocks must not overlap. Nothing happens for a count of 0 or
 /// less.

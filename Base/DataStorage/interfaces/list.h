@@ -7,6 +7,7 @@
 template <class T>
 class list_cPtrList {
  public:
+  /// Goes over the pointers.
   using const_iterator = typename std::list<T*>::const_iterator;
 
   list_cPtrList() = default;
@@ -14,13 +15,16 @@ class list_cPtrList {
   list_cPtrList& operator=(const list_cPtrList&) = default;
   virtual ~list_cPtrList() = default;
 
+  /// Puts a pointer, which may be null, in front of all others.
   void InsertAtHead(T* p) { pointers_.push_front(p); }
+  /// Puts it behind them.
   void InsertAtTail(T* p) { pointers_.push_back(p); }
   /// Forgets all pointers.
   void Clear() noexcept { pointers_.clear(); }
 
   /// From head to tail; valid until the list changes.
   const_iterator begin() const noexcept { return pointers_.begin(); }
+  /// Behind the tail.
   const_iterator end() const noexcept { return pointers_.end(); }
 
  private:

@@ -29,7 +29,9 @@ class Delivery;
 class DATASTORAGE_EXPORT mesg_cSender {
  public:
   mesg_cSender() noexcept = default;
+  /// A copy has no receivers.
   mesg_cSender(const mesg_cSender&) noexcept : mesg_cSender() {}
+  /// Keeps its receivers and takes none.
   mesg_cSender& operator=(const mesg_cSender&) noexcept { return *this; }
   virtual ~mesg_cSender() {
     if (receivers_ != nullptr || deliveries_ != nullptr) DetachAll();
@@ -64,12 +66,16 @@ class DATASTORAGE_EXPORT mesg_cSender {
 class DATASTORAGE_EXPORT mesg_cReceiver {
  public:
   mesg_cReceiver() noexcept = default;
+  /// A copy is attached nowhere.
   mesg_cReceiver(const mesg_cReceiver&) noexcept : mesg_cReceiver() {}
+  /// Stays attached where it is.
   mesg_cReceiver& operator=(const mesg_cReceiver&) noexcept { return *this; }
   virtual ~mesg_cReceiver() {
     if (senders_ != nullptr) DetachAll();
   }
 
+  /// Called with each message. The payload belongs to the sender and is valid until this returns; a null
+  /// pointer where the message has none.
   virtual void ReceiveMessage(unsigned long id, mesg_cSender& sender, mesg_sMessageData* data) = 0;
 
  private:

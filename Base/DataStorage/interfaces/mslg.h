@@ -7,5 +7,6 @@
 class DATASTORAGE_EXPORT mslg_cMessageLog {
  public:
   virtual ~mslg_cMessageLog();
+  /// Appends one line.
   virtual void Write(const str_cString& message);
 };

@@ -4,8 +4,9 @@
 
 #include <DataStorage/interfaces/comp.h>
 
+/// @file
 /// Vector routines over `count` elements; source and target do not overlap. A count of 0 or less does
-/// nothing.
+/// nothing. The shared library hides them; its conversions are what callers use.
 
 inline constexpr int nsp_Round = 0x100;     ///< the way from floats to integers, the only one there is
 inline constexpr int nsp_Unsigned = 0x800;  ///< the integers are unsigned
@@ -20,6 +21,7 @@ void nspdbIntToFloat(const void* source, double* target, std::int64_t count, int
 void nspsbFloatToInt(const float* source, void* target, std::int64_t count, int word_size, int flags);
 void nspdbFloatToInt(const double* source, void* target, std::int64_t count, int word_size, int flags);
 
+/// One part of each number.
 void nspcbReal(const comp_cComplex<float>* source, float* target, std::int64_t count);
 void nspcbImag(const comp_cComplex<float>* source, float* target, std::int64_t count);
 void nspzbReal(const comp_cComplex<double>* source, double* target, std::int64_t count);

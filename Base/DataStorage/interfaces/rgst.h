@@ -1,4 +1,10 @@
 #pragma once
 
+/// @file
+/// Where settings live.
+
 /// Whose settings are meant.
-enum rgst_eRootKey { rgst_CurrentUser = 0, rgst_AllUsers = 1 };
+enum rgst_eRootKey {
+  rgst_CurrentUser = 0,  ///< those of the user who runs the program
+  rgst_AllUsers = 1,     ///< those of the computer
+};

@@ -15,6 +15,7 @@ class DATASTORAGE_EXPORT str_cString {
   str_cString(const char* text);
   /// `length` characters, which may hold any byte. A negative length gives the empty text.
   str_cString(const char* characters, int length);
+  /// The characters of the view, zero bytes included.
   explicit str_cString(std::string_view text) : text_(text) {}
 
   /// `value` in decimal with at least `precision` digits (zeros in front), right-aligned in at least `width`
@@ -28,7 +29,9 @@ class DATASTORAGE_EXPORT str_cString {
 
   /// Zero-terminated characters, valid until the next non-const call on this object.
   const char* CString() const noexcept { return text_.c_str(); }
+  /// In characters (bytes), the terminating zero not counted.
   int Length() const noexcept { return static_cast<int>(text_.size()); }
+  /// Valid as `CString()` is.
   explicit operator std::string_view() const noexcept { return text_; }
 
   /// Nonzero on an exact match; a null pointer stands for the empty text.
@@ -37,6 +40,7 @@ class DATASTORAGE_EXPORT str_cString {
   int operator!=(const char* other) const noexcept { return !(*this == other); }
   int operator!=(const str_cString& other) const noexcept { return text_ != other.text_; }
 
+  /// The characters of both, one behind the other; a null pointer stands for the empty text.
   DATASTORAGE_EXPORT friend str_cString operator+(const str_cString& a, const str_cString& b);
   DATASTORAGE_EXPORT friend str_cString operator+(const str_cString& a, const char* b);
   DATASTORAGE_EXPORT friend str_cString operator+(const char* a, const str_cString& b);

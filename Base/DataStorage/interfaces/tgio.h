@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Tagged streams: objects as sequences of atoms, in a binary form and as text.
+
 #include <cstddef>
 #include <iosfwd>
 #include <string>
@@ -20,7 +23,9 @@ class tgio_cObjectType {
  public:
   /// `name` must outlive the object; it is meant to be a literal.
   constexpr tgio_cObjectType(const char* name, unsigned short id) noexcept : name_(name), id_(id) {}
+  /// What ASCII streams call it.
   constexpr const char* Name() const noexcept { return name_; }
+  /// What binary streams call it.
   constexpr unsigned short Id() const noexcept { return id_; }
 
  private:
@@ -36,6 +41,7 @@ inline constexpr int tgio_MaxNesting = 64;
 /// skips those that are refused. Nobody deletes through this base.
 class DATASTORAGE_EXPORT tgio_cTaggedStreamObject {
  public:
+  /// What streams call objects of this class.
   virtual const tgio_cObjectType& ObjectType() const;
   /// For classes whose ASCII form holds data outside of atoms: offered the name of an atom that ReadAtom has
   /// refused. The base refuses it too.
@@ -61,8 +67,10 @@ class DATASTORAGE_EXPORT tgio_cTaggedStreamObject {
 /// given; the ASCII form then is the bytes of the binary form as text.
 class DATASTORAGE_EXPORT tgio_cStreamObject {
  public:
+  /// Reads the contents of the current atom; false, and the object as it was, when they do not fit.
   virtual type_cBoolean ReadStream(tgio_cASCII_istream& in);
   virtual type_cBoolean ReadStream(tgio_cBinary_istream& in) = 0;
+  /// Writes the contents of the current atom; false when the stream failed.
   virtual type_cBoolean WriteStream(tgio_cASCII_ostream& out) const;
   virtual type_cBoolean WriteStream(tgio_cBinary_ostream& out) const = 0;
 
@@ -108,6 +116,7 @@ class ObjectDraft {
 /// are written from an object's Write, bytes from a stream object's WriteStream.
 class DATASTORAGE_EXPORT tgio_cBinary_ostream : private detail::ObjectDraft {
  public:
+  /// Writes from where `out` stands.
   explicit tgio_cBinary_ostream(std::ostream& out) noexcept : out_(out) {}
   tgio_cBinary_ostream(const tgio_cBinary_ostream&) = delete;
   tgio_cBinary_ostream& operator=(const tgio_cBinary_ostream&) = delete;
@@ -148,6 +157,7 @@ class DATASTORAGE_EXPORT tgio_cBinary_ostream : private detail::ObjectDraft {
 /// consume all of its contents is passed over to its end.
 class DATASTORAGE_EXPORT tgio_cBinary_istream {
  public:
+  /// Reads from where `in` stands.
   explicit tgio_cBinary_istream(std::istream& in) noexcept : in_(in) {}
   tgio_cBinary_istream(const tgio_cBinary_istream&) = delete;
   tgio_cBinary_istream& operator=(const tgio_cBinary_istream&) = delete;
@@ -206,6 +216,7 @@ class DATASTORAGE_EXPORT tgio_cBinary_istream {
 /// any locale.
 class DATASTORAGE_EXPORT tgio_cASCII_ostream : private detail::ObjectDraft {
  public:
+  /// Writes from where `out` stands.
   explicit tgio_cASCII_ostream(std::ostream& out) noexcept : out_(out) {}
   tgio_cASCII_ostream(const tgio_cASCII_ostream&) = delete;
   tgio_cASCII_ostream& operator=(const tgio_cASCII_ostream&) = delete;
@@ -240,6 +251,7 @@ class DATASTORAGE_EXPORT tgio_cASCII_ostream : private detail::ObjectDraft {
 /// Reads what tgio_cASCII_ostream wrote; otherwise like tgio_cBinary_istream.
 class DATASTORAGE_EXPORT tgio_cASCII_istream {
  public:
+  /// Reads from where `in` stands.
   explicit tgio_cASCII_istream(std::istream& in) noexcept : in_(in) {}
   tgio_cASCII_istream(const tgio_cASCII_istream&) = delete;
   tgio_cASCII_istream& operator=(const tgio_cASCII_istream&) = delete;

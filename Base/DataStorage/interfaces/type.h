@@ -6,6 +6,7 @@
 /// One-byte truth value: what streams and files hold where a flag is meant. Converts from and to `bool`.
 class type_cBoolean {
  public:
+  /// Both conversions keep the truth value.
   constexpr type_cBoolean(bool value = false) noexcept : value_(value ? 1 : 0) {}
   constexpr operator bool() const noexcept { return value_ != 0; }
 

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// The ten types that elements of arrays can have.
+
 #include <type_traits>
 
 #include <DataStorage/interfaces/comp.h>
@@ -23,17 +26,22 @@ class DATASTORAGE_EXPORT dtyp_cDataType {
   /// The type with exactly this long name, for example "8-byte float"; `dtyp_NoType` for any other text.
   dtyp_cDataType(str_cString name);
 
+  /// As it was given.
   constexpr dtyp_eDataType Type() const noexcept { return type_; }
 
+  /// Whether the types are the same.
   constexpr int operator==(const dtyp_cDataType& other) const noexcept { return type_ == other.type_; }
   constexpr int operator!=(const dtyp_cDataType& other) const noexcept { return type_ != other.type_; }
 
+  /// Whether it is any other than `dtyp_NoType`.
   constexpr type_cBoolean HasDataType() const noexcept { return type_ != dtyp_NoType; }
+  /// Integers and floats.
   constexpr type_cBoolean IsReal() const noexcept { return type_ >= dtyp_UBin8 && type_ <= dtyp_Float64; }
+  /// The two complex types.
   constexpr type_cBoolean IsComplex() const noexcept {
     return type_ == dtyp_Complex64 || type_ == dtyp_Complex128;
   }
-  /// Bytes of one element.
+  /// Bytes of one element; 0 outside 1 to 10.
   constexpr int SizeOf() const noexcept;
   /// The long name.
   str_cString StringOut() const;

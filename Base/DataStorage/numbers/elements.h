@@ -1,11 +1,19 @@
 #pragma once
 
+/// @file
+/// Conversion of elements.
+
 #include <cstdint>
 
 #include <DataStorage/numbers/datatype.h>
 
 /// What becomes of a complex element where a real one is wanted. The phase is in radians, -pi to pi.
-enum conv_eComplexConversion : int { conv_Real = 0, conv_Imaginary = 1, conv_Magnitude = 2, conv_Phase = 3 };
+enum conv_eComplexConversion : int {
+  conv_Real = 0,       ///< its real part
+  conv_Imaginary = 1,  ///< its imaginary part
+  conv_Magnitude = 2,  ///< its distance from 0
+  conv_Phase = 3,      ///< its angle from the real axis
+};
 
 /// Converts `count` elements that lie one behind the other at `source` into as many at `target`; the two do
 /// not overlap. Neither needs any alignment beyond that of its elements.

@@ -17,20 +17,26 @@
 /// What a number asks of the letter that holds its value.
 class DATASTORAGE_EXPORT pnum_cLetter {
  public:
+  /// The type of the value.
   virtual dtyp_cDataType DataType() const noexcept = 0;
   /// Makes a copy of the letter at `place`, which has room for any letter.
   virtual pnum_cLetter* Clone(void* place) const noexcept = 0;
+  /// The value, valid as long as the letter.
   virtual const void* Data() const noexcept = 0;
+  /// The value as text, as `pnum_cNumber` gives it.
   virtual str_cString StringOut(int width, int precision) const = 0;
+  /// Writes the value as the stream writes numbers; characters as numbers, too.
   virtual std::ostream& Output(std::ostream& out) const = 0;
 
  protected:
   ~pnum_cLetter() = default;
 };
 
+/// The letter of a number of type `T`.
 template <detail::ElementType T>
 class pnum_cTypedNumber final : public pnum_cLetter {
  public:
+  /// Holds `value`.
   explicit pnum_cTypedNumber(const T& value) noexcept : value_(value) {}
 
   dtyp_cDataType DataType() const noexcept override { return detail::DataTypeOf<T>; }
@@ -52,6 +58,7 @@ class pnum_cTypedNumber final : public pnum_cLetter {
 /// in tagged streams.
 class DATASTORAGE_EXPORT pnum_cNumber : public tgio_cTaggedStreamObject {
  public:
+  /// A number of the element type that is the C++ type of `value`.
   pnum_cNumber(unsigned char value) noexcept : letter_(MakeLetter(value)) {}
   pnum_cNumber(unsigned short value) noexcept : letter_(MakeLetter(value)) {}
   pnum_cNumber(unsigned int value) noexcept : letter_(MakeLetter(value)) {}
@@ -70,18 +77,23 @@ class DATASTORAGE_EXPORT pnum_cNumber : public tgio_cTaggedStreamObject {
   /// and not-a-number give 0 there. Throws `expt_cProgramException` for a type outside 1 to 10.
   pnum_cNumber(double value, dtyp_cDataType type);
 
+  /// A number of the same type and value.
   pnum_cNumber(const pnum_cNumber& other) noexcept
       : tgio_cTaggedStreamObject(other), letter_(other.letter_->Clone(place_)) {}
+  /// Takes the value and its type.
   pnum_cNumber& operator=(const pnum_cNumber& other) noexcept {
     if (this != &other) letter_ = other.letter_->Clone(place_);
     return *this;
   }
   ~pnum_cNumber() = default;
 
+  /// The type of the value.
   dtyp_cDataType DataType() const noexcept { return letter_->DataType(); }
   /// Bytes of the value.
   int SizeOf() const noexcept { return DataType().SizeOf(); }
+  /// Whether the type is an integer or a float.
   type_cBoolean IsReal() const noexcept { return DataType().IsReal(); }
+  /// Whether the type is a complex one, be the imaginary part what it may.
   type_cBoolean IsComplex() const noexcept { return DataType().IsComplex(); }
   /// The value in the C++ type that belongs to `DataType()`; valid until the number is changed.
   const void* Data() const noexcept { return letter_->Data(); }
@@ -107,6 +119,7 @@ class DATASTORAGE_EXPORT pnum_cNumber : public tgio_cTaggedStreamObject {
   static const dtyp_cDataType tValueNumber;    ///< what measured values are made of
   static const dtyp_cDataType tCountNumber;    ///< what counts are made of
 
+  /// Written as the stream writes numbers; characters as numbers, too.
   friend std::ostream& operator<<(std::ostream& out, const pnum_cNumber& number) {
     return number.letter_->Output(out);
   }

@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// How intervals select cells.
+
 #include <cmath>
 #include <optional>
 

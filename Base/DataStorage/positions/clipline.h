@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Segments between positions.
+
 #include <DataStorage/positions/pos2d.h>
 #include <DataStorage/positions/range2d.h>
 

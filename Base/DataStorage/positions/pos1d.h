@@ -17,25 +17,30 @@ class DATASTORAGE_EXPORT pos_c1DPosition : public tgio_cTaggedStreamObject, publ
  public:
   /// The coordinate as it is read from a tagged stream; 0 where the stream does not hold it.
   struct DATASTORAGE_EXPORT sPositionData : public tgio_cTaggedStreamObject {
-    double X = 0;
+    double X = 0;  ///< in the units of the axis
     type_cBoolean ReadAtom(tgio_cBinary_istream& in) override;
     type_cBoolean ReadAtom(tgio_cASCII_istream& in) override;
   };
 
-  static const tgio_cObjectType _ObjectType;
+  static const tgio_cObjectType _ObjectType;  ///< obty_1DPositionType
   /// Stands for "no position given"; recognised by its identity.
   static const pos_c1DPosition Null;
 
+  /// In the units of the axis.
   constexpr pos_c1DPosition(double x = 0) noexcept : x_(x) {}
+  /// At the same place, without the receivers.
   pos_c1DPosition(const pos_c1DPosition& other) noexcept : pos_c1DPosition(other.x_) {}
   /// A change like any other, with messages and limits.
   pos_c1DPosition& operator=(const pos_c1DPosition& other);
 
+  /// The coordinate.
   double X() const noexcept { return x_; }
   /// Changes the coordinate; does nothing when it has that value already.
   virtual void SetX(double x);
 
+  /// Coordinate by coordinate.
   pos_c1DPosition operator+(const pos_c1DPosition& other) const noexcept { return x_ + other.x_; }
+  /// Coordinate by coordinate.
   pos_c1DPosition operator-(const pos_c1DPosition& other) const noexcept { return x_ - other.x_; }
   /// Exact, without tolerance.
   int operator==(const pos_c1DPosition& other) const noexcept { return x_ == other.x_; }
@@ -56,7 +61,7 @@ class DATASTORAGE_EXPORT pos_c1DPosition : public tgio_cTaggedStreamObject, publ
 
 /// What a 1D position sends with its messages.
 struct DATASTORAGE_EXPORT pos_s1DPositionChange : public mesg_sMessageData {
-  pos_c1DPosition OldPosition;
+  pos_c1DPosition OldPosition;  ///< the one that changes
   pos_c1DPosition NewPosition;  ///< the proposal, which receivers may rewrite
   bool Modified = false;        ///< set by a receiver that has rewritten the proposal
 

@@ -12,30 +12,36 @@ class DATASTORAGE_EXPORT pos_c2DPosition : public tgio_cTaggedStreamObject, publ
  public:
   /// The coordinates as they are read from a tagged stream; 0 where the stream does not hold them.
   struct DATASTORAGE_EXPORT sPositionData : public tgio_cTaggedStreamObject {
-    double X = 0;
-    double Y = 0;
+    double X = 0;  ///< in the units of the axis
+    double Y = 0;  ///< in the units of the axis
     type_cBoolean ReadAtom(tgio_cBinary_istream& in) override;
     type_cBoolean ReadAtom(tgio_cASCII_istream& in) override;
   };
 
-  static const tgio_cObjectType _ObjectType;
+  static const tgio_cObjectType _ObjectType;  ///< obty_2DPositionType
   /// Stands for "no position given"; recognised by its identity.
   static const pos_c2DPosition Null;
 
+  /// In the units of the axes.
   constexpr pos_c2DPosition(double x = 0, double y = 0) noexcept : x_(x), y_(y) {}
+  /// At the same place, without the receivers.
   pos_c2DPosition(const pos_c2DPosition& other) noexcept : pos_c2DPosition(other.x_, other.y_) {}
   /// A change like any other, with messages and limits.
   pos_c2DPosition& operator=(const pos_c2DPosition& other);
 
+  /// The coordinates.
   double X() const noexcept { return x_; }
   double Y() const noexcept { return y_; }
   /// Changes both coordinates at once; does nothing when they have these values already.
   virtual void SetPosition(double x, double y);
+  /// Adds to the coordinates, by one call of SetPosition.
   virtual void Move(double dx, double dy);
 
+  /// Coordinate by coordinate.
   pos_c2DPosition operator+(const pos_c2DPosition& other) const noexcept {
     return {x_ + other.x_, y_ + other.y_};
   }
+  /// Coordinate by coordinate.
   pos_c2DPosition operator-(const pos_c2DPosition& other) const noexcept {
     return {x_ - other.x_, y_ - other.y_};
   }
@@ -59,7 +65,7 @@ class DATASTORAGE_EXPORT pos_c2DPosition : public tgio_cTaggedStreamObject, publ
 
 /// What a 2D position sends with its messages.
 struct DATASTORAGE_EXPORT pos_s2DPositionChange : public mesg_sMessageData {
-  pos_c2DPosition OldPosition;
+  pos_c2DPosition OldPosition;  ///< the one that changes
   pos_c2DPosition NewPosition;  ///< the proposal, which receivers may rewrite
   bool Modified = false;        ///< set by a receiver that has rewritten the proposal
 

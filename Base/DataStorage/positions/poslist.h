@@ -28,7 +28,7 @@ class DATASTORAGE_EXPORT pos_c2DPositionList : public list_cPtrList<pos_c2DPosit
                                                public mesg_cSender,
                                                public mesg_cReceiver {
  public:
-  static const tgio_cObjectType _ObjectType;
+  static const tgio_cObjectType _ObjectType;  ///< obty_2DPosListType
 
   /// Empty, with the centre at (0, 0).
   pos_c2DPositionList() = default;
@@ -41,6 +41,7 @@ class DATASTORAGE_EXPORT pos_c2DPositionList : public list_cPtrList<pos_c2DPosit
   /// Takes over a position on the heap, which must not be in a list yet, and brings the centre to the new
   /// middle. No list messages are sent. A null pointer is a program error.
   void AddAtTail(pos_c2DPosition* position);
+  /// The same at the other end.
   void AddAtHead(pos_c2DPosition* position);
   /// Deletes all positions. No messages are sent, and the centre stays where it is.
   void Clear() noexcept;
@@ -112,7 +113,7 @@ class DATASTORAGE_EXPORT pos_c2DPositionList : public list_cPtrList<pos_c2DPosit
 
 /// What a list of positions sends with its messages.
 struct DATASTORAGE_EXPORT pos_sPosListChange : public mesg_sMessageData {
-  pos_c2DPositionList OldList;
+  pos_c2DPositionList OldList;  ///< the one that changes
   pos_c2DPositionList NewList;  ///< the proposal, which receivers may rewrite
   bool Modified = false;        ///< to be set by a receiver to whether it has rewritten the proposal
 

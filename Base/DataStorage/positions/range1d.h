@@ -24,13 +24,13 @@ class DATASTORAGE_EXPORT rnge_c1DRange : public tgio_cTaggedStreamObject,
  public:
   /// The ends as they are read from a tagged stream; 0 where the stream does not hold them.
   struct DATASTORAGE_EXPORT sRangeData : public tgio_cTaggedStreamObject {
-    double Xmin = 0;
-    double Xmax = 0;
+    double Xmin = 0;  ///< the start
+    double Xmax = 0;  ///< the end
     type_cBoolean ReadAtom(tgio_cBinary_istream& in) override;
     type_cBoolean ReadAtom(tgio_cASCII_istream& in) override;
   };
 
-  static const tgio_cObjectType _ObjectType;
+  static const tgio_cObjectType _ObjectType;  ///< obty_1DRangeType
   /// The range from 0 to 0. Given to an operation it stands for "the whole"; recognised by its identity.
   static const rnge_c1DRange Null;
 
@@ -45,10 +45,12 @@ class DATASTORAGE_EXPORT rnge_c1DRange : public tgio_cTaggedStreamObject,
   /// A change like any other, with messages and limits.
   rnge_c1DRange& operator=(const rnge_c1DRange& other);
 
+  /// The ends, what lies between them, and the middle.
   double StartX() const noexcept { return start_; }
   double EndX() const noexcept { return end_; }
   double SizeX() const noexcept { return end_ - start_; }
   double CenterX() const noexcept { return center_.X(); }
+
   /// The centre, which belongs to the range; moving it moves the range.
   pos_c1DPosition& Center();
   /// The distance from the start of the other range to that of this one.
@@ -69,6 +71,7 @@ class DATASTORAGE_EXPORT rnge_c1DRange : public tgio_cTaggedStreamObject,
   type_cBoolean Contains(const rnge_c1DRange& other) const noexcept {
     return Contains(other.start_) && Contains(other.end_);
   }
+  /// Whether there is a position in both, ends and tolerance included.
   type_cBoolean Intersects(const rnge_c1DRange& other) const noexcept {
     return other.Contains(*this) || Contains(other.start_) || Contains(other.end_);
   }
@@ -116,7 +119,7 @@ DATASTORAGE_EXPORT rnge_c1DRange operator|(const pos_c1DPosition& position,
 
 /// What a 1D range sends with its messages.
 struct DATASTORAGE_EXPORT rnge_s1DRangeChange : public mesg_sMessageData {
-  rnge_c1DRange OldRange;
+  rnge_c1DRange OldRange;  ///< the one that changes
   rnge_c1DRange NewRange;  ///< the proposal, which receivers may rewrite
   bool Modified = false;   ///< to be set by a receiver to whether it has rewritten the proposal
 
@@ -144,13 +147,19 @@ class DATASTORAGE_EXPORT rnge_c1DIndexRange : public tgio_cTaggedStreamObject {
   rnge_c1DIndexRange(const rnge_c1DRange& range, const cal_c1DArrayCal& cal,
                      rnge_eIndexSelect select) noexcept;
 
+  /// The first index, the one behind the last, and how many there are (negative when the end lies before the
+  /// start).
   int StartIndexX() const noexcept { return start_; }
   int EndIndexX() const noexcept { return end_; }
   int NumIndicesX() const noexcept { return detail::SubtractIndices(end_, start_); }
+
+  /// The start belongs to the range, the end does not.
   type_cBoolean Contains(int index) const noexcept { return start_ <= index && index < end_; }
+  /// The range that lies `n` indices further on.
   rnge_c1DIndexRange Shift(int n) const noexcept {
     return {detail::AddIndices(start_, n), detail::AddIndices(end_, n)};
   }
+  /// Whether both ends are the same.
   int operator==(const rnge_c1DIndexRange& other) const noexcept {
     return start_ == other.start_ && end_ == other.end_;
   }

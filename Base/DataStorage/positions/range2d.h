@@ -25,16 +25,16 @@ class DATASTORAGE_EXPORT rnge_c2DRange : public tgio_cTaggedStreamObject,
  public:
   /// The values as they are read from a tagged stream; 0 where the stream does not hold them.
   struct DATASTORAGE_EXPORT sRangeData : public tgio_cTaggedStreamObject {
-    double Xcenter = 0;
-    double Ycenter = 0;
-    double Xwidth = 0;
-    double Ywidth = 0;
-    double Angle = 0;
+    double Xcenter = 0;  ///< the centre
+    double Ycenter = 0;  ///< the centre
+    double Xwidth = 0;   ///< along u
+    double Ywidth = 0;   ///< along v
+    double Angle = 0;    ///< in radians
     type_cBoolean ReadAtom(tgio_cBinary_istream& in) override;
     type_cBoolean ReadAtom(tgio_cASCII_istream& in) override;
   };
 
-  static const tgio_cObjectType _ObjectType;
+  static const tgio_cObjectType _ObjectType;  ///< obty_2DRangeType
   /// All values 0. Given to an operation it stands for "the whole"; recognised by its identity.
   static const rnge_c2DRange Null;
 
@@ -64,16 +64,20 @@ class DATASTORAGE_EXPORT rnge_c2DRange : public tgio_cTaggedStreamObject,
   virtual void SetRange(double xcenter, double ycenter, double xwidth, double ywidth, double angle);
   /// Between two opposite corners, in any order; the angle becomes 0.
   void SetRange(double x1, double y1, double x2, double y2);
+
+  /// Changes some of the five values; the others stay. Move adds to the centre.
   void SetSize(double xwidth, double ywidth);
   void SetCenter(double x, double y);
   void SetAngle(double angle);
   void Move(double dx, double dy);
 
+  /// The five values.
   double CenterX() const noexcept { return xcenter_; }
   double CenterY() const noexcept { return ycenter_; }
   double SizeX() const noexcept { return xwidth_; }
   double SizeY() const noexcept { return ywidth_; }
   double Angle() const noexcept { return angle_; }
+
   /// The centre, which belongs to the range; moving it moves the range.
   pos_c2DPosition& Center();
   /// Whether the sides run along the axes.
@@ -90,10 +94,14 @@ class DATASTORAGE_EXPORT rnge_c2DRange : public tgio_cTaggedStreamObject,
   double BottomX() const noexcept;
   double LeftY() const noexcept;
   double RightY() const noexcept;
+
+  /// What a range without an angle covers along each axis.
   double StartX() const noexcept { return Left(); }
   double EndX() const noexcept { return Right(); }
   double StartY() const noexcept { return Bottom(); }
   double EndY() const noexcept { return Top(); }
+
+  /// The same as ranges.
   rnge_c1DRange RangeX() const noexcept { return {Left(), Right()}; }
   rnge_c1DRange RangeY() const noexcept { return {Bottom(), Top()}; }
   /// The distance from the left (bottom) side of the other range to that of this one.
@@ -159,7 +167,7 @@ DATASTORAGE_EXPORT rnge_c2DRange operator|(const pos_c2DPosition& position,
 
 /// What a 2D range sends with its messages.
 struct DATASTORAGE_EXPORT rnge_s2DRangeChange : public mesg_sMessageData {
-  rnge_c2DRange OldRange;
+  rnge_c2DRange OldRange;  ///< the one that changes
   rnge_c2DRange NewRange;  ///< the proposal, which receivers may rewrite
   bool Modified = false;   ///< to be set by a receiver to whether it has rewritten the proposal
 
@@ -191,21 +199,28 @@ class DATASTORAGE_EXPORT rnge_c2DIndexRange : public tgio_cTaggedStreamObject {
   rnge_c2DIndexRange(const rnge_c2DRange& range, const cal_c2DArrayCal& cal,
                      rnge_eIndexSelect select) noexcept;
 
+  /// Along each axis the first index, the one behind the last, and how many there are (negative when the end
+  /// lies before the start).
   int StartIndexX() const noexcept { return startX_; }
   int StartIndexY() const noexcept { return startY_; }
   int EndIndexX() const noexcept { return endX_; }
   int EndIndexY() const noexcept { return endY_; }
   int NumIndicesX() const noexcept { return detail::SubtractIndices(endX_, startX_); }
   int NumIndicesY() const noexcept { return detail::SubtractIndices(endY_, startY_); }
+
+  /// The indices along one axis.
   rnge_c1DIndexRange IndexRangeX() const noexcept { return {startX_, endX_}; }
   rnge_c1DIndexRange IndexRangeY() const noexcept { return {startY_, endY_}; }
+  /// The starts belong to the range, the ends do not.
   type_cBoolean Contains(int x, int y) const noexcept {
     return startX_ <= x && x < endX_ && startY_ <= y && y < endY_;
   }
+  /// The range that lies (dx, dy) indices further on.
   rnge_c2DIndexRange Shift(int dx, int dy) const noexcept {
     return {detail::AddIndices(startX_, dx), detail::AddIndices(startY_, dy), detail::AddIndices(endX_, dx),
             detail::AddIndices(endY_, dy)};
   }
+  /// Whether all ends are the same.
   int operator==(const rnge_c2DIndexRange& other) const noexcept {
     return startX_ == other.startX_ && startY_ == other.startY_ && endX_ == other.endX_ &&
            endY_ == other.endY_;

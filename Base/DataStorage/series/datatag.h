@@ -14,9 +14,11 @@
 /// Raw form: `TagTypeID()` and the time, 4 bytes each. Reading and writing throw expt_cUserException.
 class DATASTORAGE_EXPORT dtsr_cDataTag {
  public:
+  /// Seconds since 1970-01-01 00:00 UTC; the present when not given.
   dtsr_cDataTag(long time = Now()) : time_(time) {}
   dtsr_cDataTag(const dtsr_cDataTag&) = default;
   dtsr_cDataTag& operator=(const dtsr_cDataTag&) = default;
+  /// Changes the time.
   dtsr_cDataTag& operator=(long time) {
     time_ = time;
     return *this;
@@ -33,13 +35,16 @@ class DATASTORAGE_EXPORT dtsr_cDataTag {
   /// "Can't write TagTypeID." when that fails; also, before anything is written, for a time that does not fit
   /// the 32 bits it has in streams.
   virtual void Write(bstr_cBinary_ostream& out) const;
+  /// The kind of the tag.
   virtual unsigned int TagTypeID() const;
   /// A new tag equal to this one, owned by the caller.
   virtual dtsr_cDataTag* pCopy() const;
 
+  /// In seconds.
   long Time() const noexcept { return time_; }
 
  protected:
+  /// The present.
   static long Now() { return static_cast<long>(std::time(nullptr)); }
 
  private:
@@ -52,9 +57,11 @@ class DATASTORAGE_EXPORT dtsr_cDataTag {
 /// Raw form: that of the plain tag, then x and y, 8 bytes each.
 class DATASTORAGE_EXPORT dtsr_c2DPosition : public dtsr_cDataTag, public pos_c2DPosition {
  public:
+  /// A place and a time.
   dtsr_c2DPosition(double x = 0, double y = 0, long time = Now());
   dtsr_c2DPosition(const pos_c2DPosition& position, long time);
   dtsr_c2DPosition(const dtsr_c2DPosition&) = default;
+  /// Takes both; the position changes like any other.
   dtsr_c2DPosition& operator=(const dtsr_c2DPosition& other);
   /// Takes the position, and the present as the time.
   dtsr_c2DPosition& operator=(const pos_c2DPosition& position);

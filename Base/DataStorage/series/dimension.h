@@ -13,12 +13,14 @@
 class DATASTORAGE_EXPORT dtsr_cDimension {
  public:
   dtsr_cDimension() = default;
+  /// `units` are those of the positions along the axis. Nothing is checked here.
   dtsr_cDimension(int size, const cal_c1DArrayCal& calibration, const str_cString& description,
                   const str_cString& units, type_cBoolean reverseOrder);
   dtsr_cDimension(const dtsr_cDimension&) = default;
   dtsr_cDimension& operator=(const dtsr_cDimension&) = default;
   virtual ~dtsr_cDimension();
 
+  /// What the dimension was made of, the size being the number of indices.
   int Size() const noexcept { return size_; }
   const cal_c1DArrayCal& Calibration() const noexcept { return calibration_; }
   const str_cString& Description() const noexcept { return description_; }
@@ -56,6 +58,7 @@ class DATASTORAGE_EXPORT dtsr_cDimensionArray {
   dtsr_cDimensionArray& operator=(const dtsr_cDimensionArray&) = default;
   virtual ~dtsr_cDimensionArray();
 
+  /// How many dimensions there are.
   int NumberDimensions() const noexcept { return dimensions_.Size(); }
   /// Dimension i, to be read or assigned; raises arr_IndexError when there is none.
   dtsr_cDimension& Dimension(int i) const { return dimensions_[i]; }
@@ -71,6 +74,7 @@ class DATASTORAGE_EXPORT dtsr_cDimensionArray {
   arr_cC_Array<int> IndexPosition(int linearIndex) const;
   /// The indices that the calibrations give for the positions.
   arr_cC_Array<int> IndexPosition(const arr_cC_Array<double>& positions) const;
+  /// The positions that the calibrations give for the indices.
   arr_cC_Array<double> Position(const arr_cC_Array<int>& indices) const;
   arr_cC_Array<double> Position(int linearIndex) const { return Position(IndexPosition(linearIndex)); }
 

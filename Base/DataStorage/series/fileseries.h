@@ -29,6 +29,7 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
  public:
   /// A copy works on the same open file, with positions and a write index of its own: one of them appends.
   dtsr_cFileSeriesBase(const dtsr_cFileSeriesBase& other);
+  /// Goes over to the file of `other`.
   dtsr_cFileSeriesBase& operator=(const dtsr_cFileSeriesBase& other);
   /// Closes the file with the last copy.
   virtual ~dtsr_cFileSeriesBase();
@@ -41,6 +42,7 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
   unsigned int TagTypeID() const noexcept { return tagTypeID_; }
   /// A new copy of the sample tag, owned by the caller; null until a tag was read or stored by this object.
   dtsr_cDataTag* pSampleTag() const { return sampleTag_ ? sampleTag_->pCopy() : nullptr; }
+  /// As it was given.
   const str_cString& FilePath() const noexcept { return file_.Path(); }
 
   /// Reads the dimensions of the series, which opening does not. Throws "Can't read series file ..." when
@@ -77,14 +79,14 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
   type_cBoolean UpdatePointers();
 
   // GetTag is const for its callers, but moves the input and may set the sample tag.
-  mutable bstr_cBinary_fstream file_;
-  long offsetListPosition_ = 0;
-  arr_cArray<long> dataOffsets_;  // one for each slot; 0 until known
-  arr_cArray<long> tagOffsets_;   // one for each slot; 0 until written
-  int writeIndex_ = 0;
-  type_cBoolean created_;  // by this object, not just opened
-  mutable std::unique_ptr<dtsr_cDataTag> sampleTag_;
-  unsigned int tagTypeID_ = 0;
+  mutable bstr_cBinary_fstream file_;                 ///< where data are written and read
+  long offsetListPosition_ = 0;                       ///< where the lists stand in the file
+  arr_cArray<long> dataOffsets_;                      ///< one for each slot; 0 until known
+  arr_cArray<long> tagOffsets_;                       ///< one for each slot; 0 until written
+  int writeIndex_ = 0;                                ///< the number of valid data
+  type_cBoolean created_;                             ///< by this object, not just opened
+  mutable std::unique_ptr<dtsr_cDataTag> sampleTag_;  ///< null until one is known
+  unsigned int tagTypeID_ = 0;                        ///< 0 until the first tag is stored
 
  private:
   struct Plan;

@@ -17,6 +17,7 @@ class DATASTORAGE_EXPORT dtsr_cMemorySeriesBase {
   dtsr_cMemorySeriesBase(int size);
   /// Copies have tags of their own.
   dtsr_cMemorySeriesBase(const dtsr_cMemorySeriesBase& other);
+  /// Takes capacity and tags.
   dtsr_cMemorySeriesBase& operator=(const dtsr_cMemorySeriesBase& other);
   ~dtsr_cMemorySeriesBase();
 

@@ -27,6 +27,7 @@ class DATASTORAGE_EXPORT dtsr_cDataSeriesBase {
   /// The oldest datum whose tag equals `tag`, -1 when there is none. The kind of the tag is always compared
   /// with that of the series, the time when `compareTime` is set. Goes through all tags one by one.
   virtual int DataIndex(const dtsr_cDataTag& tag, type_cBoolean compareTime) const;
+  /// Whether datum i is there.
   virtual type_cBoolean bHasData(int i);
   /// Copies the tag of datum i into the caller's tag.
   virtual void GetTag(int i, dtsr_cDataTag& tag) const = 0;
@@ -35,15 +36,21 @@ class DATASTORAGE_EXPORT dtsr_cDataSeriesBase {
   /// The kind of the tags; 0 when none is known yet.
   virtual unsigned int TagTypeID() const = 0;
 
+  /// What the data are laid out over; valid as long as the series.
   const dtsr_cDimensionArray& DimensionArray() const noexcept { return dimensions_; }
+  /// The same as `NextWriteIndex()`.
   int NumberValidData() const { return NextWriteIndex(); }
+  /// The index vector of the next datum.
   arr_cC_Array<int> NextWriteIndexPosition() const { return dimensions_.IndexPosition(NextWriteIndex()); }
+  /// The position vector of the next datum.
   arr_cC_Array<double> NextWritePosition() const { return dimensions_.Position(NextWriteIndex()); }
 
+  /// Whether there is a datum at an index vector or a position vector.
   type_cBoolean bHasData(const arr_cC_Array<int>& indices) { return bHasData(dimensions_.Index(indices)); }
   type_cBoolean bHasData(const arr_cC_Array<double>& positions) {
     return bHasData(dimensions_.Index(positions));
   }
+  /// Copies its tag into the caller's.
   void GetTag(const arr_cC_Array<int>& indices, dtsr_cDataTag& tag) const {
     GetTag(dimensions_.Index(indices), tag);
   }
@@ -52,6 +59,7 @@ class DATASTORAGE_EXPORT dtsr_cDataSeriesBase {
   }
 
  protected:
+  /// The dimensions stay what they are.
   explicit dtsr_cDataSeriesBase(const dtsr_cDimensionArray& dimensions) : dimensions_(dimensions) {}
 
  private:

@@ -12,6 +12,7 @@ class DATASTORAGE_EXPORT dsap_cDataStorageApplication : public virtual utap_cUti
   dsap_cDataStorageApplication();
   /// The copy is not registered.
   dsap_cDataStorageApplication(const dsap_cDataStorageApplication& other);
+  /// Registers and forgets nothing.
   dsap_cDataStorageApplication& operator=(const dsap_cDataStorageApplication& other);
   /// Leaves none registered, whichever was.
   ~dsap_cDataStorageApplication() override;
@@ -19,5 +20,6 @@ class DATASTORAGE_EXPORT dsap_cDataStorageApplication : public virtual utap_cUti
   /// The registered object; throws expt_cProgramException when there is none.
   static dsap_cDataStorageApplication& Application();
 
+  /// The registered object, or none.
   static hndl_cHandle<dsap_cDataStorageApplication> m_hApplication;
 };

@@ -3,9 +3,10 @@
 #include <DataStorage/interfaces/arr.h>
 #include <DataStorage/interfaces/bstr.h>
 
-// An 8-bit grey picture as a device-independent bitmap: the BITMAPINFOHEADER (40 bytes) of the BMP format, a
-// colour table and the rows, each padded to a multiple of 4 bytes. Row 0 is the bottom row. Placed behind a
-// 14-byte BMP file header this is a BMP file.
+/// @file
+/// An 8-bit grey picture as a device-independent bitmap: the BITMAPINFOHEADER (40 bytes) of the BMP format, a
+/// colour table and the rows, each padded to a multiple of 4 bytes. Row 0 is the bottom row. Placed behind a
+/// 14-byte BMP file header this is a BMP file.
 
 /// Writes the picture with a table of 256 greys. False when the stream failed.
 DATASTORAGE_EXPORT type_cBoolean dbrw_Write(bstr_cBinary_ostream& out,
