@@ -1,7 +1,9 @@
 #include <DataStorage/series/fileseries.h>
 //
+#include <array>
 #include <functional>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <limits>
 #include <memory>
 #include <sstream>
@@ -126,6 +128,41 @@ TEST(FileSeries, IsFoundAgainByIndexPositionAndTag) {
   EXPECT_EQ(copy.CheckedCount(), 3);
   TextSeries(file.Path()).Append("", dtsr_cDataTag());
   EXPECT_EQ(file.Bytes().substr(10, 4), Hex("50 01 00 00"));
+}
+
+/// A tag with more bytes than those of the library have.
+struct NotedTag : dtsr_cDataTag {
+  explicit NotedTag(char letter = '?') : dtsr_cDataTag(5) { note.fill(letter); }
+  type_cBoolean IsEqual(const dtsr_cDataTag& other, type_cBoolean) override {
+    return static_cast<const NotedTag&>(other).note == note;
+  }
+  void Read(bstr_cBinary_istream& in) override {
+    dtsr_cDataTag::Read(in);
+    in.Read(note.data(), std::ssize(note));
+  }
+  void Write(bstr_cBinary_ostream& out) const override {
+    dtsr_cDataTag::Write(out);
+    out.Write(note.data(), std::ssize(note));
+  }
+  dtsr_cDataTag* pCopy() const override { return new NotedTag(*this); }
+  std::array<char, 17> note;
+};
+
+TEST(FileSeries, SearchesKnowTheNewestTags) {
+  const TempFile file;
+  TextSeries series(file.Path(), Sizes(4, 1));
+  for (int round = 0; round < 2; ++round, series.ResetWriteIndex()) {
+    for (int i = 0; i < 4; ++i) {
+      const dtsr_c2DPosition tag(round, i, 0);
+      EXPECT_EQ(series.DataIndex(tag, true), -1);
+      series.Append("", tag);
+      EXPECT_EQ(series.DataIndex(tag, true), i);
+    }
+  }
+  TextSeries noted(file.Path(), Sizes(4, 1));
+  for (const char letter : {'a', 'b', 'c'}) noted.Append("", NotedTag(letter));
+  EXPECT_EQ(noted.DataIndex(NotedTag('c'), true), 2);
+  EXPECT_EQ(noted.DataIndex(NotedTag('d'), true), -1);
 }
 
 TEST(FileSeries, RefusesHarmBeforeItIsDone) {

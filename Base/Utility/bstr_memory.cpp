@@ -1,3 +1,4 @@
+#include <cstring>
 #include <limits>
 #include <new>
 #include <stdexcept>
@@ -7,14 +8,9 @@
 bstr_cBinary_istream::~bstr_cBinary_istream() = default;
 bstr_cBinary_ostream::~bstr_cBinary_ostream() = default;
 
-bstr_cMemory_istream::bstr_cMemory_istream(const void* bytes, std::int64_t n)
-    : bytes_(static_cast<const unsigned char*>(bytes)),
-      size_(bytes != nullptr ? std::max<std::int64_t>(n, 0) : 0) {}
-
 type_cBoolean bstr_cMemory_istream::Read(void* bytes, std::int64_t n) {
-  if (!good_ || n < 0) return good_ = false;
-  const std::int64_t there = std::min(n, size_ - position_);
-  std::copy_n(bytes_ + position_, there, static_cast<unsigned char*>(bytes));
+  const std::int64_t there = size_ - position_;
+  if (good_ && n > 0) std::memcpy(bytes, bytes_ + position_, static_cast<std::size_t>(std::min(n, there)));
   return Skip(n);
 }
 

@@ -71,7 +71,9 @@ class DATASTORAGE_EXPORT bstr_cBinary_ostream {
 class DATASTORAGE_EXPORT bstr_cMemory_istream final : public bstr_cBinary_istream {
  public:
   /// A null pointer and a negative `n` give a stream without bytes.
-  bstr_cMemory_istream(const void* bytes, std::int64_t n);
+  bstr_cMemory_istream(const void* bytes, std::int64_t n) noexcept
+      : bytes_(static_cast<const unsigned char*>(bytes)),
+        size_(bytes != nullptr ? std::max<std::int64_t>(n, 0) : 0) {}
 
   type_cBoolean Read(void* bytes, std::int64_t n) override;
   type_cBoolean Skip(std::int64_t n) override;

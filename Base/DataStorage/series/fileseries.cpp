@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <iterator>
 #include <limits>
 #include <utility>
 #include <vector>
@@ -120,6 +121,7 @@ dtsr_cFileSeriesBase::dtsr_cFileSeriesBase(const dtsr_cFileSeriesBase& other)
       created_(other.created_),
       sampleTag_(other.pSampleTag()),
       tagTypeID_(other.tagTypeID_),
+      keptTags_(other.keptTags_),
       readOnly_(other.readOnly_),
       listsInFile_(other.listsInFile_) {}
 
@@ -134,6 +136,7 @@ dtsr_cFileSeriesBase& dtsr_cFileSeriesBase::operator=(const dtsr_cFileSeriesBase
     created_ = copy.created_;
     sampleTag_ = std::move(copy.sampleTag_);
     tagTypeID_ = copy.tagTypeID_;
+    keptTags_ = std::move(copy.keptTags_);
     readOnly_ = copy.readOnly_;
     listsInFile_ = copy.listsInFile_;
   }
@@ -162,10 +165,15 @@ void dtsr_cFileSeriesBase::ReadDimensionArray(dtsr_cDimensionArray& dimensions) 
 
 void dtsr_cFileSeriesBase::GetTag(int i, dtsr_cDataTag& tag) const {
   if (!sampleTag_) sampleTag_.reset(tag.pCopy());
-  bstr_cBinary_istream& in = file_.Input();
-  in.Seek(tagOffsets_[i]);
-  tag.Read(in);
-  if (!bGood()) source_file.ThrowUserError("Can't read tag.");
+  const long position = tagOffsets_[i];
+  if (i < std::ssize(keptTags_) || KeepNextTag(i)) {
+    const KeptTag& kept = keptTags_[static_cast<std::size_t>(i)];
+    bstr_cMemory_istream in(kept.bytes.data(), kept.length);
+    ReadTag(in, tag);
+  } else {
+    file_.Input().Seek(position);
+    ReadTag(file_.Input(), tag);
+  }
 }
 
 void dtsr_cFileSeriesBase::SetNewestTag(const dtsr_cDataTag& tag) {
@@ -236,14 +244,30 @@ void dtsr_cFileSeriesBase::ResetWriteIndex() {
   // The count comes last when the old lists are put back: it must not speak of data that they do not show.
   listsInFile_ = written || (WriteLists() && WriteWord(out, CountField, writeIndex_));
   if (!written) ThrowCannotWrite();
+  keptTags_.clear();
 }
 
 type_cBoolean dtsr_cFileSeriesBase::UpdatePointers() {
   return WriteWord(file_.Output(), CountField, writeIndex_) && WriteLists();
 }
 
-bool dtsr_cFileSeriesBase::bGood() const {
-  return file_.Input().bGood() && (readOnly_ || file_.Output().bGood());
+/// Keeps tag i where it follows the kept ones; false when it does not, or is none of the short tags that the
+/// next datum follows.
+bool dtsr_cFileSeriesBase::KeepNextTag(int i) const {
+  if (i != std::ssize(keptTags_) || i >= writeIndex_ || i + 1 >= Size()) return false;
+  KeptTag tag;
+  const long length = dataOffsets_[i + 1] - tagOffsets_[i];
+  if (length <= 0 || length > std::ssize(tag.bytes)) return false;
+  tag.length = length;
+  bstr_cBinary_istream& in = file_.Input();
+  if (!in.Seek(tagOffsets_[i]) || !in.Read(tag.bytes.data(), length)) return false;
+  keptTags_.push_back(tag);
+  return true;
+}
+
+void dtsr_cFileSeriesBase::ReadTag(bstr_cBinary_istream& in, dtsr_cDataTag& tag) const {
+  tag.Read(in);
+  if (!in.bGood() || !bOutputGood()) source_file.ThrowUserError("Can't read tag.");
 }
 
 bool dtsr_cFileSeriesBase::ReadLists() {

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <array>
 #include <memory>
+#include <vector>
 
 #include <DataStorage/interfaces/arr.h>
 #include <DataStorage/interfaces/bstr.h>
@@ -24,7 +26,9 @@
 ///
 /// Failures throw expt_cUserException with a message that names the path. The file and the object are then as
 /// they were before the operation, as far as the disk allows. One process at a time may append; others may
-/// read meanwhile and find the data that were there when they opened the file.
+/// read meanwhile and find the data that were there when they opened the file. Tags are kept in memory once
+/// they were read in their order, so that a search costs no system calls: when another process, or another
+/// copy of this object, empties the series and fills it anew, this object has to be opened anew to see it.
 class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
  public:
   /// A copy works on the same open file, with positions and a write index of its own: one of them appends.
@@ -92,13 +96,23 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
   struct Plan;
   dtsr_cFileSeriesBase(const str_cString& path, Plan&& plan);
 
-  bool bGood() const;
+  bool bGood() const { return file_.Input().bGood() && bOutputGood(); }
+  bool bOutputGood() const { return readOnly_ || file_.Output().bGood(); }
   bool ReadLists();
   bool WriteLists();
   bool ListsInOrder() const;
+  bool KeepNextTag(int i) const;
+  void ReadTag(bstr_cBinary_istream& in, dtsr_cDataTag& tag) const;
   [[noreturn]] void ThrowCannotRead(int line = __builtin_LINE()) const;
   [[noreturn]] void ThrowCannotWrite(int line = __builtin_LINE()) const;
 
+  /// The raw form of a tag.
+  struct KeptTag {
+    std::array<unsigned char, 24> bytes;
+    long length;
+  };
+
+  mutable std::vector<KeptTag> keptTags_;  // of the first data
   bool readOnly_ = false;
   bool listsInFile_ = true;  // false while the disk refuses to take lists that it has lost
 };
