@@ -11,9 +11,10 @@
 #include <DataStorage/interfaces/tgio.h>
 #include <DataStorage/interfaces/type.h>
 
-// Array handles (arr_c1DArray, arr_c2DArray and their relatives) share storage objects: copying a handle
-// takes constant time, and the elements are copied when one of the sharing handles is first written. What
-// arrstorage.h says of errors, pointers and threads holds for them too.
+/// @file
+/// Array handles (arr_c1DArray, arr_c2DArray and their relatives) share storage objects: copying a handle
+/// takes constant time, and the elements are copied when one of the sharing handles is first written. What
+/// arrstorage.h says of errors, pointers and threads holds for them too.
 
 /// What one- and two-dimensional handles have in common: shared storage, copy on write, a fill value. `Index`
 /// is an int for each dimension.
@@ -28,9 +29,11 @@ class DATASTORAGE_EXPORT arr_cHandle {
   const T* Data() const noexcept { return storage_.Data(); }
   /// The value that selections give to positions outside the array.
   const T& FillValue() const noexcept { return fill_; }
+  /// Whether writing to one of the two would copy the elements.
   bool bSharesStorage(const arr_cHandle& other) const noexcept { return storage_ == other.storage_; }
 
  protected:
+  /// No elements, or those of a storage object.
   explicit arr_cHandle(const T& fill) : fill_(fill) {}
   arr_cHandle(std::unique_ptr<arr_cArray<T>> storage, const T& fill)
       : storage_(std::move(storage)), fill_(fill) {}
@@ -66,13 +69,15 @@ class DATASTORAGE_EXPORT arr_cHandle {
     if (storage_.bShared()) storage_ = detail::SharedStorage<T>(NewStorage(storage_.Size()));
     return storage_.Data();
   }
+  /// Changes what selections give to positions outside the array.
   void SetFillValue(const T& value) { fill_ = value; }
+  /// `position`; raises arr_IndexError where there is no element.
   std::int64_t CheckedPosition(std::int64_t position) const {
     if (position < 0 || position >= storage_.Size()) arr_IndexError();
     return position;
   }
 
-  detail::SharedStorage<T> storage_;
+  detail::SharedStorage<T> storage_;  ///< empty in a handle made without elements
 
  private:
   T fill_;
@@ -84,6 +89,7 @@ class DATASTORAGE_EXPORT arr_c1DArray : public arr_cHandle<T, int> {
   using Handle = arr_cHandle<T, int>;
 
  public:
+  /// No elements.
   arr_c1DArray() : Handle(T()) {}
   /// `count` elements: copies of data[0 ...] when a block is given; else `fill` when `bFill` is set, zeros
   /// otherwise. `fill` becomes the fill value either way.
@@ -93,6 +99,7 @@ class DATASTORAGE_EXPORT arr_c1DArray : public arr_cHandle<T, int> {
   }
 
   arr_c1DArray(const arr_c1DArray&) = default;
+  /// Shares the elements of `other` and takes its fill value.
   arr_c1DArray& operator=(const arr_c1DArray& other) {
     if (this != &other) {
       const bool resized = this->NumIndices() != other.NumIndices();
@@ -103,8 +110,11 @@ class DATASTORAGE_EXPORT arr_c1DArray : public arr_cHandle<T, int> {
     return *this;
   }
 
+  /// The same as `NumIndices()`.
   int NumIndicesX() const noexcept { return this->NumIndices(); }
+  /// Element `i`.
   const T& operator[](int i) const { return this->Data()[this->CheckedPosition(i)]; }
+  /// Element `i` becomes `value`.
   void SetValue(const T& value, int i) {
     const std::int64_t position = this->CheckedPosition(i);
     this->Unshare()[position] = value;
@@ -126,6 +136,7 @@ class DATASTORAGE_EXPORT arr_c1DArray : public arr_cHandle<T, int> {
   }
 
  protected:
+  /// For derived classes, which bring storage of their own kind.
   arr_c1DArray(std::unique_ptr<arr_cArray<T>> storage, const T& fill) : Handle(std::move(storage), fill) {}
 
   /// Becomes the positions first ... last of `source`, both inclusive; positions outside take its fill value.
@@ -154,17 +165,19 @@ class DATASTORAGE_EXPORT arr_c1DArray : public arr_cHandle<T, int> {
   }
 };
 
-/// The same for plain elements.
+/// A one-dimensional array of plain elements, which are copied and filled as memory.
 template <class T>
 class DATASTORAGE_EXPORT arr_c1D_C_Array : public arr_c1DArray<T> {
  public:
   arr_c1D_C_Array() = default;
+  /// As arr_c1DArray.
   explicit arr_c1D_C_Array(int count, const T* data = nullptr, const T& fill = T(), bool bFill = false)
       : arr_c1DArray<T>(data == nullptr && !bFill ? std::make_unique<arr_cC_Array<T>>(count)
                                                   : std::make_unique<arr_cC_Array<T>>(arr_Unfilled, count),
                         fill) {
     this->Initialise(data, bFill);
   }
+  /// `count` elements that are not set.
   arr_c1D_C_Array(arr_sUnfilled, int count)
       : arr_c1DArray<T>(std::make_unique<arr_cC_Array<T>>(arr_Unfilled, count), T()) {}
 
@@ -174,12 +187,13 @@ class DATASTORAGE_EXPORT arr_c1D_C_Array : public arr_c1DArray<T> {
   T* WriteAccess() { return this->Unshare(); }
 
  protected:
+  /// Not set.
   std::unique_ptr<arr_cArray<T>> NewStorage(std::int64_t n) const override {
     return std::make_unique<arr_cC_Array<T>>(arr_Unfilled, n);
   }
 };
 
-/// The same with a form in tagged streams: for the ten number types and type_cBoolean.
+/// A one-dimensional array that tagged streams can hold: of the ten number types and of type_cBoolean.
 template <class T>
 class DATASTORAGE_EXPORT arr_c1DNumberArray : public arr_c1D_C_Array<T>, public tgio_cStreamObject {
  public:
@@ -194,6 +208,8 @@ class DATASTORAGE_EXPORT arr_c1DNumberArray : public arr_c1D_C_Array<T>, public 
     return result;
   }
 
+  /// The count, then the elements: in binary streams an element code in front, and the elements as they are;
+  /// in ASCII ones as words.
   type_cBoolean ReadStream(tgio_cASCII_istream& in) override;
   type_cBoolean ReadStream(tgio_cBinary_istream& in) override;
   type_cBoolean WriteStream(tgio_cASCII_ostream& out) const override;
@@ -202,10 +218,10 @@ class DATASTORAGE_EXPORT arr_c1DNumberArray : public arr_c1D_C_Array<T>, public 
 
 /// A block of rows in a two-dimensional array: its corner and its extents, in elements.
 struct arr_s2DBlock {
-  int x;
-  int y;
-  int nx;
-  int ny;
+  int x;   ///< first column
+  int y;   ///< first row
+  int nx;  ///< columns
+  int ny;  ///< rows
 };
 
 /// A two-dimensional array that shares its elements with its copies until one of them is written. Element
@@ -215,6 +231,7 @@ class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T, int, int> {
   using Handle = arr_cHandle<T, int, int>;
 
  public:
+  /// No elements.
   arr_c2DArray() : Handle(T()) {}
   /// nx * ny elements, set as in one dimension.
   arr_c2DArray(int nx, int ny, const T* data = nullptr, const T& fill = T(), bool bFill = false)
@@ -224,6 +241,7 @@ class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T, int, int> {
   }
 
   arr_c2DArray(const arr_c2DArray&) = default;
+  /// Shares the elements of `other` and takes its fill value.
   arr_c2DArray& operator=(const arr_c2DArray& other) {
     if (this != &other) {
       const bool resized = nx_ != other.nx_ || ny_ != other.ny_;
@@ -236,11 +254,13 @@ class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T, int, int> {
     return *this;
   }
 
+  /// The number of columns, and that of rows.
   int NumIndicesX() const noexcept { return nx_; }
   int NumIndicesY() const noexcept { return ny_; }
 
-  /// Only the position y * nx + x is checked, not x and y one by one.
+  /// Element (x, y). Only the position y * nx + x is checked, not x and y one by one.
   const T& Value(int x, int y) const { return this->Data()[Position(x, y)]; }
+  /// Element (x, y), checked in the same way, becomes `value`.
   void SetValue(const T& value, int x, int y) {
     const std::int64_t position = Position(x, y);
     this->Unshare()[position] = value;
@@ -274,6 +294,7 @@ class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T, int, int> {
   }
 
  protected:
+  /// For derived classes, which bring storage of their own kind.
   arr_c2DArray(std::unique_ptr<arr_cArray<T>> storage, int nx, int ny, const T& fill)
       : Handle(std::move(storage), fill), nx_(nx), ny_(ny) {}
 
@@ -308,6 +329,7 @@ class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T, int, int> {
     ny_ = static_cast<int>(ny);
   }
 
+  /// Elements that are zeros.
   std::unique_ptr<arr_cArray<T>> NewStorage(std::int64_t n) const override {
     return std::make_unique<arr_cArray<T>>(static_cast<int>(detail::CheckedCount(n)));
   }
@@ -320,11 +342,12 @@ class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T, int, int> {
   int ny_ = 0;
 };
 
-/// The same for plain elements.
+/// A two-dimensional array of plain elements, which are copied and filled as memory.
 template <class T>
 class DATASTORAGE_EXPORT arr_c2D_C_Array : public arr_c2DArray<T> {
  public:
   arr_c2D_C_Array() = default;
+  /// As arr_c2DArray.
   arr_c2D_C_Array(int nx, int ny, const T* data = nullptr, const T& fill = T(), bool bFill = false)
       : arr_c2DArray<T>(
             data == nullptr && !bFill
@@ -333,6 +356,7 @@ class DATASTORAGE_EXPORT arr_c2D_C_Array : public arr_c2DArray<T> {
             nx, ny, fill) {
     this->Initialise(data, bFill);
   }
+  /// nx * ny elements that are not set.
   arr_c2D_C_Array(arr_sUnfilled, int nx, int ny)
       : arr_c2DArray<T>(std::make_unique<arr_cC_Array<T>>(arr_Unfilled, detail::CheckedCount(nx, ny)), nx, ny,
                         T()) {}
@@ -344,12 +368,13 @@ class DATASTORAGE_EXPORT arr_c2D_C_Array : public arr_c2DArray<T> {
   T* WriteAccess() { return this->Unshare(); }
 
  protected:
+  /// Not set.
   std::unique_ptr<arr_cArray<T>> NewStorage(std::int64_t n) const override {
     return std::make_unique<arr_cC_Array<T>>(arr_Unfilled, n);
   }
 };
 
-/// The same with a form in tagged streams: for the ten number types and type_cBoolean.
+/// A two-dimensional array that tagged streams can hold: of the ten number types and of type_cBoolean.
 template <class T>
 class DATASTORAGE_EXPORT arr_c2DNumberArray : public arr_c2D_C_Array<T>, public tgio_cStreamObject {
  public:
@@ -382,6 +407,7 @@ class DATASTORAGE_EXPORT arr_c2DNumberArray : public arr_c2D_C_Array<T>, public 
     return row;
   }
 
+  /// The element code, the extents, the elements.
   type_cBoolean ReadStream(tgio_cBinary_istream& in) override;
   type_cBoolean WriteStream(tgio_cBinary_ostream& out) const override;
 };

@@ -12,12 +12,13 @@
 #include <DataStorage/interfaces/expt.h>
 #include <DataStorage/interfaces/lgar.h>
 
-// Storage objects (arr_cArray, arr_cC_Array) hold one block of elements each, which the handles of arr.h
-// share. Reference counts are plain numbers, so handles that share storage belong to one thread at a time.
-//
-// Bad positions raise arr_IndexError, bad sizes (negative, or more than `detail::LargestCount` elements)
-// arr_SizeError, both before anything is changed. Pointers to elements are valid until the next non-const
-// call on the handle or storage object they came from.
+/// @file
+/// Storage objects (arr_cArray, arr_cC_Array) hold one block of elements each, which the handles of arr.h
+/// share. Reference counts are plain numbers, so handles that share storage belong to one thread at a time.
+///
+/// Bad positions raise arr_IndexError, bad sizes (negative, or more than `detail::LargestCount` elements)
+/// arr_SizeError, both before anything is changed. Pointers to elements are valid until the next non-const
+/// call on the handle or storage object they came from.
 
 /// Asks for elements that are not set, because all of them are written next.
 struct arr_sUnfilled {};
@@ -64,8 +65,10 @@ class DATASTORAGE_EXPORT arr_cArray {
       throw;
     }
   }
+  /// With elements of its own; a moved one leaves none behind.
   arr_cArray(const arr_cArray& other) : arr_cArray(other.Size()) { CopyIn(other.block_, other.size_, 0, 0); }
   arr_cArray(arr_cArray&& other) noexcept { Swap(other); }
+  /// A copy of the elements; moving exchanges them.
   arr_cArray& operator=(const arr_cArray& other) {
     if (this != &other) {
       arr_cArray copy(other);
@@ -104,7 +107,9 @@ class DATASTORAGE_EXPORT arr_cArray {
     std::fill_n(block_ + offset, count, value);
   }
 
+  /// The number of elements.
   int Size() const noexcept { return static_cast<int>(size_); }
+  /// Element `i`.
   T& operator[](int i) { return block_[CheckedPosition(i)]; }
   const T& operator[](int i) const { return block_[CheckedPosition(i)]; }
   /// Null when there are no elements.
@@ -116,10 +121,12 @@ class DATASTORAGE_EXPORT arr_cArray {
   arr_cArray(arr_sUnfilled, std::int64_t n) : size_(detail::CheckedCount(n)) {
     if (size_ > 0) block_ = static_cast<T*>(lgar_AllocateBlock(Bytes()));
   }
+  /// Raises arr_IndexError for blocks that CopyIn refuses.
   void CheckCopyIn(std::int64_t count, std::int64_t sourceOffset, std::int64_t offset) const {
     if (sourceOffset < 0) arr_IndexError();
     detail::CheckBlock(offset, count, size_);
   }
+  /// Exchanges the elements, but not the handles that share them.
   void Swap(arr_cArray& other) noexcept {
     std::swap(block_, other.block_);
     std::swap(size_, other.size_);
@@ -139,7 +146,7 @@ class DATASTORAGE_EXPORT arr_cArray {
   std::int64_t references_ = 0;  // of the handles that share this storage; not part of the value
 };
 
-/// The same for plain elements: copied and filled as memory.
+/// A block of plain elements, which are copied and filled as memory.
 template <class T>
 class DATASTORAGE_EXPORT arr_cC_Array : public arr_cArray<T> {
   static_assert(std::is_trivially_copyable_v<T> && std::is_trivially_destructible_v<T>);
@@ -149,10 +156,12 @@ class DATASTORAGE_EXPORT arr_cC_Array : public arr_cArray<T> {
   explicit arr_cC_Array(int n = 0) : arr_cC_Array(arr_Unfilled, n) { SetZero(0); }
   /// `n` elements that are not set.
   arr_cC_Array(arr_sUnfilled, std::int64_t n) : arr_cArray<T>(arr_Unfilled, n) {}
+  /// With elements of its own.
   arr_cC_Array(const arr_cC_Array& other) : arr_cC_Array(arr_Unfilled, other.Size()) {
     CopyIn(other.Data(), other.Size(), 0, 0);
   }
   arr_cC_Array(arr_cC_Array&&) noexcept = default;
+  /// A copy of the elements.
   arr_cC_Array& operator=(const arr_cC_Array& other) {
     if (this != &other) {
       arr_cC_Array copy(other);
