@@ -26,9 +26,13 @@ class DATASTORAGE_EXPORT NumberArray : public tgio_cTaggedStreamObject {
 
   /// The type of the elements.
   dtyp_cDataType DataType() const { return letter_->DataType(); }
+  /// Whether the type is an integer or a float.
   type_cBoolean IsReal() const { return DataType().IsReal(); }
+  /// Whether the type is a complex one.
   type_cBoolean IsComplex() const { return DataType().IsComplex(); }
+  /// The number of elements.
   int NumIndices() const { return letter_->NumIndices(); }
+  /// The number of elements along X.
   int NumIndicesX() const { return letter_->NumIndicesX(); }
   /// Bytes of all elements; raises arr_SizeError when an int cannot tell.
   int SizeOf() const;
@@ -59,7 +63,9 @@ class DATASTORAGE_EXPORT NumberArray : public tgio_cTaggedStreamObject {
     int data_type = dtyp_NoType;     ///< none until the type atom was read
 
     sParrayData() = default;
+    /// Shares the elements read so far.
     sParrayData(const sParrayData& other);
+    /// Shares the elements read so far.
     sParrayData& operator=(const sParrayData& other);
     ~sParrayData() = default;
 
@@ -74,8 +80,11 @@ class DATASTORAGE_EXPORT NumberArray : public tgio_cTaggedStreamObject {
   };
 
  protected:
+  /// Takes over a letter, which must not be null.
   explicit NumberArray(std::unique_ptr<Letter> letter) : letter_(std::move(letter)) {}
+  /// Shares the elements.
   NumberArray(const NumberArray& other) : tgio_cTaggedStreamObject(other), letter_(other.letter_->Clone()) {}
+  /// Shares the elements from now on.
   NumberArray& operator=(const NumberArray& other) {
     if (this != &other) letter_ = other.letter_->Clone();
     return *this;
@@ -93,15 +102,17 @@ class DATASTORAGE_EXPORT NumberArray : public tgio_cTaggedStreamObject {
   template <class Store>
   void StoreInCommonType(const pnum_cNumber& value, Store store);
 
-  std::unique_ptr<Letter> letter_;
+  std::unique_ptr<Letter> letter_;  ///< never null
 };
 
 /// A letter that holds its elements in a container of `T`: what does not depend on the number of dimensions.
 template <class Letter, class Container, class T>
 class DATASTORAGE_EXPORT TypedLetter : public Letter {
  public:
+  /// Shares the elements of the container.
   explicit TypedLetter(Container elements = Container()) : elements_(std::move(elements)) {}
 
+  /// As the base tells.
   dtyp_cDataType DataType() const override { return DataTypeOf<T>; }
   const void* Data() const override { return elements_.Data(); }
   void SetAll(const pnum_cNumber& value) override { elements_ = Element(value); }
@@ -112,7 +123,9 @@ class DATASTORAGE_EXPORT TypedLetter : public Letter {
     return out.Write(elements_, tag);
   }
 
+  /// The elements; valid as long as the letter.
   const Container& Elements() const noexcept { return elements_; }
+  /// The elements, to be written.
   Container& Elements() noexcept { return elements_; }
 
  protected:
@@ -126,7 +139,7 @@ class DATASTORAGE_EXPORT TypedLetter : public Letter {
     return true;
   }
 
-  Container elements_;
+  Container elements_;  ///< may share its storage with other letters
 };
 
 /// Whether the stream still holds `count` elements of `size` bytes: asked before memory is taken for them.

@@ -80,6 +80,7 @@ class DATASTORAGE_EXPORT DataArray : public Numbers {
   struct DATASTORAGE_EXPORT sDarrayData : Numbers::sParrayData {
     Calibration cal;  ///< the default until the calibration was read
 
+    /// Takes the calibration, too.
     type_cBoolean ReadAtom(tgio_cBinary_istream& in) override {
       return in.Tag() == darr_CalibrationTag ? in.Read(cal) : Numbers::sParrayData::ReadAtom(in);
     }
@@ -89,6 +90,7 @@ class DATASTORAGE_EXPORT DataArray : public Numbers {
   };
 
  protected:
+  /// Shares the elements of `numbers`.
   DataArray(const Numbers& numbers, const Calibration& cal) : Numbers(numbers), cal_(cal) {}
   DataArray(const DataArray&) = default;
   DataArray& operator=(const DataArray&) = default;

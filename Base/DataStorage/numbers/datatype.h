@@ -13,7 +13,7 @@
 /// The machine representation of an element. The values are persistent, and their order counts: unsigned
 /// integers by width, signed integers by width, floats, complex types.
 enum dtyp_eDataType : int {
-  dtyp_NoType = 0,
+  dtyp_NoType = 0,  ///< none of them
 #define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) dtyp_##name = value,
 #include <DataStorage/numbers/elementtypes.def>
 };
