@@ -142,9 +142,12 @@ class DATASTORAGE_EXPORT TypedLetter : public Letter {
   Container elements_;  ///< may share its storage with other letters
 };
 
-/// Whether the stream still holds `count` elements of `size` bytes: asked before memory is taken for them.
-inline bool bHolds(const bstr_cBinary_istream& in, std::int64_t count, std::size_t size) {
-  return count <= (in.Size() - in.Position()) / static_cast<std::int64_t>(size);
+/// Whether the stream still holds `count` elements of `size` bytes: asked before memory is taken for them. Of
+/// a little memory the reading itself may tell, which spares a question to the system.
+inline bool bMayHold(const bstr_cBinary_istream& in, std::int64_t count, std::size_t size) {
+  constexpr std::int64_t little = 64 * 1024;
+  const std::int64_t bytes = count * static_cast<std::int64_t>(size);
+  return bytes <= little || bytes <= in.Size() - in.Position();
 }
 
 /// Where a block of `count` elements at `start` ends; raises arr_IndexError when no index can tell.

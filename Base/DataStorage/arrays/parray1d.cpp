@@ -43,7 +43,7 @@ template <class T>
 type_cBoolean parr_c1DTypedNumberArray<T>::ReadRaw(bstr_cBinary_istream& in) {
   int count = 0;
   if (!bstr_ReadFields(in, count)) return false;
-  if (!detail::bHolds(in, detail::CheckedCount(count), sizeof(T))) return false;
+  if (!detail::bMayHold(in, detail::CheckedCount(count), sizeof(T))) return false;
   return this->ReadElements(in, arr_c1DNumberArray<T>(arr_Unfilled, count));
 }
 

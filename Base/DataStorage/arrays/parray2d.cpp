@@ -62,7 +62,7 @@ type_cBoolean parr_c2DTypedNumberArray<T>::ReadRaw(bstr_cBinary_istream& in) {
   int nx = 0;
   int ny = 0;
   if (!bstr_ReadFields(in, nx, ny)) return false;
-  if (!detail::bHolds(in, detail::CheckedCount(nx, ny), sizeof(T))) return false;
+  if (!detail::bMayHold(in, detail::CheckedCount(nx, ny), sizeof(T))) return false;
   return this->ReadElements(in, arr_c2DNumberArray<T>(arr_Unfilled, nx, ny));
 }
 
