@@ -11,5 +11,6 @@
 #include <DataStorage/positions/poslist.h>
 #include <DataStorage/series/fileseries.h>
 #include <DataStorage/series/memoryseries.h>
+#include <DataStorage/series/seriesbase.h>
 #include <DataStorage/services/application.h>
 #include <DataStorage/services/binimage.h>

@@ -4,6 +4,20 @@
 
 #include <DataStorage/DataStorage.h>
 
+namespace {
+
+/// Arrays of any element type have their virtual functions from the library.
+template <class T>
+bool bArraysLink() {
+  std::stringstream stream;
+  tgio_cBinary_ostream out(stream);
+  const arr_c1DNumberArray<T> line(2);
+  const arr_c2DNumberArray<T> plane(2, 1);
+  return line.WriteStream(out) && plane.WriteStream(out) && plane.Row(0).NumIndices() == line.NumIndices();
+}
+
+}  // namespace
+
 int main() {
   const darr_c1DArray array(4, pnum_cNumber(2.5), cal_c1DArrayCal(1.0, 0.5));
   std::stringstream stream;
@@ -23,5 +37,6 @@ int main() {
     if (error.Message() != "Cannot convert to integer - out of range.") return 5;
   }
   const arr_c2DNumberArray<short> typed = parr_c2DNumberArray(3, 2, pnum_cNumber(short{7}));
-  return typed.Value(2, 1) == 7 ? 0 : 6;
+  if (typed.Value(2, 1) != 7) return 6;
+  return bArraysLink<char>() && bArraysLink<comp_cComplex<float>>() && bArraysLink<type_cBoolean>() ? 0 : 7;
 }

@@ -6,10 +6,12 @@
 #include <complex>
 #include <ostream>
 
+#include <DataStorage/interfaces/export.h>
+
 /// A complex number as files and arrays hold it: the real part, then the imaginary part, nothing else.
 /// Converts from and to `std::complex<T>`.
 template <class T>
-class comp_cComplex {
+class DATASTORAGE_EXPORT comp_cComplex {
  public:
   /// From the two parts, or from the number of the standard library.
   constexpr comp_cComplex(T real = T(), T imaginary = T()) noexcept : real_(real), imaginary_(imaginary) {}

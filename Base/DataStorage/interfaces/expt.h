@@ -71,12 +71,11 @@ class DATASTORAGE_EXPORT arr_cSizeException : public expt_cProgramException {
 namespace detail {
 
 /// The name under which a family reports its errors; the line is that of the call.
-struct SourceFile {
+struct DATASTORAGE_EXPORT SourceFile {
   const char* name;
 
-  [[noreturn]] DATASTORAGE_EXPORT void ThrowProgramError(int line = __builtin_LINE()) const;
-  [[noreturn]] DATASTORAGE_EXPORT void ThrowUserError(const str_cString& message,
-                                                      int line = __builtin_LINE()) const;
+  [[noreturn]] void ThrowProgramError(int line = __builtin_LINE()) const;
+  [[noreturn]] void ThrowUserError(const str_cString& message, int line = __builtin_LINE()) const;
 };
 
 }  // namespace detail

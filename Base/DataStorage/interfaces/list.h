@@ -2,10 +2,12 @@
 
 #include <list>
 
+#include <DataStorage/interfaces/export.h>
+
 /// A doubly linked list of pointers. The list does not own what the pointers point at: a class that derives
 /// from it decides that.
 template <class T>
-class list_cPtrList {
+class DATASTORAGE_EXPORT list_cPtrList {
  public:
   /// Goes over the pointers.
   using const_iterator = typename std::list<T*>::const_iterator;

@@ -3,8 +3,10 @@
 #include <climits>
 #include <limits>
 
+#include <DataStorage/interfaces/export.h>
+
 /// One-byte truth value: what streams and files hold where a flag is meant. Converts from and to `bool`.
-class type_cBoolean {
+class DATASTORAGE_EXPORT type_cBoolean {
  public:
   /// Both conversions keep the truth value.
   constexpr type_cBoolean(bool value = false) noexcept : value_(value ? 1 : 0) {}

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include <DataStorage/interfaces/export.h>
 #include <DataStorage/numbers/datatype.h>
 
 /// What becomes of a complex element where a real one is wanted. The phase is in radians, -pi to pi.
@@ -24,5 +25,6 @@ enum conv_eComplexConversion : int {
 /// real is replaced by what `complex_conversion` names (values outside 0 to 3 mean `conv_Real`); a real
 /// element that becomes complex gets the imaginary part 0. Equal types are copied. Types outside 1 to 10
 /// leave the target as it was.
-void conv_ConvertElements(dtyp_eDataType source_type, dtyp_eDataType target_type, std::int64_t count,
-                          conv_eComplexConversion complex_conversion, const void* source, void* target);
+DATASTORAGE_EXPORT void conv_ConvertElements(dtyp_eDataType source_type, dtyp_eDataType target_type,
+                                             std::int64_t count, conv_eComplexConversion complex_conversion,
+                                             const void* source, void* target);
