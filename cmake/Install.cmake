@@ -1,15 +1,17 @@
 # What an installation holds: the library (component runtime), what programs link against it need (dev), and the
 # command-line tool (tool).
+include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/DataStorage)
 install(TARGETS DataStorage EXPORT DataStorageTargets
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT dev
-  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev)
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+# All that DataStorage.h brings in; the headers left out are for the library's own sources.
 install(DIRECTORY Base/DataStorage DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev
-  FILES_MATCHING PATTERN "*.h" PATTERN "*.def" PATTERN "*_impl.h" EXCLUDE
-  PATTERN elementloop.h EXCLUDE)
+  FILES_MATCHING REGEX "\\.(h|def)$" REGEX "/(.*_impl|atoms|change|elementloop|nsp)\\.h$" EXCLUDE)
 install(EXPORT DataStorageTargets NAMESPACE DataStorage:: DESTINATION ${package_dir} COMPONENT dev)
 
 configure_package_config_file(cmake/DataStorageConfig.cmake.in DataStorageConfig.cmake
@@ -21,6 +23,11 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/DataStorageConfig.cmake
 if(NOT BUILD_SHARED_LIBS)
   set(pkgconfig_definitions -DDATASTORAGE_STATIC)
 endif()
+
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
+  OUTPUT_VARIABLE pkgconfig_prefix)
+cmake_path(APPEND pkgconfig_libdir "\${prefix}" ${CMAKE_INSTALL_LIBDIR})  # unless that is absolute
+cmake_path(APPEND pkgconfig_includedir "\${prefix}" ${CMAKE_INSTALL_INCLUDEDIR})
 configure_file(cmake/datastorage.pc.in datastorage.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/datastorage.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
 

@@ -5,8 +5,7 @@
 #include <new>
 #include <string>
 
-#include "commands.h"
-#include "help.h"
+#include "program.h"
 #include <DataStorage/interfaces/expt.h>
 
 namespace {
@@ -20,22 +19,14 @@ int Complain(const char* what, int status) {
 }
 
 int Run(int argc, char** argv) {
-  CLI::App program("Keeps measured data in series files, and finds them again.", "dseries");
-  program.formatter(std::make_shared<dseries::HelpFormatter>());
-  program.require_subcommand(0, 1);
-  program.footer("'dseries COMMAND --help' explains a command and shows an example of it.");
-  for (const auto add : {dseries::AddCreate, dseries::AddAppend, dseries::AddInfo, dseries::AddList,
-                         dseries::AddGet, dseries::AddFind, dseries::AddMap, dseries::AddImage,
-                         dseries::AddConvert, dseries::AddVerify, dseries::AddRepair}) {
-    add(program);
-  }
+  const auto program = dseries::MakeProgram();
   try {
-    program.parse(argc, argv);
-    if (program.get_subcommands().empty()) throw CLI::RequiredError("a command");
-  } catch (const CLI::CallForHelp& help) {
-    return program.exit(help);
+    program->parse(argc, argv);
+    if (program->get_subcommands().empty()) throw CLI::RequiredError("a command");
+  } catch (const CLI::Success& help) {  // or the version
+    return program->exit(help);
   } catch (const CLI::ParseError& error) {
-    const auto commands = program.get_subcommands();
+    const auto commands = program->get_subcommands();
     const std::string command = commands.empty() ? "" : commands.front()->get_name() + ' ';
     return Complain(fmt::format("{} (see dseries {}--help)", error.what(), command).c_str(), exit_usage);
   }

@@ -1,0 +1,46 @@
+# Programs that use the library meet its own names only: the shared library exports what its headers say, and the
+# headers leave no macros behind but those of the library and of the standard library.
+cmake_minimum_required(VERSION 3.21)
+include(${CMAKE_CURRENT_LIST_DIR}/functions.cmake)
+
+public_headers(headers ${BASE})
+foreach(header IN LISTS headers)
+  file(READ ${BASE}/${header} text)
+  string(APPEND texts "${text}")
+endforeach()
+
+string(REGEX MATCHALL "(class|struct) DATASTORAGE_EXPORT [A-Za-z0-9_]+|DATASTORAGE_EXPORT [^;({]*[ *&][A-Za-z0-9_]+\\("
+  declared "${texts}")
+list(TRANSFORM declared REPLACE "^.*[ *&]([A-Za-z0-9_]+)\\(?$" "\\1")
+list(APPEND declared operator)
+
+run(symbols ${NM} -D -C --defined-only ${LIBRARY})
+string(REGEX REPLACE "[][;]" "" symbols "${symbols}")
+string(REGEX MATCHALL "[^\n]+" symbols "${symbols}")
+foreach(symbol IN LISTS symbols)
+  string(REGEX REPLACE "operator( |[^A-Za-z0-9_]).*" "operator" name "${symbol}")
+  while(name MATCHES "<[^<>]*>")
+    string(REGEX REPLACE "<[^<>]*>" "" name "${name}")
+  endwhile()
+  string(REGEX REPLACE "\\(.*" "" name "${name}")
+  string(REGEX REPLACE "^.* (detail::)?([A-Za-z0-9_]+)[^ ]*$" "\\2" name "${name}")
+  if(NOT name IN_LIST declared)
+    message(SEND_ERROR "exported, but in no header:\n  ${symbol}")
+  endif()
+endforeach()
+
+# The names of the macros that a source has before its end.
+function(macros variable source)
+  file(WRITE ${SCRATCH}/macros.cpp "${source}\n")
+  run(text ${CXX} -std=c++20 -I${BASE} -dM -E ${SCRATCH}/macros.cpp)
+  string(REGEX MATCHALL "#define [A-Za-z0-9_]+" names "${text}")
+  set(${variable} ${names} PARENT_SCOPE)
+endfunction()
+string(REGEX MATCHALL "#include <[a-z_]+>" standard "${texts}")
+list(REMOVE_DUPLICATES standard)
+list(JOIN standard "\n" standard)
+macros(before "${standard}")
+macros(after "#include <DataStorage/DataStorage.h>")
+list(REMOVE_ITEM after ${before})
+list(FILTER after EXCLUDE REGEX "^#define DATASTORAGE_")
+same("macros of the headers" "${after}" "")
