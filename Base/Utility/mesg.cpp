@@ -27,15 +27,12 @@ struct Attachment {
   Attachment* next_sender = nullptr;
 };
 
-/// A delivery in progress. It knows who is next, and whoever changes the list of receivers keeps that right;
-/// so nothing is copied and nobody needs to remember how far the delivery has come.
+/// A delivery in progress. It says whom it is telling, and whoever takes that one out of the list says where
+/// to go on; so nothing is copied, and going on waits for no memory that was just written.
 class Delivery {
  public:
   explicit Delivery(mesg_cSender& sender) noexcept
-      : sender_(&sender),
-        outer_(sender.deliveries_),
-        next_(sender.receivers_),
-        depth_(outer_ == nullptr ? 1 : outer_->depth_ + 1) {
+      : sender_(&sender), outer_(sender.deliveries_), depth_(outer_ == nullptr ? 1 : outer_->depth_ + 1) {
     sender.deliveries_ = this;
   }
   Delivery(const Delivery&) = delete;
@@ -48,9 +45,10 @@ class Delivery {
 
   /// False when the sender has ended.
   bool Run(unsigned long id, mesg_sMessageData* data) {
-    while (next_ != nullptr) {
-      const Attachment& current = *std::exchange(next_, next_->next);
-      if (current.skipped_by < depth_) current.receiver->ReceiveMessage(id, *sender_, data);
+    for (const Attachment* each = sender_->receivers_; each != nullptr;) {
+      current_ = each;
+      if (each->skipped_by < depth_) each->receiver->ReceiveMessage(id, *sender_, data);
+      each = current_ != nullptr ? each->next : next_;
     }
     while (queued_ != nullptr && !queued_->empty() && sender_ != nullptr) {
       const Message message = std::move(queued_->front());
@@ -75,7 +73,12 @@ class Delivery {
   }
   static void Removing(const Attachment& removed) noexcept {
     for (Delivery* each = removed.sender->deliveries_; each != nullptr; each = each->outer_) {
-      if (each->next_ == &removed) each->next_ = removed.next;
+      if (each->current_ == &removed) {
+        each->current_ = nullptr;
+        each->next_ = removed.next;
+      } else if (each->next_ == &removed) {
+        each->next_ = removed.next;
+      }
     }
   }
   static void SenderEnds(const mesg_cSender& sender) noexcept {
@@ -98,7 +101,8 @@ class Delivery {
 
   mesg_cSender* sender_;  // null once the sender has ended
   Delivery* outer_;
-  Attachment* next_;
+  const Attachment* current_ = nullptr;          // null when it was removed while it was told
+  const Attachment* next_ = nullptr;             // what follows it then
   std::unique_ptr<std::deque<Message>> queued_;  // of the outermost delivery only
   int depth_;
   bool attached_ = false;  // a receiver was attached meanwhile
