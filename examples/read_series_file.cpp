@@ -1,0 +1,62 @@
+#include <cstdlib>
+#include <iostream>
+#include <stdexcept>
+
+#include <DataStorage/data/asciirw.h>
+#include <DataStorage/data/darray1d.h>
+#include <DataStorage/interfaces/constants.h>
+#include <DataStorage/interfaces/expt.h>
+#include <DataStorage/series/fileseries.h>
+
+/// A file of 1D data arrays that somebody else has written, or is writing still.
+class SeriesFile : public dtsr_cFileSeriesBase {
+ public:
+  explicit SeriesFile(const char* path)
+      : dtsr_cFileSeriesBase(path, darr_c1DArray::DataTypeID(), bstr_OpenReadOnly) {}
+
+  darr_c1DArray Datum(int i) {
+    darr_c1DArray datum;
+    if (i < 0 || i >= NextWriteIndex()) throw std::runtime_error("there is no such datum");
+    if (!file_.Input().Seek(dataOffsets_[i]) || !datum.Read(file_.Input())) {
+      throw std::runtime_error("the file is cut off or damaged");
+    }
+    return datum;
+  }
+};
+
+int main(int argc, char* argv[]) try {
+  if (argc < 2) return 2;
+  SeriesFile file(argv[1]);
+  dtsr_cDimensionArray dimensions;
+  file.ReadDimensionArray(dimensions);
+  for (int k = 0; k < dimensions.NumberDimensions(); ++k) {
+    dtsr_cDimension& axis = dimensions.Dimension(k);
+    std::cout << axis.Description().CString() << ": " << axis.Size() << " from "
+              << axis.Calibration().PositionX(0) << " by " << axis.Calibration().DeltaX() << ' '
+              << axis.Units().CString() << (axis.bReverseOrder() ? ", last one first\n" : "\n");
+  }
+  std::cout << file.NextWriteIndex() << " of " << file.Size() << " data\n";
+
+  arr_cC_Array<double> place(argc - 2);
+  if (place.Size() != dimensions.NumberDimensions()) return 0;
+  for (int k = 0; k < place.Size(); ++k) place[k] = std::atof(argv[k + 2]);
+  const int i = dimensions.Index(place);  // not checked: a place outside may give the index of another datum
+  const darr_c1DArray datum = file.Datum(i);
+
+  // The kind of the tags is that of the file; each kind has a class to read it into.
+  dtsr_cDataTag time;
+  dtsr_c2DPosition position;
+  const bool has_position = file.TagTypeID() == obty_2DPositionType;
+  dtsr_cDataTag& tag = has_position ? position : time;
+  file.GetTag(i, tag);
+  std::cout << "datum " << i << ", taken at time " << tag.Time();
+  if (has_position) std::cout << " at (" << position.X() << ", " << position.Y() << ')';
+  std::cout << ", elements of type " << datum.DataType().StringOut().CString() << ":\n";
+  asrw_WriteTwoColumn(std::cout, datum, 4, 0);
+} catch (const expt_cUserException& error) {
+  std::cerr << error.Message().CString() << '\n';
+  return 1;
+} catch (const std::exception& error) {
+  std::cerr << error.what() << '\n';
+  return 1;
+}
