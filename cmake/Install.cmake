@@ -34,4 +34,8 @@ install(FILES ${CMAKE_CURRENT_BINARY_DIR}/datastorage.pc DESTINATION ${CMAKE_INS
 if(TARGET dseries)
   set_target_properties(dseries PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
   install(TARGETS dseries RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+  get_target_property(pages dseries_documents BINARY_DIR)
+  install(FILES ${pages}/dseries.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
+  install(FILES ${pages}/dseries.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
+    RENAME dseries COMPONENT tool)
 endif()

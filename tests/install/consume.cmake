@@ -48,8 +48,17 @@ install(${BUILD} ${SCRATCH}/shared runtime dev)
 contents(${SCRATCH}/shared ${shared})
 consume(${SCRATCH}/shared)
 
+if(TOOL)
+  install(${BUILD} ${SCRATCH}/tool runtime tool)
+  file(GLOB_RECURSE files RELATIVE ${SCRATCH}/tool ${SCRATCH}/tool/*)
+  list(REMOVE_ITEM files ${shared})
+  same("files of the tool" "${files}"
+    "bin/dseries;share/bash-completion/completions/dseries;share/man/man1/dseries.1")
+  run(ignored ${SCRATCH}/tool/bin/dseries --version)
+endif()
+
 set(build ${SCRATCH}/subdirectory)
-run(ignored ${project} -B ${build} -DDATASTORAGE_SOURCE=${ROOT})
+run(ignored ${project} -B ${build} -DDATASTORAGE_SOURCE=${ROOT} -DCMAKE_UNITY_BUILD=ON)
 run(ignored ${CMAKE_COMMAND} --build ${build} --parallel)
 run(ignored ${build}/consumer)
 run(ignored ${CMAKE_COMMAND} --install ${build} --prefix ${build}-prefix)

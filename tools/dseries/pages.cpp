@@ -1,0 +1,156 @@
+// Writes to standard output what the program's help tells, in another form: the manual page (dseries.1), or
+// the script by which bash completes command lines (dseries.bash).
+#include <algorithm>
+#include <fmt/format.h>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "help.h"
+#include "program.h"
+
+namespace {
+
+std::vector<const CLI::App*> Commands(const CLI::App& program) { return program.get_subcommands({}); }
+
+/// Those without a place of their own on the command line.
+std::vector<const CLI::Option*> NamedOptions(const CLI::App& command) {
+  return command.get_options([](const CLI::Option* option) { return option->nonpositional(); });
+}
+
+std::string Replaced(std::string text, std::string_view from, std::string_view to) {
+  for (auto at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size())) {
+    text.replace(at, from.size(), to);
+  }
+  return text;
+}
+
+/// What the value of an option is called; empty when it has none.
+std::string ValueName(const CLI::Option& option) {
+  const std::string type = option.get_type_size_max() == 0 ? "" : option.get_type_name();
+  return type.substr(0, type.find(':'));
+}
+
+/// The values to choose from, "this,that"; empty when there is no such list.
+std::string Choices(const CLI::Option& option) {
+  const std::string type = option.get_type_name();
+  const auto first = type.find(":{");
+  return first == std::string::npos ? "" : type.substr(first + 2, type.find('}') - first - 2);
+}
+
+/// Text for a manual page. Dashes and quotes stay what they are when they are copied into a command line.
+std::string Roff(const std::string& text) {
+  const std::string escaped = Replaced(Replaced(Replaced(text, "\\", "\\e"), "-", "\\-"), "'", "\\(aq");
+  return escaped.starts_with('.') ? "\\&" + escaped : escaped;
+}
+
+std::string OptionEntry(const CLI::Option& option) {
+  std::string entry = ".TP\n";
+  if (option.get_positional()) {
+    entry += fmt::format("\\fI{}\\fR", Roff(option.get_name(true)));
+  } else {
+    entry += fmt::format("\\fB{}\\fR", Replaced(Roff(option.get_name(false, true)), ",", "\\fR, \\fB"));
+    if (const std::string value = ValueName(option); !value.empty()) {
+      entry += fmt::format(" \\fI{}\\fR", Roff(value));
+    }
+  }
+  entry += '\n' + Roff(option.get_description()) + '\n';
+  const std::string choices = Choices(option);
+  return choices.empty() ? entry : entry + fmt::format("(one of {})\n", Replaced(Roff(choices), ",", ", "));
+}
+
+/// What stands below the options: prose and, indented, the lines of examples.
+std::string Footer(const std::string& footer) {
+  enum Kind { Blank, Prose, Example } last = Blank;
+  std::string text;
+  std::istringstream lines(footer);
+  for (std::string line; std::getline(lines, line);) {
+    const Kind kind = line.empty() ? Blank : line.starts_with("  ") ? Example : Prose;
+    if (kind != last) {
+      if (last == Example) text += ".fi\n";
+      if (kind != Blank) text += ".PP\n";
+      if (kind == Example) text += ".nf\n";
+    }
+    if (kind != Blank) text += Roff(line) + '\n';
+    last = kind;
+  }
+  return last == Example ? text + ".fi\n" : text;
+}
+
+std::string ManualPage(const CLI::App& program) {
+  std::string page = fmt::format(
+      R"(.TH DSERIES 1 "" "{}" "User Commands"
+.SH NAME
+dseries \- store measured data in series files, and find them again
+.SH SYNOPSIS
+\fBdseries\fR \fICOMMAND\fR [\fIOPTION\fR...] [\fIARGUMENT\fR...]
+.SH DESCRIPTION
+{}
+{}
+.SH COMMANDS
+)",
+      program.version(), Roff(program.get_description()), Roff(program.get_footer()));
+  for (const CLI::App* command : Commands(program)) {
+    const std::string usage = dseries::HelpFormatter().make_usage(command, "dseries " + command->get_name());
+    page += fmt::format(".SS {}{}.\n", Roff(usage.substr(usage.find("dseries"))),
+                        Roff(command->get_description()));
+    auto options = command->get_options();
+    std::stable_partition(options.begin(), options.end(),
+                          [](const CLI::Option* o) { return o->get_positional(); });
+    for (const CLI::Option* option : options) {
+      if (option != command->get_help_ptr()) page += OptionEntry(*option);
+    }
+    page += Footer(command->get_footer());
+  }
+  return page + R"(.SH EXIT STATUS
+0 when all went well, 1 when something failed or a file is broken, 2 when the command line was not understood.
+)";
+}
+
+/// A line of a case statement in a shell.
+std::string Case(const std::string& pattern, const std::string& words) {
+  return fmt::format("      '{}') words='{}' ;;\n", pattern, Replaced(words, ",", " "));
+}
+
+std::string BashCompletion(const CLI::App& program) {
+  const auto names = [](const CLI::Option* option) { return option->get_name(false, true); };
+  std::string commands, options, values;
+  for (const CLI::App* command : Commands(program)) {
+    const std::string name = command->get_name();
+    const auto named = NamedOptions(*command);
+    commands += name + ' ';
+    options += Case(name, CLI::detail::join(named, names));
+    for (const CLI::Option* option : named) {
+      const std::string choices = Choices(*option);
+      if (!choices.empty())
+        values += Case(Replaced(name + ' ' + names(option), ",", "' | '" + name + ' '), choices);
+    }
+  }
+  return fmt::format(
+      R"(# Commands, then options, values where there is a choice, and names of files everywhere else.
+_dseries() {{
+  local word=${{COMP_WORDS[COMP_CWORD]}} command=${{COMP_WORDS[1]}} words=
+  if ((COMP_CWORD == 1)); then
+    words='{}{}'
+  elif [[ $word == -* ]]; then
+    case $command in
+{}    esac
+  else
+    case "$command ${{COMP_WORDS[COMP_CWORD - 1]}}" in
+{}    esac
+  fi
+  COMPREPLY=($(compgen -W "$words" -- "$word"))
+}}
+complete -o default -F _dseries dseries
+)",
+      commands, Replaced(CLI::detail::join(NamedOptions(program), names), ",", " "), options, values);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const std::string page = argc == 2 ? argv[1] : "";
+  const auto program = dseries::MakeProgram();
+  fmt::print("{}", page == "dseries.1" ? ManualPage(*program) : BashCompletion(*program));
+}
