@@ -42,7 +42,7 @@ END {
     for (text = ""; comment(lines[first]); first++) text = text substr(lines[first], margin + 4)
     count = 0
     for (last = first; lines[last] != "" && !comment(lines[last]) && indent(lines[last]) >= margin; last++) {
-      if (indent(lines[last]) == margin && lines[last] !~ /^ *(\}|\/\/|#)/) {
+      if (indent(lines[last]) == margin && lines[last] !~ /^ *(\}|\/\/|#|(virtual )?~)/) {
         if (lines[last - 1] !~ /^ *(template|requires)/) start = last
         if (lines[last] !~ /^ *(template|requires)/) declarations[count++] = start
       }

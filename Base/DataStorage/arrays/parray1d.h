@@ -41,8 +41,8 @@ class DATASTORAGE_EXPORT parr_c1DArray {
   /// The same, by the name that it has in two dimensions.
   int NumIndicesX() const { return NumIndices(); }
 
-  /// For the number arrays: where errors are reported, the classes that belong to the letter, and a letter of
-  /// the same extents whose elements are not set.
+  /// For the number arrays. They ask a letter where errors are reported, which classes belong to it, and for
+  /// one of the same extents whose elements are not set.
   static constexpr detail::SourceFile source_file{"parray1d"};
   template <class T>
   using Typed = parr_c1DTypedNumberArray<T>;

@@ -19,7 +19,7 @@ class DATASTORAGE_EXPORT parr_c2DArray {
   virtual const void* Data() const = 0;
   /// Every element becomes `value`, which has the letter's type.
   virtual void SetAll(const pnum_cNumber& value) = 0;
-  /// The number of columns, and that of rows.
+  /// The number of elements along that axis.
   virtual int NumIndicesX() const = 0;
   virtual int NumIndicesY() const = 0;
   /// Element (x, y).
@@ -46,8 +46,8 @@ class DATASTORAGE_EXPORT parr_c2DArray {
   /// The number of elements.
   int NumIndices() const { return NumIndicesX() * NumIndicesY(); }
 
-  /// For the number arrays: where errors are reported, the classes that belong to the letter, and a letter of
-  /// the same extents whose elements are not set.
+  /// For the number arrays. They ask a letter where errors are reported, which classes belong to it, and for
+  /// one of the same extents whose elements are not set.
   static constexpr detail::SourceFile source_file{"parray2d"};
   template <class T>
   using Typed = parr_c2DTypedNumberArray<T>;

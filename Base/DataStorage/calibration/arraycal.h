@@ -27,7 +27,7 @@ class DATASTORAGE_EXPORT cal_cArrayCal {
   constexpr cal_cArrayCal(double offset = 0.0, double delta = 1.0, int calIndex = 0) noexcept
       : offset_(offset), delta_(delta), calIndex_(calIndex) {}
 
-  /// The three values.
+  /// One of the three values.
   constexpr double Offset() const noexcept { return offset_; }
   constexpr double Delta() const noexcept { return delta_; }
   constexpr int CalIndex() const noexcept { return calIndex_; }
@@ -81,7 +81,7 @@ class DATASTORAGE_EXPORT cal_c1DArrayCal : public tgio_cTaggedStreamObject {
       : x_(offsetX, deltaX, calIndexX) {}
   constexpr explicit cal_c1DArrayCal(const cal_cArrayCal& x) noexcept : x_(x) {}
 
-  /// As the operations of cal_cArrayCal without the X do.
+  /// What the operation of cal_cArrayCal without the X does.
   double OffsetX() const noexcept { return x_.Offset(); }
   double DeltaX() const noexcept { return x_.Delta(); }
   int CalIndexX() const noexcept { return x_.CalIndex(); }
@@ -133,7 +133,7 @@ class DATASTORAGE_EXPORT cal_c2DArrayCal : public tgio_cTaggedStreamObject {
       : x_(offsetX, deltaX, calIndexX), y_(offsetY, deltaY, calIndexY) {}
   constexpr cal_c2DArrayCal(const cal_cArrayCal& x, const cal_cArrayCal& y) noexcept : x_(x), y_(y) {}
 
-  /// As the operations of cal_cArrayCal without the X do.
+  /// What the operation of cal_cArrayCal without the X does.
   double OffsetX() const noexcept { return x_.Offset(); }
   double DeltaX() const noexcept { return x_.Delta(); }
   int CalIndexX() const noexcept { return x_.CalIndex(); }
@@ -160,7 +160,7 @@ class DATASTORAGE_EXPORT cal_c2DArrayCal : public tgio_cTaggedStreamObject {
   /// One axis as a calibration of its own.
   cal_c1DArrayCal CalX() const noexcept { return cal_c1DArrayCal(x_); }
   cal_c1DArrayCal CalY() const noexcept { return cal_c1DArrayCal(y_); }
-  /// The axes as plain values.
+  /// One axis as a plain value.
   const cal_cArrayCal& AxisX() const noexcept { return x_; }
   const cal_cArrayCal& AxisY() const noexcept { return y_; }
   /// See cal_cArrayCal::Rebased. Both axes go together: the reference is kept when the reference *point* is

@@ -29,7 +29,7 @@ class DATASTORAGE_EXPORT barr_c1DBoolArray : public arr_c1DNumberArray<type_cBoo
   /// Lays the elements out anew.
   void SetCal(const cal_c1DArrayCal& cal) noexcept { cal_ = cal; }
 
-  /// The values of the calibration.
+  /// A value of the calibration.
   double OffsetX() const noexcept { return cal_.OffsetX(); }
   double DeltaX() const noexcept { return cal_.DeltaX(); }
   int CalIndexX() const noexcept { return cal_.CalIndexX(); }
@@ -73,7 +73,7 @@ class DATASTORAGE_EXPORT barr_c2DBoolArray : public arr_c2DNumberArray<type_cBoo
   /// Lays the elements out anew.
   void SetCal(const cal_c2DArrayCal& cal) noexcept { cal_ = cal; }
 
-  /// The values of the calibration.
+  /// A value of the calibration.
   double OffsetX() const noexcept { return cal_.OffsetX(); }
   double OffsetY() const noexcept { return cal_.OffsetY(); }
   double DeltaX() const noexcept { return cal_.DeltaX(); }

@@ -6,9 +6,9 @@
 /// @file
 /// Conversion of numbers and arrays into another element type.
 
-/// Each function returns a new object and leaves its operand alone. What has the type already comes back as a
-/// copy; so does an array without elements, which keeps its type. `complex_conversion` tells what becomes of
-/// complex elements where the target is real. A type that is none throws expt_cProgramException.
+/// The same in another type: a new object, the operand is left alone. What has the type already comes back as
+/// a copy; so does an array without elements, which keeps its type. `complex_conversion` tells what becomes
+/// of complex elements where the target is real. A type that is none throws expt_cProgramException.
 DATASTORAGE_EXPORT pnum_cNumber conv_Convert(const pnum_cNumber& number, dtyp_cDataType type,
                                              conv_eComplexConversion complex_conversion);
 DATASTORAGE_EXPORT parr_c1DNumberArray conv_Convert(const parr_c1DNumberArray& array, dtyp_cDataType type,

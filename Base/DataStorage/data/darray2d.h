@@ -32,7 +32,7 @@ class DATASTORAGE_EXPORT darr_c2DArray : public detail::DataArray<parr_c2DNumber
   /// The identifier of 2D data arrays in series files.
   static unsigned int DataTypeID();
 
-  /// The values of the calibration along Y.
+  /// A value of the calibration along Y.
   double OffsetY() const noexcept { return cal_.OffsetY(); }
   double DeltaY() const noexcept { return cal_.DeltaY(); }
   int CalIndexY() const noexcept { return cal_.CalIndexY(); }

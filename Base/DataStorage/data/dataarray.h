@@ -44,7 +44,7 @@ class DATASTORAGE_EXPORT DataArray : public Numbers {
   /// Lays the elements out anew.
   void SetCal(const Calibration& cal) noexcept { cal_ = cal; }
 
-  /// The values of the calibration.
+  /// A value of the calibration.
   double OffsetX() const noexcept { return cal_.OffsetX(); }
   double DeltaX() const noexcept { return cal_.DeltaX(); }
   int CalIndexX() const noexcept { return cal_.CalIndexX(); }

@@ -254,7 +254,7 @@ class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T, int, int> {
     return *this;
   }
 
-  /// The number of columns, and that of rows.
+  /// The number of elements along that axis.
   int NumIndicesX() const noexcept { return nx_; }
   int NumIndicesY() const noexcept { return ny_; }
 

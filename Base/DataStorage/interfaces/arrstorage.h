@@ -112,7 +112,7 @@ class DATASTORAGE_EXPORT arr_cArray {
   /// Element `i`.
   T& operator[](int i) { return block_[CheckedPosition(i)]; }
   const T& operator[](int i) const { return block_[CheckedPosition(i)]; }
-  /// Null when there are no elements.
+  /// Element 0; null when there are no elements.
   T* Data() noexcept { return block_; }
   const T* Data() const noexcept { return block_; }
 

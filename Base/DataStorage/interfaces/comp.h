@@ -20,7 +20,7 @@ class DATASTORAGE_EXPORT comp_cComplex {
   /// The same number of the standard library.
   constexpr operator std::complex<T>() const noexcept { return {real_, imaginary_}; }
 
-  /// The parts.
+  /// One of the parts.
   constexpr T Real() const noexcept { return real_; }
   constexpr T Imaginary() const noexcept { return imaginary_; }
 

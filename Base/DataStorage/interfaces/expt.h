@@ -64,7 +64,7 @@ class DATASTORAGE_EXPORT arr_cSizeException : public expt_cProgramException {
   ~arr_cSizeException() override;
 };
 
-/// Report a bad position (`arr_cIndexException`) or a bad size (`arr_cSizeException`).
+/// Throws: a bad position is an `arr_cIndexException`, a bad size an `arr_cSizeException`.
 [[noreturn]] DATASTORAGE_EXPORT void arr_IndexError(int line = __builtin_LINE());
 [[noreturn]] DATASTORAGE_EXPORT void arr_SizeError(int line = __builtin_LINE());
 

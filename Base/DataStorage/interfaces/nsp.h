@@ -27,13 +27,13 @@ void nspcbImag(const comp_cComplex<float>* source, float* target, std::int64_t c
 void nspzbReal(const comp_cComplex<double>* source, double* target, std::int64_t count);
 void nspzbImag(const comp_cComplex<double>* source, double* target, std::int64_t count);
 
-/// Within 1.5 units in the last place, wherever the result is a number of the type: parts are not squared
-/// before they are brought into a range in which that is safe. Infinite when a part is, even beside
-/// not-a-number.
+/// The magnitudes, within 1.5 units in the last place wherever the result is a number of the type: parts are
+/// not squared before they are brought into a range in which that is safe. Infinite when a part is, even
+/// beside not-a-number.
 void nspcbMag(const comp_cComplex<float>* source, float* target, std::int64_t count);
 void nspzbMag(const comp_cComplex<double>* source, double* target, std::int64_t count);
 
-/// In radians, -pi to pi, within 3 units in the last place; zeros, infinities and not-a-number as
-/// `std::atan2`.
+/// The angles from the real axis in radians, -pi to pi, within 3 units in the last place; zeros, infinities
+/// and not-a-number as `std::atan2`.
 void nspcbPhase(const comp_cComplex<float>* source, float* target, std::int64_t count);
 void nspzbPhase(const comp_cComplex<double>* source, double* target, std::int64_t count);

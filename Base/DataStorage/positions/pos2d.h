@@ -29,7 +29,7 @@ class DATASTORAGE_EXPORT pos_c2DPosition : public tgio_cTaggedStreamObject, publ
   /// A change like any other, with messages and limits.
   pos_c2DPosition& operator=(const pos_c2DPosition& other);
 
-  /// The coordinates.
+  /// A coordinate.
   double X() const noexcept { return x_; }
   double Y() const noexcept { return y_; }
   /// Changes both coordinates at once; does nothing when they have these values already.

@@ -45,7 +45,7 @@ class DATASTORAGE_EXPORT rnge_c1DRange : public tgio_cTaggedStreamObject,
   /// A change like any other, with messages and limits.
   rnge_c1DRange& operator=(const rnge_c1DRange& other);
 
-  /// The ends, what lies between them, and the middle.
+  /// An end, the distance between the two, or the middle.
   double StartX() const noexcept { return start_; }
   double EndX() const noexcept { return end_; }
   double SizeX() const noexcept { return end_ - start_; }
@@ -147,7 +147,7 @@ class DATASTORAGE_EXPORT rnge_c1DIndexRange : public tgio_cTaggedStreamObject {
   rnge_c1DIndexRange(const rnge_c1DRange& range, const cal_c1DArrayCal& cal,
                      rnge_eIndexSelect select) noexcept;
 
-  /// The first index, the one behind the last, and how many there are (negative when the end lies before the
+  /// The first index, the one behind the last, or how many there are (negative when the end lies before the
   /// start).
   int StartIndexX() const noexcept { return start_; }
   int EndIndexX() const noexcept { return end_; }

@@ -71,7 +71,7 @@ class DATASTORAGE_EXPORT rnge_c2DRange : public tgio_cTaggedStreamObject,
   void SetAngle(double angle);
   void Move(double dx, double dy);
 
-  /// The five values.
+  /// One of the five values.
   double CenterX() const noexcept { return xcenter_; }
   double CenterY() const noexcept { return ycenter_; }
   double SizeX() const noexcept { return xwidth_; }
@@ -83,9 +83,10 @@ class DATASTORAGE_EXPORT rnge_c2DRange : public tgio_cTaggedStreamObject,
   /// Whether the sides run along the axes.
   bool bAxisAligned() const noexcept { return std::abs(angle_) < DBL_MIN; }
 
-  /// The corners, named for angles from 0 to pi / 2: (TopX, Top) is the one at (+u, +v) of the rectangle's
-  /// frame, (Left, LeftY) at (-u, +v), (BottomX, Bottom) at (-u, -v), (Right, RightY) at (+u, -v). For the
-  /// angle zero each is the next one counter-clockwise: (TopX, Top) is the upper left corner and so on.
+  /// A coordinate of a corner. The corners are named for angles from 0 to pi / 2: (TopX, Top) is the one at
+  /// (+u, +v) of the rectangle's frame, (Left, LeftY) at (-u, +v), (BottomX, Bottom) at (-u, -v), (Right,
+  /// RightY) at (+u, -v). For the angle zero each is the next one counter-clockwise: (TopX, Top) is the upper
+  /// left corner and so on.
   double Top() const noexcept;
   double Bottom() const noexcept;
   double Left() const noexcept;
@@ -95,13 +96,13 @@ class DATASTORAGE_EXPORT rnge_c2DRange : public tgio_cTaggedStreamObject,
   double LeftY() const noexcept;
   double RightY() const noexcept;
 
-  /// What a range without an angle covers along each axis.
+  /// An end of what a range without an angle covers.
   double StartX() const noexcept { return Left(); }
   double EndX() const noexcept { return Right(); }
   double StartY() const noexcept { return Bottom(); }
   double EndY() const noexcept { return Top(); }
 
-  /// The same as ranges.
+  /// What a range without an angle covers along that axis.
   rnge_c1DRange RangeX() const noexcept { return {Left(), Right()}; }
   rnge_c1DRange RangeY() const noexcept { return {Bottom(), Top()}; }
   /// The distance from the left (bottom) side of the other range to that of this one.
@@ -199,7 +200,7 @@ class DATASTORAGE_EXPORT rnge_c2DIndexRange : public tgio_cTaggedStreamObject {
   rnge_c2DIndexRange(const rnge_c2DRange& range, const cal_c2DArrayCal& cal,
                      rnge_eIndexSelect select) noexcept;
 
-  /// Along each axis the first index, the one behind the last, and how many there are (negative when the end
+  /// The first index along that axis, the one behind the last, or how many there are (negative when the end
   /// lies before the start).
   int StartIndexX() const noexcept { return startX_; }
   int StartIndexY() const noexcept { return startY_; }
