@@ -39,7 +39,9 @@ END {
     if (!comment(lines[first])) continue
     margin = indent(lines[first])
     alone = lines[first - 1] == "" || indent(lines[first - 1]) < margin
-    for (text = ""; comment(lines[first]); first++) text = text substr(lines[first], margin + 4)
+    for (text = ""; comment(lines[first]); first++) {
+      text = text (lines[first] ~ /\/$/ ? " @n" : substr(lines[first], margin + 4))
+    }
     count = 0
     for (last = first; lines[last] != "" && !comment(lines[last]) && indent(lines[last]) >= margin; last++) {
       if (indent(lines[last]) == margin && lines[last] !~ /^ *(\}|\/\/|#|(virtual )?~)/) {

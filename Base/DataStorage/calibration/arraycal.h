@@ -45,11 +45,16 @@ class DATASTORAGE_EXPORT cal_cArrayCal {
   /// How far apart indices are that differ by `count`.
   constexpr double Distance(int count) const noexcept { return static_cast<double>(count) * delta_; }
   /// The index in whose cell a position lies: the cell of index k begins `RoundFactor` of a delta before
-  /// Position(k) and ends where the next one begins. Results beyond the range of int become its nearest end;
+  /// Position(k) and ends where the next one begins. That is
+  ///
+  ///     floor((position - offset) / delta + RoundFactor) + calIndex
+  ///
+  /// Results beyond the range of int become its nearest end;
   /// where there is no result (not-a-number, or 0 / 0 with a delta of zero) it is INT_MIN, which no array
   /// has.
   int Index(double position) const noexcept;
-  /// The number of indices that cover a distance; limited like Index, and 0 where there is no result.
+  /// The number of indices that cover a distance: distance / delta, rounded up; limited like Index, and 0
+  /// where there is no result.
   int NumIndices(double distance) const noexcept;
 
   /// The calibration of the elements from index `start` on, when these become an array of their own: the same

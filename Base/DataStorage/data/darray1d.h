@@ -46,8 +46,13 @@ class DATASTORAGE_EXPORT darr_c1DArray : public detail::DataArray<parr_c1DNumber
 
   using parr_c1DNumberArray::SetValue;
   using parr_c1DNumberArray::Value;
-  /// The value at a physical position. Linear interpolation between two elements gives a double, exact hits
-  /// and the last cell the element itself. Outside the range (not-a-number included), and in an array without
+  /// The value at a physical position: that of the element in whose cell it lies. Linear interpolation gives
+  /// a double between that element and the next,
+  ///
+  ///     y = y0 + (y1 - y0) (x - x0) / (x1 - x0)
+  ///
+  /// but the element itself in the last cell, and where x is less than 1e-6 away from x0, in the units of the
+  /// axis. Outside the range (not-a-number included), and in an array without
   /// elements, the value is a zero of the element type.
   pnum_cNumber Value(double position, darr_eInterpolation interpolation = darr_NoInterpolation) const;
   /// Sets the element in whose cell `position` lies. The array grows as far as needed, by zeros. A position

@@ -18,8 +18,11 @@ DATASTORAGE_EXPORT darr_c2DArray resc_Rescale(const darr_c2DArray& source, doubl
                                               double newDeltaY);
 
 /// The position at the same fraction of the elements of `array`, laid out by `cal`, as `position` has of the
-/// array's range; positions outside are carried on linearly. An array without elements gives not-a-number or
-/// an infinity.
+/// array's range; positions outside are carried on linearly. Along each axis that is, with N elements,
+///
+///     cal.PositionX(0) + N cal.DeltaX() (x - StartX) / (EndX - StartX)
+///
+/// An array without elements gives not-a-number or an infinity.
 DATASTORAGE_EXPORT pos_c1DPosition darr_Transform(const pos_c1DPosition& position, const darr_c1DArray& array,
                                                   const cal_c1DArrayCal& cal);
 DATASTORAGE_EXPORT pos_c2DPosition darr_Transform(const pos_c2DPosition& position, const darr_c2DArray& array,
