@@ -4,7 +4,7 @@
 /// The constants that streams, files and messages are made of. The numbers and names are persistent: a value
 /// that has been released never changes.
 
-/// Atoms of arrays in tagged streams: a number for the binary form and a name for the ASCII form.
+/// An atom of arrays. Tagged streams know it by a number in the binary form and by a name in the ASCII form.
 inline constexpr unsigned short parr_DataTypeTag = 0x0200;
 inline constexpr char parr_DataTypeString[] = "DataType";
 inline constexpr unsigned short parr_DataTag = 0x0210;
@@ -12,13 +12,13 @@ inline constexpr char parr_DataString[] = "Data";
 inline constexpr unsigned short darr_CalibrationTag = 0x0220;
 inline constexpr char darr_CalibrationString[] = "Calibration";
 
-/// Atoms of positions.
+/// An atom of positions.
 inline constexpr unsigned short pos_X_Tag = 0x0300;
 inline constexpr char pos_X_String[] = "X";
 inline constexpr unsigned short pos_Y_Tag = 0x0310;
 inline constexpr char pos_Y_String[] = "Y";
 
-/// Atoms of ranges.
+/// An atom of ranges.
 inline constexpr unsigned short rnge_XminTag = 0x0400;
 inline constexpr char rnge_XminString[] = "Xmin";
 inline constexpr unsigned short rnge_XmaxTag = 0x0410;
@@ -34,8 +34,8 @@ inline constexpr char rnge_YwidthString[] = "Ywidth";
 inline constexpr unsigned short rnge_AngleTag = 0x0460;
 inline constexpr char rnge_AngleString[] = "Angle";
 
-/// Object types of persistent classes. The 1D and 2D data array types also are the data type identifiers of
-/// series files; the two tag types also are the tag kinds of data series.
+/// The object type of a persistent class. The 1D and 2D data array types also are the data type identifiers
+/// of series files; the 2D position type and `obty_DataTagType` are the tag kinds of data series.
 inline constexpr unsigned short obty_1DParrayType = 0x0101;
 inline constexpr char obty_1DParrayString[] = "1D number array";
 inline constexpr unsigned short obty_2DParrayType = 0x0102;
@@ -60,7 +60,7 @@ inline constexpr unsigned short obty_2DRangeType = 0x0142;
 inline constexpr char obty_2DRangeString[] = "2D range";
 inline constexpr unsigned short obty_DataTagType = 0x0150;
 
-/// Messages: a change that is offered, and a change that has been made.
+/// A message: of a change that is offered, or of one that has been made.
 inline constexpr unsigned long pos_1DPositionChanging = 0x1000;
 inline constexpr unsigned long pos_1DPositionChanged = 0x1001;
 inline constexpr unsigned long pos_2DPositionChanging = 0x1010;
@@ -72,7 +72,7 @@ inline constexpr unsigned long rnge_1DRangeChanged = 0x1031;
 inline constexpr unsigned long rnge_2DRangeChanging = 0x1040;
 inline constexpr unsigned long rnge_2DRangeChanged = 0x1041;
 
-/// Words of file headers.
+/// A word of file headers.
 inline constexpr unsigned short flfm_LittleEndian = 0x4949;   // the same bytes in either order, "II"
 inline constexpr unsigned short flfm_DataSeriesID = 0x5344;   // "DS"
 inline constexpr unsigned short flfm_BinaryImageID = 0x4942;  // "BI"
