@@ -50,7 +50,8 @@ class DATASTORAGE_EXPORT barr_c1DBoolArray : public arr_c1DNumberArray<type_cBoo
   cal_c1DArrayCal cal_;
 };
 
-/// A calibrated mask in two dimensions, otherwise like barr_c1DBoolArray; element (i, j) has index i along X and j along Y.
+/// A calibrated mask in two dimensions, otherwise like barr_c1DBoolArray; element (i, j) has index i along X
+/// and j along Y.
 class DATASTORAGE_EXPORT barr_c2DBoolArray : public arr_c2DNumberArray<type_cBoolean> {
  public:
   /// nx * ny times false. A negative extent raises arr_SizeError.
