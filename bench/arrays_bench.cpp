@@ -1,41 +1,16 @@
-// Number arrays beside memcpy and plain loops over the same elements. What makes new elements is compared
-// with the same traffic into a block that is new as well.
+// B: copies of number arrays, selections and stores of blocks. What makes new elements has as its limit a
+// copy into new memory.
 
-#include <benchmark/benchmark.h>
-#include <cstring>
 #include <memory>
+#include <string>
+#include <utility>
 
+#include "bench.h"
 #include <DataStorage/arrays/parray2d.h>
 
 namespace {
 
 constexpr dtyp_cDataType Double = dtyp_Float64;
-
-void Sizes(benchmark::internal::Benchmark* bench) {
-  bench->ArgName("elements")->Arg(1 << 10)->Arg(1 << 15)->Arg(1 << 24);
-}
-/// Edges of square arrays with these numbers of elements.
-void Edges(benchmark::internal::Benchmark* bench) {
-  bench->ArgName("edge")->Arg(1 << 5)->Arg(1 << 8)->Arg(1 << 12);
-}
-
-/// As many elements as the inner three quarters of both axes have.
-void BlockSizes(benchmark::internal::Benchmark* bench) {
-  bench->ArgName("elements")->Arg(24 * 24)->Arg(192 * 192)->Arg(3072 * 3072);
-}
-
-void SetBytes(benchmark::State& state, std::int64_t elements) {
-  state.SetBytesProcessed(state.iterations() * elements * 8);
-}
-
-struct FreeBlock {
-  std::size_t bytes;
-  void operator()(double* block) const { lgar_FreeBlock(block, bytes); }
-};
-std::unique_ptr<double, FreeBlock> NewBlock(std::int64_t elements) {
-  const auto bytes = static_cast<std::size_t>(elements) * 8;
-  return {static_cast<double*>(lgar_AllocateBlock(bytes)), FreeBlock{bytes}};
-}
 
 void ArrayCopy(benchmark::State& state) {
   const parr_c1DNumberArray array(1024, Double);
@@ -43,137 +18,122 @@ void ArrayCopy(benchmark::State& state) {
     parr_c1DNumberArray copy(array);
     benchmark::DoNotOptimize(&copy);
   }
+  SetItems(state, 1);
 }
-void ArrayCopy_NewAndDelete(benchmark::State& state) {
+/// Nothing but a place on the heap, taken and given back.
+void NewAndDelete(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(std::make_unique<std::pair<double, double>>());
+  SetItems(state, 1);
 }
-BENCHMARK(ArrayCopy);
-BENCHMARK(ArrayCopy_NewAndDelete);
 
-void FirstWrite(benchmark::State& state) {
-  const int n = static_cast<int>(state.range(0));
-  const parr_c1DNumberArray array(n, Double);
+void FirstWrite(benchmark::State& state, std::int64_t n) {
+  const parr_c1DNumberArray array(static_cast<int>(n), Double);
   const pnum_cNumber value(1.0);
   for (auto _ : state) {
     parr_c1DNumberArray copy(array);
     copy.SetValue(value, 0);
     benchmark::DoNotOptimize(copy.Data());
   }
-  SetBytes(state, n);
+  SetBytes(state, 2 * 8 * n);
 }
-void Selection1D(benchmark::State& state) {
-  const int n = static_cast<int>(state.range(0));
-  const parr_c1DNumberArray array(n + 16, Double);
-  for (auto _ : state) benchmark::DoNotOptimize(array.Selection(16, n + 16).Data());
-  SetBytes(state, n);
+
+void Selection1D(benchmark::State& state, std::int64_t n) {
+  const int end = static_cast<int>(n) + 16;
+  const parr_c1DNumberArray array(end, Double);
+  for (auto _ : state) benchmark::DoNotOptimize(array.Selection(16, end).Data());
+  SetBytes(state, 2 * 8 * n);
 }
-void NewBlock_Memcpy(benchmark::State& state) {
-  const std::int64_t n = state.range(0);
-  const auto source = NewBlock(n);
-  std::fill_n(source.get(), n, 1.0);
-  for (auto _ : state) {
-    const auto target = NewBlock(n);
-    std::memcpy(target.get(), source.get(), static_cast<std::size_t>(n) * 8);
-    benchmark::DoNotOptimize(target.get());
-    benchmark::ClobberMemory();
-  }
-  SetBytes(state, n);
-}
-BENCHMARK(FirstWrite)->Apply(Sizes);
-BENCHMARK(Selection1D)->Apply(Sizes);
-BENCHMARK(NewBlock_Memcpy)->Apply(Sizes);
 
 template <class Source>
-void Store1D(benchmark::State& state) {
-  const int n = static_cast<int>(state.range(0));
-  const parr_c1DNumberArray source(n, dtyp_cDataType(detail::DataTypeOf<Source>));
-  parr_c1DNumberArray target(n, Double);
+void Store1D(benchmark::State& state, std::int64_t n) {
+  const parr_c1DNumberArray source(static_cast<int>(n), detail::DataTypeOf<Source>);
+  parr_c1DNumberArray target(static_cast<int>(n), Double);
   for (auto _ : state) {
     target.SetSelection(source, 0);
     benchmark::DoNotOptimize(target.Data());
   }
-  SetBytes(state, n);
+  SetBytes(state, (8 + std::int64_t{sizeof(Source)}) * n);
 }
-void Store_Memcpy(benchmark::State& state) {
-  const std::int64_t n = state.range(0);
-  const auto source = NewBlock(n);
-  const auto target = NewBlock(n);
-  std::fill_n(source.get(), n, 1.0);
-  for (auto _ : state) {
-    std::memcpy(target.get(), source.get(), static_cast<std::size_t>(n) * 8);
-    benchmark::ClobberMemory();
-  }
-  SetBytes(state, n);
-}
-BENCHMARK(Store1D<double>)->Apply(Sizes);
-BENCHMARK(Store1D<float>)->Apply(Sizes);
-BENCHMARK(Store_Memcpy)->Apply(Sizes);
 
-/// The inner three quarters of each axis.
-struct Block {
-  explicit Block(const benchmark::State& state) : edge(static_cast<int>(state.range(0))) {}
-  int edge;
-  int start = edge / 8;
-  int size = edge * 3 / 4;
+/// The inner three quarters of each axis of a square array.
+struct Inner {
+  explicit Inner(int edge) : start(edge / 8), size(edge * 3 / 4) {}
+  int start;
+  int size;
+  std::int64_t Elements() const { return std::int64_t{size} * size; }
 };
 
-void Selection2D(benchmark::State& state) {
-  const Block block(state);
-  const parr_c2DNumberArray array(block.edge, block.edge, Double);
+void Selection2D(benchmark::State& state, int edge) {
+  const Inner block(edge);
+  const parr_c2DNumberArray array(edge, edge, Double);
   const int end = block.start + block.size;
   for (auto _ : state) benchmark::DoNotOptimize(array.Selection(block.start, block.start, end, end).Data());
-  SetBytes(state, std::int64_t{block.size} * block.size);
+  SetBytes(state, 2 * 8 * block.Elements());
 }
-BENCHMARK(Selection2D)->Apply(Edges);
-BENCHMARK(NewBlock_Memcpy)->Apply(BlockSizes);
 
 template <class Source>
-void Store2D(benchmark::State& state) {
-  const Block block(state);
-  const parr_c2DNumberArray source(block.size, block.size, dtyp_cDataType(detail::DataTypeOf<Source>));
-  parr_c2DNumberArray target(block.edge, block.edge, Double);
+void Store2D(benchmark::State& state, int edge) {
+  const Inner block(edge);
+  const parr_c2DNumberArray source(block.size, block.size, detail::DataTypeOf<Source>);
+  parr_c2DNumberArray target(edge, edge, Double);
   for (auto _ : state) {
     target.SetSelection(source, block.start, block.start);
     benchmark::DoNotOptimize(target.Data());
   }
-  SetBytes(state, std::int64_t{block.size} * block.size);
+  SetBytes(state, (8 + std::int64_t{sizeof(Source)}) * block.Elements());
 }
-BENCHMARK(Store2D<double>)->Apply(Edges);
-BENCHMARK(Store2D<float>)->Apply(Edges);
-BENCHMARK(Store_Memcpy)->Apply(BlockSizes);
 
-void Row(benchmark::State& state) {
-  const int edge = static_cast<int>(state.range(0));
+void Row(benchmark::State& state, int edge) {
   const parr_c2DNumberArray array(edge, edge, Double);
   for (auto _ : state) benchmark::DoNotOptimize(array.Row(edge / 2).Data());
-  SetBytes(state, edge);
+  SetBytes(state, 2 * 8 * edge);
 }
-void Column(benchmark::State& state) {
-  const int edge = static_cast<int>(state.range(0));
+void Column(benchmark::State& state, int edge) {
   const parr_c2DNumberArray array(edge, edge, Double);
   for (auto _ : state) benchmark::DoNotOptimize(array.Column(edge / 2).Data());
-  SetBytes(state, edge);
+  SetBytes(state, 2 * 8 * edge);
 }
-void Line_StridedLoop(benchmark::State& state, bool column) {
-  const std::int64_t edge = state.range(0);
-  const auto source = NewBlock(edge * edge);
-  std::fill_n(source.get(), edge * edge, 1.0);
+void StridedLoop(benchmark::State& state, int edge) {
+  const auto source = FilledBlock<double>(std::int64_t{edge} * edge, 1.0);
   for (auto _ : state) {
-    const auto target = NewBlock(edge);
-    const double* from = source.get() + (column ? edge / 2 : edge / 2 * edge);
-    if (column) {
-      for (std::int64_t i = 0; i < edge; ++i) target.get()[i] = from[i * edge];
-    } else {
-      std::memcpy(target.get(), from, static_cast<std::size_t>(edge) * 8);
-    }
+    const auto target = NewBlock<double>(edge);
+    const double* from = source.get() + edge / 2;
+    for (int i = 0; i < edge; ++i, from += edge) target[static_cast<std::size_t>(i)] = *from;
     benchmark::DoNotOptimize(target.get());
     benchmark::ClobberMemory();
   }
-  SetBytes(state, edge);
+  SetBytes(state, 2 * 8 * edge);
 }
-BENCHMARK(Row)->Apply(Edges);
-BENCHMARK_CAPTURE(Line_StridedLoop, row, false)->Apply(Edges);
-BENCHMARK(Column)->Apply(Edges);
-BENCHMARK_CAPTURE(Line_StridedLoop, column, true)->Apply(Edges);
+
+[[maybe_unused]] const bool registered = [] {
+  Register("B/array_copy/1K", "ours", ArrayCopy);
+  Register("B/array_copy/1K", "heap", NewAndDelete);
+  for (const auto& [name, n] : sizes) {
+    const std::string size = std::string("/") + name;
+    Register("B/first_write" + size, "ours", FirstWrite, n);
+    Register("B/first_write" + size, "limit", CopyIntoNewBlock, 8 * n);
+    Register("B/selection_1d" + size, "ours", Selection1D, n);
+    Register("B/selection_1d" + size, "limit", CopyIntoNewBlock, 8 * n);
+    Register("B/store_1d" + size, "ours", Store1D<double>, n);
+    Register("B/store_1d" + size, "limit", Copy, 8 * n);
+    Register("B/widening_store_1d" + size, "ours", Store1D<float>, n);
+    Register("B/widening_store_1d" + size, "limit", Copy, 6 * n);
+  }
+  for (const int edge : {256, 4096}) {
+    const std::string size = '/' + std::to_string(edge) + 'x' + std::to_string(edge);
+    const std::int64_t n = Inner(edge).Elements();
+    Register("B/selection_2d" + size, "ours", Selection2D, edge);
+    Register("B/selection_2d" + size, "limit", CopyIntoNewBlock, 8 * n);
+    Register("B/store_2d" + size, "ours", Store2D<double>, edge);
+    Register("B/store_2d" + size, "limit", Copy, 8 * n);
+    Register("B/widening_store_2d" + size, "ours", Store2D<float>, edge);
+    Register("B/widening_store_2d" + size, "limit", Copy, 6 * n);
+    Register("B/row" + size, "ours", Row, edge);
+    Register("B/row" + size, "limit", CopyIntoNewBlock, std::int64_t{8} * edge);
+    Register("B/column" + size, "ours", Column, edge);
+    Register("B/column" + size, "limit", StridedLoop, edge);
+  }
+  return true;
+}();
 
 }  // namespace

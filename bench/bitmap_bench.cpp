@@ -1,9 +1,9 @@
-// The bitmap stream on a file beside one call for the same pixels at the same place. Width 4096 needs no
-// padding, 4095 does.
+// G: the bitmap stream on a file; the limit is one call for the same pixels at the same place. Rows of 4096
+// pixels need no padding, rows of 4095 do.
 
-#include <benchmark/benchmark.h>
 #include <cstdio>
 
+#include "bench.h"
 #include <DataStorage/services/binimage.h>
 
 namespace {
@@ -13,57 +13,59 @@ constexpr std::int64_t pixels_start = 1064;
 constexpr std::int64_t pixel_bytes = std::int64_t{4096} * height;
 
 struct File {
-  bstr_cBinary_fstream stream{"bitmap_bench.tmp"};  // where the program was started
+  bstr_cBinary_fstream stream{"datastorage_bench.tmp"};  // where the program was started
   File() = default;
   File(const File&) = delete;
   File& operator=(const File&) = delete;
   ~File() { std::remove(stream.Path().CString()); }
 };
 
-void SetBytes(benchmark::State& state) { state.SetBytesProcessed(state.iterations() * pixel_bytes); }
+void Check(benchmark::State& state, bool good) {
+  if (!good) state.SkipWithError("failed");
+}
 
-void WriteBitmap(benchmark::State& state) {
-  const arr_c2DNumberArray<unsigned char> image(static_cast<int>(state.range(0)), height);
+void Write(benchmark::State& state, int width) {
+  const arr_c2DNumberArray<unsigned char> image(width, height);
   File file;
-  for (auto _ : state) {
-    if (!file.stream.Output().Seek(0) || !dbrw_Write(file.stream.Output(), image))
-      state.SkipWithError("failed");
-  }
-  SetBytes(state);
+  for (auto _ : state) Check(state, file.stream.Output().Seek(0) && dbrw_Write(file.stream.Output(), image));
+  SetBytes(state, pixel_bytes);
 }
-void WriteBitmap_OneCall(benchmark::State& state) {
-  const arr_c2DNumberArray<unsigned char> image(4096, height);
+void WriteAtOnce(benchmark::State& state) {
+  const auto pixels = FilledBlock<char>(pixel_bytes);
   File file;
-  for (auto _ : state) {
-    if (!file.stream.Output().Seek(pixels_start) || !file.stream.Output().Write(image.Data(), pixel_bytes))
-      state.SkipWithError("failed");
-  }
-  SetBytes(state);
+  for (auto _ : state)
+    Check(state,
+          file.stream.Output().Seek(pixels_start) && file.stream.Output().Write(pixels.get(), pixel_bytes));
+  SetBytes(state, pixel_bytes);
 }
-void ReadBitmap(benchmark::State& state) {
+void Read(benchmark::State& state, int width) {
   File file;
-  dbrw_Write(file.stream.Output(), {static_cast<int>(state.range(0)), height});
+  dbrw_Write(file.stream.Output(), {width, height});
   arr_c2DNumberArray<unsigned char> image;
-  for (auto _ : state) {
-    if (!file.stream.Input().Seek(0) || !dbrw_Read(file.stream.Input(), image)) state.SkipWithError("failed");
-  }
-  SetBytes(state);
+  for (auto _ : state) Check(state, file.stream.Input().Seek(0) && dbrw_Read(file.stream.Input(), image));
+  SetBytes(state, pixel_bytes);
 }
 /// Into a block that is new each time, as the pixels of a picture are.
-void ReadBitmap_OneCall(benchmark::State& state) {
+void ReadAtOnce(benchmark::State& state) {
   File file;
   dbrw_Write(file.stream.Output(), {4096, height});
   for (auto _ : state) {
-    void* block = lgar_AllocateBlock(static_cast<std::size_t>(pixel_bytes));
-    if (!file.stream.Input().Seek(pixels_start) || !file.stream.Input().Read(block, pixel_bytes))
-      state.SkipWithError("failed");
-    lgar_FreeBlock(block, static_cast<std::size_t>(pixel_bytes));
+    const auto pixels = NewBlock<char>(pixel_bytes);
+    Check(state,
+          file.stream.Input().Seek(pixels_start) && file.stream.Input().Read(pixels.get(), pixel_bytes));
   }
-  SetBytes(state);
+  SetBytes(state, pixel_bytes);
 }
-BENCHMARK(WriteBitmap)->ArgName("width")->Arg(4096)->Arg(4095);
-BENCHMARK(WriteBitmap_OneCall);
-BENCHMARK(ReadBitmap)->ArgName("width")->Arg(4096)->Arg(4095);
-BENCHMARK(ReadBitmap_OneCall);
+
+[[maybe_unused]] const bool registered = [] {
+  for (const int width : {4096, 4095}) {
+    const std::string size = '/' + std::to_string(width) + 'x' + std::to_string(height);
+    Register("G/write" + size, "ours", Write, width);
+    Register("G/write" + size, "limit", WriteAtOnce);
+    Register("G/read" + size, "ours", Read, width);
+    Register("G/read" + size, "limit", ReadAtOnce);
+  }
+  return true;
+}();
 
 }  // namespace

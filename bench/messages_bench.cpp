@@ -1,8 +1,11 @@
-#include <benchmark/benchmark.h>
+// H: messages, and position changes with the two that they send.
+
 #include <deque>
+#include <functional>
 #include <vector>
 
-#include <DataStorage/interfaces/mesg.h>
+#include "messages.h"
+#include <DataStorage/positions/poslist.h>
 
 namespace {
 
@@ -11,42 +14,73 @@ struct Counter : mesg_cReceiver {
   unsigned long sum = 0;
 };
 
-void Send(benchmark::State& state) {
-  std::deque<Counter> receivers(static_cast<std::size_t>(state.range(0)));
-  mesg_cSender sender;
-  for (Counter& each : receivers) sender.AddReceiver(each, 0xFFFF);
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(&sender);
-    sender.SendMessage(1, nullptr);
+class OurSender {
+ public:
+  explicit OurSender(std::size_t receivers) : receivers_(receivers) {
+    for (Counter& each : receivers_) position_.AddReceiver(each, 0xFFFF);
   }
-  state.SetItemsProcessed(state.iterations());
+  void Send(unsigned long id) { position_.SendMessage(id, nullptr); }
+  void Change(double x) { position_.SetPosition(x, 0); }
+
+ private:
+  std::deque<Counter> receivers_;
+  pos_c2DPosition position_;
+};
+
+/// Calls to each, when nobody may change anything meanwhile.
+class PlainCalls {
+ public:
+  template <class Receiver>
+  void connect(Receiver receiver) {
+    receivers_.emplace_back(receiver);
+  }
+  void operator()(unsigned long id, PlainChange* change) {
+    for (auto& each : receivers_) each(id, change);
+  }
+
+ private:
+  std::vector<std::function<void(unsigned long, PlainChange*)>> receivers_;
+};
+
+constexpr int points = 10000;
+
+void Fill(pos_c2DPositionList& list) {
+  for (int i = 0; i < points; ++i) list.AddAtTail(new pos_c2DPosition(i % 173, i % 37));
 }
 
-/// What delivery costs when nobody may change anything meanwhile.
-void CallPlainPointers(benchmark::State& state) {
-  std::deque<Counter> receivers(static_cast<std::size_t>(state.range(0)));
-  mesg_cSender sender;
-  std::vector<mesg_cReceiver*> pointers;
-  for (Counter& each : receivers) pointers.push_back(&each);
+void BuildList(benchmark::State& state) {
   for (auto _ : state) {
-    benchmark::DoNotOptimize(pointers.data());
-    for (mesg_cReceiver* each : pointers) each->ReceiveMessage(1, sender, nullptr);
+    pos_c2DPositionList list;
+    Fill(list);
   }
-  state.SetItemsProcessed(state.iterations());
+  SetItems(state, points);
+}
+void BuildPlainList(benchmark::State& state) {
+  for (auto _ : state) {
+    std::vector<std::unique_ptr<pos_c2DPosition>> list;
+    for (int i = 0; i < points; ++i) list.push_back(std::make_unique<pos_c2DPosition>(i % 173, i % 37));
+    benchmark::DoNotOptimize(list.data());
+  }
+  SetItems(state, points);
 }
 
-/// What an object pays that listens to its own part for as long as it lives.
-void AttachAndEnd(benchmark::State& state) {
-  for (auto _ : state) {
-    mesg_cSender sender;
-    Counter receiver;
-    sender.AddReceiver(receiver, 0xFFFF);
-  }
-  state.SetItemsProcessed(state.iterations());
+/// With a listener; the centre of the list, and every point with it.
+void MoveList(benchmark::State& state) {
+  pos_c2DPositionList list;
+  Fill(list);
+  Counter listener;
+  list.AddReceiver(listener, 0xFFFF);
+  for (auto _ : state) list.Center().Move(1, 0);
+  SetItems(state, points);
 }
 
-BENCHMARK(Send)->Name("Messages/Send")->Arg(0)->Arg(1)->Arg(10);
-BENCHMARK(CallPlainPointers)->Name("Messages/CallPlainPointers")->Arg(0)->Arg(1)->Arg(10);
-BENCHMARK(AttachAndEnd)->Name("Messages/AttachAndEnd");
+[[maybe_unused]] const bool registered = [] {
+  RegisterMessages<OurSender>("ours");
+  RegisterMessages<SignalSender<PlainCalls>>("limit");
+  Register("H/build_position_list/10000", "ours", BuildList);
+  Register("H/build_position_list/10000", "heap", BuildPlainList);
+  Register("H/move_position_list/10000", "ours", MoveList);
+  return true;
+}();
 
 }  // namespace

@@ -1,96 +1,131 @@
-#include <benchmark/benchmark.h>
+// C: single elements through numbers, beside numbers that keep their value on the heap.
+
 #include <memory>
+#include <stdexcept>
 #include <vector>
 
-#include <DataStorage/numbers/pnumber.h>
+#include "bench.h"
+#include <DataStorage/arrays/parray1d.h>
 
 namespace {
 
-/// The same with a letter from the heap for each number.
+constexpr int count = 1000;
+
+/// The same object; the compiler forgets what it knows of it.
+template <class T>
+T& Opaque(T& object) {
+  benchmark::DoNotOptimize(&object);
+  benchmark::ClobberMemory();
+  return object;
+}
+
 class HeapNumber {
  public:
-  explicit HeapNumber(double value) : letter_(new Letter(value)) {}
+  explicit HeapNumber(double value) : letter_(new Letter<double>(value)) {}
+  explicit HeapNumber(float value) : letter_(new Letter<float>(value)) {}
   HeapNumber(const HeapNumber& other) : letter_(other.letter_->Clone()) {}
   HeapNumber& operator=(const HeapNumber& other) {
     if (this != &other) letter_.reset(other.letter_->Clone());
     return *this;
   }
-  double Value() const { return *static_cast<const double*>(letter_->Data()); }
+  double Value() const { return letter_->Value(); }
 
  private:
   struct AnyLetter {
     virtual ~AnyLetter() = default;
     virtual AnyLetter* Clone() const = 0;
-    virtual const void* Data() const = 0;
+    virtual double Value() const = 0;
   };
+  template <class T>
   struct Letter final : AnyLetter {
-    explicit Letter(double v) : value(v) {}
+    explicit Letter(T v) : value(v) {}
     AnyLetter* Clone() const override { return new Letter(value); }
-    const void* Data() const override { return &value; }
-    double value;
+    double Value() const override { return value; }
+    T value;
   };
   std::unique_ptr<AnyLetter> letter_;
 };
 
+/// Elements behind a letter, as in our arrays.
+class HeapNumberArray {
+ public:
+  explicit HeapNumberArray(bool doubles) {
+    if (doubles) {
+      letter_ = std::make_unique<Letter<double>>();
+    } else {
+      letter_ = std::make_unique<Letter<float>>();
+    }
+  }
+  HeapNumber Value(int i) const { return letter_->Value(Checked(i)); }
+  void SetValue(const HeapNumber& value, int i) { letter_->SetValue(value, Checked(i)); }
+
+ private:
+  struct AnyLetter {
+    virtual ~AnyLetter() = default;
+    virtual HeapNumber Value(std::size_t i) const = 0;
+    virtual void SetValue(const HeapNumber& value, std::size_t i) = 0;
+  };
+  template <class T>
+  struct Letter final : AnyLetter {
+    HeapNumber Value(std::size_t i) const override { return HeapNumber(elements[i]); }
+    void SetValue(const HeapNumber& value, std::size_t i) override {
+      elements[i] = static_cast<T>(value.Value());
+    }
+    std::vector<T> elements = std::vector<T>(count, 1.5);
+  };
+  static std::size_t Checked(int i) {
+    if (i < 0 || i >= count) throw std::out_of_range("element");
+    return static_cast<std::size_t>(i);
+  }
+  std::unique_ptr<AnyLetter> letter_;
+};
+
+parr_c1DNumberArray NewArray(std::type_identity<pnum_cNumber>) { return {count, pnum_cNumber(1.5)}; }
+HeapNumberArray NewArray(std::type_identity<HeapNumber>) { return HeapNumberArray(true); }
+
 template <class Number>
 void Get(benchmark::State& state) {
-  const std::vector<double> elements(1000, 1.5);
+  const auto array = NewArray(std::type_identity<Number>());
   for (auto _ : state) {
     double sum = 0;
-    for (const double& element : elements) {
-      const Number number(element);
-      benchmark::DoNotOptimize(&number);
-      benchmark::ClobberMemory();
-      sum += number.Value();
-    }
+    for (int i = 0; i < count; ++i) sum += Opaque(array).Value(i).Value();
     benchmark::DoNotOptimize(sum);
   }
-  state.SetItemsProcessed(state.iterations() * 1000);
+  SetItems(state, count);
 }
 
 template <class Number>
-void Copy(benchmark::State& state) {
-  const Number number(1.5);
+void Set(benchmark::State& state) {
+  auto array = NewArray(std::type_identity<Number>());
   for (auto _ : state) {
-    benchmark::DoNotOptimize(&number);
-    benchmark::ClobberMemory();
-    Number copy(number);
-    benchmark::DoNotOptimize(&copy);
-    benchmark::ClobberMemory();
+    for (int i = 0; i < count; ++i) Opaque(array).SetValue(Number(0.5 * i), i);
   }
-  state.SetItemsProcessed(state.iterations());
+  SetItems(state, count);
 }
 
 template <class Number>
-void Assign(benchmark::State& state) {
+void CopyNumber(benchmark::State& state) {
   const Number number(1.5);
-  Number target(2.5);
   for (auto _ : state) {
-    benchmark::DoNotOptimize(&number);
-    target = number;
-    benchmark::DoNotOptimize(&target);
-    benchmark::ClobberMemory();
+    for (int i = 0; i < count; ++i) {
+      Number copy(Opaque(number));
+      Opaque(copy);
+    }
   }
-  state.SetItemsProcessed(state.iterations());
+  SetItems(state, count);
 }
 
-/// From a type that has to be converted.
-void ValueOfInteger(benchmark::State& state) {
-  const pnum_cNumber number(7);
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(&number);
-    benchmark::ClobberMemory();
-    benchmark::DoNotOptimize(number.Value());
-  }
-  state.SetItemsProcessed(state.iterations());
+template <class Number>
+void RegisterNumbers(const char* who) {
+  Register("C/get/1000", who, Get<Number>);
+  Register("C/set/1000", who, Set<Number>);
+  Register("C/copy/1000", who, CopyNumber<Number>);
 }
 
-BENCHMARK(Get<pnum_cNumber>)->Name("Numbers/Get/Ours");
-BENCHMARK(Get<HeapNumber>)->Name("Numbers/Get/HeapLetter");
-BENCHMARK(Copy<pnum_cNumber>)->Name("Numbers/Copy/Ours");
-BENCHMARK(Copy<HeapNumber>)->Name("Numbers/Copy/HeapLetter");
-BENCHMARK(Assign<pnum_cNumber>)->Name("Numbers/Assign/Ours");
-BENCHMARK(Assign<HeapNumber>)->Name("Numbers/Assign/HeapLetter");
-BENCHMARK(ValueOfInteger)->Name("Numbers/ValueOfInteger/Ours");
+[[maybe_unused]] const bool registered = [] {
+  RegisterNumbers<pnum_cNumber>("ours");
+  RegisterNumbers<HeapNumber>("heap");
+  return true;
+}();
 
 }  // namespace

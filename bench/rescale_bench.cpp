@@ -1,8 +1,10 @@
-// Resampling and merging beside plain loops over index tables into new memory.
+// I: resampling and merging of 2D data arrays.
 
-#include <benchmark/benchmark.h>
+#include <algorithm>
+#include <cmath>
 #include <vector>
 
+#include "bench.h"
 #include <DataStorage/data/rescl2.h>
 
 namespace {
@@ -14,44 +16,39 @@ darr_c2DArray Picture() {
   return {edge, edge, dtyp_cDataType(detail::DataTypeOf<T>), {}};
 }
 
-/// By the step in percent of the old one.
+/// What a picture of step 1 has along an edge when it gets another one.
+int NewEdge(double step) { return static_cast<int>(std::ceil(edge / step - 1e-6)); }
+
 template <class T>
-void Rescale(benchmark::State& state) {
+void Rescale(benchmark::State& state, double step) {
   const darr_c2DArray source = Picture<T>();
-  const double step = static_cast<double>(state.range(0)) / 100;
-  std::int64_t elements = 0;
   for (auto _ : state) {
     const darr_c2DArray rescaled = resc_Rescale(source, step, step);
-    elements = rescaled.NumIndices();
+    if (rescaled.NumIndicesX() != NewEdge(step)) state.SkipWithError("another size");
     benchmark::DoNotOptimize(rescaled.Data());
   }
-  state.SetItemsProcessed(state.iterations() * elements);
+  SetItems(state, std::int64_t{NewEdge(step)} * NewEdge(step));
 }
+
+/// Over a table of indices, into new memory.
 template <class T>
-void Rescale_Loop(benchmark::State& state) {
-  const std::vector<T> source(std::size_t{edge} * edge);
-  const double step = static_cast<double>(state.range(0)) / 100;
-  const int size = static_cast<int>(std::ceil(edge / step - 1e-6));
+void RescaleLoop(benchmark::State& state, double step) {
+  const auto source = FilledBlock<T>(std::int64_t{edge} * edge);
+  const int size = NewEdge(step);
   for (auto _ : state) {
     std::vector<int> index(static_cast<std::size_t>(size));
     for (int i = 0; i < size; ++i) index[static_cast<std::size_t>(i)] = static_cast<int>(i * step);
-    const auto bytes = sizeof(T) * static_cast<std::size_t>(size) * static_cast<std::size_t>(size);
-    T* const target = static_cast<T*>(lgar_AllocateBlock(bytes));
-    T* to = target;
+    const auto target = NewBlock<T>(std::int64_t{size} * size);
+    T* to = target.get();
     for (const int y : index) {
-      const T* row = source.data() + std::int64_t{y} * edge;
+      const T* row = source.get() + std::int64_t{y} * edge;
       for (const int x : index) *to++ = row[x];
     }
-    benchmark::DoNotOptimize(target);
+    benchmark::DoNotOptimize(target.get());
     benchmark::ClobberMemory();
-    lgar_FreeBlock(target, bytes);
   }
-  state.SetItemsProcessed(state.iterations() * size * size);
+  SetItems(state, std::int64_t{size} * size);
 }
-BENCHMARK(Rescale<double>)->ArgName("percent")->Arg(50)->Arg(75)->Arg(200);
-BENCHMARK(Rescale_Loop<double>)->ArgName("percent")->Arg(50)->Arg(75)->Arg(200);
-BENCHMARK(Rescale<unsigned char>)->ArgName("percent")->Arg(50)->Arg(200);
-BENCHMARK(Rescale_Loop<unsigned char>)->ArgName("percent")->Arg(50)->Arg(200);
 
 /// A tile of a quarter of the area, on the same grid.
 void Merge(benchmark::State& state) {
@@ -61,21 +58,36 @@ void Merge(benchmark::State& state) {
     target.Set(tile);
     benchmark::DoNotOptimize(target.Data());
   }
-  state.SetItemsProcessed(state.iterations() * tile.NumIndices());
+  SetItems(state, tile.NumIndices());
 }
-void Merge_Loop(benchmark::State& state) {
-  std::vector<double> target(std::size_t{edge} * edge);
-  const std::vector<double> tile(target.size() / 4);
+void MergeLoop(benchmark::State& state) {
+  constexpr std::int64_t size = edge / 2;
+  const auto target = FilledBlock<double>(std::int64_t{edge} * edge);
+  const auto tile = FilledBlock<double>(size * size);
   for (auto _ : state) {
-    for (int y = 0; y < edge / 2; ++y) {
-      std::copy_n(tile.data() + y * (edge / 2), edge / 2, target.data() + (y + edge / 4) * edge + edge / 4);
-    }
-    benchmark::DoNotOptimize(target.data());
+    for (std::int64_t y = 0; y < size; ++y)
+      std::copy_n(tile.get() + y * size, size, target.get() + (y + edge / 4) * edge + edge / 4);
     benchmark::ClobberMemory();
   }
-  state.SetItemsProcessed(state.iterations() * (edge / 2) * (edge / 2));
+  SetItems(state, size * size);
 }
-BENCHMARK(Merge);
-BENCHMARK(Merge_Loop);
+
+template <class T>
+void RegisterRescaling() {
+  const std::string name = std::string("I/rescale_") + detail::ShortName(detail::DataTypeOf<T>);
+  for (const auto& [what, step] :
+       {std::pair("/to_half", 2.0), std::pair("/to_4_thirds", 0.75), std::pair("/to_double", 0.5)}) {
+    Register(name + what, "ours", Rescale<T>, step);
+    Register(name + what, "loop", RescaleLoop<T>, step);
+  }
+}
+
+[[maybe_unused]] const bool registered = [] {
+  RegisterRescaling<double>();
+  RegisterRescaling<unsigned char>();
+  Register("I/merge_float64/1024x1024", "ours", Merge);
+  Register("I/merge_float64/1024x1024", "loop", MergeLoop);
+  return true;
+}();
 
 }  // namespace

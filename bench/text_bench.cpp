@@ -1,14 +1,14 @@
-// Text columns of a million lines beside plain block reading and writing with from_chars and to_chars, and
-// beside the stream operators.
+// F: two-column text. The limits are blocks read for from_chars, and lines made by to_chars, each flushed;
+// the peer is what the stream operators do.
 
 #include <array>
-#include <benchmark/benchmark.h>
 #include <charconv>
 #include <cstdio>
 #include <fstream>
 #include <sstream>
 #include <vector>
 
+#include "bench.h"
 #include <DataStorage/data/asciirw.h>
 
 namespace {
@@ -31,8 +31,6 @@ const std::string& Text() {
   return text;
 }
 
-void SetItems(benchmark::State& state) { state.SetItemsProcessed(state.iterations() * lines); }
-
 void ReadText(benchmark::State& state) {
   std::istringstream in(Text());
   for (auto _ : state) {
@@ -42,9 +40,9 @@ void ReadText(benchmark::State& state) {
     if (!asrw_ReadTwoColumn(in, array) || array.NumIndices() != lines) state.SkipWithError("not read");
     benchmark::DoNotOptimize(array.Data());
   }
-  SetItems(state);
+  SetItems(state, lines);
 }
-void ReadText_FromChars(benchmark::State& state) {
+void ReadTextByFromChars(benchmark::State& state) {
   std::istringstream in(Text());
   std::vector<char> block(Text().size());
   for (auto _ : state) {
@@ -63,9 +61,9 @@ void ReadText_FromChars(benchmark::State& state) {
     }
     benchmark::DoNotOptimize(values.data());
   }
-  SetItems(state);
+  SetItems(state, lines);
 }
-void ReadText_Operators(benchmark::State& state) {
+void ReadTextByOperators(benchmark::State& state) {
   std::istringstream in(Text());
   for (auto _ : state) {
     in.clear();
@@ -74,17 +72,14 @@ void ReadText_Operators(benchmark::State& state) {
     for (double position = 0, value = 0; in >> position >> value;) values.push_back(value);
     benchmark::DoNotOptimize(values.data());
   }
-  SetItems(state);
+  SetItems(state, lines);
 }
-BENCHMARK(ReadText)->Unit(benchmark::kMillisecond);
-BENCHMARK(ReadText_FromChars)->Unit(benchmark::kMillisecond);
-BENCHMARK(ReadText_Operators)->Unit(benchmark::kMillisecond);
 
 struct Memory {
   std::ostringstream out;
 };
 struct File {
-  static constexpr const char* path = "text_bench.tmp";  // where the program was started
+  static constexpr const char* path = "datastorage_bench.tmp";  // where the program was started
   std::ofstream out{path, std::ios::binary};
   File() = default;
   File(const File&) = delete;
@@ -100,10 +95,10 @@ void WriteText(benchmark::State& state) {
     stream.out.seekp(0);
     if (!asrw_WriteTwoColumn(stream.out, array, 12, 0)) state.SkipWithError("not written");
   }
-  SetItems(state);
+  SetItems(state, lines);
 }
 template <class Stream>
-void WriteText_ToChars(benchmark::State& state) {
+void WriteTextByToChars(benchmark::State& state) {
   const darr_c1DArray array = Spectrum();
   const auto* values = static_cast<const double*>(array.Data());
   Stream stream;
@@ -119,10 +114,10 @@ void WriteText_ToChars(benchmark::State& state) {
       stream.out.write(line.data(), at - line.data()).flush();
     }
   }
-  SetItems(state);
+  SetItems(state, lines);
 }
 template <class Stream>
-void WriteText_Operators(benchmark::State& state) {
+void WriteTextByOperators(benchmark::State& state) {
   const darr_c1DArray array = Spectrum();
   const auto* values = static_cast<const double*>(array.Data());
   Stream stream;
@@ -131,13 +126,22 @@ void WriteText_Operators(benchmark::State& state) {
     stream.out.seekp(0);
     for (int i = 0; i < lines; ++i) stream.out << 10.0 + i * 0.25 << '\t' << values[i] << std::endl;
   }
-  SetItems(state);
+  SetItems(state, lines);
 }
-BENCHMARK(WriteText<Memory>)->Unit(benchmark::kMillisecond);
-BENCHMARK(WriteText_ToChars<Memory>)->Unit(benchmark::kMillisecond);
-BENCHMARK(WriteText_Operators<Memory>)->Unit(benchmark::kMillisecond);
-BENCHMARK(WriteText<File>)->Unit(benchmark::kMillisecond);
-BENCHMARK(WriteText_ToChars<File>)->Unit(benchmark::kMillisecond);
-BENCHMARK(WriteText_Operators<File>)->Unit(benchmark::kMillisecond);
+template <class Stream>
+void RegisterWriting(const std::string& row) {
+  Register(row, "ours", WriteText<Stream>);
+  Register(row, "limit", WriteTextByToChars<Stream>);
+  Register(row, "operators", WriteTextByOperators<Stream>);
+}
+
+[[maybe_unused]] const bool registered = [] {
+  Register("F/read/1M", "ours", ReadText);
+  Register("F/read/1M", "limit", ReadTextByFromChars);
+  Register("F/read/1M", "operators", ReadTextByOperators);
+  RegisterWriting<Memory>("F/write_to_memory/1M");
+  RegisterWriting<File>("F/write_to_file/1M");
+  return true;
+}();
 
 }  // namespace

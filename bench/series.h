@@ -1,0 +1,101 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "bench.h"
+
+// A series of data with tags, as it is appended and read. The way that a `File` does it:
+//   File(std::int64_t bytes)            makes an empty file for `slots` data of so many bytes
+//   Append(datum, i), Read(i, datum)    a datum and its tag; a datum alone
+//   Find(tag)                           the index of a tag, or -1; `absent_tag` has all of them compared
+// and, in its own way, opens a file that is there.
+
+constexpr int slots = 20000;
+
+using Datum = std::vector<char>;
+using Tag = std::array<char, 24>;
+
+/// Where the program was started: that disk is measured. Taken away at the end.
+struct TemporaryFile {
+  static constexpr const char* path = "datastorage_bench.tmp";
+  TemporaryFile() = default;
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+  ~TemporaryFile() { std::remove(path); }
+};
+
+inline Datum NewDatum(std::int64_t bytes) { return Datum(static_cast<std::size_t>(bytes), 'd'); }
+
+template <class File>
+void Append(benchmark::State& state, std::int64_t bytes) {
+  const TemporaryFile remove_at_end;
+  const Datum datum = NewDatum(bytes);
+  File file(bytes);
+  int i = 0;
+  for (auto _ : state) {
+    file.Append(datum, i);
+    if (++i < slots) continue;
+    state.PauseTiming();
+    file.Reset();
+    i = 0;
+    state.ResumeTiming();
+  }
+  SetItems(state, 1);
+}
+
+template <class File>
+void Fill(File& file, std::int64_t bytes) {
+  const Datum datum = NewDatum(bytes);
+  for (int i = 0; i < slots; ++i) file.Append(datum, i);
+}
+
+/// A step of 1 reads one after the other, others spread the reads over the file.
+template <class File>
+void Read(benchmark::State& state, std::int64_t bytes, int step) {
+  const TemporaryFile remove_at_end;
+  File file(bytes);
+  Fill(file, bytes);
+  Datum datum = NewDatum(bytes);
+  int i = 0;
+  for (auto _ : state) {
+    file.Read(i, datum);
+    i = (i + step) % slots;
+  }
+  SetItems(state, 1);
+}
+
+/// For a tag that is not there: all of them are compared.
+template <class File>
+void Search(benchmark::State& state, std::int64_t bytes) {
+  const TemporaryFile remove_at_end;
+  File file(bytes);
+  Fill(file, bytes);
+  for (auto _ : state) benchmark::DoNotOptimize(file.Find(-1));
+  SetItems(state, slots);
+}
+
+template <class File>
+void Open(benchmark::State& state) {
+  const TemporaryFile remove_at_end;
+  {
+    File file(16);
+    Fill(file, 16);
+  }
+  for (auto _ : state) File::Open();
+  SetItems(state, 1);
+}
+
+template <class File>
+void RegisterSeries(const char* who) {
+  for (const auto& [size, bytes] : {std::pair("16B", 16), std::pair("4K", 4096)}) {
+    Register(std::string("D/append/") + size, who, Append<File>, bytes);
+    Register(std::string("E/read/") + size, who, Read<File>, bytes, 1);
+    Register(std::string("E/read_random/") + size, who, Read<File>, bytes, 7919);
+    Register(std::string("E/search/") + size, who, Search<File>, bytes);
+  }
+  Register("E/open/20000", who, Open<File>);
+}
