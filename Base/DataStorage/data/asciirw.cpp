@@ -69,15 +69,17 @@ class NumberReader {
   static constexpr std::size_t block_size = 65536;
   static constexpr std::ptrdiff_t longest_rest = 64;
 
-  /// Appends a block to what is left of the one before.
+  /// Appends a block to what is left of the one before, at least as much again, so that a number of many
+  /// digits is not looked at too often.
   void Fill() {
     const auto rest = static_cast<std::size_t>(end_ - cursor_);
+    const std::size_t wanted = std::max(block_size, rest);
     passed_ += static_cast<std::size_t>(cursor_ - buffer_.data());
     std::memmove(buffer_.data(), cursor_, rest);
-    if (buffer_.size() < rest + block_size) buffer_.resize(rest + block_size);
+    if (buffer_.size() < rest + wanted) buffer_.resize(rest + wanted);
     const std::streamsize read =
-        in_.rdbuf()->sgetn(buffer_.data() + rest, static_cast<std::streamsize>(block_size));
-    complete_ = read < static_cast<std::streamsize>(block_size);
+        in_.rdbuf()->sgetn(buffer_.data() + rest, static_cast<std::streamsize>(wanted));
+    complete_ = read < static_cast<std::streamsize>(wanted);
     cursor_ = buffer_.data();
     end_ = cursor_ + rest + read;
   }
