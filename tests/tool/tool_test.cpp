@@ -42,8 +42,8 @@ TEST_F(Refusals, OfCommandLines) {
           {"append a.dseries x --raw 0", 2, "0"},
           {"append a.dseries x --interleaved", 2, "--raw"},
           {"append a.dseries x --at 1,2 --tag-position", 2, "--at"},
-          {"get a.dseries", 2, "one of DATUM, --index and --position"},
-          {"get a.dseries 1 --index 1", 2, "one of DATUM, --index and --position"},
+          {"get a.dseries", 2, "one of DATUM, --index, --position, --at and --time"},
+          {"get a.dseries 1 --index 1", 2, "only one of DATUM, --index, --position"},
           {"find a.dseries", 2, "--at or --time"}});
 }
 

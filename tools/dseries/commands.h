@@ -14,6 +14,7 @@ void AddList(CLI::App& program);
 void AddGet(CLI::App& program);
 void AddFind(CLI::App& program);
 void AddVerify(CLI::App& program);
+void AddPlot(CLI::App& program);
 void AddMap(CLI::App& program);
 void AddImage(CLI::App& program);
 void AddConvert(CLI::App& program);

@@ -115,4 +115,9 @@ std::string NameOf(const dtsr_cDimensionArray& dimensions, int d) {
   return description.Length() == 0 ? fmt::format("dimension {}", d) : Printable(description);
 }
 
+std::string LabelOf(const dtsr_cDimensionArray& dimensions, int d) {
+  const std::string units = Printable(dimensions.Dimension(d).Units());
+  return NameOf(dimensions, d) + (units.empty() ? "" : " (" + units + ')');
+}
+
 }  // namespace dseries

@@ -18,5 +18,7 @@ int LinearIndex(const dtsr_cDimensionArray& dimensions, const std::vector<double
 
 /// What messages call dimension d: its description, or its number where that is empty.
 std::string NameOf(const dtsr_cDimensionArray& dimensions, int d);
+/// The same with its units, as it stands at an axis.
+std::string LabelOf(const dtsr_cDimensionArray& dimensions, int d);
 
 }  // namespace dseries

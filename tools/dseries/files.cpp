@@ -1,5 +1,6 @@
 #include "files.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <filesystem>
 #include <fmt/format.h>
@@ -8,11 +9,23 @@
 #include <iterator>
 
 #include "failure.h"
+#include "format.h"
 #include "header.h"
 
 namespace dseries {
 
 namespace fs = std::filesystem;
+
+std::string Extension(const std::string& path) {
+  std::string extension = fs::path(path).extension().string();
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+  return extension;
+}
+
+std::string FileName(const std::string& path) {
+  return Printable(str_cString(fs::path(path).filename().c_str()));
+}
 
 std::string ReadWhole(const std::string& path) {
   std::string bytes;

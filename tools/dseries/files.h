@@ -7,6 +7,12 @@
 
 namespace dseries {
 
+/// The ending of a file's name, with its dot, in small letters.
+std::string Extension(const std::string& path);
+
+/// The name of a file without its folders, to be shown.
+std::string FileName(const std::string& path);
+
 /// All bytes of a file, or of standard input for "-".
 std::string ReadWhole(const std::string& path);
 

@@ -15,10 +15,20 @@ namespace dseries {
 
 namespace {
 
-/// How many columns a text takes: one for each character of UTF-8.
-std::size_t Width(std::string_view text) {
-  return static_cast<std::size_t>(
-      std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+/// The bytes of the UTF-8 character at the start of the text; 0 where there is none.
+std::size_t CharacterLength(std::string_view text) {
+  const auto lead = static_cast<unsigned char>(text[0]);
+  const std::size_t length = lead < 0x80   ? 1
+                             : lead < 0xC2 ? 0
+                             : lead < 0xE0 ? 2
+                             : lead < 0xF0 ? 3
+                             : lead < 0xF5 ? 4
+                                           : 0;
+  if (length > text.size()) return 0;
+  const auto followers = text.substr(1, length - std::min<std::size_t>(length, 1));
+  const bool whole =
+      std::all_of(followers.begin(), followers.end(), [](char c) { return (c & 0xC0) == 0x80; });
+  return whole ? length : 0;
 }
 
 bool bFitsFile(std::int64_t seconds) {
@@ -85,10 +95,33 @@ std::string Count(std::int64_t n, std::string_view singular, std::string_view pl
   return fmt::format("{} {}", n, n == 1 ? singular : plural);
 }
 
+std::size_t Width(std::string_view text) {
+  return static_cast<std::size_t>(
+      std::count_if(text.begin(), text.end(), [](char c) { return (c & 0xC0) != 0x80; }));
+}
+
+std::string Shortened(const std::string& text, std::size_t width) {
+  if (Width(text) <= width) return text;
+  std::size_t end = 0;
+  for (std::size_t column = 0; column + 1 < width; ++column) end += CharacterLength(text.substr(end, 4));
+  return text.substr(0, end) + "…";
+}
+
 std::string Printable(const str_cString& text) {
-  std::string printable(static_cast<std::string_view>(text));
-  std::replace_if(
-      printable.begin(), printable.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');
+  std::string_view rest(text);
+  std::string printable;
+  while (!rest.empty()) {
+    const std::size_t length = CharacterLength(rest);
+    const auto byte = static_cast<unsigned char>(rest[0]);
+    if (length == 0) {
+      printable += {static_cast<char>(0xC0 | byte >> 6), static_cast<char>(0x80 | (byte & 0x3F))};
+    } else if (byte < 0x20 || byte == 0x7F) {
+      printable += '?';
+    } else {
+      printable += rest.substr(0, length);
+    }
+    rest.remove_prefix(std::max<std::size_t>(length, 1));
+  }
   return printable;
 }
 

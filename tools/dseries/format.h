@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -25,7 +26,13 @@ std::string NumberText(double value, int digits = 10);
 /// "3 data", "1 datum".
 std::string Count(std::int64_t n, std::string_view singular, std::string_view plural);
 
-/// A text from a file as one line that a terminal shows as it is: control characters become '?'.
+/// How many columns a text takes: one for each character of UTF-8.
+std::size_t Width(std::string_view text);
+/// The text, or as much of its start as fits so many columns.
+std::string Shortened(const std::string& text, std::size_t width);
+
+/// A text from a file as one line of UTF-8 that a terminal shows as it is: control characters become '?', and
+/// bytes that are no UTF-8 the characters that Latin-1 has for them.
 std::string Printable(const str_cString& text);
 /// `value` with its unit behind it.
 std::string WithUnits(const std::string& value, const str_cString& units);

@@ -2,8 +2,8 @@
 #include <memory>
 #include <string>
 #include <type_traits>
-#include <vector>
 
+#include "choice.h"
 #include "commands.h"
 #include "dimensions.h"
 #include "failure.h"
@@ -22,23 +22,11 @@ namespace {
 
 struct Options {
   std::string file;
-  int datum = -1;
-  std::vector<int> index;
-  std::vector<double> position;
+  Choice choice;
   PlaneView view;
+  Drawing drawing;
   Output output;
 };
-
-int Find(const Series& series, const Options& options) {
-  int i = options.datum;
-  if (!options.index.empty()) i = LinearIndex(series.DimensionArray(), options.index);
-  if (!options.position.empty()) i = LinearIndex(series.DimensionArray(), options.position);
-  if (i >= series.Size()) Fail("there is no slot {}: the last one is {}", i, series.Size() - 1);
-  if (i >= series.NextWriteIndex()) {
-    Fail("slot {} is empty: {} of {} are filled", i, series.NextWriteIndex(), series.Size());
-  }
-  return i;
-}
 
 /// All elements of a short array, both ends of a long one.
 std::string Columns(const darr_c1DArray& array) {
@@ -82,20 +70,23 @@ void Show(const Series& series, int i, const Array& array) {
 }
 
 void WriteOrShow(const Series& series, int i, const darr_c1DArray& array, const Options& options) {
-  if (!options.view.bNone()) Fail("{} holds 1D data, of which nothing can be cut or drawn", options.file);
+  if (!options.view.bNone() || !options.drawing.bNone())
+    Fail("{} holds 1D data, of which nothing can be cut or drawn", options.file);
   if (options.output.path.empty()) return Show(series, i, array);
   WriteColumns(array, options.output, options.file);
 }
 
 void WriteOrShow(const Series& series, int i, const darr_c2DArray& array, const Options& options) {
-  if (options.output.path.empty() && options.view.bNone()) return Show(series, i, array);
-  WritePlaneOrLine(array, options.view, options.output, options.file);
+  if (options.output.path.empty() && options.view.bNone() && options.drawing.bNone()) {
+    return Show(series, i, array);
+  }
+  WritePlaneOrLine(array, options.view, options.drawing, options.output, options.file);
 }
 
 void Get(const Options& options) {
   VisitDataType(ReadHeader(options.file).data_type, [&]<class Array>(std::type_identity<Array>) {
     DataSeries<Array> series(options.file, bstr_OpenReadOnly);
-    const int i = Find(series, options);
+    const int i = Chosen(series, options.choice).front();
     WriteOrShow(series, i, series.Datum(i), options);
   });
 }
@@ -106,32 +97,20 @@ void AddGet(CLI::App& program) {
   auto options = std::make_shared<Options>();
   CLI::App& command = *program.add_subcommand("get", "Show a datum, or write it as text or as a picture");
   command.add_option("FILE", options->file, "The series file")->required();
-  CLI::Option* datum =
-      command.add_option("DATUM", options->datum, "Linear index of the datum: 0 is the one stored first")
-          ->check(CLI::NonNegativeNumber);
-  CLI::Option* index = command.add_option("-i,--index", options->index, "Its index along each dimension")
-                           ->type_name("I,J...")
-                           ->delimiter(',')
-                           ->allow_extra_args(false);
-  CLI::Option* position =
-      command.add_option("-p,--position", options->position, "Its position along each dimension")
-          ->type_name("X,Y...")
-          ->delimiter(',')
-          ->allow_extra_args(false);
+  AddChoice(command, options->choice, Many::No);
   AddView(command, options->view);
+  AddColors(command, options->drawing);
   AddOutput(command, options->output,
-            "Write positions and values as text; of 2D data a picture (.bmp, .pgm) or the raw form (.darr), "
-            "and text of one line of them. - is standard output");
+            "Write positions and values as text; of 2D data a picture (.png, .bmp, .pgm) or the raw form "
+            "(.darr), and text of one line of them. - is standard output");
   command.footer(
       "Example: the datum at 181 degrees east, 1 degree north\n"
       "  dseries get sst.dseries --position 181,1\n"
       "  dseries get sst.dseries --position 181,1 -o place.txt\n"
       "Of a series of 2D data a region as a picture\n"
-      "  dseries get months.dseries 0 --region 100,-60,300,60 -o pacific.bmp");
-  command.callback([=] {
-    if ((datum->count() > 0) + (index->count() > 0) + (position->count() > 0) != 1) {
-      throw CLI::RequiredError("one of DATUM, --index and --position");
-    }
+      "  dseries get months.dseries 0 --region 100,-60,300,60 -o pacific.png");
+  command.callback([options] {
+    CheckChoiceOfOne(options->choice);
     Get(*options);
   });
 }

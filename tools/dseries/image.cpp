@@ -19,6 +19,7 @@ struct Options {
   InputForm form;
   std::string type;
   PlaneView view;
+  Drawing drawing;
   Output output;
 };
 
@@ -26,8 +27,8 @@ void Image(Options options) {
   if (!options.type.empty()) options.form.type = ElementType(options.type);
   CheckForm(options.form, 2);
   const darr_c2DArray array = ReadPlane(options.input, options.form);
-  if (!options.output.path.empty() || !options.view.bNone()) {
-    return WritePlaneOrLine(array, options.view, options.output, options.input);
+  if (!options.output.path.empty() || !options.view.bNone() || !options.drawing.bNone()) {
+    return WritePlaneOrLine(array, options.view, options.drawing, options.output, options.input);
   }
   Table table({Table::Left, Table::Left});
   AddArray(table, array);
@@ -50,15 +51,16 @@ void AddImage(CLI::App& program) {
       ->type_name("TYPE")
       ->check(CLI::IsMember(ElementNames()));
   AddView(command, options->view);
+  AddColors(command, options->drawing);
   AddOutput(command, options->output,
-            "A picture (.bmp, .pgm), a raw 2D array (.darr), or the text of a line; - is standard "
+            "A picture (.png, .bmp, .pgm), a raw 2D array (.darr), or the text of a line; - is standard "
             "output. Without it the input is described");
   command.footer(
       "Element 0,0 is the bottom left one. A region is cut out first, then it is\n"
       "rescaled, then a line of it is taken.\n\n"
       "Example: a micrograph of 0.1 um a pixel, a region of it, and a line across it\n"
       "  dseries image cell.pgm --offset 0,0 --delta 0.1,0.1 -o cell.darr\n"
-      "  dseries image cell.darr --region 32,18,54,40 -o nucleus.bmp\n"
+      "  dseries image cell.darr --region 32,18,54,40 -o nucleus.png\n"
       "  dseries image cell.darr --row-at 28.5 -o profile.txt");
   command.callback([options] { Image(*options); });
 }

@@ -1,18 +1,21 @@
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
 #include <fmt/format.h>
 #include <limits>
 #include <memory>
 #include <string>
 
 #include "commands.h"
+#include "dimensions.h"
+#include "drawing.h"
 #include "failure.h"
+#include "files.h"
 #include "format.h"
 #include "header.h"
 #include "plane.h"
 #include "progress.h"
 #include "series.h"
+#include "show.h"
 #include <DataStorage/data/darray1d.h>
 #include <DataStorage/data/darray2d.h>
 
@@ -27,7 +30,8 @@ struct Options {
   double from = no_value;
   double to = no_value;
   std::string output;
-  PlaneView view;
+  bool axes = false;
+  Drawing drawing;
 };
 
 /// The indices of the elements whose cells the range touches.
@@ -47,8 +51,17 @@ double Sum(const darr_c1DArray& array, const rnge_c1DIndexRange& cells) {
   return sum;
 }
 
+std::string RangeText(const Options& options) {
+  const bool from = !std::isnan(options.from), to = !std::isnan(options.to);
+  if (from && to && options.from == options.to) return "element at " + NumberText(options.from);
+  std::string text = "sum of all elements";
+  if (from) text += " from " + NumberText(options.from);
+  if (to) text += " to " + NumberText(options.to);
+  return text;
+}
+
 void Map(const Options& options) {
-  CheckPlaneName(options.output);
+  options.axes ? CheckFigureName(options.output) : CheckPlaneName(options.output);
   if (const Header header = ReadHeader(options.file); header.data_type != darr_c1DArray::DataTypeID()) {
     Fail("{} holds {}; a map is made of {}", options.file, DataTypeName(header.data_type),
          DataTypeName(darr_c1DArray::DataTypeID()));
@@ -77,7 +90,11 @@ void Map(const Options& options) {
   if (!found) Fail("no datum of {} has elements in this range", options.file);
   const cal_c2DArrayCal cal(dimensions.Dimension(0).Calibration().AxisX(),
                             dimensions.Dimension(1).Calibration().AxisX());
-  WritePlane(options.output, darr_c2DArray(sums, cal), options.view, options.file);
+  const darr_c2DArray map(sums, cal);
+  if (!options.axes) return WritePlane(options.output, map, options.drawing, options.file);
+  const Caption caption{FileName(options.file), RangeText(options), LabelOf(dimensions, 0),
+                        LabelOf(dimensions, 1), ""};
+  WriteFigure(options.output, FigureOf(map, options.drawing, caption), options.file);
 }
 
 }  // namespace
@@ -95,16 +112,19 @@ void AddMap(CLI::App& program) {
       ->type_name("B");
   command
       .add_option("-o,--output", options->output,
-                  "A picture (.bmp, .pgm), or the sums themselves as a raw 2D array (.darr)")
+                  "A picture (.png, .bmp, .pgm), or the sums themselves as a raw 2D array (.darr)")
       ->type_name("OUT")
       ->required();
-  AddContrast(command, options->view);
+  command.add_flag("--axes", options->axes,
+                   "Draw axes, a title and a scale of colours around the map (.png, .svg, .pdf)");
+  AddColors(command, options->drawing);
+  AddLabels(command, options->drawing);
   command.footer(
       "The first dimension runs to the right and the second one upwards. Places without\n"
-      "data, or with a not-a-number in the range, are black.\n\n"
+      "data are drawn as those with a not-a-number in the range.\n\n"
       "Example: the first of 12 months, then the whole year\n"
-      "  dseries map sst.dseries --from 0 --to 0 -o january.bmp\n"
-      "  dseries map sst.dseries --from 0 --to 12 -o year.bmp");
+      "  dseries map sst.dseries --from 0 --to 0 -o january.png --axes\n"
+      "  dseries map sst.dseries --from 0 --to 12 -o year.png --colors viridis");
   command.callback([options] { Map(*options); });
 }
 

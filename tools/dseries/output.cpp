@@ -56,12 +56,12 @@ void WriteColumns(const darr_c1DArray& array, const Output& output, const std::s
   WriteWhole(output.path, text.view(), source);
 }
 
-void WritePlaneOrLine(const darr_c2DArray& array, const PlaneView& view, const Output& output,
-                      const std::string& source) {
+void WritePlaneOrLine(const darr_c2DArray& array, const PlaneView& view, const Drawing& drawing,
+                      const Output& output, const std::string& source) {
   if (output.path.empty()) Fail("--output is needed to say where that is to be written");
   const darr_c2DArray cut = Cut(array, view);
   if (view.bLine()) return WriteColumns(Line(cut, view), output, source);
-  WritePlane(output.path, cut, view, source);
+  WritePlane(output.path, cut, drawing, source);
 }
 
 }  // namespace dseries

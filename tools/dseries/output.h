@@ -21,7 +21,7 @@ void WriteColumns(const darr_c1DArray& array, const Output& output, const std::s
 
 /// Writes what is wanted of a 2D array: one line as text, anything else as WritePlane does. Throws Failure
 /// when there is no output.
-void WritePlaneOrLine(const darr_c2DArray& array, const PlaneView& view, const Output& output,
-                      const std::string& source);
+void WritePlaneOrLine(const darr_c2DArray& array, const PlaneView& view, const Drawing& drawing,
+                      const Output& output, const std::string& source);
 
 }  // namespace dseries

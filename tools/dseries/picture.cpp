@@ -187,43 +187,4 @@ std::string AsPgm(const Picture& picture) {
       .append(reinterpret_cast<const char*>(turned.Data()), static_cast<std::size_t>(turned.NumIndices()));
 }
 
-Contrast ContrastOf(const darr_c2DArray& array) {
-  darr_c2DArray doubles(array);
-  doubles.Convert(dtyp_Float64);
-  std::vector<double> values;
-  if (const auto* from = static_cast<const double*>(doubles.Data())) {
-    std::copy_if(from, from + doubles.NumIndices(), std::back_inserter(values),
-                 [](double value) { return std::isfinite(value); });
-  }
-  if (values.empty()) {
-    constexpr double none = std::numeric_limits<double>::quiet_NaN();
-    return {none, none};
-  }
-  const auto tail = static_cast<std::ptrdiff_t>((values.size() - 1) / 100);
-  const auto low = values.begin() + tail, high = values.end() - 1 - tail;
-  std::nth_element(values.begin(), low, values.end());
-  const double dark = *low;
-  std::nth_element(low, high, values.end());
-  return {dark, *high};
-}
-
-Picture Greys(const darr_c2DArray& array, const Contrast& contrast) {
-  constexpr double darkest = 1, lightest = 255, middle = 128;
-  const auto grey = [&](double value) {
-    if (std::isnan(value)) return static_cast<unsigned char>(0);
-    double part = middle;  // where all values are the same
-    if (contrast.light > contrast.dark) {
-      const double dark = contrast.dark / 2;  // halves, for no difference of two of them overflows
-      part = darkest + (lightest - darkest) * ((value / 2 - dark) / (contrast.light / 2 - dark));
-    }
-    return static_cast<unsigned char>(std::lround(std::clamp(part, darkest, lightest)));
-  };
-  darr_c2DArray doubles(array);
-  doubles.Convert(dtyp_Float64);
-  Picture picture(arr_Unfilled, array.NumIndicesX(), array.NumIndicesY());
-  const auto* from = static_cast<const double*>(doubles.Data());
-  std::transform(from, from + doubles.NumIndices(), picture.WriteAccess(), grey);
-  return picture;
-}
-
 }  // namespace dseries

@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include <DataStorage/data/darray2d.h>
 #include <DataStorage/interfaces/arr.h>
 
 namespace dseries {
@@ -16,18 +15,5 @@ Picture ReadPicture(const std::string& path);
 /// The picture as the bytes of a file.
 std::string AsBmp(const Picture& picture);
 std::string AsPgm(const Picture& picture);
-
-/// The values that are drawn in the darkest and the lightest grey, and so are those beyond them.
-struct Contrast {
-  double dark;
-  double light;
-};
-
-/// The 1st and the 99th percentile of the finite values, so that a few stray ones do not spoil the picture.
-/// Not-a-number when there are none.
-Contrast ContrastOf(const darr_c2DArray& array);
-
-/// Greys from 1 to 255; not-a-number is drawn black (0), which no value is.
-Picture Greys(const darr_c2DArray& array, const Contrast& contrast);
 
 }  // namespace dseries

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
-#include <filesystem>
 #include <fmt/format.h>
 #include <string_view>
 
@@ -19,13 +17,6 @@
 namespace dseries {
 
 namespace {
-
-std::string Extension(const std::string& path) {
-  std::string extension = std::filesystem::path(path).extension().string();
-  std::transform(extension.begin(), extension.end(), extension.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-  return extension;
-}
 
 std::string RangeText(const rnge_c1DRange& range) {
   return fmt::format("{} to {}", NumberText(range.StartX()), NumberText(range.EndX()));
@@ -53,23 +44,24 @@ int CellAt(const cal_cArrayCal& cal, int count, double position, const char* axi
   return i;
 }
 
-std::string DrawnText(const Contrast& contrast) {
-  if (std::isnan(contrast.dark)) return "no finite values";
-  return fmt::format("{} (dark) to {} (light), not-a-number black", NumberText(contrast.dark, 6),
-                     NumberText(contrast.light, 6));
+std::string DrawnText(const Raster& raster, const char* gaps) {
+  return fmt::format("{} (dark) to {} (light), not-a-number {}", NumberText(raster.scale.Low(), 6),
+                     NumberText(raster.scale.High(), 6), gaps);
+}
+
+/// The raster in greys; what has none is black.
+Picture GreysOf(const Raster& raster) {
+  const auto& values = raster.values;
+  Picture picture(arr_Unfilled, values.NumIndicesX(), values.NumIndicesY());
+  std::transform(values.Data(), values.Data() + values.NumIndices(), picture.WriteAccess(),
+                 [&](double value) {
+                   const double part = raster.scale.Part(value);
+                   return std::isnan(part) ? static_cast<unsigned char>(0) : raster.colors.At(part).red;
+                 });
+  return picture;
 }
 
 }  // namespace
-
-void AddContrast(CLI::App& command, PlaneView& view) {
-  command
-      .add_option("--contrast", view.contrast,
-                  "Pictures: the values drawn darkest and lightest; default: the 1st and the 99th "
-                  "percentile of the values. Not-a-number is drawn black, all values lighter")
-      ->type_name("LOW,HIGH")
-      ->delimiter(',')
-      ->expected(2);
-}
 
 void AddView(CLI::App& command, PlaneView& view) {
   command.add_option("--region", view.region, "Only what lies between two corners, in physical units")
@@ -88,7 +80,6 @@ void AddView(CLI::App& command, PlaneView& view) {
   command.add_option("--column-at", view.column, "Only the column at this position, likewise")
       ->type_name("X")
       ->excludes(row);
-  AddContrast(command, view);
 }
 
 darr_c2DArray Cut(const darr_c2DArray& array, const PlaneView& view) {
@@ -123,14 +114,17 @@ darr_c2DArray ReadRawPlane(const std::string& path) {
 
 bool bRawPlane(const std::string& path) { return Extension(path) == ".darr"; }
 
-void CheckPlaneName(const std::string& path) {
+bool bPlane(const std::string& path) {
   const std::string extension = Extension(path);
-  if (extension != ".bmp" && extension != ".pgm" && extension != ".darr") {
-    Fail("2D data are written to .bmp, .pgm and .darr files, and {} is none", path);
-  }
+  return bRawPlane(path) || extension == ".pgm" || extension == ".bmp";
 }
 
-void WritePlane(const std::string& path, const darr_c2DArray& array, const PlaneView& view,
+void CheckPlaneName(const std::string& path) {
+  if (bPlane(path) || Extension(path) == ".png") return;
+  Fail("2D data are written to .png, .bmp, .pgm and .darr files, and {} is none", path);
+}
+
+void WritePlane(const std::string& path, const darr_c2DArray& array, const Drawing& drawing,
                 const std::string& source) {
   CheckPlaneName(path);
   if (array.NumIndices() == 0) Fail("there are no elements to write to {}", path);
@@ -142,17 +136,20 @@ void WritePlane(const std::string& path, const darr_c2DArray& array, const Plane
     fmt::print("{} elements of type {}\n", extents, ElementName(array.DataType()));
     return;
   }
-  const bool greys = array.DataType() == dtyp_UBin8 && view.contrast.empty();
-  Contrast contrast{0, 255};
-  if (!view.contrast.empty()) {
-    contrast = {view.contrast[0], view.contrast[1]};
-    if (!(contrast.light > contrast.dark)) Fail("the contrast must rise from its first to its second value");
-  } else if (!greys) {
-    contrast = ContrastOf(array);
+  const Raster raster = RasterOf(array, drawing, "grey");
+  const std::string extension = Extension(path);
+  if (extension == ".png") {
+    WriteWhole(path, PixelsAsPng(raster), source);
+  } else if (!drawing.colors.empty() && drawing.colors != "grey") {
+    Fail("{} would hold greys only; colours go to .png files", path);
+  } else {
+    const Picture picture = GreysOf(raster);
+    WriteWhole(path, extension == ".bmp" ? AsBmp(picture) : AsPgm(picture), source);
   }
-  const Picture picture = greys ? static_cast<Picture>(array) : Greys(array, contrast);
-  WriteWhole(path, Extension(path) == ".bmp" ? AsBmp(picture) : AsPgm(picture), source);
-  fmt::print("{} pixels, {}\n", extents, greys ? "the values as greys" : DrawnText(contrast));
+  fmt::print("{} pixels, {}\n", extents,
+             bGreysThemselves(array, drawing)
+                 ? "the values as greys"
+                 : DrawnText(raster, extension == ".png" ? "transparent" : "black"));
 }
 
 }  // namespace dseries

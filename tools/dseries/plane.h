@@ -5,9 +5,10 @@
 #include <string>
 #include <vector>
 
+#include "drawing.h"
 #include <DataStorage/data/darray2d.h>
 
-// What the commands have in common that show 2D data arrays or write them.
+// What the commands have in common that cut 2D data arrays or write them.
 
 namespace dseries {
 
@@ -17,13 +18,11 @@ struct PlaneView {
   std::vector<double> rescale;   ///< new distances of the elements: DX, DY
   std::optional<double> row;     ///< the Y position of one row
   std::optional<double> column;  ///< the X position of one column
-  std::vector<double> contrast;  ///< values drawn darkest and lightest
 
   bool bLine() const { return row || column; }
-  bool bNone() const { return region.empty() && rescale.empty() && !bLine() && contrast.empty(); }
+  bool bNone() const { return region.empty() && rescale.empty() && !bLine(); }
 };
 
-void AddContrast(CLI::App& command, PlaneView& view);
 void AddView(CLI::App& command, PlaneView& view);
 
 /// The region, rescaled. Throws Failure when the array has nothing there.
@@ -35,10 +34,12 @@ darr_c1DArray Line(const darr_c2DArray& array, const PlaneView& view);
 darr_c2DArray ReadRawPlane(const std::string& path);
 /// Whether a file is named as those are that hold the raw form.
 bool bRawPlane(const std::string& path);
+/// Whether it is named like a picture or a raw form, and so not like a series.
+bool bPlane(const std::string& path);
 
 /// Writes the picture or the raw form, as the name of the file demands, and tells on standard output what
-/// was written. 1-byte elements are the greys unless the contrast is given. `source` as for WriteWhole.
-void WritePlane(const std::string& path, const darr_c2DArray& array, const PlaneView& view,
+/// was written. `source` as for WriteWhole.
+void WritePlane(const std::string& path, const darr_c2DArray& array, const Drawing& drawing,
                 const std::string& source);
 /// Throws Failure when WritePlane could not write to a file of this name.
 void CheckPlaneName(const std::string& path);

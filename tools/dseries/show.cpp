@@ -99,6 +99,26 @@ nlohmann::ordered_json DatumAsJson(const Series& series, int i) {
   return json;
 }
 
+std::string PlaceText(const Series& series, int i) {
+  const dtsr_cDimensionArray& dimensions = series.DimensionArray();
+  const arr_cC_Array<double> position = dimensions.Position(i);
+  std::vector<std::string> places;
+  for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
+    places.push_back(NameOf(dimensions, d) + ' ' +
+                     WithUnits(NumberText(position[d], 6), dimensions.Dimension(d).Units()));
+  }
+  return fmt::format("{}", fmt::join(places, ", "));
+}
+
+std::string DatumText(const Series& series, int i) {
+  const auto tag = series.Tag(i);
+  std::string text = fmt::format("datum {}: {}, {}", i, PlaceText(series, i), TimeText(tag->Time()));
+  if (const auto* place = PositionOf(*tag)) {
+    text += fmt::format(", tag {}, {}", NumberText(place->X(), 6), NumberText(place->Y(), 6));
+  }
+  return text;
+}
+
 const dtsr_c2DPosition* PositionOf(const dtsr_cDataTag& tag) {
   return dynamic_cast<const dtsr_c2DPosition*>(&tag);
 }

@@ -28,6 +28,10 @@ class DatumTable {
 
 nlohmann::ordered_json DatumAsJson(const Series& series, int i);
 
+/// The position of a datum along the dimensions, and that with its index and its tag, in a line.
+std::string PlaceText(const Series& series, int i);
+std::string DatumText(const Series& series, int i);
+
 /// The position in a tag; null where it has none.
 const dtsr_c2DPosition* PositionOf(const dtsr_cDataTag& tag);
 

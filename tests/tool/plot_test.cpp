@@ -1,0 +1,141 @@
+#include <cairo.h>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+#include <set>
+
+#include "format.h"
+#include "scale.h"
+#include "tool.h"
+
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+namespace {
+
+TEST(Scale, MarksRoundNumbersWhereTheyLie) {
+  // "2.5" with "×10⁻⁶", or "10⁻⁶" alone
+  const auto value_of = [](std::string text) {
+    const std::pair<const char*, const char*> plain[] = {{"×10", "e"}, {"⁻", "-"}, {"⁰", "0"}, {"¹", "1"},
+                                                         {"²", "2"},   {"³", "3"}, {"⁴", "4"}, {"⁵", "5"},
+                                                         {"⁶", "6"},   {"⁷", "7"}, {"⁸", "8"}, {"⁹", "9"}};
+    const bool power =
+        text.starts_with("10") && dseries::Width(text) < text.size() && text.find("×") == text.npos;
+    if (power) text.replace(0, 2, "1e");
+    for (const auto& [fine, rough] : plain) {
+      for (std::size_t at; (at = text.find(fine)) != text.npos;) text.replace(at, std::strlen(fine), rough);
+    }
+    return std::stod(text);
+  };
+  for (const bool logarithmic : {false, true}) {
+    for (const double size : {3e-300, 1.7e-9, 0.02, 1.0, 77.0, 123456.0, 5e22, 1e300}) {
+      for (const double low : {-1.0, -0.3, 0.0, 1e-6, 0.1, 0.7, 0.999}) {
+        if (logarithmic && low <= 0) continue;
+        const dseries::Scale scale(low * size, size, logarithmic);
+        const auto ticks = scale.Ticks(8);
+        EXPECT_GE(ticks.size(), 2u) << low << ' ' << size;
+        EXPECT_LE(ticks.size(), 9u) << low << ' ' << size;
+        std::set<std::string> labels;
+        for (const auto& [part, label] : ticks) {
+          EXPECT_TRUE(part > -1e-5 && part < 1 + 1e-5) << low << ' ' << size;
+          EXPECT_TRUE(labels.insert(label).second) << label;
+          EXPECT_NEAR(scale.Part(value_of(label + scale.Factor())), part, 1e-4) << label << scale.Factor();
+        }
+      }
+    }
+  }
+  const dseries::Scale point(5, 5), none = dseries::Scale::Around({}, false);
+  EXPECT_EQ(point.Part(5), 0.5);
+  EXPECT_EQ(none.Part(1), 1);
+  EXPECT_TRUE(std::isnan(dseries::Scale(1, 10, true).Part(0)));
+  EXPECT_ANY_THROW(dseries::Scale::Around({}, true));
+}
+
+class Plots : public Tool {
+ protected:
+  /// Opaque pixels as 0xRRGGBB, transparent ones as -1; row 0 is the top one.
+  using Pixels = std::vector<std::vector<std::int64_t>>;
+  Pixels ReadPng(const std::string& name) {
+    const std::unique_ptr<cairo_surface_t, decltype(&cairo_surface_destroy)> png(
+        cairo_image_surface_create_from_png((folder_ / name).c_str()), cairo_surface_destroy);
+    EXPECT_EQ(cairo_surface_status(png.get()), CAIRO_STATUS_SUCCESS);
+    Pixels rows(static_cast<std::size_t>(cairo_image_surface_get_height(png.get())));
+    const unsigned char* row = cairo_image_surface_get_data(png.get());
+    for (auto& pixels : rows) {
+      const auto* words = reinterpret_cast<const std::uint32_t*>(row);
+      for (int x = 0; x < cairo_image_surface_get_width(png.get()); ++x) {
+        const bool opaque =
+            words[x] >> 24 == 0xFF || cairo_image_surface_get_format(png.get()) == CAIRO_FORMAT_RGB24;
+        pixels.push_back(opaque ? std::int64_t{words[x] & 0xFFFFFF} : -1);
+      }
+      row += cairo_image_surface_get_stride(png.get());
+    }
+    return rows;
+  }
+  void Refuse(const std::string& arguments, const std::string& complaint) {
+    const Result result = Run(arguments);
+    EXPECT_NE(result.status, 0) << arguments;
+    EXPECT_THAT(result.err, HasSubstr(complaint)) << arguments;
+  }
+};
+
+TEST_F(Plots, ShowPlanesUprightWithTheirGaps) {
+  // The bottom row is 0, nan, 1; the top row 2, 3, 4.
+  Write("a.f32", std::string("\0\0\0\0\0\0\xC0\x7F\0\0\x80\x3F\0\0\0\x40\0\0\x40\x40\0\0\x80\x40", 24));
+  Succeed("create a.dseries --images --dim n,,2,0,1");
+  Succeed("append a.dseries a.f32 --raw 3,2 --offset 10,-1 --delta 2,2 --time 7");
+  EXPECT_THAT(Succeed("get a.dseries 0 -o a.png --contrast 0,4"), HasSubstr("not-a-number transparent"));
+  EXPECT_EQ(ReadPng("a.png"), (Pixels{{0x949494, 0xC9C9C9, 0xFFFFFF}, {0x282828, -1, 0x5E5E5E}}));
+  Succeed("get a.dseries 0 -o a.png --contrast 0,4 --colors viridis");
+  EXPECT_EQ(ReadPng("a.png"), (Pixels{{0x21918C, 0x5FC861, 0xFDE725}, {0x440154, -1, 0x3B528A}}));
+
+  const std::string text = Succeed("plot a.dseries --contrast 0,4");
+  EXPECT_THAT(text, StartsWith("a.dseries\ndatum 0: n 0, 1970-01-01T00:00:07Z\ny\n"));
+  const auto at = [&text](const char* glyph) { return text.find(glyph); };
+  EXPECT_LT(at("▒▒▓▓"), at("····"));  // the top row first; blank where there is no value
+  EXPECT_THAT(text, HasSubstr("··       "));
+  EXPECT_THAT(text, Not(HasSubstr("\x1b")));
+
+  Succeed("plot a.dseries 0 -o a.png");
+  const Pixels figure = ReadPng("a.png");
+  const std::size_t height = figure.size(), width = figure[0].size();
+  EXPECT_EQ(figure[height / 3][width * 2 / 3], 0xFDE725);
+  EXPECT_EQ(figure[height * 2 / 3][width / 4], 0x440154);
+  for (const auto& [name, start] : {std::pair("a.svg", "<?xml"), std::pair("a.PDF", "%PDF-")}) {
+    Succeed(std::string("plot a.dseries -o ") + name);
+    EXPECT_THAT(Read(name), StartsWith(start));
+  }
+  Succeed("append a.dseries a.f32 --raw 3,2");
+  Refuse("plot a.dseries", "choose one");
+  Refuse("plot a.dseries 0 -o a.bmp", ".png, .svg and .pdf");
+  Refuse("plot a.dseries 0 -o a.dseries", "is none");
+  Refuse("plot a.dseries 0 --contrast 4,0", "must rise");
+  Refuse("plot a.dseries 0 --log --contrast 0,4", "above 0");
+  Refuse("get a.dseries 0 -o a.bmp --colors viridis", "colours go to .png");
+  EXPECT_THAT(Succeed("plot a.dseries --row-at 1"), HasSubstr("n 0   ━━ n 1"));
+}
+
+TEST_F(Plots, ShowCurvesWithTheirGaps) {
+  Write("a.txt", "0 1\n1 2\n2 nan\n3 4\n4 100\n");
+  Succeed("create a.dseries --dim \"$(printf 'T,\\260C'),9,0,1\"");  // not in UTF-8
+  Refuse("plot a.dseries", "no data yet");
+  Succeed("append a.dseries a.txt --at 3,4");
+  const std::string text = Succeed("plot a.dseries --log --x-label \"$(printf 'Länge')\"");
+  EXPECT_THAT(text, HasSubstr("datum 0: T 0 °C"));
+  EXPECT_THAT(text, HasSubstr("\n100 ┤"));
+  EXPECT_THAT(text, HasSubstr(" Länge\n"));
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) EXPECT_LE(dseries::Width(line), 80u) << line;
+  EXPECT_EQ(text, Succeed("plot a.dseries --at 3,4 --log --x-label Länge"));
+  for (const char* arguments : {"--steps", "--log", "--contrast 1.5,1.6", "0 0 0"}) {
+    Succeed(std::string("plot a.dseries -o a.png ") + arguments);
+    EXPECT_GT(ReadPng("a.png").size(), 100u);
+  }
+  Refuse("plot a.dseries --row-at 1", "nothing can be cut");
+  Refuse("plot a.dseries 1", "slot 1 is empty");
+  Refuse("plot a.dseries 0 -p 0", "only one of DATUM");
+}
+
+}  // namespace
