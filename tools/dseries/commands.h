@@ -15,6 +15,7 @@ void AddGet(CLI::App& program);
 void AddFind(CLI::App& program);
 void AddVerify(CLI::App& program);
 void AddPlot(CLI::App& program);
+void AddExport(CLI::App& program);
 void AddMap(CLI::App& program);
 void AddImage(CLI::App& program);
 void AddConvert(CLI::App& program);

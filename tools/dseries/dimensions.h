@@ -16,6 +16,11 @@ dtsr_cDimensionArray ParseDimensions(const std::vector<std::string>& texts);
 int LinearIndex(const dtsr_cDimensionArray& dimensions, const std::vector<int>& indices);
 int LinearIndex(const dtsr_cDimensionArray& dimensions, const std::vector<double>& positions);
 
+template <class T>
+std::vector<T> VectorOf(const arr_cC_Array<T>& array) {
+  return {array.Data(), array.Data() + array.Size()};
+}
+
 /// What messages call dimension d: its description, or its number where that is empty.
 std::string NameOf(const dtsr_cDimensionArray& dimensions, int d);
 /// The same with its units, as it stands at an axis.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <filesystem>
 #include <fmt/format.h>
 #include <fstream>
@@ -41,15 +42,31 @@ std::string ReadWhole(const std::string& path) {
   return bytes;
 }
 
-void WriteWhole(const std::string& path, std::string_view bytes, const std::string& source) {
-  if (path == "-") {
-    fmt::print("{}", bytes);
-    return;
-  }
+OutFile::OutFile(const std::string& path, const std::string& source) : path_(path) {
+  if (path == "-") return;
   std::error_code ignored;
   if (fs::equivalent(path, source, ignored)) Fail("{} is the input itself", path);
-  std::ofstream out(path, std::ios::binary);
-  if (!(out << bytes).flush()) Fail("{} cannot be written", path);
+  file_.open(path, std::ios::binary);
+  if (fs::is_regular_file(path, ignored)) unfinished_.emplace(path);
+}
+
+void OutFile::Write(std::string_view bytes) {
+  if (path_ == "-") {
+    std::fwrite(bytes.data(), 1, bytes.size(), stdout);
+  } else {
+    file_ << bytes;
+  }
+}
+
+void OutFile::Finish() {
+  if (path_ != "-" && !file_.flush()) Fail("{} cannot be written", path_);
+  if (unfinished_) unfinished_->Finished();
+}
+
+void WriteWhole(const std::string& path, std::string_view bytes, const std::string& source) {
+  OutFile out(path, source);
+  out.Write(bytes);
+  out.Finish();
 }
 
 NewFile::NewFile(const std::string& path, bool replace)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <fstream>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -16,7 +18,24 @@ std::string FileName(const std::string& path);
 /// All bytes of a file, or of standard input for "-".
 std::string ReadWhole(const std::string& path);
 
-/// Writes a file, or standard output for "-". Throws Failure when it is `source`, from which the bytes came.
+/// A file that is written piece by piece, or standard output for "-". A file that was not finished is
+/// removed.
+class OutFile {
+ public:
+  /// Throws Failure when it is `source`, from which the bytes come.
+  OutFile(const std::string& path, const std::string& source);
+
+  void Write(std::string_view bytes);
+  /// Throws Failure when something could not be written. Of standard output that shows later.
+  void Finish();
+
+ private:
+  std::string path_;
+  std::ofstream file_;
+  std::optional<Unfinished> unfinished_;  ///< none where nothing is to be removed
+};
+
+/// Writes a whole file, or standard output for "-". `source` as for OutFile.
 void WriteWhole(const std::string& path, std::string_view bytes, const std::string& source);
 
 /// A file that is being made. What it replaces stays until its successor is complete, and what was not

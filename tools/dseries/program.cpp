@@ -12,8 +12,8 @@ std::unique_ptr<CLI::App> MakeProgram() {
   program->set_version_flag("--version", "dseries " DSERIES_VERSION, "Tell the version and exit");
   program->require_subcommand(0, 1);
   program->footer("'dseries COMMAND --help' explains a command and shows an example of it.");
-  for (const auto add : {AddCreate, AddAppend, AddInfo, AddList, AddGet, AddFind, AddPlot, AddMap, AddImage,
-                         AddConvert, AddVerify, AddRepair}) {
+  for (const auto add : {AddCreate, AddAppend, AddInfo, AddList, AddGet, AddFind, AddPlot, AddExport, AddMap,
+                         AddImage, AddConvert, AddVerify, AddRepair}) {
     add(*program);
   }
   return program;

@@ -14,11 +14,6 @@ namespace dseries {
 
 namespace {
 
-template <class T>
-std::vector<T> VectorOf(const arr_cC_Array<T>& array) {
-  return std::vector<T>(array.Data(), array.Data() + array.Size());
-}
-
 std::vector<Table::Align> Columns(const Series& series, unsigned int tag_type) {
   std::vector<Table::Align> columns(2 + static_cast<std::size_t>(series.DimensionArray().NumberDimensions()),
                                     Table::Right);
