@@ -37,15 +37,12 @@ std::unique_ptr<Letter> NumberArray<Letter>::CreateLetter(const pnum_cNumber& va
 template <class Letter>
 template <class Store>
 void NumberArray<Letter>::StoreInCommonType(const pnum_cNumber& value, Store store) {
+  if (value.DataType() == DataType()) return store(value);
   const dtyp_cDataType common = dtyp_Max(DataType(), value.DataType());
   Convert(common);
-  if (value.DataType() == common) {
-    store(value);
-  } else {
-    pnum_cNumber converted(value);
-    converted.Convert(common);
-    store(converted);
-  }
+  pnum_cNumber converted(value);
+  converted.Convert(common);
+  store(converted);
 }
 
 template <class Letter>
