@@ -45,9 +45,11 @@ class Delivery {
 
   /// False when the sender has ended.
   bool Run(unsigned long id, mesg_sMessageData* data) {
-    for (const Attachment* each = sender_->receivers_; each != nullptr;) {
+    mesg_cSender& sender = *sender_;
+    const int depth = depth_;
+    for (const Attachment* each = sender.receivers_; each != nullptr;) {
       current_ = each;
-      if (each->skipped_by < depth_) each->receiver->ReceiveMessage(id, *sender_, data);
+      if (each->skipped_by < depth) each->receiver->ReceiveMessage(id, sender, data);
       each = current_ != nullptr ? each->next : next_;
     }
     while (queued_ != nullptr && !queued_->empty() && sender_ != nullptr) {
