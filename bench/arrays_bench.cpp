@@ -37,10 +37,12 @@ void FirstWrite(benchmark::State& state, std::int64_t n) {
   SetBytes(state, 2 * 8 * n);
 }
 
+constexpr int skipped = 16;  // elements in front of a selection
+
 void Selection1D(benchmark::State& state, std::int64_t n) {
-  const int end = static_cast<int>(n) + 16;
+  const int end = skipped + static_cast<int>(n);
   const parr_c1DNumberArray array(end, Double);
-  for (auto _ : state) benchmark::DoNotOptimize(array.Selection(16, end).Data());
+  for (auto _ : state) benchmark::DoNotOptimize(array.Selection(skipped, end).Data());
   SetBytes(state, 2 * 8 * n);
 }
 
@@ -111,9 +113,9 @@ void StridedLoop(benchmark::State& state, int edge) {
   for (const auto& [name, n] : sizes) {
     const std::string size = std::string("/") + name;
     Register("B/first_write" + size, "ours", FirstWrite, n);
-    Register("B/first_write" + size, "limit", CopyIntoNewBlock, 8 * n);
+    Register("B/first_write" + size, "limit", CopyIntoNewBlock, 8 * n, std::int64_t{0});
     Register("B/selection_1d" + size, "ours", Selection1D, n);
-    Register("B/selection_1d" + size, "limit", CopyIntoNewBlock, 8 * n);
+    Register("B/selection_1d" + size, "limit", CopyIntoNewBlock, 8 * n, std::int64_t{8} * skipped);
     Register("B/store_1d" + size, "ours", Store1D<double>, n);
     Register("B/store_1d" + size, "limit", Copy, 8 * n);
     Register("B/widening_store_1d" + size, "ours", Store1D<float>, n);
@@ -123,13 +125,13 @@ void StridedLoop(benchmark::State& state, int edge) {
     const std::string size = '/' + std::to_string(edge) + 'x' + std::to_string(edge);
     const std::int64_t n = Inner(edge).Elements();
     Register("B/selection_2d" + size, "ours", Selection2D, edge);
-    Register("B/selection_2d" + size, "limit", CopyIntoNewBlock, 8 * n);
+    Register("B/selection_2d" + size, "limit", CopyIntoNewBlock, 8 * n, std::int64_t{0});
     Register("B/store_2d" + size, "ours", Store2D<double>, edge);
     Register("B/store_2d" + size, "limit", Copy, 8 * n);
     Register("B/widening_store_2d" + size, "ours", Store2D<float>, edge);
     Register("B/widening_store_2d" + size, "limit", Copy, 6 * n);
     Register("B/row" + size, "ours", Row, edge);
-    Register("B/row" + size, "limit", CopyIntoNewBlock, std::int64_t{8} * edge);
+    Register("B/row" + size, "limit", CopyIntoNewBlock, std::int64_t{8} * edge, std::int64_t{0});
     Register("B/column" + size, "ours", Column, edge);
     Register("B/column" + size, "limit", StridedLoop, edge);
   }
