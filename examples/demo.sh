@@ -11,7 +11,12 @@ mkdir -p "$folder"
 say() { printf '\n'; printf '%s\n' "$@"; }
 # Shows a command, then runs it.
 dseries() {
-  printf '\n    $ dseries %s\n' "$*"
+  local word shown=
+  for word in "$@"; do
+    case $word in *[\ \(\*]*) word="'$word'" ;; esac
+    shown+=" $word"
+  done
+  printf '\n    $ dseries%s\n' "$shown"
   "$program" "$@" | sed 's/^/    /'
 }
 stop() { printf '\ndemo: %s\n' "$*" >&2; exit 1; }
@@ -106,9 +111,21 @@ say "As a picture again it is, byte for byte, the picture that came in:"
 dseries image "$folder/cell.darr" -o "$folder/cell.pgm"
 cmp "$folder/cell.pgm" "$data/phase_contrast_cell.pgm" || stop "the micrograph has changed"
 
-say "Everything in these files fits together:"
-dseries verify "$folder/spectra.dseries"
-dseries verify "$folder/sst.dseries"
-dseries verify "$folder/months.dseries"
+say "5. Plots and tables" \
+  "" \
+  "The first spectrum, drawn in the terminal and, with the second one, as a picture:"
+dseries plot "$folder/spectra.dseries" 0 --x-label "2θ (°)" --y-label counts
+dseries plot "$folder/spectra.dseries" --log --x-label "2θ (°)" --y-label counts -o "$folder/spectra.png"
 
-say "The results are in $folder."
+say "The map of January with axes and colours:"
+dseries map "$folder/sst.dseries" --from 0 --to 0 --axes --z-label "temperature (°C)" -o "$folder/january.png"
+
+say "The raster for NumPy, numpy.load(...)['value'] and the like, and a place as a table:"
+dseries export "$folder/sst.dseries" -o "$folder/sst.npy"
+dseries export "$folder/sst.dseries" --at 181,1 -o "$folder/place.csv"
+head -3 "$folder/place.csv" | sed 's/^/    /'
+
+say "Everything in these files fits together:"
+dseries verify "$folder/*.dseries"
+
+say "The results are in $folder: look at spectra.png, january.png, atlantic_july.bmp and cell.bmp."

@@ -261,10 +261,66 @@ TEST(Format, Values) {
   EXPECT_EQ(dseries::SizeText(1), "1 byte");
   EXPECT_EQ(dseries::SizeText(1536), "1.5 KiB");
   EXPECT_EQ(dseries::SizeText(std::int64_t{2} << 40), "2.0 TiB");
-  dseries::Table table({dseries::Table::Left, dseries::Table::Right});
+  using dseries::Table;
+  Table table({Table::Left, Table::Right});
   table.Row({"°E", "1"});
   table.Row({"mm", "10"});
   EXPECT_EQ(table.Text(1), " °E   1\n mm  10\n");
+  Table wide({Table::Name, Table::Right, Table::Left});  // what is no name stays whole, and makes it too wide
+  wide.Heading({"°°°°°°°°°", "heading", "1"});
+  wide.Row({"name", std::string(75, '7'), "x"});
+  EXPECT_EQ(wide.Text(),
+            "°°°°°…  " + std::string(68, ' ') + "heading  1\nname    " + std::string(75, '7') + "  x\n");
+  EXPECT_EQ(dseries::Printable("\xB0\t\xC3\xA9\xC3"), "°?éÃ");
+}
+
+TEST_F(Tool, TakesSeveralFilesInTheirNaturalOrder) {
+  for (const char* number : {"10", "2", "1"}) {
+    Write(std::string("run_") + number + ".txt", std::string(number) + '\n');
+    Succeed(std::string("create run_") + number + ".dseries --dim n,,3,0,1");
+  }
+  Write("x[1].txt", "7\n");
+  Succeed("append run_1.dseries 'run_*.txt'");
+  EXPECT_EQ(Succeed("get run_1.dseries 1 -o -") + Succeed("get run_1.dseries 2 -o -"), "0\t2\n0\t10\n");
+  Succeed("append run_2.dseries 'x[1].txt' - --time 7 <run_10.txt");
+  EXPECT_THAT(Run("append run_2.dseries 'y*.txt'").err, HasSubstr("no file fits y*.txt"));
+  EXPECT_EQ(Succeed("list 'run_[2]*.dseries'").substr(0, 5), "datum");
+  const auto list = nlohmann::json::parse(Succeed("list --json 'run_*.dseries'"));
+  EXPECT_EQ(list["run_2.dseries"][1]["time"], "1970-01-01T00:00:07Z");
+  Write("run_3.dseries", "damaged");
+  const Result result = Run("verify 'run_*.dseries'");
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.out, HasSubstr("run_10.dseries: whole"));  // the last one is looked at as well
+  EXPECT_EQ(result.err, "dseries: 1 of 4 files are not whole\n");
+}
+
+/// What the help shows is run as it is shown, on files of the names that it uses.
+TEST_F(Tool, DoesWhatItsHelpShows) {
+  const std::string data = EXAMPLE_DATA;
+  for (const auto& [from, to] :
+       {std::pair("diffraction_sic_zn.dat", "first.dat"), std::pair("diffraction_nacl.dat", "second.dat"),
+        std::pair("sea_surface_temperature.f32", "sst.f32"),
+        std::pair("phase_contrast_cell.pgm", "cell.pgm")}) {
+    std::filesystem::copy_file(data + '/' + from, folder_ / to);
+  }
+  Succeed("create spectra.dseries --dim sample,,2,1,1");
+  Succeed("create cells.dseries --images --dim cell,,1,0,1");
+  for (const char* command : {"create", "append", "info", "list", "get", "find", "plot", "export", "map",
+                              "image", "convert", "verify", "repair"}) {
+    if (command == std::string("repair"))
+      std::filesystem::copy_file(folder_ / "sst.dseries", folder_ / "broken.dseries");
+    std::istringstream help(Succeed(std::string(command) + " --help"));
+    int examples = 0;
+    for (std::string line; std::getline(help, line);) {
+      EXPECT_LE(dseries::Width(line), 80u) << line;
+      if (!line.starts_with("  dseries ")) continue;
+      for (std::string more; line.ends_with('\\') && std::getline(help, more);)
+        line.replace(line.size() - 1, 1, more);
+      Succeed(line.substr(10));
+      ++examples;
+    }
+    EXPECT_GT(examples, 0) << command;
+  }
 }
 
 }  // namespace

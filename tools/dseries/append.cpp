@@ -10,6 +10,7 @@
 
 #include "commands.h"
 #include "failure.h"
+#include "files.h"
 #include "format.h"
 #include "header.h"
 #include "input.h"
@@ -106,6 +107,7 @@ void AppendInputs(const Options& options) {
 }
 
 void Append(Options options) {
+  options.inputs = Expanded(options.inputs);
   if (!options.type.empty()) options.form.type = ElementType(options.type);
   VisitDataType(ReadHeader(options.file).data_type, [&]<class Array>(std::type_identity<Array>) {
     CheckForm(options.form, std::is_same_v<Array, darr_c2DArray> ? 2 : 1);
@@ -124,7 +126,7 @@ void AddAppend(CLI::App& program) {
       .add_option("INPUT", options->inputs,
                   "Texts with one number a line (values) or two (position and value); for series of 2D data "
                   "grey pictures (PGM, 8-bit BMP) and raw 2D arrays (.darr); or raw numbers. - is standard "
-                  "input")
+                  "input. Names with * in quotes are taken in their natural order: run_2 before run_10")
       ->required();
   command
       .add_option("--time", options->time,

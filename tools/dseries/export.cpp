@@ -233,8 +233,8 @@ void AddExport(CLI::App& program) {
       ->required();
   command.footer(
       "Text has a line for each element: its position and value, behind the place and\n"
-      "the time of its datum unless a single one was chosen. NumPy gets a record for each\n"
-      "datum, with its place, its time, and all of its positions and values.\n\n"
+      "the time of its datum unless a single one was chosen. NumPy gets a record for\n"
+      "each datum: its place, its time, and all of its positions and values.\n\n"
       "Example: a whole raster, a datum of it, and how Python reads them\n"
       "  dseries export sst.dseries -o sst.npy\n"
       "  dseries export sst.dseries --position 181,1 -o place.csv\n"

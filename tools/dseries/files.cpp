@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <fmt/format.h>
 #include <fstream>
+#include <glob.h>
 #include <iostream>
 #include <iterator>
 
@@ -26,6 +28,24 @@ std::string Extension(const std::string& path) {
 
 std::string FileName(const std::string& path) {
   return Printable(str_cString(fs::path(path).filename().c_str()));
+}
+
+std::vector<std::string> Expanded(const std::vector<std::string>& names) {
+  std::vector<std::string> files;
+  for (const std::string& name : names) {
+    if (name.find_first_of("*?[") == std::string::npos || bExists(name)) {
+      files.push_back(name);
+      continue;
+    }
+    glob_t found{};
+    if (glob(name.c_str(), GLOB_NOSORT, nullptr, &found) != 0) Fail("no file fits {}", name);
+    const auto first = files.insert(files.end(), found.gl_pathv, found.gl_pathv + found.gl_pathc);
+    globfree(&found);
+    std::sort(first, files.end(), [](const std::string& a, const std::string& b) {
+      return strverscmp(a.c_str(), b.c_str()) < 0;
+    });
+  }
+  return files;
 }
 
 std::string ReadWhole(const std::string& path) {

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "newfile.h"
 
@@ -14,6 +15,10 @@ std::string Extension(const std::string& path);
 
 /// The name of a file without its folders, to be shown.
 std::string FileName(const std::string& path);
+
+/// The files that are meant: where a name with *, ? or [] is not a file itself, those that it fits, run_2
+/// before run_10. Throws Failure when there are none.
+std::vector<std::string> Expanded(const std::vector<std::string>& names);
 
 /// All bytes of a file, or of standard input for "-".
 std::string ReadWhole(const std::string& path);

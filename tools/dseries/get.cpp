@@ -34,7 +34,7 @@ std::string Columns(const darr_c1DArray& array) {
   const int n = array.NumIndices();
   const int digits = DisplayDigits(array.DataType());
   Table table({Table::Right, Table::Right});
-  table.Row({"position", "value"});
+  table.Heading({"position", "value"});
   for (int i = 0; i < n; ++i) {
     if (n > short_array && i == ends) {
       table.Row({"...", "..."});
@@ -54,7 +54,7 @@ void Show(const Series& series, int i, const Array& array) {
   const arr_cC_Array<int> index = dimensions.IndexPosition(i);
   const arr_cC_Array<double> position = dimensions.Position(i);
   const auto tag = series.Tag(i);
-  Table table({Table::Left, Table::Left});
+  Table table({Table::Name, Table::Left});
   for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
     table.Row({NameOf(dimensions, d),
                fmt::format("{} (index {})",

@@ -3,10 +3,11 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <vector>
 
 #include "commands.h"
 #include "dimensions.h"
-#include "failure.h"
+#include "files.h"
 #include "format.h"
 #include "header.h"
 #include "series.h"
@@ -17,7 +18,7 @@ namespace dseries {
 namespace {
 
 struct Options {
-  std::string file;
+  std::vector<std::string> files;
   bool json = false;
 };
 
@@ -34,8 +35,8 @@ nlohmann::ordered_json DimensionAsJson(dtsr_cDimension& dimension) {
 
 std::string DimensionsAsText(const dtsr_cDimensionArray& dimensions) {
   Table table(
-      {Table::Left, Table::Right, Table::Right, Table::Right, Table::Right, Table::Left, Table::Left});
-  table.Row({"dimension", "size", "first", "last", "step", "units", "order"});
+      {Table::Name, Table::Right, Table::Right, Table::Right, Table::Right, Table::Name, Table::Left});
+  table.Heading({"dimension", "size", "first", "last", "step", "units", "order"});
   for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
     dtsr_cDimension& dimension = dimensions.Dimension(d);
     const cal_c1DArrayCal& cal = dimension.Calibration();
@@ -46,35 +47,36 @@ std::string DimensionsAsText(const dtsr_cDimensionArray& dimensions) {
   return table.Text();
 }
 
-void Info(const Options& options) {
-  const Header header = ReadHeader(options.file);
-  const Series series(options.file);
+nlohmann::ordered_json InfoAsJson(const std::string& file) {
+  const Header header = ReadHeader(file);
+  const Series series(file);
+  const int filled = series.NextWriteIndex();
+  const char* tags = TagTypeName(series.TagTypeID());
+  nlohmann::ordered_json json{{"file", file},
+                              {"bytes", static_cast<std::int64_t>(std::filesystem::file_size(file))},
+                              {"data", DataTypeName(header.data_type)},
+                              {"slots", series.Size()},
+                              {"filled", filled},
+                              {"tags", nullptr},
+                              {"dimensions", nlohmann::ordered_json::array()}};
+  if (tags != nullptr) json["tags"] = tags;
+  if (filled > 0 && tags != nullptr) {
+    json["first_time"] = TimeText(series.Tag(0)->Time());
+    json["last_time"] = TimeText(series.Tag(filled - 1)->Time());
+  }
   const dtsr_cDimensionArray& dimensions = series.DimensionArray();
+  for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
+    json["dimensions"].push_back(DimensionAsJson(dimensions.Dimension(d)));
+  }
+  return json;
+}
+
+std::string InfoAsText(const std::string& file) {
+  const Header header = ReadHeader(file);
+  const Series series(file);
   const int filled = series.NextWriteIndex();
   const unsigned int tag_type = series.TagTypeID();
-  const auto bytes = static_cast<std::int64_t>(std::filesystem::file_size(options.file));
   const char* tags = TagTypeName(tag_type);
-
-  if (options.json) {
-    nlohmann::ordered_json json{{"file", options.file},
-                                {"bytes", bytes},
-                                {"data", DataTypeName(header.data_type)},
-                                {"slots", series.Size()},
-                                {"filled", filled},
-                                {"tags", nullptr},
-                                {"dimensions", nlohmann::ordered_json::array()}};
-    if (tags != nullptr) json["tags"] = tags;
-    if (filled > 0 && tags != nullptr) {
-      json["first_time"] = TimeText(series.Tag(0)->Time());
-      json["last_time"] = TimeText(series.Tag(filled - 1)->Time());
-    }
-    for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
-      json["dimensions"].push_back(DimensionAsJson(dimensions.Dimension(d)));
-    }
-    Print(json);
-    return;
-  }
-
   Table table({Table::Left, Table::Left});
   table.Row({"data", DataTypeName(header.data_type)});
   table.Row({"filled", fmt::format("{} of {} slots", filled, series.Size())});
@@ -87,29 +89,54 @@ void Info(const Options& options) {
     table.Row({"taken", fmt::format("{} to {}", TimeText(series.Tag(0)->Time()),
                                     TimeText(series.Tag(filled - 1)->Time()))});
   }
-  table.Row({"size", SizeText(bytes)});
-  fmt::print("{}\n{}\n{}", options.file, table.Text(2), DimensionsAsText(dimensions));
+  table.Row({"size", SizeText(static_cast<std::int64_t>(std::filesystem::file_size(file)))});
+  return fmt::format("{}\n{}\n{}", file, table.Text(2), DimensionsAsText(series.DimensionArray()));
+}
+
+nlohmann::ordered_json ListAsJson(const std::string& file) {
+  const Series series(file);
+  auto list = nlohmann::ordered_json::array();
+  for (int i = 0; i < series.NextWriteIndex(); ++i) list.push_back(DatumAsJson(series, i));
+  return list;
+}
+
+std::string ListAsText(const std::string& file) {
+  const Series series(file);
+  const int n = series.NextWriteIndex();
+  const unsigned int tag_type = series.TagTypeID();
+  if (n > 0) MakeTag(tag_type);  // complains of kinds that are unknown
+  DatumTable table(series, tag_type);
+  for (int i = 0; i < n; ++i) table.Row(i);
+  return table.Text();
+}
+
+void Info(const Options& options) {
+  const std::vector<std::string> files = Expanded(options.files);
+  if (options.json) {
+    auto all = nlohmann::ordered_json::array();
+    for (const std::string& file : files) all.push_back(InfoAsJson(file));
+    return Print(files.size() == 1 ? all.front() : all);
+  }
+  for (const std::string& file : files)
+    fmt::print("{}{}", &file == &files.front() ? "" : "\n", InfoAsText(file));
 }
 
 void List(const Options& options) {
-  const Series series(options.file);
-  const int n = series.NextWriteIndex();
+  const std::vector<std::string> files = Expanded(options.files);
   if (options.json) {
-    auto list = nlohmann::ordered_json::array();
-    for (int i = 0; i < n; ++i) list.push_back(DatumAsJson(series, i));
-    Print(list);
-  } else {
-    const unsigned int tag_type = series.TagTypeID();
-    if (n > 0) MakeTag(tag_type);  // complains of kinds that are unknown
-    DatumTable table(series, tag_type);
-    for (int i = 0; i < n; ++i) table.Row(i);
-    fmt::print("{}", table.Text());
+    nlohmann::ordered_json all;
+    for (const std::string& file : files) all[file] = ListAsJson(file);
+    return Print(files.size() == 1 ? all.front() : all);
+  }
+  if (files.size() == 1) return fmt::print("{}", ListAsText(files.front()));
+  for (const std::string& file : files) {
+    fmt::print("{}{}\n{}", &file == &files.front() ? "" : "\n", file, ListAsText(file));
   }
 }
 
 void AddOptions(CLI::App& command, Options& options) {
-  command.add_option("FILE", options.file, "The series file")->required();
-  command.add_flag("--json", options.json, "Write JSON");
+  command.add_option("FILE", options.files, "Series files, or names of several with * in quotes")->required();
+  command.add_flag("--json", options.json, "Write JSON, of several files together");
 }
 
 }  // namespace
@@ -126,7 +153,7 @@ void AddList(CLI::App& program) {
   auto options = std::make_shared<Options>();
   CLI::App& command = *program.add_subcommand("list", "List the data with their places and tags");
   AddOptions(command, *options);
-  command.footer("Example:\n  dseries list sst.dseries");
+  command.footer("Example:\n  dseries list sst.dseries\n  dseries list --json '*.dseries'");
   command.callback([options] { List(*options); });
 }
 

@@ -59,6 +59,9 @@ void WriteColumns(const darr_c1DArray& array, const Output& output, const std::s
 void WritePlaneOrLine(const darr_c2DArray& array, const PlaneView& view, const Drawing& drawing,
                       const Output& output, const std::string& source) {
   if (output.path.empty()) Fail("--output is needed to say where that is to be written");
+  if (!view.bLine() && Extension(output.path) == ".txt") {
+    Fail("text is written of one line of 2D data: choose it by --row-at or --column-at");
+  }
   const darr_c2DArray cut = Cut(array, view);
   if (view.bLine()) return WriteColumns(Line(cut, view), output, source);
   WritePlane(output.path, cut, drawing, source);

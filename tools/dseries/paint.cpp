@@ -161,8 +161,8 @@ class Painter {
     double right = 2 * margin;
     width_ = curves_width;
     height_ = curves_height;
-    if (const auto& raster = figure_.raster) {
-      right = bar_gap + bar_width + BarTextWidth() + gap + margin + LabelHeight(raster->label, raster->scale);
+    if (figure_.raster) {
+      right = bar_gap + bar_width + BarTextWidth() + margin;
       const double aspect = AspectOf(figure_);
       const double width = std::min(raster_width, raster_height * aspect);
       width_ = std::max(left + width + right, least_width);
@@ -237,8 +237,9 @@ class Painter {
 
   /// Of what stands beside the bar of colours.
   double BarTextWidth() {
-    const double widest = Widest(figure_.raster->scale, y_ticks);
-    return bHasGaps(*figure_.raster) ? std::max(widest, TextWidth(no_value_text) + tick_length) : widest;
+    const Raster& raster = *figure_.raster;
+    const double widest = Widest(raster.scale, y_ticks) + gap + LabelHeight(raster.label, raster.scale);
+    return bHasGaps(raster) ? std::max(widest, TextWidth(no_value_text) + tick_length) : widest;
   }
 
   /// As many ticks as leave room between their labels.
@@ -407,8 +408,8 @@ class Painter {
       Line(bar.Right(), y, bar.Right() + tick_length, y);
       Text(tick.label, bar.Right() + tick_length + 3, y + 3.5);
     }
-    UprightText(LabelOf(raster.label, raster.scale), bar.Right() + BarTextWidth() + gap + text_size,
-                bar.y + bar.height / 2);
+    UprightText(LabelOf(raster.label, raster.scale),
+                bar.Right() + Widest(raster.scale, y_ticks) + gap + text_size, bar.y + bar.height / 2);
     if (!gaps) return;
     cairo_rectangle(cairo_, bar.x, frame_.Bottom() - bar_width, bar_width, bar_width);
     Color(no_value);

@@ -60,13 +60,17 @@ std::string ValuesText(const Array& array) {
 
 DatumTable::DatumTable(const Series& series, unsigned int tag_type)
     : series_(series), table_(Columns(series, tag_type)) {
-  std::vector<std::string> cells{"datum", "index"};
-  for (int d = 0; d < series.DimensionArray().NumberDimensions(); ++d) {
-    cells.push_back(NameOf(series.DimensionArray(), d));
+  std::vector<std::string> names{"datum", "index"}, units{"", ""};
+  const dtsr_cDimensionArray& dimensions = series.DimensionArray();
+  for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
+    names.push_back(NameOf(dimensions, d));
+    units.push_back(Printable(dimensions.Dimension(d).Units()));
   }
-  cells.push_back("time");
-  if (tag_type == obty_2DPositionType) cells.insert(cells.end(), {"tag x", "tag y"});
-  table_.Row(std::move(cells));
+  names.push_back("time");
+  if (tag_type == obty_2DPositionType) names.insert(names.end(), {"tag x", "tag y"});
+  table_.Heading(std::move(names));
+  const bool known = std::any_of(units.begin(), units.end(), [](const auto& unit) { return !unit.empty(); });
+  if (known) table_.Heading(std::move(units));
 }
 
 void DatumTable::Row(int i) {

@@ -1,10 +1,12 @@
 #include <fmt/format.h>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "check.h"
 #include "commands.h"
 #include "failure.h"
+#include "files.h"
 #include "format.h"
 #include "progress.h"
 
@@ -31,18 +33,34 @@ void Verify(const std::string& path) {
   fmt::print("{}: whole, {} of {} slots filled\n", path, findings.valid, findings.slots);
 }
 
+/// Looks at all files before it complains.
+void VerifyAll(const std::vector<std::string>& names) {
+  const std::vector<std::string> files = Expanded(names);
+  if (files.size() == 1) return Verify(files.front());
+  int bad = 0;
+  for (const std::string& file : files) {
+    try {
+      Verify(file);
+    } catch (const Failure& failure) {
+      fmt::print("{}\n", failure.what());
+      ++bad;
+    }
+  }
+  if (bad > 0) Fail("{} of {} files are not whole", bad, files.size());
+}
+
 }  // namespace
 
 void AddVerify(CLI::App& program) {
-  auto file = std::make_shared<std::string>();
+  auto files = std::make_shared<std::vector<std::string>>();
   CLI::App& command =
       *program.add_subcommand("verify", "Check that everything in a series file fits together");
-  command.add_option("FILE", *file, "The series file")->required();
+  command.add_option("FILE", *files, "Series files, or names of several with * in quotes")->required();
   command.footer(
       "Tells everything that is broken; the exit status is 1 then.\n\n"
       "Example:\n"
-      "  dseries verify sst.dseries");
-  command.callback([file] { Verify(*file); });
+      "  dseries verify sst.dseries months.dseries");
+  command.callback([files] { VerifyAll(*files); });
 }
 
 }  // namespace dseries
