@@ -77,7 +77,8 @@ void Convert(const Source* source, Target* target, std::int64_t count, conv_eCom
   ForEachElement<Cast<Target, Source>>(source, target, count);
 }
 
-template <std::floating_point Source, class Part>
+template <class Source, class Part>
+requires std::is_arithmetic_v<Source>
 void Convert(const Source* source, comp_cComplex<Part>* target, std::int64_t count, conv_eComplexConversion) {
   ForEachElement<CastToComplex<Part, Source>>(source, target, count);
 }
@@ -107,12 +108,6 @@ void ConvertVia(const Source* source, Target* target, std::int64_t count,
     Convert(source + done, block, n, complex_conversion);
     Convert(block, target + done, n, complex_conversion);
   }
-}
-
-template <std::integral Source, class Part>
-void Convert(const Source* source, comp_cComplex<Part>* target, std::int64_t count,
-             conv_eComplexConversion complex_conversion) {
-  ConvertVia<Part>(source, target, count, complex_conversion);
 }
 
 template <class Part, class Target>
