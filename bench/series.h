@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <cstdio>
 #include <string>
@@ -11,13 +10,13 @@
 // A series of data with tags, as it is appended and read. The way that a `File` does it:
 //   File(std::int64_t bytes)            makes an empty file for `slots` data of so many bytes
 //   Append(datum, i), Read(i, datum)    a datum and its tag; a datum alone
-//   Find(tag)                           the index of a tag, or -1
-// and, in its own way, opens a file that is there.
+//   Find(x)                             the index of the tag at (x, 0), or -1
+//   Reset()                             the next append goes to index 0 again
+//   Open()                              opens the file that is there, a static member
 
 constexpr int slots = 20000;
 
 using Datum = std::vector<char>;
-using Tag = std::array<char, 24>;
 
 /// Where the program was started: that disk is measured. Taken away at the end.
 struct TemporaryFile {
@@ -68,7 +67,8 @@ void Read(benchmark::State& state, std::int64_t bytes, int step) {
   SetItems(state, 1);
 }
 
-/// For a tag that is not there: all of them are compared. The first search, which may read them, does not count.
+/// For a tag that is not there: all of them are compared. The first search, which may read them, does not
+/// count.
 template <class File>
 void Search(benchmark::State& state, std::int64_t bytes) {
   const TemporaryFile remove_at_end;

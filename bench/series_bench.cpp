@@ -2,6 +2,7 @@
 // positioned calls.
 
 #if __has_include(<unistd.h>)
+#include <array>
 #include <cstdlib>
 #include <fcntl.h>
 #include <unistd.h>

@@ -2,6 +2,7 @@
 // grow in chunks, as one does there to append; "hdf5_fixed" makes them of full extent and in one piece at
 // once. Each append is flushed, so that other processes see it.
 
+#include <array>
 #include <cstdlib>
 #include <hdf5.h>
 
