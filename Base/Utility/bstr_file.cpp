@@ -149,7 +149,8 @@ class FileInput final : public bstr_cBinary_istream {
   void MoveWindow(std::int64_t n, std::int64_t position) {
     if (!window_) window_ = std::make_unique_for_overwrite<unsigned char[]>(WindowSize);
     const std::int64_t step = position - (window_start_ + window_length_);
-    const std::int64_t room = step >= 0 && step < NearStep ? WindowSize : FirstWindow;
+    const bool onwards = window_length_ > 0 && step >= 0 && step < NearStep;
+    const std::int64_t room = onwards ? WindowSize : FirstWindow;
     window_length_ = file_->Read(window_.get(), n, room, position);
     window_start_ = position;
     window_writes_ = file_->Writes();

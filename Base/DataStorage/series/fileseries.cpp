@@ -28,6 +28,11 @@ constexpr int ListBlock = 8192;  // entries that are moved at once
 /// The length of both lists of a file with so many slots.
 std::int64_t ListBytes(int slots) { return std::int64_t{8} * slots; }
 
+/// A list that is read from a file next.
+struct UnreadList : arr_cArray<long> {
+  explicit UnreadList(int slots) : arr_cArray(arr_Unfilled, slots) {}
+};
+
 /// Four bytes of the file that change, and what they were.
 struct WordChange {
   std::int64_t position;
@@ -107,8 +112,8 @@ dtsr_cFileSeriesBase::dtsr_cFileSeriesBase(const str_cString& path, unsigned int
   if (!plausible) ThrowCannotRead();
   writeIndex_ = valid;
   offsetListPosition_ = lists;
-  dataOffsets_.SetSize(total);
-  tagOffsets_.SetSize(total);
+  dataOffsets_ = UnreadList(total);
+  tagOffsets_ = UnreadList(total);
   if (!ReadLists() || !ListsInOrder() || !bGood()) ThrowCannotRead();
 }
 
