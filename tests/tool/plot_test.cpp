@@ -114,7 +114,7 @@ TEST_F(Plots, ShowPlanesUprightWithTheirGaps) {
   Refuse("plot a.dseries 0 --contrast 4,0", "must rise");
   Refuse("plot a.dseries 0 --log --contrast 0,4", "above 0");
   Refuse("get a.dseries 0 -o a.bmp --colors viridis", "colours go to .png");
-  EXPECT_THAT(Succeed("plot a.dseries --row-at 1"), HasSubstr("n 0   ━━ n 1"));
+  EXPECT_THAT(Succeed("plot a.dseries --row-at 1"), HasSubstr("\n━━ n 0   ━━ n 1\n"));
 }
 
 TEST_F(Plots, ShowCurvesWithTheirGaps) {
@@ -136,6 +136,25 @@ TEST_F(Plots, ShowCurvesWithTheirGaps) {
   Refuse("plot a.dseries --row-at 1", "nothing can be cut");
   Refuse("plot a.dseries 1", "slot 1 is empty");
   Refuse("plot a.dseries 0 -p 0", "only one of DATUM");
+}
+
+TEST_F(Plots, ShowTheOneHighValueAmongMany) {
+  std::string bytes(200000, '\1');
+  bytes[100000] = '\x63';
+  Write("a.raw", bytes);
+  Succeed("create a.dseries --dim n,,1,0,1");
+  Succeed("append a.dseries a.raw --raw 200000 --type ubin8");
+  Succeed("plot a.dseries -o a.png");
+  const Pixels figure = ReadPng("a.png");
+  std::set<std::size_t> columns;
+  for (std::size_t y = figure.size() / 3; y < figure.size() / 2; ++y) {
+    for (std::size_t x = 0; x < figure[y].size(); ++x) {
+      if ((figure[y][x] >> 16) < 100 && (figure[y][x] & 0xFF) > 150)
+        columns.insert(x);  // the blue of the curve
+    }
+  }
+  EXPECT_TRUE(columns.size() > 0 && columns.size() < 5);
+  EXPECT_THAT(Succeed("plot a.dseries"), HasSubstr("\n100 ┤"));
 }
 
 }  // namespace

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
-#include <iterator>
 
 namespace dseries {
 
@@ -40,9 +39,9 @@ Rgb ColorMap::At(double part) const {
 }
 
 Rgb CurveColor(std::size_t i) {
-  static constexpr Rgb colors[] = {{0, 114, 178},   {213, 94, 0},  {0, 158, 115},
-                                   {204, 121, 167}, {230, 159, 0}, {86, 180, 233}};
-  return colors[i % std::size(colors)];
+  static constexpr Rgb colors[curve_colors] = {{0, 114, 178},   {213, 94, 0},  {0, 158, 115},
+                                               {204, 121, 167}, {230, 159, 0}, {86, 180, 233}};
+  return colors[i % curve_colors];
 }
 
 }  // namespace dseries

@@ -29,7 +29,9 @@ class ColorMap {
   const std::vector<Rgb>* stops_;  ///< evenly spread, lasting as long as the program
 };
 
-/// The colour of the i-th curve in a figure. The first six can be told apart with any kind of colour vision.
+/// The colour of the i-th curve in a figure: so many that can be told apart with any kind of colour vision,
+/// then the same again.
+constexpr std::size_t curve_colors = 6;
 Rgb CurveColor(std::size_t i);
 
 }  // namespace dseries

@@ -72,7 +72,7 @@ std::vector<std::string> Columns(std::vector<std::string> names) {
 
 std::string CsvLine(const std::vector<std::string>& cells) {
   std::string line;
-  for (std::string cell : cells) {
+  for (const std::string& cell : cells) {
     if (!line.empty()) line += ',';
     if (cell.find_first_of(",\"") == std::string::npos) {
       line += cell;

@@ -43,8 +43,8 @@ void AddImage(CLI::App& program) {
       *program.add_subcommand("image", "Read a picture, cut it, and write it in another form");
   command
       .add_option("INPUT", options->input,
-                  "A grey picture (PGM, 8-bit BMP) or a raw 2D array (.darr); 'get' does the same with a "
-                  "datum of a series, and 'append' stores pictures there")
+                  "A grey picture (PGM, 8-bit BMP), - for one on standard input, or a raw 2D array (.darr); "
+                  "'get' does the same with a datum of a series, and 'append' stores pictures there")
       ->required();
   AddCalibration(command, options->form);
   command.add_option("--type", options->type, "Element type; default: ubin8 from pictures")

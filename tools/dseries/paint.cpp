@@ -4,6 +4,7 @@
 #include <cairo.h>
 #include <cmath>
 #include <cstdint>
+#include <iterator>
 #include <memory>
 #include <numbers>
 #include <utility>
@@ -149,7 +150,7 @@ class Painter {
     cairo_paint(cairo_);
     Titles();
     figure_.raster ? PaintRaster() : Grid();
-    for (std::size_t i = 0; i < figure_.curves.size(); ++i) PaintCurve(figure_.curves[i], CurveColor(i));
+    for (std::size_t i = 0; i < figure_.curves.size(); ++i) PaintCurve(i);
     Axes();
     if (figure_.raster) ColorBar();
   }
@@ -216,6 +217,13 @@ class Painter {
 
   void Color(Rgb color) {
     cairo_set_source_rgb(cairo_, color.red / 255.0, color.green / 255.0, color.blue / 255.0);
+  }
+
+  /// Curves that share a colour are drawn out and dashed in turn.
+  void CurveStyle(std::size_t i) {
+    static constexpr double dashes[] = {5, 2};
+    Color(CurveColor(i));
+    cairo_set_dash(cairo_, dashes, i / curve_colors % 2 == 0 ? 0 : static_cast<int>(std::size(dashes)), 0);
   }
 
   void Line(double x1, double y1, double x2, double y2) {
@@ -287,11 +295,14 @@ class Painter {
     Color(pale_ink);
     Text(Fitting(figure_.subtitle, width_ - 2 * margin), margin, margin + title_size + line_height - 2);
     Header([this](std::size_t i, double x, double y) {
-      Color(CurveColor(i));
+      cairo_save(cairo_);
+      CurveStyle(i);
       cairo_set_line_width(cairo_, 2);
       Line(x, margin + y - 6, x + legend_line - gap, margin + y - 6);
+      cairo_restore(cairo_);
       Color(ink);
-      Text(figure_.curves[i].name, x + legend_line, margin + y - 2);
+      Text(Fitting(figure_.curves[i].name, width_ - 2 * margin - legend_line), x + legend_line,
+           margin + y - 2);
     });
   }
 
@@ -330,7 +341,8 @@ class Painter {
     UprightText(LabelOf(figure_.y_label, figure_.y), frame_.x - widest - gap, frame_.y + frame_.height / 2);
   }
 
-  void PaintCurve(const Curve& curve, Rgb color) {
+  void PaintCurve(std::size_t number) {
+    const Curve& curve = figure_.curves[number];
     constexpr double dot = 2, sparse = 7;
     const Curve thin = Thinned(curve);
     const std::size_t n = thin.x.size();
@@ -343,7 +355,7 @@ class Painter {
     cairo_save(cairo_);
     cairo_rectangle(cairo_, frame_.x - dot, frame_.y - dot, frame_.width + 2 * dot, frame_.height + 2 * dot);
     cairo_clip(cairo_);
-    Color(color);
+    CurveStyle(number);
     cairo_set_line_width(cairo_, 1.2);
     cairo_set_line_join(cairo_, CAIRO_LINE_JOIN_ROUND);
     for (std::size_t i = 0; i < n; ++i) {

@@ -10,7 +10,7 @@
 
 namespace dseries {
 
-std::string PositionText(double position) { return NumberText(position, 15); }
+std::string PositionText(double position) { return NumberText(position, 13); }
 
 Places::Places(const Series& series)
     : series_(series), positions_in_tags_(series.TagTypeID() == obty_2DPositionType) {}

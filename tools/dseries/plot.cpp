@@ -63,6 +63,7 @@ Figure FigureOfSeries(const Options& options) {
   if (data.size() > most_curves)
     Fail("{} data are too many for one plot; choose up to {}", data.size(), most_curves);
   std::vector<Curve> curves;
+  curves.reserve(data.size());
   for (const int i : data) {
     curves.push_back(CurveOf(LineOf(series.Datum(i), options.view), PlaceText(series, i), options.drawing));
   }

@@ -39,8 +39,8 @@ void Span::Add(double value) {
 }
 
 Scale::Scale(double low, double high, bool logarithmic) : logarithmic_(logarithmic) {
-  constexpr double largest = 1e300;   // the difference of two of them is finite
-  constexpr double narrowest = 1e-9;  // labels of a narrower axis would have too many digits
+  constexpr double largest = 1e300;    // the difference of two of them is finite
+  constexpr double narrowest = 1e-12;  // labels of a narrower axis would have too many digits
   constexpr double smallest = 1e-300;
   low_ = std::clamp(low, -largest, largest);
   high_ = std::clamp(high, -largest, largest);

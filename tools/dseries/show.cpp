@@ -102,6 +102,7 @@ std::string PlaceText(const Series& series, int i) {
   const dtsr_cDimensionArray& dimensions = series.DimensionArray();
   const arr_cC_Array<double> position = dimensions.Position(i);
   std::vector<std::string> places;
+  places.reserve(static_cast<std::size_t>(dimensions.NumberDimensions()));
   for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
     places.push_back(NameOf(dimensions, d) + ' ' +
                      WithUnits(NumberText(position[d], 6), dimensions.Dimension(d).Units()));

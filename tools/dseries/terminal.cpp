@@ -219,14 +219,21 @@ std::string ColorLine(const Raster& raster, bool colors) {
                      NumberText(raster.scale.High(), 5), raster.label.empty() ? "" : "  ", raster.label);
 }
 
-std::string NamesLine(const Figure& figure, bool colors) {
-  std::string line;
+std::string NameLines(const Figure& figure, std::size_t width, bool colors) {
+  constexpr std::size_t mark_width = 2, gap = 3;
+  std::string lines;
+  std::size_t column = 0;
   for (std::size_t i = 0; i < figure.curves.size(); ++i) {
-    Canvas mark(2, 1);
-    for (const std::size_t x : {0U, 1U}) mark.At(x, 0) = {"━", CurveColor(i), {}};
-    line += (i > 0 ? "   " : "") + mark.Row(0, colors) + ' ' + figure.curves[i].name;
+    Canvas mark(mark_width, 1);
+    for (std::size_t x = 0; x < mark_width; ++x) mark.At(x, 0) = {"━", CurveColor(i), {}};
+    const std::string name = Shortened(figure.curves[i].name, width - mark_width - 1);
+    const std::size_t length = mark_width + 1 + Width(name);
+    const bool fits = column + gap + length <= width;
+    if (column > 0) lines += fits ? std::string(gap, ' ') : "\n";
+    column = (column > 0 && fits ? column + gap : 0) + length;
+    lines += mark.Row(0, colors) + ' ' + name;
   }
-  return line;
+  return lines + '\n';
 }
 
 }  // namespace
@@ -241,7 +248,7 @@ std::string DrawnAsText(const Figure& figure, int columns, bool colors) {
 
   std::string text = Shortened(figure.title, width) + '\n';
   if (!figure.subtitle.empty()) text += Shortened(figure.subtitle, width) + '\n';
-  if (figure.curves.size() > 1) text += NamesLine(figure, colors) + '\n';
+  if (figure.curves.size() > 1) text += NameLines(figure, width, colors);
   text += Shortened(LabelOf(figure.y_label, figure.y), width) + '\n';
   for (std::size_t row = 0; row < canvas.Height(); ++row) {
     std::string label;
