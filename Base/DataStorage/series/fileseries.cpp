@@ -175,6 +175,7 @@ void dtsr_cFileSeriesBase::GetTag(int i, dtsr_cDataTag& tag) const {
     const KeptTag& kept = keptTags_[static_cast<std::size_t>(i)];
     bstr_cMemory_istream in(kept.bytes.data(), kept.length);
     ReadTag(in, tag);
+    file_.Input().Seek(position + in.Position());  // as if it had been read there
   } else {
     file_.Input().Seek(position);
     ReadTag(file_.Input(), tag);
