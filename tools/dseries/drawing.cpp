@@ -92,12 +92,17 @@ Figure Blank(const Drawing& drawing, const Caption& caption, const Scale& x, con
 void AddColors(CLI::App& command, Drawing& drawing) {
   command
       .add_option("--contrast", drawing.contrast,
-                  "The values drawn darkest and lightest; default: the 1st and the 99th percentile of the "
+                  "The values drawn darkest and lightest, of curves the ends of the axis; default: the 1st "
+                  "and the 99th percentile of the "
                   "values. Not-a-number is black, in PNG transparent, and all values are lighter than black")
       ->type_name("LOW,HIGH")
       ->delimiter(',')
       ->expected(2);
-  command.add_option("--colors", drawing.colors, "Colours of a PNG: grey (default) or viridis")
+  command
+      .add_option(
+          "--colors", drawing.colors,
+          "Colours: grey or viridis; default: viridis with axes, unless the elements have 1 byte, and "
+          "grey without")
       ->type_name("NAME")
       ->check(CLI::IsMember(ColorMap::Names()));
 }
