@@ -6,11 +6,12 @@
 #include <string>
 #include <vector>
 
+#include "support.h"
 #include <DataStorage/arrays/parray2d.h>
-#include <DataStorage/interfaces/bstr.h>
 
 // What the tests of arrays have in common.
 
+using fuzz::RawForm;
 using EveryElementType = detail::ElementTypes::Apply<testing::Types>;
 
 constexpr int largest = std::numeric_limits<int>::max();
@@ -61,13 +62,6 @@ std::string Bytes(const Array& array) {
   return {static_cast<const char*>(array.Data()), static_cast<std::size_t>(array.SizeOf())};
 }
 
-/// The raw form.
-template <class Object>
-std::string Raw(const Object& object) {
-  bstr_cMemory_ostream out;
-  EXPECT_TRUE(object.Write(out));
-  return {static_cast<const char*>(out.Data()), static_cast<std::size_t>(out.Size())};
-}
 template <class Object>
 bool ReadRaw(Object& object, const std::string& bytes) {
   bstr_cMemory_istream in(bytes.data(), static_cast<std::int64_t>(bytes.size()));

@@ -82,17 +82,17 @@ TEST(Calibration, ComparesExactlyAndKnowsNullByIdentity) {
 TEST(Calibration, ReadsWhatAStreamHoldsAndNothingElse) {
   for (StreamKind kind : bothStreamKinds) {
     cal_c1DArrayCal cal(9, 9, 9);
-    EXPECT_TRUE(ReadAtoms(kind, {{0x0120, "DeltaX", 0.5}}, cal));
+    EXPECT_TRUE(ReadAtoms(kind, {{{0x0120, "DeltaX"}, 0.5}}, cal));
     EXPECT_EQ(cal, cal_c1DArrayCal(0.0, 0.5, 0));
     EXPECT_TRUE(ReadAtoms(kind,
-                          {{0x0110, "OffsetY", 7.0},
-                           {0x0140, "CalIndexX", 3},
-                           {0x0100, "OffsetX", 1.0},
-                           {0x7777, "Unknown", 8},
-                           {0x0100, "OffsetX", 2.0}},
+                          {{{0x0110, "OffsetY"}, 7.0},
+                           {{0x0140, "CalIndexX"}, 3},
+                           {{0x0100, "OffsetX"}, 1.0},
+                           {{0x7777, "Unknown"}, 8},
+                           {{0x0100, "OffsetX"}, 2.0}},
                           cal));
     EXPECT_EQ(cal, cal_c1DArrayCal(2.0, 1.0, 3));
-    EXPECT_FALSE(ReadAtoms(kind, {{0x0100, "OffsetX", 4.0}, {0x0120, "DeltaX", 5}}, cal));
+    EXPECT_FALSE(ReadAtoms(kind, {{{0x0100, "OffsetX"}, 4.0}, {{0x0120, "DeltaX"}, 5}}, cal));
     EXPECT_EQ(cal, cal_c1DArrayCal(2.0, 1.0, 3)) << "a delta that is not a double";
   }
 }

@@ -1,11 +1,8 @@
-#include <algorithm>
 #include <numeric>
-#include <sstream>
 
 #include "arrays.h"
-#include "objects.h"
+#include "tagged.h"
 #include <DataStorage/data/convert.h>
-#include <DataStorage/interfaces/atoms.h>
 
 namespace {
 
@@ -27,70 +24,43 @@ darr_c2DArray Data(int nx, const std::vector<T>& elements, const Cal2D& cal) {
 
 template <class Array>
 void ExpectSame(const Array& a, const Array& b) {
-  EXPECT_EQ(Raw(a), Raw(b));
+  EXPECT_EQ(RawForm(a), RawForm(b));
 }
 
-template <class Kind>
-struct DataArrayStreamTest : testing::Test {};
-using BothKinds = testing::Types<fuzz::Binary, fuzz::Ascii>;
-TYPED_TEST_SUITE(DataArrayStreamTest, BothKinds);
+TEST(DataArray, TakesAtomsInAnyOrderAndPassesOverOthers) {
+  const double numbers[] = {1, 7};
+  const arr_c1DNumberArray<double> elements(2, numbers);
+  const Cal cal(5, 6, 7);
+  const Atom data{{parr_DataTag, parr_DataString}, &elements}, other{{0x7777, "Unknown"}, 5},
+      calibration{{darr_CalibrationTag, darr_CalibrationString}, &cal};
+  for (const StreamKind kind : bothStreamKinds) {
+    const bool text = kind == StreamKind::Ascii;
+    const auto type = [&](dtyp_eDataType number, const char* name) -> Atom {
+      if (text) return {{parr_DataTypeTag, parr_DataTypeString}, str_cString(name)};
+      return {{parr_DataTypeTag, parr_DataTypeString}, static_cast<unsigned char>(number)};
+    };
+    const Atom sbin16 = type(dtyp_SBin16, "sbin16"), none = type(dtyp_eDataType(200), "8-byte float");
+    darr_c1DArray array = Data({9}, {1, 2, 3});
+    const std::string old = RawForm(array);
+    EXPECT_FALSE(ReadAtoms(kind, {}, array));
+    EXPECT_FALSE(ReadAtoms(kind, {sbin16, calibration}, array));
+    EXPECT_THROW(ReadAtoms(kind, {data, data}, array), expt_cProgramException);
+    EXPECT_EQ(RawForm(array), old);
 
-/// Writes the atoms it is told to, as a 1D data array: its type (T), a type that is none (N), elements (E),
-/// the calibration (C), something else (x).
-struct Atoms : tgio_cTaggedStreamObject {
-  explicit Atoms(const char* atoms_to_write) : atoms(atoms_to_write) {}
-  const tgio_cObjectType& ObjectType() const override { return darr_c1DArray::_ObjectType; }
-  type_cBoolean Write(tgio_cBinary_ostream& out) const override { return Each(out); }
-  type_cBoolean Write(tgio_cASCII_ostream& out) const override { return Each(out); }
+    ASSERT_TRUE(ReadAtoms(kind, {data}, array));
+    ExpectSame(array, Data<double>({1, 7}, {}));
+    ASSERT_TRUE(ReadAtoms(kind, {calibration, other, data, other, sbin16}, array));
+    ExpectSame(array, Data<short>({1, 7}, {5, 6, 7}));
 
-  static bool WriteType(tgio_cBinary_ostream& out, bool none) {
-    return out.Write(static_cast<unsigned char>(none ? 200 : dtyp_SBin16), parr_DataTypeTag);
+    // A type that is none: its name is passed over in text, its number makes the data unreadable.
+    EXPECT_EQ(ReadAtoms(kind, {none, data}, array), text);
+    EXPECT_EQ(ReadAtoms(kind, {data, none}, array), text);
+    EXPECT_EQ(array.DataType(), text ? dtyp_Float64 : dtyp_SBin16);
   }
-  static bool WriteType(tgio_cASCII_ostream& out, bool none) {
-    return out.Write(str_cString(none ? "8-byte float" : "sbin16"), parr_DataTypeString, false);
-  }
-  template <class Stream>
-  bool Each(Stream& out) const {
-    const arr_c1DNumberArray<double> elements(2, std::vector<double>{1.0, 7.0}.data());
-    return std::all_of(atoms.begin(), atoms.end(), [&](char atom) {
-      if (atom == 'E') return detail::WriteAtom(out, elements, {parr_DataTag, parr_DataString});
-      if (atom == 'C')
-        return detail::WriteAtom(out, Cal(5, 6, 7), {darr_CalibrationTag, darr_CalibrationString});
-      return atom == 'x' ? detail::WriteAtom(out, 5, {0x7777, "Unknown"}) : WriteType(out, atom == 'N');
-    });
-  }
-  std::string atoms;
-};
-
-TYPED_TEST(DataArrayStreamTest, TakesAtomsInAnyOrderAndPassesOverOthers) {
-  darr_c1DArray array = Data({9}, {1, 2, 3});
-  const auto read = [&array](const char* atoms) {
-    std::istringstream stream(fuzz::TaggedForm<TypeParam>(Atoms(atoms)));
-    typename TypeParam::In in(stream);
-    return in.Read(array);
-  };
-  const std::string old = Raw(array);
-  EXPECT_FALSE(read(""));
-  EXPECT_FALSE(read("TC"));
-  EXPECT_THROW(read("EE"), expt_cProgramException);
-  EXPECT_EQ(Raw(array), old);
-
-  ASSERT_TRUE(read("E"));
-  ExpectSame(array, Data<double>({1, 7}, {}));
-  ASSERT_TRUE(read("CxExT"));
-  ExpectSame(array, Data<short>({1, 7}, {5, 6, 7}));
-
-  // A type that is none: its name is passed over in text, its number makes the data unreadable.
-  const bool text = std::is_same_v<TypeParam, fuzz::Ascii>;
-  EXPECT_EQ(read("NE"), text);
-  EXPECT_EQ(read("EN"), text);
-  EXPECT_EQ(array.DataType(), text ? dtyp_Float64 : dtyp_SBin16);
 }
 
 TEST(DataArray, HasARawFormBehindItsCalibration) {
-  EXPECT_EQ(Raw(Data<short>({1, -2}, {1, 2, 3})),
-            std::string("\0\0\0\0\0\0\xF0\x3F\0\0\0\0\0\0\0\x40\3\0\0\0\5\0\2\0\0\0\1\0\xFE\xFF", 30));
-  EXPECT_EQ(Raw(Data<short>(1, {5}, {1, -1, 2, -2, 3, -3})),
+  EXPECT_EQ(RawForm(Data<short>(1, {5}, {1, -1, 2, -2, 3, -3})),
             std::string("\0\0\0\0\0\0\xF0\x3F\0\0\0\0\0\0\0\x40\3\0\0\0"
                         "\0\0\0\0\0\0\xF0\xBF\0\0\0\0\0\0\0\xC0\xFD\xFF\xFF\xFF\5\0\1\0\0\0\1\0\0\0\5\0",
                         52));
@@ -169,12 +139,6 @@ TEST(DataArray, GrowsByZerosWhereAPositionIsWritten) {
 TEST(DataArray, KeepsPositionsInSelections) {
   const darr_c1DArray line = Data({1, 2, 3, 4}, {10, 0.5, 2});
   const darr_c2DArray plane = Data(4, Counting<int>(12), {10, 20, 0.5, 2, 2, 1});
-  EXPECT_EQ(line.Selection(1, 3).Cal(), Cal(10, 0.5, 1));
-  EXPECT_EQ(line.Selection(0, 2).Cal(), Cal(9, 0.5, 0));
-  EXPECT_EQ(Data({1, 2, 3, 4}, {10, 0.5, 0}).Selection(1, 3).Cal(), Cal(10.5, 0.5, 0));
-  EXPECT_EQ(plane.Selection(1, 1, 3, 2).Cal(), Cal2D(10, 20, 0.5, 2, 1, 0));
-  EXPECT_EQ(plane.Selection(1, 2, 3, 3).Cal(), Cal2D(9.5, 22, 0.5, 2, 0, 0));
-
   ExpectSame(line.Selection(rnge_c1DRange::Null, rnge_IndexInner), line);
   ExpectSame(plane.Selection(rnge_c2DRange::Null, rnge_IndexInner), plane);
   ExpectSame(plane.Selection(plane.Range(), rnge_IndexInner), plane);
@@ -201,10 +165,9 @@ TEST(DataArray, CarriesItsCalibrationAlong) {
   const darr_c2DArray plane = Data(3, Counting<int>(6), {1, 2, 3, 4, 5, 6});
   ExpectSame(plane.LineAtX(2), Data({3, 6}, {2, 4, 6}));
   ExpectSame(plane.LineAtY(0), Data({1, 2, 3}, {1, 3, 5}));
-  EXPECT_THROW(plane.LineAtX(3), arr_cIndexException);
   EXPECT_EQ(plane.Move(1, -1).Cal(), Cal2D(2, 1, 3, 4, 5, 6));
-  EXPECT_EQ(plane.Move(1, -1).OffsetX(plane), 1);
-  EXPECT_EQ(plane.Move(1, -1).OffsetY(plane), -1);
+  EXPECT_EQ(std::pair(plane.Move(1, -1).OffsetX(plane), plane.Move(1, -1).OffsetY(plane)),
+            std::pair(1.0, -1.0));
   EXPECT_EQ(line.Move(3).Cal(), Cal(13, 0.5, 1));
   EXPECT_EQ(line.Move(3).OffsetX(line), 3);
   line = pnum_cNumber(0.5);
@@ -226,7 +189,6 @@ TEST(Conversion, MakesNewValuesOfAnotherType) {
   EXPECT_EQ(line.DataType(), dtyp_Complex128);
   EXPECT_EQ(conv_Convert(parr_c2DNumberArray(), Type(dtyp_Float64), conv_Real).DataType(), dtyp_UBin8);
   EXPECT_EQ(conv_Convert(pnum_cNumber(Complex(3, 4)), Type(dtyp_Float64), conv_Magnitude).Value(), 5);
-  EXPECT_THROW(conv_Convert(pnum_cNumber(1), dtyp_cDataType(), conv_Real), expt_cProgramException);
   EXPECT_THROW(conv_Convert(line, dtyp_cDataType(), conv_Real), expt_cProgramException);
 }
 

@@ -36,14 +36,14 @@ TEST(Dataset, HoldsACopyOfEachKind) {
   EXPECT_EQ(all[1].operator barr_c1DBoolArray().NumIndices(), 3);
   EXPECT_EQ(all[2].operator barr_c2DBoolArray().NumIndices(), 12);
   EXPECT_EQ(all[3].operator pnum_cNumber().Value(), 2.5);
-  EXPECT_EQ(Raw(all[4].operator darr_c1DArray()), Raw(darr_c1DArray(Line<short>({1, 2}), {1, 2, 3})));
+  EXPECT_EQ(RawForm(all[4].operator darr_c1DArray()), RawForm(darr_c1DArray(Line<short>({1, 2}), {1, 2, 3})));
 
   data_cDataset changing = all[5];
   const data_cDataset copy = changing;
   changing = all[3];
   changing = *&changing;
   EXPECT_EQ(changing.operator pnum_cNumber().Value(), 2.5);
-  EXPECT_EQ(Raw(copy.operator darr_c2DArray()), Raw(plane));
+  EXPECT_EQ(RawForm(copy.operator darr_c2DArray()), RawForm(plane));
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <fstream>
+#include <functional>
 #include <gtest/gtest.h>
 #include <limits>
 #include <sstream>
@@ -40,7 +41,8 @@ class TempFile {
 class FaultyDisk {
  public:
   FaultyDisk() : calls_(std::exchange(detail::file_calls, {Open, ReadAt, WriteAt, Size, real.close})) {
-    count = 0;
+    count = writes = 0;
+    before_write = nullptr;
     failing_call = -1;
     also_failing = 0;
     longest_move = std::numeric_limits<std::int64_t>::max();
@@ -49,7 +51,8 @@ class FaultyDisk {
   FaultyDisk& operator=(const FaultyDisk&) = delete;
   ~FaultyDisk() { detail::file_calls = calls_; }
 
-  static inline int count = 0;
+  static inline int count = 0, writes = 0;
+  static inline std::function<void()> before_write;
   static inline int failing_call = -1;
   static inline int also_failing = 0;
   static inline std::int64_t longest_move = 0;
@@ -69,6 +72,8 @@ class FaultyDisk {
   }
   /// A failing write still gets half of its bytes to the disk, as one that runs full does.
   static std::int64_t WriteAt(std::intptr_t file, const void* bytes, std::int64_t n, std::int64_t position) {
+    if (before_write) before_write();
+    ++writes;
     if (!bFails()) return real.write_at(file, bytes, std::min(n, longest_move), position);
     real.write_at(file, bytes, n / 2, position);
     return -1;

@@ -1,95 +1,26 @@
-#include <DataStorage/series/fileseries.h>
+#include "log.h"
 //
 #include <array>
 #include <functional>
-#include <gtest/gtest.h>
 #include <iterator>
-#include <limits>
 #include <memory>
 #include <sstream>
-#include <string>
-#include <utility>
-
-#include "disk.h"
-#include "series.h"
 
 namespace {
 
-constexpr unsigned int data_type = 77;
-
-/// A series of texts. Text and tag of datum i depend on i alone, unless a test gives others.
-struct TextSeries : StoredSeries<dtsr_cFileSeriesBase> {
-  TextSeries(const str_cString& path, const dtsr_cDimensionArray& dimensions)
-      : StoredSeries([&](auto&) { return dimensions; }, path, dimensions, data_type) {}
-  explicit TextSeries(const str_cString& path, bstr_eAccess access = bstr_OpenExisting)
-      : StoredSeries(
-            [](dtsr_cFileSeriesBase& store) {
-              dtsr_cDimensionArray dimensions(7);
-              store.ReadDimensionArray(dimensions);
-              return dimensions;
-            },
-            path, data_type, access) {}
-  using dtsr_cFileSeriesBase::dataOffsets_;
-  using dtsr_cFileSeriesBase::file_;
-  using dtsr_cFileSeriesBase::UpdatePointers;
-
-  static std::string Text(int i) {
-    return std::string(static_cast<std::size_t>(5 + i), static_cast<char>('a' + i));
-  }
-  static dtsr_c2DPosition Tag(int i) { return {1.5, -1.0 * i, 1000 + i}; }
-  void Append(const std::string& text, const dtsr_cDataTag& tag) {
-    file_.Output().Seek(dataOffsets_[NextWriteIndex()]);
-    file_.Output().Write(text.data(), static_cast<std::int64_t>(text.size()));
-    SetNewestTag(tag);
-  }
-  void AppendNext() { Append(Text(NextWriteIndex()), Tag(NextWriteIndex())); }
-  /// How many data there are, after looking at all of them.
-  int CheckedCount() {
-    for (int i = 0; i < NextWriteIndex(); ++i) {
-      dtsr_c2DPosition tag;
-      GetTag(i, tag);
-      EXPECT_TRUE(tag.IsEqual(Tag(i), true)) << i;
-      std::string text(static_cast<std::size_t>(tagOffsets_[i] - dataOffsets_[i]), '.');
-      file_.Input().Seek(dataOffsets_[i]);
-      file_.Input().Read(text.data(), static_cast<std::int64_t>(text.size()));
-      EXPECT_EQ(text, Text(i));
-    }
-    return NextWriteIndex();
-  }
-};
-
-dtsr_cDimensionArray Sizes(int a, int b) {
-  dtsr_cDimensionArray dimensions(2);
-  dimensions.Dimension(0) = {a, cal_c1DArrayCal(10, 0.5), "x", "", true};
-  dimensions.Dimension(1) = {b, cal_c1DArrayCal(), "", "", false};
-  return dimensions;
-}
-
-std::string Message(const char* text, const TempFile& file) { return (text + file.Path() + ".").CString(); }
-
-/// How many data the file holds for one who opens it now; -1 and the reason when it is refused.
-int CountInFile(const TempFile& file, std::string* why = nullptr) {
-  int count = -1;
-  const std::string complaint =
-      Complaint([&] { count = TextSeries(file.Path(), bstr_OpenReadOnly).CheckedCount(); });
-  if (why != nullptr) *why = complaint;
-  return count;
-}
-
-/// The file of a series with 2 slots of 2 texts.
+/// The file of a log with 2 slots and 2 records.
 const std::string full_file = Hex(
-    "49 49  44 53  10 02  4D 00 00 00  32 01 00 00  02 00 00 00  02 00 00 00  5F 00 00 00  02 00 00 00 "
-    "02 00 00 00  00 00 00 00 00 00 24 40  00 00 00 00 00 00 E0 BF  02 00 00 00  01 00 00 00  78  00 00 00 "
-    "00 "
+    "49 49  44 53  10 02  4D 00 00 00  50 01 00 00  02 00 00 00  02 00 00 00  5F 00 00 00 "
+    "02 00 00 00  02 00 00 00  00 00 00 00 00 00 24 40  00 00 00 00 00 00 E0 BF  02 00 00 00 "
+    "01 00 00 00  78  00 00 00 00 "
     "01 00 00 00  00 00 00 00 00 00 00 00  00 00 00 00 00 00 F0 3F  00 00 00 00  00 00 00 00  00 00 00 00 "
-    "6F 00 00 00  8C 00 00 00  74 00 00 00  92 00 00 00 "
-    "61 61 61 61 61  32 01 00 00  E8 03 00 00  00 00 00 00 00 00 F8 3F  00 00 00 00 00 00 00 80 "
-    "62 62 62 62 62 62  32 01 00 00  E9 03 00 00  00 00 00 00 00 00 F8 3F  00 00 00 00 00 00 F0 BF");
+    "6F 00 00 00  7C 00 00 00  74 00 00 00  82 00 00 00 "
+    "61 61 61 61 61  50 01 00 00  00 00 00 00  62 62 62 62 62 62  50 01 00 00  01 00 00 00");
 constexpr std::size_t lists = 95, data = 111;
 
 TEST(FileSeries, BytesOfTheFile) {
   const TempFile file;
-  TextSeries series(file.Path(), Sizes(2, 1));
+  Log series(file, Slots(2));
   std::string empty = full_file.substr(0, data);
   for (const std::size_t at : {std::size_t{18}, lists + 4, lists + 8, lists + 12})
     empty = Patched(empty, at, "00 00 00 00");
@@ -102,31 +33,31 @@ TEST(FileSeries, BytesOfTheFile) {
     series.ResetWriteIndex();
     EXPECT_EQ(file.Bytes().substr(0, data), empty);
   }
-  EXPECT_EQ(series.TagTypeID(), 0x132U);
+  EXPECT_EQ(series.TagTypeID(), 0x150U);
 }
 
 TEST(FileSeries, IsFoundAgainByIndexPositionAndTag) {
   const TempFile file;
-  TextSeries(file.Path(), Sizes(3, 2)).AppendNext();
-  TextSeries series(file.Path());
+  Log(file, Slots(3, 2)).AppendNext();
+  Log series(file);
   EXPECT_EQ(series.pSampleTag(), nullptr);
   series.AppendNext();
   series.AppendNext();
-  dtsr_c2DPosition tag;
+  dtsr_cDataTag tag;
   series.GetTag(Vector({10.0, 0.0}), tag);
-  EXPECT_EQ(tag.Time(), 1002);
-  EXPECT_EQ(series.DataIndex(TextSeries::Tag(2), true), 2);
-  EXPECT_EQ(series.DataIndex(dtsr_c2DPosition(1.5, -2, 0), true), -1);
+  EXPECT_EQ(tag.Time(), 2);
+  EXPECT_EQ(series.DataIndex(dtsr_cDataTag(2), true), 2);
+  EXPECT_EQ(series.DataIndex(dtsr_cDataTag(7), true), -1);
   EXPECT_THROW(series.GetTag(6, tag), arr_cIndexException);
 
-  TextSeries copy(series), reader(file.Path(), bstr_OpenReadOnly);
+  Log copy(series), reader(file, bstr_OpenReadOnly);
   EXPECT_EQ(Complaint([&] { reader.ResetWriteIndex(); }), Message("Can't write to series file ", file));
   EXPECT_EQ(reader.CheckedCount(), 3);  // which gives the sample tag
   reader = series;
   reader.Append("", dtsr_cDataTag());
-  EXPECT_EQ(reader.TagTypeID(), 0x132U);
+  EXPECT_EQ(reader.TagTypeID(), 0x150U);
   EXPECT_EQ(copy.CheckedCount(), 3);
-  TextSeries(file.Path()).Append("", dtsr_cDataTag());
+  Log(file).Append("", dtsr_cDataTag());
   EXPECT_EQ(file.Bytes().substr(10, 4), Hex("50 01 00 00"));
 }
 
@@ -150,7 +81,7 @@ struct NotedTag : dtsr_cDataTag {
 
 TEST(FileSeries, SearchesKnowTheNewestTags) {
   const TempFile file;
-  TextSeries series(file.Path(), Sizes(4, 1));
+  Log series(file, Slots(4));
   for (int round = 0; round < 2; ++round, series.ResetWriteIndex()) {
     for (int i = 0; i < 4; ++i) {
       const dtsr_c2DPosition tag(round, i, 0);
@@ -159,7 +90,7 @@ TEST(FileSeries, SearchesKnowTheNewestTags) {
       EXPECT_EQ(series.DataIndex(tag, true), i);
     }
   }
-  TextSeries noted(file.Path(), Sizes(4, 1));
+  Log noted(file, Slots(4));
   for (const char letter : {'a', 'b', 'c'}) noted.Append("", NotedTag(letter));
   EXPECT_EQ(noted.DataIndex(NotedTag('c'), true), 2);
   EXPECT_EQ(noted.DataIndex(NotedTag('d'), true), -1);
@@ -168,16 +99,16 @@ TEST(FileSeries, SearchesKnowTheNewestTags) {
 TEST(FileSeries, RefusesHarmBeforeItIsDone) {
   const TempFile file;
   file.SetBytes("old");
-  const auto create = [&](int a, int b) { TextSeries(file.Path(), Sizes(a, b)); };
+  const auto create = [&](int a, int b) { Log(file, Slots(a, b)); };
   EXPECT_THROW(create(0, 5), arr_cIndexException);
   EXPECT_THROW(create(65536, 65536), arr_cSizeException);
   EXPECT_EQ(Complaint([&] { create(268435445, 1); }), Message("Can't write to series file ", file));
   EXPECT_EQ(file.Bytes(), "old");
   const TempFile missing("missing");
-  EXPECT_EQ(Complaint([&] { TextSeries{missing.Path()}; }), Message("Can't open series file ", missing));
+  EXPECT_EQ(Complaint([&] { Log{missing}; }), Message("Can't open series file ", missing));
   EXPECT_FALSE(missing.bExists());
 
-  TextSeries series(file.Path(), Sizes(3, 1));
+  Log series(file, Slots(3));
   series.AppendNext();
   const std::string before = file.Bytes();
   bstr_cBinary_ostream& out = series.file_.Output();
@@ -214,49 +145,28 @@ TEST(FileSeries, RefusesDamagedFiles) {
     EXPECT_EQ(CountInFile(file, &why), n == full_file.size() ? 2 : -1) << n;
     EXPECT_EQ(why == Message("Can't read series file ", file), n < data) << n;
     if (n >= data) {
-      EXPECT_EQ(TextSeries(file.Path()).NextWriteIndex(), 2) << n;
+      EXPECT_EQ(Log(file).NextWriteIndex(), 2) << n;
     }
   }
 }
 
-/// Has a look each time before the system is asked to write, as if the writing process ended there.
-struct WatchedDisk {
-  explicit WatchedDisk(std::function<void()> its_look) {
-    look = std::move(its_look);
-    writes = 0;
-    detail::file_calls.write_at = WriteAt;
-  }
-  ~WatchedDisk() { detail::file_calls = real; }
-
-  static inline int writes = 0;
-  static inline std::function<void()> look;
-  static inline const detail::FileCalls real = detail::file_calls;
-  static std::int64_t WriteAt(std::intptr_t file, const void* bytes, std::int64_t n, std::int64_t position) {
-    look();
-    ++writes;
-    return real.write_at(file, bytes, n, position);
-  }
-};
-
 TEST(FileSeries, IsWholeWhereverTheWriterIsKilled) {
   const TempFile file;
-  std::unique_ptr<TextSeries> series;
-  {
-    const WatchedDisk disk([&] {
-      std::string why;
-      EXPECT_EQ(CountInFile(file, &why), -1);
-      EXPECT_EQ(why, Message("Can't read series file ", file));
-    });
-    series = std::make_unique<TextSeries>(file.Path(), Sizes(3, 1));
-  }
+  std::unique_ptr<Log> log;
+  // How many records are there each time before the system is asked to write, as if the writer ended there?
+  const auto watch = [&](const std::function<int()>& expected, const std::function<void()>& operation) {
+    FaultyDisk disk;
+    disk.before_write = [&] { EXPECT_EQ(CountInFile(file), expected()) << "after " << disk.writes; };
+    operation();
+    return disk.writes;
+  };
+  watch([] { return -1; }, [&] { log = std::make_unique<Log>(file, Slots(3)); });
   const int writes[] = {6, 5, 4};  // one more for the tag type, one less where there is no next slot
   for (int count = 0; count < 3; ++count) {
-    const WatchedDisk disk([&] { EXPECT_EQ(CountInFile(file), count + (WatchedDisk::writes == 5)); });
-    series->AppendNext();
-    EXPECT_EQ(WatchedDisk::writes, writes[count]);
+    const auto expected = [&] { return count + (FaultyDisk::writes == 5); };
+    EXPECT_EQ(watch(expected, [&] { log->AppendNext(); }), writes[count]);
   }
-  const WatchedDisk disk([&] { EXPECT_EQ(CountInFile(file), WatchedDisk::writes == 0 ? 3 : 0); });
-  series->ResetWriteIndex();
+  watch([] { return FaultyDisk::writes == 0 ? 3 : 0; }, [&] { log->ResetWriteIndex(); });
 }
 
 /// Runs an operation with one call of the system failing, each in turn, and all the calls after it as told.
@@ -280,21 +190,21 @@ void FailEachCall(int also_failing, const std::function<void()>& prepare,
 
 TEST(FileSeries, SurvivesFailingWrites) {
   const TempFile file;
-  std::unique_ptr<TextSeries> series;
+  std::unique_ptr<Log> series;
   struct {
     int slots, count, after;
-    void (*operation)(TextSeries&);
-  } const cases[] = {{3, 0, 1, [](TextSeries& s) { s.AppendNext(); }},
-                     {3, 1, 2, [](TextSeries& s) { s.AppendNext(); }},
-                     {3, 2, 3, [](TextSeries& s) { s.AppendNext(); }},
-                     {3, 3, 0, [](TextSeries& s) { s.ResetWriteIndex(); }},
-                     {9000, 2, 0, [](TextSeries& s) { s.ResetWriteIndex(); }}};
+    void (*operation)(Log&);
+  } const cases[] = {{3, 0, 1, [](Log& s) { s.AppendNext(); }},
+                     {3, 1, 2, [](Log& s) { s.AppendNext(); }},
+                     {3, 2, 3, [](Log& s) { s.AppendNext(); }},
+                     {3, 3, 0, [](Log& s) { s.ResetWriteIndex(); }},
+                     {9000, 2, 0, [](Log& s) { s.ResetWriteIndex(); }}};
   for (const auto& c : cases) {
     for (const int also_failing : {0, 1000}) {
       std::string before;
       const auto head = [&] { return file.Bytes().substr(0, lists + 8 * static_cast<std::size_t>(c.slots)); };
       const auto prepare = [&] {
-        series = std::make_unique<TextSeries>(file.Path(), Sizes(c.slots, 1));
+        series = std::make_unique<Log>(file, Slots(c.slots));
         while (series->NextWriteIndex() < c.count) series->AppendNext();
         before = head();
       };
@@ -317,13 +227,12 @@ TEST(FileSeries, SurvivesFailuresOfOtherCalls) {
   const TempFile file;
   const auto none = [] {};
   FailEachCall(
-      0, none, [&] { TextSeries(file.Path(), Sizes(3, 1)); },
-      [&](const std::string&) { EXPECT_LE(CountInFile(file), 0); });
-  TextSeries series(file.Path()), reader(series);
-  dtsr_c2DPosition tag;
+      0, none, [&] { Log(file, Slots(3)); }, [&](const std::string&) { EXPECT_LE(CountInFile(file), 0); });
+  Log series(file), reader(series);
+  dtsr_cDataTag tag;
   series.AppendNext();
   FailEachCall(
-      0, none, [&] { TextSeries{file.Path()}; },
+      0, none, [&] { Log{file}; },
       [&](const std::string& complaint) {
         EXPECT_TRUE(complaint == Message("Can't open series file ", file) ||
                     complaint == Message("Can't read series file ", file));

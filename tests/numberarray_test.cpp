@@ -1,6 +1,3 @@
-#include <complex>
-#include <cstring>
-
 #include "arrays.h"
 
 namespace {
@@ -42,33 +39,28 @@ TYPED_TEST(NumberArrayTest, TakesElementsFromBlocksNumbersAndContainers) {
   EXPECT_THROW(static_cast<void>(static_cast<arr_c2DNumberArray<Other>>(plane)), expt_cProgramException);
 }
 
-TYPED_TEST(NumberArrayTest, IsIndependentOfItsCopies) {
-  const std::vector<TypeParam> e = Counting<TypeParam>(4);
-  const pnum_cNumber value(7.0, detail::DataTypeOf<TypeParam>);
+TEST(NumberArray, IsIndependentOfItsCopies) {
   using Array = parr_c1DNumberArray;
-  const std::initializer_list<void (*)(Array&, const pnum_cNumber&)> writes = {
-      [](Array& a, const pnum_cNumber& v) { a.SetValue(v, 0); },
-      [](Array& a, const pnum_cNumber& v) { a = v; },
-      [](Array& a, const pnum_cNumber& v) { a.SetSelection(Array(1, v), 0); },
-      [](Array& a, const pnum_cNumber&) { a.SetData(a, Range(2, 4), Range(0, 2)); },
-      [](Array& a, const pnum_cNumber&) { a.SetSelection(Line<unsigned char>({9}), 0); }};
+  const Array original = Line<int>({1, 2, 3, 4});
+  const std::initializer_list<void (*)(Array&)> writes = {
+      [](Array& a) { a.SetValue(7, 0); }, [](Array& a) { a = pnum_cNumber(7); },
+      [](Array& a) { a.SetSelection(Line<unsigned char>({9}), 0); },
+      [](Array& a) { a.SetData(a, Range(0, 3), Range(1, 4)); }};
+  Array copy;
   for (const auto write : writes) {
-    const Array original = Line(e);
-    Array copy = original;
+    copy = original;
     EXPECT_EQ(copy.Data(), original.Data());
-    write(copy, value);
-    EXPECT_EQ(std::memcmp(original.Data(), e.data(), sizeof(TypeParam) * 4), 0);
+    write(copy);
+    EXPECT_THAT(Values(original), ElementsAre(1, 2, 3, 4));
     EXPECT_NE(Values(copy), Values(original));
   }
-  Array overlapping = Line(e);
-  overlapping.SetData(overlapping, Range(0, 3), Range(1, 4));
-  EXPECT_THAT(Values(overlapping), ElementsAre(1, 1, 2, 3));
+  EXPECT_THAT(Values(copy), ElementsAre(1, 1, 2, 3)) << "copied into itself";
 }
 
 TEST(NumberArray, RawFormsHaveKnownBytesAndRefuseOthers) {
-  EXPECT_EQ(Raw(Line<short>({1, -2, 3})), "\5\0\3\0\0\0\1\0\xFE\xFF\3\0"s);
+  EXPECT_EQ(RawForm(Line<short>({1, -2, 3})), "\5\0\3\0\0\0\1\0\xFE\xFF\3\0"s);
   const std::string plane_bytes = "\2\0\2\0\0\0\2\0\0\0\1\0\2\0\3\0\4\0"s;
-  EXPECT_EQ(Raw(Plane<unsigned short>(2, {1, 2, 3, 4})), plane_bytes);
+  EXPECT_EQ(RawForm(Plane<unsigned short>(2, {1, 2, 3, 4})), plane_bytes);
   parr_c1DNumberArray line = Line<short>({1});
   parr_c2DNumberArray plane = Plane<short>(1, {1});
   for (const std::string& bytes :
@@ -89,7 +81,7 @@ TEST(NumberArray, RawFormsHaveKnownBytesAndRefuseOthers) {
   EXPECT_TRUE(ReadRaw(line, "\1\0\0\0\0\0"s));
   EXPECT_EQ(line.NumIndices(), 0);
   EXPECT_TRUE(ReadRaw(plane, "IIBI" + plane_bytes));
-  EXPECT_EQ(Raw(plane), plane_bytes);
+  EXPECT_EQ(RawForm(plane), plane_bytes);
 }
 
 TEST(NumberArray, BeginsEmptyAndRefusesWhatItCannotHold) {
@@ -149,81 +141,29 @@ TEST(NumberArray, TakesOneNumberForAllElementsAndConverts) {
   EXPECT_EQ(empty.DataType(), dtyp_UBin8);
 }
 
-TEST(NumberArray, SelectsInEitherOrderAndBeyondTheEnds) {
-  const parr_c1DNumberArray line = Line<int>({0, 1, 2, 3, 4, 5});
-  EXPECT_THAT(Values(line.Selection(5, 2)), ElementsAre(2, 3, 4));
-  EXPECT_THAT(Values(line.GetData(Range(4, 7))), ElementsAre(4, 5, 0));
-  EXPECT_EQ(line.Selection(0, 6).Data(), line.Data());
-  EXPECT_THROW(line.Selection(3, 3), arr_cIndexException);
-  EXPECT_THROW(line.Selection(-1, largest), arr_cSizeException);
-
-  const parr_c2DNumberArray plane = Plane<int>(3, {1, 2, 3, 4, 5, 6});
-  EXPECT_THAT(Values(plane.Selection(3, 2, 1, 0)), ElementsAre(2, 3, 5, 6));
-  EXPECT_THAT(Values(plane.Selection(2, 1, 4, 3)), ElementsAre(6, 0, 0, 0));
-  EXPECT_EQ(plane.Selection(plane.IndexRange()).Data(), plane.Data());
-  EXPECT_THROW(plane.Selection(0, 1, 3, 1), arr_cIndexException);
-}
-
-TEST(NumberArray, CopiesBlocksThatFit) {
+TEST(NumberArray, TakesWholeArraysWhereNoRangeIsNamed) {
   const parr_c1DNumberArray source = Line<int>({1, 2, 3});
   parr_c1DNumberArray line(4, Type(dtyp_SBin32), nullptr);
   line.SetData(source, Range::Null, Range::Null);
   EXPECT_THAT(Values(line), ElementsAre(0, 0, 0, 0));
   line.SetSelection(source, 1);
   EXPECT_THAT(Values(line), ElementsAre(0, 1, 2, 3));
-  line.SetData(source, Range(1, 2), Range(0, 2));  // the end in the source does not count
-  EXPECT_THAT(Values(line), ElementsAre(2, 3, 2, 3));
-  line.SetData(source, Range(5, 9), Range(2, 2));
-  for (const auto& [from, to] : {std::pair(Range(), Range(2, 5)),
-                                 {Range(), Range(-1, 2)},
-                                 {Range(2, 4), {0, 2}},
-                                 {Range(-1, 2), Range(0, 2)},
-                                 {Range(3, 4), Range(0, 1)},
-                                 {Range(largest, largest), Range(0, 1)},
-                                 {Range(), Range(0, largest)}}) {
-    EXPECT_THROW(line.SetData(source, from, to), arr_cIndexException) << from.StartIndexX();
-    EXPECT_THROW(line.SetData(Line<double>({1, 2, 3}), from, to), arr_cIndexException);
-    EXPECT_THAT(Values(line), ElementsAre(2, 3, 2, 3));
-  }
-  EXPECT_THROW(line.SetSelection(source, 2), arr_cIndexException);
+  line.SetData(Line<short>({4, 5, 6, 7}), Range(0, 1), Range::Null);
+  EXPECT_THAT(Values(line), ElementsAre(4, 5, 6, 7));
   EXPECT_THROW(line.SetSelection(source, largest), arr_cIndexException);
   EXPECT_THROW(line.SetData(Line<double>({1}), Range::Null, Range(0, 4)), arr_cIndexException);
   EXPECT_EQ(line.DataType(), dtyp_Float64);
-  line.SetData(Line<double>({0.5, 1.5}), Range(1, 2), Range(3, 4));
-  EXPECT_THAT(Values(line), ElementsAre(2, 3, 2, 1.5));
-  line.SetData(Line<short>({7, 8, 9, 10}), Range::Null, Range(2, 4));
-  EXPECT_THAT(Values(line), ElementsAre(2, 3, 7, 8));
-  line.SetData(Line<short>({4, 5, 6, 7}), Range(0, 1), Range::Null);
-  EXPECT_THAT(Values(line), ElementsAre(4, 5, 6, 7));
-}
+  EXPECT_EQ(line.Selection(0, 4).Data(), line.Data());
+  EXPECT_THROW(line.Selection(-1, largest), arr_cSizeException);
 
-TEST(NumberArray, CopiesBlocksOfRows) {
-  for (const auto& source : {Plane<int>(2, {1, 2, 3, 4}), Plane<short>(2, {1, 2, 3, 4})}) {
-    parr_c2DNumberArray plane(3, 3, Type(dtyp_SBin32), nullptr);
-    plane.SetData(source, Range2D::Null, Range2D::Null);
-    EXPECT_EQ(Values(plane), std::vector<double>(9, 0));
-    plane.SetSelection(source, 1, 1);
-    EXPECT_THAT(Values(plane), ElementsAre(0, 0, 0, 0, 1, 2, 0, 3, 4));
-    plane.SetData(source, Range2D(1, 0, 2, 2), Range2D(0, 1, 1, 3));
-    EXPECT_THAT(Values(plane), ElementsAre(0, 0, 0, 2, 1, 2, 4, 3, 4));
-    plane.SetSelection(source, 2, 0);  // past the right edge: goes on in the next row
-    EXPECT_THAT(Values(plane), ElementsAre(0, 0, 1, 2, 1, 3, 4, 3, 4));
-    for (const auto& [from, to] : {std::pair(Range2D(1, 0, 2, 1), Range2D(0, 0, 2, 1)),
-                                   {Range2D(0, 1, 1, 2), Range2D(0, 0, 1, 2)},
-                                   {Range2D(-1, 0, 1, 1), Range2D(0, 0, 1, 1)},
-                                   {Range2D(), Range2D(2, 2, 4, 3)},
-                                   {Range2D(), Range2D(0, -1, 1, 1)},
-                                   {Range2D(), Range2D(0, 2, 1, 4)}}) {
-      EXPECT_THROW(plane.SetData(source, from, to), arr_cIndexException);
-      EXPECT_THAT(Values(plane), ElementsAre(0, 0, 1, 2, 1, 3, 4, 3, 4));
-    }
-    EXPECT_THROW(plane.SetSelection(source, largest, 0), arr_cIndexException);
-  }
   parr_c2DNumberArray plane = Plane<short>(2, {1, 2, 3, 4});
-  plane.SetData(Plane<double>(2, {9, 0.5, 0.25, 9}), Range2D(0, 1, 2, 2), Range2D(0, 0, 2, 1));
-  EXPECT_EQ(plane.DataType(), dtyp_Float64);
+  plane.SetData(plane, Range2D::Null, Range2D::Null);
+  plane.SetSelection(Plane<double>(1, {0.5, 0.25}), 1, 0);
+  EXPECT_THAT(Values(plane), ElementsAre(1, 0.5, 3, 0.25));
   plane.SetData(plane, Range2D(0, 0, 2, 1), Range2D(0, 1, 2, 2));
-  EXPECT_THAT(Values(plane), ElementsAre(0.25, 9, 0.25, 9));
+  EXPECT_THAT(Values(plane), ElementsAre(1, 0.5, 1, 0.5));
+  EXPECT_THROW(plane.SetSelection(plane, largest, 0), arr_cIndexException);
+  EXPECT_EQ(plane.Selection(plane.IndexRange()).Data(), plane.Data());
 }
 
 }  // namespace

@@ -235,9 +235,9 @@ TEST_F(PositionList, IsReadBackFromABinaryStream) {
   EXPECT_EQ(reader.Heard(), "");
   Point(read, 2).Move(1, 0);
   EXPECT_EQ(reader.Heard(), "oa");
-  EXPECT_TRUE(ReadAtoms(StreamKind::Binary, {{0x7777, "", 1}}, read));
+  EXPECT_TRUE(ReadAtoms(StreamKind::Binary, {{{0x7777, ""}, 1}}, read));
   EXPECT_EQ(read.NumberPositions(), 0);
-  EXPECT_FALSE(ReadAtoms(StreamKind::Binary, {{0x0100, "", 1.0}}, list));
+  EXPECT_FALSE(ReadAtoms(StreamKind::Binary, {{{0x0100, ""}, 1.0}}, list));
   EXPECT_EQ(list.NumberPositions(), 0) << "what could be read";
 }
 

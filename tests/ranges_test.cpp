@@ -297,11 +297,11 @@ TEST(Ranges, AreReadLikeAnyOtherChange) {
     rnge_c1DRange range(0, 1);
     Watcher1D watcher(range);
     EXPECT_TRUE(ReadAtoms(
-        kind, {{rnge_XmaxTag, rnge_XmaxString, -2.0}, {rnge_AngleTag, rnge_AngleString, 1.0}}, range));
+        kind, {{{rnge_XmaxTag, rnge_XmaxString}, -2.0}, {{rnge_AngleTag, rnge_AngleString}, 1.0}}, range));
     ExpectRange(range, -2, 0);
     EXPECT_EQ(watcher.Heard(), "oa");
     rnge_c2DRange plane(1, 2, 3, 4, 5);
-    EXPECT_TRUE(ReadAtoms(kind, {{rnge_YwidthTag, rnge_YwidthString, 3.0}}, plane));
+    EXPECT_TRUE(ReadAtoms(kind, {{{rnge_YwidthTag, rnge_YwidthString}, 3.0}}, plane));
     EXPECT_EQ(plane, rnge_c2DRange(0, 0, 0, 3, 0));
   }
 }

@@ -24,7 +24,7 @@ TEST(Rescale, TakesTheCentreOfEachCellOfALine) {
   const darr_c1DArray line(Line<int>({10, 20, 30, 40}), {});
   EXPECT_EQ(resc_Rescale(line, 1, 7.5).Data(), line.Data());
   const auto expect = [&](double delta, double origin, const std::vector<int>& values, const Cal& cal) {
-    EXPECT_EQ(Raw(resc_Rescale(line, delta, origin)), Raw(darr_c1DArray(Line(values), cal)))
+    EXPECT_EQ(RawForm(resc_Rescale(line, delta, origin)), RawForm(darr_c1DArray(Line(values), cal)))
         << delta << " " << origin;
   };
   expect(2, 0, {20, 40}, {0, 2});
@@ -38,9 +38,9 @@ TEST(Rescale, TakesTheStartOfEachCellOfAPlane) {
   const darr_c2DArray plane(Plane(4, Counting<int>(8)), {10, 20, 1, 1, 2, 1});
   EXPECT_EQ(resc_Rescale(plane, 1, 1).Data(), plane.Data());
   const darr_c2DArray coarse(Plane<int>(2, {1, 3, 5, 7}), {10, 20, 2, 1, 1, 1});
-  EXPECT_EQ(Raw(resc_Rescale(plane, 2, 1)), Raw(coarse));
+  EXPECT_EQ(RawForm(resc_Rescale(plane, 2, 1)), RawForm(coarse));
   const darr_c2DArray uneven(Plane<int>(2, {1, 4, 5, 8}), {8, 19, 3, 1.5, 0, 0});
-  EXPECT_EQ(Raw(resc_Rescale(plane, 3, 1.5)), Raw(uneven));
+  EXPECT_EQ(RawForm(resc_Rescale(plane, 3, 1.5)), RawForm(uneven));
 }
 
 TEST(Rescale, RefusesStepsThatNoArrayHasElementsFor) {
@@ -61,8 +61,8 @@ TEST(Merge, CopiesIntoPlaceAndGrows) {
   const darr_c1DArray line(Line<int>({1, 2, 3, 4}), {10, 1, 0});
   EXPECT_THAT(Values(merged(line, {Line<int>({8, 9}), {11, 1, 0}})), ElementsAre(1, 8, 9, 4));
   EXPECT_THAT(Values(merged(line, {Line<int>({8, 9}), {16, 1, 0}})), ElementsAre(1, 2, 3, 4, 0, 0, 8, 9));
-  EXPECT_EQ(Raw(merged(line, {Line<double>({0.5}), {8, 1, 0}})),
-            Raw(darr_c1DArray(Line<double>({0.5, 0, 1, 2, 3, 4}), {10, 1, 2})));
+  EXPECT_EQ(RawForm(merged(line, {Line<double>({0.5}), {8, 1, 0}})),
+            RawForm(darr_c1DArray(Line<double>({0.5, 0, 1, 2, 3, 4}), {10, 1, 2})));
   EXPECT_THAT(Values(merged(line, {Line<int>({7, 8}), {10, 2, 0}})), ElementsAre(7, 7, 8, 8));
   EXPECT_THAT(Values(merged(darr_c1DArray(), line).Selection(9, 14)), ElementsAre(0, 1, 2, 3, 4));
 

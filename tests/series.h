@@ -5,7 +5,10 @@
 #include <initializer_list>
 #include <string>
 
+#include "support.h"
 #include <DataStorage/series/seriesbase.h>
+
+using fuzz::RawForm;
 
 /// Bytes typed as hexadecimal digits, with blanks for the reader.
 inline std::string Hex(const std::string& digits) {
@@ -21,13 +24,6 @@ inline std::string Hex(const std::string& digits) {
 /// Bytes of which some are replaced.
 inline std::string Patched(std::string bytes, std::size_t at, const std::string& digits) {
   return bytes.replace(at, Hex(digits).size(), Hex(digits));
-}
-
-template <class T>
-std::string RawForm(const T& object) {
-  bstr_cMemory_ostream out;
-  object.Write(out);
-  return {static_cast<const char*>(out.Data()), static_cast<std::size_t>(out.Size())};
 }
 
 /// What a function tells the user by an exception of the series; empty when it returns.

@@ -6,7 +6,7 @@
 #include <variant>
 #include <vector>
 
-#include <DataStorage/interfaces/tgio.h>
+#include <DataStorage/interfaces/atoms.h>
 
 /// Tagged streams of both kinds for tests.
 enum class StreamKind { Binary, Ascii };
@@ -23,9 +23,10 @@ bool RoundTrip(StreamKind kind, const Written& written, Read& read) {
 
 /// An atom typed by hand.
 struct Atom {
-  unsigned short tag;
-  const char* name;
-  std::variant<int, double> value;
+  detail::AtomId id;
+  std::variant<unsigned char, int, double, str_cString, const tgio_cStreamObject*,
+               const tgio_cTaggedStreamObject*>
+      value;
 };
 
 /// Writes atoms typed by hand as an object of any type.
@@ -35,18 +36,20 @@ class HandWritten : public tgio_cTaggedStreamObject {
       : type_(type), atoms_(std::move(atoms)) {}
 
   const tgio_cObjectType& ObjectType() const override { return type_; }
-  type_cBoolean Write(tgio_cBinary_ostream& out) const override {
-    return Each([&](const Atom& atom, auto value) { return out.Write(value, atom.tag); });
-  }
-  type_cBoolean Write(tgio_cASCII_ostream& out) const override {
-    return Each([&](const Atom& atom, auto value) { return out.Write(value, atom.name, false); });
-  }
+  type_cBoolean Write(tgio_cBinary_ostream& out) const override { return WriteAtoms(out); }
+  type_cBoolean Write(tgio_cASCII_ostream& out) const override { return WriteAtoms(out); }
 
  private:
-  template <class Function>
-  bool Each(Function write) const {
-    return std::all_of(atoms_.begin(), atoms_.end(), [&](const Atom& atom) {
-      return std::visit([&](auto value) { return bool(write(atom, value)); }, atom.value);
+  template <class Stream>
+  bool WriteAtoms(Stream& out) const {
+    return std::all_of(atoms_.begin(), atoms_.end(), [&out](const Atom& atom) {
+      const auto write = [&](const auto& value) {
+        if constexpr (requires { *value; })
+          return detail::WriteAtom(out, *value, atom.id);
+        else
+          return detail::WriteAtom(out, value, atom.id);
+      };
+      return std::visit(write, atom.value);
     });
   }
 

@@ -69,18 +69,18 @@ TEST(TextColumns, CalibratesByTheFirstTwoPositions) {
   const auto expect = [&](const std::string& text, const std::vector<double>& values, const Cal& cal) {
     std::istringstream in(text);
     EXPECT_TRUE(asrw_ReadTwoColumn(in, array)) << text;
-    EXPECT_EQ(Raw(array), Raw(darr_c1DArray(Line(values), cal))) << text;
+    EXPECT_EQ(RawForm(array), RawForm(darr_c1DArray(Line(values), cal))) << text;
   };
   expect("4 7\n2 6\n0 5", {5, 6, 7}, {0, 2});
   expect("0 5\n1 6\n5 7\n", {5, 6, 7}, {0, 1});
   expect("0 5\n-1 6\n-7\n", {6, 5}, {-1, 1});
   expect("0 5\n1 6 x 7\n", {5, 6}, {0, 1});
-  const std::string before = Raw(array);
+  const std::string before = RawForm(array);
   for (const std::string text : {"0 5\n0 6\n", "0 5\n1e-320 6\n", "0 5\n", "0 5\n1\n", "0 5\nnan 6\n",
                                  "0\n1\n", "0 inf\ninf 1\n", "0 1 2\n1 2 3\n", ""}) {
     std::istringstream in(text);
     EXPECT_FALSE(asrw_ReadTwoColumn(in, array)) << text;
-    EXPECT_EQ(Raw(array), before);
+    EXPECT_EQ(RawForm(array), before);
   }
   for (const std::string text : {"0 1\n", "0 1 2\n", ""}) {
     std::istringstream in(text);

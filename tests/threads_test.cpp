@@ -7,7 +7,6 @@
 
 #include "disk.h"
 #include "receivers.h"
-#include "series.h"
 #include "tagged.h"
 #include <DataStorage/DataStorage.h>
 
