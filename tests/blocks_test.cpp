@@ -121,8 +121,8 @@ void CheckCopy(Array target, const std::optional<Numbers>& expected, Function co
 
 template <class T>
 void CheckCopiesFrom() {
-  const std::vector<T> e = Counting<T>(4);
-  const Numbers numbers = {1, 2, 3, 4};
+  const std::vector<T> e = Counting<T>(8);
+  const Numbers numbers = {1, 2, 3, 4, 5, 6, 7, 8};
   const parr_c1DNumberArray line(3, Type(dtyp_SBin32), nullptr);
   const parr_c2DNumberArray plane(3, 3, Type(dtyp_SBin32), nullptr);
   for (int n = 0; n < 4 * 4 * 5 * 5 * 4 * 4; ++n) {
@@ -131,10 +131,10 @@ void CheckCopiesFrom() {
     SCOPED_TRACE(testing::Message() << nx << " x " << ny << " from " << from_x << ", " << from_y << " to "
                                     << x << ", " << y);
     const Range2D from(from_x, from_y, from_x + 1, from_y + 1), to(x, y, x + nx, y + ny);
-    CheckCopy(plane, copy.Made(numbers, 2, Numbers(9)),
-              [&](auto& target) { target.SetData(Plane(2, e), from, to); });
+    CheckCopy(plane, copy.Made(numbers, 4, Numbers(9)),
+              [&](auto& target) { target.SetData(Plane(4, e), from, to); });
     if (from_y == 0 && y == 0 && ny == 1)
-      CheckCopy(line, copy.Made(numbers, 4, Numbers(3)),
+      CheckCopy(line, copy.Made(numbers, 8, Numbers(3)),
                 [&](auto& target) { target.SetData(Line(e), from.IndexRangeX(), to.IndexRangeX()); });
   }
 }

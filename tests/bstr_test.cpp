@@ -5,10 +5,6 @@
 #include "disk.h"
 #include <DataStorage/interfaces/bstr.h>
 
-#if __has_include(<sys/resource.h>)
-#include <sys/resource.h>
-#endif
-
 namespace {
 
 constexpr std::int64_t far = std::numeric_limits<std::int64_t>::max();
@@ -120,13 +116,12 @@ TEST(FileStream, OpensAsAsked) {
     const char* after;
   };
   const TempFile file;
-  for (const Case& c :
-       {Case{bstr_CreateOrOpen, true, true, true, "old"}, Case{bstr_CreateOrOpen, false, true, true, ""},
-        Case{bstr_CreateEmpty, true, true, true, ""}, Case{bstr_CreateEmpty, false, true, true, ""},
-        Case{bstr_OpenExisting, true, true, true, "old"},
-        Case{bstr_OpenExisting, false, false, false, nullptr},
-        Case{bstr_OpenReadOnly, true, true, false, "old"},
-        Case{bstr_OpenReadOnly, false, false, false, nullptr}}) {
+  const Case cases[] = {
+      {bstr_CreateOrOpen, true, true, true, "old"},  {bstr_CreateOrOpen, false, true, true, ""},
+      {bstr_CreateEmpty, true, true, true, ""},      {bstr_CreateEmpty, false, true, true, ""},
+      {bstr_OpenExisting, true, true, true, "old"},  {bstr_OpenExisting, false, false, false, nullptr},
+      {bstr_OpenReadOnly, true, true, false, "old"}, {bstr_OpenReadOnly, false, false, false, nullptr}};
+  for (const Case& c : cases) {
     std::remove(file.Path().CString());
     if (c.exists) file.SetBytes("old");
     bstr_cBinary_fstream stream(file.Path(), c.access);
@@ -151,7 +146,10 @@ TEST(FileStream, WindowHidesNoWriteThroughAnyCopy) {
   EXPECT_TRUE(Write(stream.Output(), "0123456789"));
   EXPECT_EQ(Read(stream.Input(), 2), "01");
 
-  bstr_cBinary_fstream copy(stream), assigned("", bstr_OpenReadOnly);
+  const TempFile other_file("other");
+  other_file.SetBytes("another file");
+  bstr_cBinary_fstream copy(stream), assigned(other_file.Path());
+  EXPECT_EQ(Read(assigned.Input(), 2), "an");
   assigned = copy;
   EXPECT_TRUE(copy.Output().Seek(2));
   EXPECT_TRUE(Write(copy.Output(), "ab") && Write(stream.Output(), "X"));
@@ -189,29 +187,13 @@ TEST(FileStream, AsksTheSystemSeldom) {
   EXPECT_LE(disk.count, 2);
 }
 
-TEST(FileStream, RefusesToPassTheLargestPosition) {
-  const TempFile file;
-  bstr_cBinary_fstream stream(file.Path());
-  const FaultyDisk disk;
-  detail::file_calls.write_at = [](std::intptr_t, const void*, std::int64_t n, std::int64_t) {
-    ++FaultyDisk::count;
-    return n;
-  };
-  auto& out = stream.Output();
-  EXPECT_TRUE(out.Seek(2147483647 - 4));
-  EXPECT_FALSE(Write(out, "12345") || out.bGood());
-  EXPECT_EQ(disk.count, 0);
-  EXPECT_TRUE(out.Seek(2147483647 - 4) && Write(out, "1234"));
-  EXPECT_FALSE(Write(out, "5"));
-  EXPECT_EQ(disk.count, 1);
-}
-
 TEST(FileStream, EveryFaultShowsAndPasses) {
   const TempFile file;
-  const std::string longer(10000, 'L');
+  std::string longer(10000, 'L');
+  for (std::size_t i = 0; i < longer.size(); i += 7) longer[i] = static_cast<char>(i);
   const auto use = [&](bstr_cBinary_istream& in, bstr_cBinary_ostream& out) {
     return in.Seek(3) && out.Seek(0) && Write(out, "head") && Write(out, longer) && in.Seek(2) &&
-           Read(in, 3) == "adL" && Read(in, 9999) == longer.substr(1);
+           Read(in, 2) == "ad" && Read(in, 10000) == longer;
   };
   for (const std::int64_t longest_move : {far, std::int64_t{1000}}) {
     int fault = -1;
@@ -232,22 +214,5 @@ TEST(FileStream, EveryFaultShowsAndPasses) {
     EXPECT_EQ(fault, longest_move == far ? 6 : 24);
   }
 }
-
-#if defined(RLIMIT_FSIZE) && !defined(DATASTORAGE_PLAIN_SYSTEM)
-TEST(FileStream, OutlivesTheFileSizeLimit) {
-  const TempFile file;
-  bstr_cBinary_fstream stream(file.Path());
-  rlimit before;
-  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
-  const rlimit small = {5, before.rlim_max};
-  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &small), 0);
-  EXPECT_FALSE(Write(stream.Output(), "0123456789"));
-  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &before), 0);
-  EXPECT_EQ(file.Bytes(), "01234");
-  EXPECT_EQ(stream.Output().Position(), 0);
-  EXPECT_TRUE(stream.Output().Seek(0) && Write(stream.Output(), "0123456789"));
-  EXPECT_EQ(file.Bytes(), "0123456789");
-}
-#endif
 
 }  // namespace

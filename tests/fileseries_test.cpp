@@ -102,6 +102,7 @@ TEST(FileSeries, RefusesHarmBeforeItIsDone) {
   const auto create = [&](int a, int b) { Log(file, Slots(a, b)); };
   EXPECT_THROW(create(0, 5), arr_cIndexException);
   EXPECT_THROW(create(65536, 65536), arr_cSizeException);
+  EXPECT_THROW(create(-1, -5), arr_cSizeException);
   EXPECT_EQ(Complaint([&] { create(268435445, 1); }), Message("Can't write to series file ", file));
   EXPECT_EQ(file.Bytes(), "old");
   const TempFile missing("missing");

@@ -34,6 +34,11 @@ class Messages : public testing::Test {
   void Attach(int i, unsigned short priority = 0xFFFF) { sender->AddReceiver(*At(i), priority); }
   void Detach(int i) { sender->RemoveReceiver(*At(i)); }
   std::optional<Receiver>& At(int i) { return receivers[static_cast<std::size_t>(i)]; }
+  /// Sends message 1 from within itself; b does something else then.
+  void Again(std::function<void()> deed) {
+    At(1)->on_first = std::move(deed);
+    sender->SendMessage(1, nullptr);
+  }
   /// Who heard the message, in order.
   std::string Send(unsigned long id) {
     log.clear();
@@ -72,6 +77,8 @@ TEST_F(Messages, SurviveWhateverAReceiverDoes) {
       {[&] { Attach(3), sender->SendMessage(2, nullptr); }, "ababcdc", "abcd"},
       {[&] { Detach(1), sender->SendMessage(2, nullptr), Attach(1), Attach(3); }, "abacc", "acbd"},
       {[&] { sender->QueueMessage(2, nullptr), Attach(3); }, "abcabcd", "abcd"},
+      {[&] { Again([&] { Attach(3); }), sender->SendMessage(2, nullptr); }, "ababcabcdc", "abcd"},
+      {[&] { Again([&] { sender->QueueMessage(2, nullptr); }); }, "ababccabc", "abc"},
       {[&] { At(1).reset(); }, "abc", "ac"},
       {[&] { At(0).reset(), At(2).reset(); }, "ab", "b"},
       {[&] { sender.reset(); }, "ab", ""},

@@ -129,8 +129,11 @@ TEST(NumberArray, TakesOneNumberForAllElementsAndConverts) {
   EXPECT_THAT(Values(line.Selection(9, 11)), ElementsAre(2.5, 2.5));
   parr_c2DNumberArray plane = Plane<short>(2, {1, 2, 3, 4});
   plane = pnum_cNumber(3);
-  EXPECT_EQ(plane.NumIndicesX(), 2);
   EXPECT_THAT(Values(plane.Selection(1, 1, 3, 2)), ElementsAre(3, 3));
+
+  plane = Plane<short>(3, {1, 2, 3});
+  plane = pnum_cNumber(0.5);
+  EXPECT_EQ(plane.NumIndicesX(), 3);
 
   line = arr_c1DNumberArray<Complex>(2, std::vector<Complex>{{1.5, 9}, {-300, 9}}.data());
   line.Convert(Type(dtyp_SBin16));

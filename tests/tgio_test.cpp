@@ -72,6 +72,7 @@ TYPED_TEST(TaggedStreams, RefuseWhatIsOfAnotherTypeOrKindAndGoOn) {
   EXPECT_TRUE(in.Read(thing));
   thing.read = [](typename TypeParam::In&) -> bool { throw 1; };
   EXPECT_THROW(in.Read(thing), int);
+  EXPECT_FALSE(in.eof());
   EXPECT_TRUE(in.SkipObject());
   EXPECT_TRUE(in.eof());
   EXPECT_FALSE(in.SkipObject());
@@ -80,7 +81,8 @@ TYPED_TEST(TaggedStreams, RefuseWhatIsOfAnotherTypeOrKindAndGoOn) {
 TYPED_TEST(TaggedStreams, WriteNothingOfAnObjectThatFails) {
   std::ostringstream stream;
   typename TypeParam::Out out(stream);
-  EXPECT_FALSE(WriteAtom(out, 1, int_atom)) << "no object is open";
+  const HandWritten plain(a_thing, {{int_atom, 2}});
+  EXPECT_FALSE(WriteAtom(out, 1, int_atom) || WriteAtom(out, plain, inner_atom)) << "no object is open";
   Thing<TypeParam> failing, outer;
   failing.write = [](auto& atoms) { return WriteAtom(atoms, 1, int_atom) && false; };
   EXPECT_FALSE(out.Write(failing));
@@ -89,7 +91,6 @@ TYPED_TEST(TaggedStreams, WriteNothingOfAnObjectThatFails) {
   outer.write = [&](auto& atoms) {
     return !WriteAtom(atoms, failing, inner_atom) && WriteAtom(atoms, 2, int_atom);
   };
-  const HandWritten plain(a_thing, {{int_atom, 2}});
   EXPECT_EQ(TaggedForm<TypeParam>(outer), TaggedForm<TypeParam>(plain));
   stream.setstate(std::ios::badbit);
   EXPECT_FALSE(out.Write(plain));
@@ -101,10 +102,19 @@ TYPED_TEST(TaggedStreams, NestToALimit) {
   Thing<TypeParam> thing;
   thing.write = [&](auto& out) { return depth == limit || (++depth, WriteAtom(out, thing, inner_atom)); };
   thing.read = [&](auto& in) { return ++depth, !in.bHasAtom() || in.Read(thing); };
-  std::istringstream deepest(TaggedForm<TypeParam>(thing));
+  const std::string form = TaggedForm<TypeParam>(thing);
+  const auto bRead = [&](const std::string& bytes) {
+    std::istringstream stream(bytes);
+    return bool{typename TypeParam::In(stream).Read(thing)};
+  };
   depth = 0;
-  EXPECT_TRUE(typename TypeParam::In(deepest).Read(thing));
+  EXPECT_TRUE(bRead(form));
   EXPECT_EQ(depth, limit);
+  const std::size_t length = form.size() + 2;
+  const std::string header = "\0\0\5"s + static_cast<char>(length % 256) + static_cast<char>(length / 256);
+  const bool binary = std::is_same_v<TypeParam, Binary>;
+  EXPECT_FALSE(
+      bRead(binary ? header + "\0\0\0\0\0\0\x34\x12"s + form : "object \"a thing\" {\nah " + form + "}\n"));
 
   depth = 1;
   ++limit;
@@ -112,24 +122,26 @@ TYPED_TEST(TaggedStreams, NestToALimit) {
   EXPECT_FALSE(typename TypeParam::Out(deeper).Write(thing));
 }
 
-/// Reads one thing out of `text` and says which byte and which integer it found.
+/// Reads one thing and says which byte, integer and text it found.
 template <class Kind>
-std::string ReadIntegers(const std::string& text) {
+std::string ReadAll(const std::string& bytes) {
   unsigned char byte = 0;
   int integer = 0;
+  str_cString text;
   Thing<Kind> thing;
   thing.read = [&](auto& in) {
     while (in.bHasAtom()) {
       const bool taken = (detail::bAtAtom(in, byte_atom) && in.Read(byte)) ||
-                         (detail::bAtAtom(in, int_atom) && in.Read(integer));
+                         (detail::bAtAtom(in, int_atom) && in.Read(integer)) ||
+                         (detail::bAtAtom(in, text_atom) && in.Read(text));
       if (!taken && !in.SkipObject()) return false;
     }
     return true;
   };
-  std::istringstream stream(text);
+  std::istringstream stream(bytes);
   typename Kind::In in(stream);
   if (!in.Read(thing)) return in.SkipObject() ? "damaged" : "cut off";
-  return std::to_string(byte) + " " + std::to_string(integer);
+  return std::to_string(byte) + " " + std::to_string(integer) + text.CString();
 }
 
 TEST(BinaryTaggedStreams, HaveTheseBytes) {
@@ -142,11 +154,11 @@ TEST(BinaryTaggedStreams, HaveTheseBytes) {
   EXPECT_EQ(TaggedForm<Binary>(HandWritten(a_thing, {{array_atom, &array}})),
             object("\5\0\6\7\0\0\0\0\0\0\0\x22\1\0\0\0\xfe\xff"s));
 
-  EXPECT_EQ(ReadIntegers<Binary>(object("\1\0\xee\2\0\0\0\0\0\0\0xy"s + five)), "0 5");     // unknown kind
-  EXPECT_EQ(ReadIntegers<Binary>(object("\2\0\2\3\0\0\0\0\0\0\0xyz"s + five)), "0 5");      // of a wrong size
-  EXPECT_EQ(ReadIntegers<Binary>(object("\1\0\1\2\0\0\0\0\0\0\x80x"s + five)), "damaged");  // a wild length
-  EXPECT_EQ(ReadIntegers<Binary>(object("\7\0\5\1\0\0\0\0\0\0\0x"s + five)), "damaged");    // without a type
-  EXPECT_EQ(ReadIntegers<Binary>("\0\0\5\xff\xff\xff\xff\xff\xff\xff\x7f"s + five), "cut off");
+  EXPECT_EQ(ReadAll<Binary>(object("\1\0\xee\2\0\0\0\0\0\0\0xy"s + five)), "0 5");     // unknown kind
+  EXPECT_EQ(ReadAll<Binary>(object(five + "\2\0\2\3\0\0\0\0\0\0\0xyz"s)), "0 5");      // of a wrong size
+  EXPECT_EQ(ReadAll<Binary>(object("\1\0\1\2\0\0\0\0\0\0\x80x"s + five)), "damaged");  // a wild length
+  EXPECT_EQ(ReadAll<Binary>(object("\7\0\5\1\0\0\0\0\0\0\0x"s + five)), "damaged");    // without a type
+  EXPECT_EQ(ReadAll<Binary>("\0\0\5\xff\xff\xff\xff\xff\xff\xff\x7f"s + five), "cut off");
 }
 
 TEST(ASCIITaggedStreams, HaveThisText) {
@@ -198,12 +210,14 @@ TEST(ASCIITaggedStreams, AreReadHoweverTheyAreLaidOut) {
       {"ah object \"a thing\" {\n} x\nac int 5", "damaged"},
       {"ah object \"a thing\" { } {\n}", "damaged"},
       {"ab string \"\nac int 5", "cut off"},
+      {"ae string word\nac int 5", "0 5"},
+      {"ae string \"\\x5g\"\nac int 5", "0 5"},
   };
   for (const auto& each : cases) {
-    EXPECT_EQ(ReadIntegers<Ascii>(object(each.atoms)), each.read) << each.atoms;
+    EXPECT_EQ(ReadAll<Ascii>(object(each.atoms)), each.read) << each.atoms;
   }
-  EXPECT_EQ(ReadIntegers<Ascii>("what is this\n" + object("")), "damaged");
-  EXPECT_EQ(ReadIntegers<Ascii>("}" + object("")), "damaged");
+  EXPECT_EQ(ReadAll<Ascii>("what is this\n" + object("")), "damaged");
+  EXPECT_EQ(ReadAll<Ascii>("}" + object("")), "damaged");
 }
 
 TEST(NumberArrays, RefuseContentsThatDoNotFit) {
