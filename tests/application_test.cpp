@@ -1,6 +1,4 @@
-#include <gtest/gtest.h>
-#include <optional>
-
+#include "test.h"
 #include <DataStorage/interfaces/expt.h>
 #include <DataStorage/services/application.h>
 

@@ -1,20 +1,15 @@
 #pragma once
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-#include <limits>
-#include <string>
-#include <vector>
 
 #include "support.h"
+#include "test.h"
 #include <DataStorage/arrays/parray2d.h>
 
 // What the tests of arrays have in common.
 
 using fuzz::RawForm;
 using EveryElementType = detail::ElementTypes::Apply<testing::Types>;
-
-constexpr int largest = std::numeric_limits<int>::max();
 
 /// 1, 2, 3 ... as elements; complex ones have an imaginary part.
 template <class T>

@@ -1,11 +1,8 @@
-#include <numeric>
-
 #include "arrays.h"
 #include <DataStorage/services/binimage.h>
 
 namespace {
 
-using namespace std::string_literals;
 using Image = arr_c2DNumberArray<unsigned char>;
 
 Image Picture(int nx, int ny) {

@@ -1,5 +1,3 @@
-#include <optional>
-
 #include "arrays.h"
 #include <DataStorage/data/barray.h>
 #include <DataStorage/data/darray2d.h>

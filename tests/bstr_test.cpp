@@ -1,7 +1,3 @@
-#include <gtest/gtest.h>
-#include <limits>
-#include <string>
-
 #include "disk.h"
 #include <DataStorage/interfaces/bstr.h>
 

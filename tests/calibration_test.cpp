@@ -1,11 +1,3 @@
-#include <climits>
-#include <cmath>
-#include <gtest/gtest.h>
-#include <limits>
-#include <tuple>
-#include <utility>
-#include <vector>
-
 #include "tagged.h"
 #include <DataStorage/calibration/arraycal.h>
 

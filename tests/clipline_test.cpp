@@ -1,10 +1,3 @@
-#include <gtest/gtest.h>
-#include <limits>
-#include <numbers>
-#include <string>
-#include <utility>
-#include <vector>
-
 #include "receivers.h"
 #include <DataStorage/positions/clipline.h>
 

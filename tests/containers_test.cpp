@@ -1,6 +1,3 @@
-#include <optional>
-#include <tuple>
-
 #include "arrays.h"
 
 namespace {

@@ -1,16 +1,11 @@
 #include "log.h"
 //
-#include <algorithm>
 #include <atomic>
 #include <filesystem>
-#include <functional>
-#include <new>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
-
-#include "seed.h"
 
 // What other processes, and the system, do to a series while it is open.
 
@@ -51,7 +46,7 @@ TEST(Crash, KillsOfAWriterLoseNothing) {
   { const Log create(file, Slots(slots)); }
   constexpr int access = PROT_READ | PROT_WRITE, kind = MAP_SHARED | MAP_ANONYMOUS;
   auto* const shared = new (::mmap(nullptr, sizeof(Shared), access, kind, -1, 0)) Shared{};
-  std::mt19937 random(Seed());
+  std::mt19937 random(RandomSeed());
   int cut_short = 0;
   for (int kill = 0; kill < kills && !HasFailure(); ++kill) {
     SCOPED_TRACE(kill);

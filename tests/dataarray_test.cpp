@@ -1,5 +1,3 @@
-#include <numeric>
-
 #include "arrays.h"
 #include "tagged.h"
 #include <DataStorage/data/convert.h>
@@ -8,8 +6,6 @@ namespace {
 
 using testing::ElementsAre;
 
-constexpr double not_a_number = std::numeric_limits<double>::quiet_NaN();
-constexpr double infinity = std::numeric_limits<double>::infinity();
 using Cal = cal_c1DArrayCal;
 using Cal2D = cal_c2DArrayCal;
 

@@ -1,8 +1,5 @@
 #include <DataStorage/series/datatag.h>
 //
-#include <gtest/gtest.h>
-#include <limits>
-#include <memory>
 
 #include "series.h"
 

@@ -1,5 +1,4 @@
-#include <gtest/gtest.h>
-
+#include "test.h"
 #include <DataStorage/numbers/datatype.h>
 
 namespace {

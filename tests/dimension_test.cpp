@@ -1,7 +1,5 @@
 #include <DataStorage/series/dimension.h>
 //
-#include <gtest/gtest.h>
-#include <limits>
 
 #include "series.h"
 

@@ -1,14 +1,6 @@
 #pragma once
 
-#include <cstdio>
-#include <fstream>
-#include <functional>
-#include <gtest/gtest.h>
-#include <limits>
-#include <sstream>
-#include <string>
-#include <utility>
-
+#include "test.h"
 #include <DataStorage/interfaces/str.h>
 #include <Utility/system.h>
 

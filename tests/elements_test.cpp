@@ -1,20 +1,8 @@
-#include <algorithm>
-#include <bit>
-#include <cmath>
-#include <complex>
-#include <cstring>
-#include <gtest/gtest.h>
-#include <limits>
-#include <random>
-#include <utility>
-#include <vector>
-
+#include "test.h"
 #include <DataStorage/interfaces/elementloop.h>
 #include <DataStorage/numbers/elements.h>
 
 namespace {
-
-constexpr double infinity = std::numeric_limits<double>::infinity();
 
 template <class T>
 constexpr bool is_complex = false;

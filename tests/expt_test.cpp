@@ -1,5 +1,4 @@
-#include <gtest/gtest.h>
-
+#include "test.h"
 #include <DataStorage/interfaces/expt.h>
 
 namespace {

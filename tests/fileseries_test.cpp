@@ -1,10 +1,5 @@
 #include "log.h"
 //
-#include <array>
-#include <functional>
-#include <iterator>
-#include <memory>
-#include <sstream>
 
 namespace {
 

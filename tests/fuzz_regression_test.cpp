@@ -1,12 +1,8 @@
 #include <filesystem>
-#include <fstream>
-#include <gtest/gtest.h>
-#include <sstream>
-#include <string>
-#include <vector>
 
 #include "seeds.h"
 #include "targets.h"
+#include "test.h"
 
 namespace {
 

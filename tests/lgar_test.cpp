@@ -1,6 +1,4 @@
-#include <gtest/gtest.h>
-#include <string>
-
+#include "test.h"
 #include <DataStorage/interfaces/lgar.h>
 
 namespace {

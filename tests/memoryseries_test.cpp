@@ -1,8 +1,5 @@
 #include <DataStorage/series/memoryseries.h>
 //
-#include <gtest/gtest.h>
-#include <memory>
-#include <new>
 
 #include "series.h"
 

@@ -1,10 +1,4 @@
-#include <functional>
-#include <gtest/gtest.h>
-#include <optional>
-#include <stdexcept>
-#include <string>
-#include <vector>
-
+#include "test.h"
 #include <DataStorage/interfaces/mesg.h>
 
 namespace {

@@ -3,7 +3,6 @@
 namespace {
 
 using testing::ElementsAre;
-using namespace std::string_literals;
 
 using Range = rnge_c1DIndexRange;
 using Range2D = rnge_c2DIndexRange;

@@ -1,15 +1,8 @@
-#include <gtest/gtest.h>
-#include <limits>
-#include <sstream>
-#include <string>
-
+#include "test.h"
 #include <DataStorage/interfaces/expt.h>
 #include <DataStorage/numbers/pnumber.h>
 
 namespace {
-
-constexpr double infinity = std::numeric_limits<double>::infinity();
-constexpr double not_a_number = std::numeric_limits<double>::quiet_NaN();
 
 using Complex64 = comp_cComplex<float>;
 using Complex128 = comp_cComplex<double>;

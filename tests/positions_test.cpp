@@ -1,7 +1,3 @@
-#include <cmath>
-#include <gtest/gtest.h>
-#include <memory>
-
 #include "receivers.h"
 #include "tagged.h"
 #include <DataStorage/positions/pos1d.h>

@@ -1,8 +1,3 @@
-#include <gtest/gtest.h>
-#include <memory>
-#include <utility>
-#include <vector>
-
 #include "receivers.h"
 #include "tagged.h"
 #include <DataStorage/positions/poslist.h>

@@ -1,13 +1,3 @@
-#include <array>
-#include <cfloat>
-#include <climits>
-#include <cmath>
-#include <gtest/gtest.h>
-#include <limits>
-#include <numbers>
-#include <utility>
-#include <vector>
-
 #include "receivers.h"
 #include "tagged.h"
 #include <DataStorage/positions/range1d.h>

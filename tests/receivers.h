@@ -1,10 +1,6 @@
 #pragma once
 
-#include <functional>
-#include <gtest/gtest.h>
-#include <string>
-#include <utility>
-
+#include "test.h"
 #include <DataStorage/interfaces/expt.h>
 #include <DataStorage/interfaces/mesg.h>
 

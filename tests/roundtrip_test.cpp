@@ -1,18 +1,5 @@
-#include <algorithm>
-#include <cmath>
-#include <cstring>
-#include <functional>
-#include <gtest/gtest.h>
-#include <iterator>
-#include <limits>
-#include <random>
-#include <sstream>
-#include <string>
-#include <tuple>
-#include <type_traits>
-
 #include "objects.h"
-#include "seed.h"
+#include "test.h"
 #include <DataStorage/interfaces/atoms.h>
 #include <DataStorage/series/datatag.h>
 #include <DataStorage/series/dimension.h>
@@ -167,7 +154,7 @@ class Random {
 
 /// Tries a property with many objects.
 void Repeat(const std::function<void(Random&)>& property) {
-  Random random(Seed());
+  Random random(RandomSeed());
   for (int i = 0; i < 1000 && !testing::Test::HasFailure(); ++i) property(random);
 }
 

@@ -1,11 +1,7 @@
 #pragma once
 
-#include <cstdio>
-#include <gtest/gtest.h>
-#include <initializer_list>
-#include <string>
-
 #include "support.h"
+#include "test.h"
 #include <DataStorage/series/seriesbase.h>
 
 using fuzz::RawForm;

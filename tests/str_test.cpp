@@ -1,11 +1,7 @@
-#include <bit>
 #include <charconv>
-#include <cmath>
-#include <gtest/gtest.h>
-#include <limits>
 #include <locale>
-#include <random>
 
+#include "test.h"
 #include <DataStorage/interfaces/str.h>
 
 namespace {

@@ -1,11 +1,6 @@
 #pragma once
 
-#include <algorithm>
-#include <sstream>
-#include <utility>
-#include <variant>
-#include <vector>
-
+#include "test.h"
 #include <DataStorage/interfaces/atoms.h>
 
 /// Tagged streams of both kinds for tests.

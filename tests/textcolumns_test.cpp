@@ -1,13 +1,7 @@
-#include <cmath>
-#include <fstream>
-#include <sstream>
-
 #include "arrays.h"
 #include <DataStorage/data/asciirw.h>
 
 namespace {
-
-using namespace std::string_literals;
 
 using Cal = cal_c1DArrayCal;
 

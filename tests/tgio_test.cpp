@@ -1,13 +1,8 @@
-#include <cmath>
-#include <functional>
-#include <gtest/gtest.h>
-
 #include "objects.h"
 #include "tagged.h"
 
 namespace {
 
-using namespace std::string_literals;
 using detail::AtomId;
 using detail::WriteAtom;
 using fuzz::Ascii;

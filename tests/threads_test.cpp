@@ -1,9 +1,5 @@
-#include <functional>
-#include <gtest/gtest.h>
 #include <latch>
-#include <string>
 #include <thread>
-#include <vector>
 
 #include "disk.h"
 #include "receivers.h"
