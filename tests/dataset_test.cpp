@@ -25,7 +25,7 @@ TEST(Dataset, HoldsACopyOfEachKind) {
                                "number",  "1D data array",    "2D data array"};
   for (std::size_t held = 0; held < std::size(all); ++held) {
     const data_cDataset& each = all[held];
-    EXPECT_EQ(each.DatasetType(), static_cast<int>(held));
+    EXPECT_EQ(each.DatasetType(), data_Boolean + static_cast<int>(held));
     const std::string complaints[] = {Complaint<type_cBoolean>(each),     Complaint<barr_c1DBoolArray>(each),
                                       Complaint<barr_c2DBoolArray>(each), Complaint<pnum_cNumber>(each),
                                       Complaint<darr_c1DArray>(each),     Complaint<darr_c2DArray>(each)};
