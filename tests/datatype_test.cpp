@@ -40,19 +40,16 @@ TEST(DataType, DescribesTheTenTypesAndNothingElse) {
 }
 
 TEST(DataType, MaxHoldsBothAndIsSymmetric) {
-  struct Row {
-    dtyp_eDataType a, b, max;
-  };
-  const Row rows[] = {
+  const dtyp_eDataType rows[][3] = {
       {dtyp_UBin8, dtyp_UBin32, dtyp_UBin32},         {dtyp_UBin32, dtyp_SBin8, dtyp_SBin32},
       {dtyp_UBin16, dtyp_SBin8, dtyp_SBin16},         {dtyp_UBin8, dtyp_SBin8, dtyp_SBin8},
       {dtyp_UBin8, dtyp_SBin32, dtyp_SBin32},         {dtyp_SBin8, dtyp_SBin16, dtyp_SBin16},
       {dtyp_SBin32, dtyp_Float32, dtyp_Float32},      {dtyp_UBin32, dtyp_Float32, dtyp_Float32},
       {dtyp_Float64, dtyp_Complex64, dtyp_Complex64}, {dtyp_Complex128, dtyp_UBin8, dtyp_Complex128},
       {dtyp_NoType, dtyp_UBin8, dtyp_UBin8},          {dtyp_NoType, dtyp_NoType, dtyp_NoType}};
-  for (const Row& row : rows) {
-    EXPECT_EQ(dtyp_Max(row.a, row.b).Type(), row.max) << row.a << ' ' << row.b;
-    EXPECT_EQ(dtyp_Max(row.b, row.a).Type(), row.max) << row.b << ' ' << row.a;
+  for (const auto& [a, b, max] : rows) {
+    EXPECT_EQ(dtyp_Max(a, b).Type(), max) << a << ' ' << b;
+    EXPECT_EQ(dtyp_Max(b, a).Type(), max) << b << ' ' << a;
   }
 }
 

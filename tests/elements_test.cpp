@@ -68,11 +68,11 @@ Target RealRule(Source value) {
 /// The rule for one element, with the real part of complex sources.
 template <class Target, class Source>
 Target Rule(const Source& value) {
-  if constexpr (is_complex<Source> && is_complex<Target>) {
+  if constexpr (is_complex<Target>) {
     using Part = decltype(Target().Real());
-    return {RealRule<Part>(value.Real()), RealRule<Part>(value.Imaginary())};
-  } else if constexpr (is_complex<Target>) {
-    return {RealRule<decltype(Target().Real())>(value)};
+    if constexpr (is_complex<Source>)
+      return {RealRule<Part>(value.Real()), RealRule<Part>(value.Imaginary())};
+    return {Rule<Part>(value)};
   } else if constexpr (is_complex<Source>) {
     return RealRule<Target>(value.Real());
   } else {
@@ -138,17 +138,12 @@ TEST(Elements, StayWithinTheTarget) {
 
 TEST(Elements, OfComplexNumbersBecomeWhatTheCallerNames) {
   const std::vector<comp_cComplex<double>> source = {{3, 4}};
-  struct Row {
-    int conversion;
-    double value;
-    int rounded;
-  };
-  for (const Row& row :
-       {Row{0, 3, 3}, Row{1, 4, 4}, Row{2, 5, 5}, Row{3, std::atan2(4, 3), 1}, Row{4, 3, 3}, Row{-1, 3, 3}}) {
-    const auto conversion = static_cast<conv_eComplexConversion>(row.conversion);
-    EXPECT_DOUBLE_EQ((Converted<comp_cComplex<double>, double>(source, conversion)[0]), row.value);
-    EXPECT_FLOAT_EQ((Converted<comp_cComplex<double>, float>(source, conversion)[0]), float(row.value));
-    EXPECT_EQ((Converted<comp_cComplex<double>, short>(source, conversion)[0]), row.rounded);
+  const std::pair<int, double> rows[] = {{0, 3}, {1, 4}, {2, 5}, {3, std::atan2(4, 3)}, {4, 3}, {-1, 3}};
+  for (const auto& [number, value] : rows) {
+    const auto conversion = static_cast<conv_eComplexConversion>(number);
+    EXPECT_DOUBLE_EQ((Converted<comp_cComplex<double>, double>(source, conversion)[0]), value);
+    EXPECT_FLOAT_EQ((Converted<comp_cComplex<double>, float>(source, conversion)[0]), float(value));
+    EXPECT_EQ((Converted<comp_cComplex<double>, short>(source, conversion)[0]), std::lround(value));
     EXPECT_EQ((Converted<comp_cComplex<double>, comp_cComplex<float>>(source, conversion)[0]),
               comp_cComplex<float>(3, 4));
   }

@@ -103,18 +103,6 @@ TEST(Number, RefusesTypesThatDoNotExist) {
   }
 }
 
-TEST(Number, ConvertsWithRoundingAndByTheNamedPart) {
-  pnum_cNumber number(2.5);
-  number.Convert(dtyp_SBin16);
-  EXPECT_EQ(ValueOf<short>(number), 2);
-  EXPECT_EQ(pnum_cNumber(Complex128(3, 4)).Value(), 3);
-  number = Complex128(3, 4);
-  number.Convert(dtyp_Float32, conv_Magnitude);
-  EXPECT_EQ(ValueOf<float>(number), 5);
-  number.Convert(dtyp_Complex64);
-  EXPECT_EQ(ValueOf<Complex64>(number), Complex64(5, 0));
-}
-
 TEST(Number, WritesBytesAsNumbersAndFormatsAsTheStreamSays) {
   EXPECT_EQ(Written(static_cast<char>(65)), "65");
   EXPECT_EQ(Written(static_cast<char>(-1)), "-1");
@@ -132,16 +120,12 @@ TEST(Number, AsTextLeavesOutWhatComplexNumbersDoNotNeed) {
   EXPECT_EQ(Text(4294967295u), "4294967295");
   EXPECT_EQ(Text(1.25, 6, 2), str_cString(1.25, 6, 2).CString());
 
-  struct Row {
-    double re, im;
-    const char* text;
-  };
-  const Row rows[] = {
+  const std::tuple<double, double, const char*> rows[] = {
       {3, 4, "3 + 4i"}, {3, -4, "3 - 4i"}, {3, 1, "3 + i"}, {3, -1, "3 - i"},  {0, 2, "2i"},
       {0, -2, "-2i"},   {0, 1, "i"},       {0, -1, "-i"},   {1e-310, 2, "2i"}, {-1.5, 2.5, "-1.5 + 2.5i"}};
-  for (const Row& row : rows) {
-    EXPECT_EQ(Text(Complex128(row.re, row.im)), row.text);
-    EXPECT_EQ(Text(Complex64(float(row.re), float(row.im))), row.text);
+  for (const auto& [re, im, text] : rows) {
+    EXPECT_EQ(Text(Complex128(re, im)), text);
+    EXPECT_EQ(Text(Complex64(float(re), float(im))), text);
   }
   EXPECT_EQ(Text(pnum_cNumber(3.0, dtyp_Complex128)), "3");
   EXPECT_EQ(Text(Complex128(3, -4), 3, 1), "  3 -   4i");

@@ -99,12 +99,6 @@ TEST(Positions, StayUsableWhateverReceiversDo) {
   EXPECT_EQ(last.Heard(), "") << "the change ends with the position";
 }
 
-TEST(Positions, CompareExactlyButNullByIdentity) {
-  EXPECT_NE(pos_c2DPosition(3, 4), pos_c2DPosition(3, std::nextafter(4.0, 5.0)));
-  EXPECT_TRUE(pos_c1DPosition::Null.IsNull() && pos_c2DPosition::Null.IsNull());
-  EXPECT_FALSE(pos_c1DPosition(pos_c1DPosition::Null).IsNull());
-}
-
 TEST(Positions, AreReadLikeAnyOtherChange) {
   for (StreamKind kind : bothStreamKinds) {
     pos_c1DPosition x(5);

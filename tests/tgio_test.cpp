@@ -40,8 +40,9 @@ TYPED_TEST(TaggedStreams, RefuseWhatIsOfAnotherTypeOrKindAndGoOn) {
                                       {text_atom, str_cString("text")},
                                       {array_atom, &floats},
                                       {int_atom, 7}});
-  const std::string form = TaggedForm<TypeParam>(written);
-  std::istringstream stream(form + form);
+  std::stringstream stream;
+  typename TypeParam::Out out(stream);
+  ASSERT_TRUE(out.Write(written) && out.Write(written));
   typename TypeParam::In in(stream);
   EXPECT_FALSE(in.eof());
   pos_c1DPosition other;
