@@ -49,11 +49,11 @@ TEST(FileSeries, IsFoundAgainByIndexPositionAndTag) {
   EXPECT_EQ(Complaint([&] { reader.ResetWriteIndex(); }), Message("Can't write to series file ", file));
   EXPECT_EQ(reader.CheckedCount(), 3);  // which gives the sample tag
   reader = series;
-  reader.Append("", dtsr_cDataTag());
+  reader.Append("", dtsr_c2DPosition());
   EXPECT_EQ(reader.TagTypeID(), 0x150U);
   EXPECT_EQ(copy.CheckedCount(), 3);
-  Log(file).Append("", dtsr_cDataTag());
-  EXPECT_EQ(file.Bytes().substr(10, 4), Hex("50 01 00 00"));
+  Log(file).Append("", dtsr_c2DPosition());
+  EXPECT_EQ(file.Bytes().substr(10, 4), Hex("32 01 00 00"));
 }
 
 /// A tag with more bytes than those of the library have.
@@ -187,14 +187,15 @@ void FailEachCall(int also_failing, const std::function<void()>& prepare,
 TEST(FileSeries, SurvivesFailingWrites) {
   const TempFile file;
   std::unique_ptr<Log> series;
+  constexpr auto append = [](Log& log) { log.AppendNext(); };
+  constexpr auto empty = [](Log& log) { log.ResetWriteIndex(); };
   struct {
-    int slots, count, after;
+    int slots, count;
     void (*operation)(Log&);
-  } const cases[] = {{3, 0, 1, [](Log& s) { s.AppendNext(); }},
-                     {3, 1, 2, [](Log& s) { s.AppendNext(); }},
-                     {3, 2, 3, [](Log& s) { s.AppendNext(); }},
-                     {3, 3, 0, [](Log& s) { s.ResetWriteIndex(); }},
-                     {9000, 2, 0, [](Log& s) { s.ResetWriteIndex(); }}};
+    void (*next)(Log&);
+    int after;
+  } const cases[] = {{3, 0, append, append, 1}, {3, 1, append, append, 2}, {3, 2, append, append, 3},
+                     {3, 3, empty, empty, 0},   {3, 2, empty, append, 3},  {9000, 2, empty, empty, 0}};
   for (const auto& c : cases) {
     for (const int also_failing : {0, 1000}) {
       std::string before;
@@ -212,7 +213,7 @@ TEST(FileSeries, SurvivesFailingWrites) {
             EXPECT_EQ(series->TagTypeID() == 0, c.count == 0);
             EXPECT_GE(CountInFile(file), 0);
             EXPECT_TRUE(also_failing > 0 || head() == before);
-            c.operation(*series);
+            c.next(*series);
             EXPECT_EQ(CountInFile(file), c.after);
           });
     }
