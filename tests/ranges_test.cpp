@@ -86,7 +86,9 @@ TEST(Range1D, IsSetAndFollowsItsCenter) {
 
 TEST(Range1D, NegotiatesBetweenItsLimitsAndThoseOfItsCenter) {
   Watched1D watched{rnge_c1DRange(0, 2)};
-  auto& [range, limit, center_limit] = watched;
+  auto& range = watched.range;
+  auto& limit = watched.watcher;
+  auto& center_limit = watched.center;
   center_limit.OnOffer([](auto& change) {
     change.Modified = change.NewPosition.X() > 5;
     if (change.Modified) change.NewPosition.SetX(5);
@@ -109,7 +111,9 @@ TEST(Range2D, IsSetAndNegotiatesLikeRange1D) {
   using Range = rnge_c2DRange;
   EXPECT_EQ(Range(4, 6, 0, 2), Range(2, 4, 4, 4, 0));
   Watched2D watched{Range(4, 6, 0, 2)};
-  auto& [range, limit, center_limit] = watched;
+  auto& range = watched.range;
+  auto& limit = watched.watcher;
+  auto& center_limit = watched.center;
   watched.Check({{[](Range& r) { r.SetAngle(0.5); }, {2, 4, 4, 4, 0.5}, "oa|"},
                  {[](Range& r) { r.SetSize(1, 2); }, {2, 4, 1, 2, 0.5}, "oa|"},
                  {[](Range& r) { r.Move(6, 5); }, {8, 9, 1, 2, 0.5}, "oa|oa"},
