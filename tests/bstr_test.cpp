@@ -143,10 +143,12 @@ TEST(FileStream, WindowHidesNoWriteThroughAnyCopy) {
   EXPECT_EQ(Read(stream.Input(), 2), "01");
 
   const TempFile other_file("other");
-  other_file.SetBytes("another file");
   bstr_cBinary_fstream copy(stream), assigned(other_file.Path());
+  EXPECT_TRUE(Write(assigned.Output(), "another file"));
   EXPECT_EQ(Read(assigned.Input(), 2), "an");
   assigned = copy;
+  EXPECT_EQ(Read(assigned.Input(), 2), "23") << "not out of the window on the other file";
+  EXPECT_TRUE(assigned.Input().Seek(2));
   EXPECT_TRUE(copy.Output().Seek(2));
   EXPECT_TRUE(Write(copy.Output(), "ab") && Write(stream.Output(), "X"));
   EXPECT_EQ(Read(stream.Input(), 3), "ab4");

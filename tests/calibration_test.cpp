@@ -60,17 +60,6 @@ TEST(Calibration, KeepsPositionsWhenElementsBecomeAnArrayOfTheirOwn) {
   EXPECT_EQ(cal_cArrayCal(0.0, 1.0, INT_MAX).Rebased(INT_MIN, true).CalIndex(), INT_MAX);
 }
 
-TEST(Calibration, ComparesExactlyAndKnowsNullByIdentity) {
-  const cal_c2DArrayCal plane(1, 2, 3, 4, 5, 6);
-  EXPECT_EQ(plane.CalX(), cal_c1DArrayCal(1, 3, 5));
-  EXPECT_EQ(plane.CalY(), cal_c1DArrayCal(2, 4, 6));
-  EXPECT_NE(cal_c1DArrayCal(0, std::nextafter(1.0, 2.0)), cal_c1DArrayCal());
-  EXPECT_TRUE(cal_c1DArrayCal::Null.IsNull());
-  EXPECT_FALSE(cal_c1DArrayCal(cal_c1DArrayCal::Null).IsNull());
-  EXPECT_FALSE(cal_c1DArrayCal::Default.IsNull());
-  EXPECT_EQ(cal_c1DArrayCal::Default, cal_c1DArrayCal::Null);
-}
-
 TEST(Calibration, ReadsWhatAStreamHoldsAndNothingElse) {
   for (StreamKind kind : bothStreamKinds) {
     cal_c1DArrayCal cal(9, 9, 9);

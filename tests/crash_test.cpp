@@ -1,11 +1,11 @@
-#include "log.h"
-//
 #include <atomic>
 #include <filesystem>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
+
+#include "log.h"
 
 // What other processes, and the system, do to a series while it is open.
 

@@ -29,7 +29,8 @@ class TempFile {
 };
 
 /// Stands between file streams and the system while it lives: counts the calls, makes one of them (0 is the
-/// next one) and as many after it as told fail, and may move less than it was asked to.
+/// next one) and as many after it as told fail, may move less than it was asked to, and lets the test have a
+/// look before each write.
 class FaultyDisk {
  public:
   FaultyDisk() : calls_(std::exchange(detail::file_calls, {Open, ReadAt, WriteAt, Size, real.close})) {

@@ -1,5 +1,4 @@
 #include "log.h"
-//
 
 namespace {
 

@@ -1,9 +1,8 @@
 #pragma once
 
-#include <DataStorage/series/fileseries.h>
-//
 #include "disk.h"
 #include "series.h"
+#include <DataStorage/series/fileseries.h>
 
 inline dtsr_cDimensionArray Slots(int a, int b = 1) {
   dtsr_cDimensionArray dimensions(2);

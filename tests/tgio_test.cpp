@@ -118,6 +118,36 @@ TYPED_TEST(TaggedStreams, NestToALimit) {
   EXPECT_FALSE(typename TypeParam::Out(deeper).Write(thing));
 }
 
+/// Writes any bytes as the contents of an array.
+struct Contents : tgio_cStreamObject {
+  explicit Contents(std::string its_bytes) : bytes(std::move(its_bytes)) {}
+  using tgio_cStreamObject::WriteStream;
+  type_cBoolean ReadStream(tgio_cBinary_istream&) override { return false; }
+  type_cBoolean WriteStream(tgio_cBinary_ostream& out) const override {
+    return out.WriteBytes(bytes.data(), bytes.size());
+  }
+  std::string bytes;
+};
+
+TYPED_TEST(TaggedStreams, TakeContentsOfAnArraysTypeAndSizeOnly) {
+  arr_c1DNumberArray<type_cBoolean> line;
+  arr_c2DNumberArray<type_cBoolean> plane;
+  const auto read = [](auto& array, const std::string& bytes) {
+    const Contents contents(bytes);
+    Thing<TypeParam> thing;
+    thing.read = [&](auto& in) { return bool{in.Read(array)}; };
+    std::istringstream stream(TaggedForm<TypeParam>(HandWritten(a_thing, {{array_atom, &contents}})));
+    return bool{typename TypeParam::In(stream).Read(thing)};
+  };
+  EXPECT_TRUE(read(plane, "\x81\1\0\0\0\2\0\0\0\2\0"s));
+  EXPECT_EQ(*reinterpret_cast<const unsigned char*>(plane.Data()), 1) << "true, whatever byte it was";
+  for (const std::string& bad : {"\x81\1\0\0\0\2\0\0\0\1"s, "\x81\1\0\0\0\2\0\0\0\1\1\1"s, "\x81\1\0"s,
+                                 "\x01\1\0\0\0\1\0\0\0\1"s, "\x81\xff\xff\xff\xff\xff\xff\xff\xff\1"s})
+    EXPECT_FALSE(read(plane, bad));
+  for (const std::string& bad : {"\x81\1\0\0\0"s, "\x81\1\0\0\0\1\1"s, "\x01\1\0\0\0\1"s})
+    EXPECT_FALSE(read(line, bad));
+}
+
 /// Reads one thing and says which byte, integer and text it found.
 template <class Kind>
 std::string ReadAll(const std::string& bytes) {
