@@ -1,23 +1,17 @@
 #include <algorithm>
 #include <cairo-pdf.h>
 #include <cairo-svg.h>
-#include <cairo.h>
 #include <cmath>
-#include <cstdint>
 #include <iterator>
-#include <memory>
 #include <numbers>
 #include <utility>
 
-#include "failure.h"
 #include "figure.h"
+#include "surface.h"
 
 namespace dseries {
 
 namespace {
-
-using Surface = std::unique_ptr<cairo_surface_t, decltype(&cairo_surface_destroy)>;
-using Context = std::unique_ptr<cairo_t, decltype(&cairo_destroy)>;
 
 // Lengths are in points.
 constexpr double margin = 12, gap = 8, tick_length = 4;
@@ -28,70 +22,6 @@ constexpr double bar_width = 14, bar_gap = 18;
 constexpr double png_scale = 2;  ///< pixels of a PNG in a point
 
 constexpr Rgb ink{40, 40, 40}, pale_ink{105, 105, 105}, grid{228, 228, 228}, no_value{206, 216, 228};
-
-void Check(cairo_status_t status) {
-  if (status != CAIRO_STATUS_SUCCESS) Fail("the figure cannot be drawn: {}", cairo_status_to_string(status));
-}
-
-Surface Checked(cairo_surface_t* surface) {
-  Surface owner(surface, cairo_surface_destroy);
-  Check(cairo_surface_status(surface));
-  return owner;
-}
-
-cairo_status_t Collect(void* bytes, const unsigned char* data, unsigned int length) {
-  static_cast<std::string*>(bytes)->append(reinterpret_cast<const char*>(data), length);
-  return CAIRO_STATUS_SUCCESS;
-}
-
-std::string AsPng(const Surface& surface) {
-  std::string bytes;
-  Check(cairo_surface_write_to_png_stream(surface.get(), Collect, &bytes));
-  return bytes;
-}
-
-std::uint32_t Opaque(Rgb color) {
-  return 0xFF000000U | static_cast<std::uint32_t>(color.red) << 16 |
-         static_cast<std::uint32_t>(color.green) << 8 | color.blue;
-}
-
-/// One pixel for each value, transparent where it is not a number. Rows of pictures begin at the top.
-Surface PixelsOf(const Raster& raster) {
-  constexpr int most = 32767;
-  const int nx = raster.values.NumIndicesX(), ny = raster.values.NumIndicesY();
-  if (nx > most || ny > most) {
-    Fail("{} x {} elements are too many for a picture, which has up to {} a side; rescale them", nx, ny,
-         most);
-  }
-  Surface surface = Checked(cairo_image_surface_create(CAIRO_FORMAT_ARGB32, nx, ny));
-  unsigned char* const pixels = cairo_image_surface_get_data(surface.get());
-  const auto stride = static_cast<std::ptrdiff_t>(cairo_image_surface_get_stride(surface.get()));
-  const double* value = raster.values.Data();
-  cairo_surface_flush(surface.get());
-  for (int j = ny - 1; j >= 0; --j) {
-    auto* pixel = reinterpret_cast<std::uint32_t*>(pixels + j * stride);
-    for (int i = 0; i < nx; ++i, ++pixel, ++value) {
-      const double part = raster.scale.Part(*value);
-      *pixel = std::isnan(part) ? 0 : Opaque(raster.colors.At(part));
-    }
-  }
-  cairo_surface_mark_dirty(surface.get());
-  return surface;
-}
-
-/// So many times as wide and as high.
-Surface Enlarged(Surface pixels, int times_x, int times_y) {
-  if (times_x == 1 && times_y == 1) return pixels;
-  Surface larger = Checked(
-      cairo_image_surface_create(CAIRO_FORMAT_ARGB32, times_x * cairo_image_surface_get_width(pixels.get()),
-                                 times_y * cairo_image_surface_get_height(pixels.get())));
-  const Context cairo(cairo_create(larger.get()), cairo_destroy);
-  cairo_scale(cairo.get(), times_x, times_y);
-  cairo_set_source_surface(cairo.get(), pixels.get(), 0, 0);
-  cairo_pattern_set_filter(cairo_get_source(cairo.get()), CAIRO_FILTER_NEAREST);
-  cairo_paint(cairo.get());
-  return larger;
-}
 
 bool bHasGaps(const Raster& raster) {
   const double* values = raster.values.Data();
@@ -446,7 +376,7 @@ void PaintOn(const Surface& surface, const Figure& figure, double scale) {
   const Context cairo(cairo_create(surface.get()), cairo_destroy);
   cairo_scale(cairo.get(), scale, scale);
   Painter(cairo.get(), figure).Paint();
-  Check(cairo_status(cairo.get()));
+  CheckDrawn(cairo_status(cairo.get()));
 }
 
 /// Width and height in points.
@@ -485,10 +415,8 @@ std::string Painted(const Figure& figure, Paper paper) {
   const Surface surface = Checked(create(Collect, &bytes, width, height));
   PaintOn(surface, figure, 1);
   cairo_surface_finish(surface.get());
-  Check(cairo_surface_status(surface.get()));
+  CheckDrawn(cairo_surface_status(surface.get()));
   return bytes;
 }
-
-std::string PixelsAsPng(const Raster& raster) { return AsPng(PixelsOf(raster)); }
 
 }  // namespace dseries
