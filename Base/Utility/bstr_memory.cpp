@@ -10,7 +10,9 @@ bstr_cBinary_ostream::~bstr_cBinary_ostream() = default;
 
 type_cBoolean bstr_cMemory_istream::Read(void* bytes, std::int64_t n) {
   const std::int64_t there = size_ - position_;
-  if (good_ && n > 0) std::memcpy(bytes, bytes_ + position_, static_cast<std::size_t>(std::min(n, there)));
+  if (good_ && n > 0 && there > 0) {
+    std::memcpy(bytes, bytes_ + position_, static_cast<std::size_t>(std::min(n, there)));
+  }
   return Skip(n);
 }
 
