@@ -75,12 +75,9 @@ class Delivery {
   }
   static void Removing(const Attachment& removed) noexcept {
     for (Delivery* each = removed.sender->deliveries_; each != nullptr; each = each->outer_) {
-      if (each->current_ == &removed) {
-        each->current_ = nullptr;
-        each->next_ = removed.next;
-      } else if (each->next_ == &removed) {
-        each->next_ = removed.next;
-      }
+      if (each->current_ != &removed && each->next_ != &removed) continue;
+      if (each->current_ == &removed) each->current_ = nullptr;
+      each->next_ = removed.next;
     }
   }
   static void SenderEnds(const mesg_cSender& sender) noexcept {

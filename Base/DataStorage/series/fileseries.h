@@ -27,8 +27,9 @@
 /// Failures throw expt_cUserException with a message that names the path. The file and the object are then as
 /// they were before the operation, as far as the disk allows. One process at a time may append; others may
 /// read meanwhile and find the data that were there when they opened the file. Tags are kept in memory once
-/// they were read in their order, so that a search costs no system calls: when another process, or another
-/// copy of this object, empties the series and fills it anew, this object has to be opened anew to see it.
+/// they were read in their order, so that a search costs no system calls. So a concrete series does not write
+/// over stored tags; and when another process, or another copy of this object, empties the series and fills
+/// it anew, this object has to be opened anew to see it.
 class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
  public:
   /// A copy works on the same open file, with positions and a write index of its own: one of them appends.
