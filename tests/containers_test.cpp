@@ -29,6 +29,8 @@ TYPED_TEST(StorageTest, CopiesAndFillsWithinItsBoundsOnly) {
   EXPECT_THROW(storage.CopyIn(source + 1, 1, -1, 0), arr_cIndexException);
   for (const int i : {-1, 4}) EXPECT_THROW(storage[i], arr_cIndexException);
   EXPECT_THROW(storage.SetSize(-1), arr_cSizeException);
+  TypeParam().CopyIn(nullptr, 0, 5, 0);  // nothing of nothing, wherever it begins
+  TypeParam().CopyOut(nullptr, 0, 0, 5);
 
   storage.CopyOut(target, 2, 2, 1);
   EXPECT_THAT(target, ElementsAre(0, 3, 4));
@@ -111,6 +113,8 @@ TEST(Handle, RefusesSizesAndPositionsThatItDoesNotHave) {
     EXPECT_THROW(plane.Column(bad), arr_cIndexException);
     EXPECT_THROW(plane.Row(bad), arr_cIndexException);
   }
+  EXPECT_EQ(Plane(3, 0).Column(2).NumIndices(), 0);
+  EXPECT_EQ(Plane(0, 3).Row(2).NumIndices(), 0);
 }
 
 /// Notes what is announced.

@@ -71,11 +71,6 @@ class DATASTORAGE_EXPORT arr_cHandle {
   }
   /// Changes what selections give to positions outside the array.
   void SetFillValue(const T& value) { fill_ = value; }
-  /// `position`; raises arr_IndexError where there is no element.
-  std::int64_t CheckedPosition(std::int64_t position) const {
-    if (position < 0 || position >= storage_.Size()) arr_IndexError();
-    return position;
-  }
 
   detail::SharedStorage<T> storage_;  ///< empty in a handle made without elements
 
@@ -113,10 +108,10 @@ class DATASTORAGE_EXPORT arr_c1DArray : public arr_cHandle<T, int> {
   /// The same as `NumIndices()`.
   int NumIndicesX() const noexcept { return this->NumIndices(); }
   /// Element `i`.
-  const T& operator[](int i) const { return this->Data()[this->CheckedPosition(i)]; }
+  const T& operator[](int i) const { return this->Data()[CheckedPosition(i)]; }
   /// Element `i` becomes `value`.
   void SetValue(const T& value, int i) {
-    const std::int64_t position = this->CheckedPosition(i);
+    const std::int64_t position = CheckedPosition(i);
     this->Unshare()[position] = value;
     this->Changed(i, i);
   }
@@ -141,7 +136,7 @@ class DATASTORAGE_EXPORT arr_c1DArray : public arr_cHandle<T, int> {
 
   /// Becomes the positions first ... last of `source`, both inclusive; positions outside take its fill value.
   void AssignSubArray(const arr_c1DArray& source, std::int64_t first, std::int64_t last) {
-    if (first > last) arr_IndexError();
+    if (first > last) arr_IndexError(first, last + 1, source.NumIndices());
     const std::int64_t size = source.NumIndices();
     if (first == 0 && last + 1 == size) {
       Handle::operator=(source);
@@ -160,9 +155,12 @@ class DATASTORAGE_EXPORT arr_c1DArray : public arr_cHandle<T, int> {
 
   /// A negative count raises arr_IndexError here.
   std::unique_ptr<arr_cArray<T>> NewStorage(std::int64_t n) const override {
-    if (n < 0) arr_IndexError();
+    if (n < 0) arr_IndexError(0, n);
     return std::make_unique<arr_cArray<T>>(static_cast<int>(detail::CheckedCount(n)));
   }
+
+ private:
+  std::int64_t CheckedPosition(int i) const { return detail::CheckedIndex(i, this->storage_.Size()); }
 };
 
 /// A one-dimensional array of plain elements, which are copied and filled as memory.
@@ -290,7 +288,8 @@ class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T, int, int> {
         std::copy_n(source + y * sourceStride, block.nx, target + std::int64_t{y} * nx_);
       }
     }
-    this->Changed(block.x, block.y, block.x + block.nx - 1, block.y + block.ny - 1);
+    this->Changed(block.x, block.y, static_cast<int>(std::int64_t{block.x} + block.nx - 1),
+                  static_cast<int>(std::int64_t{block.y} + block.ny - 1));
   }
 
  protected:
@@ -302,7 +301,8 @@ class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T, int, int> {
   /// its fill value.
   void AssignSubArray(const arr_c2DArray& source, std::int64_t x0, std::int64_t y0, std::int64_t x1,
                       std::int64_t y1) {
-    if (x0 > x1 || y0 > y1) arr_IndexError();
+    if (x0 > x1) arr_IndexError(x0, x1 + 1, source.nx_);
+    if (y0 > y1) arr_IndexError(y0, y1 + 1, source.ny_);
     if (x0 == 0 && y0 == 0 && x1 + 1 == source.nx_ && y1 + 1 == source.ny_) {
       *this = source;
       return;
@@ -336,7 +336,11 @@ class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T, int, int> {
 
  private:
   std::int64_t RowStart(std::int64_t x, std::int64_t y) const { return y * nx_ + x; }
-  std::int64_t Position(int x, int y) const { return this->CheckedPosition(RowStart(x, y)); }
+  std::int64_t Position(int x, int y) const {
+    const std::int64_t position = RowStart(x, y);
+    if (position < 0 || position >= this->storage_.Size()) arr_IndexError(x, y, nx_, ny_);
+    return position;
+  }
 
   int nx_ = 0;
   int ny_ = 0;
@@ -392,16 +396,18 @@ class DATASTORAGE_EXPORT arr_c2DNumberArray : public arr_c2D_C_Array<T>, public 
   }
   /// The elements (x, 0), (x, 1), ... as an array of their own.
   arr_c1DNumberArray<T> Column(int x) const {
-    if (x < 0 || x >= this->NumIndicesX()) arr_IndexError();
+    detail::CheckedIndex(x, this->NumIndicesX());
     arr_c1DNumberArray<T> column(arr_Unfilled, this->NumIndicesY());
-    const T* source = this->Data() + x;
+    const T* source = this->Data();
     T* target = column.WriteAccess();
-    for (int y = 0; y < this->NumIndicesY(); ++y) target[y] = source[std::int64_t{y} * this->NumIndicesX()];
+    for (int y = 0; y < this->NumIndicesY(); ++y) {
+      target[y] = source[std::int64_t{y} * this->NumIndicesX() + x];
+    }
     return column;
   }
   /// The elements (0, y), (1, y), ... as an array of their own.
   arr_c1DNumberArray<T> Row(int y) const {
-    if (y < 0 || y >= this->NumIndicesY()) arr_IndexError();
+    detail::CheckedIndex(y, this->NumIndicesY());
     arr_c1DNumberArray<T> row(arr_Unfilled, this->NumIndicesX());
     std::copy_n(this->Data() + std::int64_t{y} * this->NumIndicesX(), this->NumIndicesX(), row.WriteAccess());
     return row;

@@ -34,18 +34,33 @@ inline constexpr std::int64_t LargestCount = std::numeric_limits<int>::max() - 1
 
 /// `n` as a number of elements that an array can have; raises arr_SizeError otherwise.
 inline std::int64_t CheckedCount(std::int64_t n) {
-  if (n < 0 || n > LargestCount) arr_SizeError();
+  if (n < 0 || n > LargestCount) arr_SizeError(n);
   return n;
+}
+
+/// Whether an array can have `nx` times `ny` elements, and extents like these.
+constexpr bool bCountable(std::int64_t nx, std::int64_t ny) noexcept {
+  return nx >= 0 && nx <= LargestCount && ny >= 0 && ny <= LargestCount && nx * ny <= LargestCount;
 }
 
 /// `nx` times `ny` as a number of elements; raises arr_SizeError also for an extent that is no size.
 inline std::int64_t CheckedCount(std::int64_t nx, std::int64_t ny) {
-  return CheckedCount(CheckedCount(nx) * CheckedCount(ny));
+  if (!bCountable(nx, ny)) arr_SizeError(nx, ny);
+  return nx * ny;
 }
 
 /// Raises arr_IndexError unless [offset, offset + count) lies in [0, size).
 inline void CheckBlock(std::int64_t offset, std::int64_t count, std::int64_t size) {
-  if (offset < 0 || count < 0 || count > size || offset > size - count) arr_IndexError();
+  if (offset < 0 || count < 0 || count > size || offset > size - count) {
+    const std::uint64_t end = static_cast<std::uint64_t>(offset) + static_cast<std::uint64_t>(count);
+    arr_IndexError(offset, static_cast<std::int64_t>(end), size);
+  }
+}
+
+/// `i`; raises arr_IndexError unless it is the index of one of `size` elements.
+inline std::int64_t CheckedIndex(std::int64_t i, std::int64_t size) {
+  if (i < 0 || i >= size) arr_IndexError(i, size);
+  return i;
 }
 
 }  // namespace detail
@@ -94,12 +109,12 @@ class DATASTORAGE_EXPORT arr_cArray {
   /// source[sourceOffset ...] to the positions `offset` ...
   virtual void CopyIn(const T* source, std::int64_t count, std::int64_t sourceOffset, std::int64_t offset) {
     CheckCopyIn(count, sourceOffset, offset);
-    std::copy_n(source + sourceOffset, count, block_ + offset);
+    if (count > 0) std::copy_n(source + sourceOffset, count, block_ + offset);
   }
   /// The positions `offset` ... to target[targetOffset ...].
   virtual void CopyOut(T* target, std::int64_t count, std::int64_t offset, std::int64_t targetOffset) const {
     detail::CheckBlock(offset, count, size_);
-    std::copy_n(block_ + offset, count, target + targetOffset);
+    if (count > 0) std::copy_n(block_ + offset, count, target + targetOffset);
   }
   /// Sets the positions `offset` ... to `value`.
   virtual void Fill(const T& value, std::int64_t count, std::int64_t offset) {
@@ -110,8 +125,8 @@ class DATASTORAGE_EXPORT arr_cArray {
   /// The number of elements.
   int Size() const noexcept { return static_cast<int>(size_); }
   /// Element `i`.
-  T& operator[](int i) { return block_[CheckedPosition(i)]; }
-  const T& operator[](int i) const { return block_[CheckedPosition(i)]; }
+  T& operator[](int i) { return block_[detail::CheckedIndex(i, size_)]; }
+  const T& operator[](int i) const { return block_[detail::CheckedIndex(i, size_)]; }
   /// Element 0; null when there are no elements.
   T* Data() noexcept { return block_; }
   const T* Data() const noexcept { return block_; }
@@ -123,7 +138,7 @@ class DATASTORAGE_EXPORT arr_cArray {
   }
   /// Raises arr_IndexError for blocks that CopyIn refuses.
   void CheckCopyIn(std::int64_t count, std::int64_t sourceOffset, std::int64_t offset) const {
-    if (sourceOffset < 0) arr_IndexError();
+    if (sourceOffset < 0) arr_IndexError(sourceOffset, size_);
     detail::CheckBlock(offset, count, size_);
   }
   /// Exchanges the elements, but not the handles that share them.
@@ -136,10 +151,6 @@ class DATASTORAGE_EXPORT arr_cArray {
   friend class detail::SharedStorage<T>;
 
   std::size_t Bytes() const noexcept { return static_cast<std::size_t>(size_) * sizeof(T); }
-  std::int64_t CheckedPosition(int i) const {
-    if (i < 0 || i >= size_) arr_IndexError();
-    return i;
-  }
 
   T* block_ = nullptr;
   std::int64_t size_ = 0;
@@ -180,10 +191,12 @@ class DATASTORAGE_EXPORT arr_cC_Array : public arr_cArray<T> {
   }
   void CopyIn(const T* source, std::int64_t count, std::int64_t sourceOffset, std::int64_t offset) override {
     this->CheckCopyIn(count, sourceOffset, offset);
+    if (count == 0) return;
     lgar_memcpy(this->Data() + offset, source + sourceOffset, count, sizeof(T));
   }
   void CopyOut(T* target, std::int64_t count, std::int64_t offset, std::int64_t targetOffset) const override {
     detail::CheckBlock(offset, count, this->Size());
+    if (count == 0) return;
     lgar_memcpy(target + targetOffset, this->Data() + offset, count, sizeof(T));
   }
 

@@ -68,7 +68,7 @@ void dtsr_cDimension::Write(bstr_cBinary_ostream& out) const {
 }
 
 dtsr_cDimensionArray::dtsr_cDimensionArray(int count) : dimensions_(std::max(count, 0)) {
-  if (count < 0) arr_IndexError();
+  if (count < 0) arr_IndexError(0, count);
 }
 
 dtsr_cDimensionArray::~dtsr_cDimensionArray() = default;
@@ -81,7 +81,7 @@ int dtsr_cDimensionArray::TotalNumberIndices() const {
   for (const dtsr_cDimension* d = first; d != end; ++d) {
     const std::int64_t product = std::int64_t{total} * d->Size();
     total = LimitToInt(product);
-    if (total != product) arr_SizeError();
+    if (total != product) arr_SizeError(product);
   }
   return total;
 }
@@ -102,12 +102,12 @@ int dtsr_cDimensionArray::Index(const arr_cC_Array<int>& indices) const {
 arr_cC_Array<int> dtsr_cDimensionArray::IndexPosition(int linearIndex) const {
   arr_cC_Array<int> indices(NumberDimensions());
   int stride = TotalNumberIndices();
-  if (stride < 1) arr_IndexError();
+  if (stride < 1) arr_IndexError(linearIndex, stride);
   int rest = linearIndex;
   for (int d = NumberDimensions() - 1; d >= 0; --d) {
     dtsr_cDimension& dimension = dimensions_[d];
     const std::int64_t size = dimension.Size();
-    if (size < 1) arr_IndexError();
+    if (size < 1) arr_IndexError(linearIndex, size);
     stride /= dimension.Size();
     const int i = rest / stride;
     indices[d] = dimension.bReverseOrder() ? LimitToInt(size - i - 1) : i;
@@ -135,7 +135,7 @@ arr_cC_Array<double> dtsr_cDimensionArray::Position(const arr_cC_Array<int>& ind
 void dtsr_cDimensionArray::Read(bstr_cBinary_istream& in) {
   std::int32_t count;
   if (!bstr_ReadFields(in, count)) return;
-  if (count < 0) arr_SizeError();
+  if (count < 0) arr_SizeError(count);
   if (count > (in.Size() - in.Position()) / SmallestRecord) {
     source_file.ThrowUserError("Can't read dimension.");
   }

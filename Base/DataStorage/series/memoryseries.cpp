@@ -16,7 +16,7 @@ void DeleteTags(TagList& tags) noexcept {
 }  // namespace
 
 dtsr_cMemorySeriesBase::dtsr_cMemorySeriesBase(int size) : tags_(std::max(size, 0)) {
-  if (size < 0) arr_IndexError();
+  if (size < 0) arr_IndexError(0, size);
 }
 
 dtsr_cMemorySeriesBase::dtsr_cMemorySeriesBase(const dtsr_cMemorySeriesBase& other)
@@ -45,12 +45,12 @@ dtsr_cMemorySeriesBase::~dtsr_cMemorySeriesBase() { DeleteTags(tags_); }
 int dtsr_cMemorySeriesBase::NextWriteIndex() const noexcept { return std::min(writeCount_, Size()); }
 
 void dtsr_cMemorySeriesBase::GetTag(int i, dtsr_cDataTag& tag) const {
-  if (i < 0 || i >= NextWriteIndex()) arr_IndexError();
+  if (i < 0 || i >= NextWriteIndex()) arr_IndexError(i, NextWriteIndex());
   tag.SetEqual(*tags_[AbsIndex(i)]);
 }
 
 void dtsr_cMemorySeriesBase::SetNewestTag(const dtsr_cDataTag& tag) {
-  if (Size() == 0) arr_IndexError();
+  if (Size() == 0) arr_IndexError(0, 0);
   std::unique_ptr<dtsr_cDataTag> copy(tag.pCopy());
   if (!sampleTag_) {
     sampleTag_.reset(tag.pCopy());
@@ -66,7 +66,7 @@ void dtsr_cMemorySeriesBase::SetNewestTag(const dtsr_cDataTag& tag) {
 
 void dtsr_cMemorySeriesBase::SetSize(int n) {
   if (n == Size()) return;
-  if (n < 0) arr_IndexError();
+  if (n < 0) arr_IndexError(0, n);
   TagList resized(n);
   const int keep = std::min(NextWriteIndex(), n);
   const int first = NextWriteIndex() - keep;
@@ -77,7 +77,7 @@ void dtsr_cMemorySeriesBase::SetSize(int n) {
 }
 
 int dtsr_cMemorySeriesBase::AbsIndex(int i) const {
-  if (Size() == 0) arr_IndexError();
+  if (Size() == 0) arr_IndexError(i, 0);
   const std::int64_t oldest = std::max(writeCount_ - Size(), 0);
   return static_cast<int>((oldest + i) % Size());
 }
