@@ -38,6 +38,12 @@ TYPED_TEST(NumberOf, KeepsItsTypeAndValue) {
   EXPECT_EQ(seven.Value(), 7);
   EXPECT_EQ(seven.Count(), 7);
 
+  auto letter = std::make_unique<pnum_cTypedNumber<T>>(T(7));
+  const std::unique_ptr<pnum_cLetter> clone = letter->Clone();
+  letter.reset();
+  EXPECT_EQ(clone->DataType(), type);
+  EXPECT_EQ(*static_cast<const T*>(clone->Data()), T(7));
+
   for (int i = dtyp_UBin8; i <= dtyp_Complex128; ++i) {
     const auto other = static_cast<dtyp_eDataType>(i);
     pnum_cNumber copy = seven;

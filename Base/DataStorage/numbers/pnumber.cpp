@@ -58,6 +58,8 @@ double ToDouble(const comp_cComplex<T>& value) {
 
 }  // namespace
 
+pnum_cLetter::~pnum_cLetter() = default;
+
 template <detail::ElementType T>
 str_cString pnum_cTypedNumber<T>::StringOut(int width, int precision) const {
   return Text(value_, width, precision);

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <limits>
+#include <memory>
 #include <new>
 #include <ostream>
 #include <type_traits>
@@ -19,17 +20,17 @@ class DATASTORAGE_EXPORT pnum_cLetter {
  public:
   /// The type of the value.
   virtual dtyp_cDataType DataType() const noexcept = 0;
-  /// Makes a copy of the letter at `place`, which has room for any letter.
-  virtual pnum_cLetter* Clone(void* place) const noexcept = 0;
+  /// A copy of the letter.
+  virtual std::unique_ptr<pnum_cLetter> Clone() const = 0;
   /// The value, valid as long as the letter.
   virtual const void* Data() const noexcept = 0;
   /// The value as text, as `pnum_cNumber` gives it.
   virtual str_cString StringOut(int width, int precision) const = 0;
   /// Writes the value as the stream writes numbers; characters as numbers, too.
   virtual std::ostream& Output(std::ostream& out) const = 0;
-
- protected:
-  ~pnum_cLetter() = default;
+  /// Makes a copy of the letter at `place`, which has room for any letter.
+  virtual pnum_cLetter* CloneAt(void* place) const noexcept = 0;
+  virtual ~pnum_cLetter();
 };
 
 /// The letter of a number of type `T`.
@@ -40,10 +41,13 @@ class pnum_cTypedNumber final : public pnum_cLetter {
   explicit pnum_cTypedNumber(const T& value) noexcept : value_(value) {}
 
   dtyp_cDataType DataType() const noexcept override { return detail::DataTypeOf<T>; }
-  pnum_cLetter* Clone(void* place) const noexcept override { return ::new (place) pnum_cTypedNumber(value_); }
+  std::unique_ptr<pnum_cLetter> Clone() const override { return std::make_unique<pnum_cTypedNumber>(*this); }
   const void* Data() const noexcept override { return &value_; }
   str_cString StringOut(int width, int precision) const override;
   std::ostream& Output(std::ostream& out) const override;
+  pnum_cLetter* CloneAt(void* place) const noexcept override {
+    return ::new (place) pnum_cTypedNumber(*this);
+  }
 
  private:
   T value_;
@@ -67,7 +71,8 @@ class DATASTORAGE_EXPORT pnum_cNumber : public tgio_cTaggedStreamObject {
   pnum_cNumber(int value) noexcept : letter_(MakeLetter(value)) {}
   pnum_cNumber(float value = 0) noexcept : letter_(MakeLetter(value)) {}
   pnum_cNumber(double value) noexcept : letter_(MakeLetter(value)) {}
-  /// A real number when the imaginary part is zero or below the smallest normal number of its type.
+  /// A real number when the imaginary part, whatever its sign, is zero or smaller than the smallest normal
+  /// number of its type.
   pnum_cNumber(const comp_cComplex<float>& value) noexcept : letter_(MakeLetterOfComplex(value)) {}
   pnum_cNumber(const comp_cComplex<double>& value) noexcept : letter_(MakeLetterOfComplex(value)) {}
   /// A zero of that type; throws `expt_cProgramException` for a type outside 1 to 10.
@@ -79,10 +84,10 @@ class DATASTORAGE_EXPORT pnum_cNumber : public tgio_cTaggedStreamObject {
 
   /// A number of the same type and value.
   pnum_cNumber(const pnum_cNumber& other) noexcept
-      : tgio_cTaggedStreamObject(other), letter_(other.letter_->Clone(place_)) {}
+      : tgio_cTaggedStreamObject(other), letter_(other.letter_->CloneAt(place_)) {}
   /// Takes the value and its type.
   pnum_cNumber& operator=(const pnum_cNumber& other) noexcept {
-    if (this != &other) letter_ = other.letter_->Clone(place_);
+    if (this != &other) letter_ = other.letter_->CloneAt(place_);
     return *this;
   }
   ~pnum_cNumber() = default;
@@ -106,7 +111,8 @@ class DATASTORAGE_EXPORT pnum_cNumber : public tgio_cTaggedStreamObject {
   double Value() const noexcept {
     return DataType() == dtyp_Float64 ? *static_cast<const double*>(Data()) : ValueAsDouble();
   }
-  /// `Value()` truncated toward zero; throws `expt_cUserException` where that is no `int`.
+  /// `Value()` truncated toward zero; throws `expt_cUserException` where it lies outside the range of `int`
+  /// before that (2147483647.5 does) or is not a number.
   int Count() const;
   /// Changes the type; throws `expt_cProgramException` for a type outside 1 to 10, and the number stays.
   void Convert(dtyp_cDataType type, conv_eComplexConversion conversion = conv_Real);
@@ -129,11 +135,11 @@ class DATASTORAGE_EXPORT pnum_cNumber : public tgio_cTaggedStreamObject {
 
   double ValueAsDouble() const noexcept;
 
-  /// Takes the place of the present letter, which needs no destruction.
+  /// Takes the place of the present letter, which needs no destruction as it owns nothing.
   template <class T>
   pnum_cLetter* MakeLetter(const T& value) noexcept {
     using Letter = pnum_cTypedNumber<T>;
-    static_assert(std::is_trivially_destructible_v<Letter>);
+    static_assert(std::is_trivially_destructible_v<T>);
     static_assert(sizeof(Letter) <= sizeof place_ && alignof(Letter) <= alignof(LargestLetter));
     return ::new (place_) Letter(value);
   }
