@@ -45,16 +45,18 @@ class DATASTORAGE_EXPORT cal_cArrayCal {
   /// How far apart indices are that differ by `count`.
   constexpr double Distance(int count) const noexcept { return static_cast<double>(count) * delta_; }
   /// The index in whose cell a position lies: the cell of index k begins `RoundFactor` of a delta before
-  /// Position(k) and ends where the next one begins. That is
+  /// Position(k) and ends where the next one begins. With start = offset - RoundFactor delta that is
   ///
-  ///     floor((position - offset) / delta + RoundFactor) + calIndex
+  ///     calIndex + floor((position - start) / delta)      where position >= start
+  ///     calIndex - floor((start - position) / delta) - 1  below
   ///
-  /// Results beyond the range of int become its nearest end;
-  /// where there is no result (not-a-number, or 0 / 0 with a delta of zero) it is INT_MIN, which no array
-  /// has.
+  /// so that a position exactly m deltas below start has the index calIndex - m - 1. With a negative delta
+  /// the cells run downwards. Results beyond the range of int become its nearest end; where there is no
+  /// result (not-a-number, or 0 / 0 with a delta of zero) it is INT_MIN, which no array has.
   int Index(double position) const noexcept;
-  /// The number of indices that cover a distance: distance / delta, rounded up; limited like Index, and 0
-  /// where there is no result.
+  /// The number of indices that cover a distance: distance / delta truncated toward zero, and one more where
+  /// that is not a whole number. A positive quotient is so rounded up; -2.5 gives -1. Limited like Index, and
+  /// 0 where there is no result.
   int NumIndices(double distance) const noexcept;
 
   /// The calibration of the elements from index `start` on, when these become an array of their own: the same
