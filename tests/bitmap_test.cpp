@@ -49,9 +49,13 @@ TEST(Bitmap, SkipsTheTableAndRefusesWhatIsNotThere) {
   Image image = Picture(1, 1);
   const std::string bytes = Header("\1\0\0\0\2\0\0\0"s, 16) + std::string(64, 'c') + "\5\0\0\0\6\0\0\0"s;
   const std::string enough(2000, '\0');
-  EXPECT_FALSE(Read(image, Header("\0\0\1\0\xFF\x7F\0\0"s) + enough));  // 65536 x 32767
-  for (const std::string& extents : {"\xFF\xFF\xFF\xFF\1\0\0\0"s, "\1\0\0\0\xFF\xFF\xFF\xFF"s,
-                                     "\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF"s, "\0\0\1\0\0\0\1\0"s}) {
+  for (const std::string& extents :
+       {"\0\0\1\0\xFF\x7F\0\0"s, "\0\0\1\0\0\0\1\0"s, "\xFF\xFF\xFF\x7F\1\0\0\0"s,
+        "\xFF\xFF\xFF\x7F\xFF\xFF\xFF\x7F"s, "\xFF\xFF\xFF\x7F\0\0\0\0"s}) {
+    EXPECT_FALSE(Read(image, Header(extents) + enough));
+  }
+  for (const std::string& extents :
+       {"\xFF\xFF\xFF\xFF\1\0\0\0"s, "\1\0\0\0\xFF\xFF\xFF\xFF"s, "\xFF\xFF\xFF\xFF\xFF\xFF\xFF\xFF"s}) {
     EXPECT_THROW(Read(image, Header(extents) + enough), arr_cSizeException);
   }
   EXPECT_EQ(image.Value(0, 0), 1);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -34,7 +35,7 @@ class DATASTORAGE_EXPORT NumberArray : public tgio_cTaggedStreamObject {
   int NumIndices() const { return letter_->NumIndices(); }
   /// The number of elements along X.
   int NumIndicesX() const { return letter_->NumIndicesX(); }
-  /// Bytes of all elements; raises arr_SizeError when an int cannot tell.
+  /// Bytes of all elements; raises arr_SizeError when there are more than an int can hold.
   int SizeOf() const;
   /// The elements, X running fastest; null when there are none. Valid until the array is next modified,
   /// assigned, read into or destroyed.
@@ -51,8 +52,8 @@ class DATASTORAGE_EXPORT NumberArray : public tgio_cTaggedStreamObject {
   /// The raw form: element type (2 bytes), extents (4 bytes each), elements. False when the stream failed.
   type_cBoolean Write(bstr_cBinary_ostream& out) const;
   /// Reads the raw form of the integer types but dtyp_SBin8 and of the float types. For other types, and for
-  /// streams that fail or hold fewer bytes than the extents claim, the result is false and the array stays as
-  /// it was. Negative extents raise arr_SizeError.
+  /// streams that fail or hold fewer bytes than the extents claim (extents that no array can have included),
+  /// the result is false and the array stays as it was. Negative extents raise arr_SizeError.
   type_cBoolean Read(bstr_cBinary_istream& in);
 
   using tgio_cTaggedStreamObject::Read;
@@ -80,8 +81,10 @@ class DATASTORAGE_EXPORT NumberArray : public tgio_cTaggedStreamObject {
   };
 
  protected:
-  /// Takes over a letter, which must not be null.
-  explicit NumberArray(std::unique_ptr<Letter> letter) : letter_(std::move(letter)) {}
+  /// Takes over a letter; throws expt_cProgramException when it is null.
+  explicit NumberArray(std::unique_ptr<Letter> letter) : letter_(std::move(letter)) {
+    if (letter_ == nullptr) Letter::source_file.ThrowProgramError();
+  }
   /// Shares the elements.
   NumberArray(const NumberArray& other) : tgio_cTaggedStreamObject(other), letter_(other.letter_->Clone()) {}
   /// Shares the elements from now on.
@@ -98,7 +101,7 @@ class DATASTORAGE_EXPORT NumberArray : public tgio_cTaggedStreamObject {
   template <class... Extents>
   static std::unique_ptr<Letter> CreateLetter(const pnum_cNumber& value, Extents... extents);
 
-  /// Takes a type that holds both and hands `value`, in that type, to `store`.
+  /// Takes a type that holds both and calls `store` with `value` in that type.
   template <class Store>
   void StoreInCommonType(const pnum_cNumber& value, Store store);
 
@@ -142,18 +145,39 @@ class DATASTORAGE_EXPORT TypedLetter : public Letter {
   Container elements_;  ///< may share its storage with other letters
 };
 
-/// Whether the stream still holds `count` elements of `size` bytes: asked before memory is taken for them. Of
-/// a little memory the reading itself may tell, which spares a question to the system.
-inline bool bMayHold(const bstr_cBinary_istream& in, std::int64_t count, std::size_t size) {
+/// Whether an array can have nx times ny elements of `size` bytes and the stream still holds them: asked
+/// before memory is taken for them. Of a little memory the reading itself may tell, which spares a question
+/// to the system.
+inline bool bMayHold(const bstr_cBinary_istream& in, int nx, int ny, std::size_t size) {
+  if (!bCountable(nx, ny)) return false;
   constexpr std::int64_t little = 64 * 1024;
-  const std::int64_t bytes = count * static_cast<std::int64_t>(size);
+  const std::int64_t bytes = std::int64_t{nx} * ny * static_cast<std::int64_t>(size);
   return bytes <= little || bytes <= in.Size() - in.Position();
 }
 
-/// Where a block of `count` elements at `start` ends; raises arr_IndexError when no index can tell.
-inline int BlockEnd(int start, int count) {
-  if (start > std::numeric_limits<int>::max() - count) arr_IndexError();
-  return start + count;
+/// The integer types whose values an int need not hold.
+template <class T>
+concept WideInteger = std::integral<T> && sizeof(T) >= sizeof(int) && !std::same_as<T, int>;
+
+/// A pair of integer types, one of them such a type.
+template <class Y, class X>
+concept WideWith = std::integral<X> && std::integral<Y> &&(WideInteger<X> || WideInteger<Y>);
+
+/// An index of any integer type; beyond 64 bits the largest, which no array has either.
+template <std::integral T>
+constexpr std::int64_t WideIndex(T i) noexcept {
+  if constexpr (std::is_unsigned_v<T> && sizeof(T) >= sizeof(std::int64_t)) {
+    if (i > T{std::numeric_limits<std::int64_t>::max()}) return std::numeric_limits<std::int64_t>::max();
+  }
+  return static_cast<std::int64_t>(i);
+}
+
+/// Where a block of `count` elements at `start` ends in an array of `size`; raises arr_IndexError for an end
+/// that is no index.
+inline int BlockEnd(int start, int count, int size) {
+  const std::int64_t end = std::int64_t{start} + count;
+  if (end > std::numeric_limits<int>::max()) arr_IndexError(start, end, size);
+  return static_cast<int>(end);
 }
 
 }  // namespace detail

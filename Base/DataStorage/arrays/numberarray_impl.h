@@ -48,7 +48,7 @@ void NumberArray<Letter>::StoreInCommonType(const pnum_cNumber& value, Store sto
 template <class Letter>
 int NumberArray<Letter>::SizeOf() const {
   const std::int64_t bytes = std::int64_t{DataType().SizeOf()} * NumIndices();
-  if (bytes > std::numeric_limits<int>::max()) arr_SizeError();
+  if (bytes > std::numeric_limits<int>::max()) arr_SizeError(bytes);
   return static_cast<int>(bytes);
 }
 

@@ -26,6 +26,7 @@ void parr_c1DTypedNumberArray<T>::SetValue(const pnum_cNumber& value, int i) {
 
 template <class T>
 std::unique_ptr<parr_c1DArray> parr_c1DTypedNumberArray<T>::Selection(const rnge_c1DIndexRange& range) const {
+  if (range.IsNull()) return Clone();
   return std::make_unique<parr_c1DTypedNumberArray>(
       this->elements_.SubArray(range.StartIndexX(), std::int64_t{range.EndIndexX()} - 1));
 }
@@ -33,6 +34,7 @@ std::unique_ptr<parr_c1DArray> parr_c1DTypedNumberArray<T>::Selection(const rnge
 template <class T>
 void parr_c1DTypedNumberArray<T>::SetData(const parr_c1DArray& source, const rnge_c1DIndexRange& source_range,
                                           const rnge_c1DIndexRange& target_range) {
+  if (source.DataType() != this->DataType()) this->source_file.ThrowProgramError();
   // The copy keeps the old elements when an array is copied into itself.
   const arr_c1DNumberArray<T> elements = static_cast<const parr_c1DTypedNumberArray&>(source).elements_;
   this->elements_.SetBlock(elements.Data() + source_range.StartIndexX(), target_range.NumIndicesX(),
@@ -43,7 +45,8 @@ template <class T>
 type_cBoolean parr_c1DTypedNumberArray<T>::ReadRaw(bstr_cBinary_istream& in) {
   int count = 0;
   if (!bstr_ReadFields(in, count)) return false;
-  if (!detail::bMayHold(in, detail::CheckedCount(count), sizeof(T))) return false;
+  if (count < 0) arr_SizeError(count);
+  if (!detail::bMayHold(in, count, 1, sizeof(T))) return false;
   return this->ReadElements(in, arr_c1DNumberArray<T>(arr_Unfilled, count));
 }
 
@@ -110,7 +113,7 @@ void parr_c1DNumberArray::SetData(const parr_c1DNumberArray& source, const rnge_
 
 void parr_c1DNumberArray::SetSelection(const parr_c1DNumberArray& source, int offset) {
   SetData(source, rnge_c1DIndexRange::Null,
-          rnge_c1DIndexRange(offset, detail::BlockEnd(offset, source.NumIndices())));
+          rnge_c1DIndexRange(offset, detail::BlockEnd(offset, source.NumIndices(), NumIndices())));
 }
 
 parr_c1DNumberArray parr_c1DNumberArray::Selection(const rnge_c1DIndexRange& range) const {

@@ -95,7 +95,7 @@ class DATASTORAGE_EXPORT parr_c1DNumberArray : public detail::NumberArray<parr_c
   template <detail::ElementType T>
   parr_c1DNumberArray(const arr_c1DNumberArray<T>& elements)
       : NumberArray(std::make_unique<parr_c1DTypedNumberArray<T>>(elements)) {}
-  /// Takes ownership of a letter, which must not be null.
+  /// Takes ownership of a letter; a null one throws expt_cProgramException.
   explicit parr_c1DNumberArray(parr_c1DArray* letter);
   parr_c1DNumberArray(const parr_c1DNumberArray&) = default;
   parr_c1DNumberArray& operator=(const parr_c1DNumberArray&) = default;
@@ -106,25 +106,36 @@ class DATASTORAGE_EXPORT parr_c1DNumberArray : public detail::NumberArray<parr_c
   /// The number of axes.
   int Dimension() const noexcept { return 1; }
 
-  /// Element `i`. A complex element without an imaginary part comes as a real number.
+  /// Element `i`, an index of any integer type. A complex element without an imaginary part comes as a real
+  /// number.
   pnum_cNumber Value(int i) const;
+  template <detail::WideInteger T>
+  pnum_cNumber Value(T i) const {
+    return Value(static_cast<int>(detail::CheckedIndex(detail::WideIndex(i), NumIndices())));
+  }
   /// Element `i` becomes `value`. The array first takes a type that holds both. An index outside the array
   /// stores nothing.
   void SetValue(const pnum_cNumber& value, int i);
+  template <detail::WideInteger T>
+  void SetValue(const pnum_cNumber& value, T i) {
+    const std::int64_t index = detail::WideIndex(i);
+    SetValue(value, index >= 0 && index < NumIndices() ? static_cast<int>(index) : -1);
+  }
   /// Every element becomes `value` and the array takes its type.
   parr_c1DNumberArray& operator=(const pnum_cNumber& value);
 
   /// Copies as many elements of `source` as `target_range` has, from the start of `source_range`, to
   /// `target_range`; the array first takes a type that holds both. rnge_c1DIndexRange::Null stands for a
-  /// whole array; when both ranges are Null nothing happens. A block that does not fit either array is not
-  /// copied.
+  /// whole array; when both ranges are Null nothing happens. For a block that does not fit either array
+  /// arr_IndexError is raised and nothing is copied.
   void SetData(const parr_c1DNumberArray& source, const rnge_c1DIndexRange& source_range,
                const rnge_c1DIndexRange& target_range);
   /// Copies the whole of `source` to the positions `offset` ...
   void SetSelection(const parr_c1DNumberArray& source, int offset);
 
   /// The elements of `range`, start included and end not; positions outside the array take its fill value
-  /// (zero, or the value last given to all elements). An empty range raises arr_IndexError.
+  /// (zero, or the value last given to all elements). rnge_c1DIndexRange::Null gives the whole array, any
+  /// other empty range raises arr_IndexError.
   parr_c1DNumberArray Selection(const rnge_c1DIndexRange& range) const;
   /// The same.
   parr_c1DNumberArray GetData(const rnge_c1DIndexRange& range) const { return Selection(range); }

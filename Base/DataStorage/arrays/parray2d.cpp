@@ -30,6 +30,7 @@ void parr_c2DTypedNumberArray<T>::SetValue(const pnum_cNumber& value, int x, int
 
 template <class T>
 std::unique_ptr<parr_c2DArray> parr_c2DTypedNumberArray<T>::Selection(const rnge_c2DIndexRange& range) const {
+  if (range.IsNull()) return Clone();
   return std::make_unique<parr_c2DTypedNumberArray>(
       this->elements_.SubArray(range.StartIndexX(), range.StartIndexY(), std::int64_t{range.EndIndexX()} - 1,
                                std::int64_t{range.EndIndexY()} - 1));
@@ -38,6 +39,7 @@ std::unique_ptr<parr_c2DArray> parr_c2DTypedNumberArray<T>::Selection(const rnge
 template <class T>
 void parr_c2DTypedNumberArray<T>::SetData(const parr_c2DArray& source, const rnge_c2DIndexRange& source_range,
                                           const rnge_c2DIndexRange& target_range) {
+  if (source.DataType() != this->DataType()) this->source_file.ThrowProgramError();
   // The copy keeps the old elements when an array is copied into itself.
   const arr_c2DNumberArray<T> elements = static_cast<const parr_c2DTypedNumberArray&>(source).elements_;
   const T* corner = elements.Data() + std::int64_t{source_range.StartIndexY()} * elements.NumIndicesX() +
@@ -62,7 +64,8 @@ type_cBoolean parr_c2DTypedNumberArray<T>::ReadRaw(bstr_cBinary_istream& in) {
   int nx = 0;
   int ny = 0;
   if (!bstr_ReadFields(in, nx, ny)) return false;
-  if (!detail::bMayHold(in, detail::CheckedCount(nx, ny), sizeof(T))) return false;
+  if (nx < 0 || ny < 0) arr_SizeError(nx, ny);
+  if (!detail::bMayHold(in, nx, ny, sizeof(T))) return false;
   return this->ReadElements(in, arr_c2DNumberArray<T>(arr_Unfilled, nx, ny));
 }
 
@@ -117,14 +120,15 @@ void parr_c2DNumberArray::SetData(const parr_c2DNumberArray& source, const rnge_
   if (nx <= 0 || ny <= 0) return;
   detail::CheckBlock(from.StartIndexX(), nx, source.NumIndicesX());
   detail::CheckBlock(from.StartIndexY(), ny, source.NumIndicesY());
+  // Only the storage is checked here, not each axis. It also refuses an empty array, which has kept its type.
+  const std::int64_t first = std::int64_t{to.StartIndexY()} * NumIndicesX() + to.StartIndexX();
+  detail::CheckBlock(first, nx, NumIndices());
+  detail::CheckBlock(first + (ny - 1) * NumIndicesX(), nx, NumIndices());
   if (source.DataType() == common) {
     letter_->SetData(*source.letter_, from, to);
     return;
   }
   // Only what is stored is converted, straight into its place.
-  const std::int64_t first = std::int64_t{to.StartIndexY()} * NumIndicesX() + to.StartIndexX();
-  detail::CheckBlock(first, nx, NumIndices());
-  detail::CheckBlock(first + (ny - 1) * NumIndicesX(), nx, NumIndices());
   const auto* block = static_cast<const unsigned char*>(source.Data());
   const std::int64_t corner = std::int64_t{from.StartIndexY()} * source.NumIndicesX() + from.StartIndexX();
   detail::VisitElementType(common.Type(), [&]<class T>(std::type_identity<T>) {
@@ -140,8 +144,8 @@ void parr_c2DNumberArray::SetData(const parr_c2DNumberArray& source, const rnge_
 
 void parr_c2DNumberArray::SetSelection(const parr_c2DNumberArray& source, int x, int y) {
   SetData(source, rnge_c2DIndexRange::Null,
-          rnge_c2DIndexRange(x, y, detail::BlockEnd(x, source.NumIndicesX()),
-                             detail::BlockEnd(y, source.NumIndicesY())));
+          rnge_c2DIndexRange(x, y, detail::BlockEnd(x, source.NumIndicesX(), NumIndicesX()),
+                             detail::BlockEnd(y, source.NumIndicesY(), NumIndicesY())));
 }
 
 parr_c2DNumberArray parr_c2DNumberArray::Selection(const rnge_c2DIndexRange& range) const {
@@ -150,6 +154,12 @@ parr_c2DNumberArray parr_c2DNumberArray::Selection(const rnge_c2DIndexRange& ran
 
 parr_c2DNumberArray parr_c2DNumberArray::Selection(int x0, int y0, int x1, int y1) const {
   return Selection(rnge_c2DIndexRange(x0, y0, x1, y1));
+}
+
+std::pair<int, int> parr_c2DNumberArray::Indices(std::int64_t x, std::int64_t y) const {
+  const std::pair indices(static_cast<int>(x), static_cast<int>(y));
+  if (indices.first != x || indices.second != y) arr_IndexError(x, y, NumIndicesX(), NumIndicesY());
+  return indices;
 }
 
 template class detail::NumberArray<parr_c2DArray>;

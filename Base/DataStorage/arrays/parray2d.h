@@ -102,7 +102,7 @@ class DATASTORAGE_EXPORT parr_c2DNumberArray : public detail::NumberArray<parr_c
   template <detail::ElementType T>
   parr_c2DNumberArray(const arr_c2DNumberArray<T>& elements)
       : NumberArray(std::make_unique<parr_c2DTypedNumberArray<T>>(elements)) {}
-  /// Takes ownership of a letter, which must not be null.
+  /// Takes ownership of a letter; a null one throws expt_cProgramException.
   explicit parr_c2DNumberArray(parr_c2DArray* letter);
   parr_c2DNumberArray(const parr_c2DNumberArray&) = default;
   parr_c2DNumberArray& operator=(const parr_c2DNumberArray&) = default;
@@ -117,25 +117,37 @@ class DATASTORAGE_EXPORT parr_c2DNumberArray : public detail::NumberArray<parr_c
   /// (0, 0) to (nx, ny).
   rnge_c2DIndexRange IndexRange() const;
 
-  /// Element (x, y). Only the position y * nx + x is checked: an x that is too large reaches into the rows
-  /// that follow. A complex element without an imaginary part comes as a real number.
+  /// Element (x, y), indices of any integer types. Only the position y * nx + x is checked: an x that is too
+  /// large reaches into the rows that follow. A complex element without an imaginary part comes as a real
+  /// number.
   pnum_cNumber Value(int x, int y) const;
+  template <class X, detail::WideWith<X> Y>
+  pnum_cNumber Value(X x, Y y) const {
+    const auto [i, j] = Indices(detail::WideIndex(x), detail::WideIndex(y));
+    return Value(i, j);
+  }
   /// Element (x, y), checked in the same way, becomes `value`. The array first takes a type that holds both.
   void SetValue(const pnum_cNumber& value, int x, int y);
+  template <class X, detail::WideWith<X> Y>
+  void SetValue(const pnum_cNumber& value, X x, Y y) {
+    const auto [i, j] = Indices(detail::WideIndex(x), detail::WideIndex(y));
+    SetValue(value, i, j);
+  }
   /// Every element becomes `value` and the array takes its type.
   parr_c2DNumberArray& operator=(const pnum_cNumber& value);
 
   /// Copies a block of the extents of `target_range`, from the start corner of `source_range`, to
   /// `target_range`; the array first takes a type that holds both. rnge_c2DIndexRange::Null stands for a
-  /// whole array; when both ranges are Null nothing happens. A block that does not fit the source, or whose
-  /// rows leave the storage of this array, is not copied.
+  /// whole array; when both ranges are Null nothing happens. For a block that does not fit the source, or
+  /// whose rows leave the storage of this array, arr_IndexError is raised and nothing is copied.
   void SetData(const parr_c2DNumberArray& source, const rnge_c2DIndexRange& source_range,
                const rnge_c2DIndexRange& target_range);
   /// Copies the whole of `source` so that its element (0, 0) lands at (x, y).
   void SetSelection(const parr_c2DNumberArray& source, int x, int y);
 
   /// The elements of `range`, starts included and ends not; positions outside the array take its fill value.
-  /// A range that is empty on either axis raises arr_IndexError.
+  /// rnge_c2DIndexRange::Null gives the whole array, any other range that is empty on either axis raises
+  /// arr_IndexError.
   parr_c2DNumberArray Selection(const rnge_c2DIndexRange& range) const;
   /// The same.
   parr_c2DNumberArray GetData(const rnge_c2DIndexRange& range) const { return Selection(range); }
@@ -158,4 +170,8 @@ class DATASTORAGE_EXPORT parr_c2DNumberArray : public detail::NumberArray<parr_c
   static const dtyp_cDataType t2DValueArray;    ///< dtyp_Float32
   static const dtyp_cDataType t2DCountArray;    ///< dtyp_SBin32
   static const dtyp_cDataType t2DComplexArray;  ///< dtyp_Complex64
+
+ private:
+  /// The same as int; raises arr_IndexError for what no index can be.
+  std::pair<int, int> Indices(std::int64_t x, std::int64_t y) const;
 };

@@ -63,9 +63,10 @@ type_cBoolean dbrw_Read(bstr_cBinary_istream& in, arr_c2DNumberArray<unsigned ch
     return false;
   }
   if (!in.Skip((colours_used == 0 ? colours : std::int64_t{colours_used}) * bytes_per_colour)) return false;
-  const std::int64_t count = detail::CheckedCount(width, height);
+  if (width < 0 || height < 0) arr_SizeError(width, height);
+  const std::int64_t count = std::int64_t{width} * height;
   const std::int64_t stride = Stride(width);
-  if (count > 0 && in.Size() - in.Position() < stride * height) return false;
+  if (!detail::bCountable(width, height) || in.Size() - in.Position() < stride * height) return false;
 
   arr_c2DNumberArray<unsigned char> read(arr_Unfilled, width, height);
   unsigned char* pixels = read.WriteAccess();

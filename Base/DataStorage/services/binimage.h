@@ -14,6 +14,6 @@ DATASTORAGE_EXPORT type_cBoolean dbrw_Write(bstr_cBinary_ostream& out,
 
 /// Reads a picture of 8 bits a pixel; the pixels count as greys whatever the colour table says, and the other
 /// header fields do not matter. False, and `image` as it was, when the stream fails or holds less than the
-/// header claims. A negative width or height raises arr_SizeError.
+/// header claims, be it more than any array can have. A negative width or height raises arr_SizeError.
 DATASTORAGE_EXPORT type_cBoolean dbrw_Read(bstr_cBinary_istream& in,
                                            arr_c2DNumberArray<unsigned char>& image);
