@@ -133,11 +133,35 @@ TEST(DataArray, GrowsByZerosWhereAPositionIsWritten) {
   EXPECT_EQ(empty.Value(1.0).Value(), 2.5);
 }
 
+TEST(DataArray, SetsWhatItHasAlongAFallingAxisAndDoesNotGrowThere) {
+  darr_c1DArray line = Data({1, 2, 3, 4}, {8, -1, 2});  // cells from 10 down to 6
+  for (const auto& [position, value] : {std::pair(10.0, 5), {8.5, 6}, {6.1, 7}})
+    line.SetValue(value, position);
+  ExpectSame(line, Data({5, 6, 3, 7}, {8, -1, 2}));
+  darr_c2DArray plane = Data(2, {1, 2, 3, 4}, {0, 1, 1, -1, 0, 0});
+  plane.SetValue(5, 1.5, 0.5);
+  plane.SetValue(6, 2.5, -0.5);  // grows along X only
+  ExpectSame(plane, Data(3, {1, 5, 0, 3, 4, 6}, {0, 1, 1, -1, 0, 0}));
+  const std::string old = RawForm(line) + RawForm(plane);
+  for (const double outside : {10.1, 6.0, -1e300, infinity, not_a_number}) {
+    EXPECT_THROW(line.SetValue(9.5, outside), arr_cIndexException) << outside;
+    EXPECT_THROW(plane.SetValue(9.5, 0.5, outside), arr_cIndexException) << outside;
+  }
+  EXPECT_EQ(RawForm(line) + RawForm(plane), old);
+  for (const double delta : {0.0, not_a_number, -infinity, infinity}) {
+    line.SetDeltaX(delta);
+    EXPECT_THROW(line.SetValue(9.5, 8.0), expt_cProgramException) << delta;
+    EXPECT_EQ(line.DataType(), dtyp_SBin32);
+  }
+}
+
 TEST(DataArray, KeepsPositionsInSelections) {
   const darr_c1DArray line = Data({1, 2, 3, 4}, {10, 0.5, 2});
   const darr_c2DArray plane = Data(4, Counting<int>(12), {10, 20, 0.5, 2, 2, 1});
   ExpectSame(line.Selection(rnge_c1DRange::Null, rnge_IndexInner), line);
   ExpectSame(plane.Selection(rnge_c2DRange::Null, rnge_IndexInner), plane);
+  ExpectSame(line.Selection(rnge_c1DIndexRange::Null), line);
+  ExpectSame(plane.Selection(rnge_c2DIndexRange::Null), plane);
   ExpectSame(plane.Selection(plane.Range(), rnge_IndexInner), plane);
   EXPECT_THAT(Values(line.Selection(10.75, 9.25, rnge_IndexOuter)), ElementsAre(1, 2, 3, 4));
   EXPECT_THAT(Values(line.Selection(10.75, 9.25, rnge_IndexInner)), ElementsAre(2, 3));

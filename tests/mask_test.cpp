@@ -17,6 +17,12 @@ TEST(Mask, BeginsFalseAndTakesOneValue) {
   plane = true;
   EXPECT_EQ(ElementsOf(plane.Selection(1, 1, 3, 2)), Elements(2, true));
   EXPECT_EQ(ElementsOf(barr_c1DBoolArray(1, true, {}).Selection(0, 2)), Elements(2, true));
+  const barr_c1DBoolArray line(3, true, {1, 2, 3});
+  EXPECT_EQ(line.Selection(rnge_c1DIndexRange::Null).Cal(), line.Cal());
+  EXPECT_EQ(line.Selection(rnge_c1DIndexRange::Null).Data(), line.Data());
+  EXPECT_EQ(plane.Selection(rnge_c2DIndexRange::Null).Data(), plane.Data());
+  EXPECT_THROW(line.Selection(0, 0), arr_cIndexException);
+  EXPECT_THROW(plane.Selection(0, 0, 1, 0), arr_cIndexException);
   EXPECT_THROW(barr_c1DBoolArray(0).Data(), arr_cIndexException);
   EXPECT_THROW(barr_c2DBoolArray(3, 0).Data(), arr_cIndexException);
 }

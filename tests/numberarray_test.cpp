@@ -1,4 +1,5 @@
 #include "arrays.h"
+#include <DataStorage/data/darray2d.h>
 
 namespace {
 
@@ -62,12 +63,14 @@ TEST(NumberArray, RawFormsHaveKnownBytesAndRefuseOthers) {
   EXPECT_EQ(RawForm(Plane<unsigned short>(2, {1, 2, 3, 4})), plane_bytes);
   parr_c1DNumberArray line = Line<short>({1});
   parr_c2DNumberArray plane = Plane<short>(1, {1});
-  for (const std::string& bytes :
-       {"\0\0\1\0\0\0\1"s, "\x0B\0\1\0\0\0\1"s, "\xFF\xFF\1\0\0\0\1"s, "\1\0\xFF\xFF\xFF\x7E\1"s}) {
+  for (const std::string& bytes : {"\0\0\1\0\0\0\1"s, "\x0B\0\1\0\0\0\1"s, "\xFF\xFF\1\0\0\0\1"s,
+                                   "\1\0\xFF\xFF\xFF\x7E\1"s, "\1\0\xFF\xFF\xFF\x7F\1"s}) {
     EXPECT_FALSE(ReadRaw(line, bytes));
   }
-  for (const std::string& bytes : {"IIxx\1\0\1\0\0\0\1\0\0\0\1"s, "II\1\0\1\0\0\0\1\0\0\0\1"s,
-                                   "IIBIIIBI\1\0\1\0\0\0\1\0\0\0\1"s, "\1\0\xFF\xFF\0\0\xFF\x7F\0\0\1"s}) {
+  for (const std::string& bytes :
+       {"IIxx\1\0\1\0\0\0\1\0\0\0\1"s, "II\1\0\1\0\0\0\1\0\0\0\1"s, "IIBIIIBI\1\0\1\0\0\0\1\0\0\0\1"s,
+        "\1\0\xFF\xFF\0\0\xFF\x7F\0\0\1"s, "\x8\0\xFF\xFF\xFF\x7F\xFF\xFF\xFF\x7F"s,
+        "\1\0\xFF\xFF\xFF\x7F\0\0\0\0"s}) {
     EXPECT_FALSE(ReadRaw(plane, bytes));
   }
   EXPECT_THROW(ReadRaw(line, "\1\0\xFF\xFF\xFF\xFF"s), arr_cSizeException);
@@ -89,6 +92,16 @@ TEST(NumberArray, BeginsEmptyAndRefusesWhatItCannotHold) {
   EXPECT_THROW(parr_c1DNumberArray(-1, Type(dtyp_Float64), nullptr), arr_cSizeException);
   EXPECT_THROW(parr_c2DNumberArray(2, -1, Type(dtyp_Float64), nullptr), arr_cSizeException);
   EXPECT_THROW(parr_c1DNumberArray().Value(0), arr_cIndexException);
+  EXPECT_THROW(parr_c1DNumberArray(nullptr), expt_cProgramException);
+  EXPECT_THROW(parr_c2DNumberArray(nullptr), expt_cProgramException);
+  parr_c1DNumberArray no_line;  // of bytes, which it stays, for it has none to widen
+  EXPECT_THROW(no_line.SetData(Line<double>({1, 2}), Range::Null, Range(0, 2)), arr_cIndexException);
+  parr_c2DNumberArray no_plane;
+  EXPECT_THROW(no_plane.SetData(Plane<double>(1, {1, 2}), Range2D::Null, Range2D(0, 0, 1, 2)),
+               arr_cIndexException);
+  parr_c1DTypedNumberArray<char> letter;
+  EXPECT_THROW(letter.SetData(parr_c1DTypedNumberArray<double>(), Range(0, 1), Range(0, 1)),
+               expt_cProgramException);
   for (const int type : {-1, 0, 11}) {
     const dtyp_cDataType none = static_cast<dtyp_eDataType>(type);
     EXPECT_THROW(parr_c1DNumberArray(1, none, nullptr), expt_cProgramException);
@@ -119,6 +132,37 @@ TEST(NumberArray, WidensWhenAnElementDoesNotFit) {
   EXPECT_THROW(plane.SetValue(0.5, 0, 2), arr_cIndexException);
   EXPECT_EQ(plane.DataType(), dtyp_Float64);
 }
+
+TEST(NumberArray, TakesIndicesOfAnyIntegerType) {
+  darr_c1DArray line(Line<int>({1, 2, 3, 4, 5, 6}), {});
+  darr_c2DArray plane(Plane<int>(3, {1, 2, 3, 4, 5, 6}), {});
+  const auto check = [&]<class Index>(Index two) {
+    EXPECT_EQ(line.Value(two).Value(), 3);
+    line.SetValue(3, two);
+    EXPECT_EQ(plane.Value(two, 1).Value(), 6);
+    EXPECT_EQ(plane.Value(0, static_cast<Index>(1)).Value(), 4);
+    plane.SetValue(6, two, static_cast<unsigned char>(1));
+    plane.SetValue(6, 2UL, static_cast<Index>(1));
+  };
+  check(short(2)), check('\2'), check(2), check(2U), check(2L), check(2UL), check(2LL), check(2ULL);
+  EXPECT_EQ(Values(line), Values(plane));
+
+  const auto refuse = [&](auto wide) {  // which is 2 in 32 bits
+    EXPECT_THROW(line.Value(wide), arr_cIndexException);
+    EXPECT_THROW(plane.Value(wide, 0), arr_cIndexException);
+    EXPECT_THROW(plane.SetValue(9, 0, wide), arr_cIndexException);
+    line.SetValue(9, wide);
+  };
+  refuse((1LL << 32) + 2), refuse((1ULL << 63) + 2), refuse(-(1L << 32) + 2);
+  EXPECT_EQ(Values(line), Values(plane));
+}
+
+/// Whether a value is there for two of these types.
+template <class X, class Y>
+constexpr bool bReadable = requires(const darr_c2DArray& array, X x, Y y) {
+  array.Value(x, y);
+};
+static_assert(bReadable<float, double> && !bReadable<int, double> && !bReadable<double, long>);
 
 TEST(NumberArray, TakesOneNumberForAllElementsAndConverts) {
   parr_c1DNumberArray line(10, Type(dtyp_UBin16), nullptr);
@@ -156,6 +200,12 @@ TEST(NumberArray, TakesWholeArraysWhereNoRangeIsNamed) {
   EXPECT_THROW(line.SetData(Line<double>({1}), Range::Null, Range(0, 4)), arr_cIndexException);
   EXPECT_EQ(line.DataType(), dtyp_Float64);
   EXPECT_EQ(line.Selection(0, 4).Data(), line.Data());
+  EXPECT_EQ(line.Selection(Range::Null).Data(), line.Data());
+  EXPECT_EQ(line.GetData(Range::Null).NumIndices(), 4);
+  EXPECT_EQ(parr_c1DNumberArray().Selection(Range::Null).NumIndices(), 0);
+  for (const Range& empty : {Range(Range::Null), Range(3, 3)}) {
+    EXPECT_THROW(line.Selection(empty), arr_cIndexException);
+  }
   EXPECT_THROW(line.Selection(-1, largest), arr_cSizeException);
 
   parr_c2DNumberArray plane = Plane<short>(2, {1, 2, 3, 4});
@@ -166,6 +216,10 @@ TEST(NumberArray, TakesWholeArraysWhereNoRangeIsNamed) {
   EXPECT_THAT(Values(plane), ElementsAre(1, 0.5, 1, 0.5));
   EXPECT_THROW(plane.SetSelection(plane, largest, 0), arr_cIndexException);
   EXPECT_EQ(plane.Selection(plane.IndexRange()).Data(), plane.Data());
+  EXPECT_EQ(plane.GetData(Range2D::Null).Data(), plane.Data());
+  for (const Range2D& empty : {Range2D(Range2D::Null), Range2D(0, 1, 2, 1)}) {
+    EXPECT_THROW(plane.Selection(empty), arr_cIndexException);
+  }
 }
 
 }  // namespace

@@ -46,7 +46,7 @@ TEST(Rescale, TakesTheStartOfEachCellOfAPlane) {
 TEST(Rescale, RefusesStepsThatNoArrayHasElementsFor) {
   const darr_c1DArray line(Line<int>({1, 2}), {});
   const darr_c2DArray plane(Plane<int>(2, {1, 2}), {});
-  for (const double step : {0.0, 1e-300, std::numeric_limits<double>::quiet_NaN(), -1.0}) {
+  for (const double step : {0.0, 1e-300, not_a_number, -1.0, infinity}) {
     EXPECT_THROW(resc_Rescale(line, step, 0), arr_cSizeException) << step;
     EXPECT_THROW(resc_Rescale(plane, step, 1), arr_cSizeException) << step;
   }
@@ -71,6 +71,123 @@ TEST(Merge, CopiesIntoPlaceAndGrows) {
   EXPECT_THAT(Values(plane), ElementsAre(1, 2, 3, 8, 0, 9));
   plane.Set({Plane<short>(1, {7}), {0, 0, 1, 2, 0, 0}});  // same step along X only
   EXPECT_THAT(Values(plane), ElementsAre(7, 2, 7, 8, 0, 9));
+}
+
+TEST(Merge, RefusesAxesThatDoNotRunInTheSameDirection) {
+  for (const double delta : {1.0, -1.0}) {
+    const darr_c1DArray line(Line<short>({1, 2}), {0, delta, 0});
+    const darr_c2DArray plane(Plane<short>(2, {1, 2}), {0, 0, delta, 1, 0, 0});
+    for (const double other : {-delta, -2 * delta, 0.0, not_a_number, infinity}) {
+      darr_c1DArray target = line;
+      darr_c2DArray target2d = plane;
+      EXPECT_THROW(target.Set({Line<int>({3}), {0, other, 0}}), arr_cIndexException) << other;
+      EXPECT_THROW(target2d.Set({Plane<int>(1, {3}), {0, 0, other, 1, 0, 0}}), arr_cIndexException) << other;
+      EXPECT_THROW(target2d.Set({Plane<int>(1, {3}), {0, 0, delta, -1, 0, 0}}), arr_cIndexException);
+      EXPECT_EQ(RawForm(target) + RawForm(target2d), RawForm(line) + RawForm(plane));
+    }
+  }
+}
+
+darr_c1DArray Mirrored(darr_c1DArray array, bool x, bool /*y*/) {
+  if (x) array.SetCal({-array.OffsetX(), -array.DeltaX(), array.CalIndexX()});
+  return array;
+}
+darr_c2DArray Mirrored(darr_c2DArray array, bool x, bool y) {
+  if (x) array.SetOffsetX(-array.OffsetX()), array.SetDeltaX(-array.DeltaX());
+  if (y) array.SetOffsetY(-array.OffsetY()), array.SetDeltaY(-array.DeltaY());
+  return array;
+}
+
+darr_c2DArray AsPlane(const darr_c2DArray& array) { return array; }
+darr_c2DArray AsPlane(const darr_c1DArray& array) {
+  return {parr_c2DNumberArray(array.NumIndices(), 1, array.DataType(), array.Data()),
+          {array.OffsetX(), 0, array.DeltaX(), 1, array.CalIndexX(), 0}};
+}
+
+constexpr int written = 100;  // what is written counts from here on
+
+/// Writes to an array with rising axes and to its mirror image. Both get the same elements, but falling axes
+/// do not grow: where the array grew for an element that was written, its image refuses.
+template <class Array>
+void CheckMirrorImage(const Array& array, bool x, bool y,
+                      const std::function<void(Array&, bool, bool)>& write) {
+  Array rising = array, falling = Mirrored(array, x, y);
+  try {
+    write(rising, false, false);
+  } catch (const arr_cSizeException&) {
+    EXPECT_THROW(write(falling, x, y), arr_cSizeException);
+    return;
+  }
+  const darr_c2DArray before = AsPlane(array), after = AsPlane(rising);
+  const auto i = static_cast<int>(std::lround(before.Range().OffsetX(after.Range()) / before.DeltaX()));
+  const auto j = static_cast<int>(std::lround(before.Range().OffsetY(after.Range()) / before.DeltaY()));
+  const rnge_c2DIndexRange image(x ? i : 0, y ? j : 0, x ? i + before.NumIndicesX() : after.NumIndicesX(),
+                                 y ? j + before.NumIndicesY() : after.NumIndicesY());
+  const auto count = [](const darr_c2DArray& plane) {
+    return std::ranges::count_if(Values(plane), [](double value) { return value >= written; });
+  };
+  const darr_c2DArray expected = after.Selection(image);
+  if (count(expected) < count(after)) {
+    EXPECT_THROW(write(falling, x, y), arr_cIndexException);
+    EXPECT_EQ(RawForm(falling), RawForm(Mirrored(array, x, y)));
+    return;
+  }
+  write(falling, x, y);
+  const darr_c2DArray result = AsPlane(Mirrored(falling, x, y));
+  EXPECT_EQ(Values(result), Values(expected));
+  EXPECT_EQ(result.NumIndicesX(), expected.NumIndicesX());
+  EXPECT_NEAR(result.Range().Left(), expected.Range().Left(), 1e-9);
+  EXPECT_NEAR(result.Range().Bottom(), expected.Range().Bottom(), 1e-9);
+}
+
+TEST(FallingAxis, IsTheMirrorImageOfARisingOneThatDoesNotGrow) {
+  std::minstd_rand random(RandomSeed());
+  const auto whole = [&](int from, int to) { return std::uniform_int_distribution(from, to)(random); };
+  // Often on a common grid, but never halfway between two elements, where it is open which one is the
+  // nearest.
+  const auto position = [&] {
+    return whole(0, 1) == 0 ? whole(-4, 4) : std::uniform_real_distribution(-4.0, 4.0)(random);
+  };
+  const auto step = [&] { return std::array{0.43, 1.0, 1.0, 1.71}[static_cast<std::size_t>(whole(0, 3))]; };
+  const auto numbers = [&](int count, int first) {
+    std::vector<int> values(static_cast<std::size_t>(count));
+    std::iota(values.begin(), values.end(), first);
+    return values;
+  };
+  const auto line = [&](int first) -> darr_c1DArray {
+    return {Line(numbers(whole(1, 6), first)), {position(), step(), whole(-2, 6)}};
+  };
+  const auto plane = [&](int first) -> darr_c2DArray {
+    const int nx = whole(1, 5);
+    return {Plane(nx, numbers(nx * whole(1, 5), first)),
+            {position(), position(), step(), step(), whole(-2, 6), whole(-2, 6)}};
+  };
+  for (int run = 0; run < 3000 && !testing::Test::HasFailure(); ++run) {
+    const bool fallsY = whole(0, 1) == 1, fallsX = !fallsY || whole(0, 1) == 1;
+    const double atX = position(), atY = position(), signX = fallsX ? -1 : 1, signY = fallsY ? -1 : 1;
+    const darr_c1DArray a = line(1), b = line(written);
+    CheckMirrorImage<darr_c1DArray>(a, true, false,
+                                    [&](auto& t, bool x, bool) { t.SetValue(written, x ? -atX : atX); });
+    CheckMirrorImage<darr_c1DArray>(a, true, false,
+                                    [&](auto& t, bool x, bool) { t.Set(Mirrored(b, x, false)); });
+    const darr_c2DArray c = plane(1), d = plane(written);
+    CheckMirrorImage<darr_c2DArray>(c, fallsX, fallsY, [&](auto& t, bool x, bool y) {
+      t.SetValue(written, x ? -atX : atX, y ? -atY : atY);
+    });
+    CheckMirrorImage<darr_c2DArray>(c, fallsX, fallsY,
+                                    [&](auto& t, bool x, bool y) { t.Set(Mirrored(d, x, y)); });
+
+    const double newX = step(), newY = step();
+    const darr_c2DArray coarse = Mirrored(resc_Rescale(c, newX, newY), fallsX, fallsY);
+    const darr_c2DArray image = resc_Rescale(Mirrored(c, fallsX, fallsY), signX * newX, signY * newY);
+    EXPECT_TRUE(image.Cal() == coarse.Cal() && Bytes(image) == Bytes(coarse));
+
+    // A physical range, which runs upwards, finds one cell at most on an axis that falls.
+    try {
+      EXPECT_LE(Mirrored(a, true, false).Selection(atX, atY, rnge_eIndexSelect(whole(0, 3))).NumIndices(), 1);
+    } catch (const arr_cSizeException&) {
+    }
+  }
 }
 
 TEST(Transform, KeepsTheFractionOfTheRange) {

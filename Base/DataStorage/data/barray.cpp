@@ -17,7 +17,7 @@ barr_c1DBoolArray& barr_c1DBoolArray::operator=(type_cBoolean value) {
 }
 
 const type_cBoolean* barr_c1DBoolArray::Data() const {
-  if (NumIndices() == 0) arr_IndexError();
+  if (NumIndices() == 0) arr_IndexError(0, 0);
   return arr_c1DNumberArray::Data();
 }
 
@@ -26,6 +26,7 @@ rnge_c1DRange barr_c1DBoolArray::Range() const {
 }
 
 barr_c1DBoolArray barr_c1DBoolArray::Selection(const rnge_c1DIndexRange& range) const {
+  if (range.IsNull()) return *this;
   return barr_c1DBoolArray(SubArray(range.StartIndexX(), std::int64_t{range.EndIndexX()} - 1),
                            cal_.Rebased(range.StartIndexX(), range.Contains(CalIndexX())));
 }
@@ -62,7 +63,7 @@ barr_c2DBoolArray& barr_c2DBoolArray::operator=(type_cBoolean value) {
 }
 
 const type_cBoolean* barr_c2DBoolArray::Data() const {
-  if (NumIndices() == 0) arr_IndexError();
+  if (NumIndices() == 0) arr_IndexError(0, 0, NumIndicesX(), NumIndicesY());
   return arr_c2DNumberArray::Data();
 }
 
@@ -71,6 +72,7 @@ rnge_c2DRange barr_c2DBoolArray::Range() const {
 }
 
 barr_c2DBoolArray barr_c2DBoolArray::Selection(const rnge_c2DIndexRange& range) const {
+  if (range.IsNull()) return *this;
   return barr_c2DBoolArray(
       SubArray(range.StartIndexX(), range.StartIndexY(), std::int64_t{range.EndIndexX()} - 1,
                std::int64_t{range.EndIndexY()} - 1),

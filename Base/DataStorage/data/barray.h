@@ -37,7 +37,8 @@ class DATASTORAGE_EXPORT barr_c1DBoolArray : public arr_c1DNumberArray<type_cBoo
   /// The positions covered.
   rnge_c1DRange Range() const;
 
-  /// The elements of an index range, with the positions they had.
+  /// The elements of an index range, with the positions they had. rnge_c1DIndexRange::Null gives the whole
+  /// mask, any other empty range raises arr_IndexError.
   barr_c1DBoolArray Selection(const rnge_c1DIndexRange& range) const;
   barr_c1DBoolArray Selection(int start, int end) const;
   /// Copies the elements of `source` to the indices `offset` ...; calibrations do not matter. A block that
@@ -85,7 +86,8 @@ class DATASTORAGE_EXPORT barr_c2DBoolArray : public arr_c2DNumberArray<type_cBoo
   /// The rectangle of positions covered.
   rnge_c2DRange Range() const;
 
-  /// The elements of an index range, with the positions they had.
+  /// The elements of an index range, with the positions they had. rnge_c2DIndexRange::Null gives the whole
+  /// mask, any other range that is empty on either axis raises arr_IndexError.
   barr_c2DBoolArray Selection(const rnge_c2DIndexRange& range) const;
   barr_c2DBoolArray Selection(int x0, int y0, int x1, int y1) const;
   /// Copies the elements of `source` so that its element (0, 0) lands at (x, y); calibrations do not matter.

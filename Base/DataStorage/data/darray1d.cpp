@@ -3,23 +3,6 @@
 
 #include <DataStorage/data/darray1d.h>
 
-namespace {
-
-/// The elements of an index range, zeros where it leaves the array, with the positions they had.
-darr_c1DArray FilledOut(const darr_c1DArray& array, const rnge_c1DIndexRange& indices, bool keepReference) {
-  darr_c1DArray result(indices.NumIndicesX(), array.DataType(),
-                       array.Cal().Rebased(indices.StartIndexX(), keepReference));
-  const int start = std::max(indices.StartIndexX(), 0);
-  const int end = std::min(indices.EndIndexX(), array.NumIndices());
-  if (start < end) {
-    const rnge_c1DIndexRange overlap(start, end);
-    result.SetData(array, overlap, overlap.Shift(-indices.StartIndexX()));
-  }
-  return result;
-}
-
-}  // namespace
-
 darr_c1DArray::darr_c1DArray() : DataArray(parr_c1DNumberArray(), cal_c1DArrayCal::Default) {}
 
 darr_c1DArray::darr_c1DArray(int count, const pnum_cNumber& value, const cal_c1DArrayCal& cal)
@@ -60,20 +43,37 @@ pnum_cNumber darr_c1DArray::Value(double position, darr_eInterpolation interpola
 }
 
 void darr_c1DArray::SetValue(const pnum_cNumber& value, double position) {
-  if (std::isnan(position)) arr_IndexError();
-  if (!Range().Contains(position)) {
-    *this = Selection(Range() | pos_c1DPosition(position), rnge_IndexOuter);
+  if (const int i = Cal().IndexX(position); i >= 0 && i < NumIndices()) return SetValue(value, i);
+  if (std::isnan(position) || !(DeltaX() > 0)) {
+    detail::ThrowIndexError("position " + str_cString(position, 0, 0) +
+                            " is outside an array that does not grow");
   }
+  darr_c1DArray grown =
+      Range().Contains(position) ? *this : Selection(Range() | pos_c1DPosition(position), rnge_IndexOuter);
   // A position at the very end of the range lies in the cell behind the last one; one that its tolerance adds
   // may lie in the cell before the first one.
-  if (const int i = Cal().IndexX(position); i < 0 || i >= NumIndices()) {
-    const rnge_c1DIndexRange grown(std::min(i, 0), std::max(detail::AddIndices(i, 1), NumIndices()));
-    *this = FilledOut(*this, grown, true);
+  if (const int i = grown.Cal().IndexX(position); i < 0 || i >= grown.NumIndices()) {
+    const int end = std::max(detail::AddIndices(i, 1), grown.NumIndices());
+    grown = grown.FilledOut(rnge_c1DIndexRange(std::min(i, 0), end), true);
   }
-  SetValue(value, Cal().IndexX(position));
+  grown.SetValue(value, grown.Cal().IndexX(position));
+  *this = grown;
+}
+
+darr_c1DArray darr_c1DArray::FilledOut(const rnge_c1DIndexRange& indices, bool keepReference) const {
+  darr_c1DArray result(indices.NumIndicesX(), DataType(),
+                       Cal().Rebased(indices.StartIndexX(), keepReference));
+  const int start = std::max(indices.StartIndexX(), 0);
+  const int end = std::min(indices.EndIndexX(), NumIndices());
+  if (start < end) {
+    const rnge_c1DIndexRange overlap(start, end);
+    result.SetData(*this, overlap, overlap.Shift(-indices.StartIndexX()));
+  }
+  return result;
 }
 
 darr_c1DArray darr_c1DArray::Selection(const rnge_c1DIndexRange& range) const {
+  if (range.IsNull()) return *this;
   return darr_c1DArray(parr_c1DNumberArray::Selection(range),
                        Cal().Rebased(range.StartIndexX(), range.Contains(CalIndexX())));
 }
@@ -86,7 +86,7 @@ darr_c1DArray darr_c1DArray::Selection(const rnge_c1DRange& range, rnge_eIndexSe
   const rnge_c1DRange covered = Range();
   if (range == covered || range.IsNull()) return *this;
   const rnge_c1DIndexRange indices(range, Cal(), select);
-  return covered.Contains(range) ? Selection(indices) : FilledOut(*this, indices, range.Contains(OffsetX()));
+  return covered.Contains(range) ? Selection(indices) : FilledOut(indices, range.Contains(OffsetX()));
 }
 
 darr_c1DArray darr_c1DArray::Selection(double from, double to, rnge_eIndexSelect select) const {

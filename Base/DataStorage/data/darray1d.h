@@ -15,6 +15,10 @@ enum darr_eInterpolation : int {
 /// A calibrated one-dimensional data array: numbers whose indices have physical positions. Element i lies at
 /// `Cal().PositionX(i)` and its cell reaches to the position of the next one, so N elements cover the range
 /// from PositionX(0) to PositionX(N). Copies are cheap: they share the elements until one is written.
+///
+/// Along a falling axis (negative delta) elements can be set at positions, but not read: its range contains
+/// no position, so that `Value` gives zeros, and a physical range selects one cell at most and raises
+/// arr_SizeError where it spans more. `Cal().IndexX` gives the index to read at.
 class DATASTORAGE_EXPORT darr_c1DArray : public detail::DataArray<parr_c1DNumberArray, cal_c1DArrayCal> {
  public:
   /// No elements.
@@ -55,12 +59,13 @@ class DATASTORAGE_EXPORT darr_c1DArray : public detail::DataArray<parr_c1DNumber
   /// axis. Outside the range (not-a-number included), and in an array without
   /// elements, the value is a zero of the element type.
   pnum_cNumber Value(double position, darr_eInterpolation interpolation = darr_NoInterpolation) const;
-  /// Sets the element in whose cell `position` lies. The array grows as far as needed, by zeros. A position
-  /// that is not a number raises arr_IndexError.
+  /// Sets the element in whose cell `position` lies, at the index that the calibration gives. Where there is
+  /// none the array grows as far as needed, by zeros, if its delta is positive; otherwise, and for a position
+  /// that is not a number, arr_IndexError is raised. An error leaves the array as it was.
   void SetValue(const pnum_cNumber& value, double position);
 
   /// The elements of an index range, with the positions they had; those outside the array take its fill
-  /// value.
+  /// value. rnge_c1DIndexRange::Null gives the whole array.
   darr_c1DArray Selection(const rnge_c1DIndexRange& range) const;
   darr_c1DArray Selection(int start, int end) const;
   /// The elements that a physical range selects, zeros where it leaves the array. The array's own range and
@@ -68,8 +73,12 @@ class DATASTORAGE_EXPORT darr_c1DArray : public detail::DataArray<parr_c1DNumber
   darr_c1DArray Selection(const rnge_c1DRange& range, rnge_eIndexSelect select) const;
   darr_c1DArray Selection(double from, double to, rnge_eIndexSelect select) const;
 
-  /// Merges another array into this one: `source` is resampled to this array's delta if it has another one,
-  /// and the array grows to cover it.
+  /// Merges another array into this one: `source` is resampled to this array's delta if it has another one
+  /// (resc_Rescale, on a grid through this array's first position), and its elements replace the nearest ones
+  /// here. The array grows to cover the source if its delta is positive; a falling one raises arr_IndexError
+  /// where the source leaves it. So do deltas of opposite signs, for cells that reach to different sides of
+  /// their elements do not match, and deltas that are 0 or not finite. An error leaves the elements as they
+  /// were.
   void Set(const darr_c1DArray& source);
 
   /// A copy whose positions lie `distance` further on.
@@ -79,4 +88,8 @@ class DATASTORAGE_EXPORT darr_c1DArray : public detail::DataArray<parr_c1DNumber
   double OffsetX(const darr_c1DArray& other) const;
 
   static const tgio_cObjectType _ObjectType;  ///< obty_1DDataArrayType
+
+ private:
+  /// The elements of an index range, zeros where it leaves the array, with the positions they had.
+  darr_c1DArray FilledOut(const rnge_c1DIndexRange& indices, bool keepReference) const;
 };

@@ -7,21 +7,6 @@ namespace {
 
 constexpr detail::SourceFile source_file{"darray2d"};
 
-/// The elements of an index range, zeros where it leaves the array, with the positions they had.
-darr_c2DArray FilledOut(const darr_c2DArray& array, const rnge_c2DIndexRange& indices, bool keepReference) {
-  darr_c2DArray result(indices.NumIndicesX(), indices.NumIndicesY(), array.DataType(),
-                       array.Cal().Rebased(indices.StartIndexX(), indices.StartIndexY(), keepReference));
-  const int x0 = std::max(indices.StartIndexX(), 0);
-  const int y0 = std::max(indices.StartIndexY(), 0);
-  const int x1 = std::min(indices.EndIndexX(), array.NumIndicesX());
-  const int y1 = std::min(indices.EndIndexY(), array.NumIndicesY());
-  if (x0 < x1 && y0 < y1) {
-    const rnge_c2DIndexRange overlap(x0, y0, x1, y1);
-    result.SetData(array, overlap, overlap.Shift(-indices.StartIndexX(), -indices.StartIndexY()));
-  }
-  return result;
-}
-
 }  // namespace
 
 darr_c2DArray::darr_c2DArray() : DataArray(parr_c2DNumberArray(), cal_c2DArrayCal::Default) {}
@@ -54,22 +39,49 @@ pnum_cNumber darr_c2DArray::Value(double x, double y) const {
 }
 
 void darr_c2DArray::SetValue(const pnum_cNumber& value, double x, double y) {
-  if (std::isnan(x) || std::isnan(y)) arr_IndexError();
-  if (!Range().Contains(x, y)) *this = Selection(Range() | pos_c2DPosition(x, y), rnge_IndexOuter);
+  int i = Cal().IndexX(x);
+  int j = Cal().IndexY(y);
+  const bool has_column = i >= 0 && i < NumIndicesX();
+  const bool has_row = j >= 0 && j < NumIndicesY();
+  if (has_column && has_row) return SetValue(value, i, j);
+  const bool rising_x = DeltaX() > 0;
+  const bool rising_y = DeltaY() > 0;
+  if (std::isnan(x) || std::isnan(y) || !(has_column || rising_x) || !(has_row || rising_y)) {
+    detail::ThrowIndexError("position (" + str_cString(x, 0, 0) + ", " + str_cString(y, 0, 0) +
+                            ") is outside an array that does not grow there");
+  }
+  darr_c2DArray grown = *this;
+  if (rising_x && rising_y && !Range().Contains(x, y)) {
+    grown = Selection(Range() | pos_c2DPosition(x, y), rnge_IndexOuter);
+  }
   // A position at the very end of the range lies in the cell behind the last one; one that its tolerance adds
   // may lie in the cell before the first one.
-  const int i = Cal().IndexX(x);
-  const int j = Cal().IndexY(y);
-  if (i < 0 || i >= NumIndicesX() || j < 0 || j >= NumIndicesY()) {
-    const rnge_c2DIndexRange grown(std::min(i, 0), std::min(j, 0),
-                                   std::max(detail::AddIndices(i, 1), NumIndicesX()),
-                                   std::max(detail::AddIndices(j, 1), NumIndicesY()));
-    *this = FilledOut(*this, grown, true);
+  i = grown.Cal().IndexX(x);
+  j = grown.Cal().IndexY(y);
+  const rnge_c2DIndexRange needed(std::min(i, 0), std::min(j, 0),
+                                  std::max(detail::AddIndices(i, 1), grown.NumIndicesX()),
+                                  std::max(detail::AddIndices(j, 1), grown.NumIndicesY()));
+  if (needed != grown.IndexRange()) grown = grown.FilledOut(needed, true);
+  grown.SetValue(value, grown.Cal().IndexX(x), grown.Cal().IndexY(y));
+  *this = grown;
+}
+
+darr_c2DArray darr_c2DArray::FilledOut(const rnge_c2DIndexRange& indices, bool keepReference) const {
+  darr_c2DArray result(indices.NumIndicesX(), indices.NumIndicesY(), DataType(),
+                       Cal().Rebased(indices.StartIndexX(), indices.StartIndexY(), keepReference));
+  const int x0 = std::max(indices.StartIndexX(), 0);
+  const int y0 = std::max(indices.StartIndexY(), 0);
+  const int x1 = std::min(indices.EndIndexX(), NumIndicesX());
+  const int y1 = std::min(indices.EndIndexY(), NumIndicesY());
+  if (x0 < x1 && y0 < y1) {
+    const rnge_c2DIndexRange overlap(x0, y0, x1, y1);
+    result.SetData(*this, overlap, overlap.Shift(-indices.StartIndexX(), -indices.StartIndexY()));
   }
-  SetValue(value, Cal().IndexX(x), Cal().IndexY(y));
+  return result;
 }
 
 darr_c2DArray darr_c2DArray::Selection(const rnge_c2DIndexRange& range) const {
+  if (range.IsNull()) return *this;
   return darr_c2DArray(
       parr_c2DNumberArray::Selection(range),
       Cal().Rebased(range.StartIndexX(), range.StartIndexY(), range.Contains(CalIndexX(), CalIndexY())));
@@ -85,7 +97,7 @@ darr_c2DArray darr_c2DArray::Selection(const rnge_c2DRange& range, rnge_eIndexSe
   if (range == covered || range.IsNull()) return *this;
   const rnge_c2DIndexRange indices(range, Cal(), select);
   return covered.Contains(range) ? Selection(indices)
-                                 : FilledOut(*this, indices, range.Contains(OffsetX(), OffsetY()));
+                                 : FilledOut(indices, range.Contains(OffsetX(), OffsetY()));
 }
 
 darr_c2DArray darr_c2DArray::Selection(double x1, double y1, double x2, double y2,

@@ -3,6 +3,15 @@
 #include <DataStorage/arrays/parray2d.h>
 #include <DataStorage/data/darray1d.h>
 
+namespace detail {
+
+/// An index and a position, in either order.
+template <class Y, class X>
+concept OtherKindThan = (std::integral<X> && std::floating_point<Y>) ||
+                        (std::floating_point<X> && std::integral<Y>);
+
+}  // namespace detail
+
 /// A calibrated two-dimensional data array; axis by axis like darr_c1DArray. Element (i, j) lies at
 /// (`Cal().PositionX(i)`, `Cal().PositionY(j)`); the array covers the rectangle from (PositionX(0),
 /// PositionY(0)) to (PositionX(NX), PositionY(NY)).
@@ -46,14 +55,20 @@ class DATASTORAGE_EXPORT darr_c2DArray : public detail::DataArray<parr_c2DNumber
   using parr_c2DNumberArray::SetValue;
   using parr_c2DNumberArray::Value;
   /// The element in whose cell (x, y) lies. Outside the range (not-a-number included), and in an array
-  /// without elements, a zero of the element type.
+  /// without elements, a zero of the element type. Two floats are a position, two integers are indices; one
+  /// of each could be meant either way and does not compile.
   pnum_cNumber Value(double x, double y) const;
-  /// Sets the element in whose cell (x, y) lies. The array grows as far as needed, by zeros. A position that
-  /// is not a number raises arr_IndexError.
+  template <class X, detail::OtherKindThan<X> Y>
+  pnum_cNumber Value(X, Y) const = delete;
+  /// Sets the element in whose cell (x, y) lies, at the indices that the calibration gives. Where there is
+  /// none the array grows as far as needed, by zeros, but only along axes of positive delta; otherwise, and
+  /// for a position that is not a number, arr_IndexError is raised. An error leaves the array as it was.
   void SetValue(const pnum_cNumber& value, double x, double y);
+  template <class X, detail::OtherKindThan<X> Y>
+  void SetValue(const pnum_cNumber& value, X, Y) = delete;
 
   /// The elements of an index range, with the positions they had; those outside the array take its fill
-  /// value.
+  /// value. rnge_c2DIndexRange::Null gives the whole array.
   darr_c2DArray Selection(const rnge_c2DIndexRange& range) const;
   darr_c2DArray Selection(int x0, int y0, int x1, int y1) const;
   /// The elements that a physical range selects, zeros where it leaves the array. The array's own range and
@@ -66,8 +81,9 @@ class DATASTORAGE_EXPORT darr_c2DArray : public detail::DataArray<parr_c2DNumber
   /// The row at Y index `j`, which runs along X.
   darr_c1DArray LineAtY(int j) const;
 
-  /// Merges another array into this one: `source` is resampled to this array's deltas if it has others, and
-  /// the array grows to cover it.
+  /// Merges another array into this one, as in one dimension: `source` is resampled to this array's deltas if
+  /// it has others, on a grid through its own first position, and the array grows to cover it, but only along
+  /// axes of positive delta.
   void Set(const darr_c2DArray& source);
 
   /// A copy whose positions lie (dx, dy) further on.
@@ -78,4 +94,8 @@ class DATASTORAGE_EXPORT darr_c2DArray : public detail::DataArray<parr_c2DNumber
   double OffsetY(const darr_c2DArray& other) const;
 
   static const tgio_cObjectType _ObjectType;  ///< obty_2DDataArrayType
+
+ private:
+  /// The elements of an index range, zeros where it leaves the array, with the positions they had.
+  darr_c2DArray FilledOut(const rnge_c2DIndexRange& indices, bool keepReference) const;
 };

@@ -6,10 +6,13 @@
 /// @file
 /// Work across calibrations: resampling onto another spacing, and carrying positions over. Resampling picks
 /// for every new element one element of the source, whose type is kept; it never averages or interpolates.
+///
+/// The old and the new step have the same sign, and falling axes (negative steps) are treated as the mirror
+/// image of rising ones. Other steps, and those that no array can have the elements for, raise arr_SizeError.
 
 /// `source` on a grid of step `newDelta` through the position `origin`: the new cells whose centres lie
 /// inside the source's range, each with the element in which its centre falls. The delta of the source gives
-/// a copy. A step that no array can have the elements for (zero, not-a-number) raises arr_SizeError.
+/// a copy.
 DATASTORAGE_EXPORT darr_c1DArray resc_Rescale(const darr_c1DArray& source, double newDelta, double origin);
 
 /// `source` on a grid of steps `newDeltaX`, `newDeltaY` through its own first position: every new cell that
