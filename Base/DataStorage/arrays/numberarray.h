@@ -172,11 +172,12 @@ constexpr std::int64_t WideIndex(T i) noexcept {
   return static_cast<std::int64_t>(i);
 }
 
-/// Where a block of `count` elements at `start` ends in an array of `size`; raises arr_IndexError for an end
-/// that is no index.
-inline int BlockEnd(int start, int count, int size) {
+/// Where a block of `count` elements at `start` of the array ends; raises arr_IndexError for an end that is
+/// no index.
+template <class Letter>
+int BlockEnd(const NumberArray<Letter>& array, int start, int count) {
   const std::int64_t end = std::int64_t{start} + count;
-  if (end > std::numeric_limits<int>::max()) arr_IndexError(start, end, size);
+  if (end > std::numeric_limits<int>::max()) arr_IndexError(start, end, array.NumIndices());
   return static_cast<int>(end);
 }
 

@@ -113,7 +113,7 @@ void parr_c1DNumberArray::SetData(const parr_c1DNumberArray& source, const rnge_
 
 void parr_c1DNumberArray::SetSelection(const parr_c1DNumberArray& source, int offset) {
   SetData(source, rnge_c1DIndexRange::Null,
-          rnge_c1DIndexRange(offset, detail::BlockEnd(offset, source.NumIndices(), NumIndices())));
+          rnge_c1DIndexRange(offset, detail::BlockEnd(*this, offset, source.NumIndices())));
 }
 
 parr_c1DNumberArray parr_c1DNumberArray::Selection(const rnge_c1DIndexRange& range) const {

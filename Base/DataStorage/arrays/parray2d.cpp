@@ -144,8 +144,8 @@ void parr_c2DNumberArray::SetData(const parr_c2DNumberArray& source, const rnge_
 
 void parr_c2DNumberArray::SetSelection(const parr_c2DNumberArray& source, int x, int y) {
   SetData(source, rnge_c2DIndexRange::Null,
-          rnge_c2DIndexRange(x, y, detail::BlockEnd(x, source.NumIndicesX(), NumIndicesX()),
-                             detail::BlockEnd(y, source.NumIndicesY(), NumIndicesY())));
+          rnge_c2DIndexRange(x, y, detail::BlockEnd(*this, x, source.NumIndicesX()),
+                             detail::BlockEnd(*this, y, source.NumIndicesY())));
 }
 
 parr_c2DNumberArray parr_c2DNumberArray::Selection(const rnge_c2DIndexRange& range) const {
