@@ -1,6 +1,6 @@
 #include <type_traits>
 
-#include "objects.h"
+#include "reference.h"
 #include "targets.h"
 
 using namespace fuzz;
@@ -32,6 +32,10 @@ int ReadObjects(const std::uint8_t* bytes, std::size_t n) {
   typename Kind::In in(stream);
   auto objects = PersistentObjects();
   const auto offer = [&](auto&... object) { return (bTakes<Kind>(object, in) || ...); };
+  const auto expected = [&](const auto&... object) {
+    return (bReadsAsExpected<Kind>(object, stream.str()) && ...);
+  };
+  Require(std::apply(expected, objects));
   while (!in.eof())
     if (!std::apply(offer, objects) && !in.SkipObject()) break;
   return 0;

@@ -1,4 +1,4 @@
-#include "objects.h"
+#include "reference.h"
 #include "test.h"
 #include <DataStorage/interfaces/atoms.h>
 #include <DataStorage/series/datatag.h>
@@ -191,6 +191,51 @@ TEST(RoundTrip, TaggedStreams) {
     CheckAllTagged<Binary>(random);
     CheckAllTagged<Ascii>(random);
     CheckTagged<Binary, pos_c2DPositionList>(random);
+  });
+}
+
+/// Changes the bytes, or cuts off, doubles, swaps or inserts some, at a few places.
+std::string Damaged(Random& random, std::string form) {
+  const auto place = [&](std::size_t room) {
+    return static_cast<std::size_t>(random.Below(static_cast<int>(room) + 1));
+  };
+  for (int n = 1 + random.Below(3); n > 0 && !form.empty(); --n) {
+    const std::size_t at = place(form.size() - 1), length = place(std::min<std::size_t>(form.size() - at, 8));
+    switch (random.Below(5)) {
+      case 0:
+        form[at] = static_cast<char>(form[at] ^ (1 << random.Below(8)));
+        break;
+      case 1:
+        form[at] = "\0\1\5 ,.-0123456789{}\"\n\\xe"[random.Below(25)];
+        break;
+      case 2:
+        form.erase(at, length);
+        break;
+      case 3:
+        form.insert(place(form.size()), form.substr(at, length));
+        break;
+      default:
+        form.resize(at);
+    }
+  }
+  return form;
+}
+
+TEST(RoundTrip, DamagedTaggedStreams) {
+  Repeat([](Random& random) {
+    const auto check = [&](auto object) {
+      using Object = decltype(object);
+      const Object old(object);
+      random.Make(object);
+      SCOPED_TRACE(Object::_ObjectType.Name());
+      for (int i = 0; i < 5; ++i) {
+        const std::string binary = Damaged(random, TaggedForm<Binary>(object)),
+                          text = Damaged(random, TaggedForm<Ascii>(object));
+        EXPECT_TRUE(bReadsAsExpected<Binary>(old, binary)) << testing::PrintToString(binary);
+        EXPECT_TRUE(bReadsAsExpected<Ascii>(old, text)) << text;
+      }
+    };
+    std::apply([&](const auto&... object) { (check(object), ...); }, PersistentObjects());
   });
 }
 

@@ -74,6 +74,27 @@ TYPED_TEST(TaggedStreams, RefuseWhatIsOfAnotherTypeOrKindAndGoOn) {
   EXPECT_FALSE(in.SkipObject());
 }
 
+TYPED_TEST(TaggedStreams, PassOverNoAtomThatCouldNotBeRead) {
+  std::stringstream stream;
+  typename TypeParam::Out(stream).Write(HandWritten(a_thing, {{int_atom, 7}, {byte_atom, 5}}));
+  typename TypeParam::In in(stream);
+  Thing<TypeParam> thing;
+  double real = 0;
+  thing.read = [&](auto& atoms) {
+    while (atoms.bHasAtom())
+      if (!atoms.Read(real)) atoms.SkipObject();
+    return true;
+  };
+  EXPECT_FALSE(in.Read(thing)) << "who does not care that an atom was not passed over";
+  thing.read = [&](auto& atoms) { return atoms.SkipObject() && !atoms.Read(real); };
+  EXPECT_FALSE(in.Read(thing)) << "who leaves it behind";
+  thing.read = [&](auto& atoms) {
+    int integer = 0;
+    return !atoms.Read(real) && atoms.Read(integer) && atoms.SkipObject() && !atoms.Read(real);
+  };
+  EXPECT_TRUE(in.Read(thing)) << "who reads it as something else, and behind the last one";
+}
+
 TYPED_TEST(TaggedStreams, WriteNothingOfAnObjectThatFails) {
   std::ostringstream stream;
   typename TypeParam::Out out(stream);
@@ -180,8 +201,8 @@ TEST(BinaryTaggedStreams, HaveTheseBytes) {
   EXPECT_EQ(TaggedForm<Binary>(HandWritten(a_thing, {{array_atom, &array}})),
             object("\5\0\6\7\0\0\0\0\0\0\0\x22\1\0\0\0\xfe\xff"s));
 
-  EXPECT_EQ(ReadAll<Binary>(object("\1\0\xee\2\0\0\0\0\0\0\0xy"s + five)), "0 5");     // unknown kind
-  EXPECT_EQ(ReadAll<Binary>(object(five + "\2\0\2\3\0\0\0\0\0\0\0xyz"s)), "0 5");      // of a wrong size
+  EXPECT_EQ(ReadAll<Binary>(object("\xee\0\xee\2\0\0\0\0\0\0\0xy"s + five)), "0 5");   // unknown kind
+  EXPECT_EQ(ReadAll<Binary>(object(five + "\2\0\2\3\0\0\0\0\0\0\0xyz"s)), "damaged");  // of a wrong size
   EXPECT_EQ(ReadAll<Binary>(object("\1\0\1\2\0\0\0\0\0\0\x80x"s + five)), "damaged");  // a wild length
   EXPECT_EQ(ReadAll<Binary>(object("\7\0\5\1\0\0\0\0\0\0\0x"s + five)), "damaged");    // without a type
   EXPECT_EQ(ReadAll<Binary>("\0\0\5\xff\xff\xff\xff\xff\xff\xff\x7f"s + five), "cut off");
@@ -225,10 +246,13 @@ TEST(ASCIITaggedStreams, AreReadHoweverTheyAreLaidOut) {
       {"ab byte 7\nac int 5", "7 5"},
       {"\r\n\t \"ab\"   byte\t7\r\n\r\nac int 5\r\n", "7 5"},
       {"zz unknown { {\n } \"}\" x\n} y \nac int 5", "0 5"},
-      {"zz\nab\nac int 5", "0 5"},
-      {"ab int 7\nac int 5", "0 5"},
-      {"ab byte 256\nac int 5 5", "0 0"},
-      {"ab byte 7x\nac int 2147483648", "0 0"},
+      {"zz\nac int 5", "0 5"},
+      {"ab\nac int 5", "damaged"},
+      {"ab int 7\nac int 5", "damaged"},
+      {"ab byte 256", "damaged"},
+      {"ab byte 7x", "damaged"},
+      {"ac int 5 5", "damaged"},
+      {"ac int 2147483648", "damaged"},
       {"ah object other {\nab byte 7\n}\nac int 5", "0 5"},
       {"{ }\nac int 5", "damaged"},
       {"\"\" int 5\nac int 5", "damaged"},
@@ -236,8 +260,8 @@ TEST(ASCIITaggedStreams, AreReadHoweverTheyAreLaidOut) {
       {"ah object \"a thing\" {\n} x\nac int 5", "damaged"},
       {"ah object \"a thing\" { } {\n}", "damaged"},
       {"ab string \"\nac int 5", "cut off"},
-      {"ae string word\nac int 5", "0 5"},
-      {"ae string \"\\x5g\"\nac int 5", "0 5"},
+      {"ae string word", "damaged"},
+      {"ae string \"\\x5g\"", "damaged"},
   };
   for (const auto& each : cases) {
     EXPECT_EQ(ReadAll<Ascii>(object(each.atoms)), each.read) << each.atoms;
@@ -252,14 +276,16 @@ TEST(NumberArrays, RefuseContentsThatDoNotFit) {
     tgio_cASCII_istream in(stream);
     arr_c1DNumberArray<short> array(1, nullptr, 9, true);
     Thing<Ascii> thing;
-    thing.read = [&](tgio_cASCII_istream& atoms) { return bool{atoms.Read(array)} || atoms.SkipObject(); };
-    EXPECT_TRUE(in.Read(thing));
+    thing.read = [&](tgio_cASCII_istream& atoms) { return bool{atoms.Read(array)}; };
+    const bool success = in.Read(thing);
+    EXPECT_EQ(success, array.NumIndices() != 1);
     EXPECT_EQ(array.FillValue(), 9);
     return array;
   };
   EXPECT_EQ(read("2 -32768\n32767")[1], 32767);
   EXPECT_EQ(read("0").NumIndices(), 0);
-  for (const char* bad : {"", "-1", "1", "1 32768", "1 1.5", "1 1 1", "2147483647 1", "1 \"1\""}) {
+  for (const char* bad :
+       {"", "-1", "1", "1 32768", "1 1.5", "1 1 1", "2147483647 1", "1 \"1\"", "1 1 \"\"", "1 1 } { 1"}) {
     EXPECT_EQ(read(bad)[0], 9) << bad;
   }
 }

@@ -16,14 +16,18 @@ type_cBoolean tgio_cTaggedStreamObject::ReadAtom(tgio_cASCII_istream&) { return 
 type_cBoolean tgio_cTaggedStreamObject::Read(tgio_cASCII_istream& in) {
   while (in.bHasAtom()) {
     const str_cString name = in.Name();
-    if (!ReadAtom(in) && !ReadData(in, name) && !in.SkipObject()) return false;
+    const void* const atom = in.Place();
+    if (ReadAtom(in) || (in.Place() == atom && ReadData(in, name))) continue;
+    if (in.Place() != atom || !in.SkipObject()) return false;  // read and then found wrong, or not read
   }
   return true;
 }
 
 type_cBoolean tgio_cTaggedStreamObject::Read(tgio_cBinary_istream& in) {
   while (in.bHasAtom()) {
-    if (!ReadAtom(in) && !in.SkipObject()) return false;
+    const void* const atom = in.Place();
+    if (ReadAtom(in)) continue;
+    if (in.Place() != atom || !in.SkipObject()) return false;
   }
   return true;
 }

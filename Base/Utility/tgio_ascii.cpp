@@ -336,7 +336,10 @@ bool tgio_cASCII_istream::Load() {
 }
 
 /// Makes the following atom current. What is left was checked when the outermost object was loaded.
-void tgio_cASCII_istream::Next() { TakeAtom(cursor_.rest, cursor_.atom); }
+void tgio_cASCII_istream::Next() {
+  TakeAtom(cursor_.rest, cursor_.atom);
+  cursor_.refused = false;
+}
 
 bool tgio_cASCII_istream::bCurrent(std::string_view kind) const noexcept {
   return cursor_.atom.present && cursor_.atom.kind == kind;
@@ -355,30 +358,38 @@ type_cBoolean tgio_cASCII_istream::eof() {
   return next == std::istream::traits_type::eof();
 }
 
+/// Reads what is inside of the current atom, and moves on when that was successful.
+template <class Function>
+bool tgio_cASCII_istream::ReadInside(const Cursor& contents, Function read) {
+  bool success = false;
+  {
+    const detail::ScopedValue inside(cursor_, contents);
+    Next();
+    success = read() && !cursor_.refused;
+  }
+  if (!success) return Refuse();
+  Next();
+  return true;
+}
+
 type_cBoolean tgio_cASCII_istream::Read(tgio_cTaggedStreamObject& object) {
   if (cursor_.depth == 0 && !Load()) return false;
   std::string type;
   std::string_view body;
   if (!bCurrent(KindObject) || !TakeObject(cursor_.atom.value, type, body) ||
       type != object.ObjectType().Name()) {
-    return false;
+    return Refuse();
   }
-  {
-    const detail::ScopedValue contents(cursor_, Cursor{{}, body, {}, cursor_.depth + 1});
-    Next();
-    if (!object.Read(*this)) return false;
-  }
-  Next();
-  return true;
+  return ReadInside({{}, body, {}, cursor_.depth + 1}, [&] { return object.Read(*this); });
 }
 
 template <class T>
 bool tgio_cASCII_istream::ReadNumber(std::string_view kind, T& value) {
-  if (!bCurrent(kind)) return false;
+  if (!bCurrent(kind)) return Refuse();
   const auto [token, text] = TakeOnly(cursor_.atom.value);
   T number{};
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (token != Token::Word || error != std::errc() || end != text.data() + text.size()) return false;
+  if (token != Token::Word || error != std::errc() || end != text.data() + text.size()) return Refuse();
   value = number;
   Next();
   return true;
@@ -391,7 +402,7 @@ type_cBoolean tgio_cASCII_istream::Read(double& value) { return ReadNumber(KindD
 type_cBoolean tgio_cASCII_istream::Read(str_cString& value) {
   const Lexeme quoted = TakeOnly(cursor_.atom.value);
   std::string text;
-  if (!bCurrent(KindString) || quoted.token != Token::Quoted || !Decode(quoted, text)) return false;
+  if (!bCurrent(KindString) || quoted.token != Token::Quoted || !Decode(quoted, text)) return Refuse();
   value = str_cString(std::string_view(text));
   Next();
   return true;
@@ -400,24 +411,29 @@ type_cBoolean tgio_cASCII_istream::Read(str_cString& value) {
 type_cBoolean tgio_cASCII_istream::Read(tgio_cStreamObject& object) {
   std::string_view value = cursor_.atom.value;
   std::string_view body;
-  if (!bCurrent(KindData) || Take(value).token != Token::Open || !TakeBody(value, body)) return false;
-  {
-    const detail::ScopedValue contents(cursor_, Cursor{{}, {}, body, cursor_.depth});
-    if (!object.ReadStream(*this)) return false;
-  }
-  Next();
-  return true;
+  if (!bCurrent(KindData) || Take(value).token != Token::Open || !TakeBody(value, body)) return Refuse();
+  return ReadInside({{}, {}, body, cursor_.depth}, [&] { return object.ReadStream(*this); });
 }
 
 type_cBoolean tgio_cASCII_istream::SkipObject() {
   if (cursor_.depth == 0 && !Load()) return false;
   if (!cursor_.atom.present) return false;
+  if (cursor_.refused) {
+    cursor_.atom = {};
+    cursor_.rest = {};
+    return false;
+  }
   Next();
   return true;
+}
+
+type_cBoolean tgio_cASCII_istream::Refuse() noexcept {
+  cursor_.refused |= bool{bHasAtom()};
+  return false;
 }
 
 std::string_view tgio_cASCII_istream::ReadWord() {
   Lexeme lexeme = Take(cursor_.words);
   while (lexeme.token == Token::LineEnd) lexeme = Take(cursor_.words);
-  return lexeme.token == Token::Word ? lexeme.text : std::string_view();
+  return lexeme.token == Token::Quoted ? "\"" : lexeme.text;
 }

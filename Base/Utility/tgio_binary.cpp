@@ -158,6 +158,7 @@ bool tgio_cBinary_istream::Load() {
 /// Makes the following atom current. What is left was checked when the outermost object was loaded.
 void tgio_cBinary_istream::Next() {
   cursor_.atom = {};
+  cursor_.refused = false;
   if (cursor_.rest.empty()) return;
   const Header header = LoadHeader(cursor_.rest.data());
   const auto length = static_cast<std::size_t>(header.length);
@@ -179,24 +180,33 @@ type_cBoolean tgio_cBinary_istream::eof() {
   return cursor_.depth == 0 && !cursor_.atom.present && in_.peek() == std::istream::traits_type::eof();
 }
 
-type_cBoolean tgio_cBinary_istream::Read(tgio_cTaggedStreamObject& object) {
-  if (cursor_.depth == 0 && !Load()) return false;
-  const std::string_view payload = cursor_.atom.payload;
-  if (!bCurrent(KindObject) || LoadLittleEndian<std::uint16_t>(payload.data()) != object.ObjectType().Id()) {
-    return false;
-  }
+/// Reads what is inside of the current atom, and moves on when that was successful.
+template <class Function>
+bool tgio_cBinary_istream::ReadInside(const Cursor& contents, Function read) {
+  bool success = false;
   {
-    const detail::ScopedValue contents(cursor_, Cursor{{}, payload.substr(TypeSize), {}, cursor_.depth + 1});
+    const detail::ScopedValue inside(cursor_, contents);
     Next();
-    if (!object.Read(*this)) return false;
+    success = read() && !cursor_.refused;
   }
+  if (!success) return Refuse();
   Next();
   return true;
 }
 
+type_cBoolean tgio_cBinary_istream::Read(tgio_cTaggedStreamObject& object) {
+  if (cursor_.depth == 0 && !Load()) return false;
+  const std::string_view payload = cursor_.atom.payload;
+  if (!bCurrent(KindObject) || LoadLittleEndian<std::uint16_t>(payload.data()) != object.ObjectType().Id()) {
+    return Refuse();
+  }
+  return ReadInside({{}, payload.substr(TypeSize), {}, cursor_.depth + 1},
+                    [&] { return object.Read(*this); });
+}
+
 template <class T>
 bool tgio_cBinary_istream::ReadNumber(unsigned char kind, T& value) {
-  if (!bCurrent(kind) || cursor_.atom.payload.size() != sizeof value) return false;
+  if (!bCurrent(kind) || cursor_.atom.payload.size() != sizeof value) return Refuse();
   value = LoadLittleEndian<T>(cursor_.atom.payload.data());
   Next();
   return true;
@@ -206,27 +216,32 @@ type_cBoolean tgio_cBinary_istream::Read(unsigned char& value) { return ReadNumb
 type_cBoolean tgio_cBinary_istream::Read(int& value) { return ReadNumber(KindInt, value); }
 type_cBoolean tgio_cBinary_istream::Read(double& value) { return ReadNumber(KindDouble, value); }
 type_cBoolean tgio_cBinary_istream::Read(str_cString& value) {
-  if (!bCurrent(KindString) || cursor_.atom.payload.size() > std::numeric_limits<int>::max()) return false;
+  if (!bCurrent(KindString) || cursor_.atom.payload.size() > std::numeric_limits<int>::max()) return Refuse();
   value = str_cString(cursor_.atom.payload);
   Next();
   return true;
 }
 
 type_cBoolean tgio_cBinary_istream::Read(tgio_cStreamObject& object) {
-  if (!bCurrent(KindStreamObject)) return false;
-  {
-    const detail::ScopedValue contents(cursor_, Cursor{{}, {}, cursor_.atom.payload, cursor_.depth});
-    if (!object.ReadStream(*this)) return false;
-  }
-  Next();
-  return true;
+  if (!bCurrent(KindStreamObject)) return Refuse();
+  return ReadInside({{}, {}, cursor_.atom.payload, cursor_.depth}, [&] { return object.ReadStream(*this); });
 }
 
 type_cBoolean tgio_cBinary_istream::SkipObject() {
   if (cursor_.depth == 0 && !Load()) return false;
   if (!cursor_.atom.present) return false;
+  if (cursor_.refused) {
+    cursor_.atom = {};
+    cursor_.rest = {};
+    return false;
+  }
   Next();
   return true;
+}
+
+type_cBoolean tgio_cBinary_istream::Refuse() noexcept {
+  cursor_.refused |= bool{bHasAtom()};
+  return false;
 }
 
 type_cBoolean tgio_cBinary_istream::ReadBytes(void* bytes, std::size_t n) {

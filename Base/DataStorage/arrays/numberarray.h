@@ -70,8 +70,9 @@ class DATASTORAGE_EXPORT NumberArray : public tgio_cTaggedStreamObject {
     sParrayData& operator=(const sParrayData& other);
     ~sParrayData() = default;
 
-    /// Takes the type and the data. Data that come before the type count as 8-byte floats; a second data atom
-    /// throws expt_cProgramException.
+    /// Takes the type and the data. Data that come before the type, or behind a type name that is unknown,
+    /// count as 8-byte floats; a type number above 10 makes the data unreadable; a second data atom throws
+    /// expt_cProgramException.
     type_cBoolean ReadAtom(tgio_cBinary_istream& in) override;
     type_cBoolean ReadAtom(tgio_cASCII_istream& in) override;
 

@@ -117,12 +117,13 @@ template <class Stream>
 type_cBoolean NumberArray<Letter>::sParrayData::ReadElements(Stream& in) {
   if (letter != nullptr) Letter::source_file.ThrowProgramError();
   const int type = data_type == dtyp_NoType ? dtyp_Float64 : data_type;
-  return VisitElementType(static_cast<dtyp_eDataType>(type), [&]<class T>(std::type_identity<T>) {
-    auto read = std::make_unique<typename Letter::template Typed<T>>();
-    const bool success = in.Read(read->Elements());
-    letter = std::move(read);
+  const bool read = VisitElementType(static_cast<dtyp_eDataType>(type), [&]<class T>(std::type_identity<T>) {
+    auto elements = std::make_unique<typename Letter::template Typed<T>>();
+    const bool success = in.Read(elements->Elements());
+    letter = std::move(elements);
     return success;
   });
+  return read || in.Refuse();  // also where the type is none
 }
 
 template <class Letter>

@@ -48,7 +48,6 @@ bool ReadAtom(Stream& in, std::span<AxisData> axes) {
   return in.SkipObject();
 }
 
-/// Unlike other objects a calibration does not pass over an atom of its own that cannot be read.
 template <class Stream>
 bool ReadAtoms(Stream& in, std::span<AxisData> axes) {
   while (in.bHasAtom())

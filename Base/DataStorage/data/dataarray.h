@@ -59,8 +59,8 @@ class DATASTORAGE_EXPORT DataArray : public Numbers {
   type_cBoolean Write(tgio_cBinary_ostream& out) const override {
     return Numbers::Write(out) && out.Write(cal_, darr_CalibrationTag);
   }
-  /// A calibration that the stream does not hold is offset 0, delta 1, index 0. When false is returned (a
-  /// stream that failed or holds no data) the array is as it was.
+  /// A calibration that the stream does not hold is offset 0, delta 1, index 0. When false is returned (an
+  /// object that is damaged or holds no data) the array is as it was.
   type_cBoolean Read(tgio_cASCII_istream& in) override { return ReadAtoms(in); }
   type_cBoolean Read(tgio_cBinary_istream& in) override { return ReadAtoms(in); }
 

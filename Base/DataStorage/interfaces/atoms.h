@@ -45,7 +45,8 @@ bool WriteDoubles(Stream& out, const std::array<DoubleAtom, N>& atoms) {
                      [&out](const DoubleAtom& atom) { return WriteAtom(out, *atom.value, atom.id); });
 }
 
-/// Takes the current atom if it is one of these; false when it is not or does not hold a double.
+/// Takes the current atom if it is one of these; false when it is not, or holds no double and so cannot be
+/// passed over.
 template <class Stream, std::size_t N>
 bool ReadDouble(Stream& in, const std::array<DoubleAtom, N>& atoms) {
   const auto found = std::find_if(atoms.begin(), atoms.end(),

@@ -38,7 +38,10 @@ inline constexpr int tgio_MaxNesting = 64;
 
 /// Base of the classes that tagged streams hold as objects: a sequence of atoms, each with a tag (binary) or
 /// a name (ASCII). The base writes no atoms and accepts none; its Read offers every atom to ReadAtom and
-/// skips those that are refused. Nobody deletes through this base.
+/// skips those that are left untouched. Nobody deletes through this base.
+///
+/// An object that was read in part must not look whole: ReadAtom should fill a record, which the object takes
+/// over when Read of the record was successful.
 class DATASTORAGE_EXPORT tgio_cTaggedStreamObject {
  public:
   /// What streams call objects of this class.
@@ -46,10 +49,11 @@ class DATASTORAGE_EXPORT tgio_cTaggedStreamObject {
   /// For classes whose ASCII form holds data outside of atoms: offered the name of an atom that ReadAtom has
   /// refused. The base refuses it too.
   virtual type_cBoolean ReadData(tgio_cASCII_istream& in, const str_cString& name);
-  /// Takes the current atom, or returns false and leaves it in the stream.
+  /// Takes the current atom and returns true. False without a try to read it: the atom is not known here, and
+  /// is skipped. False when it could not be read, or was read and has no valid value: Read fails.
   virtual type_cBoolean ReadAtom(tgio_cBinary_istream& in);
   virtual type_cBoolean ReadAtom(tgio_cASCII_istream& in);
-  /// Reads the atoms of the current object; false when the stream failed.
+  /// Reads the atoms of the current object; false when one of them is damaged or the stream failed.
   virtual type_cBoolean Read(tgio_cASCII_istream& in);
   virtual type_cBoolean Read(tgio_cBinary_istream& in);
   /// Writes the atoms of this object; false when the stream failed.
@@ -152,9 +156,10 @@ class DATASTORAGE_EXPORT tgio_cBinary_ostream : private detail::ObjectDraft {
 /// seekable), which must outlive this object. A whole object is taken from the stream and checked before
 /// anything of it is offered; memory is taken as data arrive, never by a length that the data claim.
 ///
-/// What could not be read (another type, a damaged object, an atom of another kind) stays current: it may be
-/// read as something else or passed over with SkipObject. A nested object or stream object that did not
-/// consume all of its contents is passed over to its end.
+/// What could not be read (another type, a damaged object, an atom of another kind) stays current and may be
+/// read as something else. A whole object may be passed over with SkipObject instead. An atom may not: the
+/// object that it belongs to knows it, and would be read without it; it fails. Atoms that nobody tried to
+/// read are passed over, also those that an object or stream object leaves behind.
 class DATASTORAGE_EXPORT tgio_cBinary_istream {
  public:
   /// Reads from where `in` stands.
@@ -178,8 +183,12 @@ class DATASTORAGE_EXPORT tgio_cBinary_istream {
   type_cBoolean Read(double& value);
   type_cBoolean Read(str_cString& value);
   type_cBoolean Read(tgio_cStreamObject& object);
-  /// Passes over the current atom, or outside of objects over the next object. False when there is none.
+  /// Passes over the current atom, or outside of objects over the next object. False when there is none, and
+  /// for an atom that could not be read: that ends the current object, and no further atom follows.
   type_cBoolean SkipObject();
+  /// Makes the current atom one that could not be read, for contents that fit nothing the object holds.
+  /// Returns false.
+  type_cBoolean Refuse() noexcept;
 
   /// The next bytes of the current stream object; false, and nothing consumed, when fewer are left.
   type_cBoolean ReadBytes(void* bytes, std::size_t n);
@@ -188,6 +197,7 @@ class DATASTORAGE_EXPORT tgio_cBinary_istream {
 
  private:
   friend class tgio_cStreamObject;
+  friend class tgio_cTaggedStreamObject;
   struct Atom {
     bool present = false;
     unsigned char kind = 0;
@@ -199,11 +209,15 @@ class DATASTORAGE_EXPORT tgio_cBinary_istream {
     std::string_view rest;   // the atoms of the same object that follow it
     std::string_view bytes;  // what is left of a stream object
     int depth = 0;           // objects that are open
+    bool refused = false;    // the current atom could not be read
   };
 
   bool Load();
   void Next();
   bool bCurrent(unsigned char kind) const noexcept;
+  const void* Place() const noexcept { return cursor_.atom.payload.data(); }  // no two atoms have the same
+  template <class Function>
+  bool ReadInside(const Cursor& contents, Function read);
   template <class T>
   bool ReadNumber(unsigned char kind, T& value);
 
@@ -272,15 +286,21 @@ class DATASTORAGE_EXPORT tgio_cASCII_istream {
   type_cBoolean Read(double& value);
   type_cBoolean Read(str_cString& value);
   type_cBoolean Read(tgio_cStreamObject& object);
-  /// Passes over the current atom, or outside of objects over the next object. False when there is none.
+  /// Passes over the current atom, or outside of objects over the next object. False when there is none, and
+  /// for an atom that could not be read: that ends the current object, and no further atom follows.
   type_cBoolean SkipObject();
+  /// Makes the current atom one that could not be read, for contents that fit nothing the object holds.
+  /// Returns false.
+  type_cBoolean Refuse() noexcept;
 
-  /// The next word of the current stream object; empty when none is left.
+  /// The next word of the current stream object; empty when nothing is left. In the place of a quoted text
+  /// or a brace comes the quote or the brace, which no number has.
   std::string_view ReadWord();
   /// How many characters of the current stream object are left; each word takes at least two.
   std::size_t CharactersLeft() const noexcept { return cursor_.words.size(); }
 
  private:
+  friend class tgio_cTaggedStreamObject;
   struct Atom {
     bool present = false;
     str_cString name;
@@ -292,6 +312,7 @@ class DATASTORAGE_EXPORT tgio_cASCII_istream {
     std::string_view rest;   // the atoms of the same object that follow it
     std::string_view words;  // what is left of a stream object
     int depth = 0;           // objects that are open
+    bool refused = false;    // the current atom could not be read
   };
 
   static bool TakeAtom(std::string_view& atoms, Atom& atom);
@@ -300,6 +321,9 @@ class DATASTORAGE_EXPORT tgio_cASCII_istream {
   bool Load();
   void Next();
   bool bCurrent(std::string_view kind) const noexcept;
+  const void* Place() const noexcept { return cursor_.atom.value.data(); }  // no two atoms have the same
+  template <class Function>
+  bool ReadInside(const Cursor& contents, Function read);
   template <class T>
   bool ReadNumber(std::string_view kind, T& value);
 
