@@ -1,3 +1,5 @@
+#include <regex>
+
 #include "arrays.h"
 #include <DataStorage/data/asciirw.h>
 
@@ -14,10 +16,14 @@ TEST(TextColumns, TellsTheLayoutFromTheFirstLine) {
     EXPECT_EQ(in.tellg(), 8);
   };
   const std::string seventy_nine = std::string(76, ' ') + "1 2";
-  for (const auto& text : {"1\n2 3\n"s, " -1.5e3\t\r\n"s, "+1 x\n"s, "\t.5,"s, " " + seventy_nine})
+  for (const auto& text : {"1\n2 3\n"s, " -1.5e3\t\r\n"s, "+1 x\n"s, "\t.5,"s, " " + seventy_nine, "inf\n"s,
+                           "1 Nanometres"s, "1inf"s, "-2 nan,"s})
     expect(asrw_OneColumn, text);
-  for (const auto& text : {"1 2\n3\n"s, "1\tinf \n"s, seventy_nine + "3 4"}) expect(asrw_TwoColumn, text);
-  for (const auto& text : {"1 2 3\n", "1 2x\n", "+-1\n", "  \n1\n", ""}) expect(asrw_UnknownFormat, text);
+  for (const auto& text : {"1 2\n3\n"s, "1\tinf \n"s, "+NaN -Infinity"s, seventy_nine + "3 4"})
+    expect(asrw_TwoColumn, text);
+  for (const auto& text :
+       {"1 2 3\n", "1 2x\n", "+-1\n", "Infrared 5", "Info: end", "nanometres 1 2", "1 2 nan", "  \n1\n", ""})
+    expect(asrw_UnknownFormat, text);
 }
 
 TEST(TextColumns, ReadsOneColumnUpToTheFirstWord) {
@@ -28,6 +34,10 @@ TEST(TextColumns, ReadsOneColumnUpToTheFirstWord) {
            {"1\n2,5\n", {1, 2}, ",5"},
            {"1\n1e999\n", {1}, "1e999"},
            {"1\n1e-999\n", {1, 0}, ""},
+           {"1\nINF\n-infinity", {1, infinity, -infinity}, ""},
+           {"1\n2inf", {1, 2}, "inf"},
+           {"1\nnan, 2", {1}, "nan,"},
+           {"1\nInfo: end", {1}, "Info:"},
            {"1\n--2\n", {1}, "--2"}}) {
     std::istringstream in(text);
     parr_c1DNumberArray array;
@@ -55,6 +65,107 @@ TEST(TextColumns, ReadsNumbersWhereverBlocksEnd) {
     parr_c1DNumberArray array;
     ASSERT_TRUE(asrw_ReadOneColumn(in, array));
     EXPECT_EQ(Values(array), expected) << spaces;
+  }
+}
+
+TEST(TextColumns, ReadsWordsWhereverBlocksEnd) {
+  for (std::size_t spaces = 65536 - 12; spaces < 65536; ++spaces) {
+    const std::string text = "1\n" + std::string(spaces - 2, ' ');
+    std::istringstream number(text + "-Infinity 2"), word(text + "Infrared 2");
+    parr_c1DNumberArray array;
+    ASSERT_TRUE(asrw_ReadOneColumn(number, array));
+    EXPECT_EQ(Values(array), (std::vector<double>{1, -infinity, 2})) << spaces;
+    ASSERT_TRUE(asrw_ReadOneColumn(word, array));
+    EXPECT_EQ(Values(array), std::vector<double>{1}) << spaces;
+  }
+}
+
+/// The numbers that a text begins with, and where reading ends.
+std::pair<std::vector<double>, std::size_t> NumbersOf(const std::string& text, std::size_t most) {
+  static const std::regex number(R"([+-]?(\d+\.?\d*|\.\d+)(e[+-]?\d+)?)"),
+      name(R"([+-]?(inf|infinity|nan|nan\(\w*\))(?=\s|$))", std::regex::icase);
+  std::vector<double> numbers;
+  auto at = text.begin();
+  while (numbers.size() < most) {
+    const auto word = std::find_if_not(at, text.end(), [](char c) { return std::strchr(" \t\r\n", c); });
+    const bool spaced = word != at || at == text.begin();
+    std::smatch found;
+    const auto here = std::regex_constants::match_continuous;
+    at = word;
+    if (!std::regex_search(word, text.end(), found, number, here) &&
+        !(spaced && std::regex_search(word, text.end(), found, name, here)))
+      break;
+    const double value = std::strtod(found.str().c_str(), nullptr);
+    if (std::isinf(value) && std::isdigit(found.str().back())) break;
+    numbers.push_back(value);
+    at = found[0].second;
+  }
+  return {numbers, static_cast<std::size_t>(at - text.begin())};
+}
+
+TEST(TextColumns, AreWhatTheyAreByTheFirstLine) {
+  std::mt19937 random(RandomSeed());
+  const std::vector<const char*> pieces = {"1",   "-2.5", "e3",  ".",   "+",    "-",  "inf", "Infinity",
+                                           "INF", "nan",  "NaN", "(x)", "0x1F", "ed", "7.",  ",",
+                                           " ",   "\t",   "\n",  " ",   "\n",   " ",  "3",   "\n"};
+  for (int i = 0; i < 20000 && !testing::Test::HasFailure(); ++i) {
+    std::string text;
+    for (auto n = random() % 12; n > 0; --n) text += pieces[random() % pieces.size()];
+    SCOPED_TRACE(testing::PrintToString(text));
+    std::istringstream in(text);
+    const std::string line = text.substr(0, std::min<std::size_t>(text.find('\n'), 79));
+    const auto [first, end] = NumbersOf(line, 2);
+    const bool more = line.find_first_not_of(" \t", end) != line.npos;
+    const asrw_eFormat format = first.size() == 1            ? asrw_OneColumn
+                                : first.size() == 2 && !more ? asrw_TwoColumn
+                                                             : asrw_UnknownFormat;
+    EXPECT_EQ(asrw_ASCII_Format(in), format);
+    EXPECT_EQ(in.tellg(), 0);
+    parr_c1DNumberArray array(1, 9.5);
+    const auto [values, rest] = NumbersOf(text, text.size());
+    EXPECT_EQ(asrw_ReadOneColumn(in, array), format == asrw_OneColumn);
+    EXPECT_THAT(Values(array),
+                testing::Pointwise(testing::NanSensitiveDoubleEq(),
+                                   format == asrw_OneColumn ? values : std::vector<double>{9.5}));
+    in.clear();
+    EXPECT_EQ(static_cast<std::size_t>(in.tellg()), format == asrw_OneColumn ? rest : 0);
+  }
+}
+
+/// Begins with a text and goes on for at least 1 MiB; counts what was taken of it.
+struct LongStream : std::streambuf {
+  explicit LongStream(const std::string& start) : text(start + std::string(1000, '\n')) {}
+  int underflow() override {
+    if (taken > 1 << 20) return traits_type::eof();
+    setg(text.data(), text.data(), text.data() + text.size());
+    taken += text.size();
+    return traits_type::to_int_type(text[0]);
+  }
+  pos_type seekpos(pos_type to, std::ios::openmode) override { return seekoff(to, std::ios::beg, {}); }
+  pos_type seekoff(off_type by, std::ios::seekdir from, std::ios::openmode) override {
+    if (from == std::ios::cur) return gptr() - eback();
+    setg(text.data(), text.data() + by, text.data() + text.size());
+    return by;
+  }
+  std::string text;
+  std::size_t taken = 0;
+};
+
+TEST(TextColumns, AreNotReadOnWhenTheFirstNumbersDecideAgainstThem) {
+  for (const auto& [text, taken] :
+       std::initializer_list<std::pair<std::string, std::streamoff>>{{"0 5\n0 6\n", 7},
+                                                                     {"0 5\n1e-320 6\n", 12},
+                                                                     {"0 5\ninf 6\n", 9},
+                                                                     {"0 5\n1 x\n", 6},
+                                                                     {"0 1 2\n", 0}}) {
+    LongStream stream(text);
+    std::istream in(&stream);
+    darr_c1DArray array;
+    EXPECT_FALSE(asrw_ReadTwoColumn(in, array));
+    EXPECT_LT(stream.taken, 80000U) << text;
+    EXPECT_EQ(in.good(), text.find('x') == text.npos);
+    in.clear();
+    EXPECT_EQ(in.tellg(), taken) << text;
   }
 }
 

@@ -6,6 +6,7 @@
 #include <limits>
 #include <locale>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include <DataStorage/data/asciirw.h>
@@ -13,9 +14,9 @@
 
 namespace {
 
-const char* SkipSpace(const char* text, const char* end) {
-  return std::find_if_not(text, end, [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); });
-}
+constexpr bool bSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
+const char* SkipSpace(const char* text, const char* end) { return std::find_if_not(text, end, bSpace); }
 
 /// Reads the number at the start of a text and returns where it ends; the start when there is none.
 const char* ParseNumber(const char* text, const char* end, double& value) {
@@ -32,6 +33,13 @@ const char* ParseNumber(const char* text, const char* end, double& value) {
   return error == std::errc() ? stop : text;
 }
 
+/// Whether what was read is a number: infinity and not-a-number are words that others begin with, and so
+/// count as whole words only. `spaced` is whether white space or nothing stands in front of it, `stop` where
+/// it ends.
+bool bNumber(double value, bool spaced, const char* stop, const char* end) {
+  return std::isfinite(value) || (spaced && (stop == end || bSpace(*stop)));
+}
+
 /// Reads numbers from a stream, block by block, and leaves the stream behind the last one.
 class NumberReader {
  public:
@@ -39,7 +47,8 @@ class NumberReader {
 
   /// False at the end of the text and before text that is not a number.
   bool Next(double& value) {
-    cursor_ = SkipSpace(cursor_, end_);
+    const char* const last = std::exchange(cursor_, SkipSpace(cursor_, end_));
+    const bool spaced = cursor_ != last || last == buffer_.data();  // where the text begins
     // A number that reaches the end of the block may go on in the next one.
     const char* stop = ParseNumber(cursor_, end_, value);
     while (!complete_ && end_ - stop < longest_rest) {
@@ -47,22 +56,22 @@ class NumberReader {
       cursor_ = SkipSpace(cursor_, end_);
       stop = ParseNumber(cursor_, end_, value);
     }
-    if (stop == cursor_) return false;
-    cursor_ = stop;
-    return true;
+    failed_ = stop == cursor_ || !bNumber(value, spaced, stop, end_);
+    if (!failed_) cursor_ = stop;
+    return !failed_;
   }
 
-  /// Leaves the stream at the text that was not read, as a formatted read that found no number would.
+  /// Leaves the stream behind the last number, or at the text that was none, as formatted reads would.
   void Finish() {
     in_.clear();
     if (cursor_ == end_) {
       in_.seekg(0, std::ios::end);
-      in_.setstate(std::ios::eofbit | std::ios::failbit);
     } else {
       in_.seekg(start_ +
                 static_cast<std::streamoff>(passed_ + static_cast<std::size_t>(cursor_ - buffer_.data())));
-      in_.setstate(std::ios::failbit);
     }
+    in_.setstate((cursor_ == end_ ? std::ios::eofbit : std::ios::goodbit) |
+                 (failed_ ? std::ios::failbit : std::ios::goodbit));
   }
 
  private:
@@ -91,6 +100,7 @@ class NumberReader {
   const char* end_ = buffer_.data();     // behind the last one read
   std::size_t passed_ = 0;               // characters in front of the buffer
   bool complete_ = false;                // the stream holds no more
+  bool failed_ = false;                  // no number stands at the cursor
 };
 
 arr_c1DNumberArray<double> ArrayOf(const std::vector<double>& values) {
@@ -184,10 +194,12 @@ asrw_eFormat asrw_ASCII_Format(std::istream& in) {
 
   int numbers = 0;
   const char* text = SkipSpace(line.data(), end);
+  bool spaced = true;
   for (double ignored = 0; numbers < 2; ++numbers) {
     const char* stop = ParseNumber(text, end, ignored);
-    if (stop == text) break;
+    if (stop == text || !bNumber(ignored, spaced, stop, end)) break;
     text = SkipSpace(stop, end);
+    spaced = text != stop;
   }
   if (numbers == 1) return asrw_OneColumn;
   return numbers == 2 && text == end ? asrw_TwoColumn : asrw_UnknownFormat;
@@ -207,19 +219,19 @@ type_cBoolean asrw_ReadOneColumn(std::istream& in, parr_c1DNumberArray& out) {
 type_cBoolean asrw_ReadTwoColumn(std::istream& in, darr_c1DArray& out) {
   if (asrw_ASCII_Format(in) != asrw_TwoColumn) return false;
   NumberReader numbers(in);
-  std::vector<double> values;
   double first = 0;
-  double second = 0;
   double last = 0;
-  for (double position = 0, value = 0; numbers.Next(position) && numbers.Next(value);) {
-    if (values.empty()) first = position;
-    if (values.size() == 1) second = position;
-    last = position;
-    values.push_back(value);
+  std::vector<double> values(2);
+  const bool paired =
+      numbers.Next(first) && numbers.Next(values[0]) && numbers.Next(last) && numbers.Next(values[1]);
+  const double delta = last - first;
+  if (!paired || !std::isfinite(delta) || std::fabs(delta) < type_MinValue) {
+    numbers.Finish();
+    return false;
   }
+  for (double position = 0, value = 0; numbers.Next(position) && numbers.Next(value); last = position)
+    values.push_back(value);
   numbers.Finish();
-  const double delta = second - first;
-  if (values.size() < 2 || !std::isfinite(delta) || std::fabs(delta) < type_MinValue) return false;
   if (delta < 0) std::reverse(values.begin(), values.end());
   out = darr_c1DArray(ArrayOf(values),
                       delta > 0 ? cal_c1DArrayCal(first, delta) : cal_c1DArrayCal(last, -delta));

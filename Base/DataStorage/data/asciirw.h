@@ -8,8 +8,9 @@
 /// @file
 /// Columns of numbers as text: one number a line (values only), or a position and a value a line. Numbers are
 /// read with a decimal point, whatever the locale of the process or the stream, and written as the stream
-/// writes numbers; "nan" and "inf" count as numbers. White space (line ends included) separates them. There
-/// are no headers and no comments.
+/// writes numbers. "inf", "infinity" and "nan", in capitals or not, count as numbers where they are whole
+/// words; "Info" and "Nanometres" are texts. White space (line ends included) separates numbers. There are no
+/// headers and no comments.
 
 /// The layout of a text.
 enum asrw_eFormat {
@@ -32,7 +33,8 @@ DATASTORAGE_EXPORT type_cBoolean asrw_ReadOneColumn(std::istream& in, parr_c1DNu
 /// the others are passed over. When positions fall the values are reversed, so that the calibration, which
 /// then starts at the last position, rises. False, and `out` as it was, when the text is not two columns, has
 /// fewer than two lines, or its first two positions do not advance by at least `type_MinValue`. A position
-/// without a value at the end is dropped. Reading ends as for one column.
+/// without a value at the end is dropped. Reading ends as for one column. A text that its first two pairs
+/// decide against is not read any further (64 KiB at most), and the stream stands behind them.
 DATASTORAGE_EXPORT type_cBoolean asrw_ReadTwoColumn(std::istream& in, darr_c1DArray& out);
 
 /// Writes one element a line, flushing each. The precision is set and the format flags are added to those of
