@@ -68,9 +68,7 @@ std::vector<Input<Array>> ReadInputs(const Options& options) {
   std::vector<Input<Array>> inputs;
   Progress progress("reading", static_cast<std::int64_t>(options.inputs.size()));
   for (const std::string& path : options.inputs) {
-    inputs.push_back(ReadInput<Array>(path, options.form, [](const std::string& warning) {
-      fmt::print(stderr, "dseries: warning: {}\n", warning);
-    }));
+    inputs.push_back(ReadInput<Array>(path, options.form, PrintWarning));
     progress.Show(static_cast<std::int64_t>(inputs.size()));
   }
   return inputs;
@@ -123,10 +121,12 @@ void AddAppend(CLI::App& program) {
   CLI::App& command = *program.add_subcommand("append", "Store data in the next free slots of a series");
   command.add_option("FILE", options->file, "The series file")->required();
   command
-      .add_option("INPUT", options->inputs,
-                  "Texts with one number a line (values) or two (position and value); for series of 2D data "
-                  "grey pictures (PGM, 8-bit BMP) and raw 2D arrays (.darr); or raw numbers. - is standard "
-                  "input. Names with * in quotes are taken in their natural order: run_2 before run_10")
+      .add_option(
+          "INPUT", options->inputs,
+          "Texts with one number a line (values) or two (position and value, the positions even within "
+          "their printed digits); for series of 2D data "
+          "grey pictures (PGM, 8-bit BMP) and raw 2D arrays (.darr); or raw numbers. - is standard "
+          "input. Names with * in quotes are taken in their natural order: run_2 before run_10")
       ->required();
   command
       .add_option("--time", options->time,
@@ -158,10 +158,25 @@ void AddAppend(CLI::App& program) {
   command
       .add_option("--type", options->type,
                   "Element type: of raw inputs (default float32); texts (default float64) "
-                  "and pictures (default ubin8) are converted to it")
+                  "and pictures (default ubin8) are converted to it. Integers take the nearest whole number, "
+                  "the nearest one they have for values beyond them, and 0 for not-a-number; how many values "
+                  "change is reported")
       ->type_name("TYPE")
       ->check(CLI::IsMember(ElementNames()));
   AddCalibration(command, form);
+  command
+      .add_option("--missing", form.missing,
+                  "Texts: a word or number that stands for a missing value, which is stored as not-a-number; "
+                  "may be repeated. Always: --, NA, N/A, nan, nothing between tabs, and of values alone an "
+                  "empty line")
+      ->type_name("WORD")
+      ->allow_extra_args(false)
+      ->excludes(raw);
+  command
+      .add_flag(
+          "--even", form.even,
+          "Texts: take positions that are uneven, as long as the even ones lie within half a step of them")
+      ->excludes(raw);
   command.footer(
       "Example: two spectra, then a raster of raw data with 12 numbers for each place\n"
       "  dseries append spectra.dseries first.dat second.dat --time 2024-02-29T12:00\n"

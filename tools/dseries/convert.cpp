@@ -9,9 +9,9 @@
 #include "format.h"
 #include "header.h"
 #include "input.h"
+#include "losses.h"
 #include "progress.h"
 #include "series.h"
-#include <DataStorage/data/convert.h>
 
 namespace dseries {
 
@@ -25,18 +25,13 @@ struct Options {
 };
 
 template <class Array>
-int CopyConverted(const Options& options, const std::string& path, dtyp_cDataType type) {
+int CopyConverted(const Options& options, const std::string& path, Losses& losses) {
   DataSeries<Array> from(options.file, bstr_OpenReadOnly);
   DataSeries<Array> to(path, from.DimensionArray());
   const int filled = from.NextWriteIndex();
   Progress progress("converting", filled);
   for (int i = 0; i < filled; ++i) {
-    Array datum = from.Datum(i);
-    if (datum.DataType() != type) {
-      // By way of doubles, which hold every element: integers that narrow directly would keep their low bits.
-      datum = conv_Convert(conv_Convert(datum, dtyp_Float64, conv_Real), type, conv_Real);
-    }
-    to.Append(datum, *from.Tag(i));
+    to.Append(losses.Convert(from.Datum(i), fmt::format("datum {}, ", i)), *from.Tag(i));
     progress.Show(i + 1);
   }
   return filled;
@@ -51,10 +46,12 @@ void Convert(const Options& options) {
     Fail("{} is the series itself", options.output);
   }
   NewFile file(options.output, options.force);
+  Losses losses(type);
   const int count = VisitDataType(header.data_type, [&]<class Array>(std::type_identity<Array>) {
-    return CopyConverted<Array>(options, file.Path(), type);
+    return CopyConverted<Array>(options, file.Path(), losses);
   });
   file.Finish();
+  if (const std::string text = losses.Text(); !text.empty()) PrintWarning(options.output + ": " + text);
   fmt::print("{}: {} of type {}\n", options.output, Count(count, "datum", "data"), options.type);
 }
 
@@ -68,7 +65,7 @@ void AddConvert(CLI::App& program) {
   command
       .add_option("--type", options->type,
                   "The new element type. Integers take the nearest whole number, the nearest one they have "
-                  "for values beyond them, and 0 for not-a-number")
+                  "for values beyond them, and 0 for not-a-number; how many values change is reported")
       ->type_name("TYPE")
       ->required()
       ->check(CLI::IsMember(ElementNames()));

@@ -26,7 +26,7 @@ struct Options {
 void Image(Options options) {
   if (!options.type.empty()) options.form.type = ElementType(options.type);
   CheckForm(options.form, 2);
-  const darr_c2DArray array = ReadPlane(options.input, options.form);
+  const darr_c2DArray array = ReadPlane(options.input, options.form, PrintWarning);
   if (!options.output.path.empty() || !options.view.bNone() || !options.drawing.bNone()) {
     return WritePlaneOrLine(array, options.view, options.drawing, options.output, options.input);
   }

@@ -1,93 +1,27 @@
 #include "input.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <limits>
 #include <memory>
-#include <sstream>
-#include <string_view>
 #include <type_traits>
 #include <utility>
 
 #include "failure.h"
 #include "files.h"
 #include "format.h"
+#include "losses.h"
 #include "picture.h"
 #include "plane.h"
-#include <DataStorage/data/asciirw.h>
+#include "text.h"
 #include <DataStorage/interfaces/bstr.h>
 
 namespace dseries {
 
 namespace {
-
-/// The words of a text, with the places where they stand.
-class Words {
- public:
-  explicit Words(std::string_view text) : text_(text) {}
-
-  /// Goes to the next word; false when there is none.
-  bool Next() {
-    start_ += word_.size();
-    while (start_ < text_.size() && bSpace(text_[start_])) line_ += text_[start_++] == '\n';
-    const auto first = text_.begin() + static_cast<std::ptrdiff_t>(start_);
-    word_ = text_.substr(start_, static_cast<std::size_t>(std::find_if(first, text_.end(), bSpace) - first));
-    return !word_.empty();
-  }
-  std::string_view Word() const { return word_; }
-  std::size_t Start() const { return start_; }
-  int Line() const { return line_; }
-  /// False when the word is not a number from its first to its last character.
-  bool Number(double& value) const {
-    const std::string_view digits = word_.substr(word_.front() == '+' ? 1 : 0);
-    const char* end = digits.data() + digits.size();
-    value = 0;  // what from_chars leaves when a number is too small for a double
-    return std::from_chars(digits.data(), end, value).ptr == end;
-  }
-
- private:
-  static bool bSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-
-  std::string_view text_;
-  std::string_view word_;
-  std::size_t start_ = 0;
-  int line_ = 1;
-};
-
-/// Looks after what the readers of columns pass over in silence: text behind the numbers, which ended at
-/// `end`, a position without a value, and positions (where there are any) that are not what the first two of
-/// them made of the array.
-void CheckText(const std::string& path, std::string_view text, std::size_t end,
-               const darr_c1DArray* positions, const Warn& warn) {
-  Words words(text);
-  std::int64_t count = 0;
-  bool falling = false, warned = false;
-  int line = 1;
-  double number;
-  for (; words.Next(); ++count) {
-    line = words.Line();
-    if (words.Start() >= end || !words.Number(number)) {
-      Fail("{}: line {}: '{}' is not a number", path, words.Line(), words.Word().substr(0, 40));
-    }
-    if (positions == nullptr || count % 2 != 0 || warned) continue;
-    if (count == 0) falling = number != positions->OffsetX();
-    const auto row = static_cast<int>(count / 2);
-    const int i = falling ? positions->NumIndices() - 1 - row : row;
-    const double even = positions->Cal().PositionX(i);
-    if (!(std::fabs(number - even) <= positions->DeltaX() / 2)) {
-      warn(fmt::format("{}: line {}: the position {} lies more than half a step off the even grid, at {}",
-                       path, words.Line(), words.Word(), NumberText(even)));
-      warned = true;
-    }
-  }
-  if (positions != nullptr && count % 2 != 0) {
-    Fail("{}: line {}: there is a position without a value", path, line);
-  }
-}
 
 /// How many axes arrays of this class have.
 template <class Array>
@@ -106,31 +40,50 @@ auto CalibrationOf(const InputForm& form) {
   }
 }
 
-darr_c1DArray ReadText(const std::string& path, const InputForm& form, const Warn& warn) {
-  std::istringstream in(ReadWhole(path));
-  const asrw_eFormat format = asrw_ASCII_Format(in);
-  darr_c1DArray array;
-  if (format == asrw_TwoColumn) {
-    if (!form.offset.empty() || !form.delta.empty()) {
-      Fail("{} has positions of its own; --offset and --delta are for data without them", path);
-    }
-    if (!asrw_ReadTwoColumn(in, array)) {
-      Fail("{}: the first two lines must hold two numbers each, the first of them at different positions",
-           path);
-    }
-  } else if (format == asrw_OneColumn) {
-    parr_c1DNumberArray values;
-    asrw_ReadOneColumn(in, values);  // text that it leaves is found below
-    array = darr_c1DArray(values, CalibrationOf<darr_c1DArray>(form));
-  } else {
-    Fail("{}: the first line must hold one number or two", path);
+/// The array in the type that is wanted, with a sentence about what that loses.
+template <class Array>
+Array Converted(const std::string& path, const Array& array, const InputForm& form, const Warn& warn) {
+  if (!form.type) return array;
+  Losses losses(*form.type);
+  Array converted = losses.Convert(array);
+  if (const std::string text = losses.Text(); !text.empty()) warn(path + ": " + text);
+  return converted;
+}
+
+/// The calibration of the values in the order of the lines; below 0 in its delta where positions fall.
+cal_cArrayCal CalibrationOf(const std::string& path, const Columns& columns, const InputForm& form,
+                            const Warn& warn) {
+  if (columns.positions.empty()) {
+    if (!form.delta.empty() && form.delta.front() < 0) Fail("the delta is not above 0");
+    return CalibrationOf<darr_c1DArray>(form).AxisX();
   }
-  const std::string_view text = in.view();
-  in.clear();
-  CheckText(path, text, static_cast<std::size_t>(in.tellg()), format == asrw_TwoColumn ? &array : nullptr,
-            warn);
-  if (form.type) array.Convert(*form.type);
-  return array;
+  if (!form.offset.empty()) {
+    Fail("{} has positions of its own; --offset is for data without them", path);
+  }
+  const Grid grid = GridOf(path, columns, {form.even, form.delta.empty() ? 0 : form.delta.front()});
+  if (grid.moved) {
+    warn(fmt::format("{}: the positions become even; the one on line {} is moved most, from {} to {}", path,
+                     columns.lines[*grid.moved], columns.positions[*grid.moved],
+                     NumberText(grid.cal.Position(static_cast<int>(*grid.moved)))));
+  }
+  return grid.cal;
+}
+
+darr_c1DArray ReadText(const std::string& path, const InputForm& form, const Warn& warn) {
+  Columns columns = ReadColumns(path, ReadWhole(path), form.missing);
+  if (columns.missing > 0) {
+    warn(fmt::format("{}: {} missing and read as not-a-number, the first on line {}", path,
+                     Count(columns.missing, "value is", "values are"), columns.first_missing));
+  }
+  const int n = static_cast<int>(columns.values.size());
+  cal_cArrayCal cal = CalibrationOf(path, columns, form, warn);
+  if (cal.Delta() < 0) {
+    std::reverse(columns.values.begin(), columns.values.end());
+    const double last = form.delta.empty() ? columns.positions.back() : cal.Position(n - 1);
+    cal = cal_cArrayCal(last, -cal.Delta());
+  }
+  const darr_c1DArray array(arr_c1DNumberArray<double>(n, columns.values.data()), cal_c1DArrayCal(cal));
+  return Converted(path, array, form, warn);
 }
 
 /// An array out of elements as they stand in raw files: the raw form of arrays is the same behind their type
@@ -176,6 +129,8 @@ Input<Array> ReadRaw(const std::string& path, const InputForm& form) {
 
 }  // namespace
 
+void PrintWarning(const std::string& warning) { fmt::print(stderr, "dseries: warning: {}\n", warning); }
+
 void AddCalibration(CLI::App& command, InputForm& form) {
   command
       .add_option("--offset", form.offset,
@@ -184,7 +139,10 @@ void AddCalibration(CLI::App& command, InputForm& form) {
       ->type_name("X[,Y]")
       ->delimiter(',')
       ->allow_extra_args(false);
-  command.add_option("--delta", form.delta, "Distance of the elements along each axis, likewise")
+  command
+      .add_option("--delta", form.delta,
+                  "Distance of the elements along each axis, likewise; of positions in "
+                  "texts the step, in place of that from the first to the last")
       ->type_name("DX[,DY]")
       ->delimiter(',')
       ->allow_extra_args(false);
@@ -210,12 +168,14 @@ void CheckForm(const InputForm& form, std::size_t axes) {
   for (const double offset : form.offset) {
     if (!std::isfinite(offset)) Fail("the offset is not finite");
   }
+  // Positions that a text has may fall.
+  const bool may_fall = axes == 1 && form.raw.empty();
   for (const double delta : form.delta) {
-    if (!(std::isfinite(delta) && delta > 0)) Fail("the delta is not above 0");
+    if (!std::isfinite(delta) || delta == 0 || (delta < 0 && !may_fall)) Fail("the delta is not above 0");
   }
 }
 
-darr_c2DArray ReadPlane(const std::string& path, const InputForm& form) {
+darr_c2DArray ReadPlane(const std::string& path, const InputForm& form, const Warn& warn) {
   darr_c2DArray array;
   if (!bRawPlane(path)) {
     array = darr_c2DArray(ReadPicture(path), CalibrationOf<darr_c2DArray>(form));
@@ -224,15 +184,14 @@ darr_c2DArray ReadPlane(const std::string& path, const InputForm& form) {
   } else {
     Fail("{} has positions of its own; --offset and --delta are for data without them", path);
   }
-  if (form.type) array.Convert(*form.type);
-  return array;
+  return Converted(path, array, form, warn);
 }
 
 template <class Array>
 Input<Array> ReadInput(const std::string& path, const InputForm& form, const Warn& warn) {
   if (!form.raw.empty()) return ReadRaw<Array>(path, form);
   if constexpr (axes<Array> == 2) {
-    return {1, [array = ReadPlane(path, form)](int) { return array; }};
+    return {1, [array = ReadPlane(path, form, warn)](int) { return array; }};
   } else {
     return {1, [array = ReadText(path, form, warn)](int) { return array; }};
   }

@@ -19,7 +19,10 @@ struct Input {
   std::function<Array(int)> datum;
 };
 
+/// Is given a sentence about what was not kept as it stood in the input.
 using Warn = std::function<void(const std::string&)>;
+/// Writes it to standard error.
+void PrintWarning(const std::string& warning);
 
 /// How the elements of an input are to be understood. The members with a number for each axis are empty when
 /// they were not given.
@@ -27,9 +30,11 @@ struct InputForm {
   std::optional<dtyp_cDataType> type;  ///< of the elements; default: as they come, float64 from text, float32
                                        ///< from raw bytes
   std::vector<double> offset;          ///< position of the first element, where the input does not tell it
-  std::vector<double> delta;           ///< distance of the elements, likewise
+  std::vector<double> delta;           ///< distance of the elements, likewise; of the positions in texts, too
   std::vector<int> raw;                ///< extents of a datum in raw bytes; empty: the input is a text, a
                                        ///< picture or the raw form of a 2D array
+  std::vector<std::string> missing;    ///< words of texts for values that are missing, beside the usual ones
+  bool even = false;                   ///< texts: positions need not be even, but must lie within half a step
   bool interleaved = false;  ///< raw: first element 0 of all data, then element 1 of all of them, and so on
 };
 
@@ -40,12 +45,11 @@ void CheckForm(const InputForm& form, std::size_t axes);
 /// Throws Failure when series files do not give back what was stored in this type.
 void CheckStorable(dtyp_cDataType type);
 
-/// Reads one file, or standard input for "-". Throws Failure when it does not have that form. Where text
-/// leaves its even grid of positions, `warn` is given a sentence about it.
+/// Reads one file, or standard input for "-". Throws Failure when it does not have that form.
 template <class Array>
 Input<Array> ReadInput(const std::string& path, const InputForm& form, const Warn& warn);
 
 /// Reads a picture or the raw form of a 2D data array.
-darr_c2DArray ReadPlane(const std::string& path, const InputForm& form);
+darr_c2DArray ReadPlane(const std::string& path, const InputForm& form, const Warn& warn);
 
 }  // namespace dseries

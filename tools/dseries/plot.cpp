@@ -80,7 +80,7 @@ Figure FigureOfFile(const Options& options) {
     });
   }
   if (!options.choice.bNone()) Fail("{} is no series, so no datum of it can be chosen", options.file);
-  const darr_c2DArray plane = ReadPlane(options.file, {});
+  const darr_c2DArray plane = ReadPlane(options.file, {}, PrintWarning);
   Caption caption = CaptionOf(options);
   if (!options.view.bLine()) return FigureOfPlane(plane, options, caption);
   caption.x_label = options.view.column ? "y" : "x";
