@@ -111,10 +111,51 @@ TEST_F(Plots, ShowPlanesUprightWithTheirGaps) {
   Refuse("plot a.dseries", "choose one");
   Refuse("plot a.dseries 0 -o a.bmp", ".png, .svg and .pdf");
   Refuse("plot a.dseries 0 -o a.dseries", "is none");
-  Refuse("plot a.dseries 0 --contrast 4,0", "must rise");
+  Refuse("plot a.dseries 0 --contrast 4,0", "neither 'full' nor two values that rise");
   Refuse("plot a.dseries 0 --log --contrast 0,4", "above 0");
   Refuse("get a.dseries 0 -o a.bmp --colors viridis", "colours go to .png");
   EXPECT_THAT(Succeed("plot a.dseries --row-at 1"), HasSubstr("\n━━ n 0   ━━ n 1\n"));
+}
+
+TEST_F(Plots, TellWhatTheirScaleCutsOff) {
+  // How wide the topmost row of the scale of colours is: a tip is narrow.
+  const auto bar_top = [this] {
+    Succeed("plot a.dseries -o a.png");
+    for (const auto& row : ReadPng("a.png")) {
+      const auto width = std::count_if(row.begin() + std::ssize(row) / 2, row.end(), [](std::int64_t color) {
+        return color >> 16 > 0xE0 && (color >> 8 & 0xFF) > 0xE0 && (color & 0xFF) < 0x60;  // yellow
+      });
+      if (width > 0) return width;
+    }
+    return std::ptrdiff_t{0};
+  };
+  std::string values;
+  for (int i = 0; i < 400; ++i) values += std::string("\0\0\x80\x3F", 4);
+  values.replace(
+      0, 20, std::string("\0\0\x80\x7F\0\0\0\x40\0\0\x80\xFF\0\0\xC0\x7F\0\0\0\0", 20));  // inf 2 -inf nan 0
+  Write("a.f32", values);
+  Succeed("create a.dseries --images --dim n,,1,0,1");
+  Succeed("append a.dseries a.f32 --raw 20,20");
+  const std::string both = "2 of 399 values lie above the scale and 2 below it\n",
+                    ends = "1 of 399 values lie above the scale and 1 below it\n";
+  EXPECT_THAT(Succeed("plot a.dseries"), HasSubstr("\n0.9 ◀"));
+  EXPECT_THAT(Succeed("plot a.dseries"), HasSubstr("▶ 1.1\n" + both));
+  EXPECT_THAT(Succeed("plot a.dseries --contrast full"), HasSubstr("▶ 2\n" + ends));
+  EXPECT_EQ(Succeed("plot a.dseries -o a.svg"), "a.svg: drawn; " + both);
+  EXPECT_THAT(Succeed("get a.dseries 0 -o a.pgm --contrast full"),
+              HasSubstr("0 (dark) to 2 (light), not-a-number black; " + ends));
+  EXPECT_THAT(Succeed("plot a.dseries --log"),
+              HasSubstr("2 of 399 values lie above the scale, 2 of 399 values are not above 0"));
+  EXPECT_THAT(Succeed("plot a.dseries --row-at 0 --contrast=-1,1"),
+              HasSubstr("2 of 19 values lie above the scale and 1 below it"));
+  const auto pointed = bar_top();
+  values.replace(0, 20, values.substr(20, 20));
+  Write("a.f32", values);
+  Succeed("create a.dseries --force --images --dim n,,1,0,1");
+  Succeed("append a.dseries a.f32 --raw 20,20");
+  EXPECT_THAT(Succeed("plot a.dseries"), HasSubstr("\n0.9 ·"));
+  EXPECT_GT(bar_top(), 20);
+  EXPECT_TRUE(0 < pointed && pointed < 15) << pointed;
 }
 
 TEST_F(Plots, ShowCurvesWithTheirGaps) {

@@ -83,18 +83,19 @@ TEST_F(Refusals, OfFilesThatAreNoSeries) {
   Write("short.dseries", "II");
   Write("text.dseries", std::string(40, 'x'));
   Write("newer.dseries", std::string("IIDS\x20\x02", 6) + std::string(40, '\0'));
-  Write("other.dseries", std::string("IIDS\x10\x02\x99\x09\0\0", 10) + std::string(40, '\0'));
+  Write("nothing.dseries", "");
   for (const std::string command : {"info ", "list ", "verify ", "get -i 0 ", "find --at 1,2 ", "append "}) {
     const std::string input = command == "append " ? " short.dseries" : "";
     const std::string missing = command + "none.dseries" + input, folder = command + "." + input,
                       cut = command + "short.dseries" + input, text = command + "text.dseries" + input,
-                      newer = command + "newer.dseries" + input, other = command + "other.dseries" + input;
+                      newer = command + "newer.dseries" + input,
+                      nothing = command + "nothing.dseries" + input;
     Expect({{missing.c_str(), 1, "there is no file none.dseries"},
             {folder.c_str(), 1, ". is a folder"},
             {cut.c_str(), 1, "not a series file: it ends after 2 bytes"},
             {text.c_str(), 1, "not a series file: it does not begin like one"},
             {newer.c_str(), 1, "version 0220"},
-            {other.c_str(), 1, "unknown type (identifier 0x0999)"}});
+            {nothing.c_str(), 1, "nothing.dseries is empty; 'dseries create' makes series files"}});
     EXPECT_FALSE(bExists("none.dseries"));
   }
 }
@@ -188,8 +189,13 @@ TEST_F(Tool, FindsTheSeaAtAPlace) {
   }
   EXPECT_THAT(Succeed("find sst.dseries --at 181,1"),
               HasSubstr(" 8180  80,45        181         1  1990-01-01T00:"));
-  EXPECT_THAT(Run("find sst.dseries --at 180.5,1").err, HasSubstr("the nearest is at 181,1"));
-  EXPECT_THAT(Run("find sst.dseries --at 181,1 --time 5").err, HasSubstr("at that time"));
+  EXPECT_THAT(Run("find sst.dseries --at 180.5,1").err,
+              HasSubstr("nearest: dseries find sst.dseries --at 181,1\n"));
+  EXPECT_THAT(
+      Run("find sst.dseries --at 181,1 --time 5").err,
+      HasSubstr(
+          "181,1 at 1970-01-01T00:00:05Z; this finds the nearest: dseries find sst.dseries --at 181,1 --time "
+          "1990-01-01T00:00:00Z"));
   EXPECT_THAT(Run("find sst.dseries --time 1990-01-01").err, HasSubstr("find them by --at"));
   EXPECT_THAT(Run("append sst.dseries x").err, HasSubstr("add --at X,Y"));
 
@@ -203,6 +209,35 @@ TEST_F(Tool, FindsTheSeaAtAPlace) {
   EXPECT_EQ(list[8180]["index"], nlohmann::json({80, 45}));
   EXPECT_EQ(list[8180]["tag_position"], nlohmann::json({181, 1}));
   EXPECT_EQ(list[8180]["bytes"], 26 + 12 * 4);
+}
+
+TEST_F(Tool, FindsWhatItLists) {
+  Write("one.txt", "1\n");
+  Succeed("create 'a b.dseries' --dim x,,3,-0.3,0.1 --dim y,,3,1700000000.123,0.0001");
+  for (int i = 0; i < 8; ++i) {
+    Succeed("append 'a b.dseries' one.txt --tag-position --time " + std::to_string(10 * i));
+  }
+  std::istringstream list(Succeed("list 'a b.dseries'"));
+  std::string word, x, y, time, tag_x, tag_y;
+  std::getline(list, word);
+  for (std::string datum; list >> datum >> word >> x >> y >> time >> tag_x >> tag_y;) {
+    const std::string get = "get 'a b.dseries' -p " + x + ',' + y,
+                      find = "find 'a b.dseries' --at " + tag_x + ',' + tag_y;
+    EXPECT_THAT(Succeed(get), StartsWith("datum " + datum + " of")) << get;
+    EXPECT_THAT(Succeed(find), HasSubstr("\n    " + datum + "    ")) << find;
+    EXPECT_EQ(Succeed(find + " --time " + time), Succeed(find)) << find;
+  }
+  EXPECT_EQ(word, "1,2");
+  // What was rounded further is offered as it has to be typed.
+  const std::string refused = Run("find 'a b.dseries' --at -0.19,1700000000 --time 31").err;
+  const std::string offered = refused.substr(refused.find("dseries find") + 8);
+  EXPECT_EQ(offered, "find 'a b.dseries' --at -0.2,1700000000.123 --time 1970-01-01T00:00:10Z\n");
+  EXPECT_THAT(Succeed(offered.substr(0, offered.size() - 1)), HasSubstr("\n    1    1,0"));
+  Succeed("create c.dseries --dim n,,2,0,1");
+  EXPECT_THAT(Run("find c.dseries --time 7").err, HasSubstr("it holds none with such a tag"));
+  Succeed("append c.dseries one.txt --time 7");
+  EXPECT_THAT(Run("find c.dseries --time 6").err,
+              HasSubstr("dseries find c.dseries --time 1970-01-01T00:00:07Z\n"));
 }
 
 TEST_F(Tool, NeedsNoPermissionToWriteWhereItOnlyReads) {
@@ -219,7 +254,7 @@ TEST_F(Tool, NeedsNoPermissionToWriteWhereItOnlyReads) {
     EXPECT_EQ(Run(std::string(command) + " a.dseries", nobody).status, 0) << command << Read("err.txt");
   }
   EXPECT_THAT(Run("append a.dseries one.txt --at 1,2", nobody).err,
-              HasSubstr("Can't open series file a.dseries."));
+              HasSubstr("Can't open series file a.dseries: it can be read, but not be written"));
 }
 
 TEST_F(Tool, SaysHowMuchWasStoredWhenTheDiskIsFull) {

@@ -71,7 +71,7 @@ TEST_F(Verify, TellsEveryKindOfDamageApart) {
       {Datum0 + 22, 1, "datum 0 ends at byte 121"},
       {Tag1, 0x132, "the tag of datum 1 is of the kind 0x0132, not 0x0150"},
       {TagType, 0x132, "the tag of datum 0 is of the kind 0x0150, not 0x0132"},
-      {TagType, 0x999, "unknown kind (identifier 0x0999)"},
+      {TagType, 0x999, "the tag of datum 0 is of the kind 0x0150, not 0x0999"},
   };
   for (const auto& [position, word, told] : cases) {
     const Result result = Damage(position, word);
@@ -80,12 +80,27 @@ TEST_F(Verify, TellsEveryKindOfDamageApart) {
     EXPECT_THAT(result.err, HasSubstr("a.dseries is damaged")) << told;
   }
   Damage(Datum0 + 22, -2);
-  EXPECT_THAT(Run("get a.dseries 0").err, HasSubstr("datum 0 of a.dseries cannot be read"));
-  EXPECT_THAT(Damage(DataType, 0x999).err, HasSubstr("unknown type (identifier 0x0999)"));
+  EXPECT_THAT(Run("get a.dseries 0").err,
+              HasSubstr("datum 0 of a.dseries cannot be read; 'dseries verify a.dseries' lists"));
+  EXPECT_THAT(Damage(DataType, 0x999).out,
+              HasSubstr("note: the file holds data of a kind unknown here (identifier 0x0999)"));
   EXPECT_THAT(Damage(Tag0 + 4, 8, Tag1 + 3).out,
               HasSubstr("the tag of datum 1 is cut off by the end of the file"));
   EXPECT_THAT(Damage(Tag0 + 4, 8, Tag1 - 1).out, HasSubstr("datum 1 is cut off: it should end at byte 179"));
-  EXPECT_THAT(Damage(Tag0 + 4, 8, Tag1 - 1).err, HasSubstr("1 of 2 data are whole"));
+  EXPECT_THAT(Damage(Tag0 + 4, 8, Tag1 - 1).err,
+              HasSubstr("1 of 2 data are whole; 'dseries repair a.dseries -o NEW' saves those"));
+  // What is missing must not become zeros in front of the next datum.
+  EXPECT_THAT(Run("append a.dseries numbers.txt").err, HasSubstr("is cut off within its data"));
+  EXPECT_EQ(Read("a.dseries").size(), std::size_t{Tag1 - 1});
+  Damage(Tag1, 0);
+  for (const char* command : {"list a.dseries", "get a.dseries 1", "find a.dseries --time 9"}) {
+    EXPECT_THAT(Run(command).err, HasSubstr("of a.dseries cannot be read; 'dseries verify a.dseries'"))
+        << command;
+  }
+  Damage(DimensionCount, -1);
+  EXPECT_THAT(Run("info a.dseries").err,
+              HasSubstr("Can't read series file a.dseries; 'dseries verify a.dseries' lists what is damaged, "
+                        "'dseries repair a.dseries -o NEW' saves"));
 }
 
 TEST_F(Verify, KnowsWhatAKilledProcessLeaves) {

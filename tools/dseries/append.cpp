@@ -41,7 +41,10 @@ TagOf TagsFor(const Series& series, const Options& options) {
   const bool position = options.tag_position || !options.at.empty();
   const unsigned int kind = position ? obty_2DPositionType : obty_DataTagType;
   if (const unsigned int present = series.TagTypeID(); present != 0 && present != kind) {
-    MakeTag(present);  // complains of kinds that are unknown
+    if (!bKnownTagType(present)) {
+      Fail("the data in {} are tagged with {}; only a program that knows it can append", options.file,
+           TagTypeName(present));
+    }
     Fail("the data in {} are tagged with {}; {}", options.file, TagTypeName(present),
          position ? "leave out --at and --tag-position" : "add --at X,Y or --tag-position");
   }
@@ -107,7 +110,7 @@ void AppendInputs(const Options& options) {
 void Append(Options options) {
   options.inputs = Expanded(options.inputs);
   if (!options.type.empty()) options.form.type = ElementType(options.type);
-  VisitDataType(ReadHeader(options.file).data_type, [&]<class Array>(std::type_identity<Array>) {
+  VisitDataType(KnownDataType(options.file), [&]<class Array>(std::type_identity<Array>) {
     CheckForm(options.form, std::is_same_v<Array, darr_c2DArray> ? 2 : 1);
     AppendInputs<Array>(options);
   });

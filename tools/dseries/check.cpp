@@ -52,6 +52,11 @@ class Checker {
     }
   }
 
+  template <class... Arguments>
+  void Note(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
+    findings_.notes.push_back(fmt::format(format, std::forward<Arguments>(arguments)...));
+  }
+
   std::int64_t Total() const { return header_.total; }
   std::int64_t DataBegin() const { return header_.lists + 8 * Total(); }
   static std::size_t At(std::int64_t slot) { return static_cast<std::size_t>(slot); }
@@ -113,17 +118,20 @@ class Checker {
   void CheckTagType() {
     tag_type_ = header_.tag_type;
     if (tag_type_ == 0 && findings_.valid > 0 && in_.Seek(tags_[0]) && bstr_ReadFields(in_, tag_type_)) {
-      findings_.notes.emplace_back("the header does not tell the kind of the tags; the first tag does");
+      Note("the header does not tell the kind of the tags; the first tag does");
     }
-    if (tag_type_ != 0 && TagTypeName(tag_type_) == nullptr) {
-      Fault("the tags are of an unknown kind (identifier 0x{:04x}); nothing behind them can be checked",
-            tag_type_);
-    } else if (tag_type_ != 0) {
+    if (bKnownTagType(tag_type_)) {
       tag_ = MakeTag(tag_type_);
+    } else if (tag_type_ != 0) {
+      Note("the tags hold {}; they are checked no further than their times", TagTypeName(tag_type_));
     }
   }
 
   void CheckData(const std::function<void(int, int)>& progress) {
+    if (!bKnownDataType(header_.data_type)) {
+      Note("the file holds {}; their places are checked, but not their bytes",
+           DataTypeName(header_.data_type));
+    }
     std::int64_t place = DataBegin();  // where the next datum should begin; 0 when nobody can tell
     for (int k = 0; k < findings_.valid; ++k) {
       progress(k, findings_.valid);
@@ -153,6 +161,7 @@ class Checker {
             in_.Size());
       return false;
     }
+    if (!bKnownDataType(header_.data_type)) return in_.Seek(end);
     if (!in_.Seek(begin) || !bReadsDatum(in_, header_.data_type)) {
       Fault("datum {} at byte {} cannot be read as one of the {}", k, begin, DataTypeName(header_.data_type));
       return true;  // its tag may be whole
@@ -165,18 +174,24 @@ class Checker {
 
   bool CheckTag(int k) {
     const std::int64_t begin = tags_[At(k)];
-    if (tag_ == nullptr) return false;
+    if (tag_type_ == 0) return false;
     std::uint32_t stored = 0;
     if (in_.Seek(begin) && bstr_ReadFields(in_, stored) && stored != tag_type_) {
       Fault("the tag of datum {} is of the kind 0x{:04x}, not 0x{:04x}", k, stored, tag_type_);
       return false;
     }
-    const bool read = in_.Seek(begin) && bReads([&] {
+    const bool read = in_.Seek(begin) && (tag_ == nullptr ? bSkipsTag(k) : bReads([&] {
                         tag_->Read(in_);
                         return true;
-                      });
+                      }));
     if (!read) Fault("the tag of datum {} is cut off by the end of the file at byte {}", k, in_.Size());
     return read;
+  }
+
+  /// Goes to the end of a tag of unknown length, which is where the next datum begins.
+  bool bSkipsTag(int k) {
+    const std::int64_t end = k + 1 < findings_.slots ? data_[At(k + 1)] : in_.Size();
+    return end - tags_[At(k)] >= 8 && end <= in_.Size() && in_.Seek(end);
   }
 
   void CheckEmptySlots() {
@@ -193,7 +208,7 @@ class Checker {
     const std::int64_t next = more ? data_[At(empty + 1)] : in_.Size();
     const bool unfinished = tag == 0 ? next > begin : begin <= tag && tag < next;
     if (stray > 0 && unfinished && stray == (tag != 0) + more) {
-      findings_.notes.emplace_back("an append was cut short; the next one takes its place");
+      Note("an append was cut short; the next one takes its place");
     } else if (stray > 0) {
       Fault("{} not 0, though their slots are empty",
             Count(stray, "entry of the offset lists is", "entries of the offset lists are"));
@@ -206,7 +221,7 @@ class Checker {
   std::vector<std::int32_t> data_;  // the offset lists
   std::vector<std::int32_t> tags_;
   std::uint32_t tag_type_ = 0;
-  std::unique_ptr<dtsr_cDataTag> tag_;  // to read tags into; null when their kind is unknown
+  std::unique_ptr<dtsr_cDataTag> tag_;  // to read tags into; null when their kind is unknown here
   Findings findings_;
 };
 

@@ -5,31 +5,56 @@
 #include <fmt/format.h>
 #include <limits>
 #include <numeric>
+#include <tuple>
 
 #include "dimensions.h"
 #include "failure.h"
 #include "format.h"
 #include "header.h"
+#include "show.h"
 #include <DataStorage/interfaces/constants.h>
 
 namespace dseries {
 
 namespace {
 
-/// The position nearest to one at which nothing was found, for those who typed it rounded.
-std::string Nearest(const Series& series, double x, double y) {
-  double least = std::numeric_limits<double>::infinity();
-  std::string nearest = "there are no data";
-  dtsr_c2DPosition tag;
+/// The datum whose tag lies nearest to a place, and of those there the nearest in time.
+struct Nearest {
+  int datum = -1;
+  double distance = std::numeric_limits<double>::infinity();
+  double delay = 0;
+};
+
+Nearest NearestTo(const Series& series, const Choice& choice, long time) {
+  Nearest nearest;
   for (int i = 0; i < series.NextWriteIndex(); ++i) {
-    series.GetTag(i, tag);
-    const double distance = std::hypot(tag.X() - x, tag.Y() - y);
-    if (distance < least) {
-      least = distance;
-      nearest = fmt::format("the nearest is at {},{}", tag.X(), tag.Y());
-    }
+    const auto tag = series.Tag(i);
+    const double delay =
+        choice.time.empty() ? 0 : std::fabs(static_cast<double>(tag->Time()) - static_cast<double>(time));
+    const auto* place = PositionOf(*tag);
+    const double distance =
+        place == nullptr ? 0 : std::hypot(place->X() - choice.at[0], place->Y() - choice.at[1]);
+    if (std::tie(distance, delay) < std::tie(nearest.distance, nearest.delay)) nearest = {i, distance, delay};
   }
   return nearest;
+}
+
+/// Whether two numbers are the same but for the digits that lists leave out.
+bool bPrintedAs(double stored, double typed) {
+  constexpr int digits = 10;
+  if (stored == typed || typed == 0) return stored == typed;
+  return std::fabs(stored - typed) <=
+         0.51 * std::pow(10, std::floor(std::log10(std::fabs(typed))) + 1 - digits);
+}
+
+/// The command that finds a datum by its tag.
+std::string FindCommand(const Series& series, int i, const Choice& choice) {
+  const auto tag = series.Tag(i);
+  std::string command = "dseries find " + ShellWord(series.FilePath().CString());
+  if (const auto* place = PositionOf(*tag))
+    command += fmt::format(" --at {},{}", TagText(place->X()), TagText(place->Y()));
+  if (!choice.time.empty()) command += " --time " + TimeText(tag->Time());
+  return command;
 }
 
 int FindByTag(const Series& series, const Choice& choice) {
@@ -38,23 +63,29 @@ int FindByTag(const Series& series, const Choice& choice) {
   const unsigned int wanted = positions ? obty_2DPositionType : obty_DataTagType;
   const unsigned int present = series.TagTypeID();
   if (present != 0 && present != wanted) {
-    MakeTag(present);  // complains of kinds that are unknown
+    if (!bKnownTagType(present)) {
+      Fail("the data in {} are tagged with {}; 'dseries list {}' shows their times", file,
+           TagTypeName(present), ShellWord(file));
+    }
     Fail("the data in {} are tagged with {}; find them by {}", file, TagTypeName(present),
          positions ? "--time" : "--at");
   }
   const long time = times ? ParseTime(choice.time) : 0;
-  if (positions) {
-    const double x = choice.at[0], y = choice.at[1];
-    const int i = series.DataIndex(dtsr_c2DPosition(x, y, time), times);
-    if (i < 0) {
-      Fail("no datum of {} is tagged with {},{}{}; {}", file, x, y, times ? " at that time" : "",
-           Nearest(series, x, y));
-    }
-    return i;
+  const int exact = positions ? series.DataIndex(dtsr_c2DPosition(choice.at[0], choice.at[1], time), times)
+                              : series.DataIndex(dtsr_cDataTag(time), true);
+  if (exact >= 0) return exact;
+
+  const Nearest nearest = NearestTo(series, choice, time);
+  if (nearest.datum < 0) Fail("no datum of {} can be found there: it holds none with such a tag", file);
+  if (positions && nearest.delay == 0) {
+    const auto tag = series.Tag(nearest.datum);
+    const auto* place = PositionOf(*tag);
+    if (bPrintedAs(place->X(), choice.at[0]) && bPrintedAs(place->Y(), choice.at[1])) return nearest.datum;
   }
-  const int i = series.DataIndex(dtsr_cDataTag(time), true);
-  if (i < 0) Fail("no datum of {} was taken at {}", file, TimeText(time));
-  return i;
+  Fail("no datum of {} is tagged with {}; this finds the nearest: {}", file,
+       !positions ? TimeText(time)
+                  : fmt::format("{},{}{}", choice.at[0], choice.at[1], times ? " at " + TimeText(time) : ""),
+       FindCommand(series, nearest.datum, choice));
 }
 
 void CheckFilled(const Series& series, int i) {
@@ -67,7 +98,7 @@ void CheckFilled(const Series& series, int i) {
 }  // namespace
 
 void AddTagChoice(CLI::App& command, Choice& choice) {
-  command.add_option("--at", choice.at, "Where the datum was taken, exactly as its tag tells")
+  command.add_option("--at", choice.at, "Where the datum was taken, as 'list' prints it")
       ->type_name("X,Y")
       ->delimiter(',')
       ->expected(2);

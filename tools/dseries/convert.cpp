@@ -40,14 +40,14 @@ int CopyConverted(const Options& options, const std::string& path, Losses& losse
 void Convert(const Options& options) {
   const dtyp_cDataType type = ElementType(options.type);
   CheckStorable(type);
-  const Header header = ReadHeader(options.file);
+  const unsigned int data_type = KnownDataType(options.file);
   std::error_code ignored;
   if (std::filesystem::equivalent(options.file, options.output, ignored)) {
     Fail("{} is the series itself", options.output);
   }
   NewFile file(options.output, options.force);
   Losses losses(type);
-  const int count = VisitDataType(header.data_type, [&]<class Array>(std::type_identity<Array>) {
+  const int count = VisitDataType(data_type, [&]<class Array>(std::type_identity<Array>) {
     return CopyConverted<Array>(options, file.Path(), losses);
   });
   file.Finish();

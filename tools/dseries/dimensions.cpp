@@ -110,6 +110,19 @@ int LinearIndex(const dtsr_cDimensionArray& dimensions, const std::vector<double
   return dimensions.Index(indices);
 }
 
+std::string PositionText(const dtsr_cDimension& dimension, int index, int digits) {
+  const cal_cArrayCal& cal = dimension.Calibration().AxisX();
+  double position = cal.Position(index);
+  if (std::fabs(position) < std::fabs(cal.Delta()) * 1e-9) position = 0;  // but for rounding
+  std::string text = NumberText(position, digits);
+  for (; digits < std::numeric_limits<double>::max_digits10; text = NumberText(position, ++digits)) {
+    double read = 0;
+    std::from_chars(text.data(), text.data() + text.size(), read);
+    if (cal.Index(read) == index) break;
+  }
+  return text;
+}
+
 std::string NameOf(const dtsr_cDimensionArray& dimensions, int d) {
   const str_cString& description = dimensions.Dimension(d).Description();
   return description.Length() == 0 ? fmt::format("dimension {}", d) : Printable(description);

@@ -16,6 +16,9 @@ dtsr_cDimensionArray ParseDimensions(const std::vector<std::string>& texts);
 int LinearIndex(const dtsr_cDimensionArray& dimensions, const std::vector<int>& indices);
 int LinearIndex(const dtsr_cDimensionArray& dimensions, const std::vector<double>& positions);
 
+/// The position of an index, with so many digits that it leads back to the index, and at least `digits`.
+std::string PositionText(const dtsr_cDimension& dimension, int index, int digits = 10);
+
 template <class T>
 std::vector<T> VectorOf(const arr_cC_Array<T>& array) {
   return {array.Data(), array.Data() + array.Size()};

@@ -19,9 +19,22 @@ const std::map<std::string, Paper> papers{{".png", Paper::Png}, {".svg", Paper::
 
 Scale GivenContrast(const Drawing& drawing) {
   const double low = drawing.contrast[0], high = drawing.contrast[1];
-  if (!(high > low)) Fail("the contrast must rise from its first to its second value");
   if (drawing.logarithmic && !(low > 0)) Fail("a logarithmic scale needs a contrast above 0");
   return {low, high, drawing.logarithmic};
+}
+
+/// "full", or two numbers that rise.
+void ParseContrast(const std::string& text, Drawing& drawing) {
+  double low = 0, high = 0;
+  const std::size_t comma = std::min(text.find(','), text.size());
+  const std::string ends[] = {text.substr(0, comma), text.substr(std::min(comma + 1, text.size()))};
+  drawing.full_contrast = text == "full";
+  if (drawing.full_contrast) return;
+  if (!CLI::detail::lexical_cast(ends[0], low) || !CLI::detail::lexical_cast(ends[1], high) ||
+      !(high > low)) {
+    throw CLI::ValidationError("--contrast: '" + text + "' is neither 'full' nor two values that rise");
+  }
+  drawing.contrast = {low, high};
 }
 
 /// Whether a value has a place on the scale of the drawing.
@@ -35,7 +48,7 @@ Scale ScaleOf(const arr_c2DNumberArray<double>& array, const Drawing& drawing) {
   std::copy_if(array.Data(), array.Data() + array.NumIndices(), std::back_inserter(values),
                [&](double value) { return bDrawable(value, drawing); });
   if (values.empty()) return Scale::Around({}, drawing.logarithmic);
-  const auto tail = static_cast<std::ptrdiff_t>((values.size() - 1) / 100);
+  const auto tail = drawing.full_contrast ? 0 : static_cast<std::ptrdiff_t>((values.size() - 1) / 100);
   const auto low = values.begin() + tail, high = values.end() - 1 - tail;
   std::nth_element(values.begin(), low, values.end());
   const double lowest = *low;
@@ -84,20 +97,28 @@ Figure Blank(const Drawing& drawing, const Caption& caption, const Scale& x, con
           x,
           y,
           {},
+          {},
           {}};
+}
+
+Raster Scaled(const arr_c2DNumberArray<double>& values, const Scale& scale, const ColorMap& colors,
+              const std::string& label) {
+  CutOff cut_off;
+  for (int i = 0; i < values.NumIndices(); ++i) cut_off.Add(values.Data()[i], scale);
+  return {values, scale, colors, label, cut_off};
 }
 
 }  // namespace
 
 void AddColors(CLI::App& command, Drawing& drawing) {
   command
-      .add_option("--contrast", drawing.contrast,
-                  "The values drawn darkest and lightest, of curves the ends of the axis; default: the 1st "
-                  "and the 99th percentile of the "
-                  "values. Not-a-number is black, in PNG transparent, and all values are lighter than black")
-      ->type_name("LOW,HIGH")
-      ->delimiter(',')
-      ->expected(2);
+      .add_option_function<std::string>(
+          "--contrast", [&drawing](const std::string& text) { ParseContrast(text, drawing); },
+          "The values drawn darkest and lightest, of curves the ends of the axis; 'full': the lowest and the "
+          "highest; default: the 1st and the 99th percentile of the values, of curves all of them. What lies "
+          "beyond is drawn like the end, which is pointed, and counted. Not-a-number is black, in PNG "
+          "transparent, and all values are lighter than black")
+      ->type_name("full|LOW,HIGH");
   command
       .add_option(
           "--colors", drawing.colors,
@@ -120,9 +141,9 @@ bool bGreysThemselves(const darr_c2DArray& array, const Drawing& drawing) {
 
 Raster RasterOf(const darr_c2DArray& array, const Drawing& drawing, const std::string& default_colors) {
   const arr_c2DNumberArray<double> values = DoublesOf(array);
-  if (bGreysThemselves(array, drawing)) return {values, {0, 255}, ColorMap::Greys(), drawing.z_label};
-  return {values, ScaleOf(values, drawing), ColorMap::Named(Either(drawing.colors, default_colors)),
-          drawing.z_label};
+  if (bGreysThemselves(array, drawing)) return Scaled(values, {0, 255}, ColorMap::Greys(), drawing.z_label);
+  return Scaled(values, ScaleOf(values, drawing), ColorMap::Named(Either(drawing.colors, default_colors)),
+                drawing.z_label);
 }
 
 Curve CurveOf(const darr_c1DArray& array, const std::string& name, const Drawing& drawing) {
@@ -144,6 +165,7 @@ Figure FigureOf(const darr_c2DArray& array, const Drawing& drawing, const Captio
                         Extent(cal.AxisY(), array.NumIndicesY()));
   figure.raster = RasterOf(array, drawing, "viridis");
   figure.raster->label = Either(drawing.z_label, caption.z_label);
+  figure.cut_off = figure.raster->cut_off;
   TurnToRise(figure.raster->values, cal);
   return figure;
 }
@@ -160,6 +182,10 @@ Figure FigureOf(std::vector<Curve> curves, const Drawing& drawing, const Caption
   Figure figure =
       Blank(drawing, caption, {x.low, x.high},
             drawing.contrast.empty() ? Scale::Around(y, drawing.logarithmic) : GivenContrast(drawing));
+  for (const Curve& curve : curves) {
+    for (std::size_t i = 0; i < curve.y.size(); i += curve.steps ? 2 : 1)
+      figure.cut_off.Add(curve.y[i], figure.y);
+  }
   figure.curves = std::move(curves);
   return figure;
 }
@@ -172,7 +198,8 @@ void CheckFigureName(const std::string& path) {
 void WriteFigure(const std::string& path, const Figure& figure, const std::string& source) {
   CheckFigureName(path);
   WriteWhole(path, Painted(figure, papers.at(Extension(path))), source);
-  fmt::print("{}: drawn\n", path);
+  const std::string cut_off = figure.cut_off.Text();
+  fmt::print("{}: drawn{}{}\n", path, cut_off.empty() ? "" : "; ", cut_off);
 }
 
 }  // namespace dseries

@@ -15,6 +15,7 @@ namespace dseries {
 /// What the user wants of a drawing; members that are empty were not given.
 struct Drawing {
   std::vector<double> contrast;  ///< values at the ends of the scale
+  bool full_contrast = false;    ///< the lowest and the highest value are its ends
   std::string colors;            ///< one of ColorMap::Names()
   std::string x_label;
   std::string y_label;
@@ -22,7 +23,7 @@ struct Drawing {
   bool logarithmic = false;
   bool steps = false;  ///< each value of a curve holds up to the next position
 
-  bool bNone() const { return contrast.empty() && colors.empty(); }
+  bool bNone() const { return contrast.empty() && !full_contrast && colors.empty(); }
 };
 
 /// The options for colours, and those for labels and the logarithmic scale.

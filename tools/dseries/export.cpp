@@ -215,7 +215,7 @@ void Export(const Options& options) {
   if (!npy && extension != ".csv" && options.output != "-") {
     Fail("data are exported to .csv and .npy files, and {} is none", options.output);
   }
-  VisitDataType(ReadHeader(options.file).data_type,
+  VisitDataType(KnownDataType(options.file),
                 [&]<class Array>(std::type_identity<Array>) { ExportSeries<Array>(options, npy); });
 }
 

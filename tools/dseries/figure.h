@@ -24,6 +24,7 @@ struct Raster {
   Scale scale;
   ColorMap colors;
   std::string label;
+  CutOff cut_off;  ///< of the values, by the scale
 };
 
 /// What is to be drawn, whatever it is drawn on. All texts are UTF-8. A raster fills the axes from end to
@@ -37,6 +38,7 @@ struct Figure {
   Scale y;
   std::vector<Curve> curves;
   std::optional<Raster> raster;
+  CutOff cut_off;  ///< of the values in the curves, by the axis, or of those of the raster
 };
 
 /// Width over height of the raster in a figure: as the axes have it, unless that would be a mere strip.

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <charconv>
 #include <chrono>
 #include <cstddef>
@@ -91,6 +92,17 @@ std::string SizeText(std::int64_t bytes) {
 }
 
 std::string NumberText(double value, int digits) { return fmt::format("{:.{}g}", value, digits); }
+
+std::string ShellWord(const std::string& word) {
+  const auto plain = [](char c) {
+    return (c & 0x80) != 0 || std::isalnum(static_cast<unsigned char>(c)) != 0 ||
+           std::string_view("%+,-./:=@_").find(c) != std::string_view::npos;
+  };
+  if (!word.empty() && std::all_of(word.begin(), word.end(), plain)) return word;
+  std::string quoted = "'";
+  for (const char c : word) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return quoted + "'";
+}
 
 std::string Count(std::int64_t n, std::string_view singular, std::string_view plural) {
   return fmt::format("{} {}", n, n == 1 ? singular : plural);

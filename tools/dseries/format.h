@@ -23,6 +23,8 @@ long ParseTime(const std::string& text);
 std::string SizeText(std::int64_t bytes);
 /// A number for people, who do not care for the last bits.
 std::string NumberText(double value, int digits = 10);
+/// A word of a command line as a shell takes it.
+std::string ShellWord(const std::string& word);
 /// "3 data", "1 datum".
 std::string Count(std::int64_t n, std::string_view singular, std::string_view plural);
 

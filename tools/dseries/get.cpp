@@ -52,17 +52,17 @@ template <class Array>
 void Show(const Series& series, int i, const Array& array) {
   const dtsr_cDimensionArray& dimensions = series.DimensionArray();
   const arr_cC_Array<int> index = dimensions.IndexPosition(i);
-  const arr_cC_Array<double> position = dimensions.Position(i);
   const auto tag = series.Tag(i);
   Table table({Table::Name, Table::Left});
   for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
-    table.Row({NameOf(dimensions, d),
-               fmt::format("{} (index {})",
-                           WithUnits(NumberText(position[d]), dimensions.Dimension(d).Units()), index[d])});
+    table.Row({NameOf(dimensions, d), fmt::format("{} (index {})",
+                                                  WithUnits(PositionText(dimensions.Dimension(d), index[d]),
+                                                            dimensions.Dimension(d).Units()),
+                                                  index[d])});
   }
   table.Row({"time", TimeText(tag->Time())});
   if (const auto* place = PositionOf(*tag)) {
-    table.Row({"tag", fmt::format("{}, {}", NumberText(place->X()), NumberText(place->Y()))});
+    table.Row({"tag", fmt::format("{}, {}", TagText(place->X()), TagText(place->Y()))});
   }
   AddArray(table, array);
   fmt::print("datum {} of {}\n{}", i, series.FilePath().CString(), table.Text(2));
@@ -84,7 +84,7 @@ void WriteOrShow(const Series& series, int i, const darr_c2DArray& array, const 
 }
 
 void Get(const Options& options) {
-  VisitDataType(ReadHeader(options.file).data_type, [&]<class Array>(std::type_identity<Array>) {
+  VisitDataType(KnownDataType(options.file), [&]<class Array>(std::type_identity<Array>) {
     DataSeries<Array> series(options.file, bstr_OpenReadOnly);
     const int i = Chosen(series, options.choice).front();
     WriteOrShow(series, i, series.Datum(i), options);

@@ -1,9 +1,13 @@
 #include "header.h"
 
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
+#include <unistd.h>
 
 #include "failure.h"
 #include "format.h"
+#include "newfile.h"
 #include <DataStorage/interfaces/constants.h>
 
 namespace dseries {
@@ -14,7 +18,8 @@ bstr_cBinary_fstream OpenToRead(const std::string& path) {
     std::error_code ignored;
     const auto status = std::filesystem::status(path, ignored);
     if (!std::filesystem::exists(status)) Fail("there is no file {}", path);
-    if (std::filesystem::is_directory(status)) Fail("{} is a folder", path);
+    if (std::filesystem::is_directory(status)) Fail("{} is a folder; name the files in it", path);
+    if (access(path.c_str(), R_OK) != 0) Fail("{} cannot be read: {}", path, std::strerror(errno));
     Fail("{} cannot be read", path);
   }
   return file;
@@ -27,47 +32,72 @@ Header ReadHeader(bstr_cBinary_fstream& file) {
   Header header;
   const bool whole = bstr_ReadFields(in, header.mark, header.format, header.version, header.data_type,
                                      header.tag_type, header.total, header.valid, header.lists);
+  constexpr const char* advice =
+      "'dseries create' makes series files, and 'dseries append' stores texts, pictures and raw numbers in "
+      "them";
+  if (in.Size() == 0) Fail("{} is empty; {}", path, advice);
   if (!whole) {
-    Fail("{} is not a series file: it ends after {}, before its header does", path, SizeText(in.Size()));
+    Fail("{} is not a series file: it ends after {}, before a header would; {}", path, SizeText(in.Size()),
+         advice);
   }
   if (header.mark != flfm_LittleEndian || header.format != flfm_DataSeriesID) {
-    Fail("{} is not a series file: it does not begin like one", path);
+    Fail("{} is not a series file: it does not begin like one; {}", path, advice);
   }
   if (header.version != known_version) {
-    Fail("{} is a series file of version {:04x}; only {:04x} is known here", path, header.version,
-         known_version);
-  }
-  if (DataTypeName(header.data_type) == nullptr) {
-    Fail("{} holds data of an unknown type (identifier 0x{:04x})", path, header.data_type);
+    Fail("{} is a series file of version {:04x}; only {:04x} is known here, so a newer program may read it",
+         path, header.version, known_version);
   }
   return header;
 }
 
 Header ReadHeader(const std::string& path) {
+  if (!bExists(path)) Fail("there is no file {}; 'dseries create' makes series files", path);
   bstr_cBinary_fstream file = OpenToRead(path);
   return ReadHeader(file);
 }
 
-const char* DataTypeName(std::uint32_t data_type) {
+std::uint32_t KnownDataType(const std::string& path) {
+  const std::uint32_t data_type = ReadHeader(path).data_type;
+  if (!bKnownDataType(data_type)) {
+    Fail("{} holds {}; info, list, verify and repair work on it", path, DataTypeName(data_type));
+  }
+  return data_type;
+}
+
+bool bKnownDataType(std::uint32_t data_type) {
+  return data_type == obty_1DDataArrayType || data_type == obty_2DDataArrayType;
+}
+
+bool bKnownTagType(std::uint32_t tag_type) {
+  return tag_type == obty_DataTagType || tag_type == obty_2DPositionType;
+}
+
+std::string DataTypeName(std::uint32_t data_type) {
   switch (data_type) {
     case obty_1DDataArrayType:
       return "1D data arrays";
     case obty_2DDataArrayType:
       return "2D data arrays";
     default:
-      return nullptr;
+      return fmt::format("data of a kind unknown here (identifier 0x{:04x})", data_type);
   }
 }
 
-const char* TagTypeName(std::uint32_t tag_type) {
+std::string TagTypeName(std::uint32_t tag_type) {
   switch (tag_type) {
     case obty_DataTagType:
       return "time";
     case obty_2DPositionType:
       return "time and 2D position";
     default:
-      return nullptr;
+      return fmt::format("time and more, of a kind unknown here (identifier 0x{:04x})", tag_type);
   }
+}
+
+void FailForDamage(const std::string& path, const std::string& what) {
+  const std::string word = ShellWord(path);
+  Fail("{}; 'dseries verify {}' lists what is damaged, 'dseries repair {} -o NEW' saves what is whole", what,
+       word, word);
 }
 
 }  // namespace dseries

@@ -51,7 +51,7 @@ nlohmann::ordered_json InfoAsJson(const std::string& file) {
   const Header header = ReadHeader(file);
   const Series series(file);
   const int filled = series.NextWriteIndex();
-  const char* tags = TagTypeName(series.TagTypeID());
+  const unsigned int tag_type = series.TagTypeID();
   nlohmann::ordered_json json{{"file", file},
                               {"bytes", static_cast<std::int64_t>(std::filesystem::file_size(file))},
                               {"data", DataTypeName(header.data_type)},
@@ -59,8 +59,8 @@ nlohmann::ordered_json InfoAsJson(const std::string& file) {
                               {"filled", filled},
                               {"tags", nullptr},
                               {"dimensions", nlohmann::ordered_json::array()}};
-  if (tags != nullptr) json["tags"] = tags;
-  if (filled > 0 && tags != nullptr) {
+  if (tag_type != 0) json["tags"] = TagTypeName(tag_type);
+  if (filled > 0) {
     json["first_time"] = TimeText(series.Tag(0)->Time());
     json["last_time"] = TimeText(series.Tag(filled - 1)->Time());
   }
@@ -76,16 +76,11 @@ std::string InfoAsText(const std::string& file) {
   const Series series(file);
   const int filled = series.NextWriteIndex();
   const unsigned int tag_type = series.TagTypeID();
-  const char* tags = TagTypeName(tag_type);
   Table table({Table::Left, Table::Left});
   table.Row({"data", DataTypeName(header.data_type)});
   table.Row({"filled", fmt::format("{} of {} slots", filled, series.Size())});
-  if (tags != nullptr) {
-    table.Row({"tags", tags});
-  } else {
-    table.Row({"tags", tag_type == 0 ? "none yet" : fmt::format("of an unknown kind (0x{:04x})", tag_type)});
-  }
-  if (filled > 0 && tags != nullptr) {
+  table.Row({"tags", tag_type == 0 ? "none yet" : TagTypeName(tag_type)});
+  if (filled > 0) {
     table.Row({"taken", fmt::format("{} to {}", TimeText(series.Tag(0)->Time()),
                                     TimeText(series.Tag(filled - 1)->Time()))});
   }
@@ -103,9 +98,7 @@ nlohmann::ordered_json ListAsJson(const std::string& file) {
 std::string ListAsText(const std::string& file) {
   const Series series(file);
   const int n = series.NextWriteIndex();
-  const unsigned int tag_type = series.TagTypeID();
-  if (n > 0) MakeTag(tag_type);  // complains of kinds that are unknown
-  DatumTable table(series, tag_type);
+  DatumTable table(series, series.TagTypeID());
   for (int i = 0; i < n; ++i) table.Row(i);
   return table.Text();
 }

@@ -62,8 +62,8 @@ std::string RangeText(const Options& options) {
 
 void Map(const Options& options) {
   options.axes ? CheckFigureName(options.output) : CheckPlaneName(options.output);
-  if (const Header header = ReadHeader(options.file); header.data_type != darr_c1DArray::DataTypeID()) {
-    Fail("{} holds {}; a map is made of {}", options.file, DataTypeName(header.data_type),
+  if (const unsigned int data_type = KnownDataType(options.file); data_type != darr_c1DArray::DataTypeID()) {
+    Fail("{} holds {}; a map is made of {}", options.file, DataTypeName(data_type),
          DataTypeName(darr_c1DArray::DataTypeID()));
   }
   DataSeries<darr_c1DArray> series(options.file, bstr_OpenReadOnly);

@@ -18,7 +18,7 @@ constexpr double margin = 12, gap = 8, tick_length = 4;
 constexpr double title_size = 12, text_size = 10, line_height = 15;
 constexpr double curves_width = 680, curves_height = 420;
 constexpr double raster_width = 540, raster_height = 420, least_width = 420;
-constexpr double bar_width = 14, bar_gap = 18;
+constexpr double bar_width = 14, bar_gap = 18, tip = 10;
 constexpr double png_scale = 2;  ///< pixels of a PNG in a point
 
 constexpr Rgb ink{40, 40, 40}, pale_ink{105, 105, 105}, grid{228, 228, 228}, no_value{206, 216, 228};
@@ -329,7 +329,8 @@ class Painter {
     const Raster& raster = *figure_.raster;
     const bool gaps = bHasGaps(raster);
     const double legend = gaps ? 2 * line_height : 0;
-    const Box bar{frame_.Right() + bar_gap, frame_.y, bar_width, frame_.height - legend};
+    const double top = raster.cut_off.above > 0 ? tip : 0, bottom = raster.cut_off.below > 0 ? tip : 0;
+    const Box bar{frame_.Right() + bar_gap, frame_.y + top, bar_width, frame_.height - legend - top - bottom};
     cairo_pattern_t* colors = cairo_pattern_create_linear(0, bar.Bottom(), 0, bar.y);
     constexpr int stops = 64;
     for (int i = 0; i <= stops; ++i) {
@@ -338,7 +339,14 @@ class Painter {
       cairo_pattern_add_color_stop_rgb(colors, part, color.red / 255.0, color.green / 255.0,
                                        color.blue / 255.0);
     }
-    cairo_rectangle(cairo_, bar.x, bar.y, bar.width, bar.height);
+    // Ends beyond which values lie are pointed.
+    cairo_move_to(cairo_, bar.x, bar.y);
+    cairo_line_to(cairo_, bar.x + bar.width / 2, bar.y - top);
+    cairo_line_to(cairo_, bar.Right(), bar.y);
+    cairo_line_to(cairo_, bar.Right(), bar.Bottom());
+    cairo_line_to(cairo_, bar.x + bar.width / 2, bar.Bottom() + bottom);
+    cairo_line_to(cairo_, bar.x, bar.Bottom());
+    cairo_close_path(cairo_);
     cairo_set_source(cairo_, colors);
     cairo_pattern_destroy(colors);
     cairo_fill_preserve(cairo_);

@@ -10,7 +10,13 @@
 
 namespace dseries {
 
-std::string PositionText(double position) { return NumberText(position, 13); }
+namespace {
+
+constexpr int position_digits = 13;
+
+}  // namespace
+
+std::string PositionText(double position) { return NumberText(position, position_digits); }
 
 Places::Places(const Series& series)
     : series_(series), positions_in_tags_(series.TagTypeID() == obty_2DPositionType) {}
@@ -35,13 +41,15 @@ std::vector<std::string> Places::NpyTypes() const {
 
 std::vector<std::string> Places::Cells(int i) const {
   std::vector<std::string> cells{std::to_string(i)};
-  for (const double position : VectorOf(series_.DimensionArray().Position(i))) {
-    cells.push_back(PositionText(position));
+  const dtsr_cDimensionArray& dimensions = series_.DimensionArray();
+  const arr_cC_Array<int> index = dimensions.IndexPosition(i);
+  for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
+    cells.push_back(PositionText(dimensions.Dimension(d), index[d], position_digits));
   }
   const auto tag = series_.Tag(i);
   cells.push_back(TimeText(tag->Time()));
   if (const auto* place = PositionOf(*tag)) {
-    cells.insert(cells.end(), {PositionText(place->X()), PositionText(place->Y())});
+    cells.insert(cells.end(), {TagText(place->X()), TagText(place->Y())});
   }
   return cells;
 }

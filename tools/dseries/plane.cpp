@@ -45,8 +45,9 @@ int CellAt(const cal_cArrayCal& cal, int count, double position, const char* axi
 }
 
 std::string DrawnText(const Raster& raster, const char* gaps) {
-  return fmt::format("{} (dark) to {} (light), not-a-number {}", NumberText(raster.scale.Low(), 6),
-                     NumberText(raster.scale.High(), 6), gaps);
+  const std::string cut_off = raster.cut_off.Text();
+  return fmt::format("{} (dark) to {} (light), not-a-number {}{}{}", NumberText(raster.scale.Low(), 6),
+                     NumberText(raster.scale.High(), 6), gaps, cut_off.empty() ? "" : "; ", cut_off);
 }
 
 /// The raster in greys; what has none is black.

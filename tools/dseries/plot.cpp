@@ -75,7 +75,7 @@ Figure FigureOfSeries(const Options& options) {
 
 Figure FigureOfFile(const Options& options) {
   if (!bPlane(options.file)) {
-    return VisitDataType(ReadHeader(options.file).data_type, [&]<class Array>(std::type_identity<Array>) {
+    return VisitDataType(KnownDataType(options.file), [&]<class Array>(std::type_identity<Array>) {
       return FigureOfSeries<Array>(options);
     });
   }

@@ -1,9 +1,11 @@
 #include <algorithm>
 #include <cstdint>
 #include <fmt/format.h>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "commands.h"
@@ -31,10 +33,20 @@ struct Layout {
   bool bFits(std::int64_t size) const { return lists >= Header::size && total > 0 && DataBegin() <= size; }
 };
 
-/// The places of a datum; `begin` is 0 for one that is lost, `tag` for a tag that is.
+/// The places of a datum, which ends before its tag; `begin` is 0 for one that is lost, `tag` for a tag that
+/// is.
 struct Place {
   std::int64_t begin = 0;
+  std::int64_t end = 0;
   std::int64_t tag = 0;
+  std::int64_t tag_end = 0;
+};
+
+/// A datum of a kind that is unknown here.
+struct Bytes {
+  std::string bytes;
+
+  bool Write(bstr_cBinary_ostream& out) const { return out.Write(bytes.data(), std::ssize(bytes)); }
 };
 
 struct Survivors {
@@ -44,7 +56,8 @@ struct Survivors {
   int found = 0;
 };
 
-/// Looks for the data of a damaged file, which are arrays of class `Array`.
+/// Looks for the data of a damaged file, which are arrays of class `Array`, or bytes that end where the
+/// offset lists say.
 template <class Array>
 class Search {
  public:
@@ -59,19 +72,29 @@ class Search {
     return best;
   }
 
-  std::optional<Array> Datum(std::int64_t begin) {
+  /// `end` is where the lists let it end.
+  std::optional<Array> Datum(std::int64_t begin, std::int64_t end) {
     Array datum;
-    if (begin == 0 || !bReads([&]() -> bool { return in_.Seek(begin) && datum.Read(in_); })) return {};
+    if (begin == 0 || !in_.Seek(begin)) return {};
+    if constexpr (std::is_same_v<Array, Bytes>) {
+      if (end < begin || end > in_.Size()) return {};
+      datum.bytes.resize(static_cast<std::size_t>(end - begin));
+      if (!in_.Read(datum.bytes.data(), end - begin)) return {};
+    } else if (!bReads([&]() -> bool { return datum.Read(in_); })) {
+      return {};
+    }
     return datum;
   }
 
-  /// The tag at a place, which its kind must allow; null when there is none.
-  std::unique_ptr<dtsr_cDataTag> Tag(std::int64_t begin, unsigned int kind) {
-    std::unique_ptr<dtsr_cDataTag> tag = MakeTag(kind);
-    const bool read = begin != 0 && bReads([&] {
+  /// The tag at a place, which its kind must allow; null when there is none. `end` is where the lists let it
+  /// end, if they do.
+  std::unique_ptr<dtsr_cDataTag> Tag(std::int64_t begin, std::int64_t end, unsigned int kind) {
+    if (!bKnownTagType(kind) && (end - begin < 8 || end > in_.Size())) return nullptr;
+    std::unique_ptr<dtsr_cDataTag> tag = MakeTag(kind, end - begin);
+    const bool read = begin != 0 && bReads([&]() -> bool {
                         if (!in_.Seek(begin)) return false;
                         tag->Read(in_);
-                        return true;
+                        return in_.bGood();
                       });
     return read ? std::move(tag) : nullptr;
   }
@@ -111,9 +134,10 @@ class Search {
   /// tell where the next one is, if they are whole there.
   Survivors Walk(Layout layout) {
     const int total = layout.total;
-    std::vector<std::int32_t> data(static_cast<std::size_t>(total)), tags(data.size());
-    if (!in_.Seek(layout.lists) || !bstr_ReadNumbers(in_, data.data(), total) ||
-        !bstr_ReadNumbers(in_, tags.data(), total)) {
+    data_.resize(static_cast<std::size_t>(total));
+    tags_.resize(data_.size());
+    if (!in_.Seek(layout.lists) || !bstr_ReadNumbers(in_, data_.data(), total) ||
+        !bstr_ReadNumbers(in_, tags_.data(), total)) {
       Fail("the offset lists cannot be read");
     }
     Survivors survivors{std::move(layout), 0, {}, 0};
@@ -121,13 +145,14 @@ class Search {
     std::int64_t free = survivors.layout.DataBegin();  // what lies before is taken
     std::int64_t next = free;                          // 0 when nobody can tell
     for (int k = 0; k < total; ++k) {
-      const std::int64_t begin = data[static_cast<std::size_t>(k)], tag = tags[static_cast<std::size_t>(k)];
+      const std::int64_t begin = data_[static_cast<std::size_t>(k)], tag = tags_[static_cast<std::size_t>(k)];
       if (counted && k >= header_.valid && tag == 0) break;
-      Place place = Find(next, tag, survivors.tag_type);
-      if (place.begin == 0 && begin >= free) place = Find(begin, tag, survivors.tag_type);
+      Place place = Find(next, k, survivors.tag_type);
+      if (place.begin == 0 && begin >= free) place = Find(begin, k, survivors.tag_type);
       next = place.begin != 0 && place.tag != 0 ? in_.Position() : 0;
       if (place.begin == 0) {
         place.tag = tag;
+        place.tag_end = ListedTagEnd(k);
       } else {
         free = std::max(next, place.begin);
         ++survivors.found;
@@ -138,21 +163,31 @@ class Search {
     return survivors;
   }
 
-  /// The datum at `begin` if it is whole: a tag follows it, or the list says that it ends where it does.
-  Place Find(std::int64_t begin, std::int64_t listed_tag, unsigned int& tag_type) {
-    if (!Datum(begin)) return {};
-    const std::int64_t end = in_.Position();
+  /// Where the lists let tag k end; 0 when they do not say.
+  std::int64_t ListedTagEnd(int k) const {
+    const auto next = static_cast<std::size_t>(k) + 1;
+    return next < data_.size() ? data_[next] : in_.Size();
+  }
+
+  /// Datum k if it is whole at `begin`: a tag follows it, or the list says that it ends where it does.
+  Place Find(std::int64_t begin, int k, unsigned int& tag_type) {
+    const std::int64_t listed_end = tags_[static_cast<std::size_t>(k)];
+    if (!Datum(begin, listed_end)) return {};
+    const std::int64_t end = in_.Position(), tag_end = ListedTagEnd(k);
     std::uint32_t kind = 0;
-    const bool known = bstr_ReadFields(in_, kind) && TagTypeName(kind) != nullptr;
-    if (known && (tag_type == 0 || kind == tag_type) && Tag(end, kind) != nullptr) {
+    const bool expected =
+        bstr_ReadFields(in_, kind) && (bKnownTagType(kind) || (kind != 0 && kind == header_.tag_type));
+    if (expected && (tag_type == 0 || kind == tag_type) && Tag(end, tag_end, kind) != nullptr) {
       tag_type = kind;
-      return {begin, end};
+      return {begin, end, end, tag_end};
     }
-    return end == listed_tag ? Place{begin, 0} : Place{};
+    return end == listed_end ? Place{begin, end, 0, 0} : Place{};
   }
 
   bstr_cBinary_istream& in_;
   const Header& header_;
+  std::vector<std::int32_t> data_;  // the offset lists
+  std::vector<std::int32_t> tags_;
 };
 
 dtsr_cDimensionArray PlainDimension(int size) {
@@ -176,7 +211,10 @@ void Repair(bstr_cBinary_fstream& file, const Header& header, const std::string&
 
   if (bExists(path)) Fail("{} exists already", path);
   Unfinished unfinished(path);
-  DataSeries<Array> series(path, layout.dimensions ? *layout.dimensions : PlainDimension(layout.total));
+  DataSeries<Array> series(path, layout.dimensions ? *layout.dimensions : PlainDimension(layout.total),
+                           header.data_type);
+  constexpr const char* empty =
+      std::is_same_v<Array, Bytes> ? "a datum without bytes" : "an array without elements";
   const unsigned int kind = tag_type != 0 ? tag_type : dtsr_cDataTag(0).TagTypeID();
   if (!layout.dimensions) fmt::print("the dimensions are lost: the data lie along one plain dimension\n");
   if (!counted) fmt::print("the header counts {} valid data\n", header.valid);
@@ -184,9 +222,9 @@ void Repair(bstr_cBinary_fstream& file, const Header& header, const std::string&
     Progress progress("saving", filled);
     for (int k = 0; k < filled; ++k) {
       const Place& place = places[static_cast<std::size_t>(k)];
-      const std::optional<Array> datum = search.Datum(place.begin);
-      std::unique_ptr<dtsr_cDataTag> tag = search.Tag(place.tag, kind);
-      if (!datum) fmt::print("datum {} is lost; an array without elements holds its place\n", k);
+      const std::optional<Array> datum = search.Datum(place.begin, place.end);
+      std::unique_ptr<dtsr_cDataTag> tag = search.Tag(place.tag, place.tag_end, kind);
+      if (!datum) fmt::print("datum {} is lost; {} holds its place\n", k, empty);
       if (!tag) {
         fmt::print("the tag of datum {} is lost; its time is {} now\n", k, TimeText(0));
         tag = MakeTag(kind);
@@ -213,12 +251,14 @@ void AddRepair(CLI::App& program) {
   command.add_option("-o,--output", *output, "The file to make")->type_name("NEW")->required();
   command.footer(
       "Tells what is lost. Data keep their indices: an array without elements takes\n"
-      "the place of a lost datum that others follow.\n\n"
+      "the place of a lost datum that others follow. Data of a kind that is unknown\n"
+      "here are copied byte for byte, as far as the offset lists lead to them.\n\n"
       "Example:\n"
       "  dseries repair broken.dseries -o saved.dseries");
   command.callback([=] {
     bstr_cBinary_fstream damaged = OpenToRead(*file);
     const Header header = ReadHeader(damaged);
+    if (!bKnownDataType(header.data_type)) return Repair<Bytes>(damaged, header, *output);
     VisitDataType(header.data_type,
                   [&]<class Array>(std::type_identity<Array>) { Repair<Array>(damaged, header, *output); });
   });

@@ -100,6 +100,29 @@ std::vector<Tick> Scale::EvenTicks(int most) const {
   return ticks;
 }
 
+void CutOff::Add(double value, const Scale& scale) {
+  if (std::isnan(value)) return;
+  ++values;
+  if (scale.bLogarithmic() && !(value > 0)) {
+    ++unplaced;
+  } else {
+    above += value > scale.High();
+    below += value < scale.Low();
+  }
+}
+
+std::string CutOff::Text() const {
+  std::string text;
+  if (above > 0) text = fmt::format("{} of {} values lie above the scale", above, values);
+  if (below > 0 && above > 0) text += fmt::format(" and {} below it", below);
+  if (below > 0 && above == 0) text = fmt::format("{} of {} values lie below the scale", below, values);
+  if (unplaced > 0) {
+    text += fmt::format("{}{} of {} values are not above 0 and have no place on a logarithmic scale",
+                        text.empty() ? "" : ", ", unplaced, values);
+  }
+  return text;
+}
+
 std::vector<Tick> Scale::DecadeTicks(int most) const {
   constexpr int plain = 4;  // decades up to which a number is as short as a power
   const int first = DecadeOf(low_ * (1 - 1e-9)) + 1, last = DecadeOf(high_);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <limits>
 #include <string>
 #include <vector>
@@ -55,6 +56,18 @@ class Scale {
   double low_;
   double high_;
   bool logarithmic_;
+};
+
+/// How many values have no place between the ends of a scale.
+struct CutOff {
+  std::int64_t values = 0;  ///< all that are numbers
+  std::int64_t above = 0;
+  std::int64_t below = 0;
+  std::int64_t unplaced = 0;  ///< not above 0, where the scale is logarithmic
+
+  void Add(double value, const Scale& scale);
+  /// A sentence; empty when all have their place.
+  std::string Text() const;
 };
 
 }  // namespace dseries

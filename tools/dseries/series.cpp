@@ -1,6 +1,9 @@
 #include "series.h"
 
-#include <cstdint>
+#include <algorithm>
+#include <cstddef>
+#include <iterator>
+#include <string>
 
 #include "header.h"
 #include <DataStorage/interfaces/constants.h>
@@ -15,16 +18,42 @@ dtsr_cDimensionArray DimensionsOf(dtsr_cFileSeriesBase& file) {
   return dimensions;
 }
 
+/// A tag of a kind that belongs to another program.
+class ForeignTag : public dtsr_cDataTag {
+ public:
+  ForeignTag(unsigned int kind, std::int64_t bytes)
+      : dtsr_cDataTag(0),
+        kind_(kind),
+        rest_(static_cast<std::size_t>(std::max(bytes - plain_size, std::int64_t{0})), '\0') {}
+
+  void Read(bstr_cBinary_istream& in) override {
+    dtsr_cDataTag::Read(in);
+    in.Read(rest_.data(), std::ssize(rest_));  // whether that worked is asked of the stream
+  }
+  void Write(bstr_cBinary_ostream& out) const override {
+    dtsr_cDataTag::Write(out);
+    out.Write(rest_.data(), std::ssize(rest_));
+  }
+  unsigned int TagTypeID() const override { return kind_; }
+  dtsr_cDataTag* pCopy() const override { return new ForeignTag(*this); }
+
+ private:
+  static constexpr std::int64_t plain_size = 8;
+
+  unsigned int kind_;
+  std::string rest_;
+};
+
 }  // namespace
 
-std::unique_ptr<dtsr_cDataTag> MakeTag(unsigned int tag_type) {
+std::unique_ptr<dtsr_cDataTag> MakeTag(unsigned int tag_type, std::int64_t bytes) {
   switch (tag_type) {
     case obty_DataTagType:
       return std::make_unique<dtsr_cDataTag>();
     case obty_2DPositionType:
       return std::make_unique<dtsr_c2DPosition>();
     default:
-      Fail("the data have tags of an unknown kind (identifier 0x{:04x})", tag_type);
+      return std::make_unique<ForeignTag>(tag_type, bytes);
   }
 }
 
@@ -34,9 +63,26 @@ Series::Series(const std::string& path, const dtsr_cDimensionArray& dimensions, 
     : dtsr_cFileSeriesBase(str_cString(path.c_str()), dimensions, data_type),
       dtsr_cDataSeriesBase(dimensions) {}
 
-Series::Series(const std::string& path, unsigned int data_type, bstr_eAccess access)
+Series::Series(const std::string& path, unsigned int data_type, bstr_eAccess access) try
     : dtsr_cFileSeriesBase(str_cString(path.c_str()), data_type, access),
-      dtsr_cDataSeriesBase(DimensionsOf(*this)) {}
+      dtsr_cDataSeriesBase(DimensionsOf(*this)) {
+  // Behind the end of a file that was cut off the next datum would leave a gap of zeros, which then pass for
+  // what is missing.
+  const int next = NextWriteIndex();
+  if (access != bstr_OpenReadOnly && next < Size() && dataOffsets_[next] > file_.Input().Size()) {
+    FailForDamage(path, path + " is cut off within its data, so that nothing can be appended");
+  }
+} catch (const expt_cUserException& error) {
+  std::string message = error.Message().CString();
+  message.erase(message.find_last_not_of('.') + 1);
+  bstr_cBinary_fstream file(str_cString(path.c_str()), access);
+  if (!file.Input().bGood() || (access != bstr_OpenReadOnly && !file.Output().bGood())) {
+    Fail("{}: it can be read, but not be written", message);
+  }
+  FailForDamage(path, message);
+} catch (const expt_cProgramException&) {
+  FailForDamage(path, path + " is damaged");
+}
 
 unsigned int Series::TagTypeID() const {
   std::uint32_t tag_type = dtsr_cFileSeriesBase::TagTypeID();
@@ -48,9 +94,22 @@ unsigned int Series::TagTypeID() const {
 }
 
 std::unique_ptr<dtsr_cDataTag> Series::Tag(int i) const {
-  std::unique_ptr<dtsr_cDataTag> tag = MakeTag(TagTypeID());
-  GetTag(i, *tag);
+  std::int64_t end = file_.Input().Size();
+  if (i + 1 < Size()) end = std::min<std::int64_t>(end, dataOffsets_[i + 1]);
+  std::unique_ptr<dtsr_cDataTag> tag = MakeTag(TagTypeID(), end - tagOffsets_[i]);
+  if (!bReads([&] { return GetTag(i, *tag), true; })) {
+    FailForDamage(FilePath().CString(),
+                  fmt::format("the tag of datum {} of {} cannot be read", i, FilePath().CString()));
+  }
   return tag;
+}
+
+int Series::DataIndex(const dtsr_cDataTag& tag, type_cBoolean compare_time) const {
+  int i = -1;
+  if (!bReads([&] { return i = dtsr_cDataSeriesBase::DataIndex(tag, compare_time), true; })) {
+    FailForDamage(FilePath().CString(), fmt::format("a tag of {} cannot be read", FilePath().CString()));
+  }
+  return i;
 }
 
 }  // namespace dseries

@@ -1,11 +1,13 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <new>
 #include <string>
 #include <type_traits>
 
 #include "failure.h"
+#include "header.h"
 #include <DataStorage/data/darray1d.h>
 #include <DataStorage/data/darray2d.h>
 #include <DataStorage/interfaces/bstr.h>
@@ -16,8 +18,9 @@
 
 namespace dseries {
 
-/// A new tag of the given kind, to read stored ones into. Throws Failure for kinds that are unknown here.
-std::unique_ptr<dtsr_cDataTag> MakeTag(unsigned int tag_type);
+/// A new tag of the given kind, to read stored ones of so many bytes into. Of kinds that are unknown here it
+/// has the time, with which all begin, and keeps the bytes behind it.
+std::unique_ptr<dtsr_cDataTag> MakeTag(unsigned int tag_type, std::int64_t bytes = 0);
 
 /// A series in a file without its data: dimensions and tags, whatever the data are. The store comes first
 /// among the bases, because it must have opened the file before the dimensions can be read from there.
@@ -36,7 +39,9 @@ class Series : public dtsr_cFileSeriesBase, public dtsr_cDataSeriesBase {
   /// between. 0 when there are no tags.
   unsigned int TagTypeID() const override;
 
-  /// The tag of datum i.
+  /// Throws Failure when one of the tags that are looked through cannot be read.
+  int DataIndex(const dtsr_cDataTag& tag, type_cBoolean compare_time) const override;
+  /// The tag of datum i. Throws Failure when it cannot be read.
   std::unique_ptr<dtsr_cDataTag> Tag(int i) const;
   /// How many bytes datum i takes, its tag not counted.
   long DatumSize(int i) const { return tagOffsets_[i] - dataOffsets_[i]; }
@@ -51,8 +56,9 @@ template <class Array>
 class DataSeries : public Series {
  public:
   /// Creates a series.
-  DataSeries(const std::string& path, const dtsr_cDimensionArray& dimensions)
-      : Series(path, dimensions, Array::DataTypeID()) {}
+  DataSeries(const std::string& path, const dtsr_cDimensionArray& dimensions,
+             unsigned int data_type = Array::DataTypeID())
+      : Series(path, dimensions, data_type) {}
   /// Opens a series that exists.
   explicit DataSeries(const std::string& path, bstr_eAccess access = bstr_OpenExisting)
       : Series(path, Array::DataTypeID(), access) {}
@@ -77,12 +83,13 @@ class DataSeries : public Series {
       }
     } catch (const arr_cSizeException&) {  // the count of its elements is negative
     }
-    Fail("datum {} of {} cannot be read", i, FilePath().CString());
+    FailForDamage(FilePath().CString(),
+                  fmt::format("datum {} of {} cannot be read", i, FilePath().CString()));
   }
 };
 
 /// Chooses code by what the data of a series are: calls `f` with std::type_identity of their class.
-/// `data_type` is one of those that ReadHeader lets pass.
+/// `data_type` is one that is known here.
 template <class F>
 auto VisitDataType(unsigned int data_type, F&& f) {
   if (data_type == darr_c2DArray::DataTypeID()) return f(std::type_identity<darr_c2DArray>());

@@ -75,13 +75,15 @@ DatumTable::DatumTable(const Series& series, unsigned int tag_type)
 
 void DatumTable::Row(int i) {
   const dtsr_cDimensionArray& dimensions = series_.DimensionArray();
-  std::vector<std::string> cells{std::to_string(i),
-                                 fmt::format("{}", fmt::join(VectorOf(dimensions.IndexPosition(i)), ","))};
-  for (const double position : VectorOf(dimensions.Position(i))) cells.push_back(NumberText(position));
+  const arr_cC_Array<int> index = dimensions.IndexPosition(i);
+  std::vector<std::string> cells{std::to_string(i), fmt::format("{}", fmt::join(VectorOf(index), ","))};
+  for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
+    cells.push_back(PositionText(dimensions.Dimension(d), index[d]));
+  }
   const auto tag = series_.Tag(i);
   cells.push_back(TimeText(tag->Time()));
   if (const auto* place = PositionOf(*tag)) {
-    cells.insert(cells.end(), {NumberText(place->X()), NumberText(place->Y())});
+    cells.insert(cells.end(), {TagText(place->X()), TagText(place->Y())});
   }
   table_.Row(std::move(cells));
 }
@@ -117,6 +119,10 @@ std::string DatumText(const Series& series, int i) {
     text += fmt::format(", tag {}, {}", NumberText(place->X(), 6), NumberText(place->Y(), 6));
   }
   return text;
+}
+
+std::string TagText(double coordinate) {
+  return NumberText(coordinate, std::numeric_limits<double>::digits10);
 }
 
 const dtsr_c2DPosition* PositionOf(const dtsr_cDataTag& tag) {

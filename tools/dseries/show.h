@@ -16,7 +16,7 @@ namespace dseries {
 /// One line for each datum: linear index, index vector, position vector, tag.
 class DatumTable {
  public:
-  /// `tag_type` is that of the series, and one that is known.
+  /// `tag_type` is that of the series.
   DatumTable(const Series& series, unsigned int tag_type);
   void Row(int i);
   std::string Text() const { return table_.Text(); }
@@ -32,6 +32,8 @@ nlohmann::ordered_json DatumAsJson(const Series& series, int i);
 std::string PlaceText(const Series& series, int i);
 std::string DatumText(const Series& series, int i);
 
+/// A coordinate of a tag, from which a search finds it again.
+std::string TagText(double coordinate);
 /// The position in a tag; null where it has none.
 const dtsr_c2DPosition* PositionOf(const dtsr_cDataTag& tag);
 

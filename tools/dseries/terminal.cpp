@@ -215,8 +215,10 @@ std::string ColorLine(const Raster& raster, bool colors) {
     const double part = static_cast<double>(x) / (width - 1);
     bar.At(x, 0) = colors ? Cell{"█", raster.colors.At(part), {}} : Cell{std::string(Shade(part)), {}, {}};
   }
-  return fmt::format("{} {} {}{}{}", NumberText(raster.scale.Low(), 5), bar.Row(0, colors),
-                     NumberText(raster.scale.High(), 5), raster.label.empty() ? "" : "  ", raster.label);
+  return fmt::format("{} {}{}{} {}{}{}", NumberText(raster.scale.Low(), 5),
+                     raster.cut_off.below > 0 ? "◀" : "", bar.Row(0, colors),
+                     raster.cut_off.above > 0 ? "▶" : "", NumberText(raster.scale.High(), 5),
+                     raster.label.empty() ? "" : "  ", raster.label);
 }
 
 std::string NameLines(const Figure& figure, std::size_t width, bool colors) {
@@ -268,6 +270,7 @@ std::string DrawnAsText(const Figure& figure, int columns, bool colors) {
             fitting + '\n';
   }
   if (figure.raster) text += ColorLine(*figure.raster, colors) + '\n';
+  if (const std::string cut_off = figure.cut_off.Text(); !cut_off.empty()) text += cut_off + '\n';
   return text;
 }
 

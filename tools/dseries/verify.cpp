@@ -27,8 +27,8 @@ void Verify(const std::string& path) {
     fmt::print("{}: and {}\n", path, Count(untold, "more fault", "more faults"));
   }
   if (findings.fault_count > 0) {
-    Fail("{} is damaged: {}, {} of {} data are whole", path, Count(findings.fault_count, "fault", "faults"),
-         findings.whole, findings.valid);
+    Fail("{} is damaged: {}, {} of {} data are whole; 'dseries repair {} -o NEW' saves those", path,
+         Count(findings.fault_count, "fault", "faults"), findings.whole, findings.valid, ShellWord(path));
   }
   fmt::print("{}: whole, {} of {} slots filled\n", path, findings.valid, findings.slots);
 }
@@ -57,7 +57,9 @@ void AddVerify(CLI::App& program) {
       *program.add_subcommand("verify", "Check that everything in a series file fits together");
   command.add_option("FILE", *files, "Series files, or names of several with * in quotes")->required();
   command.footer(
-      "Tells everything that is broken; the exit status is 1 then.\n\n"
+      "Lists everything that is broken; the exit status is 1 then. It compares header,\n"
+      "dimensions, offset lists, data and tags with each other. It cannot see a value,\n"
+      "a position or a time that became another one: the file holds no checksums.\n\n"
       "Example:\n"
       "  dseries verify sst.dseries months.dseries");
   command.callback([files] { VerifyAll(*files); });
