@@ -1,5 +1,8 @@
+#include <algorithm>
+#include <array>
 #include <limits>
 #include <utility>
+#include <vector>
 
 #include <DataStorage/interfaces/bstr.h>
 #include <Utility/system.h>
@@ -21,8 +24,107 @@ constexpr std::int64_t FirstWindow = 4 * 1024;
 constexpr std::int64_t NearStep = 8 * 1024;
 /// Reads from this size on gain nothing from a detour through the window.
 constexpr std::int64_t DirectRead = 4 * 1024;
+/// Most records that are kept are no longer than this.
+constexpr std::size_t LikelyRecord = 64;
 
 }  // namespace
+
+/// Pieces of a file that are kept in memory, in the order of their positions.
+class KeptPieces {
+ public:
+  /// Copies `n` bytes from `position` on; false unless all of them are in the piece that was found last.
+  bool Copy(unsigned char* bytes, std::int64_t n, std::int64_t position) const {
+    if (!found_.bHolds(position, n)) return false;
+    std::copy_n(found_.bytes + (position - found_.begin), n, bytes);
+    return true;
+  }
+
+  /// Takes the place of what is kept from `position` on. What follows the last piece lengthens it.
+  void Keep(const unsigned char* bytes, std::int64_t n, std::int64_t position) {
+    DropFrom(position);
+    if (position != end_) {
+      pieces_.push_back({static_cast<std::uint32_t>(position), static_cast<std::uint32_t>(bytes_.size())});
+      end_ = position;
+    }
+    bytes_.insert(bytes_.end(), bytes, bytes + n);
+    end_ = position + n;
+    Select(pieces_.size() - 1);
+  }
+
+  /// How long a record at `position` may be: as long as the last piece, 0 when it is no other record.
+  std::int64_t LikelyLength(std::int64_t position) const {
+    return pieces_.empty() || position == end_ ? 0 : end_ - pieces_.back().position;
+  }
+
+  /// Must be called before the bytes from `begin` to `end` change in the file.
+  void Drop(std::int64_t begin, std::int64_t end) {
+    if (begin >= end_ || end <= pieces_.front().position) return;
+    if (bFind(end - 1) && found_.end > begin) DropFrom(begin);
+  }
+
+  /// Finds the last piece that begins at or before `position`: mostly the one behind that found before.
+  bool bFind(std::int64_t position) {
+    std::size_t piece = piece_ + 1;
+    if (!bBeginsLast(piece, position)) {
+      const auto behind =
+          std::upper_bound(pieces_.begin(), pieces_.end(), position,
+                           [](std::int64_t p, const Piece& next) { return p < next.position; });
+      if (behind == pieces_.begin()) return false;
+      piece = static_cast<std::size_t>(behind - pieces_.begin()) - 1;
+    }
+    Select(piece);
+    return true;
+  }
+
+ private:
+  struct Piece {
+    std::uint32_t position;  // in the file, which ends below 2^31
+    std::uint32_t bytes;     // where its bytes begin; they end where those of the next piece do
+  };
+  struct Found {
+    bool bHolds(std::int64_t position, std::int64_t n) const {
+      return begin <= position && n <= end - position;
+    }
+    std::int64_t begin = 0, end = -1;
+    const unsigned char* bytes = nullptr;
+  };
+
+  bool bBeginsLast(std::size_t piece, std::int64_t position) const {
+    return piece < pieces_.size() && pieces_[piece].position <= position &&
+           (piece + 1 == pieces_.size() || position < pieces_[piece + 1].position);
+  }
+
+  void Select(std::size_t index) {
+    const Piece& piece = pieces_[index];
+    const std::size_t end = index + 1 < pieces_.size() ? pieces_[index + 1].bytes : bytes_.size();
+    piece_ = index;
+    found_.begin = piece.position;
+    found_.end = found_.begin + static_cast<std::int64_t>(end - piece.bytes);
+    found_.bytes = bytes_.data() + piece.bytes;
+  }
+
+  /// Cuts off what is kept from `position` on.
+  void DropFrom(std::int64_t position) {
+    if (position >= end_) return;
+    found_ = {};
+    while (!pieces_.empty() && pieces_.back().position >= position) {
+      bytes_.resize(pieces_.back().bytes);
+      pieces_.pop_back();
+    }
+    end_ = -1;
+    if (pieces_.empty()) return;
+    const Piece& last = pieces_.back();
+    const auto length = static_cast<std::int64_t>(bytes_.size() - last.bytes);
+    end_ = std::min(last.position + length, position);
+    bytes_.resize(last.bytes + static_cast<std::size_t>(end_ - last.position));
+  }
+
+  std::vector<Piece> pieces_;
+  std::vector<unsigned char> bytes_;
+  std::int64_t end_ = -1;  // of the last piece
+  std::size_t piece_ = 0;  // that was found last
+  Found found_;            // the same, while it is as it was
+};
 
 /// One open file, shared by the two sides of a stream and of its copies.
 class OpenFile {
@@ -38,8 +140,14 @@ class OpenFile {
     if (bReadable()) file_calls.close(file_);
   }
 
-  bool bReadable() const { return file_ != NoFile; }
+  bool bReadable() const { return file_ != NoFile && file_ != TakenFile && file_ != UnlockableFile; }
   bool bWritable() const { return bReadable() && access_ != bstr_OpenReadOnly; }
+
+  bstr_eLock Lock() const {
+    if (file_ == TakenFile) return bstr_LockTaken;
+    if (file_ == UnlockableFile) return bstr_LockMissing;
+    return bReadable() && bLocks(access_) ? bstr_LockHeld : bstr_NoLock;
+  }
 
   /// Reads up to `room` bytes and at least `n`, unless the file ends or fails before; returns how many.
   std::int64_t Read(unsigned char* bytes, std::int64_t n, std::int64_t room, std::int64_t position) {
@@ -57,6 +165,7 @@ class OpenFile {
   /// False when not all of it could be written.
   bool Write(const unsigned char* bytes, std::int64_t n, std::int64_t position) {
     ++writes_;
+    kept_.Drop(position, position + n);
     while (n > 0) {
       const std::int64_t moved = file_calls.write_at(file_, bytes, std::min(n, LargestTransfer), position);
       if (moved <= 0) return false;
@@ -80,11 +189,14 @@ class OpenFile {
   /// Differs from one write to the next.
   std::uint64_t Writes() const { return writes_; }
 
+  KeptPieces& Kept() { return kept_; }
+
  private:
   std::intptr_t file_ = NoFile;
   bstr_eAccess access_;
   std::int64_t reached_ = 0;
   std::uint64_t writes_ = 0;
+  KeptPieces kept_;
 };
 
 class FileInput final : public bstr_cBinary_istream {
@@ -101,7 +213,8 @@ class FileInput final : public bstr_cBinary_istream {
   }
 
   type_cBoolean Read(void* bytes, std::int64_t n) override {
-    good_ = good_ && n >= 0 && ReadHere(static_cast<unsigned char*>(bytes), n);
+    auto* to = static_cast<unsigned char*>(bytes);
+    good_ = good_ && n >= 0 && ((keeping_ && file_->Kept().Copy(to, n, position_)) || ReadElsewhere(to, n));
     if (good_) position_ += n;
     return good_;
   }
@@ -123,7 +236,27 @@ class FileInput final : public bstr_cBinary_istream {
   std::int64_t Size() const override { return file_->Size(); }
   type_cBoolean bGood() const override { return good_; }
 
+  /// Whether small reads go by way of the kept pieces.
+  bool& Keeping() { return keeping_; }
+  const OpenFile& File() const { return *file_; }
+
  private:
+  /// What is not in the piece that was found last. Not inline, so that the other reads are short.
+  [[gnu::noinline]] bool ReadElsewhere(unsigned char* bytes, std::int64_t n) {
+    if (!keeping_) return ReadHere(bytes, n);
+    KeptPieces& kept = file_->Kept();
+    if (kept.bFind(position_) && kept.Copy(bytes, n, position_)) return true;
+    std::array<unsigned char, LikelyRecord> record;  // one read instead of several
+    const std::int64_t length = std::min(kept.LikelyLength(position_), std::ssize(record));
+    if (length > n && position_ <= LargestFile - length && ReadHere(record.data(), length)) {
+      kept.Keep(record.data(), length, position_);
+      return kept.Copy(bytes, n, position_);
+    }
+    if (!ReadHere(bytes, n)) return false;
+    if (n > 0 && n < DirectRead && position_ <= LargestFile - n) kept.Keep(bytes, n, position_);
+    return true;
+  }
+
   bool ReadHere(unsigned char* bytes, std::int64_t n) {
     if (window_writes_ != file_->Writes()) window_length_ = 0;
     const std::int64_t held = CopyFromWindow(bytes, n, position_);
@@ -159,6 +292,7 @@ class FileInput final : public bstr_cBinary_istream {
   std::shared_ptr<OpenFile> file_;
   std::int64_t position_ = 0;
   bool good_ = false;
+  bool keeping_ = false;                     // of this stream alone, not of its copies
   std::unique_ptr<unsigned char[]> window_;  // made by the first small read
   std::int64_t window_start_ = 0;
   std::int64_t window_length_ = 0;
@@ -170,7 +304,7 @@ class FileOutput final : public bstr_cBinary_ostream {
   explicit FileOutput(std::shared_ptr<OpenFile> file) : file_(std::move(file)), good_(file_->bWritable()) {}
 
   type_cBoolean Write(const void* bytes, std::int64_t n) override {
-    good_ = good_ && n >= 0 && n <= LargestFile - position_ &&
+    good_ = good_ && n >= 0 && n <= end_ - position_ &&
             file_->Write(static_cast<const unsigned char*>(bytes), n, position_);
     if (good_) position_ += n;
     return good_;
@@ -179,6 +313,7 @@ class FileOutput final : public bstr_cBinary_ostream {
   type_cBoolean Seek(std::int64_t position) override {
     good_ = file_->bWritable() && position >= 0;
     if (good_) position_ = position;
+    end_ = position_ == limited_place_ ? limited_end_ : LargestFile;
     return good_;
   }
 
@@ -186,13 +321,25 @@ class FileOutput final : public bstr_cBinary_ostream {
   type_cBoolean SetEnd(std::int64_t position) override { return Seek(position); }
   type_cBoolean bGood() const override { return good_; }
 
+  void Limit(std::int64_t place, std::int64_t end) {
+    limited_place_ = place;
+    limited_end_ = std::min(end, LargestFile);
+  }
+
  private:
   std::shared_ptr<OpenFile> file_;
   std::int64_t position_ = 0;
   bool good_;
+  std::int64_t end_ = LargestFile;  // where writing from the place that was sought last must end
+  std::int64_t limited_place_ = -1;
+  std::int64_t limited_end_ = LargestFile;
 };
 
 }  // namespace detail
+
+str_cString bstr_LockHolder(const str_cString& path) {
+  return str_cString(detail::LockHolder(path.CString()));
+}
 
 bstr_cBinary_fstream::bstr_cBinary_fstream(const str_cString& path, bstr_eAccess access) : path_(path) {
   const auto file = std::make_shared<detail::OpenFile>(path, access);
@@ -216,3 +363,16 @@ bstr_cBinary_fstream::~bstr_cBinary_fstream() = default;
 
 bstr_cBinary_istream& bstr_cBinary_fstream::Input() noexcept { return *input_; }
 bstr_cBinary_ostream& bstr_cBinary_fstream::Output() noexcept { return *output_; }
+
+type_cBoolean bstr_cBinary_fstream::bGood() const noexcept { return input_->bGood() && output_->bGood(); }
+
+bstr_eLock bstr_cBinary_fstream::Lock() const noexcept { return input_->File().Lock(); }
+
+void bstr_cBinary_fstream::LimitOutput(std::int64_t place, std::int64_t end) noexcept {
+  output_->Limit(place, end);
+}
+
+bstr_cKeptReading::bstr_cKeptReading(bstr_cBinary_fstream& file, std::int64_t position)
+    : input_(*file.input_), keeping_(file.input_->Keeping(), true) {
+  file.input_->Seek(position);
+}

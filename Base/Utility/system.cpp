@@ -1,15 +1,24 @@
 // All system calls of the library, and beside them the road in plain standard C++ for systems without them.
 
-#if __has_include(<unistd.h>) && __has_include(<sys/mman.h>) && !defined(DATASTORAGE_PLAIN_SYSTEM)
+#if __has_include(<unistd.h>) && __has_include(<sys/file.h>) && \
+    __has_include(<sys/mman.h>) && !defined(DATASTORAGE_PLAIN_SYSTEM)
 #define DATASTORAGE_POSIX
 #ifndef _FILE_OFFSET_BITS
 #define _FILE_OFFSET_BITS 64
 #endif
+#include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <fcntl.h>
+#include <fstream>
+#include <sstream>
+#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
+#if __has_include(<sys/sysmacros.h>)
+#include <sys/sysmacros.h>
+#endif
 #include <unistd.h>
 #else
 #include <filesystem>
@@ -18,6 +27,7 @@
 
 #include <memory>
 #include <new>
+#include <string>
 
 #include <DataStorage/interfaces/lgar.h>
 #include <Utility/system.h>
@@ -60,9 +70,17 @@ std::int64_t FileSize(std::intptr_t file) {
 
 void CloseFile(std::intptr_t file) { ::close(Descriptor(file)); }
 
+/// Locks of this kind belong to the open file. Those of `fcntl` would be lost as soon as the process closes
+/// any other descriptor of the file, such as that of a reader.
+std::intptr_t LockFile(int file) {
+  if (Uninterrupted([&] { return ::flock(file, LOCK_EX | LOCK_NB); }) == 0) return file;
+  return errno == EWOULDBLOCK ? detail::TakenFile : detail::UnlockableFile;
+}
+
 std::intptr_t OpenRegularFile(const char* path, bstr_eAccess access) {
   int flags = access == bstr_OpenReadOnly ? O_RDONLY : O_RDWR;
-  if (access == bstr_CreateOrOpen || access == bstr_CreateEmpty) flags |= O_CREAT;
+  if (access != bstr_OpenReadOnly && access != bstr_OpenExisting && access != bstr_OpenLocked)
+    flags |= O_CREAT;
   if (access == bstr_CreateEmpty) flags |= O_TRUNC;
   // Not blocking, because a pipe or a terminal must be refused, not waited for.
   flags |= O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
@@ -71,9 +89,15 @@ std::intptr_t OpenRegularFile(const char* path, bstr_eAccess access) {
   const int file = Uninterrupted([&] { return ::open(path, flags, 0666); });
   if (file < 0) return NoFile;
   struct stat status;
-  if (::fstat(file, &status) == 0 && S_ISREG(status.st_mode)) return file;
-  CloseFile(file);
-  return NoFile;
+  std::intptr_t result = ::fstat(file, &status) == 0 && S_ISREG(status.st_mode) ? file : NoFile;
+  if (result == file && detail::bLocks(access)) result = LockFile(file);
+  // Whoever has the lock may still need the contents, so they go after it was given.
+  if (result == file && access == bstr_CreateLocked) {
+    const bool emptied = Uninterrupted([&] { return ::ftruncate(file, 0); }) == 0;
+    if (!emptied) result = NoFile;
+  }
+  if (result != file) CloseFile(file);
+  return result;
 }
 
 std::int64_t ReadAt(std::intptr_t file, void* bytes, std::int64_t n, std::int64_t position) {
@@ -84,6 +108,39 @@ std::int64_t ReadAt(std::intptr_t file, void* bytes, std::int64_t n, std::int64_
 std::int64_t WriteAt(std::intptr_t file, const void* bytes, std::int64_t n, std::int64_t position) {
   return Uninterrupted(
       [&] { return ::pwrite(Descriptor(file), bytes, static_cast<std::size_t>(n), position); });
+}
+
+/// The first line of a file of the system's; empty when it cannot be read.
+std::string FirstLine(const std::string& path) {
+  std::string line;
+  std::ifstream file(path);
+  std::getline(file, line);
+  return line;
+}
+
+/// "major:minor:inode", the numbers of the device in hexadecimal, as Linux lists the files that are locked.
+std::string NameInLocks(const struct stat& status) {
+  std::array<char, 80> text;
+  std::snprintf(text.data(), text.size(), "%02x:%02x:%llu", static_cast<unsigned>(major(status.st_dev)),
+                static_cast<unsigned>(minor(status.st_dev)), static_cast<unsigned long long>(status.st_ino));
+  return text.data();
+}
+
+/// Lines of the list are like "1: FLOCK  ADVISORY  WRITE 4711 08:01:1234 0 EOF"; in those of processes that
+/// wait for a lock "->" stands behind the number.
+std::string HolderOf(const std::string& name_in_locks) {
+  std::ifstream locks("/proc/locks");
+  for (std::string line; std::getline(locks, line);) {
+    std::istringstream words(line);
+    std::string number, kind, advisory, mode, file;
+    long process = 0;
+    words >> number >> kind >> advisory >> mode >> process >> file;
+    if (kind != "FLOCK" || file != name_in_locks || process <= 0) continue;
+    const std::string id = std::to_string(process);
+    const std::string name = FirstLine("/proc/" + id + "/comm");
+    return "process " + id + (name.empty() ? "" : " (" + name + ")");
+  }
+  return {};
 }
 
 #else
@@ -97,6 +154,7 @@ std::int64_t FileSize(std::intptr_t file) {
 void CloseFile(std::intptr_t file) { delete &Buffer(file); }
 
 std::intptr_t OpenRegularFile(const char* path, bstr_eAccess access) {
+  if (detail::bLocks(access)) return detail::UnlockableFile;  // no lock is better than one that is none
   std::error_code error;
   const auto kind = std::filesystem::status(path, error).type();
   const bool missing = kind == std::filesystem::file_type::not_found;
@@ -134,6 +192,14 @@ constexpr std::size_t LargeBlock = 2 * HugePage;
 }  // namespace
 
 constinit detail::FileCalls detail::file_calls = {OpenRegularFile, ReadAt, WriteAt, FileSize, CloseFile};
+
+std::string detail::LockHolder([[maybe_unused]] const char* path) {
+#if defined(DATASTORAGE_POSIX)
+  struct stat status;
+  if (::stat(path, &status) == 0) return HolderOf(NameInLocks(status));
+#endif
+  return {};
+}
 
 void* lgar_AllocateBlock(std::size_t bytes) {
   if (bytes < LargeBlock) return ::operator new(bytes);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include <DataStorage/interfaces/bstr.h>
 
@@ -8,7 +9,8 @@ namespace detail {
 
 /// All that the file stream asks of the system. Tests replace entries to make the disk fail.
 struct FileCalls {
-  /// Opens a regular file and returns what stands for it below, or `NoFile`.
+  /// Opens a regular file and returns what stands for it below, or `NoFile`. A file that was to be locked and
+  /// cannot be is `TakenFile` or `UnlockableFile`.
   std::intptr_t (*open)(const char* path, bstr_eAccess access);
   /// Both return the bytes moved, which may be fewer than `n`; 0 at the end of the file; negative on an
   /// error.
@@ -20,6 +22,17 @@ struct FileCalls {
 };
 
 inline constexpr std::intptr_t NoFile = -1;
+inline constexpr std::intptr_t TakenFile = -2;       ///< another open file has the lock
+inline constexpr std::intptr_t UnlockableFile = -3;  ///< there are no locks for it
+
+/// Whether this access asks for the lock.
+constexpr bool bLocks(bstr_eAccess access) {
+  return access == bstr_CreateLocked || access == bstr_OpenLocked;
+}
+
+/// The process that has the lock of a file: its identifier and, where it can be learnt, its name; empty where
+/// the system does not say.
+std::string LockHolder(const char* path);
 
 extern FileCalls file_calls;
 

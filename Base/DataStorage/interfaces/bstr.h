@@ -13,6 +13,7 @@
 
 #include <DataStorage/interfaces/export.h>
 #include <DataStorage/interfaces/littleendian.h>
+#include <DataStorage/interfaces/scopedvalue.h>
 #include <DataStorage/interfaces/str.h>
 #include <DataStorage/interfaces/type.h>
 
@@ -115,7 +116,21 @@ enum bstr_eAccess {
   bstr_CreateEmpty = 1,   ///< read and write; a missing file is created, old contents are discarded
   bstr_OpenExisting = 2,  ///< read and write; a missing file is a failure
   bstr_OpenReadOnly = 3,  ///< only reading; a missing file is a failure and the output is never good
+  bstr_CreateLocked = 4,  ///< like `bstr_CreateEmpty`, with the lock, before contents are discarded
+  bstr_OpenLocked = 5,    ///< like `bstr_OpenExisting`, with the lock
 };
+
+/// What became of the lock that a file stream asked for.
+enum bstr_eLock {
+  bstr_NoLock = 0,       ///< none was asked for, or the file could not be opened at all
+  bstr_LockHeld = 1,     ///< this stream and its copies hold it
+  bstr_LockTaken = 2,    ///< another stream, of this process or another one, holds it
+  bstr_LockMissing = 3,  ///< the system or the file system has no such locks
+};
+
+/// Who holds the lock of the file at `path`, as far as the system says: "process 4711 (name)"; empty when it
+/// does not say or nobody does. Linux says it of processes on the same machine.
+DATASTORAGE_EXPORT str_cString bstr_LockHolder(const str_cString& path);
 
 namespace detail {
 class OpenFile;
@@ -136,6 +151,12 @@ class FileOutput;
 /// instead.
 ///
 /// A copy refers to the same open file and has positions of its own; the file is closed with the last copy.
+///
+/// The lock of a file is for those who write to it and agree to ask for it: only one open file has it at a
+/// time, and who is refused it does not open the file at all. Nobody waits. Streams that do not ask for it,
+/// readers above all, open and use the file as ever. The system releases it when the last copy of the stream
+/// is destroyed or its process ends; a child process that was forked meanwhile and runs on without replacing
+/// its program holds it too. Where the system is asked through standard C++ only there is no lock.
 class DATASTORAGE_EXPORT bstr_cBinary_fstream {
  public:
   /// Whether this succeeded is told by `bGood()` of both sides; a side that is not good here never will be.
@@ -152,11 +173,40 @@ class DATASTORAGE_EXPORT bstr_cBinary_fstream {
   bstr_cBinary_ostream& Output() noexcept;
   /// As it was given.
   const str_cString& Path() const noexcept { return path_; }
+  /// Whether both sides are good; that of a stream that only reads never are.
+  type_cBoolean bGood() const noexcept;
+  /// What became of the lock.
+  bstr_eLock Lock() const noexcept;
+  /// What is written on from `place`, after the output was sought there, must not pass `end`: a write that
+  /// would is refused and writes nothing. There is one such place at a time, for this stream and copies made
+  /// later; a negative one is none.
+  void LimitOutput(std::int64_t place, std::int64_t end) noexcept;
 
  private:
+  friend class bstr_cKeptReading;
   str_cString path_;
   std::unique_ptr<detail::FileInput> input_;
   std::unique_ptr<detail::FileOutput> output_;
+};
+
+/// While it lives, pieces of less than 4 KiB that are read from the input of a file stream stay in memory,
+/// where the next such reading finds them. For small records, far from one another, that are read again and
+/// again: tags between large data. What is written over them through the stream or a copy of it takes them
+/// out of memory again; what another process writes there goes unseen.
+///
+/// A piece takes 8 bytes beside its own. Those in order of their positions stay; one that is read out of
+/// order takes the place of all behind it.
+class DATASTORAGE_EXPORT bstr_cKeptReading {
+ public:
+  /// Seeks the input. The stream must outlive this object.
+  bstr_cKeptReading(bstr_cBinary_fstream& file, std::int64_t position);
+
+  /// That of the file stream.
+  bstr_cBinary_istream& Input() noexcept { return input_; }
+
+ private:
+  bstr_cBinary_istream& input_;
+  detail::ScopedValue<bool> keeping_;
 };
 
 /// Reads `n` numbers with one call of the stream.
