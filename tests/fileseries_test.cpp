@@ -55,6 +55,27 @@ TEST(FileSeries, IsFoundAgainByIndexPositionAndTag) {
   EXPECT_EQ(file.Bytes().substr(10, 4), Hex("32 01 00 00"));
 }
 
+TEST(FileSeries, KnowsTheKindOfItsTags) {
+  const TempFile file;
+  for (const int asked : {0, 9}) {  // there is neither such a tag nor, for the second, such a slot
+    Log series(file, Slots(2));
+    dtsr_cDataTag tag;
+    EXPECT_THROW(series.GetTag(asked, tag), expt_cProgramException);
+    series.Append("a", dtsr_c2DPosition());
+    EXPECT_EQ(file.Bytes().substr(10, 4), Hex("32 01 00 00"));
+    EXPECT_EQ(std::unique_ptr<dtsr_cDataTag>(series.pSampleTag())->TagTypeID(), 0x132U);
+  }
+  Log series(file);
+  EXPECT_EQ(series.DataIndex(dtsr_cDataTag(), false), -1);
+  EXPECT_EQ(series.pSampleTag(), nullptr) << "not one of a kind that the file does not hold";
+
+  Log mixed(file, Slots(3));
+  ExpectFoundAmongOtherKinds(mixed, [&](const dtsr_cDataTag& tag) { mixed.Append("b", tag); });
+  file.SetBytes(file.Bytes().substr(0, file.Bytes().size() - 9));
+  EXPECT_EQ(Complaint([&] { Log(file).DataIndex(dtsr_cDataTag(7), true); }), "");
+  EXPECT_EQ(Complaint([&] { Log(file).DataIndex(dtsr_c2DPosition(), true); }), "Error reading 2D tag.");
+}
+
 /// A tag with more bytes than those of the library have.
 struct NotedTag : dtsr_cDataTag {
   explicit NotedTag(char letter = '?') : dtsr_cDataTag(5) { note.fill(letter); }
@@ -117,6 +138,249 @@ TEST(FileSeries, RefusesHarmBeforeItIsDone) {
   EXPECT_EQ(series.CheckedCount(), 2);
 }
 
+/// A tag of so many bytes, filled up to a place that is a multiple of 16; told by the last of them.
+struct OwnTag : dtsr_cDataTag {
+  OwnTag(int bytes, char told) : dtsr_cDataTag(0), length(bytes), last(told) {}
+  type_cBoolean IsEqual(const dtsr_cDataTag& other, type_cBoolean) override {
+    return static_cast<const OwnTag&>(other).last == last;
+  }
+  void Write(bstr_cBinary_ostream& out) const override {
+    for (int i = 1; i < length; ++i) out.Write("-", 1);
+    if (length > 0) out.Write(&last, 1);
+    while (length == 5 && out.Position() % 16 > 0) out.Write("+", 1);
+  }
+  void Read(bstr_cBinary_istream& in) override {
+    EXPECT_TRUE(in.Skip(std::max(length - 1, 0)));
+    if (length > 0) in.Read(&last, 1);
+    if (length == 5) in.Skip(15 - (in.Position() + 15) % 16);
+  }
+  unsigned int TagTypeID() const override { return 0x4D; }
+  dtsr_cDataTag* pCopy() const override { return new OwnTag(*this); }
+  int length;
+  char last;
+};
+
+TEST(FileSeries, TakesTagsOfOtherKinds) {
+  const TempFile file;
+  for (const int length : {0, 1, 4, 5, 100}) {
+    SCOPED_TRACE(length);
+    { Log(file, Slots(4)).Append("first", OwnTag(length, 'a')); }
+    for (const char told : {'b', 'c', 'd'}) {
+      Log series(file);
+      series.Append("next", OwnTag(length, told));
+      const int i = series.DataIndex(OwnTag(length, told), false);
+      EXPECT_EQ(i, length == 0 ? 0 : told - 'a');
+      EXPECT_EQ(series.file_.Input().Position(),
+                length == 5 ? std::ssize(file.Bytes()) : series.tagOffsets_[i] + length);
+      EXPECT_EQ(series.Bytes(0) + series.Bytes(1), "firstnext");
+    }
+  }
+}
+
+/// Does to a log what a concrete series may do, by chance, and compares all of its tags with what stands in
+/// the file where they are said to be.
+class Tinkerer {
+ public:
+  Tinkerer(const TempFile& file, std::mt19937& random)
+      : file_(file), log_(file, Slots(12)), random_(random) {}
+
+  void Step() {
+    const int n = log_.NextWriteIndex();
+    switch (Below(8)) {
+      case 0:
+      case 1:
+        Append(log_);
+        break;
+      case 2:
+        log_.writeIndex_ = n - static_cast<int>(Below(std::min(n, 3) + 1));
+        EXPECT_TRUE(Below(2) == 0 || log_.UpdatePointers());
+        break;
+      case 3:
+        if (n > 0) Write(log_.tagOffsets_[static_cast<int>(Below(n))], RawForm(NewTag()));
+        break;
+      case 4:
+        if (n > 0) Move(static_cast<int>(Below(n)));
+        break;
+      case 5: {
+        Log copy(log_);
+        if (Below(3) == 0) copy.ResetWriteIndex();
+        Append(copy);
+        log_ = copy;
+        break;
+      }
+      case 6:
+        log_.DataIndex(NewTag(), true);
+        break;
+      default:
+        if (n > 0) Compare(static_cast<int>(Below(n)), file_.Bytes());
+    }
+  }
+
+  void CompareAll() {
+    const std::string bytes = file_.Bytes();
+    for (int i = 0; i < log_.NextWriteIndex(); ++i) Compare(i, bytes);
+    const dtsr_c2DPosition tag = NewTag();
+    EXPECT_EQ(log_.DataIndex(tag, true), Index(tag, bytes));
+  }
+
+ private:
+  std::size_t Below(int n) { return random_() % static_cast<unsigned>(n); }
+  dtsr_c2DPosition NewTag() { return {static_cast<double>(Below(4)), 1, static_cast<long>(Below(3))}; }
+  std::string Stored(int i, const std::string& bytes) const {
+    return bytes.substr(static_cast<std::size_t>(log_.tagOffsets_[i]), 24);
+  }
+  int Index(const dtsr_c2DPosition& tag, const std::string& bytes) const {
+    for (int i = 0; i < log_.NextWriteIndex(); ++i)
+      if (Stored(i, bytes) == RawForm(tag)) return i;
+    return -1;
+  }
+  /// What was moved may have left no room where data were taken back.
+  void Append(Log& log) {
+    if (log.NextWriteIndex() == log.Size()) return;
+    const std::string told = Complaint([&] { log.Append(std::string(Below(30), 'd'), NewTag()); });
+    EXPECT_TRUE(told.empty() || told == Message("Can't write to series file ", file_)) << told;
+  }
+  void Write(std::int64_t position, const std::string& bytes) {
+    log_.file_.Output().Seek(position);
+    EXPECT_TRUE(log_.file_.Output().Write(bytes.data(), std::ssize(bytes)));
+  }
+  /// Datum and tag go to the end, and so does the next one.
+  void Move(int i) {
+    const std::string bytes = file_.Bytes(), datum = log_.Bytes(i), tag = Stored(i, bytes);
+    const auto end = static_cast<long>(bytes.size());
+    Write(end, datum + tag);
+    log_.dataOffsets_[i] = end;
+    log_.tagOffsets_[i] = end + static_cast<long>(datum.size());
+    const int next = log_.NextWriteIndex();
+    if (next < log_.Size()) log_.dataOffsets_[next] = log_.tagOffsets_[i] + 24;
+    EXPECT_TRUE(Below(2) == 0 || log_.UpdatePointers());
+  }
+  void Compare(int i, const std::string& bytes) {
+    dtsr_c2DPosition tag, expected;
+    const std::string stored = Stored(i, bytes), complaint = ReadComplaint(expected, stored);
+    EXPECT_EQ(Complaint([&] { log_.GetTag(i, tag); }), complaint) << i;
+    EXPECT_TRUE(!complaint.empty() || RawForm(tag) == stored) << i;
+  }
+
+  const TempFile& file_;
+  Log log_;
+  std::mt19937& random_;
+};
+
+TEST(FileSeries, TagsAreAsTheyAreInTheFileWhateverTheSeriesDoes) {
+  const TempFile file;
+  std::mt19937 random(RandomSeed());
+  for (int run = 0; run < 40 && !HasFailure(); ++run) {
+    Tinkerer tinkerer(file, random);
+    for (int step = 0; step < 100 && !HasFailure(); ++step) {
+      tinkerer.Step();
+      if (step % 5 == 0) tinkerer.CompareAll();
+    }
+  }
+}
+
+TEST(FileSeries, SearchesAfterTheFirstAskTheSystemForNewTagsOnly) {
+  const TempFile file;
+  Log series(file, Slots(200));
+  for (int i = 0; i < 200; ++i) {
+    series.Append(std::string(5000, 'd'), dtsr_c2DPosition(i, 0, 0));
+    const FaultyDisk disk;
+    EXPECT_EQ(series.DataIndex(dtsr_c2DPosition(i, 0, 0), true), i);
+    EXPECT_LE(disk.count, 1);
+  }
+}
+
+/// Gives one list entry of a log of two of three records another value.
+std::string WithEntry(std::string bytes, std::size_t at, std::int32_t value) {
+  const auto* digits = reinterpret_cast<const char*>(&value);
+  return bytes.replace(at, 4, std::string(digits, 4));
+}
+
+TEST(FileSeries, AppendsOnlyWhereNothingIsLost) {
+  const TempFile file;
+  { Log(file, Slots(3)).AppendNext(); }
+  { Log(file).AppendNext(); }
+  const std::string whole = file.Bytes();
+  constexpr std::size_t next = lists + 8, tags = lists + 12, first = lists + 24;  // the places of entries
+  constexpr int end_of_data = first + 27, far_away = 1 << 20;
+  struct {
+    std::size_t at;
+    int value;
+    const char* readable;  // those of the two records that still are
+  } const cases[] = {{next, -1, "01"},
+                     {next, 0, "01"},
+                     {next, 18, "01"},
+                     {next, lists, "01"},
+                     {next, first - 1, "01"},
+                     {next, first, "01"},
+                     {next, first + 4, "01"},
+                     {next, first + 12, "01"},
+                     {next, first + 13, "01"},
+                     {next, end_of_data - 1, "01"},
+                     {next, end_of_data + 1, "01"},
+                     {next, far_away, "01"},
+                     {lists, 3, "1"},
+                     {lists + 4, -1, "0"},
+                     {tags, 0, "1"},
+                     {tags + 4, far_away, "0"}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(testing::Message() << c.at << " " << c.value);
+    const std::string damaged = WithEntry(whole, c.at, c.value);
+    file.SetBytes(damaged);
+    Log series(file);
+    EXPECT_EQ(series.NextWriteIndex(), 2);
+    for (const char* i = c.readable; *i != 0; ++i) {
+      EXPECT_EQ(series.Number(*i - '0'), *i - '0');
+      EXPECT_EQ(series.Bytes(*i - '0'), Log::Record(*i - '0'));
+    }
+    for (int times = 0; times < 2; ++times) {
+      EXPECT_EQ(Complaint([&] { series.Append("new", dtsr_cDataTag(2)); }),
+                Message("Can't write to series file ", file));
+      EXPECT_EQ(file.Bytes(), damaged);
+    }
+    // Corrected, it goes on.
+    Log corrected(series);
+    for (int i = 0; i < 3; ++i) {
+      corrected.dataOffsets_[i] = static_cast<long>(first) + (i == 0 ? 0 : i == 1 ? 13 : 27);
+      corrected.tagOffsets_[i] = i == 0 ? first + 5 : i == 1 ? first + 19 : 0;
+    }
+    EXPECT_TRUE(corrected.UpdatePointers());
+    corrected.AppendNext();
+    EXPECT_EQ(CountInFile(file), 3);
+    series.ResetWriteIndex();
+    series.AppendNext();
+    EXPECT_EQ(CountInFile(file), 1);
+  }
+}
+
+TEST(FileSeries, FillsAHoleAsFarAsItReaches) {
+  const TempFile file;
+  { Log(file, Slots(4)).AppendNext(); }
+  Log series(file);
+  series.AppendNext();
+  // The first record goes to the end, and the next ones where it was.
+  long& next = series.dataOffsets_[2];
+  const long hole = series.dataOffsets_[0];
+  series.file_.Output().Seek(next);
+  series.file_.Output().Write((Log::Record(0) + RawForm(dtsr_cDataTag(0))).data(), 13);
+  series.dataOffsets_[0] = next;
+  series.tagOffsets_[0] = next + 5;
+  next = hole;
+  EXPECT_TRUE(series.UpdatePointers());
+  for (const char* record : {"the tag", "the datum is what does not fit"}) {
+    EXPECT_EQ(Complaint([&] { series.Append(record, dtsr_cDataTag(2)); }),
+              Message("Can't write to series file ", file));
+    EXPECT_EQ(series.CheckedCount(), 2) << record;
+    series = Log(file);  // which knows the hole
+  }
+  series.Append("a", dtsr_cDataTag(2));
+  EXPECT_EQ(Complaint([&] { series.Append("b", dtsr_cDataTag(3)); }),
+            Message("Can't write to series file ", file));
+  const Log opened(file);
+  EXPECT_EQ(opened.Bytes(0) + opened.Bytes(1) + opened.Bytes(2), "aaaaabbbbbba");
+  EXPECT_EQ(opened.Number(2), 2);
+}
+
 TEST(FileSeries, RefusesDamagedFiles) {
   const TempFile file;
   std::pair<const char*, std::istringstream> cases[] = {
@@ -124,16 +388,18 @@ TEST(FileSeries, RefusesDamagedFiles) {
       {"Invalid data type for ", std::istringstream("6 4E")},
       {"Can't read series file ",
        std::istringstream("14 00000000  14 FFFFFFFF  14 FFFFFF0F  14 03  18 03  18 FFFFFFFF  22 19  "
-                          "22 FFFFFF7F  26 03  26 FFFFFFFF  30 03  54 02  54 FFFFFF7F  95 6E  99 7B  "
-                          "103 6E  107 FFFFFFFF")}};
+                          "22 FFFFFF7F  30 03  30 FFFFFFFF  30 00000080")},
+      {"Can't read dimension.", std::istringstream("26 03  54 02  54 FFFFFF7F")}};
   for (auto& [complaint, changes] : cases) {
     std::size_t at;
     for (std::string digits, why; changes >> at >> digits;) {
       file.SetBytes(Patched(full_file, at, digits));
       EXPECT_EQ(CountInFile(file, &why), -1);
-      EXPECT_EQ(why, Message(complaint, file)) << at;
+      EXPECT_EQ(why, std::string(complaint).back() == '.' ? complaint : Message(complaint, file)) << at;
     }
   }
+  file.SetBytes(Patched(full_file, 26, "FFFFFFFF"));
+  EXPECT_THROW(CountInFile(file), arr_cSizeException);
   for (std::size_t n = 0; n <= full_file.size(); ++n) {
     file.SetBytes(full_file.substr(0, n));
     std::string why;

@@ -17,6 +17,8 @@ class Log : public StoredSeries<dtsr_cFileSeriesBase> {
  public:
   Log(const TempFile& file, const dtsr_cDimensionArray& dimensions)
       : StoredSeries([&](auto&) { return dimensions; }, file.Path(), dimensions, 77U) {}
+  Log(const TempFile& file, const dtsr_cDimensionArray& dimensions, bstr_eAccess access)
+      : StoredSeries([&](auto&) { return dimensions; }, file.Path(), dimensions, 77U, access) {}
   explicit Log(const TempFile& file, bstr_eAccess access = bstr_OpenExisting)
       : StoredSeries(
             [](dtsr_cFileSeriesBase& store) {
@@ -25,8 +27,11 @@ class Log : public StoredSeries<dtsr_cFileSeriesBase> {
               return dimensions;
             },
             file.Path(), 77U, access) {}
+  using dtsr_cFileSeriesBase::dataOffsets_;
   using dtsr_cFileSeriesBase::file_;
+  using dtsr_cFileSeriesBase::tagOffsets_;
   using dtsr_cFileSeriesBase::UpdatePointers;
+  using dtsr_cFileSeriesBase::writeIndex_;
 
   static std::string Record(long number) {
     return std::string(static_cast<std::size_t>(5 + number * number % 2999), static_cast<char>('a' + number));

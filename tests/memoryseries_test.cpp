@@ -65,6 +65,7 @@ TEST(MemorySeries, FindsTheOldestWithATagOfItsKind) {
   EXPECT_EQ(series.DataIndex(dtsr_c2DPosition(1, 0, 5), false), 0);
   EXPECT_EQ(series.DataIndex(dtsr_c2DPosition(0, 0, 2), true), -1);
   EXPECT_EQ(series.DataIndex(dtsr_cDataTag(4), false), -1);
+  ExpectFoundAmongOtherKinds(series, [&](const dtsr_cDataTag& tag) { series.SetNewestTag(tag); });
 }
 
 TEST(MemorySeries, FailuresLeaveItAsItWas) {

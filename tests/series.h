@@ -62,3 +62,16 @@ struct StoredSeries : Store, dtsr_cDataSeriesBase {
   dtsr_cDataTag* pSampleTag() const override { return Store::pSampleTag(); }
   unsigned int TagTypeID() const override { return Store::TagTypeID(); }
 };
+
+/// Two kinds of tags one after the other; each search finds those of its own kind.
+template <class Series>
+void ExpectFoundAmongOtherKinds(Series& series, const std::function<void(const dtsr_cDataTag&)>& append) {
+  append(dtsr_c2DPosition(1, 2, 5));
+  append(dtsr_cDataTag(5));
+  append(dtsr_c2DPosition(1, 2, 6));
+  EXPECT_EQ(series.DataIndex(dtsr_cDataTag(5), true), 1);
+  EXPECT_EQ(series.DataIndex(dtsr_cDataTag(9), false), 1);
+  EXPECT_EQ(series.DataIndex(dtsr_cDataTag(6), true), -1);
+  EXPECT_EQ(series.DataIndex(dtsr_c2DPosition(1, 2, 6), true), 2);
+  EXPECT_EQ(series.DataIndex(dtsr_c2DPosition(1, 3, 5), true), -1);
+}

@@ -16,6 +16,11 @@ bool bFitsStream(long time) {
 
 }  // namespace
 
+dtsr_cTagTypeException::dtsr_cTagTypeException(const char* file, int line)
+    : expt_cUserException(file, line, "Invalid TagTypeID.") {}
+
+dtsr_cTagTypeException::~dtsr_cTagTypeException() = default;
+
 dtsr_cDataTag::~dtsr_cDataTag() = default;
 
 void dtsr_cDataTag::SetEqual(const dtsr_cDataTag& other) { time_ = other.time_; }
@@ -27,7 +32,7 @@ type_cBoolean dtsr_cDataTag::IsEqual(const dtsr_cDataTag& other, type_cBoolean c
 void dtsr_cDataTag::Read(bstr_cBinary_istream& in) {
   std::uint32_t id;
   std::int32_t time;
-  if (bstr_ReadFields(in, id) && id != TagTypeID()) source_file.ThrowUserError("Invalid TagTypeID.");
+  if (bstr_ReadFields(in, id) && id != TagTypeID()) throw dtsr_cTagTypeException(source_file.name, __LINE__);
   if (!bstr_ReadFields(in, time)) source_file.ThrowUserError("Can't read TagTypeID.");
   time_ = time;
 }

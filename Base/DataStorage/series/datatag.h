@@ -4,8 +4,17 @@
 
 #include <DataStorage/interfaces/bstr.h>
 #include <DataStorage/interfaces/export.h>
+#include <DataStorage/interfaces/expt.h>
 #include <DataStorage/interfaces/type.h>
 #include <DataStorage/positions/pos2d.h>
+
+/// "Invalid TagTypeID.": a tag was read from a stream that holds one of another kind.
+class DATASTORAGE_EXPORT dtsr_cTagTypeException : public expt_cUserException {
+ public:
+  /// Thrown by `dtsr_cDataTag::Read`.
+  dtsr_cTagTypeException(const char* file, int line);
+  ~dtsr_cTagTypeException() override;
+};
 
 /// What a series records of each datum beside the datum itself: when it was taken, in seconds as `std::time`
 /// counts them. Derived classes add more. A series knows its tags by the virtual operations alone, so further
@@ -16,10 +25,10 @@ class DATASTORAGE_EXPORT dtsr_cDataTag {
  public:
   /// Seconds since 1970-01-01 00:00 UTC; the present when not given.
   dtsr_cDataTag(long time = Now()) : time_(time) {}
-  dtsr_cDataTag(const dtsr_cDataTag&) = default;
-  dtsr_cDataTag& operator=(const dtsr_cDataTag&) = default;
+  dtsr_cDataTag(const dtsr_cDataTag& other) noexcept : time_(other.time_) {}
+  dtsr_cDataTag& operator=(const dtsr_cDataTag& other) noexcept { return *this = other.time_; }
   /// Changes the time.
-  dtsr_cDataTag& operator=(long time) {
+  dtsr_cDataTag& operator=(long time) noexcept {
     time_ = time;
     return *this;
   }
@@ -29,8 +38,8 @@ class DATASTORAGE_EXPORT dtsr_cDataTag {
   virtual void SetEqual(const dtsr_cDataTag& other);
   /// Tags of different kinds are never equal; the time counts when `compareTime` is set, all else always.
   virtual type_cBoolean IsEqual(const dtsr_cDataTag& other, type_cBoolean compareTime);
-  /// "Invalid TagTypeID." when the stream holds a tag of another kind, "Can't read TagTypeID." when bytes are
-  /// missing.
+  /// Throws dtsr_cTagTypeException when the stream holds a tag of another kind, "Can't read TagTypeID." when
+  /// bytes are missing.
   virtual void Read(bstr_cBinary_istream& in);
   /// "Can't write TagTypeID." when that fails; also, before anything is written, for a time that does not fit
   /// the 32 bits it has in streams.
@@ -48,7 +57,13 @@ class DATASTORAGE_EXPORT dtsr_cDataTag {
   static long Now() { return static_cast<long>(std::time(nullptr)); }
 
  private:
+  friend class dtsr_cDataSeriesBase;
+  friend class dtsr_cMemorySeriesBase;
+
   long time_;
+  // Belongs to the object, not to its value: a search sets it in the tag that it has filled, and a series
+  // that can fill it from a tag of another kind sets it to that kind.
+  unsigned int filledFrom_ = 0;
 };
 
 /// A tag that also tells where the datum was taken. It is a full position: it can be limited and announces

@@ -22,7 +22,17 @@ constexpr std::int64_t CountField = 18;
 constexpr std::int64_t ListPositionField = 22;
 constexpr std::int64_t HeaderEnd = 26;
 
-constexpr std::int64_t SmallestTag = 8;
+constexpr std::int64_t KindLength = 4;
+constexpr std::int64_t PlainTagLength = 8;
+constexpr std::int64_t PositionTagLength = 24;
+
+// What RoomAt may say beside a number of bytes.
+constexpr std::int64_t NoRoom = -1;
+constexpr std::int64_t Unlimited = std::numeric_limits<std::int64_t>::max();
+
+/// The place of a datum that must not be written; so far below 0 that nobody reaches the file from there.
+constexpr std::int32_t Nowhere = std::numeric_limits<std::int32_t>::min();
+
 constexpr int ListBlock = 8192;  // entries that are moved at once
 
 /// The length of both lists of a file with so many slots.
@@ -40,11 +50,48 @@ struct WordChange {
   std::int64_t after;
 };
 
+/// How long the tag at `position` is at least. Kinds that the library does not know may be as short as they
+/// like, but begin with the identifier if it is that of the series.
+std::int64_t TagLength(bstr_cBinary_istream& in, std::int64_t position, unsigned int seriesKind) {
+  std::uint32_t kind;
+  if (in.Size() - position < KindLength) return 0;
+  if (!in.Seek(position) || !bstr_ReadFields(in, kind) || kind == obty_2DPositionType)
+    return PositionTagLength;
+  if (kind == obty_DataTagType) return PlainTagLength;
+  return kind == seriesKind ? KindLength : 0;
+}
+
+/// Takes what a tag writes at its place in the file, so that it gets there with one write.
+class TagOutput final : public bstr_cBinary_ostream {
+ public:
+  explicit TagOutput(std::int64_t place) : place_(place) {}
+
+  type_cBoolean Write(const void* bytes, std::int64_t n) override { return tag_.Write(bytes, n); }
+  type_cBoolean Seek(std::int64_t position) override { return tag_.Seek(position - place_); }
+  std::int64_t Position() const override { return place_ + tag_.Position(); }
+  type_cBoolean SetEnd(std::int64_t position) override { return Seek(position); }
+  type_cBoolean bGood() const override { return tag_.bGood(); }
+  const bstr_cMemory_ostream& Tag() const { return tag_; }
+
+ private:
+  std::int64_t place_;
+  bstr_cMemory_ostream tag_;
+};
+
 bool WriteWord(bstr_cBinary_ostream& out, std::int64_t position, std::int64_t value) {
   return out.Seek(position) && bstr_WriteFields(out, static_cast<std::uint32_t>(value));
 }
 
+str_cString CannotOpen(const str_cString& path) { return "Can't open series file " + path + "."; }
+
 }  // namespace
+
+dtsr_cFileLockedException::dtsr_cFileLockedException(const char* file, int line, const str_cString& path,
+                                                     const str_cString& holder)
+    : expt_cUserException(file, line, CannotOpen(path) + " It is locked by " + holder + "."),
+      holder_(holder) {}
+
+dtsr_cFileLockedException::~dtsr_cFileLockedException() = default;
 
 /// Everything about a new file that can fail before the file is touched.
 struct dtsr_cFileSeriesBase::Plan {
@@ -75,18 +122,19 @@ struct dtsr_cFileSeriesBase::Plan {
 };
 
 dtsr_cFileSeriesBase::dtsr_cFileSeriesBase(const str_cString& path, const dtsr_cDimensionArray& dimensions,
-                                           unsigned int dataTypeID)
-    : dtsr_cFileSeriesBase(path, Plan(path, dimensions, dataTypeID)) {}
+                                           unsigned int dataTypeID, bstr_eAccess access)
+    : dtsr_cFileSeriesBase(path, Plan(path, dimensions, dataTypeID), access) {}
 
-dtsr_cFileSeriesBase::dtsr_cFileSeriesBase(const str_cString& path, Plan&& plan)
-    : file_(path, bstr_CreateEmpty),
+dtsr_cFileSeriesBase::dtsr_cFileSeriesBase(const str_cString& path, Plan&& plan, bstr_eAccess access)
+    : file_(path, access),
       offsetListPosition_(static_cast<long>(plan.head.Size())),
       dataOffsets_(std::move(plan.dataOffsets)),
       tagOffsets_(std::move(plan.tagOffsets)),
-      created_(true) {
-  if (!bGood()) source_file.ThrowUserError("Can't open series file " + path + ".");
+      created_(true),
+      tail_(dataOffsets_[0]) {
+  if (!bGood()) ThrowCannotOpen();
   bstr_cBinary_ostream& out = file_.Output();
-  const bool written = out.Write(plan.head.Data(), plan.head.Size()) && UpdatePointers() &&
+  const bool written = out.Write(plan.head.Data(), plan.head.Size()) && WritePointers() &&
                        WriteWord(out, ListPositionField, offsetListPosition_) && out.SetEnd(dataOffsets_[0]);
   if (!written || !bGood()) ThrowCannotWrite();
 }
@@ -94,7 +142,7 @@ dtsr_cFileSeriesBase::dtsr_cFileSeriesBase(const str_cString& path, Plan&& plan)
 dtsr_cFileSeriesBase::dtsr_cFileSeriesBase(const str_cString& path, unsigned int dataTypeID,
                                            bstr_eAccess access)
     : file_(path, access), readOnly_(access == bstr_OpenReadOnly) {
-  if (!bGood()) source_file.ThrowUserError("Can't open series file " + path + ".");
+  if (!bGood()) ThrowCannotOpen();
   bstr_cBinary_istream& in = file_.Input();
   std::uint16_t mark, format, version;
   std::uint32_t storedDataType, storedTagType;
@@ -114,7 +162,8 @@ dtsr_cFileSeriesBase::dtsr_cFileSeriesBase(const str_cString& path, unsigned int
   offsetListPosition_ = lists;
   dataOffsets_ = UnreadList(total);
   tagOffsets_ = UnreadList(total);
-  if (!ReadLists() || !ListsInOrder() || !bGood()) ThrowCannotRead();
+  if (!ReadLists() || !bGood()) ThrowCannotRead();
+  if (!readOnly_) GuardNextPlace();
 }
 
 dtsr_cFileSeriesBase::dtsr_cFileSeriesBase(const dtsr_cFileSeriesBase& other)
@@ -126,7 +175,7 @@ dtsr_cFileSeriesBase::dtsr_cFileSeriesBase(const dtsr_cFileSeriesBase& other)
       created_(other.created_),
       sampleTag_(other.pSampleTag()),
       tagTypeID_(other.tagTypeID_),
-      keptTags_(other.keptTags_),
+      tail_(other.tail_),
       readOnly_(other.readOnly_),
       listsInFile_(other.listsInFile_) {}
 
@@ -141,7 +190,7 @@ dtsr_cFileSeriesBase& dtsr_cFileSeriesBase::operator=(const dtsr_cFileSeriesBase
     created_ = copy.created_;
     sampleTag_ = std::move(copy.sampleTag_);
     tagTypeID_ = copy.tagTypeID_;
-    keptTags_ = std::move(copy.keptTags_);
+    tail_ = copy.tail_;
     readOnly_ = copy.readOnly_;
     listsInFile_ = copy.listsInFile_;
   }
@@ -158,47 +207,49 @@ void dtsr_cFileSeriesBase::ReadDimensionArray(dtsr_cDimensionArray& dimensions) 
   if (!in.Seek(HeaderEnd) || !in.Read(bytes.data(), n)) ThrowCannotRead();
   bstr_cMemory_istream region(bytes.data(), n);
   dtsr_cDimensionArray read;
-  bool whole = false;
+  read.Read(region);
+  bool asManyIndices = false;
   try {
-    read.Read(region);
-    whole = region.bGood() && read.TotalNumberIndices() == Size();
-  } catch (const expt_cProgramException&) {
+    asManyIndices = region.bGood() && read.TotalNumberIndices() == Size();
+  } catch (const arr_cSizeException&) {
   }
-  if (!whole) ThrowCannotRead();
+  if (!asManyIndices) ThrowCannotRead();
   dimensions = read;
 }
 
 void dtsr_cFileSeriesBase::GetTag(int i, dtsr_cDataTag& tag) const {
-  if (!sampleTag_) sampleTag_.reset(tag.pCopy());
-  const long position = tagOffsets_[i];
-  if (i < std::ssize(keptTags_) || KeepNextTag(i)) {
-    const KeptTag& kept = keptTags_[static_cast<std::size_t>(i)];
-    bstr_cMemory_istream in(kept.bytes.data(), kept.length);
-    ReadTag(in, tag);
-    file_.Input().Seek(position + in.Position());  // as if it had been read there
-  } else {
-    file_.Input().Seek(position);
-    ReadTag(file_.Input(), tag);
-  }
+  if (!sampleTag_ && (tagTypeID_ == 0 || tagTypeID_ == tag.TagTypeID())) sampleTag_.reset(tag.pCopy());
+  bstr_cKeptReading kept(file_, tagOffsets_[i]);
+  tag.Read(kept.Input());
+  if (!bGood()) source_file.ThrowUserError("Can't read tag.");
 }
 
 void dtsr_cFileSeriesBase::SetNewestTag(const dtsr_cDataTag& tag) {
   const int i = writeIndex_;
   if (i >= Size()) arr_IndexError();
   bstr_cBinary_ostream& out = file_.Output();
+  const std::int64_t place = dataOffsets_[i];
   const std::int64_t tagOffset = out.Position();
-  if (!out.bGood() || tagOffset < dataOffsets_[i]) ThrowCannotWrite();
+  if (!out.bGood() || tagOffset < place) ThrowCannotWrite();
 
-  std::unique_ptr<dtsr_cDataTag> firstTag(sampleTag_ ? nullptr : tag.pCopy());
-  bstr_cMemory_ostream tagBytes;
-  tag.Write(tagBytes);
+  // A tag that was asked for while there was none yet is no reason to leave the type out.
+  const bool first = !sampleTag_ || tagTypeID_ == 0;
+  std::unique_ptr<dtsr_cDataTag> firstTag(first ? tag.pCopy() : nullptr);
+  TagOutput tagOutput(tagOffset);
+  tag.Write(tagOutput);
+  const bstr_cMemory_ostream& tagBytes = tagOutput.Tag();
   const std::int64_t nextData = tagOffset + tagBytes.Size();
+  const bool behindAll = bBehindAll(place);
+  if (!tagBytes.bGood() || (!behindAll && nextData - place > RoomAt(place))) ThrowCannotWrite();
 
   // In this order, so that whoever opens the file in between, or after this process was killed, finds the
   // offsets of all data that the count includes.
-  std::array<WordChange, 4> changes;
+  std::array<WordChange, 5> changes;
   auto end = changes.begin();
   const std::int64_t tagList = offsetListPosition_ + ListBytes(Size()) / 2;
+  if (place != tail_) {  // the concrete series may have chosen it
+    *end++ = {offsetListPosition_ + 4 * std::int64_t{i}, place, place};
+  }
   if (i + 1 < Size()) {
     *end++ = {offsetListPosition_ + 4 * std::int64_t{i + 1}, dataOffsets_[i + 1], nextData};
   }
@@ -229,6 +280,11 @@ void dtsr_cFileSeriesBase::SetNewestTag(const dtsr_cDataTag& tag) {
     tagTypeID_ = firstTag->TagTypeID();
     sampleTag_ = std::move(firstTag);
   }
+  if (behindAll) {
+    tail_ = nextData;
+  } else {
+    GuardNextPlace();
+  }
 }
 
 void dtsr_cFileSeriesBase::ResetWriteIndex() {
@@ -245,35 +301,22 @@ void dtsr_cFileSeriesBase::ResetWriteIndex() {
     std::swap(writeIndex_, writeIndex);
   };
   exchange();
-  const bool written = UpdatePointers();
+  const bool written = WritePointers();
   if (!written) exchange();
   // The count comes last when the old lists are put back: it must not speak of data that they do not show.
   listsInFile_ = written || (WriteLists() && WriteWord(out, CountField, writeIndex_));
   if (!written) ThrowCannotWrite();
-  keptTags_.clear();
+  ForgetNextPlace();
+  tail_ = dataOffsets_[0];
 }
 
 type_cBoolean dtsr_cFileSeriesBase::UpdatePointers() {
+  ForgetNextPlace();
+  return listsInFile_ = WritePointers();
+}
+
+bool dtsr_cFileSeriesBase::WritePointers() {
   return WriteWord(file_.Output(), CountField, writeIndex_) && WriteLists();
-}
-
-/// Keeps tag i where it follows the kept ones; false when it does not, or is none of the short tags that the
-/// next datum follows.
-bool dtsr_cFileSeriesBase::KeepNextTag(int i) const {
-  if (i != std::ssize(keptTags_) || i >= writeIndex_ || i + 1 >= Size()) return false;
-  KeptTag tag;
-  const long length = dataOffsets_[i + 1] - tagOffsets_[i];
-  if (length <= 0 || length > std::ssize(tag.bytes)) return false;
-  tag.length = length;
-  bstr_cBinary_istream& in = file_.Input();
-  if (!in.Seek(tagOffsets_[i]) || !in.Read(tag.bytes.data(), length)) return false;
-  keptTags_.push_back(tag);
-  return true;
-}
-
-void dtsr_cFileSeriesBase::ReadTag(bstr_cBinary_istream& in, dtsr_cDataTag& tag) const {
-  tag.Read(in);
-  if (!in.bGood() || !bOutputGood()) source_file.ThrowUserError("Can't read tag.");
 }
 
 bool dtsr_cFileSeriesBase::ReadLists() {
@@ -307,15 +350,61 @@ bool dtsr_cFileSeriesBase::WriteLists() {
   return true;
 }
 
-bool dtsr_cFileSeriesBase::ListsInOrder() const {
-  const long* data = dataOffsets_.Data();
-  const long* tags = tagOffsets_.Data();
-  std::int64_t free = offsetListPosition_ + ListBytes(Size());
-  for (int i = 0; i < writeIndex_; ++i) {
-    if (data[i] < free || tags[i] < data[i]) return false;
-    free = tags[i] + SmallestTag;
+/// How many bytes can be written at `place` before they reach a valid datum or tag. `NoRoom` also where the
+/// lists share their bytes with valid data, because an append writes these too.
+std::int64_t dtsr_cFileSeriesBase::RoomAt(std::int64_t place) const {
+  bstr_cBinary_fstream file(file_);  // another position for the tags that are looked at
+  bstr_cBinary_istream& in = file.Input();
+  const std::int64_t listsEnd = offsetListPosition_ + ListBytes(Size());
+  if (place < listsEnd || !in.Seek(place)) return NoRoom;
+  std::int64_t end = Unlimited;
+  for (int k = 0; k < writeIndex_; ++k) {
+    const std::int64_t data = dataOffsets_[k];
+    const std::int64_t tag = tagOffsets_[k];
+    if (data < listsEnd || tag < listsEnd) return NoRoom;
+    if (data == place || (data < place && place < tag)) return NoRoom;
+    if (tag <= place && place < tag + PositionTagLength && place < tag + TagLength(in, tag, tagTypeID_)) {
+      return NoRoom;
+    }
+    if (data > place) end = std::min(end, data);
+    if (tag > place) end = std::min(end, tag);
   }
-  return writeIndex_ == Size() || data[writeIndex_] >= free;
+  return end == Unlimited ? end : end - place;
+}
+
+/// Sees to it that the concrete series cannot write the next datum over others. For places that were read
+/// from the file, and those in between valid data.
+void dtsr_cFileSeriesBase::GuardNextPlace() {
+  ForgetNextPlace();
+  if (writeIndex_ >= Size()) return;
+  long& place = dataOffsets_[writeIndex_];
+  const std::int64_t room = RoomAt(place);
+  if (room == Unlimited) {
+    tail_ = place;
+  } else if (room == NoRoom) {
+    place = Nowhere;
+  } else {
+    file_.LimitOutput(place, place + room);
+  }
+}
+
+void dtsr_cFileSeriesBase::ForgetNextPlace() {
+  tail_ = -1;
+  file_.LimitOutput(-1, 0);
+}
+
+void dtsr_cFileSeriesBase::ThrowCannotOpen(int line) const {
+  switch (file_.Lock()) {
+    case bstr_LockTaken: {
+      const str_cString holder = bstr_LockHolder(FilePath());
+      throw dtsr_cFileLockedException(source_file.name, line, FilePath(),
+                                      holder == "" ? str_cString("another process") : holder);
+    }
+    case bstr_LockMissing:
+      source_file.ThrowUserError(CannotOpen(FilePath()) + " It cannot be locked on this system.", line);
+    default:
+      source_file.ThrowUserError(CannotOpen(FilePath()), line);
+  }
 }
 
 void dtsr_cFileSeriesBase::ThrowCannotRead(int line) const {
@@ -325,6 +414,7 @@ void dtsr_cFileSeriesBase::ThrowCannotRead(int line) const {
 void dtsr_cFileSeriesBase::ThrowCannotWrite(int line) const {
   // The failure is told by the exception: the stream must not go on refusing.
   bstr_cBinary_ostream& out = file_.Output();
-  out.Seek(writeIndex_ < Size() ? dataOffsets_[writeIndex_] : out.Position());
+  const long place = writeIndex_ < Size() ? dataOffsets_[writeIndex_] : -1;
+  if (!out.Seek(place)) out.Seek(out.Position());
   source_file.ThrowUserError("Can't write to series file " + FilePath() + ".", line);
 }

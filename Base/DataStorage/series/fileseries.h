@@ -1,16 +1,33 @@
 #pragma once
 
-#include <array>
+#include <cstdint>
 #include <memory>
-#include <vector>
 
 #include <DataStorage/interfaces/arr.h>
 #include <DataStorage/interfaces/bstr.h>
 #include <DataStorage/interfaces/export.h>
+#include <DataStorage/interfaces/expt.h>
 #include <DataStorage/interfaces/str.h>
 #include <DataStorage/interfaces/type.h>
 #include <DataStorage/series/datatag.h>
 #include <DataStorage/series/dimension.h>
+
+/// Somebody else has the lock of a series file that was to be opened with it: "Can't open series file ...",
+/// and who that is as far as the system says. It is free once they are done: try again later.
+class DATASTORAGE_EXPORT dtsr_cFileLockedException : public expt_cUserException {
+ public:
+  /// Thrown by the constructors of `dtsr_cFileSeriesBase`. `holder` is a text for the user, as from
+  /// `bstr_LockHolder`.
+  dtsr_cFileLockedException(const char* file, int line, const str_cString& path, const str_cString& holder);
+  ~dtsr_cFileLockedException() override;
+
+  /// "process 4711 (name)", or "another process" where the system does not say; valid as long as the
+  /// exception.
+  const str_cString& Holder() const noexcept { return holder_; }
+
+ private:
+  str_cString holder_;
+};
 
 /// A series kept in a file with a fixed number of data slots, one for each index of its dimensions. It never
 /// wraps: when it is full it takes no more data until it is reset.
@@ -25,11 +42,15 @@
 /// file ends below 2^31 bytes; what would pass that is refused and changes nothing.
 ///
 /// Failures throw expt_cUserException with a message that names the path. The file and the object are then as
-/// they were before the operation, as far as the disk allows. One process at a time may append; others may
-/// read meanwhile and find the data that were there when they opened the file. Tags are kept in memory once
-/// they were read in their order, so that a search costs no system calls. So a concrete series does not write
-/// over stored tags; and when another process, or another copy of this object, empties the series and fills
-/// it anew, this object has to be opened anew to see it.
+/// they were before the operation, as far as the disk allows. One process at a time may append; with
+/// `bstr_OpenLocked` and `bstr_CreateLocked` that is certain among those who use these. Others may read
+/// meanwhile and find the data that were there when they opened the file. When another process empties the
+/// series and fills it anew, this object has to be opened anew to see it.
+///
+/// A concrete series may rewrite stored data and tags, move them and correct their offsets, or take the
+/// newest data back by a smaller `writeIndex_`; `UpdatePointers` makes such changes lasting. Tags are read as
+/// they are in the file. They stay in memory once they were read, so that further searches need no system
+/// calls.
 class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
  public:
   /// A copy works on the same open file, with positions and a write index of its own: one of them appends.
@@ -50,17 +71,20 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
   /// As it was given.
   const str_cString& FilePath() const noexcept { return file_.Path(); }
 
-  /// Reads the dimensions of the series, which opening does not. Throws "Can't read series file ..." when
-  /// they are damaged or do not have as many indices as the file has slots; the caller's object is unchanged
-  /// then.
+  /// Reads the dimensions of the series, which opening does not. Throws what they throw, and "Can't read
+  /// series file ..." when they are incomplete or do not have as many indices as the file has slots; the
+  /// caller's object is unchanged then.
   void ReadDimensionArray(dtsr_cDimensionArray& dimensions);
   /// Reads the tag of datum i < NextWriteIndex(). Throws what the tag throws, and "Can't read tag.";
-  /// a slot that does not exist raises arr_IndexError. The first tag asked for becomes the sample tag.
+  /// a slot that does not exist raises arr_IndexError. The first tag asked for becomes the sample tag, unless
+  /// the file holds one of another kind there.
   void GetTag(int i, dtsr_cDataTag& tag) const;
   /// Appends the tag of the datum that was just written, which ends at the position of the output. Raises
   /// arr_IndexError when the series is full. Throws "Can't write to series file ..." when the datum or the
-  /// tag could not be written or the output stands before the slot; the position of the output is then that
-  /// of the slot. With the datum these are five positioned writes, and one more for the first tag.
+  /// tag could not be written, when the output stands before the slot, and when datum and tag reach into
+  /// others that are valid; the position of the output is then that of the slot. With the datum these are
+  /// five positioned writes, and one more for the first tag. The tag sees itself written at its place in the
+  /// file; it cannot write before that.
   void SetNewestTag(const dtsr_cDataTag& tag);
   /// Empties the series; its dimensions, data type and tag type stay.
   void ResetWriteIndex();
@@ -69,14 +93,19 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
   /// Creates a series file, or makes an existing file one. `dataTypeID` tells what the data are. Raises
   /// arr_IndexError for dimensions without any index, arr_SizeError for negative sizes and too many indices.
   /// Those, and lists that would not fit a file, are refused before the path is touched. Nobody can open the
-  /// file before it is complete.
+  /// file before it is complete. `access` is `bstr_CreateEmpty`, or `bstr_CreateLocked` to keep the lock
+  /// until the file is closed, or dtsr_cFileLockedException at once when somebody else has it.
   dtsr_cFileSeriesBase(const str_cString& path, const dtsr_cDimensionArray& dimensions,
-                       unsigned int dataTypeID);
+                       unsigned int dataTypeID, bstr_eAccess access = bstr_CreateEmpty);
   /// Opens a series file that holds data of the expected type. `bstr_OpenReadOnly` does not need permission
-  /// to write. Refused are files of another format or data type, files that do not hold the lists they claim,
-  /// and those where the lists of valid data, and the place of the next one, do not lead forward through the
-  /// part behind the lists: appending there would overwrite what is stored. A file that was cut off within
-  /// its data opens, and what is left of them can be read.
+  /// to write; `bstr_OpenLocked` keeps the lock, or throws dtsr_cFileLockedException at once. Refused are
+  /// files of another format or data type, and those that do not hold the lists they claim.
+  ///
+  /// What the lists say of valid data is not judged: what can be read of them can be read, also of a file
+  /// that was cut off. Appending fails, and writes nothing, where the next datum would stand before the end
+  /// of the lists, in a valid datum or tag, or beyond the end of the file: its offset in `dataOffsets_` is
+  /// negative then. A concrete series that corrects it can append again. A datum that would reach into a
+  /// valid one fails too.
   dtsr_cFileSeriesBase(const str_cString& path, unsigned int dataTypeID,
                        bstr_eAccess access = bstr_OpenExisting);
 
@@ -95,25 +124,21 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
 
  private:
   struct Plan;
-  dtsr_cFileSeriesBase(const str_cString& path, Plan&& plan);
+  dtsr_cFileSeriesBase(const str_cString& path, Plan&& plan, bstr_eAccess access);
 
-  bool bGood() const { return file_.Input().bGood() && bOutputGood(); }
-  bool bOutputGood() const { return readOnly_ || file_.Output().bGood(); }
+  bool bGood() const { return readOnly_ ? file_.Input().bGood() : file_.bGood(); }
   bool ReadLists();
   bool WriteLists();
-  bool ListsInOrder() const;
-  bool KeepNextTag(int i) const;
-  void ReadTag(bstr_cBinary_istream& in, dtsr_cDataTag& tag) const;
+  bool WritePointers();
+  bool bBehindAll(std::int64_t place) const { return tail_ >= 0 && place >= tail_; }
+  std::int64_t RoomAt(std::int64_t place) const;
+  void GuardNextPlace();
+  void ForgetNextPlace();
+  [[noreturn]] void ThrowCannotOpen(int line = __builtin_LINE()) const;
   [[noreturn]] void ThrowCannotRead(int line = __builtin_LINE()) const;
   [[noreturn]] void ThrowCannotWrite(int line = __builtin_LINE()) const;
 
-  /// The raw form of a tag.
-  struct KeptTag {
-    std::array<unsigned char, 24> bytes;
-    long length;
-  };
-
-  mutable std::vector<KeptTag> keptTags_;  // of the first data
+  std::int64_t tail_ = -1;  // all valid data were found to end before this; -1 when that is not known
   bool readOnly_ = false;
   bool listsInFile_ = true;  // false while the disk refuses to take lists that it has lost
 };

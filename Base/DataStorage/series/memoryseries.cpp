@@ -46,7 +46,9 @@ int dtsr_cMemorySeriesBase::NextWriteIndex() const noexcept { return std::min(wr
 
 void dtsr_cMemorySeriesBase::GetTag(int i, dtsr_cDataTag& tag) const {
   if (i < 0 || i >= NextWriteIndex()) arr_IndexError(i, NextWriteIndex());
-  tag.SetEqual(*tags_[AbsIndex(i)]);
+  const dtsr_cDataTag& stored = *tags_[AbsIndex(i)];
+  tag.SetEqual(stored);
+  tag.filledFrom_ = stored.TagTypeID();
 }
 
 void dtsr_cMemorySeriesBase::SetNewestTag(const dtsr_cDataTag& tag) {

@@ -44,8 +44,6 @@ class DATASTORAGE_EXPORT dtsr_cMemorySeriesBase {
   int AbsIndex(int i) const;
 
  private:
-  void Swap(dtsr_cMemorySeriesBase& other) noexcept;
-
   arr_cArray<dtsr_cDataTag*> tags_;  // owned; null where none was stored yet
   int writeCount_ = 0;               // since construction or reset, not limited to the capacity
   std::unique_ptr<dtsr_cDataTag> sampleTag_;

@@ -5,16 +5,18 @@
 dtsr_cDataSeriesBase::~dtsr_cDataSeriesBase() = default;
 
 int dtsr_cDataSeriesBase::DataIndex(const dtsr_cDataTag& tag, type_cBoolean compareTime) const {
-  // A copy of the caller's tag would take the values of another kind and look equal. A series that was cut
-  // off during its first append may not know its kind.
-  const unsigned int kind = TagTypeID();
-  if (kind != 0 && kind != tag.TagTypeID()) return -1;
-
-  const std::unique_ptr<dtsr_cDataTag> stored(tag.pCopy());
   const int n = NextWriteIndex();
+  const unsigned int kind = tag.TagTypeID();
+  const std::unique_ptr<dtsr_cDataTag> stored(tag.pCopy());
   for (int i = 0; i < n; ++i) {
-    GetTag(i, *stored);
-    if (stored->IsEqual(tag, compareTime)) return i;
+    stored->filledFrom_ = kind;
+    try {
+      GetTag(i, *stored);
+    } catch (const dtsr_cTagTypeException&) {
+      continue;
+    }
+    // A tag that took what it could of another kind would look equal.
+    if (stored->filledFrom_ == kind && stored->IsEqual(tag, compareTime)) return i;
   }
   return -1;
 }

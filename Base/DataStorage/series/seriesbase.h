@@ -24,8 +24,9 @@ class DATASTORAGE_EXPORT dtsr_cDataSeriesBase {
   virtual int NextWriteIndex() const = 0;
   /// Makes the series empty.
   virtual void ResetWriteIndex() = 0;
-  /// The oldest datum whose tag equals `tag`, -1 when there is none. The kind of the tag is always compared
-  /// with that of the series, the time when `compareTime` is set. Goes through all tags one by one.
+  /// The oldest datum whose tag equals `tag`, -1 when there is none. Tags of another kind never do; the time
+  /// is compared when `compareTime` is set. Goes through all tags one by one, with `GetTag` into a copy of
+  /// `tag`; what that throws ends the search, except for dtsr_cTagTypeException.
   virtual int DataIndex(const dtsr_cDataTag& tag, type_cBoolean compareTime) const;
   /// Whether datum i is there.
   virtual type_cBoolean bHasData(int i);
