@@ -218,7 +218,7 @@ void dtsr_cFileSeriesBase::ReadDimensionArray(dtsr_cDimensionArray& dimensions) 
 }
 
 void dtsr_cFileSeriesBase::GetTag(int i, dtsr_cDataTag& tag) const {
-  if (!sampleTag_ && (tagTypeID_ == 0 || tagTypeID_ == tag.TagTypeID())) sampleTag_.reset(tag.pCopy());
+  if (!sampleTag_) sampleTag_.reset(tag.pCopy());
   bstr_cKeptReading kept(file_, tagOffsets_[i]);
   tag.Read(kept.Input());
   if (!bGood()) source_file.ThrowUserError("Can't read tag.");

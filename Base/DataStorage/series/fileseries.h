@@ -76,8 +76,8 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
   /// caller's object is unchanged then.
   void ReadDimensionArray(dtsr_cDimensionArray& dimensions);
   /// Reads the tag of datum i < NextWriteIndex(). Throws what the tag throws, and "Can't read tag.";
-  /// a slot that does not exist raises arr_IndexError. The first tag asked for becomes the sample tag, unless
-  /// the file holds one of another kind there.
+  /// a slot that does not exist raises arr_IndexError. The first tag asked for becomes the sample tag, also
+  /// when it cannot be read.
   void GetTag(int i, dtsr_cDataTag& tag) const;
   /// Appends the tag of the datum that was just written, which ends at the position of the output. Raises
   /// arr_IndexError when the series is full. Throws "Can't write to series file ..." when the datum or the
