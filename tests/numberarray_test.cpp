@@ -162,7 +162,8 @@ template <class X, class Y>
 constexpr bool bReadable = requires(const darr_c2DArray& array, X x, Y y) {
   array.Value(x, y);
 };
-static_assert(bReadable<float, double> && !bReadable<int, double> && !bReadable<double, long>);
+static_assert(bReadable<float, double> && !bReadable<int, double> && !bReadable<double, short> &&
+              !bReadable<double, unsigned long> && !bReadable<long, float>);
 
 TEST(NumberArray, TakesOneNumberForAllElementsAndConverts) {
   parr_c1DNumberArray line(10, Type(dtyp_UBin16), nullptr);

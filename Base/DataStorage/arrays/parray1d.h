@@ -106,9 +106,9 @@ class DATASTORAGE_EXPORT parr_c1DNumberArray : public detail::NumberArray<parr_c
   /// The number of axes.
   int Dimension() const noexcept { return 1; }
 
-  /// Element `i`, an index of any integer type. A complex element without an imaginary part comes as a real
-  /// number.
+  /// Element `i`. A complex element without an imaginary part comes as a real number.
   pnum_cNumber Value(int i) const;
+  /// The same for an index of another integer type, of which no bits are lost.
   template <detail::WideInteger T>
   pnum_cNumber Value(T i) const {
     return Value(static_cast<int>(detail::CheckedIndex(detail::WideIndex(i), NumIndices())));
@@ -116,6 +116,7 @@ class DATASTORAGE_EXPORT parr_c1DNumberArray : public detail::NumberArray<parr_c
   /// Element `i` becomes `value`. The array first takes a type that holds both. An index outside the array
   /// stores nothing.
   void SetValue(const pnum_cNumber& value, int i);
+  /// The same for an index of another integer type, of which no bits are lost.
   template <detail::WideInteger T>
   void SetValue(const pnum_cNumber& value, T i) {
     const std::int64_t index = detail::WideIndex(i);

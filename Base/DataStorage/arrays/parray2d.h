@@ -117,10 +117,10 @@ class DATASTORAGE_EXPORT parr_c2DNumberArray : public detail::NumberArray<parr_c
   /// (0, 0) to (nx, ny).
   rnge_c2DIndexRange IndexRange() const;
 
-  /// Element (x, y), indices of any integer types. Only the position y * nx + x is checked: an x that is too
-  /// large reaches into the rows that follow. A complex element without an imaginary part comes as a real
-  /// number.
+  /// Element (x, y). Only the position y * nx + x is checked: an x that is too large reaches into the rows
+  /// that follow. A complex element without an imaginary part comes as a real number.
   pnum_cNumber Value(int x, int y) const;
+  /// The same for indices of other integer types, of which no bits are lost.
   template <class X, detail::WideWith<X> Y>
   pnum_cNumber Value(X x, Y y) const {
     const auto [i, j] = Indices(detail::WideIndex(x), detail::WideIndex(y));
@@ -128,6 +128,7 @@ class DATASTORAGE_EXPORT parr_c2DNumberArray : public detail::NumberArray<parr_c
   }
   /// Element (x, y), checked in the same way, becomes `value`. The array first takes a type that holds both.
   void SetValue(const pnum_cNumber& value, int x, int y);
+  /// The same for indices of other integer types, of which no bits are lost.
   template <class X, detail::WideWith<X> Y>
   void SetValue(const pnum_cNumber& value, X x, Y y) {
     const auto [i, j] = Indices(detail::WideIndex(x), detail::WideIndex(y));

@@ -3,15 +3,6 @@
 #include <DataStorage/arrays/parray2d.h>
 #include <DataStorage/data/darray1d.h>
 
-namespace detail {
-
-/// An index and a position, in either order.
-template <class Y, class X>
-concept OtherKindThan = (std::integral<X> && std::floating_point<Y>) ||
-                        (std::floating_point<X> && std::integral<Y>);
-
-}  // namespace detail
-
 /// A calibrated two-dimensional data array; axis by axis like darr_c1DArray. Element (i, j) lies at
 /// (`Cal().PositionX(i)`, `Cal().PositionY(j)`); the array covers the rectangle from (PositionX(0),
 /// PositionY(0)) to (PositionX(NX), PositionY(NY)).
@@ -58,14 +49,14 @@ class DATASTORAGE_EXPORT darr_c2DArray : public detail::DataArray<parr_c2DNumber
   /// without elements, a zero of the element type. Two floats are a position, two integers are indices; one
   /// of each could be meant either way and does not compile.
   pnum_cNumber Value(double x, double y) const;
-  template <class X, detail::OtherKindThan<X> Y>
-  pnum_cNumber Value(X, Y) const = delete;
+  pnum_cNumber Value(int x, double y) const = delete;
+  pnum_cNumber Value(double x, int y) const = delete;
   /// Sets the element in whose cell (x, y) lies, at the indices that the calibration gives. Where there is
   /// none the array grows as far as needed, by zeros, but only along axes of positive delta; otherwise, and
   /// for a position that is not a number, arr_IndexError is raised. An error leaves the array as it was.
   void SetValue(const pnum_cNumber& value, double x, double y);
-  template <class X, detail::OtherKindThan<X> Y>
-  void SetValue(const pnum_cNumber& value, X, Y) = delete;
+  void SetValue(const pnum_cNumber& value, int x, double y) = delete;
+  void SetValue(const pnum_cNumber& value, double x, int y) = delete;
 
   /// The elements of an index range, with the positions they had; those outside the array take its fill
   /// value. rnge_c2DIndexRange::Null gives the whole array.
