@@ -5,6 +5,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <vector>
 
@@ -33,13 +34,13 @@ struct Node {
 };
 
 template <class T>
-T FromBytes(const std::string& bytes, std::size_t at = 0) {
+T FromBytes(std::string_view bytes, std::size_t at = 0) {
   T value;
   std::memcpy(&value, bytes.data() + at, sizeof value);
   return value;
 }
 
-inline bool ParseAtoms(std::string bytes, int depth, std::vector<Node>& atoms) {
+inline bool ParseAtoms(std::string_view bytes, int depth, std::vector<Node>& atoms) {
   for (; !bytes.empty();) {
     constexpr const char* kinds[] = {"", "byte", "int", "double", "string", "object", "data"};
     if (bytes.size() < 11) return false;
@@ -48,11 +49,11 @@ inline bool ParseAtoms(std::string bytes, int depth, std::vector<Node>& atoms) {
     if (length > bytes.size() - 11) return false;
     Node atom{.name = std::to_string(FromBytes<unsigned short>(bytes)), .kind = kinds[kind <= 6 ? kind : 0]};
     atom.bytes = bytes.substr(11, length);
-    bytes.erase(0, 11 + length);
+    bytes.remove_prefix(11 + length);
     if (atom.kind == "object") {
       if (depth == tgio_MaxNesting || length < 2) return false;
       atom.type = std::to_string(FromBytes<unsigned short>(atom.bytes));
-      if (!ParseAtoms(atom.bytes.substr(2), depth + 1, atom.atoms)) return false;
+      if (!ParseAtoms(std::string_view(atom.bytes).substr(2), depth + 1, atom.atoms)) return false;
     }
     atoms.push_back(std::move(atom));
   }
@@ -141,7 +142,7 @@ std::optional<Node> Parse(const std::string& stream) {
   std::vector<Node> whole;
   if constexpr (std::is_same_v<Kind, Binary>) {
     if (stream.size() < 11 || FromBytes<std::uint64_t>(stream, 3) > stream.size() - 11) return std::nullopt;
-    if (!ParseAtoms(stream.substr(0, 11 + FromBytes<std::uint64_t>(stream, 3)), 0, whole))
+    if (!ParseAtoms(std::string_view(stream).substr(0, 11 + FromBytes<std::uint64_t>(stream, 3)), 0, whole))
       return std::nullopt;
     return whole[0].kind == "object" ? std::optional(whole[0]) : std::nullopt;
   } else {
@@ -266,64 +267,63 @@ bool bIs(const Node& node) {
 }
 
 // What the node holds becomes the value; false, and nothing has changed, when it is damaged.
-inline bool Take(const Node& node, std::optional<cal_c1DArrayCal>& cal) {
+inline bool Take(const Node& node, cal_c1DArrayCal& cal) {
   Field x[] = {{256, "OffsetX", 0}, {288, "DeltaX", 1}, {320, "CalIndexX", 0, true}};
   if (!Take(node, x)) return false;
-  cal.emplace(x[0].value, x[1].value, static_cast<int>(x[2].value));
+  cal = {x[0].value, x[1].value, static_cast<int>(x[2].value)};
   return true;
 }
-inline bool Take(const Node& node, std::optional<cal_c2DArrayCal>& cal) {
-  std::optional<cal_c1DArrayCal> x;
+inline bool Take(const Node& node, cal_c2DArrayCal& cal) {
+  cal_c1DArrayCal x;
   Field y[] = {{272, "OffsetY", 0}, {304, "DeltaY", 1}, {336, "CalIndexY", 0, true}};
   if (!Take(node, x) || !Take(node, y)) return false;
-  cal.emplace(x->OffsetX(), y[0].value, x->DeltaX(), y[1].value, x->CalIndexX(),
-              static_cast<int>(y[2].value));
+  cal = {x.OffsetX(), y[0].value, x.DeltaX(), y[1].value, x.CalIndexX(), static_cast<int>(y[2].value)};
   return true;
 }
-inline bool Take(const Node& node, std::optional<pos_c1DPosition>& position) {
+inline bool Take(const Node& node, pos_c1DPosition& position) {
   Field x[] = {{pos_X_Tag, pos_X_String, 0}};
   if (!Take(node, x)) return false;
-  position.emplace(x[0].value);
+  position = x[0].value;
   return true;
 }
-inline bool Take(const Node& node, std::optional<pos_c2DPosition>& position) {
+inline bool Take(const Node& node, pos_c2DPosition& position) {
   Field at[] = {{pos_X_Tag, pos_X_String, 0}, {pos_Y_Tag, pos_Y_String, 0}};
   if (!Take(node, at)) return false;
-  position.emplace(at[0].value, at[1].value);
+  position = {at[0].value, at[1].value};
   return true;
 }
-inline bool Take(const Node& node, std::optional<rnge_c1DRange>& range) {
+inline bool Take(const Node& node, rnge_c1DRange& range) {
   Field x[] = {{rnge_XminTag, rnge_XminString, 0}, {rnge_XmaxTag, rnge_XmaxString, 0}};
   if (!Take(node, x)) return false;
-  range.emplace(x[0].value, x[1].value);
+  range = {x[0].value, x[1].value};
   return true;
 }
-inline bool Take(const Node& node, std::optional<rnge_c2DRange>& range) {
+inline bool Take(const Node& node, rnge_c2DRange& range) {
   Field at[] = {{rnge_XcenterTag, rnge_XcenterString, 0},
                 {rnge_YcenterTag, rnge_YcenterString, 0},
                 {rnge_XwidthTag, rnge_XwidthString, 0},
                 {rnge_YwidthTag, rnge_YwidthString, 0},
                 {rnge_AngleTag, rnge_AngleString, 0}};
   if (!Take(node, at)) return false;
-  range.emplace(at[0].value, at[1].value, at[2].value, at[3].value, at[4].value);
+  range = {at[0].value, at[1].value, at[2].value, at[3].value, at[4].value};
   return true;
 }
 /// The list keeps the positions in front of the damage. In text it has none.
-inline bool Take(const Node& node, std::optional<pos_c2DPositionList>& list) {
+inline bool Take(const Node& node, pos_c2DPositionList& list) {
   if (node.text) return true;
-  list.emplace();
+  list.Clear();
   for (const Node& atom : node.atoms) {
-    std::optional<pos_c2DPosition> position;
+    pos_c2DPosition position;
     if (!atom.bNamed(256, "")) continue;
     if (!bIs<pos_c2DPosition>(atom) || !Take(atom, position)) return false;
-    list->AddAtTail(new pos_c2DPosition(*position));
+    list.AddAtTail(new pos_c2DPosition(position));
   }
   return true;
 }
 template <class Array, class Numbers, class Cal>
-bool TakeData(const Node& node, std::optional<Array>& array) {
+bool TakeData(const Node& node, Array& array) {
   std::optional<Numbers> numbers;
-  std::optional<Cal> cal(std::in_place);
+  Cal cal;
   int type = 0;
   for (const Node& atom : node.atoms) {
     if (atom.bNamed(parr_DataTypeTag, parr_DataTypeString)) {
@@ -347,28 +347,27 @@ bool TakeData(const Node& node, std::optional<Array>& array) {
   }
   if (!numbers || type > 10) return false;
   if (type != 0) numbers->Convert(static_cast<dtyp_eDataType>(type));
-  array.emplace(*numbers, *cal);
+  array = {*numbers, cal};
   return true;
 }
-inline bool Take(const Node& node, std::optional<darr_c1DArray>& array) {
+inline bool Take(const Node& node, darr_c1DArray& array) {
   return TakeData<darr_c1DArray, parr_c1DNumberArray, cal_c1DArrayCal>(node, array);
 }
-inline bool Take(const Node& node, std::optional<darr_c2DArray>& array) {
+inline bool Take(const Node& node, darr_c2DArray& array) {
   return TakeData<darr_c2DArray, parr_c2DNumberArray, cal_c2DArrayCal>(node, array);
 }
 
-/// Reads the first object of the stream into `object`; whether the result and the object are what they should
-/// be: when the result is false the object is the old one.
+/// Reads the first object of a stream into a copy of an object. Whether the result and the copy are what the
+/// parsed stream says; when the result is false the copy is the old object.
 template <class Kind, class Object>
-bool bReadsAsExpected(const Object& old, const std::string& bytes) {
+bool bReadsAsExpected(const Object& old, const std::string& bytes, const std::optional<Node>& node) {
   Object object(old);
-  std::optional<Object> expected(old);
-  const std::optional<Node> node = Parse<Kind>(bytes);
+  Object expected(old);
   const bool whole = node && bIs<Object>(*node) && Take(*node, expected);
   std::istringstream stream(bytes);
   typename Kind::In in(stream);
   const bool read = bSucceeds([&] { return in.Read(static_cast<tgio_cTaggedStreamObject&>(object)); });
-  return read == whole && TaggedForm<Binary>(object) == TaggedForm<Binary>(*expected);
+  return read == whole && TaggedForm<Binary>(object) == TaggedForm<Binary>(expected);
 }
 
 }  // namespace fuzz

@@ -32,8 +32,9 @@ int ReadObjects(const std::uint8_t* bytes, std::size_t n) {
   typename Kind::In in(stream);
   auto objects = PersistentObjects();
   const auto offer = [&](auto&... object) { return (bTakes<Kind>(object, in) || ...); };
+  const auto node = Parse<Kind>(stream.str());
   const auto expected = [&](const auto&... object) {
-    return (bReadsAsExpected<Kind>(object, stream.str()) && ...);
+    return (bReadsAsExpected<Kind>(object, stream.str(), node) && ...);
   };
   Require(std::apply(expected, objects));
   while (!in.eof())

@@ -157,9 +157,9 @@ class DATASTORAGE_EXPORT tgio_cBinary_ostream : private detail::ObjectDraft {
 /// anything of it is offered; memory is taken as data arrive, never by a length that the data claim.
 ///
 /// What could not be read (another type, a damaged object, an atom of another kind) stays current and may be
-/// read as something else. A whole object may be passed over with SkipObject instead. An atom may not: the
-/// object that it belongs to knows it, and would be read without it; it fails. Atoms that nobody tried to
-/// read are passed over, also those that an object or stream object leaves behind.
+/// read as something else. A whole object may also be passed over with SkipObject. An atom may not: its
+/// object knows it and would lack it, so that reading the object fails. Atoms that nobody tried to read are
+/// passed over, also those that an object leaves behind, and so is what a stream object leaves of its bytes.
 class DATASTORAGE_EXPORT tgio_cBinary_istream {
  public:
   /// Reads from where `in` stands.
