@@ -2,6 +2,7 @@
 #include "tagged.h"
 #include <DataStorage/positions/pos1d.h>
 #include <DataStorage/positions/pos2d.h>
+#include <DataStorage/series/datatag.h>
 
 namespace {
 
@@ -33,6 +34,40 @@ TEST(Positions, OfferAndAnnounceEveryRealChange) {
   pos_c2DPosition(p).Move(5, 5);
   EXPECT_EQ(plane.Heard(), "oaoa");
   EXPECT_EQ(p, pos_c2DPosition(2, 3));
+}
+
+TEST(Positions, AreHeardByTheirOverridesWithoutAnyReceiver) {
+  Talker<pos_c1DPosition> x;
+  x = pos_c1DPosition(4);
+  EXPECT_EQ(x.Heard(), "oa");
+  Talker<pos_c2DPosition> p;
+  p.Move(0, 0);
+  p.Move(1, 0);
+  EXPECT_EQ(p.Heard(), "oa");
+  EXPECT_EQ(p, pos_c2DPosition(1, 0));
+  Talker<dtsr_c2DPosition> tag;
+  tag.SetEqual(dtsr_c2DPosition(1, 2, 3));
+  EXPECT_EQ(tag.Heard(), "oa");
+}
+
+TEST(Positions, KeepTheSignOfAZeroWhileSomebodyListens) {
+  const auto check = [](auto& position, auto negate, auto x) {
+    negate(position);
+    EXPECT_TRUE(std::signbit(x(position)));
+    Watcher<mesg_sMessageData> watcher(position);
+    position = std::decay_t<decltype(position)>();
+    EXPECT_TRUE(std::signbit(x(position)));
+    EXPECT_EQ(watcher.Heard(), "");
+  };
+  pos_c1DPosition x;
+  check(
+      x, [](auto& p) { p.SetX(-0.0); }, [](auto& p) { return p.X(); });
+  pos_c2DPosition p(1, 0);
+  check(
+      p, [](auto& q) { q.SetPosition(-0.0, 0); }, [](auto& q) { return q.X(); });
+  Talker<dtsr_c2DPosition> tag;
+  tag = dtsr_c2DPosition(-0.0, 0, 0);
+  EXPECT_TRUE(std::signbit(tag.X())) << "tags are read bit for bit";
 }
 
 TEST(Positions, TakeWhatALimitMakesOfTheProposal) {

@@ -69,6 +69,48 @@ TEST_F(PositionList, ComputesTheBoundingBoxFromHeadToTailToTheLastBit) {
   }
 }
 
+TEST_F(PositionList, KnowsWherePositionsAreWhoseChangeItHasNotHeard) {
+  struct Silent : pos_c2DPosition {
+    type_cBoolean SendMessage(unsigned long, mesg_sMessageData*) override { return true; }
+  };
+  const auto add = [&] { list.AddAtTail(new pos_c2DPosition(1, 1)); };
+  pos_c2DPosition& detached = Point(list, 2);
+  detached.RemoveReceiver(list);
+  detached.SetPosition(1, 4);
+  detached.AddReceiver(list, 0xFFFF);
+  add();
+  EXPECT_EQ(Center(), pos_c2DPosition(2, 2));
+
+  pos_c2DPosition* silent = new Silent;
+  list.AddAtTail(silent);
+  silent->SetPosition(8, 2);
+  add();
+  EXPECT_EQ(Center(), pos_c2DPosition(4, 2));
+
+  Watcher2D late(Point(list, 1)), early(Point(list, 1));
+  Point(list, 1).RemoveReceiver(early);
+  Point(list, 1).AddReceiver(early, 0);
+  late.OnOffer([&](auto&) { add(); });  // while the position is where it was
+  early.OnAnnouncement([](auto&) { throw Refusal(); });
+  EXPECT_THROW(Point(list, 1).SetPosition(4, 8), Refusal);
+  add();
+  EXPECT_EQ(Center(), pos_c2DPosition(4, 4));
+}
+
+TEST_F(PositionList, IsHeardByItsOverridesWithoutAnyReceiver) {
+  Listener<pos_c2DPositionList> derived;
+  Add(derived, {{0, 0}, {2, 2}});
+  EXPECT_EQ(derived.Heard(), "()");
+  Point(derived, 1).Move(2, 0);
+  EXPECT_EQ(derived.Heard(), "(o)()a") << "the centre moves before the list is announced";
+  derived.Center().Move(1, 1);
+  EXPECT_EQ(derived.Heard(), "(o)()()a");
+  derived.SetPositions(list);
+  EXPECT_EQ(derived.Heard(), "()o()()a");
+  Point(list, 0).SetPosition(-0.0, -0.0);
+  EXPECT_FALSE(std::signbit(Point(list, 0).X())) << "the list listens";
+}
+
 TEST_F(PositionList, MovesAsOneFigureWithItsCenter) {
   const Points moved{{1, 0}, {5, 2}, {2, 10}};
   std::string log;

@@ -140,6 +140,47 @@ TEST(Range2D, IsSetAndNegotiatesLikeRange1D) {
   EXPECT_EQ(range.Center(), pos_c2DPosition(3, 5));
 }
 
+TEST(Ranges, AreHeardByTheirOverridesWithoutAnyReceiver) {
+  Listener<rnge_c1DRange> line(0, 2);
+  line.SetRange(3, 7);
+  EXPECT_EQ(line.Heard(), "()oa");
+  line.Center().SetX(1);
+  EXPECT_EQ(line.Heard(), "(o)a");
+  Listener<rnge_c2DRange> plane(0, 0, 2, 2);
+  plane.Move(1, 0);
+  EXPECT_EQ(plane.Heard(), "()oa");
+  plane.Center().Move(0, 1);
+  EXPECT_EQ(plane.Heard(), "(o)a");
+}
+
+TEST(Ranges, KeepTheSignOfAZeroWhileSomebodyListens) {
+  const auto check = [](auto range, auto same, auto signs, auto other) {
+    for (bool asked : {false, true}) {  // who listens to its own centre is no reason to keep it
+      if (asked) range.Center();
+      same(range, asked ? 0.0 : -0.0);
+      EXPECT_EQ(signs(range), std::pair(!asked, !asked));
+    }
+    for (mesg_cSender* sender :
+         {static_cast<mesg_cSender*>(&range), static_cast<mesg_cSender*>(&range.Center())}) {
+      Watcher<mesg_sMessageData> watcher(*sender);
+      same(range, -0.0);
+      EXPECT_EQ(watcher.Heard(), "");
+      EXPECT_EQ(signs(range), std::pair(false, false));
+    }
+    range = other;
+    same(range, -0.0);
+    EXPECT_EQ(signs(range), std::pair(true, true)) << "a change that leaves the centre where it is";
+  };
+  check(
+      rnge_c1DRange(), [](auto& r, double zero) { r.SetRange(zero, zero); },
+      [](auto& r) { return std::pair(std::signbit(r.EndX()), std::signbit(r.CenterX())); },
+      rnge_c1DRange(-1, 1));
+  check(
+      rnge_c2DRange(), [](auto& r, double zero) { r.SetRange(zero, 0, 0, 0, 0); },
+      [](auto& r) { return std::pair(std::signbit(r.CenterX()), std::signbit(r.Center().X())); },
+      rnge_c2DRange(-1, -1, 1, 1));
+}
+
 TEST(Ranges, EndTheirNegotiationAlsoWithoutNumbers) {
   for (double a : {nan, -inf, inf, DBL_MAX})
     for (double b : {nan, inf, DBL_MAX, 0.0}) {

@@ -42,6 +42,29 @@ class Watcher : public mesg_cReceiver {
   Action on_offer_, on_announcement_;
 };
 
+/// Notes what it sends, as a watcher does, also where it has no receivers.
+template <class Sender>
+struct Talker : Sender {
+  using Sender::Sender;
+  using Sender::operator=;
+  type_cBoolean SendMessage(unsigned long id, mesg_sMessageData* data) override {
+    log += id % 2 == 0 ? 'o' : 'a';
+    return Sender::SendMessage(id, data);
+  }
+  std::string Heard() { return std::exchange(log, {}); }
+  std::string log;
+};
+/// And what it receives: '(' and ')'.
+template <class Range>
+struct Listener : Talker<Range> {
+  using Talker<Range>::Talker;
+  using Talker<Range>::operator=;
+  void ReceiveMessage(unsigned long id, mesg_cSender& sender, mesg_sMessageData* data) override {
+    this->log += id % 2 == 0 ? '(' : ')';
+    Range::ReceiveMessage(id, sender, data);
+  }
+};
+
 /// What receivers in tests throw.
 struct Refusal {};
 

@@ -160,6 +160,10 @@ type_cBoolean mesg_cSender::SendMessage(unsigned long id, mesg_sMessageData* dat
   return receivers_ == nullptr || detail::Delivery(*this).Run(id, data);
 }
 
+bool mesg_cSender::bHasReceiversBeside(const mesg_cReceiver& receiver) const noexcept {
+  return receivers_ != nullptr && (receivers_->receiver != &receiver || receivers_->next != nullptr);
+}
+
 void mesg_cSender::DetachAll() noexcept {
   detail::Delivery::SenderEnds(*this);
   while (receivers_ != nullptr) receivers_->Remove();

@@ -45,12 +45,14 @@ class DATASTORAGE_EXPORT mesg_cSender {
   /// otherwise. When an exception or the end of the sender ends that delivery, the message is dropped.
   virtual void QueueMessage(unsigned long id, std::unique_ptr<mesg_sMessageData> data);
   /// Delivers a message to every receiver before it returns. Receivers may change the payload. False when one
-  /// of them has destroyed the sender.
+  /// of them has destroyed the sender. A derived class may override it to hear all messages of its own.
   virtual type_cBoolean SendMessage(unsigned long id, mesg_sMessageData* data);
 
  protected:
   /// False when a message would reach nobody.
   bool bHasReceivers() const noexcept { return receivers_ != nullptr; }
+  /// False when it would reach nobody but this receiver.
+  bool bHasReceiversBeside(const mesg_cReceiver& receiver) const noexcept;
 
  private:
   friend struct detail::Attachment;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <exception>
+#include <typeinfo>
 
 #include <DataStorage/interfaces/mesg.h>
 #include <DataStorage/interfaces/scopedvalue.h>
@@ -15,6 +16,13 @@ struct ChangeMessages {
   unsigned long changing;
   unsigned long changed;
 };
+
+/// Whether an object is of this class itself. One of a derived class may override SendMessage or
+/// ReceiveMessage, and then hears what without receivers reaches nobody else.
+template <class Class>
+bool bExactly(const Class& object) noexcept {
+  return typeid(object) == typeid(Class);
+}
 
 /// Runs a function when the scope is left by an exception. What the function throws is dropped: the first
 /// exception is the one to tell.

@@ -42,14 +42,16 @@ pos_c1DPosition& pos_c1DPosition::operator=(const pos_c1DPosition& other) {
 }
 
 void pos_c1DPosition::SetX(double x) {
-  if (x == x_ || !bHasReceivers()) {  // nobody is told of the sign of a zero
+  if (!bHasReceivers() &&
+      (x == x_ || detail::bExactly(*this))) {  // also when only the sign of a zero changes
     x_ = x;
     return;
   }
+  if (x == x_) return;
   pos_s1DPositionChange change(*this, x);
   detail::Announce(*this, messages, change, [&] {
-    x_ = change.Modified ? change.NewPosition.x_ : x;
-    change.NewPosition.x_ = x_;  // also where a receiver rewrote it without saying so
+    if (!change.Modified) change.NewPosition.x_ = x;  // a receiver may rewrite it without saying so
+    x_ = change.NewPosition.x_;
   });
 }
 

@@ -10,9 +10,10 @@ struct pos_s1DPositionChange;
 ///
 /// A new value is first offered (`pos_1DPositionChanging`): a receiver may limit it by rewriting the
 /// payload's NewPosition and setting Modified. The value then adopted is announced (`pos_1DPositionChanged`),
-/// also when a limit has set it back to the old one. Copies have no receivers. A receiver may destroy the
-/// position whose message it is being given; the change ends there. When a receiver throws, the exception
-/// reaches the caller; the position keeps the value that it has by then.
+/// also when a limit has set it back to the old one. Both messages go through the virtual SendMessage, also
+/// where there are no receivers. Copies have no receivers. A receiver may destroy the position whose message
+/// it is being given; the change ends there. When a receiver throws, the exception reaches the caller; the
+/// position keeps the value that it has by then.
 class DATASTORAGE_EXPORT pos_c1DPosition : public tgio_cTaggedStreamObject, public mesg_cSender {
  public:
   /// The coordinate as it is read from a tagged stream; 0 where the stream does not hold it.
@@ -35,7 +36,8 @@ class DATASTORAGE_EXPORT pos_c1DPosition : public tgio_cTaggedStreamObject, publ
 
   /// The coordinate.
   double X() const noexcept { return x_; }
-  /// Changes the coordinate; does nothing when it has that value already.
+  /// Changes the coordinate; does nothing when it has that value already, except that a zero takes the sign
+  /// of the given one where there are no receivers.
   virtual void SetX(double x);
 
   /// Coordinate by coordinate.
@@ -56,6 +58,8 @@ class DATASTORAGE_EXPORT pos_c1DPosition : public tgio_cTaggedStreamObject, publ
   type_cBoolean Write(tgio_cBinary_ostream& out) const override;
 
  private:
+  friend class rnge_c1DRange;
+
   double x_;
 };
 

@@ -45,17 +45,15 @@ pos_c2DPosition& pos_c2DPosition::operator=(const pos_c2DPosition& other) {
 }
 
 void pos_c2DPosition::SetPosition(double x, double y) {
-  if ((x == x_ && y == y_) || !bHasReceivers()) {  // nobody is told of the sign of a zero
-    x_ = x;
-    y_ = y;
-    return;
-  }
+  const bool same = x == x_ && y == y_;
+  if (!bHasReceivers() && (same || detail::bExactly(*this)))
+    return Take(x, y);  // same: but for a zero's sign
+  if (same) return;
   pos_s2DPositionChange change(*this, {x, y});
   detail::Announce(*this, messages, change, [&] {
-    x_ = change.Modified ? change.NewPosition.x_ : x;
-    y_ = change.Modified ? change.NewPosition.y_ : y;
-    change.NewPosition.x_ = x_;  // also where a receiver rewrote it without saying so
-    change.NewPosition.y_ = y_;
+    if (change.Modified) return Take(change.NewPosition.x_, change.NewPosition.y_);
+    Take(x, y);
+    change.NewPosition.Take(x, y);  // a receiver may have rewritten it without saying so
   });
 }
 

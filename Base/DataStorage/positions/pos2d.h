@@ -32,7 +32,8 @@ class DATASTORAGE_EXPORT pos_c2DPosition : public tgio_cTaggedStreamObject, publ
   /// A coordinate.
   double X() const noexcept { return x_; }
   double Y() const noexcept { return y_; }
-  /// Changes both coordinates at once; does nothing when they have these values already.
+  /// Changes both coordinates at once; does nothing when they have these values already, except that zeros
+  /// take the signs of the given ones where there are no receivers.
   virtual void SetPosition(double x, double y);
   /// Adds to the coordinates, by one call of SetPosition.
   virtual void Move(double dx, double dy);
@@ -58,9 +59,21 @@ class DATASTORAGE_EXPORT pos_c2DPosition : public tgio_cTaggedStreamObject, publ
   type_cBoolean Write(tgio_cASCII_ostream& out) const override;
   type_cBoolean Write(tgio_cBinary_ostream& out) const override;
 
+ protected:
+  /// Takes the coordinates over without messages and limits: for derived classes where nobody listens.
+  void Take(double x, double y) noexcept {
+    x_ = x;
+    y_ = y;
+    if (boxed_ != nullptr) *boxed_ = false;
+  }
+
  private:
+  friend class pos_c2DPositionList;
+  friend class rnge_c2DRange;
+
   double x_;
   double y_;
+  bool* boxed_ = nullptr;  // of the list that owns it: false once a position has changed, heard of or not
 };
 
 /// What a 2D position sends with its messages.

@@ -36,9 +36,10 @@ pos_c2DPositionList& pos_c2DPositionList::operator=(const pos_c2DPositionList& s
 void pos_c2DPositionList::Append(std::unique_ptr<pos_c2DPosition> position) {
   position->AddReceiver(*this, 0xFFFF);
   InsertAtTail(position.get());
-  const pos_c2DPosition& added = *position.release();
+  pos_c2DPosition& added = *position.release();
+  added.boxed_ = &boxed_;
   // The box grows from head to tail, so a position at the tail is the next step of the same computation.
-  if (box_) *box_ = {box_->x.Hull({added.X(), 0}), box_->y.Hull({added.Y(), 0})};
+  if (boxed_) box_ = {box_.x.Hull({added.X(), 0}), box_.y.Hull({added.Y(), 0})};
 }
 
 void pos_c2DPositionList::AppendCopies(const pos_c2DPositionList& other) {
@@ -56,14 +57,14 @@ void pos_c2DPositionList::AddAtHead(pos_c2DPosition* position) {
   std::unique_ptr<pos_c2DPosition> owner(position);
   owner->AddReceiver(*this, 0xFFFF);
   InsertAtHead(position);
-  static_cast<void>(owner.release());
-  box_.reset();
+  owner.release()->boxed_ = &boxed_;
+  boxed_ = false;
   Recenter();
 }
 
 void pos_c2DPositionList::Clear() noexcept {
   ++generation_;
-  box_.reset();
+  boxed_ = false;
   for (const pos_c2DPosition* each : *this) delete each;
   list_cPtrList::Clear();
 }
@@ -79,16 +80,20 @@ pos_c2DPosition& pos_c2DPositionList::Center() {
 }
 
 pos_c2DPosition pos_c2DPositionList::CenterPos() const noexcept {
-  if (!box_) {
+  if (!boxed_) {
     const pos_c2DPosition& first = **begin();
-    BoundingBox box{{first.X(), 0}, {first.Y(), 0}};
-    for (const pos_c2DPosition* each : *this) box = {box.x.Hull({each->X(), 0}), box.y.Hull({each->Y(), 0})};
-    box_ = box;
+    box_ = {{first.X(), 0}, {first.Y(), 0}};
+    for (const pos_c2DPosition* each : *this)
+      box_ = {box_.x.Hull({each->X(), 0}), box_.y.Hull({each->Y(), 0})};
+    boxed_ = true;
   }
-  return {box_->x.center, box_->y.center};
+  return {box_.x.center, box_.y.center};
 }
 
+bool pos_c2DPositionList::bUnheard() const noexcept { return !bHasReceivers() && detail::bExactly(*this); }
+
 void pos_c2DPositionList::MoveCenter(const pos_c2DPosition& center) {
+  if (!detail::bExactly(*this)) Center();  // a derived list may want to hear of it
   const detail::ScopedValue quiet(reacting_, false);
   center_ = center;
 }
@@ -163,9 +168,8 @@ pos_c2DPositionList pos_c2DPositionList::Conjugate() const {
 
 void pos_c2DPositionList::ReceiveMessage(unsigned long id, mesg_cSender& sender, mesg_sMessageData* data) {
   if (id != pos_2DPositionChanging && id != pos_2DPositionChanged) return;
-  const bool fromCenter = &sender == &center_;
-  if (!fromCenter) box_.reset();
   if (!reacting_) return;
+  const bool fromCenter = &sender == &center_;
   const int place = fromCenter ? of_center : PlaceOf(sender);
   if (place < 0 && !fromCenter) return;
   auto& move = static_cast<pos_s2DPositionChange&>(*data);
@@ -176,7 +180,7 @@ void pos_c2DPositionList::ReceiveMessage(unsigned long id, mesg_cSender& sender,
 }
 
 void pos_c2DPositionList::Offer(pos_s2DPositionChange& move, int place) {
-  if (move.Modified || !bHasReceivers()) return;
+  if (move.Modified || bUnheard()) return;
   pos_sPosListChange change(*this, *this);
   if (place == of_center) {
     change.NewList.MoveAll(move.NewPosition - move.OldPosition);
@@ -192,7 +196,7 @@ void pos_c2DPositionList::Offer(pos_s2DPositionChange& move, int place) {
 void pos_c2DPositionList::Follow(const pos_s2DPositionChange& move, int place) {
   const detail::ScopedValue quiet(reacting_, false);
   std::unique_ptr<pos_sPosListChange> change;  // made only when somebody is to be told
-  if (bHasReceivers()) {
+  if (!bUnheard()) {
     change.reset(new pos_sPosListChange(*this));
     if (place != of_center) change->OldList.Replace(place, move.OldPosition);
   }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <memory>
-#include <optional>
 
 #include <DataStorage/interfaces/list.h>
 #include <DataStorage/positions/axis.h>
@@ -22,7 +21,8 @@ struct pos_sPosListChange;
 /// reaches the caller; the positions keep the values that they have by then, and the centre goes back to
 /// their middle.
 ///
-/// Adding at the tail takes constant time, adding at the head and moving a position linear time.
+/// Adding at the tail takes constant time unless a position has moved since the last one was added. Adding at
+/// the head and moving a position take linear time.
 class DATASTORAGE_EXPORT pos_c2DPositionList : public list_cPtrList<pos_c2DPosition>,
                                                public tgio_cTaggedStreamObject,
                                                public mesg_cSender,
@@ -90,6 +90,8 @@ class DATASTORAGE_EXPORT pos_c2DPositionList : public list_cPtrList<pos_c2DPosit
   /// To the middle of the positions; stays where it is when there are none.
   void Recenter();
 
+  /// Whether nobody would hear a message of the list.
+  bool bUnheard() const noexcept;
   /// -1 for a position that is not in the list.
   int PlaceOf(const mesg_cSender& position) const noexcept;
   // These change positions, and the centre stays where it is; to the middle it goes when a receiver throws in
@@ -107,8 +109,9 @@ class DATASTORAGE_EXPORT pos_c2DPositionList : public list_cPtrList<pos_c2DPosit
   bool reacting_ = true;  // false while the list itself moves its centre or its positions
   pos_c2DPosition center_;
   bool attached_ = false;  // to the centre: from the first Center() on, before which nobody else can move it
-  unsigned generation_ = 0;                 // changes when the positions are deleted
-  mutable std::optional<BoundingBox> box_;  // of all positions; empty after one has moved
+  unsigned generation_ = 0;  // changes when the positions are deleted
+  mutable BoundingBox box_{};
+  mutable bool boxed_ = false;  // the box is that of all positions; each of them clears it when it changes
 };
 
 /// What a list of positions sends with its messages.

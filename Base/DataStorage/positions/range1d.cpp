@@ -57,14 +57,18 @@ pos_c1DPosition& rnge_c1DRange::Center() {
 }
 
 void rnge_c1DRange::MoveCenter(const pos_c1DPosition& center) {
+  if (!detail::bExactly(*this)) Center();  // a derived range may want to hear of it
   const detail::ScopedValue updating(updating_, true);
+  if (center_ == center && !center_.bHasReceiversBeside(*this)) center_.x_ = center.x_;  // the sign of a zero
   center_ = center;
 }
 
 void rnge_c1DRange::SetRange(double a, double b) {
   if (a == start_ && b == end_) {
-    start_ = a;  // nobody is told of the sign of a zero
+    if (bHasReceivers() || center_.bHasReceiversBeside(*this)) return;
+    start_ = a;  // the same but for the signs of zeros
     end_ = b;
+    if (const pos_c1DPosition center((a + b) * 0.5); center == center_) MoveCenter(center);
     return;
   }
   const pos_c1DPosition oldCenter = center_;

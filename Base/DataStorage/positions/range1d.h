@@ -56,9 +56,9 @@ class DATASTORAGE_EXPORT rnge_c1DRange : public tgio_cTaggedStreamObject,
   /// The distance from the start of the other range to that of this one.
   double OffsetX(const rnge_c1DRange& other) const noexcept { return start_ - other.start_; }
 
-  /// Changes both ends, given in any order. Throws expt_cUserException when the limits of the range and of
-  /// its centre do not agree within 10 attempts; the ends are unchanged then, the centre is where the last
-  /// attempt left it.
+  /// Changes both ends, given in any order; ends that are the same already are left alone, as SetX does.
+  /// Throws expt_cUserException when the limits of the range and of its centre do not agree within 10
+  /// attempts; the ends are unchanged then, the centre is where the last attempt left it.
   virtual void SetRange(double a, double b);
   /// Moves the range, keeping its size.
   void SetCenter(double center);

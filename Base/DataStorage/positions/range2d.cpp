@@ -67,18 +67,23 @@ pos_c2DPosition& rnge_c2DRange::Center() {
 }
 
 void rnge_c2DRange::MoveCenter(const pos_c2DPosition& center) {
+  if (!detail::bExactly(*this)) Center();  // a derived range may want to hear of it
   const detail::ScopedValue updating(updating_, true);
+  if (center_ == center && !center_.bHasReceiversBeside(*this))
+    center_.Take(center.X(), center.Y());  // the signs of zeros
   center_ = center;
 }
 
 void rnge_c2DRange::SetRange(double xcenter, double ycenter, double xwidth, double ywidth, double angle) {
   if (xcenter == xcenter_ && ycenter == ycenter_ && xwidth == xwidth_ && ywidth == ywidth_ &&
       angle == angle_) {
-    xcenter_ = xcenter;  // nobody is told of the sign of a zero
+    if (bHasReceivers() || center_.bHasReceiversBeside(*this)) return;
+    xcenter_ = xcenter;  // the same but for the signs of zeros
     ycenter_ = ycenter;
     xwidth_ = xwidth;
     ywidth_ = ywidth;
     angle_ = angle;
+    if (const pos_c2DPosition center(xcenter, ycenter); center == center_) MoveCenter(center);
     return;
   }
   const pos_c2DPosition oldCenter = center_;

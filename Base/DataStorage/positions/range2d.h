@@ -58,9 +58,10 @@ class DATASTORAGE_EXPORT rnge_c2DRange : public tgio_cTaggedStreamObject,
   /// A change like any other, with messages and limits.
   rnge_c2DRange& operator=(const rnge_c2DRange& other);
 
-  /// Changes everything at once. Throws expt_cUserException when the limits of the range and of its centre do
-  /// not agree within 10 attempts; the five values are unchanged then, the centre is where the last attempt
-  /// left it. All other changes end here.
+  /// Changes everything at once; values that are the same already are left alone, as SetPosition does. Throws
+  /// expt_cUserException when the limits of the range and of its centre do not agree within 10 attempts; the
+  /// five values are unchanged then, the centre is where the last attempt left it. All other changes end
+  /// here.
   virtual void SetRange(double xcenter, double ycenter, double xwidth, double ywidth, double angle);
   /// Between two opposite corners, in any order; the angle becomes 0.
   void SetRange(double x1, double y1, double x2, double y2);

@@ -3,6 +3,7 @@
 
 #include <DataStorage/interfaces/constants.h>
 #include <DataStorage/interfaces/expt.h>
+#include <DataStorage/positions/change.h>
 #include <DataStorage/series/datatag.h>
 
 namespace {
@@ -64,6 +65,12 @@ dtsr_c2DPosition& dtsr_c2DPosition::operator=(const pos_c2DPosition& position) {
   dtsr_cDataTag::operator=(Now());
   pos_c2DPosition::operator=(position);
   return *this;
+}
+
+void dtsr_c2DPosition::SetPosition(double x, double y) {
+  // A search reads one tag after the other into the same object, which nobody listens to.
+  if (!bHasReceivers() && detail::bExactly(*this)) return Take(x, y);
+  pos_c2DPosition::SetPosition(x, y);
 }
 
 void dtsr_c2DPosition::SetEqual(const dtsr_cDataTag& other) {

@@ -82,6 +82,7 @@ class DATASTORAGE_EXPORT dtsr_c2DPosition : public dtsr_cDataTag, public pos_c2D
   dtsr_c2DPosition& operator=(const pos_c2DPosition& position);
   ~dtsr_c2DPosition() override;
 
+  void SetPosition(double x, double y) override;
   using pos_c2DPosition::Read;
   using pos_c2DPosition::Write;
 
