@@ -7,7 +7,7 @@
 int main() {
   std::ifstream text("examples/data/diffraction_sic_zn.dat");
   darr_c1DArray pattern;
-  if (!asrw_ReadTwoColumn(text, pattern)) return 1;
+  if (!asrw_ReadTwoColumn(text, pattern) || !text.eof()) return 1;  // it ends at what is no number
   std::cout << pattern.NumIndices() << " counts from " << pattern.Range().StartX() << " to "
             << pattern.Range().EndX() << " degrees, a step of " << pattern.DeltaX() << '\n';
 

@@ -31,7 +31,7 @@ class LastReadings : public dtsr_cDataSeriesBase, public dtsr_cMemorySeriesBase 
 int main() {
   std::ifstream text("examples/data/southern_oscillation.dat");
   parr_c1DNumberArray months;
-  if (!asrw_ReadOneColumn(text, months)) return 1;
+  if (!asrw_ReadOneColumn(text, months) || !text.eof()) return 1;
 
   LastReadings readings(3);
   for (int month = 0; month < months.NumIndices(); ++month) {

@@ -13,8 +13,20 @@ class TravelLimit : public mesg_cReceiver {
   void ReceiveMessage(unsigned long id, mesg_cSender& /*scan*/, mesg_sMessageData* data) override {
     if (id != rnge_1DRangeChanging) return;
     auto& change = static_cast<rnge_s1DRangeChange&>(*data);
-    change.Modified = !travel_.Contains(change.NewRange);
-    if (change.Modified) change.NewRange = change.NewRange & travel_;
+    rnge_c1DRange& scan = change.NewRange;
+    change.Modified = !travel_.Contains(scan);
+    if (!change.Modified) return;
+
+    const double size = scan.SizeX();
+    if (!(scan.StartX() < travel_.EndX() && scan.EndX() > travel_.StartX())) {
+      scan = change.OldRange;  // beside the travel, or not a number: refused
+    } else if (size > travel_.SizeX()) {
+      scan = travel_;
+    } else if (scan.StartX() < travel_.StartX()) {  // moved back, not cut: a scan that is moved by its centre
+      scan.SetRange(travel_.StartX(), travel_.StartX() + size);  // keeps its size, whatever is proposed here
+    } else {
+      scan.SetRange(travel_.EndX() - size, travel_.EndX());
+    }
   }
 
  private:
@@ -42,10 +54,10 @@ int main() {
   scan.SetRange(20.0, 60.0);
   std::cout << "asked for the centre 90:\n";
   scan.SetCenter(90.0);
-  std::cout << "moved by its centre:\n";
-  scan.Center().SetX(50.0);
-
-  scan.RemoveReceiver(limit);
-  std::cout << "without the limit:\n";
+  std::cout << "moved by its centre to 5:\n";
+  scan.Center().SetX(5.0);
+  std::cout << "asked for 500 to 600:\n";
+  scan.SetRange(500.0, 600.0);
+  std::cout << "asked for a size of 300:\n";
   scan.SetSizeX(300.0);
 }

@@ -1,6 +1,7 @@
 #include <cstdlib>
 #include <iostream>
 #include <stdexcept>
+#include <string>
 
 #include <DataStorage/data/asciirw.h>
 #include <DataStorage/data/darray1d.h>
@@ -37,10 +38,21 @@ int main(int argc, char* argv[]) try {
   }
   std::cout << file.NextWriteIndex() << " of " << file.Size() << " data\n";
 
+  if (argc == 2) return 0;
+  if (argc - 2 != dimensions.NumberDimensions()) throw std::runtime_error("one position for each dimension");
   arr_cC_Array<double> place(argc - 2);
-  if (place.Size() != dimensions.NumberDimensions()) return 0;
-  for (int k = 0; k < place.Size(); ++k) place[k] = std::atof(argv[k + 2]);
-  const int i = dimensions.Index(place);  // not checked: a place outside may give the index of another datum
+  for (int k = 0; k < place.Size(); ++k) {
+    char* end;
+    place[k] = std::strtod(argv[k + 2], &end);
+    if (*end != '\0') throw std::runtime_error(std::string("not a number: ") + argv[k + 2]);
+  }
+  const arr_cC_Array<int> indices = dimensions.IndexPosition(place);
+  for (int k = 0; k < place.Size(); ++k) {  // beyond a dimension would be the index of another datum
+    if (indices[k] < 0 || indices[k] >= dimensions.Dimension(k).Size()) {
+      throw std::runtime_error("a place outside of the dimensions");
+    }
+  }
+  const int i = dimensions.Index(indices);
   const darr_c1DArray datum = file.Datum(i);
 
   // The kind of the tags is that of the file; each kind has a class to read it into.

@@ -15,6 +15,7 @@ int main() {
   if (!tgio_cASCII_ostream(text).Write(pattern) || !tgio_cBinary_ostream(binary).Write(pattern)) return 1;
   text.close();
   binary.close();
+  if (!text || !binary) return 1;  // a full disk may show only now
 
   std::ifstream file("pattern.tagged", std::ios::binary);
   tgio_cBinary_istream in(file);
