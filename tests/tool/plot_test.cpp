@@ -114,7 +114,7 @@ TEST_F(Plots, ShowPlanesUprightWithTheirGaps) {
   Refuse("plot a.dseries 0 --contrast 4,0", "neither 'full' nor two values that rise");
   Refuse("plot a.dseries 0 --log --contrast 0,4", "above 0");
   Refuse("get a.dseries 0 -o a.bmp --colors viridis", "colours go to .png");
-  EXPECT_THAT(Succeed("plot a.dseries --row-at 1"), HasSubstr("\n━━ n 0   ━━ n 1\n"));
+  EXPECT_THAT(Succeed("plot a.dseries --row-at 1"), HasSubstr("\n━1━ n 0   ━2━ n 1\n"));
 }
 
 TEST_F(Plots, TellWhatTheirScaleCutsOff) {

@@ -156,6 +156,37 @@ class Painter {
     cairo_set_dash(cairo_, dashes, i / curve_colors % 2 == 0 ? 0 : static_cast<int>(std::size(dashes)), 0);
   }
 
+  /// A shape on a curve that tells it from the others of the same dashes without its colour.
+  void CurveMark(std::size_t i, double x, double y) {
+    constexpr double radius = 3.6, pi = std::numbers::pi;
+    static constexpr struct {
+      int corners;
+      double turn;
+    } shapes[curve_colors] = {{0, 0}, {4, pi / 4}, {3, -pi / 2}, {4, 0}, {3, pi / 2}, {2, pi / 4}};
+    const auto [corners, turn] = shapes[i % curve_colors];
+    const auto at = [&](double angle) {
+      cairo_line_to(cairo_, x + radius * std::cos(angle), y + radius * std::sin(angle));
+    };
+    cairo_save(cairo_);
+    Color(CurveColor(i));
+    cairo_new_path(cairo_);
+    if (corners == 2) {  // a cross
+      cairo_set_dash(cairo_, nullptr, 0, 0);
+      cairo_set_line_width(cairo_, 1.5);
+      for (const double angle : {turn, -turn}) {
+        at(angle);
+        at(angle + pi);
+        cairo_stroke(cairo_);
+      }
+    } else if (corners == 0) {
+      cairo_arc(cairo_, x, y, radius * 0.9, 0, 2 * pi);
+    } else {
+      for (int corner = 0; corner < corners; ++corner) at(turn + 2 * pi * corner / corners);
+    }
+    cairo_fill(cairo_);
+    cairo_restore(cairo_);
+  }
+
   void Line(double x1, double y1, double x2, double y2) {
     cairo_move_to(cairo_, x1, y1);
     cairo_line_to(cairo_, x2, y2);
@@ -229,6 +260,7 @@ class Painter {
       CurveStyle(i);
       cairo_set_line_width(cairo_, 2);
       Line(x, margin + y - 6, x + legend_line - gap, margin + y - 6);
+      CurveMark(i, x + (legend_line - gap) / 2, margin + y - 6);
       cairo_restore(cairo_);
       Color(ink);
       Text(Fitting(figure_.curves[i].name, width_ - 2 * margin - legend_line), x + legend_line,
@@ -273,7 +305,9 @@ class Painter {
 
   void PaintCurve(std::size_t number) {
     const Curve& curve = figure_.curves[number];
-    constexpr double dot = 2, sparse = 7;
+    constexpr double dot = 2, beyond = 4;
+    const bool marked = figure_.curves.size() > 1;
+    const double sparse = marked ? 12 : 7;
     const Curve thin = Thinned(curve);
     const std::size_t n = thin.x.size();
     const bool dots =
@@ -283,7 +317,8 @@ class Painter {
     };
     std::vector<std::size_t> dotted;
     cairo_save(cairo_);
-    cairo_rectangle(cairo_, frame_.x - dot, frame_.y - dot, frame_.width + 2 * dot, frame_.height + 2 * dot);
+    cairo_rectangle(cairo_, frame_.x - beyond, frame_.y - beyond, frame_.width + 2 * beyond,
+                    frame_.height + 2 * beyond);
     cairo_clip(cairo_);
     CurveStyle(number);
     cairo_set_line_width(cairo_, 1.2);
@@ -297,10 +332,31 @@ class Painter {
       if ((begins && ends) || dots) dotted.push_back(i);
     }
     for (const std::size_t i : dotted) {
+      if (marked) {
+        CurveMark(number, X(thin.x[i]), Y(thin.y[i]));
+        continue;
+      }
       cairo_arc(cairo_, X(thin.x[i]), Y(thin.y[i]), dot, 0, 2 * std::numbers::pi);
       cairo_fill(cairo_);
     }
+    if (marked && !dots) MarkCurve(number, thin);
     cairo_restore(cairo_);
+  }
+
+  /// Marks at some places, at which no other curve has one.
+  void MarkCurve(std::size_t number, const Curve& curve) {
+    constexpr double marks = 6;
+    const double period = frame_.width / marks;
+    const double phase =
+        period * (static_cast<double>(number) + 0.5) / static_cast<double>(figure_.curves.size());
+    double next = frame_.x + phase;
+    for (std::size_t i = 1; i < curve.x.size(); ++i) {
+      const double x1 = X(curve.x[i - 1]), x2 = X(curve.x[i]), y1 = Y(curve.y[i - 1]), y2 = Y(curve.y[i]);
+      for (; next <= x2 && next <= frame_.Right(); next += period) {
+        const double y = x2 > x1 ? y1 + (y2 - y1) * (next - x1) / (x2 - x1) : y2;
+        if (next >= x1 && std::isfinite(y)) CurveMark(number, next, y);
+      }
+    }
   }
 
   void PaintRaster() {

@@ -162,6 +162,42 @@ Canvas RasterCanvas(const Figure& figure, std::size_t room, bool colors) {
   return canvas;
 }
 
+/// What stands on a curve and beside its name, so that they belong together without colours too.
+std::string CurveMark(std::size_t i) {
+  return std::string(1, i < 9 ? static_cast<char>('1' + i) : static_cast<char>('a' + (i - 9) % 26));
+}
+
+/// Puts the mark of a curve on it in some columns, in which no other curve has one.
+void MarkCurve(Canvas& canvas, const Figure& figure, std::size_t c) {
+  constexpr double marks = 4;
+  const Curve& curve = figure.curves[c];
+  const double last_column = static_cast<double>(canvas.Width() - 1);
+  const double period = std::max((last_column + 1) / marks, static_cast<double>(figure.curves.size()));
+  const double phase =
+      std::floor(period * (static_cast<double>(c) + 0.5) / static_cast<double>(figure.curves.size()));
+  bool marked = false;
+  const auto mark = [&](double x, double y) {
+    if (!(x >= 0 && x <= last_column && y >= 0 && y <= 1)) return;
+    const auto row =
+        static_cast<std::size_t>(std::lround((1 - y) * static_cast<double>(canvas.Height() - 1)));
+    canvas.At(static_cast<std::size_t>(x), row) = {CurveMark(c), CurveColor(c), {}};
+    marked = true;
+  };
+  const auto x_of = [&](std::size_t i) { return figure.x.Part(curve.x[i]) * last_column; };
+  const auto y_of = [&](std::size_t i) { return figure.y.Part(curve.y[i]); };
+  for (std::size_t i = 1; i < curve.x.size(); ++i) {
+    const double x1 = x_of(i - 1), x2 = x_of(i), y1 = y_of(i - 1), y2 = y_of(i);
+    if (!std::isfinite(y1) || !std::isfinite(y2) || !(x2 > x1)) continue;
+    const double first = std::ceil((std::max(x1, 0.0) - phase) / period);
+    for (double k = std::max(first, 0.0);; ++k) {
+      const double x = std::floor(phase + k * period);
+      if (x >= x2 || x > last_column) break;
+      if (x >= x1) mark(x, y1 + (y2 - y1) * (x - x1) / (x2 - x1));
+    }
+  }
+  for (std::size_t i = 0; i < curve.x.size() && !marked; ++i) mark(std::round(x_of(i)), y_of(i));
+}
+
 Canvas CurveCanvas(const Figure& figure, std::size_t room) {
   Canvas canvas(room, curve_rows);
   Dots dots(canvas);
@@ -178,6 +214,9 @@ Canvas CurveCanvas(const Figure& figure, std::size_t room) {
       last_x = x;
       last_y = y;
     }
+  }
+  if (figure.curves.size() > 1) {
+    for (std::size_t c = 0; c < figure.curves.size(); ++c) MarkCurve(canvas, figure, c);
   }
   return canvas;
 }
@@ -222,12 +261,14 @@ std::string ColorLine(const Raster& raster, bool colors) {
 }
 
 std::string NameLines(const Figure& figure, std::size_t width, bool colors) {
-  constexpr std::size_t mark_width = 2, gap = 3;
+  constexpr std::size_t mark_width = 3, gap = 3;
   std::string lines;
   std::size_t column = 0;
   for (std::size_t i = 0; i < figure.curves.size(); ++i) {
     Canvas mark(mark_width, 1);
-    for (std::size_t x = 0; x < mark_width; ++x) mark.At(x, 0) = {"━", CurveColor(i), {}};
+    for (std::size_t x = 0; x < mark_width; ++x) {
+      mark.At(x, 0) = {x == mark_width / 2 ? CurveMark(i) : "━", CurveColor(i), {}};
+    }
     const std::string name = Shortened(figure.curves[i].name, width - mark_width - 1);
     const std::size_t length = mark_width + 1 + Width(name);
     const bool fits = column + gap + length <= width;
