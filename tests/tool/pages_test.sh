@@ -24,6 +24,7 @@ expect 'create convert' c
 expect '--version' --v
 expect '--raw' append sst.dseries --ra
 expect 'float32 float64' append sst.dseries sst.f32 --type fl
+expect 'find' help f
 expect '' get ''        # readline completes names of files
 expect '' get --type f  # no option of that command
 expect '' nonsense --

@@ -98,6 +98,7 @@ TEST_F(Pictures, AreStoredInSeriesAndCutInPhysicalUnits) {
   Succeed("append a.dseries a.pgm --offset 10,-1 --delta 2,0.5 --time 7");
   Succeed("image a.pgm --offset 10,-1 --delta 2,0.5 -o a.darr");
   Succeed("append a.dseries a.darr");
+  Refuse("append a.dseries a.darr --offset 1,1", "positions of its own");
   Succeed("append a.dseries values.f32 --raw 3,2");
   const char* const profile = "-1\t5\n-0.5\t2\n";
   for (const std::string source : {"get a.dseries 0", "get a.dseries 1", "image a.darr"}) {
@@ -119,7 +120,6 @@ TEST_F(Pictures, AreStoredInSeriesAndCutInPhysicalUnits) {
   Succeed("get a.dseries 3 --contrast 7,10 -o b.pgm");
   EXPECT_EQ(Read("b.pgm"), "P5\n3 2\n255\n" + Bytes({183, 255, 0, 40, 40, 112}));  // 9 10 nan over 6 7 8
   Refuse("append a.dseries a.pgm", "is full");
-  Refuse("append a.dseries a.darr --offset 1,1", "positions of its own");
   Refuse("append a.dseries a.pgm --delta 1", "--delta takes 2 numbers here");
   Refuse("append a.dseries a.pgm --type sbin8", "cannot be read back");
   Refuse("image a.pgm -o a.pgm", "is the input itself");

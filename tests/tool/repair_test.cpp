@@ -118,7 +118,7 @@ TEST_F(Repair, RefusesWhereNothingCanBeSaved) {
   EXPECT_THAT(Mend({}, DataOffsets).err, HasSubstr("nothing in a.dseries can be saved"));
   EXPECT_THAT(Mend({}, 20).err, HasSubstr("a.dseries is not a series file"));
   EXPECT_FALSE(bExists("b.dseries"));
-  EXPECT_THAT(Run("repair whole.dseries -o whole.dseries").err, HasSubstr("whole.dseries exists already"));
+  EXPECT_THAT(Run("repair whole.dseries -o whole.dseries").err, HasSubstr("is the damaged file itself"));
   EXPECT_EQ(Read("whole.dseries"), bytes_);
 
   std::string numbers;

@@ -6,6 +6,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <iterator>
+#include <numeric>
+#include <set>
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -43,6 +45,14 @@ class Tool : public testing::Test {
   }
   void Write(const std::string& name, const std::string& bytes) {
     std::ofstream(folder_ / name, std::ios::binary) << bytes;
+  }
+  /// The names of all files, each with a blank behind it.
+  std::string Files() {
+    std::set<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(folder_))
+      names.insert(entry.path().filename());
+    return std::accumulate(names.begin(), names.end(), std::string(),
+                           [](const std::string& all, const std::string& name) { return all + name + ' '; });
   }
   bool bExists(const std::string& name) { return std::filesystem::exists(folder_ / name); }
 

@@ -1,21 +1,28 @@
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <ctime>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <type_traits>
 #include <vector>
 
 #include "commands.h"
+#include "console.h"
 #include "failure.h"
 #include "files.h"
 #include "format.h"
 #include "header.h"
 #include "input.h"
+#include "interrupt.h"
+#include "newfile.h"
 #include "progress.h"
 #include "series.h"
+#include "usage.h"
 #include <DataStorage/interfaces/constants.h>
 #include <DataStorage/interfaces/expt.h>
 
@@ -37,7 +44,8 @@ struct Options {
 using TagOf = std::function<std::unique_ptr<dtsr_cDataTag>(int slot)>;
 
 TagOf TagsFor(const Series& series, const Options& options) {
-  const long time = options.time.empty() ? static_cast<long>(std::time(nullptr)) : ParseTime(options.time);
+  const long time =
+      options.time.empty() ? ParseTime(std::to_string(std::time(nullptr))) : ParseTime(options.time);
   const bool position = options.tag_position || !options.at.empty();
   const unsigned int kind = position ? obty_2DPositionType : obty_DataTagType;
   if (const unsigned int present = series.TagTypeID(); present != 0 && present != kind) {
@@ -77,43 +85,102 @@ std::vector<Input<Array>> ReadInputs(const Options& options) {
   return inputs;
 }
 
+/// What is known not to fit is refused before the first datum is stored.
+void CheckSlots(const Series& series, std::int64_t count) {
+  const char* const file = series.FilePath().CString();
+  const int room = series.Size() - series.NextWriteIndex();
+  if (room == 0) {
+    Fail("{} is full: all of its {} slots are filled; go on in another series", file, series.Size());
+  }
+  if (count > room) {
+    Fail("{} has room for {}, and {} given; store the others in another series", file,
+         Count(room, "more datum", "more data"), Count(count, "was", "were"));
+  }
+}
+
+template <class Array>
+void CheckRoom(const Series& series, const std::vector<Input<Array>>& inputs, std::int64_t tag_size) {
+  std::int64_t count = 0, bytes = 0;
+  for (const Input<Array>& input : inputs) {
+    count += input.count.value_or(1);
+    bytes += input.count.value_or(1) * (input.bytes + tag_size);
+  }
+  CheckSlots(series, count);
+  if (bytes > series.Room()) {
+    Fail(
+        "{} has room for {} bytes below 2 GiB, and {} would take {}; store fewer of them, elements of a "
+        "smaller --type, or go on in another series",
+        series.FilePath().CString(), std::max<std::int64_t>(series.Room(), 0), Count(count, "datum", "data"),
+        bytes);
+  }
+}
+
+/// "3 of 5 data were stored", also where nobody knows how many there are.
+std::string StoredText(std::int64_t done, std::optional<std::int64_t> count) {
+  if (count) return fmt::format("{} of {} data were stored", done, *count);
+  return Count(done, "datum was stored", "data were stored");
+}
+
 template <class Array>
 void AppendInputs(const Options& options) {
   DataSeries<Array> series(options.file);
   const TagOf tag_of = TagsFor(series, options);
+  CheckSlots(series, static_cast<std::int64_t>(options.inputs.size()));  // each has a datum or more
 
   const std::vector<Input<Array>> inputs = ReadInputs<Array>(options);
-  std::int64_t count = 0;
-  for (const Input<Array>& input : inputs) count += input.count;
-  if (const int room = series.Size() - series.NextWriteIndex(); count > room) {
-    if (room == 0) Fail("{} is full: all of its {} slots are filled", options.file, series.Size());
-    Fail("{} has room for {}, and {} given", options.file, Count(room, "more datum", "more data"),
-         Count(count, "was", "were"));
-  }
+  CheckRoom(series, inputs, StoredSize(*tag_of(0)));
+  std::optional<std::int64_t> count = 0;
+  for (const Input<Array>& input : inputs)
+    count = count && input.count ? std::optional(*count + *input.count) : std::nullopt;
 
+  const Deferral deferral;  // a datum is stored whole or not at all, and how many were is told
   std::int64_t done = 0;
-  Progress progress("appending", count);
   try {
+    Progress progress("appending", count.value_or(0));
     for (const Input<Array>& input : inputs) {
-      for (int i = 0; i < input.count; ++i) {
-        series.Append(input.datum(i), *tag_of(series.NextWriteIndex()));
-        progress.Show(++done);
+      while (const std::optional<Array> datum = input.next()) {
+        CheckInterruption();
+        if (series.NextWriteIndex() == series.Size())
+          Fail("{} is full, and there are more data", options.file);
+        series.Append(*datum, *tag_of(series.NextWriteIndex()));
+        ++done;
+        if (count) progress.Show(done);
       }
     }
+  } catch (const Interruption& interruption) {
+    throw Interruption(interruption.Signal(),
+                       fmt::format("{}; {}", interruption.what(), StoredText(done, count)));
+  } catch (const Failure& failure) {
+    Fail("{}; {}", failure.what(), StoredText(done, count));
   } catch (const expt_cUserException& error) {
-    Fail("{} {} of {} data were stored", error.Message().CString(), done, count);
+    Fail("{} {}", error.Message().CString(), StoredText(done, count));
   }
-  fmt::print("{}: {} appended, {} of {} slots filled\n", options.file, Count(count, "datum", "data"),
-             series.NextWriteIndex(), series.Size());
+  Note("{}: {} appended, {} of {} slots filled", options.file, Count(done, "datum", "data"),
+       series.NextWriteIndex(), series.Size());
+}
+
+/// Takes out the inputs that are missing, and tells them, if there are others.
+std::vector<std::string> TakeMissing(std::vector<std::string>& inputs) {
+  const auto missing = [](const std::string& path) { return path != "-" && !bExists(path); };
+  const auto first = std::stable_partition(inputs.begin(), inputs.end(), std::not_fn(missing));
+  if (first == inputs.begin()) return {};
+  std::vector<std::string> taken(first, inputs.end());
+  inputs.erase(first, inputs.end());
+  for (const std::string& path : taken) Complain("there is no file {}", path);
+  return taken;
 }
 
 void Append(Options options) {
   options.inputs = Expanded(options.inputs);
+  const std::vector<std::string> missing = TakeMissing(options.inputs);
   if (!options.type.empty()) options.form.type = ElementType(options.type);
   VisitDataType(KnownDataType(options.file), [&]<class Array>(std::type_identity<Array>) {
     CheckForm(options.form, std::is_same_v<Array, darr_c2DArray> ? 2 : 1);
     AppendInputs<Array>(options);
   });
+  if (!missing.empty()) {
+    Fail("stored: {}; not stored: {}", fmt::join(options.inputs, ", "), fmt::join(missing, ", "));
+  }
 }
 
 }  // namespace
@@ -135,7 +202,8 @@ void AddAppend(CLI::App& program) {
       .add_option("--time", options->time,
                   "When the data were taken: ISO 8601 (UTC where no zone is given) or "
                   "seconds since 1970; default: now")
-      ->type_name("TIME");
+      ->type_name("TIME")
+      ->check(StorableTime());
   CLI::Option* at = command.add_option("--at", options->at, "Where the data were taken")
                         ->type_name("X,Y")
                         ->delimiter(',')
@@ -152,7 +220,7 @@ void AddAppend(CLI::App& program) {
                          ->type_name("NX[,NY]")
                          ->delimiter(',')
                          ->allow_extra_args(false)
-                         ->check(CLI::PositiveNumber);
+                         ->check(WholeNumber(1));
   command
       .add_flag("--interleaved", form.interleaved,
                 "Raw: element 0 of all data comes first, then element 1 of all of "

@@ -12,6 +12,7 @@
 #include "format.h"
 #include "header.h"
 #include "show.h"
+#include "usage.h"
 #include <DataStorage/interfaces/constants.h>
 
 namespace dseries {
@@ -112,11 +113,12 @@ void AddChoice(CLI::App& command, Choice& choice, Many many) {
                   many == Many::Yes ? "Linear indices of data: 0 is the one stored first; default: all data"
                                     : "Linear index of the datum: 0 is the one stored first")
       ->expected(0, many == Many::Yes ? CLI::detail::expected_max_vector_size : 1)
-      ->check(CLI::NonNegativeNumber);
+      ->check(WholeNumber(0));
   command.add_option("-i,--index", choice.index, "The index of a datum along each dimension")
       ->type_name("I,J...")
       ->delimiter(',')
-      ->allow_extra_args(false);
+      ->allow_extra_args(false)
+      ->check(WholeNumber(0));
   command.add_option("-p,--position", choice.position, "The position of a datum along each dimension")
       ->type_name("X,Y...")
       ->delimiter(',')

@@ -4,12 +4,13 @@
 #include <string>
 
 #include "commands.h"
+#include "console.h"
 #include "failure.h"
-#include "files.h"
 #include "format.h"
 #include "header.h"
 #include "input.h"
 #include "losses.h"
+#include "newfile.h"
 #include "progress.h"
 #include "series.h"
 
@@ -24,10 +25,25 @@ struct Options {
   bool force = false;
 };
 
+/// Refuses data that will not fit before the first of them is converted.
 template <class Array>
-int CopyConverted(const Options& options, const std::string& path, Losses& losses) {
+void CheckRoom(DataSeries<Array>& from, const Series& to, dtyp_cDataType type) {
+  const int filled = from.NextWriteIndex();
+  std::int64_t bytes = filled > 0 ? filled * StoredSize(*from.Tag(0)) : 0;
+  for (int i = 0; i < filled; ++i) bytes += from.SizeAs(type, i);
+  if (bytes > to.Room()) {
+    Fail(
+        "{} of type {} would take {} bytes, and a series file has room for {} below 2 GiB; choose a smaller "
+        "type",
+        Count(filled, "datum", "data"), ElementName(type), bytes, to.Room());
+  }
+}
+
+template <class Array>
+int CopyConverted(const Options& options, const std::string& path, dtyp_cDataType type, Losses& losses) {
   DataSeries<Array> from(options.file, bstr_OpenReadOnly);
   DataSeries<Array> to(path, from.DimensionArray());
+  CheckRoom(from, to, type);
   const int filled = from.NextWriteIndex();
   Progress progress("converting", filled);
   for (int i = 0; i < filled; ++i) {
@@ -45,14 +61,15 @@ void Convert(const Options& options) {
   if (std::filesystem::equivalent(options.file, options.output, ignored)) {
     Fail("{} is the series itself", options.output);
   }
-  NewFile file(options.output, options.force);
   Losses losses(type);
-  const int count = VisitDataType(data_type, [&]<class Array>(std::type_identity<Array>) {
-    return CopyConverted<Array>(options, file.Path(), losses);
+  int count = 0;
+  MakeSeries(options.output, options.force, [&](const std::string& path) {
+    count = VisitDataType(data_type, [&]<class Array>(std::type_identity<Array>) {
+      return CopyConverted<Array>(options, path, type, losses);
+    });
   });
-  file.Finish();
   if (const std::string text = losses.Text(); !text.empty()) PrintWarning(options.output + ": " + text);
-  fmt::print("{}: {} of type {}\n", options.output, Count(count, "datum", "data"), options.type);
+  Note("{}: {} of type {}", options.output, Count(count, "datum", "data"), options.type);
 }
 
 }  // namespace

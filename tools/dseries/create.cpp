@@ -5,7 +5,7 @@
 
 #include "commands.h"
 #include "dimensions.h"
-#include "files.h"
+#include "newfile.h"
 #include "series.h"
 
 namespace dseries {
@@ -21,12 +21,11 @@ struct Options {
 
 void Create(const Options& options) {
   const dtsr_cDimensionArray dimensions = ParseDimensions(options.dimensions);
-  NewFile file(options.file, options.force);
-  VisitDataType(options.images ? darr_c2DArray::DataTypeID() : darr_c1DArray::DataTypeID(),
-                [&]<class Array>(std::type_identity<Array>) {
-                  const DataSeries<Array> series(file.Path(), dimensions);
-                });
-  file.Finish();
+  MakeSeries(options.file, options.force, [&](const std::string& path) {
+    VisitDataType(
+        options.images ? darr_c2DArray::DataTypeID() : darr_c1DArray::DataTypeID(),
+        [&]<class Array>(std::type_identity<Array>) { const DataSeries<Array> series(path, dimensions); });
+  });
 }
 
 }  // namespace

@@ -51,7 +51,11 @@ void CheckRoom(const dtsr_cDimensionArray& dimensions) {
   for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
     total *= dimensions.Dimension(d).Size();
     if (Header::size + records.Size() + 8 * total > limit) {
-      Fail("the dimensions have too many indices: a series file of them would pass 2 GiB");
+      Fail(
+          "the dimensions have too many indices: the lists of {} slots or more would pass 2 GiB; a series "
+          "file "
+          "has up to {}, without data; lay them out over several files",
+          total, (limit - Header::size - records.Size()) / 8);
     }
   }
 }

@@ -8,8 +8,8 @@
 #include <map>
 #include <utility>
 
+#include "console.h"
 #include "failure.h"
-#include "files.h"
 
 namespace dseries {
 
@@ -191,15 +191,14 @@ Figure FigureOf(std::vector<Curve> curves, const Drawing& drawing, const Caption
 }
 
 void CheckFigureName(const std::string& path) {
-  if (!papers.contains(Extension(path)))
-    Fail("figures are drawn to .png, .svg and .pdf files, and {} is none", path);
+  CheckEnding(path, "figures are drawn", {".png", ".svg", ".pdf"});
 }
 
-void WriteFigure(const std::string& path, const Figure& figure, const std::string& source) {
-  CheckFigureName(path);
-  WriteWhole(path, Painted(figure, papers.at(Extension(path))), source);
+void WriteFigure(const Target& target, const Figure& figure, const std::string& source) {
+  CheckFigureName(target.path);
+  WriteWhole(target, Painted(figure, papers.at(Extension(target.path))), source);
   const std::string cut_off = figure.cut_off.Text();
-  fmt::print("{}: drawn{}{}\n", path, cut_off.empty() ? "" : "; ", cut_off);
+  Note("{}: drawn{}{}", target.path, cut_off.empty() ? "" : "; ", cut_off);
 }
 
 }  // namespace dseries

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "figure.h"
+#include "files.h"
 #include <DataStorage/data/darray1d.h>
 #include <DataStorage/data/darray2d.h>
 
@@ -52,7 +53,7 @@ Figure FigureOf(std::vector<Curve> curves, const Drawing& drawing, const Caption
 
 /// Draws the figure to a file, in the form that its name demands, and tells so on standard output. `source`
 /// as for WriteWhole.
-void WriteFigure(const std::string& path, const Figure& figure, const std::string& source);
+void WriteFigure(const Target& target, const Figure& figure, const std::string& source);
 /// Throws Failure when WriteFigure could not write to a file of this name.
 void CheckFigureName(const std::string& path);
 

@@ -13,6 +13,7 @@
 
 #include "choice.h"
 #include "commands.h"
+#include "console.h"
 #include "failure.h"
 #include "files.h"
 #include "format.h"
@@ -30,7 +31,7 @@ namespace {
 struct Options {
   std::string file;
   Choice choice;
-  std::string output;
+  Target output;
 };
 
 std::vector<cal_cArrayCal> AxesOf(const darr_c1DArray& array) { return {array.Cal().AxisX()}; }
@@ -204,17 +205,15 @@ void ExportSeries(const Options& options, bool npy) {
     WriteData(series, data, CsvWriter<Array>(series, single, out));
   }
   out.Finish();
-  if (options.output != "-") {
-    fmt::print("{}: {}\n", options.output, Count(static_cast<std::int64_t>(data.size()), "datum", "data"));
+  if (options.output.path != "-") {
+    Note("{}: {}", options.output.path, Count(static_cast<std::int64_t>(data.size()), "datum", "data"));
   }
 }
 
 void Export(const Options& options) {
-  const std::string extension = Extension(options.output);
-  const bool npy = extension == ".npy";
-  if (!npy && extension != ".csv" && options.output != "-") {
-    Fail("data are exported to .csv and .npy files, and {} is none", options.output);
-  }
+  const std::string& path = options.output.path;
+  if (path != "-" && !bStream(path)) CheckEnding(path, "data are exported", {".csv", ".npy"});
+  const bool npy = Extension(path) == ".npy";
   VisitDataType(KnownDataType(options.file),
                 [&]<class Array>(std::type_identity<Array>) { ExportSeries<Array>(options, npy); });
 }
@@ -226,10 +225,8 @@ void AddExport(CLI::App& program) {
   CLI::App& command = *program.add_subcommand("export", "Write data as a table for other programs");
   command.add_option("FILE", options->file, "The series file")->required();
   AddChoice(command, options->choice, Many::Yes);
-  command
-      .add_option("-o,--output", options->output,
-                  "Text with commas (.csv), or records of NumPy (.npy). - is text on standard output")
-      ->type_name("OUT")
+  AddTarget(command, options->output,
+            "Text with commas (.csv), or records of NumPy (.npy). - is text on standard output")
       ->required();
   command.footer(
       "Text has a line for each element: its position and value, behind the place and\n"

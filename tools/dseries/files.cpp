@@ -1,19 +1,16 @@
 #include "files.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cstdint>
+#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fmt/format.h>
-#include <fstream>
 #include <glob.h>
-#include <iostream>
-#include <iterator>
 
 #include "failure.h"
 #include "format.h"
-#include "header.h"
 
 namespace dseries {
 
@@ -38,7 +35,10 @@ std::vector<std::string> Expanded(const std::vector<std::string>& names) {
       continue;
     }
     glob_t found{};
-    if (glob(name.c_str(), GLOB_NOSORT, nullptr, &found) != 0) Fail("no file fits {}", name);
+    if (glob(name.c_str(), GLOB_NOSORT, nullptr, &found) != 0) {
+      files.push_back(name);
+      continue;
+    }
     const auto first = files.insert(files.end(), found.gl_pathv, found.gl_pathv + found.gl_pathc);
     globfree(&found);
     std::sort(first, files.end(), [](const std::string& a, const std::string& b) {
@@ -49,60 +49,85 @@ std::vector<std::string> Expanded(const std::vector<std::string>& names) {
 }
 
 std::string ReadWhole(const std::string& path) {
+  const bool standard = path == "-";
+  std::error_code ignored;
+  if (!standard && fs::is_directory(path, ignored)) Fail("{} is a folder", path);
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(
+      standard ? stdin : std::fopen(path.c_str(), "rb"), std::fclose);
+  if (file == nullptr && errno == ENOENT) Fail("there is no file {}", path);
+  if (file == nullptr) Fail("{} cannot be read: {}", path, std::strerror(errno));
+  constexpr std::size_t block = 1 << 16;
+  const auto size = fs::file_size(path, ignored);  // only a hint
   std::string bytes;
-  if (path == "-") {
-    bytes.assign(std::istreambuf_iterator<char>(std::cin), {});
-  } else {
-    bstr_cBinary_fstream file = OpenToRead(path);
-    bytes.resize(static_cast<std::size_t>(file.Input().Size()));
-    if (!file.Input().Read(bytes.data(), static_cast<std::int64_t>(bytes.size()))) {
-      Fail("{} cannot be read", path);
-    }
+  if (!ignored) bytes.reserve(size + block);
+  for (std::size_t used = 0, n = block; n > 0; used += n) {
+    bytes.resize(used + block);
+    n = std::fread(bytes.data() + used, 1, block, file.get());
+    bytes.resize(used + n);
+  }
+  if (std::ferror(file.get()) != 0) {
+    Fail("{} cannot be read: {}", standard ? "standard input" : path, std::strerror(errno));
   }
   return bytes;
 }
 
-OutFile::OutFile(const std::string& path, const std::string& source) : path_(path) {
-  if (path == "-") return;
+CLI::Option* AddTarget(CLI::App& command, Target& target, const std::string& help) {
+  command.add_flag("-f,--force", target.force, "Write over a series file, too; others are replaced anyhow");
+  return command.add_option("-o,--output", target.path, help)
+      ->type_name("OUT")
+      ->transform(CLI::Validator(
+          [](std::string& path) {
+            if (path == "/dev/stdout") path = "-";  // where a file stands there, it must not be replaced
+            return path.empty() ? "the name is empty" : "";
+          },
+          ""));
+}
+
+void CheckEnding(const std::string& path, const std::string& what, const std::vector<std::string>& endings) {
+  const std::string extension = Extension(path);
+  if (std::find(endings.begin(), endings.end(), extension) != endings.end()) return;
+  std::string list;
+  for (const std::string& ending : endings) {
+    if (ending.empty()) continue;
+    list += list.empty() ? "" : ending == endings.back() ? " and " : ", ";
+    list += ending;
+  }
+  Fail("{} to {} files, and {} is none", what, list, path);
+}
+
+OutFile::OutFile(const Target& target, const std::string& source)
+    : name_(target.path), file_(nullptr, std::fclose) {
+  if (name_ == "-") return;
   std::error_code ignored;
-  if (fs::equivalent(path, source, ignored)) Fail("{} is the input itself", path);
-  file_.open(path, std::ios::binary);
-  if (fs::is_regular_file(path, ignored)) unfinished_.emplace(path);
+  if (fs::equivalent(name_, source, ignored)) Fail("{} is the input itself", name_);
+  if (!bStream(name_)) whole_.emplace(name_, target.force ? Replace::Anything : Replace::AllButSeries);
+  file_.reset(std::fopen(whole_ ? whole_->Path().c_str() : name_.c_str(), "wb"));
+  if (file_ == nullptr) Complain();
 }
 
 void OutFile::Write(std::string_view bytes) {
-  if (path_ == "-") {
-    std::fwrite(bytes.data(), 1, bytes.size(), stdout);
-  } else {
-    file_ << bytes;
+  if (name_ == "-") {
+    fmt::print("{}", bytes);
+  } else if (std::fwrite(bytes.data(), 1, bytes.size(), file_.get()) != bytes.size()) {
+    Complain();
   }
 }
 
 void OutFile::Finish() {
-  if (path_ != "-" && !file_.flush()) Fail("{} cannot be written", path_);
-  if (unfinished_) unfinished_->Finished();
+  if (file_ != nullptr && std::fclose(file_.release()) != 0) Complain();
+  if (whole_) whole_->Finish();
 }
 
-void WriteWhole(const std::string& path, std::string_view bytes, const std::string& source) {
-  OutFile out(path, source);
+void OutFile::Complain() const { Fail("{} cannot be written: {}", name_, std::strerror(errno)); }
+
+void WriteWhole(const Target& target, std::string_view bytes, const std::string& source) {
+  OutFile out(target, source);
   out.Write(bytes);
   out.Finish();
 }
 
-NewFile::NewFile(const std::string& path, bool replace)
-    : target_(path), path_(PathFor(path, replace)), unfinished_(path_) {}
-
-std::string NewFile::PathFor(const std::string& path, bool replace) {
-  if (fs::is_directory(path)) Fail("{} is a folder", path);
-  if (!bExists(path)) return path;
-  if (!replace) Fail("{} exists already; --force replaces it", path);
-  if (bExists(path + ".new")) Fail("{}.new is in the way; remove it first", path);
-  return path + ".new";
-}
-
-void NewFile::Finish() {
-  if (path_ != target_) fs::rename(path_, target_);
-  unfinished_.Finished();
+void CheckAll(int failed, std::size_t total) {
+  if (failed > 0) Fail("{} of {} files could not be read", failed, total);
 }
 
 }  // namespace dseries

@@ -1,12 +1,20 @@
 #pragma once
 
-#include <fstream>
+#include <cstdio>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "console.h"
+#include "failure.h"
 #include "newfile.h"
+
+namespace CLI {
+class App;
+class Option;
+}  // namespace CLI
 
 namespace dseries {
 
@@ -17,50 +25,69 @@ std::string Extension(const std::string& path);
 std::string FileName(const std::string& path);
 
 /// The files that are meant: where a name with *, ? or [] is not a file itself, those that it fits, run_2
-/// before run_10. Throws Failure when there are none.
+/// before run_10. A name that fits none is kept, so that it is told as a missing file.
 std::vector<std::string> Expanded(const std::vector<std::string>& names);
 
-/// All bytes of a file, or of standard input for "-".
+/// Does something with each file, also with those behind one where that fails, which is told. Returns with
+/// how many it failed, for CheckAll; with a single file it throws.
+template <class F>
+int ForEach(const std::vector<std::string>& files, F f) {
+  if (files.size() == 1) return f(files.front()), 0;
+  int failed = 0;
+  for (const std::string& file : files) {
+    try {
+      f(file);
+    } catch (const Failure& failure) {
+      Complain("{}", failure.what());
+      ++failed;
+    } catch (const expt_cUserException& error) {
+      Complain("{}", error.Message().CString());
+      ++failed;
+    }
+  }
+  return failed;
+}
+/// Throws Failure when some failed.
+void CheckAll(int failed, std::size_t total);
+
+/// All bytes of a file, which may be a pipe or a device, or of standard input for "-".
 std::string ReadWhole(const std::string& path);
 
-/// A file that is written piece by piece, or standard output for "-". A file that was not finished is
-/// removed.
+/// Where a command writes to.
+struct Target {
+  std::string path;    ///< empty: nowhere; - is standard output
+  bool force = false;  ///< also in place of a series file
+};
+
+/// The options -o and --force.
+CLI::Option* AddTarget(CLI::App& command, Target& target, const std::string& help);
+
+/// Throws Failure when the name of a file does not have one of these endings, "" for none at all. `what` says
+/// what is written, as in "columns of text are written".
+void CheckEnding(const std::string& path, const std::string& what, const std::vector<std::string>& endings);
+
+/// A file that is written piece by piece, or standard output for "-". It appears under its name when it is
+/// finished, but pipes and devices are written at once.
 class OutFile {
  public:
-  /// Throws Failure when it is `source`, from which the bytes come.
-  OutFile(const std::string& path, const std::string& source);
+  /// Throws Failure when the target is `source`, from which the bytes come, or a file that must stay.
+  OutFile(const Target& target, const std::string& source);
 
+  /// Throws Failure when that could not be written, and std::system_error for standard output.
   void Write(std::string_view bytes);
-  /// Throws Failure when something could not be written. Of standard output that shows later.
   void Finish();
 
  private:
-  std::string path_;
-  std::ofstream file_;
-  std::optional<Unfinished> unfinished_;  ///< none where nothing is to be removed
+  using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
+
+  [[noreturn]] void Complain() const;
+
+  std::string name_;
+  std::optional<NewFile> whole_;  ///< none where nothing waits for the end
+  File file_;
 };
 
 /// Writes a whole file, or standard output for "-". `source` as for OutFile.
-void WriteWhole(const std::string& path, std::string_view bytes, const std::string& source);
-
-/// A file that is being made. What it replaces stays until its successor is complete, and what was not
-/// finished is removed.
-class NewFile {
- public:
-  /// Throws Failure when there is such a file and `replace` is false.
-  NewFile(const std::string& path, bool replace);
-
-  /// Where it is to be written.
-  const std::string& Path() const { return path_; }
-  /// It is complete, and closed.
-  void Finish();
-
- private:
-  static std::string PathFor(const std::string& path, bool replace);
-
-  std::string target_;
-  std::string path_;
-  Unfinished unfinished_;
-};
+void WriteWhole(const Target& target, std::string_view bytes, const std::string& source);
 
 }  // namespace dseries

@@ -19,10 +19,20 @@ bstr_cBinary_fstream OpenToRead(const std::string& path) {
     const auto status = std::filesystem::status(path, ignored);
     if (!std::filesystem::exists(status)) Fail("there is no file {}", path);
     if (std::filesystem::is_directory(status)) Fail("{} is a folder; name the files in it", path);
+    if (!std::filesystem::is_regular_file(status)) {
+      Fail("{} is no regular file; series are not read from pipes and devices", path);
+    }
     if (access(path.c_str(), R_OK) != 0) Fail("{} cannot be read: {}", path, std::strerror(errno));
     Fail("{} cannot be read", path);
   }
   return file;
+}
+
+bool bSeriesFile(const std::string& path) {
+  bstr_cBinary_fstream file(str_cString(path.c_str()), bstr_OpenReadOnly);
+  std::uint16_t mark = 0, format = 0;
+  return bstr_ReadFields(file.Input(), mark, format) && mark == flfm_LittleEndian &&
+         format == flfm_DataSeriesID;
 }
 
 Header ReadHeader(bstr_cBinary_fstream& file) {

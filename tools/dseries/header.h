@@ -25,6 +25,9 @@ struct Header {
 /// Opens a file for reading, or throws a Failure that says why it cannot.
 bstr_cBinary_fstream OpenToRead(const std::string& path);
 
+/// Whether a file begins like a series file, of whatever version it is.
+bool bSeriesFile(const std::string& path);
+
 /// Reads the words at the start of a file. Throws Failure when it is not a series file of the version known
 /// here.
 Header ReadHeader(bstr_cBinary_fstream& file);

@@ -3,6 +3,7 @@
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "commands.h"
@@ -105,26 +106,32 @@ std::string ListAsText(const std::string& file) {
 
 void Info(const Options& options) {
   const std::vector<std::string> files = Expanded(options.files);
-  if (options.json) {
-    auto all = nlohmann::ordered_json::array();
-    for (const std::string& file : files) all.push_back(InfoAsJson(file));
-    return Print(files.size() == 1 ? all.front() : all);
-  }
-  for (const std::string& file : files)
-    fmt::print("{}{}", &file == &files.front() ? "" : "\n", InfoAsText(file));
+  auto all = nlohmann::ordered_json::array();
+  bool first = true;
+  const int failed = ForEach(files, [&](const std::string& file) {
+    if (options.json) return all.push_back(InfoAsJson(file));
+    const std::string text = InfoAsText(file);
+    fmt::print("{}{}", std::exchange(first, false) ? "" : "\n", text);
+  });
+  if (options.json) Print(files.size() == 1 ? all.front() : all);
+  CheckAll(failed, files.size());
 }
 
 void List(const Options& options) {
   const std::vector<std::string> files = Expanded(options.files);
-  if (options.json) {
-    nlohmann::ordered_json all;
-    for (const std::string& file : files) all[file] = ListAsJson(file);
-    return Print(files.size() == 1 ? all.front() : all);
-  }
-  if (files.size() == 1) return fmt::print("{}", ListAsText(files.front()));
-  for (const std::string& file : files) {
-    fmt::print("{}{}\n{}", &file == &files.front() ? "" : "\n", file, ListAsText(file));
-  }
+  auto all = nlohmann::ordered_json::object();
+  bool first = true;
+  const int failed = ForEach(files, [&](const std::string& file) {
+    if (options.json) {
+      all[file] = ListAsJson(file);
+      return;
+    }
+    const std::string text = ListAsText(file);
+    if (files.size() > 1) fmt::print("{}{}\n", std::exchange(first, false) ? "" : "\n", file);
+    fmt::print("{}", text);
+  });
+  if (options.json) Print(files.size() == 1 ? all.front() : all);
+  CheckAll(failed, files.size());
 }
 
 void AddOptions(CLI::App& command, Options& options) {

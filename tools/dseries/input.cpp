@@ -4,18 +4,20 @@
 #include <cmath>
 #include <cstdint>
 #include <fmt/format.h>
-#include <fmt/ranges.h>
-#include <limits>
 #include <memory>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
+#include "console.h"
 #include "failure.h"
 #include "files.h"
 #include "format.h"
 #include "losses.h"
 #include "picture.h"
 #include "plane.h"
+#include "raw.h"
+#include "series.h"
 #include "text.h"
 #include <DataStorage/interfaces/bstr.h>
 
@@ -86,50 +88,38 @@ darr_c1DArray ReadText(const std::string& path, const InputForm& form, const War
   return Converted(path, array, form, warn);
 }
 
-/// An array out of elements as they stand in raw files: the raw form of arrays is the same behind their type
-/// and extents.
-template <class Numbers>
-bool ReadElements(dtyp_cDataType type, const std::vector<int>& extents, const std::string& elements,
-                  Numbers& array) {
-  bstr_cMemory_ostream raw;
-  bstr_WriteFields(raw, static_cast<std::uint16_t>(type.Type()));
-  for (const int extent : extents) bstr_WriteFields(raw, std::int32_t{extent});
-  raw.Write(elements.data(), static_cast<std::int64_t>(elements.size()));
-  bstr_cMemory_istream in(raw.Data(), raw.Size());
-  return array.Read(in);
-}
-
 template <class Array>
 Input<Array> ReadRaw(const std::string& path, const InputForm& form) {
+  using Numbers = std::conditional_t<axes<Array> == 2, parr_c2DNumberArray, parr_c1DNumberArray>;
   const dtyp_cDataType type = form.type.value_or(dtyp_Float32);
-  const auto size = static_cast<std::size_t>(type.SizeOf());
-  std::size_t elements = 1;
-  for (const int extent : form.raw) elements *= static_cast<std::size_t>(extent);
-  const auto bytes = std::make_shared<const std::string>(ReadWhole(path));
-  if (bytes->empty() || elements > bytes->size() || bytes->size() % (elements * size) != 0) {
-    Fail("{}: {} bytes are no whole number of data with {} elements of {} bytes", path, bytes->size(),
-         fmt::join(form.raw, " x "), size);
-  }
-  const std::size_t count = bytes->size() / (elements * size);
-  if (count > static_cast<std::size_t>(std::numeric_limits<int>::max())) Fail("{} holds too many data", path);
+  const auto raw = std::make_shared<RawInput>(path, type, form.raw, form.interleaved);
+  // What the raw form of arrays has in front of the elements: their type and extents.
+  bstr_cMemory_ostream head;
+  bstr_WriteFields(head, static_cast<std::uint16_t>(type.Type()));
+  for (const int extent : form.raw) bstr_WriteFields(head, std::int32_t{extent});
+  const auto* const begin = static_cast<const char*>(head.Data());
+  const auto bytes = std::make_shared<std::vector<char>>(begin, begin + head.Size());
+  bytes->resize(static_cast<std::size_t>(head.Size() + raw->DatumSize()));
+  const auto next = [=, cal = CalibrationOf<Array>(form), head_size = head.Size()]() -> std::optional<Array> {
+    if (!raw->Next(bytes->data() + head_size)) return {};
+    bstr_cMemory_istream in(bytes->data(), static_cast<std::int64_t>(bytes->size()));
+    Numbers numbers;
+    if (!numbers.Read(in)) Fail("there is not enough memory");
+    return Array(numbers, cal);
+  };
+  return {raw->Count(), StoredSize<Array>(raw->DatumSize() / type.SizeOf(), type), next};
+}
 
-  const std::size_t step = form.interleaved ? count : 1;
-  const auto cal = CalibrationOf<Array>(form);
-  return {static_cast<int>(count), [=, extents = form.raw, interleaved = form.interleaved](int i) {
-            const std::size_t first = static_cast<std::size_t>(i) * (interleaved ? 1 : elements);
-            std::string datum(elements * size, '\0');
-            for (std::size_t k = 0; k < elements; ++k) {
-              bytes->copy(datum.data() + k * size, size, (first + k * step) * size);
-            }
-            std::conditional_t<axes<Array> == 2, parr_c2DNumberArray, parr_c1DNumberArray> numbers;
-            ReadElements(type, extents, datum, numbers);
-            return Array(numbers, cal);
-          }};
+/// An array that was read whole.
+template <class Array>
+Input<Array> Single(const Array& array) {
+  return {1, StoredSize<Array>(array.NumIndices(), array.DataType()),
+          [left = std::optional(array)]() mutable { return std::exchange(left, {}); }};
 }
 
 }  // namespace
 
-void PrintWarning(const std::string& warning) { fmt::print(stderr, "dseries: warning: {}\n", warning); }
+void PrintWarning(const std::string& warning) { Complain("warning: {}", warning); }
 
 void AddCalibration(CLI::App& command, InputForm& form) {
   command
@@ -149,7 +139,10 @@ void AddCalibration(CLI::App& command, InputForm& form) {
 }
 
 void CheckStorable(dtyp_cDataType type) {
-  if (parr_c1DNumberArray array; !ReadElements(type, {0}, "", array)) {
+  bstr_cMemory_ostream empty;
+  bstr_WriteFields(empty, static_cast<std::uint16_t>(type.Type()), std::int32_t{0});
+  bstr_cMemory_istream in(empty.Data(), empty.Size());
+  if (parr_c1DNumberArray array; !array.Read(in)) {
     Fail("elements of type {} cannot be read back from a series file", ElementName(type));
   }
 }
@@ -191,9 +184,9 @@ template <class Array>
 Input<Array> ReadInput(const std::string& path, const InputForm& form, const Warn& warn) {
   if (!form.raw.empty()) return ReadRaw<Array>(path, form);
   if constexpr (axes<Array> == 2) {
-    return {1, [array = ReadPlane(path, form, warn)](int) { return array; }};
+    return Single(ReadPlane(path, form, warn));
   } else {
-    return {1, [array = ReadText(path, form, warn)](int) { return array; }};
+    return Single(ReadText(path, form, warn));
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -12,11 +13,14 @@
 
 namespace dseries {
 
-/// Data that were read from outside and can be stored: `datum(0)` to `datum(count - 1)`.
+/// Data from outside that can be stored.
 template <class Array>
 struct Input {
-  int count = 0;
-  std::function<Array(int)> datum;
+  std::optional<int> count;  ///< none for raw data from a pipe, whose end shows only when it is reached
+  std::int64_t bytes = 0;    ///< that each datum takes in a series file, its tag not counted
+  /// The data in their order, then none. Texts and pictures were read and found good before; raw data are
+  /// read now, which throws Failure where they break off.
+  std::function<std::optional<Array>()> next;
 };
 
 /// Is given a sentence about what was not kept as it stood in the input.

@@ -1,11 +1,18 @@
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
+#include <cstring>
 #include <exception>
+#include <filesystem>
 #include <fmt/core.h>
 #include <memory>
 #include <new>
-#include <string>
+#include <system_error>
 
+#include "console.h"
+#include "interrupt.h"
 #include "program.h"
+#include "usage.h"
 #include <DataStorage/interfaces/expt.h>
 
 namespace {
@@ -13,9 +20,11 @@ namespace {
 constexpr int exit_failure = 1;
 constexpr int exit_usage = 2;
 
-int Complain(const char* what, int status) {
-  fmt::print(stderr, "dseries: {}\n", what);
-  return status;
+/// Standard output is what the command was called for, and it could not be written.
+int OutputFailed(int error) {
+  if (error == EPIPE) dseries::EndBy(SIGPIPE);  // nobody reads on, which is no fault
+  dseries::Complain("the output could not be written: {}", std::strerror(error));
+  return exit_failure;
 }
 
 int Run(int argc, char** argv) {
@@ -23,29 +32,37 @@ int Run(int argc, char** argv) {
   try {
     program->parse(argc, argv);
     if (program->get_subcommands().empty()) throw CLI::RequiredError("a command");
-  } catch (const CLI::Success& help) {  // or the version
-    return program->exit(help);
+  } catch (const CLI::CallForHelp&) {
+    fmt::print("{}", program->help());
+  } catch (const CLI::CallForVersion&) {
+    fmt::print("{}\n", program->version());
   } catch (const CLI::ParseError& error) {
-    const auto commands = program->get_subcommands();
-    const std::string command = commands.empty() ? "" : commands.front()->get_name() + ' ';
-    return Complain(fmt::format("{} (see dseries {}--help)", error.what(), command).c_str(), exit_usage);
+    dseries::Complain("{}", dseries::Explanation(*program, error, argc, argv));
+    return exit_usage;
   }
-  if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
-    return Complain("the output could not be written", exit_failure);
-  }
-  return 0;
+  return std::fflush(stdout) == 0 && std::ferror(stdout) == 0 ? 0 : OutputFailed(errno);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  dseries::ReserveStandardStreams();
+  dseries::HandleSignals();
   try {
     return Run(argc, argv);
+  } catch (const dseries::Interruption& interruption) {
+    dseries::Complain("{}", interruption.what());
+    dseries::EndBy(interruption.Signal());
   } catch (const expt_cUserException& error) {
-    return Complain(error.Message().CString(), exit_failure);
+    dseries::Complain("{}", error.Message().CString());
   } catch (const std::bad_alloc&) {
-    return Complain("there is not enough memory", exit_failure);
+    dseries::Complain("there is not enough memory");
+  } catch (const std::filesystem::filesystem_error& error) {
+    dseries::Complain("{}", error.what());
+  } catch (const std::system_error& error) {  // from fmt::print
+    return OutputFailed(error.code().value());
   } catch (const std::exception& error) {
-    return Complain(error.what(), exit_failure);
+    dseries::Complain("{}", error.what());
   }
+  return exit_failure;
 }

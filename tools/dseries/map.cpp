@@ -29,7 +29,7 @@ struct Options {
   std::string file;
   double from = no_value;
   double to = no_value;
-  std::string output;
+  Target output;
   bool axes = false;
   Drawing drawing;
 };
@@ -61,7 +61,7 @@ std::string RangeText(const Options& options) {
 }
 
 void Map(const Options& options) {
-  options.axes ? CheckFigureName(options.output) : CheckPlaneName(options.output);
+  options.axes ? CheckFigureName(options.output.path) : CheckPlaneName(options.output.path);
   if (const unsigned int data_type = KnownDataType(options.file); data_type != darr_c1DArray::DataTypeID()) {
     Fail("{} holds {}; a map is made of {}", options.file, DataTypeName(data_type),
          DataTypeName(darr_c1DArray::DataTypeID()));
@@ -110,10 +110,8 @@ void AddMap(CLI::App& program) {
       ->type_name("A");
   command.add_option("--to", options->to, "Up to this position; the same as --from for one element alone")
       ->type_name("B");
-  command
-      .add_option("-o,--output", options->output,
-                  "A picture (.png, .bmp, .pgm), or the sums themselves as a raw 2D array (.darr)")
-      ->type_name("OUT")
+  AddTarget(command, options->output,
+            "A picture (.png, .bmp, .pgm), or the sums themselves as a raw 2D array (.darr)")
       ->required();
   command.add_flag("--axes", options->axes,
                    "Draw axes, a title and a scale of colours around the map (.png, .svg, .pdf)");

@@ -1,31 +1,62 @@
 #pragma once
 
-#include <filesystem>
+#include <optional>
 #include <string>
-#include <utility>
+
+#include "interrupt.h"
+#include <DataStorage/interfaces/expt.h>
 
 namespace dseries {
 
 /// Whether there is anything of this name, a link that leads nowhere included.
-inline bool bExists(const std::string& path) {
-  std::error_code ignored;
-  return std::filesystem::exists(std::filesystem::symlink_status(path, ignored));
-}
+bool bExists(const std::string& path);
+/// Whether the file is there and can be read only once, from its start to its end: a pipe or a device.
+bool bStream(const std::string& path);
 
-/// Removes the file that is being made unless it was finished.
-class Unfinished {
+/// What may be at the place of a new file.
+enum class Replace { Nothing, AllButSeries, Anything };
+
+/// A file that is being made. It is written under a hidden name in the same folder and gets its own when it
+/// is complete; until then a file that it replaces stays, and what was not finished is removed. It has the
+/// permissions of the file that it replaces. Where its name is a link, the file that the link leads to is
+/// meant.
+class NewFile {
  public:
-  explicit Unfinished(std::string path) : path_(std::move(path)) {}
-  Unfinished(const Unfinished&) = delete;
-  Unfinished& operator=(const Unfinished&) = delete;
-  ~Unfinished() {
-    std::error_code ignored;
-    if (!path_.empty()) std::filesystem::remove(path_, ignored);
-  }
-  void Finished() { path_.clear(); }
+  /// Throws Failure when there is a file that must not be replaced, or nothing can be written there.
+  NewFile(const std::string& name, Replace replace);
+
+  /// Where it is to be written; there is an empty file already.
+  const std::string& Path() const { return file_->Path(); }
+  /// It is complete, and closed.
+  void Finish();
 
  private:
-  std::string path_;
+  std::string name_;    ///< as it was given
+  std::string target_;  ///< where links lead
+  bool replaces_;
+  std::optional<Unfinished> file_;
 };
+
+/// Makes a series file: `write` gets the path to write to. Throws Failure when the file has an ending that
+/// promises something else, when it exists and `force` is false, and where `write` throws.
+template <class Write>
+void MakeSeries(const std::string& name, bool force, Write write);
+
+/// A message in which a file stands under its own name.
+std::string Renamed(std::string message, const std::string& path, const std::string& name);
+/// Throws Failure when a file of this name is not to hold a series.
+void CheckSeriesName(const std::string& name);
+
+template <class Write>
+void MakeSeries(const std::string& name, bool force, Write write) {
+  CheckSeriesName(name);
+  NewFile file(name, force ? Replace::Anything : Replace::Nothing);
+  try {
+    write(file.Path());
+  } catch (const expt_cUserException& error) {
+    throw Failure(Renamed(error.Message().CString(), file.Path(), name));
+  }
+  file.Finish();
+}
 
 }  // namespace dseries

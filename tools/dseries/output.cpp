@@ -7,7 +7,6 @@
 #include <sstream>
 
 #include "failure.h"
-#include "files.h"
 #include <DataStorage/data/asciirw.h>
 
 namespace dseries {
@@ -41,7 +40,7 @@ int PrecisionFor(const darr_c1DArray& array) {
 }  // namespace
 
 void AddOutput(CLI::App& command, Output& output, const std::string& help) {
-  command.add_option("-o,--output", output.path, help)->type_name("OUT");
+  AddTarget(command, output, help);
   command
       .add_option("--precision", output.precision,
                   "Significant digits in text; default: as many as the values need to be read back unchanged")
@@ -50,21 +49,28 @@ void AddOutput(CLI::App& command, Output& output, const std::string& help) {
 }
 
 void WriteColumns(const darr_c1DArray& array, const Output& output, const std::string& source) {
+  if (output.path != "-" && !bStream(output.path)) {
+    CheckEnding(output.path, "columns of text are written", {"", ".txt", ".dat", ".tsv", ".asc", ".xy"});
+  }
   std::ostringstream text;
   const int precision = output.precision > 0 ? output.precision : PrecisionFor(array);
   if (!asrw_WriteTwoColumn(text, array, precision, 0)) Fail("there is not enough memory");
-  WriteWhole(output.path, text.view(), source);
+  WriteWhole(output, text.view(), source);
 }
 
 void WritePlaneOrLine(const darr_c2DArray& array, const PlaneView& view, const Drawing& drawing,
                       const Output& output, const std::string& source) {
   if (output.path.empty()) Fail("--output is needed to say where that is to be written");
-  if (!view.bLine() && Extension(output.path) == ".txt") {
-    Fail("text is written of one line of 2D data: choose it by --row-at or --column-at");
+  if (!view.bLine()) {
+    if (Extension(output.path) == ".txt") {
+      Fail("text is written of one line of 2D data: choose it by --row-at or --column-at");
+    }
+    CheckPlaneName(output.path);
   }
   const darr_c2DArray cut = Cut(array, view);
   if (view.bLine()) return WriteColumns(Line(cut, view), output, source);
-  WritePlane(output.path, cut, drawing, source);
+  if (output.precision > 0) Fail("--precision is for columns of text, and {} is none", output.path);
+  WritePlane(output, cut, drawing, source);
 }
 
 }  // namespace dseries

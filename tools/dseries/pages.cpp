@@ -105,6 +105,10 @@ dseries \- store measured data in series files, and find them again
   }
   return page + R"(.SH EXIT STATUS
 0 when all went well, 1 when something failed or a file is broken, 2 when the command line was not understood.
+A command that stores or writes files has the status of that work, whether its messages could be written or not.
+Ended by a signal it has 128 and the number of the signal, as 130 after ^C; no file is left in part, and
+.B append
+has stored the data that it counts.
 )";
 }
 
@@ -127,6 +131,7 @@ std::string BashCompletion(const CLI::App& program) {
         values += Case(Replaced(name + ' ' + names(option), ",", "' | '" + name + ' '), choices);
     }
   }
+  values += Case("help help", commands);
   return fmt::format(
       R"(# Commands, then options, values where there is a choice, and names of files everywhere else.
 _dseries() {{

@@ -2,11 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <fmt/format.h>
 #include <string_view>
 
+#include "console.h"
 #include "failure.h"
-#include "files.h"
 #include "format.h"
 #include "header.h"
 #include "picture.h"
@@ -104,53 +105,57 @@ darr_c1DArray Line(const darr_c2DArray& array, const PlaneView& view) {
 }
 
 darr_c2DArray ReadRawPlane(const std::string& path) {
-  bstr_cBinary_fstream file = OpenToRead(path);
-  darr_c2DArray array;
-  try {
-    if (array.Read(file.Input()) && file.Input().Position() == file.Input().Size()) return array;
-  } catch (const arr_cSizeException&) {  // an extent is negative
-  }
-  Fail("{} is not the raw form of a 2D data array", path);
+  const auto read = [&path](bstr_cBinary_istream& in) {
+    darr_c2DArray array;
+    try {
+      if (array.Read(in) && in.Position() == in.Size()) return array;
+    } catch (const arr_cSizeException&) {  // an extent is negative
+    }
+    Fail("{} is not the raw form of a 2D data array", path);
+  };
+  if (!bStream(path)) return read(OpenToRead(path).Input());
+  const std::string bytes = ReadWhole(path);
+  bstr_cMemory_istream in(bytes.data(), static_cast<std::int64_t>(bytes.size()));
+  return read(in);
 }
 
 bool bRawPlane(const std::string& path) { return Extension(path) == ".darr"; }
 
 bool bPlane(const std::string& path) {
   const std::string extension = Extension(path);
-  return bRawPlane(path) || extension == ".pgm" || extension == ".bmp";
+  return bRawPlane(path) || extension == ".pgm" || extension == ".bmp" || path == "-" || bStream(path);
 }
 
 void CheckPlaneName(const std::string& path) {
-  if (bPlane(path) || Extension(path) == ".png") return;
-  Fail("2D data are written to .png, .bmp, .pgm and .darr files, and {} is none", path);
+  CheckEnding(path, "2D data are written", {".png", ".bmp", ".pgm", ".darr"});
 }
 
-void WritePlane(const std::string& path, const darr_c2DArray& array, const Drawing& drawing,
+void WritePlane(const Target& target, const darr_c2DArray& array, const Drawing& drawing,
                 const std::string& source) {
+  const std::string& path = target.path;
   CheckPlaneName(path);
   if (array.NumIndices() == 0) Fail("there are no elements to write to {}", path);
   const std::string extents = fmt::format("{}: {} x {}", path, array.NumIndicesX(), array.NumIndicesY());
   if (bRawPlane(path)) {
     bstr_cMemory_ostream raw;
     if (!array.Write(raw)) Fail("there is not enough memory");
-    WriteWhole(path, {static_cast<const char*>(raw.Data()), static_cast<std::size_t>(raw.Size())}, source);
-    fmt::print("{} elements of type {}\n", extents, ElementName(array.DataType()));
+    WriteWhole(target, {static_cast<const char*>(raw.Data()), static_cast<std::size_t>(raw.Size())}, source);
+    Note("{} elements of type {}", extents, ElementName(array.DataType()));
     return;
   }
   const Raster raster = RasterOf(array, drawing, "grey");
   const std::string extension = Extension(path);
   if (extension == ".png") {
-    WriteWhole(path, PixelsAsPng(raster), source);
+    WriteWhole(target, PixelsAsPng(raster), source);
   } else if (!drawing.colors.empty() && drawing.colors != "grey") {
     Fail("{} would hold greys only; colours go to .png files", path);
   } else {
     const Picture picture = GreysOf(raster);
-    WriteWhole(path, extension == ".bmp" ? AsBmp(picture) : AsPgm(picture), source);
+    WriteWhole(target, extension == ".bmp" ? AsBmp(picture) : AsPgm(picture), source);
   }
-  fmt::print("{} pixels, {}\n", extents,
-             bGreysThemselves(array, drawing)
-                 ? "the values as greys"
-                 : DrawnText(raster, extension == ".png" ? "transparent" : "black"));
+  Note("{} pixels, {}", extents,
+       bGreysThemselves(array, drawing) ? "the values as greys"
+                                        : DrawnText(raster, extension == ".png" ? "transparent" : "black"));
 }
 
 }  // namespace dseries

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "drawing.h"
+#include "files.h"
 #include <DataStorage/data/darray2d.h>
 
 // What the commands have in common that cut 2D data arrays or write them.
@@ -30,16 +31,16 @@ darr_c2DArray Cut(const darr_c2DArray& array, const PlaneView& view);
 /// The row or column that is wanted. Throws Failure when it lies outside.
 darr_c1DArray Line(const darr_c2DArray& array, const PlaneView& view);
 
-/// Reads the raw form of a 2D data array, to the end of the file.
+/// Reads the raw form of a 2D data array, to the end of the file, which may be a pipe.
 darr_c2DArray ReadRawPlane(const std::string& path);
 /// Whether a file is named as those are that hold the raw form.
 bool bRawPlane(const std::string& path);
-/// Whether it is named like a picture or a raw form, and so not like a series.
+/// Whether it is a picture or a raw form: by its name, or because series are not read from pipes.
 bool bPlane(const std::string& path);
 
 /// Writes the picture or the raw form, as the name of the file demands, and tells on standard output what
 /// was written. `source` as for WriteWhole.
-void WritePlane(const std::string& path, const darr_c2DArray& array, const Drawing& drawing,
+void WritePlane(const Target& target, const darr_c2DArray& array, const Drawing& drawing,
                 const std::string& source);
 /// Throws Failure when WritePlane could not write to a file of this name.
 void CheckPlaneName(const std::string& path);

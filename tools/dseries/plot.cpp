@@ -29,7 +29,7 @@ struct Options {
   Choice choice;
   PlaneView view;
   Drawing drawing;
-  std::string output;
+  Target output;
 };
 
 constexpr std::size_t most_curves = 12;
@@ -99,9 +99,10 @@ void Show(const Figure& figure) {
 }
 
 void Plot(const Options& options) {
-  if (!options.output.empty()) CheckFigureName(options.output);
+  const bool shown = options.output.path.empty();
+  if (!shown) CheckFigureName(options.output.path);
   const Figure figure = FigureOfFile(options);
-  options.output.empty() ? Show(figure) : WriteFigure(options.output, figure, options.file);
+  shown ? Show(figure) : WriteFigure(options.output, figure, options.file);
 }
 
 }  // namespace
@@ -110,14 +111,16 @@ void AddPlot(CLI::App& program) {
   auto options = std::make_shared<Options>();
   CLI::App& command = *program.add_subcommand("plot", "Draw data with axes, in the terminal or to a file");
   command
-      .add_option("FILE", options->file, "A series file, a picture (PGM, 8-bit BMP) or a 2D array (.darr)")
+      .add_option(
+          "FILE", options->file,
+          "A series file, a picture (PGM, 8-bit BMP; - for one on standard input) or a 2D array (.darr)")
       ->required();
   AddChoice(command, options->choice, Many::Yes);
   AddView(command, options->view);
   AddColors(command, options->drawing);
   AddLabels(command, options->drawing);
   command.add_flag("--steps", options->drawing.steps, "Curves hold each value up to the next position");
-  command.add_option("-o,--output", options->output, "Draw to a file (.png, .svg, .pdf)")->type_name("OUT");
+  AddTarget(command, options->output, "Draw to a file (.png, .svg, .pdf)");
   command.footer(
       "1D data become curves, several of them in one plot; 2D data become a map in\n"
       "colours, or curves along a row or a column of them.\n\n"

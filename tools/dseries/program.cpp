@@ -1,9 +1,35 @@
 #include "program.h"
 
+#include <fmt/core.h>
+#include <string>
+
 #include "commands.h"
 #include "help.h"
+#include "usage.h"
 
 namespace dseries {
+
+namespace {
+
+void AddHelp(CLI::App& program) {
+  auto name = std::make_shared<std::string>();
+  CLI::App& command = *program.add_subcommand("help", "Explain a command, as its --help does");
+  command.add_option("COMMAND", *name, "What to explain; default: the program");
+  command.footer("Example:\n  dseries help append");
+  command.callback([&program, name] {
+    const CLI::App* meant = &program;
+    if (!name->empty()) {
+      const auto fitting =
+          program.get_subcommands([&](CLI::App* other) { return other->get_name() == *name; });
+      if (fitting.empty()) throw CLI::ValidationError(NoSuchCommand(program, *name));
+      meant = fitting.front();
+    }
+    const std::string usage = program.get_name() + (name->empty() ? "" : ' ' + *name);
+    fmt::print("{}", HelpFormatter().make_help(meant, usage, CLI::AppFormatMode::Normal));
+  });
+}
+
+}  // namespace
 
 std::unique_ptr<CLI::App> MakeProgram() {
   auto program =
@@ -13,7 +39,7 @@ std::unique_ptr<CLI::App> MakeProgram() {
   program->require_subcommand(0, 1);
   program->footer("'dseries COMMAND --help' explains a command and shows an example of it.");
   for (const auto add : {AddCreate, AddAppend, AddInfo, AddList, AddGet, AddFind, AddPlot, AddExport, AddMap,
-                         AddImage, AddConvert, AddVerify, AddRepair}) {
+                         AddImage, AddConvert, AddVerify, AddRepair, AddHelp}) {
     add(*program);
   }
   return program;

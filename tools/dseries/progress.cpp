@@ -1,9 +1,10 @@
 #include "progress.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <fmt/format.h>
 #include <unistd.h>
+
+#include "console.h"
 
 namespace dseries {
 
@@ -22,7 +23,7 @@ Progress::Progress(std::string what, std::int64_t total)
       next_(Clock::now() + patience) {}
 
 Progress::~Progress() {
-  if (shown_) std::fputs("\r\x1b[K", stderr);
+  if (shown_) WriteError("\r\x1b[K");
 }
 
 void Progress::Show(std::int64_t done) {
@@ -30,8 +31,8 @@ void Progress::Show(std::int64_t done) {
   next_ = Clock::now() + refresh;
   shown_ = true;
   const auto full = static_cast<std::size_t>(bar_width * done / total_);
-  fmt::print(stderr, "\r{} [{:<{}}] {:3}%\x1b[K", what_, std::string(full, '#'), bar_width,
-             100 * done / total_);
+  WriteError(fmt::format("\r{} [{:<{}}] {:3}%\x1b[K", what_, std::string(full, '#'), bar_width,
+                         100 * done / total_));
 }
 
 }  // namespace dseries

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstdint>
+#include <filesystem>
 #include <fmt/format.h>
 #include <iterator>
 #include <memory>
@@ -9,6 +10,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "console.h"
 #include "failure.h"
 #include "format.h"
 #include "header.h"
@@ -21,6 +23,12 @@
 namespace dseries {
 
 namespace {
+
+struct Options {
+  std::string file;
+  std::string output;
+  bool force = false;
+};
 
 /// Where a series keeps its lists. Told twice in a file: by the header, and by the dimensions, behind which
 /// the lists begin.
@@ -196,8 +204,9 @@ dtsr_cDimensionArray PlainDimension(int size) {
   return dimensions;
 }
 
+/// Saves what survives in a new series and says what is lost. Returns a sentence about how much was saved.
 template <class Array>
-void Repair(bstr_cBinary_fstream& file, const Header& header, const std::string& path) {
+std::string Repair(bstr_cBinary_fstream& file, const Header& header, const std::string& path) {
   const char* const damaged = file.Path().CString();
   Search<Array> search(file.Input(), header);
   const Survivors survivors = search.Run();
@@ -209,24 +218,22 @@ void Repair(bstr_cBinary_fstream& file, const Header& header, const std::string&
     Fail("nothing in {} can be saved", damaged);
   }
 
-  if (bExists(path)) Fail("{} exists already", path);
-  Unfinished unfinished(path);
   DataSeries<Array> series(path, layout.dimensions ? *layout.dimensions : PlainDimension(layout.total),
                            header.data_type);
   constexpr const char* empty =
       std::is_same_v<Array, Bytes> ? "a datum without bytes" : "an array without elements";
   const unsigned int kind = tag_type != 0 ? tag_type : dtsr_cDataTag(0).TagTypeID();
-  if (!layout.dimensions) fmt::print("the dimensions are lost: the data lie along one plain dimension\n");
-  if (!counted) fmt::print("the header counts {} valid data\n", header.valid);
+  if (!layout.dimensions) Note("the dimensions are lost: the data lie along one plain dimension");
+  if (!counted) Note("the header counts {} valid data", header.valid);
   {
     Progress progress("saving", filled);
     for (int k = 0; k < filled; ++k) {
       const Place& place = places[static_cast<std::size_t>(k)];
       const std::optional<Array> datum = search.Datum(place.begin, place.end);
       std::unique_ptr<dtsr_cDataTag> tag = search.Tag(place.tag, place.tag_end, kind);
-      if (!datum) fmt::print("datum {} is lost; {} holds its place\n", k, empty);
+      if (!datum) Note("datum {} is lost; {} holds its place", k, empty);
       if (!tag) {
-        fmt::print("the tag of datum {} is lost; its time is {} now\n", k, TimeText(0));
+        Note("the tag of datum {} is lost; its time is {} now", k, TimeText(0));
         tag = MakeTag(kind);
         tag->SetEqual(dtsr_cDataTag(0));
       }
@@ -234,34 +241,45 @@ void Repair(bstr_cBinary_fstream& file, const Header& header, const std::string&
       progress.Show(k);
     }
   }
-  if (expected > filled + 1) fmt::print("data {} to {} are lost\n", filled, expected - 1);
-  if (expected == filled + 1) fmt::print("datum {} is lost\n", filled);
-  unfinished.Finished();
-  fmt::print("{}: {} of {} data saved in {}\n", damaged, found, expected, path);
+  if (expected > filled + 1) Note("data {} to {} are lost", filled, expected - 1);
+  if (expected == filled + 1) Note("datum {} is lost", filled);
+  return fmt::format("{} of {} data saved", found, expected);
+}
+
+void Repair(const Options& options) {
+  bstr_cBinary_fstream damaged = OpenToRead(options.file);
+  const Header header = ReadHeader(damaged);
+  std::error_code ignored;
+  if (std::filesystem::equivalent(options.file, options.output, ignored)) {
+    Fail("{} is the damaged file itself", options.output);
+  }
+  std::string saved;
+  MakeSeries(options.output, options.force, [&](const std::string& path) {
+    const auto repair = [&]<class Array>(std::type_identity<Array>) {
+      return Repair<Array>(damaged, header, path);
+    };
+    saved = bKnownDataType(header.data_type) ? VisitDataType(header.data_type, repair)
+                                             : repair(std::type_identity<Bytes>());
+  });
+  Note("{}: {} in {}", options.file, saved, options.output);
 }
 
 }  // namespace
 
 void AddRepair(CLI::App& program) {
-  auto file = std::make_shared<std::string>();
-  auto output = std::make_shared<std::string>();
+  auto options = std::make_shared<Options>();
   CLI::App& command =
       *program.add_subcommand("repair", "Save what is whole in a damaged series file into a new one");
-  command.add_option("FILE", *file, "The damaged file; it is only read")->required();
-  command.add_option("-o,--output", *output, "The file to make")->type_name("NEW")->required();
+  command.add_option("FILE", options->file, "The damaged file; it is only read")->required();
+  command.add_option("-o,--output", options->output, "The file to make")->type_name("NEW")->required();
+  command.add_flag("-f,--force", options->force, "Replace a file that exists");
   command.footer(
       "Tells what is lost. Data keep their indices: an array without elements takes\n"
       "the place of a lost datum that others follow. Data of a kind that is unknown\n"
       "here are copied byte for byte, as far as the offset lists lead to them.\n\n"
       "Example:\n"
       "  dseries repair broken.dseries -o saved.dseries");
-  command.callback([=] {
-    bstr_cBinary_fstream damaged = OpenToRead(*file);
-    const Header header = ReadHeader(damaged);
-    if (!bKnownDataType(header.data_type)) return Repair<Bytes>(damaged, header, *output);
-    VisitDataType(header.data_type,
-                  [&]<class Array>(std::type_identity<Array>) { Repair<Array>(damaged, header, *output); });
-  });
+  command.callback([options] { Repair(*options); });
 }
 
 }  // namespace dseries

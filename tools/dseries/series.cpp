@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <iterator>
+#include <limits>
 #include <string>
 
 #include "header.h"
@@ -110,6 +112,17 @@ int Series::DataIndex(const dtsr_cDataTag& tag, type_cBoolean compare_time) cons
     FailForDamage(FilePath().CString(), fmt::format("a tag of {} cannot be read", FilePath().CString()));
   }
   return i;
+}
+
+std::int64_t Series::Room() const {
+  const int next = NextWriteIndex();
+  return next < Size() ? std::int64_t{std::numeric_limits<std::int32_t>::max()} - dataOffsets_[next] : 0;
+}
+
+std::int64_t StoredSize(const dtsr_cDataTag& tag) {
+  bstr_cMemory_ostream bytes;
+  tag.Write(bytes);
+  return bytes.Size();
 }
 
 }  // namespace dseries

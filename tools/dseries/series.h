@@ -43,6 +43,8 @@ class Series : public dtsr_cFileSeriesBase, public dtsr_cDataSeriesBase {
   int DataIndex(const dtsr_cDataTag& tag, type_cBoolean compare_time) const override;
   /// The tag of datum i. Throws Failure when it cannot be read.
   std::unique_ptr<dtsr_cDataTag> Tag(int i) const;
+  /// How many bytes the file has room for behind its data: positions in it are 32-bit.
+  std::int64_t Room() const;
   /// How many bytes datum i takes, its tag not counted.
   long DatumSize(int i) const { return tagOffsets_[i] - dataOffsets_[i]; }
 
@@ -50,6 +52,17 @@ class Series : public dtsr_cFileSeriesBase, public dtsr_cDataSeriesBase {
   Series(const std::string& path, const dtsr_cDimensionArray& dimensions, unsigned int data_type);
   Series(const std::string& path, unsigned int data_type, bstr_eAccess access);
 };
+
+/// How many bytes a datum with so many elements takes in a file, its tag not counted.
+template <class Array>
+std::int64_t StoredSize(std::int64_t elements, dtyp_cDataType type) {
+  bstr_cMemory_ostream head;
+  Array().Write(head);
+  return head.Size() + elements * type.SizeOf();
+}
+
+/// The same for a tag.
+std::int64_t StoredSize(const dtsr_cDataTag& tag);
 
 /// A series in a file whose data are arrays of class `Array`, in their raw form.
 template <class Array>
@@ -71,6 +84,22 @@ class DataSeries : public Series {
     out.Seek(dataOffsets_[NextWriteIndex()]);
     out.Write(bytes.Data(), bytes.Size());
     SetNewestTag(tag);  // also tells when the write failed
+  }
+
+  /// How many bytes datum i would take with elements of another type. Only its element type is read.
+  std::int64_t SizeAs(dtyp_cDataType type, int i) {
+    // The type stands behind the calibration, in front of the extents.
+    constexpr int axes = std::is_same_v<Array, darr_c2DArray> ? 2 : 1;
+    const std::int64_t head = StoredSize<Array>(0, type), place = head - 4 * axes - 2;
+    std::uint16_t present = 0;
+    bstr_cBinary_istream& in = file_.Input();
+    if (!in.Seek(dataOffsets_[i] + place) || !bstr_ReadFields(in, present) || present < dtyp_UBin8 ||
+        present > dtyp_Complex128) {
+      Fail("datum {} of {} cannot be read", i, FilePath().CString());
+    }
+    const std::int64_t elements =
+        (DatumSize(i) - head) / dtyp_cDataType(static_cast<dtyp_eDataType>(present)).SizeOf();
+    return head + elements * type.SizeOf();
   }
 
   /// Reads datum i.

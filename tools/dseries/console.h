@@ -1,0 +1,35 @@
+#pragma once
+
+#include <fmt/format.h>
+#include <string_view>
+#include <utility>
+
+// What a command writes for people while it works. Its result goes to standard output by fmt::print, and main
+// fails when it cannot be written there. The messages here never throw: a full disk or a closed terminal
+// behind standard error must not end a command that stores data.
+
+namespace dseries {
+
+/// Gives the numbers of standard input, output and error that the caller closed to files that can neither be
+/// read nor written, so that no file with data opens under one of them and receives the messages.
+void ReserveStandardStreams();
+
+/// Writes to standard error.
+void WriteError(std::string_view text);
+
+/// "dseries: ..." on a line of standard error.
+template <class... Arguments>
+void Complain(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
+  WriteError("dseries: " + fmt::format(format, std::forward<Arguments>(arguments)...) + '\n');
+}
+
+/// Writes a line about a file that was made or changed to standard output. The files are the result of such a
+/// command, so the exit status stays that of the work when the line cannot be written.
+void WriteNote(std::string_view line);
+
+template <class... Arguments>
+void Note(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
+  WriteNote(fmt::format(format, std::forward<Arguments>(arguments)...) + '\n');
+}
+
+}  // namespace dseries
