@@ -7,7 +7,6 @@
 
 #include "failure.h"
 #include "format.h"
-#include "newfile.h"
 #include <DataStorage/interfaces/constants.h>
 
 namespace dseries {
@@ -61,7 +60,8 @@ Header ReadHeader(bstr_cBinary_fstream& file) {
 }
 
 Header ReadHeader(const std::string& path) {
-  if (!bExists(path)) Fail("there is no file {}; 'dseries create' makes series files", path);
+  if (std::error_code ignored; !std::filesystem::exists(path, ignored))
+    Fail("there is no file {}; 'dseries create' makes series files", path);
   bstr_cBinary_fstream file = OpenToRead(path);
   return ReadHeader(file);
 }

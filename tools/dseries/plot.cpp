@@ -129,7 +129,7 @@ void AddPlot(CLI::App& program) {
       "  dseries plot spectra.dseries 0 --log --x-label \"2θ (°)\" --y-label counts \\\n"
       "    -o spectrum.png\n"
       "A map, and how it changes along the equator\n"
-      "  dseries plot months.dseries 0 -o january.svg\n"
+      "  dseries plot months.dseries 0 --contrast full -o january.svg\n"
       "  dseries plot months.dseries 0 6 --row-at 0");
   command.callback([options] {
     CheckChoice(options->choice);
