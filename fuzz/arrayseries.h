@@ -69,10 +69,10 @@ class ArraySeries : public dtsr_cFileSeriesBase {
     return file_.Input().Seek(dataOffsets_[i]) && datum.Read(file_.Input()) &&
            file_.Input().Position() <= tagOffsets_[i];
   }
-  /// False also when the tag reaches into the next datum.
+  /// False also when the tag reaches into the next valid datum.
   bool bReadTag(int i, dtsr_cDataTag& tag) const {
     GetTag(i, tag);
-    return i + 1 == Size() || file_.Input().Position() <= dataOffsets_[i + 1];
+    return i + 1 >= NextWriteIndex() || file_.Input().Position() <= dataOffsets_[i + 1];
   }
   /// What only the creation of a series writes: the number of slots, and from the place of the lists up to
   /// them.

@@ -38,8 +38,7 @@ Contents List(const ArraySeries& series) {
 
 Contents ListFile() { return List(ArraySeries(bstr_OpenReadOnly)); }
 
-/// Whether what was whole before still is as it was. What lay beyond the end of a file that was cut off reads
-/// as zeros once something is written behind it.
+/// Whether what was whole before still is as it was.
 bool bKept(const Contents& before, const Contents& after) {
   return before.size() <= after.size() &&
          std::equal(before.begin(), before.end(), after.begin(),

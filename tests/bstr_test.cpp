@@ -1,3 +1,5 @@
+#include <unistd.h>
+
 #include "disk.h"
 #include <DataStorage/interfaces/bstr.h>
 
@@ -116,7 +118,9 @@ TEST(FileStream, OpensAsAsked) {
       {bstr_CreateOrOpen, true, true, true, "old"},  {bstr_CreateOrOpen, false, true, true, ""},
       {bstr_CreateEmpty, true, true, true, ""},      {bstr_CreateEmpty, false, true, true, ""},
       {bstr_OpenExisting, true, true, true, "old"},  {bstr_OpenExisting, false, false, false, nullptr},
-      {bstr_OpenReadOnly, true, true, false, "old"}, {bstr_OpenReadOnly, false, false, false, nullptr}};
+      {bstr_OpenReadOnly, true, true, false, "old"}, {bstr_OpenReadOnly, false, false, false, nullptr},
+      {bstr_CreateLocked, true, true, true, ""},     {bstr_CreateLocked, false, true, true, ""},
+      {bstr_OpenLocked, true, true, true, "old"},    {bstr_OpenLocked, false, false, false, nullptr}};
   for (const Case& c : cases) {
     std::remove(file.Path().CString());
     if (c.exists) file.SetBytes("old");
@@ -134,6 +138,40 @@ TEST(FileStream, OpensAsAsked) {
     bstr_cBinary_fstream stream(path, bstr_OpenReadOnly);
     EXPECT_FALSE(stream.Input().bGood() || stream.Input().Seek(0) || stream.Input().Size() != 0);
   }
+}
+
+TEST(FileStream, HoldsALockUntilItsLastCopyIsGone) {
+  const TempFile file, other_file("other");
+  file.SetBytes("old");
+  const auto lock = [&](bstr_eAccess access) { return bstr_cBinary_fstream(file.Path(), access).Lock(); };
+  auto holder = std::make_unique<bstr_cBinary_fstream>(file.Path(), bstr_OpenLocked);
+  bstr_cBinary_fstream copy(*holder);
+  holder.reset();
+  for (int times = 0; times < 2; ++times) {
+    EXPECT_EQ(copy.Lock(), bstr_LockHeld);
+    for (const bstr_eAccess access : {bstr_OpenLocked, bstr_CreateLocked}) {
+      bstr_cBinary_fstream refused(file.Path(), access);
+      EXPECT_EQ(refused.Lock(), bstr_LockTaken);
+      EXPECT_FALSE(refused.Input().Seek(0) || refused.Output().Seek(0));
+    }
+    for (const bstr_eAccess access : {bstr_OpenReadOnly, bstr_OpenExisting, bstr_CreateOrOpen}) {
+      EXPECT_TRUE(bstr_cBinary_fstream(file.Path(), access).Input().bGood());
+      EXPECT_EQ(lock(access), bstr_NoLock);
+    }
+  }
+  EXPECT_EQ(file.Bytes(), "old");
+  EXPECT_EQ(std::string(bstr_LockHolder(file.Path()).CString())
+                .find("process " + std::to_string(::getpid()) + " ("),
+            0U);
+  copy = bstr_cBinary_fstream(other_file.Path());
+  EXPECT_EQ(bstr_LockHolder(file.Path()), "");
+  EXPECT_EQ(lock(bstr_OpenLocked), bstr_LockHeld);
+
+  const auto calls = detail::file_calls;
+  detail::file_calls.open = [](const char*, bstr_eAccess) { return detail::UnlockableFile; };
+  EXPECT_EQ(lock(bstr_OpenLocked), bstr_LockMissing);
+  EXPECT_FALSE(bstr_cBinary_fstream(file.Path(), bstr_OpenLocked).bGood());
+  detail::file_calls = calls;
 }
 
 TEST(FileStream, WindowHidesNoWriteThroughAnyCopy) {

@@ -104,6 +104,40 @@ TEST(Crash, ReadersSeeWholeLogsWhileAWriterAppends) {
   for (const pid_t reader : readers) EXPECT_EQ(StatusOf(reader), 0);
 }
 
+TEST(Crash, ALockEndsWithItsProcess) {
+  const TempFile file;
+  { Log(file, Slots(3)).AppendNext(); }
+  constexpr int access = PROT_READ | PROT_WRITE, kind = MAP_SHARED | MAP_ANONYMOUS;
+  auto* const shared = new (::mmap(nullptr, sizeof(Shared), access, kind, -1, 0)) Shared{};
+  const pid_t child = Child([&] {
+    Log log(file, bstr_OpenLocked);
+    log.AppendNext();
+    for (shared->started = true;;) ::pause();
+  });
+  while (!shared->started && ::waitpid(child, nullptr, WNOHANG) == 0) ::usleep(20);
+  const std::string before = file.Bytes();
+  for (const auto& open : {std::function<void()>([&] { Log(file, bstr_OpenLocked); }),
+                           {[&] { Log(file, Slots(3), bstr_CreateLocked); }}}) {
+    try {
+      open();
+      ADD_FAILURE() << "two have the lock";
+    } catch (const dtsr_cFileLockedException& e) {
+      const std::string holder = "process " + std::to_string(child) + " (";
+      EXPECT_EQ(std::string(e.Holder().CString()).substr(0, holder.size()), holder);
+      EXPECT_TRUE(e.Message() == str_cString(Message("Can't open series file ", file).c_str()) +
+                                     " It is locked by " + e.Holder() + ".");
+    }
+  }
+  EXPECT_EQ(file.Bytes(), before);
+  EXPECT_EQ(CountInFile(file), 2) << "readers do not ask";
+  ::kill(child, SIGKILL);
+  EXPECT_TRUE(WIFSIGNALED(StatusOf(child)));
+  Log(file, bstr_OpenLocked).AppendNext();
+  EXPECT_EQ(CountInFile(file), 3);
+  Log emptied(file, Slots(3), bstr_CreateLocked);
+  EXPECT_EQ(CountInFile(file), 0);
+}
+
 constexpr std::size_t lists_end = 95 + 3 * 8;  // of a log of three slots
 
 /// Appends while no file may become longer than this, as on a full disk.
