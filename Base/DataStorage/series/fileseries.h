@@ -12,8 +12,8 @@
 #include <DataStorage/series/datatag.h>
 #include <DataStorage/series/dimension.h>
 
-/// Somebody else has the lock of a series file that was to be opened with it: "Can't open series file ...",
-/// and who that is as far as the system says. It is free once they are done: try again later.
+/// Somebody else holds the lock that a series file was to be opened with: "Can't open series file ...", and
+/// who that is, as far as the system says. The same may succeed later.
 class DATASTORAGE_EXPORT dtsr_cFileLockedException : public expt_cUserException {
  public:
   /// Thrown by the constructors of `dtsr_cFileSeriesBase`. `holder` is a text for the user, as from
@@ -93,13 +93,13 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
   /// Creates a series file, or makes an existing file one. `dataTypeID` tells what the data are. Raises
   /// arr_IndexError for dimensions without any index, arr_SizeError for negative sizes and too many indices.
   /// Those, and lists that would not fit a file, are refused before the path is touched. Nobody can open the
-  /// file before it is complete. `access` is `bstr_CreateEmpty`, or `bstr_CreateLocked` to keep the lock
-  /// until the file is closed, or dtsr_cFileLockedException at once when somebody else has it.
+  /// file before it is complete. With `bstr_CreateLocked` as `access` the lock is held until the file is
+  /// closed; throws dtsr_cFileLockedException, without waiting, when somebody else holds it.
   dtsr_cFileSeriesBase(const str_cString& path, const dtsr_cDimensionArray& dimensions,
                        unsigned int dataTypeID, bstr_eAccess access = bstr_CreateEmpty);
   /// Opens a series file that holds data of the expected type. `bstr_OpenReadOnly` does not need permission
-  /// to write; `bstr_OpenLocked` keeps the lock, or throws dtsr_cFileLockedException at once. Refused are
-  /// files of another format or data type, and those that do not hold the lists they claim.
+  /// to write; `bstr_OpenLocked` holds the lock, or throws dtsr_cFileLockedException like the creation.
+  /// Refused are files of another format or data type, and those that do not hold the lists they claim.
   ///
   /// What the lists say of valid data is not judged: what can be read of them can be read, also of a file
   /// that was cut off. Appending fails, and writes nothing, where the next datum would stand before the end
