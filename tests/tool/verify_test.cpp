@@ -90,7 +90,7 @@ TEST_F(Verify, TellsEveryKindOfDamageApart) {
   EXPECT_THAT(Damage(Tag0 + 4, 8, Tag1 - 1).err,
               HasSubstr("1 of 2 data are whole; 'dseries repair a.dseries -o NEW' saves those"));
   // What is missing must not become zeros in front of the next datum.
-  EXPECT_THAT(Run("append a.dseries numbers.txt").err, HasSubstr("is cut off within its data"));
+  EXPECT_THAT(Run("append a.dseries numbers.txt").err, HasSubstr("cut off within its data"));
   EXPECT_EQ(Read("a.dseries").size(), std::size_t{Tag1 - 1});
   Damage(Tag1, 0);
   for (const char* command : {"list a.dseries", "get a.dseries 1", "find a.dseries --time 9"}) {
@@ -99,7 +99,7 @@ TEST_F(Verify, TellsEveryKindOfDamageApart) {
   }
   Damage(DimensionCount, -1);
   EXPECT_THAT(Run("info a.dseries").err,
-              HasSubstr("Can't read series file a.dseries; 'dseries verify a.dseries' lists what is damaged, "
+              HasSubstr("a.dseries is damaged; 'dseries verify a.dseries' lists what is damaged, "
                         "'dseries repair a.dseries -o NEW' saves"));
 }
 

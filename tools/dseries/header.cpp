@@ -11,12 +11,12 @@
 
 namespace dseries {
 
-bstr_cBinary_fstream OpenToRead(const std::string& path) {
+bstr_cBinary_fstream OpenToRead(const std::string& path, const char* advice) {
   bstr_cBinary_fstream file(str_cString(path.c_str()), bstr_OpenReadOnly);
   if (!file.Input().bGood()) {
     std::error_code ignored;
     const auto status = std::filesystem::status(path, ignored);
-    if (!std::filesystem::exists(status)) Fail("there is no file {}", path);
+    if (!std::filesystem::exists(status)) Fail("there is no file {}{}", path, advice);
     if (std::filesystem::is_directory(status)) Fail("{} is a folder; name the files in it", path);
     if (!std::filesystem::is_regular_file(status)) {
       Fail("{} is no regular file; series are not read from pipes and devices", path);
@@ -60,9 +60,7 @@ Header ReadHeader(bstr_cBinary_fstream& file) {
 }
 
 Header ReadHeader(const std::string& path) {
-  if (std::error_code ignored; !std::filesystem::exists(path, ignored))
-    Fail("there is no file {}; 'dseries create' makes series files", path);
-  bstr_cBinary_fstream file = OpenToRead(path);
+  bstr_cBinary_fstream file = OpenToRead(path, "; 'dseries create' makes series files");
   return ReadHeader(file);
 }
 

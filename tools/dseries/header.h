@@ -23,7 +23,7 @@ struct Header {
 };
 
 /// Opens a file for reading, or throws a Failure that says why it cannot.
-bstr_cBinary_fstream OpenToRead(const std::string& path);
+bstr_cBinary_fstream OpenToRead(const std::string& path, const char* advice = "");
 
 /// Whether a file begins like a series file, of whatever version it is.
 bool bSeriesFile(const std::string& path);

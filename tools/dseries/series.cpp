@@ -68,11 +68,9 @@ Series::Series(const std::string& path, const dtsr_cDimensionArray& dimensions, 
 Series::Series(const std::string& path, unsigned int data_type, bstr_eAccess access) try
     : dtsr_cFileSeriesBase(str_cString(path.c_str()), data_type, access),
       dtsr_cDataSeriesBase(DimensionsOf(*this)) {
-  // Behind the end of a file that was cut off the next datum would leave a gap of zeros, which then pass for
-  // what is missing.
   const int next = NextWriteIndex();
-  if (access != bstr_OpenReadOnly && next < Size() && dataOffsets_[next] > file_.Input().Size()) {
-    FailForDamage(path, path + " is cut off within its data, so that nothing can be appended");
+  if (access != bstr_OpenReadOnly && next < Size() && dataOffsets_[next] < 0) {
+    FailForDamage(path, path + " is damaged or cut off within its data, so that nothing can be appended");
   }
 } catch (const expt_cUserException& error) {
   std::string message = error.Message().CString();
