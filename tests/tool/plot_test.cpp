@@ -1,7 +1,9 @@
+#include <algorithm>
 #include <cairo.h>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <set>
 
@@ -177,6 +179,37 @@ TEST_F(Plots, ShowCurvesWithTheirGaps) {
   Refuse("plot a.dseries --row-at 1", "nothing can be cut");
   Refuse("plot a.dseries 1", "slot 1 is empty");
   Refuse("plot a.dseries 0 -p 0", "only one of DATUM");
+}
+
+TEST_F(Plots, TellCurvesApartWithoutColours) {
+  std::string low, high;
+  for (int i = 0; i < 300; ++i) low += "0\n", high += "1\n";
+  Write("low.txt", low);
+  Write("high.txt", high);
+  Succeed("create a.dseries --dim n,,2,0,1");
+  Succeed("append a.dseries low.txt high.txt");
+  std::istringstream lines(Succeed("plot a.dseries --contrast -1,2"));
+  std::string marks;
+  for (std::string line; std::getline(lines, line);) {
+    const std::size_t axis = std::min(line.find("│"), line.find("┤"));
+    if (axis == std::string::npos) continue;
+    std::copy_if(line.begin() + static_cast<std::ptrdiff_t>(axis), line.end(), std::back_inserter(marks),
+                 [](char c) { return c >= '0' && c <= '9'; });
+  }
+  EXPECT_EQ(marks, "22221111");
+
+  // The highest pixels of each curve below its name belong to the marks: those of squares are many.
+  Succeed("plot a.dseries --contrast -1,2 -o a.png");
+  const Pixels figure = ReadPng("a.png");
+  const auto top_pixels = [&figure](std::int64_t color) {
+    std::ptrdiff_t count = 0;
+    for (std::size_t y = figure.size() / 4; count == 0 && y < figure.size(); ++y) {
+      count = std::count(figure[y].begin(), figure[y].end(), color);
+    }
+    return count;
+  };
+  EXPECT_GT(top_pixels(0xD55E00), 6 * 7);
+  EXPECT_TRUE(top_pixels(0x0072B2) > 0 && top_pixels(0x0072B2) < 6 * 7) << top_pixels(0x0072B2);
 }
 
 TEST_F(Plots, ShowTheOneHighValueAmongMany) {
