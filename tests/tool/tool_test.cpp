@@ -267,6 +267,8 @@ TEST_F(Tool, NeedsNoPermissionToWriteWhereItOnlyReads) {
   }
   EXPECT_THAT(Run("append a.dseries one.txt --at 1,2", nobody).err,
               HasSubstr("Can't open series file a.dseries: it can be read, but not be written"));
+  EXPECT_THAT(Run("get a.dseries 0 -o one.txt", nobody).err,
+              HasSubstr("one.txt cannot be written: Permission denied"));
 }
 
 TEST_F(Tool, SaysHowMuchWasStoredWhenTheDiskIsFull) {

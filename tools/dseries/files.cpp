@@ -72,7 +72,8 @@ std::string ReadWhole(const std::string& path) {
 }
 
 CLI::Option* AddTarget(CLI::App& command, Target& target, const std::string& help) {
-  command.add_flag("-f,--force", target.force, "Write over a series file, too; others are replaced anyhow");
+  command.add_flag("-f,--force", target.force,
+                   "Replace a series file, too; other files are replaced without it");
   return command.add_option("-o,--output", target.path, help)
       ->type_name("OUT")
       ->transform(CLI::Validator(
@@ -92,7 +93,8 @@ void CheckEnding(const std::string& path, const std::string& what, const std::ve
     list += list.empty() ? "" : ending == endings.back() ? " and " : ", ";
     list += ending;
   }
-  Fail("{} to {} files, and {} is none", what, list, path);
+  const bool none = std::find(endings.begin(), endings.end(), "") != endings.end();
+  Fail("{} to {} files{}, and {} is none", what, list, none ? " or those without an ending" : "", path);
 }
 
 OutFile::OutFile(const Target& target, const std::string& source)
@@ -102,23 +104,23 @@ OutFile::OutFile(const Target& target, const std::string& source)
   if (fs::equivalent(name_, source, ignored)) Fail("{} is the input itself", name_);
   if (!bStream(name_)) whole_.emplace(name_, target.force ? Replace::Anything : Replace::AllButSeries);
   file_.reset(std::fopen(whole_ ? whole_->Path().c_str() : name_.c_str(), "wb"));
-  if (file_ == nullptr) Complain();
+  if (file_ == nullptr) FailToWrite();
 }
 
 void OutFile::Write(std::string_view bytes) {
   if (name_ == "-") {
     fmt::print("{}", bytes);
   } else if (std::fwrite(bytes.data(), 1, bytes.size(), file_.get()) != bytes.size()) {
-    Complain();
+    FailToWrite();
   }
 }
 
 void OutFile::Finish() {
-  if (file_ != nullptr && std::fclose(file_.release()) != 0) Complain();
+  if (file_ != nullptr && std::fclose(file_.release()) != 0) FailToWrite();
   if (whole_) whole_->Finish();
 }
 
-void OutFile::Complain() const { Fail("{} cannot be written: {}", name_, std::strerror(errno)); }
+void OutFile::FailToWrite() const { Fail("{} cannot be written: {}", name_, std::strerror(errno)); }
 
 void WriteWhole(const Target& target, std::string_view bytes, const std::string& source) {
   OutFile out(target, source);

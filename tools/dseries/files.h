@@ -80,7 +80,7 @@ class OutFile {
  private:
   using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 
-  [[noreturn]] void Complain() const;
+  [[noreturn]] void FailToWrite() const;
 
   std::string name_;
   std::optional<NewFile> whole_;  ///< none where nothing waits for the end

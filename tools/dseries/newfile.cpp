@@ -105,10 +105,8 @@ std::string Renamed(std::string message, const std::string& path, const std::str
 }
 
 void CheckSeriesName(const std::string& name) {
-  const std::string extension = Extension(name);
-  if (!extension.empty() && extension != ".dseries") {
-    Fail("a series goes to a file named *.dseries or without an ending, and {} is none", name);
-  }
+  if (name == "-") Fail("a series is written to a file, not to standard output");
+  CheckEnding(name, "series are written", {"", ".dseries"});
 }
 
 }  // namespace dseries
