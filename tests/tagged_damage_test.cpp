@@ -111,7 +111,7 @@ std::vector<Node> Damaged(const Node& atom) {
     add([](Node& each) { each.bytes.clear(); });
     if (atom.kind == "byte") add([](Node& each) { each.bytes[0] = static_cast<char>(200); });  // of no type
     if (atom.kind != "data") return damaged;
-    for (const std::size_t place : {0, 1, 4})  // element code, count
+    for (const std::size_t place : {0U, 1U, 4U})  // element code, count
       for (const int change : {1, -1, 0x80})
         add([&](Node& each) { each.bytes[place] = static_cast<char>(each.bytes[place] + change); });
     return damaged;
