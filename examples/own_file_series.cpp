@@ -16,9 +16,9 @@
 class SpectrumSeries : public dtsr_cFileSeriesBase, public dtsr_cDataSeriesBase {
  public:
   SpectrumSeries(const str_cString& path, const dtsr_cDimensionArray& dimensions)
-      : dtsr_cFileSeriesBase(path, dimensions, darr_c1DArray::DataTypeID()),
+      : dtsr_cFileSeriesBase(path, dimensions, darr_c1DArray::DataTypeID(), bstr_CreateLocked),
         dtsr_cDataSeriesBase(dimensions) {}
-  explicit SpectrumSeries(const str_cString& path, bstr_eAccess access = bstr_OpenExisting)
+  explicit SpectrumSeries(const str_cString& path, bstr_eAccess access = bstr_OpenLocked)
       : dtsr_cFileSeriesBase(path, darr_c1DArray::DataTypeID(), access), dtsr_cDataSeriesBase(Dimensions()) {}
 
   void Append(const darr_c1DArray& spectrum, const dtsr_cDataTag& tag) {
@@ -54,7 +54,7 @@ bool bSame(const dtsr_cDimensionArray& a, const dtsr_cDimensionArray& b) {
 }
 
 /// Goes on with the series that is there. Only where there is no file it is created, since that would empty
-/// it.
+/// it. Throws when another program writes to it.
 SpectrumSeries OpenOrCreate(const std::string& path, const dtsr_cDimensionArray& dimensions) {
   if (!std::filesystem::exists(path)) return SpectrumSeries(path.c_str(), dimensions);
   SpectrumSeries series(path.c_str());

@@ -71,10 +71,16 @@ std::int64_t FileSize(std::intptr_t file) {
 void CloseFile(std::intptr_t file) { ::close(Descriptor(file)); }
 
 /// Locks of this kind belong to the open file. Those of `fcntl` would be lost as soon as the process closes
-/// any other descriptor of the file, such as that of a reader.
-std::intptr_t LockFile(int file) {
-  if (Uninterrupted([&] { return ::flock(file, LOCK_EX | LOCK_NB); }) == 0) return file;
-  return errno == EWOULDBLOCK ? detail::TakenFile : detail::UnlockableFile;
+/// any other descriptor of the file, such as that of a reader. A file that lost its name to another one
+/// before the lock was given is no file to write to.
+std::intptr_t LockFile(int file, const char* path) {
+  if (Uninterrupted([&] { return ::flock(file, LOCK_EX | LOCK_NB); }) != 0) {
+    return errno == EWOULDBLOCK ? detail::TakenFile : detail::UnlockableFile;
+  }
+  struct stat opened, named;
+  const bool same = ::fstat(file, &opened) == 0 && ::stat(path, &named) == 0 &&
+                    opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
+  return same ? file : detail::TakenFile;
 }
 
 std::intptr_t OpenRegularFile(const char* path, bstr_eAccess access) {
@@ -90,7 +96,7 @@ std::intptr_t OpenRegularFile(const char* path, bstr_eAccess access) {
   if (file < 0) return NoFile;
   struct stat status;
   std::intptr_t result = ::fstat(file, &status) == 0 && S_ISREG(status.st_mode) ? file : NoFile;
-  if (result == file && detail::bLocks(access)) result = LockFile(file);
+  if (result == file && detail::bLocks(access)) result = LockFile(file, path);
   // Whoever has the lock may still need the contents, so they go after it was given.
   if (result == file && access == bstr_CreateLocked) {
     const bool emptied = Uninterrupted([&] { return ::ftruncate(file, 0); }) == 0;

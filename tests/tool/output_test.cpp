@@ -4,8 +4,10 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <memory>
 #include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 #include "failure.h"
 #include "interrupt.h"
@@ -273,6 +275,34 @@ TEST_F(Outputs, RefuseWhatCannotFitBeforeTheyBegin) {
   std::filesystem::remove(folder_ / "a.dseries");
   EXPECT_FALSE(bExists("new.dseries"));
   EXPECT_THAT(Run("create new.dseries --dim n,,300000000,0,1").err, HasSubstr("up to 268435448"));
+}
+
+TEST_F(Outputs, GoToASeriesFromOneWriterAtATime) {
+  auto writer = std::make_unique<bstr_cBinary_fstream>((folder_ / "a.dseries").c_str(), bstr_OpenLocked);
+  const std::string holder = "a.dseries is being written by process " + std::to_string(getpid()) + " (";
+  const struct {
+    const char* arguments;
+    bool writes;
+  } commands[] = {{"append a.dseries one.txt --wait 0", true},
+                  {"append a.dseries one.txt --wait 0.1", true},
+                  {"create a.dseries --force --dim n,,9,0,1", true},
+                  {"convert p.dseries a.dseries --force --type float32", true},
+                  {"list a.dseries", false},
+                  {"verify a.dseries", false},
+                  {"get a.dseries 0", false}};
+  for (const auto& command : commands) {
+    const Result result = Run(command.arguments);
+    EXPECT_EQ(result.status, command.writes ? 1 : 0) << command.arguments;
+    EXPECT_THAT(result.err, HasSubstr(command.writes ? holder : "")) << command.arguments;
+  }
+  EXPECT_EQ(Read("a.dseries"), series_);
+  std::thread end([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    writer.reset();
+  });
+  EXPECT_THAT(Run("append a.dseries one.txt --time 7 --wait 60").err, HasSubstr("; waiting"));
+  end.join();
+  EXPECT_EQ(Stored("a.dseries"), 2);
 }
 
 TEST_F(Outputs, HoldWhatCameThroughPipes) {

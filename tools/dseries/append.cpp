@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <ctime>
@@ -8,6 +9,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <type_traits>
 #include <vector>
 
@@ -38,6 +40,7 @@ struct Options {
   std::string time;
   std::vector<double> at;
   bool tag_position = false;
+  double wait = 10;  ///< seconds for another writer
 };
 
 /// Makes the tag of the datum in a slot.
@@ -121,9 +124,29 @@ std::string StoredText(std::int64_t done, std::optional<std::int64_t> count) {
   return Count(done, "datum was stored", "data were stored");
 }
 
+/// Opens the series as its only writer. Throws Failure when another one does not end in time.
+template <class Array>
+std::unique_ptr<DataSeries<Array>> OpenLocked(const Options& options) {
+  using Clock = std::chrono::steady_clock;
+  const auto end = Clock::now() + std::chrono::duration<double>(options.wait);
+  for (bool told = false;;) {
+    try {
+      return std::make_unique<DataSeries<Array>>(options.file, bstr_OpenLocked);
+    } catch (const dtsr_cFileLockedException& error) {
+      if (Clock::now() >= end) {
+        Fail("{} is being written by {}; nothing was stored", options.file, error.Holder().CString());
+      }
+      if (!told) Complain("{} is being written by {}; waiting", options.file, error.Holder().CString());
+      told = true;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  }
+}
+
 template <class Array>
 void AppendInputs(const Options& options) {
-  DataSeries<Array> series(options.file);
+  const std::unique_ptr<DataSeries<Array>> locked = OpenLocked<Array>(options);
+  DataSeries<Array>& series = *locked;
   const TagOf tag_of = TagsFor(series, options);
   CheckSlots(series, static_cast<std::int64_t>(options.inputs.size()));  // each has a datum or more
 
@@ -234,6 +257,11 @@ void AddAppend(CLI::App& program) {
                   "change is reported")
       ->type_name("TYPE")
       ->check(CLI::IsMember(ElementNames()));
+  command
+      .add_option("--wait", options->wait,
+                  "How long to wait while another program writes to the series; default 10")
+      ->type_name("SECONDS")
+      ->check(CLI::NonNegativeNumber);
   AddCalibration(command, form);
   command
       .add_option("--missing", form.missing,

@@ -59,6 +59,11 @@ bool bRenamedToFree(const char* from, const char* to) {
   return std::rename(from, to) == 0;
 }
 
+std::string HolderText(const std::string& path) {
+  const str_cString holder = bstr_LockHolder(str_cString(path.c_str()));
+  return holder == "" ? "another program" : holder.CString();
+}
+
 }  // namespace
 
 bool bExists(const std::string& path) {
@@ -85,6 +90,12 @@ NewFile::NewFile(const std::string& name, Replace replace) : name_(name) {
       Fail("{} is a series file; --force replaces it", name);
     }
     if (!S_ISREG(present.st_mode)) Fail("{} is no regular file", name);
+    if (bSeriesFile(target_)) {  // whoever appends to it would go on in a file without a name
+      lock_.emplace(str_cString(target_.c_str()), bstr_OpenLocked);
+      if (lock_->Lock() == bstr_LockTaken) {
+        Fail("{} is being written by {}", name, HolderText(target_));
+      }
+    }
     if (access(target_.c_str(), W_OK) != 0) Fail("{} cannot be written: {}", name, std::strerror(errno));
   }
   file_.emplace(EmptyFileBeside(target, name));

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "interrupt.h"
+#include <DataStorage/interfaces/bstr.h>
 #include <DataStorage/interfaces/expt.h>
 
 namespace dseries {
@@ -34,6 +35,7 @@ class NewFile {
   std::string name_;    ///< as it was given
   std::string target_;  ///< where links lead
   bool replaces_;
+  std::optional<bstr_cBinary_fstream> lock_;  ///< of a series that is replaced
   std::optional<Unfinished> file_;
 };
 

@@ -72,6 +72,8 @@ Series::Series(const std::string& path, unsigned int data_type, bstr_eAccess acc
   if (access != bstr_OpenReadOnly && next < Size() && dataOffsets_[next] < 0) {
     FailForDamage(path, path + " is damaged or cut off within its data, so that nothing can be appended");
   }
+} catch (const dtsr_cFileLockedException&) {
+  throw;
 } catch (const expt_cUserException& error) {
   std::string message = error.Message().CString();
   message.erase(message.find_last_not_of('.') + 1);
