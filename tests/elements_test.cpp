@@ -104,34 +104,42 @@ TYPED_TEST(ElementsOf, FollowTheRuleOfTheirPairOnEveryPath) {
   using Source = TypeParam;
   for (const std::size_t count : {0u, 1u, 3u, 31u, 5003u}) {
     const std::vector<Source> source = Samples<Source>(count);
-    for (int target = dtyp_UBin8; target <= dtyp_Complex128; ++target)
-      detail::VisitElementType(
-          static_cast<dtyp_eDataType>(target), [&]<class Target>(std::type_identity<Target>) {
-            std::vector<Target> expected;
-            for (const Source& value : source) expected.push_back(Rule<Target>(value));
-            OnEveryPath([&] {
-              EXPECT_TRUE(SameBits(Converted<Source, Target>(source), expected))
-                  << dtyp_cDataType(detail::DataTypeOf<Target>).StringOut().CString() << ", count " << count;
-            });
-          });
+    detail::ElementTypes::ForEach([&]<class Target>(std::type_identity<Target>) {
+      std::vector<Target> expected;
+      for (const Source& value : source) expected.push_back(Rule<Target>(value));
+      OnEveryPath([&] {
+        EXPECT_TRUE(SameBits(Converted<Source, Target>(source), expected))
+            << detail::ShortName(detail::DataTypeOf<Target>) << ", count " << count;
+      });
+    });
   }
 }
 
-TEST(Elements, StayWithinTheTarget) {
-  const double source[] = {1, 2, 3, 4, 5, 6, 7};
-  for (int type = dtyp_UBin8; type <= dtyp_Complex128; ++type) {
-    const dtyp_cDataType target_type(static_cast<dtyp_eDataType>(type));
-    for (int count = -1; count <= 7; ++count) {
-      std::vector<unsigned char> target(8 * sizeof(comp_cComplex<double>), 0xcd);
-      conv_ConvertElements(dtyp_Float64, target_type.Type(), count, conv_Real, source, target.data());
-      const int end = std::max(count, 0) * target_type.SizeOf();
-      EXPECT_EQ(std::count(target.begin() + end, target.end(), 0xcd), std::ssize(target) - end);
-    }
-  }
-  for (const int bad : {-1, 0, 11}) {
+TYPED_TEST(ElementsOf, WriteEveryTargetElementAndNothingElse) {
+  using Bytes = std::vector<unsigned char>;
+  const std::vector<TypeParam> source = Samples<TypeParam>(40);
+  detail::ElementTypes::ForEach([&]<class Target>(std::type_identity<Target>) {
+    for (const int count : {-1, 0, 1, 7, 31, 40})
+      OnEveryPath([&] {
+        const auto over = [&](unsigned char before) {
+          Bytes target(42 * sizeof(Target), before);
+          conv_ConvertElements(detail::DataTypeOf<TypeParam>, detail::DataTypeOf<Target>, count, conv_Real,
+                               source.data(), target.data());
+          const auto end = target.begin() + std::max(count, 0) * std::ssize(target) / 42;
+          EXPECT_EQ(std::count(end, target.end(), before), target.end() - end);
+          return Bytes(target.begin(), end);
+        };
+        EXPECT_EQ(over(0x00), over(0xff)) << detail::ShortName(detail::DataTypeOf<Target>);
+      });
+  });
+}
+
+TEST(Elements, OfUnknownTypesAreLeftAlone) {
+  for (const int bad : {-1, 0, detail::ElementTypes::size + 1}) {
+    const double source = 1;
     double target = 17;
-    conv_ConvertElements(static_cast<dtyp_eDataType>(bad), dtyp_Float64, 1, conv_Real, source, &target);
-    conv_ConvertElements(dtyp_Float64, static_cast<dtyp_eDataType>(bad), 1, conv_Real, source, &target);
+    conv_ConvertElements(static_cast<dtyp_eDataType>(bad), dtyp_Float64, 1, conv_Real, &source, &target);
+    conv_ConvertElements(dtyp_Float64, static_cast<dtyp_eDataType>(bad), 1, conv_Real, &source, &target);
     EXPECT_EQ(target, 17);
   }
 }

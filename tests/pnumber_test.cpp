@@ -44,8 +44,8 @@ TYPED_TEST(NumberOf, KeepsItsTypeAndValue) {
   EXPECT_EQ(clone->DataType(), type);
   EXPECT_EQ(*static_cast<const T*>(clone->Data()), T(7));
 
-  for (int i = dtyp_UBin8; i <= dtyp_Complex128; ++i) {
-    const auto other = static_cast<dtyp_eDataType>(i);
+  detail::ElementTypes::ForEach([&]<class Other>(std::type_identity<Other>) {
+    const dtyp_eDataType other = detail::DataTypeOf<Other>;
     pnum_cNumber copy = seven;
     EXPECT_NE(copy.Data(), seven.Data());
     copy.Convert(other);
@@ -55,7 +55,7 @@ TYPED_TEST(NumberOf, KeepsItsTypeAndValue) {
     copy = seven;
     copy = *&copy;
     EXPECT_EQ(ValueOf<T>(copy), T(7));
-  }
+  });
 }
 
 TEST(Number, OfAComplexValueIsRealWithoutImaginaryPart) {
@@ -99,7 +99,7 @@ TEST(Number, CountsWithinTheIntegers) {
 }
 
 TEST(Number, RefusesTypesThatDoNotExist) {
-  for (const int value : {-1, 0, 11}) {
+  for (const int value : {-1, 0, detail::ElementTypes::size + 1}) {
     const auto type = static_cast<dtyp_eDataType>(value);
     pnum_cNumber number(1.5);
     EXPECT_THROW(pnum_cNumber{type}, expt_cProgramException);

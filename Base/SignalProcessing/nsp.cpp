@@ -1,9 +1,11 @@
 #include <bit>
+#include <climits>
 #include <cmath>
 #include <limits>
 #include <type_traits>
 
 #include <DataStorage/interfaces/elementloop.h>
+#include <DataStorage/interfaces/elementtypes.h>
 #include <DataStorage/interfaces/nsp.h>
 #if defined(DATASTORAGE_WIDE_LOOPS)
 #include <SignalProcessing/roundwide.h>
@@ -35,22 +37,23 @@ DATASTORAGE_IN_LINE double FromInteger(unsigned int value) {
 template <class Float>
 using BitsOf = std::conditional_t<sizeof(Float) == 4, std::int32_t, std::int64_t>;
 
+/// Whether the mantissa of `Float` holds every `Integer` and two more bits.
+template <class Integer, class Float>
+constexpr bool fits_mantissa = std::numeric_limits<Integer>::digits < std::numeric_limits<Float>::digits - 2;
+
 /// Adding 1.5 * 2^52 (2^23 for floats) moves a value, rounded to nearest even, into the low bits of the sum.
 template <class Integer, class Float>
-DATASTORAGE_IN_LINE Integer ToIntegerInMantissa(Float value) {
-  constexpr Float lowest = std::numeric_limits<Integer>::min();
-  constexpr Float highest = std::numeric_limits<Integer>::max();
-  constexpr Float shift = Float(1.5) / std::numeric_limits<Float>::epsilon();
-  value = value == value ? value : Float(0);
+DATASTORAGE_IN_LINE Integer ToInteger(Float source) {
+  using Wide = std::conditional_t<fits_mantissa<Integer, Float>, Float, double>;
+  static_assert(fits_mantissa<Integer, Wide>, "an integer of this width needs a ToInteger of its own");
+  constexpr Wide lowest = std::numeric_limits<Integer>::min();
+  constexpr Wide highest = std::numeric_limits<Integer>::max();
+  constexpr Wide shift = Wide(1.5) / std::numeric_limits<Wide>::epsilon();
+  Wide value = source;
+  value = value == value ? value : Wide(0);
   value = value > lowest ? value : lowest;
   value = value < highest ? value : highest;
-  return static_cast<Integer>(std::bit_cast<BitsOf<Float>>(value + shift));
-}
-
-template <class Integer, class Float>
-DATASTORAGE_IN_LINE Integer ToInteger(Float value) {
-  constexpr bool fits = std::numeric_limits<Integer>::digits < std::numeric_limits<Float>::digits - 2;
-  return ToIntegerInMantissa<Integer>(static_cast<std::conditional_t<fits, Float, double>>(value));
+  return static_cast<Integer>(std::bit_cast<BitsOf<Wide>>(value + shift));
 }
 
 template <class T>
@@ -63,34 +66,28 @@ DATASTORAGE_IN_LINE T Imaginary(const comp_cComplex<T>& value) {
   return value.Imaginary();
 }
 
-/// Calls `f` with the integer type, as `std::type_identity`.
+/// Calls `f` with the element type that is the integer of that width and signedness, as `std::type_identity`;
+/// does nothing when there is none.
 template <class F>
 void WithIntegerOf(int word_size, int flags, F f) {
   const bool is_unsigned = (flags & nsp_Unsigned) != 0;
-  const auto choose = [&](auto unsigned_type, auto signed_type) {
-    is_unsigned ? f(unsigned_type) : f(signed_type);
-  };
-  switch (word_size) {
-    case 8:
-      return choose(std::type_identity<unsigned char>(), std::type_identity<char>());
-    case 16:
-      return choose(std::type_identity<unsigned short>(), std::type_identity<short>());
-    case 32:
-      return choose(std::type_identity<unsigned int>(), std::type_identity<int>());
-    default:
-      return;
-  }
+  detail::ElementTypes::ForEach([=]<class T>(std::type_identity<T> type) {
+    if constexpr (std::is_integral_v<T>) {
+      if (word_size == CHAR_BIT * int{sizeof(T)} && is_unsigned == std::is_unsigned_v<T>) f(type);
+    }
+  });
 }
 
-/// `condition ? a : b`, so written that compilers neither branch nor follow what the condition implies for
-/// the conditions behind it, which makes loops much slower.
+/// `condition ? a : b`, written with bit masks because compilers make branches of the operator, or specialise
+/// later conditions for each outcome; both make loops much slower.
 template <class T>
 DATASTORAGE_IN_LINE T Choose(bool condition, T a, T b) {
   const BitsOf<T> mask = -static_cast<BitsOf<T>>(condition);
   return std::bit_cast<T>((std::bit_cast<BitsOf<T>>(a) & mask) | (std::bit_cast<BitsOf<T>>(b) & ~mask));
 }
 
-/// A power of two that brings numbers of one end of the range to where they can be squared and added.
+/// Numbers below `small` are multiplied by `up` and those above `large` by `down`, powers of two, so that
+/// their squares and the sum of these are in range.
 template <class T>
 struct Range;
 template <>
@@ -136,7 +133,7 @@ struct ArcTangent<double> {
   static constexpr double quarter_pi = 0x1.921fb54442d18p-1, quarter_pi_rest = 0x1.1a62633145c07p-55;
 };
 
-/// Sums even and odd powers apart: two short chains of operations are faster than a long one.
+/// Sums even and odd powers separately: two short chains of operations are faster than a long one.
 template <class T, std::size_t n>
 DATASTORAGE_IN_LINE T Polynomial(const T (&coefficients)[n], T z) {
   T sums[2] = {0, 0};
@@ -177,6 +174,15 @@ DATASTORAGE_IN_LINE T Phase(const comp_cComplex<T>& value) {
   return std::copysign(quarters * A::quarter_pi + rest, y);
 }
 
+template <class Float, class Integer>
+void RoundToIntegers(const Float* source, Integer* target, std::int64_t count) {
+  std::int64_t done = 0;
+#if defined(DATASTORAGE_WIDE_LOOPS)
+  if (detail::WideLoops()) done = detail::RoundBlocks(source, target, count);
+#endif
+  ForEachElement<ToInteger<Integer, Float>>(source + done, target + done, count - done);
+}
+
 template <class Float>
 void IntToFloat(const void* source, Float* target, std::int64_t count, int word_size, int flags) {
   WithIntegerOf(word_size, flags, [=]<class Integer>(std::type_identity<Integer>) {
@@ -187,12 +193,7 @@ void IntToFloat(const void* source, Float* target, std::int64_t count, int word_
 template <class Float>
 void FloatToInt(const Float* source, void* target, std::int64_t count, int word_size, int flags) {
   WithIntegerOf(word_size, flags, [=]<class Integer>(std::type_identity<Integer>) {
-    Integer* const integers = static_cast<Integer*>(target);
-    std::int64_t done = 0;
-#if defined(DATASTORAGE_WIDE_LOOPS)
-    if (detail::WideLoops()) done = detail::RoundBlocks(source, integers, count);
-#endif
-    ForEachElement<ToInteger<Integer, Float>>(source + done, integers + done, count - done);
+    RoundToIntegers(source, static_cast<Integer*>(target), count);
   });
 }
 

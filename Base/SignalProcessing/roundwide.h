@@ -5,8 +5,8 @@
 #include <limits>
 #include <type_traits>
 
-/// Floats to integers with 256-bit instructions: compilers do not find the packed conversions that round and
-/// saturate. For processors with AVX2 only.
+/// Floats to integers with 256-bit instructions, for processors with AVX2 only: compilers do not find the
+/// packed conversions that round and saturate.
 namespace detail {
 
 #define DATASTORAGE_WIDE_IN_LINE [[gnu::target("avx2"), gnu::always_inline]] inline
@@ -60,9 +60,10 @@ DATASTORAGE_WIDE_IN_LINE __m256i RoundEight(const double* source) {
   return _mm256_set_m128i(RoundFour<Integer>(source + 4), RoundFour<Integer>(source));
 }
 
-/// Converts in blocks of 32 elements, as many as there are, and tells where they end.
+/// Converts the elements in blocks of 32 and returns how many it converted; fewer than 32 remain.
 template <class Integer, class Float>
 [[gnu::target("avx2")]] std::int64_t RoundBlocks(const Float* source, Integer* target, std::int64_t count) {
+  static_assert(sizeof(Integer) <= 4, "AVX2 has no conversion to integers of this width");
   constexpr bool is_signed = std::is_signed_v<Integer>;
   std::int64_t i = 0;
   for (; i + 32 <= count; i += 32) {

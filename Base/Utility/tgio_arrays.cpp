@@ -4,6 +4,7 @@
 #include <type_traits>
 
 #include <DataStorage/interfaces/arr.h>
+#include <DataStorage/interfaces/elementtypes.h>
 #include <DataStorage/interfaces/littleendian.h>
 
 // The tagged-stream forms of number arrays. Binary: element code (1 byte), element count or, in two
@@ -20,18 +21,12 @@ using detail::SwapToLittleEndian;
 template <class T>
 constexpr std::size_t NumParts = sizeof(T) / detail::WordSize<T>;
 
-enum Family : std::uint8_t { Unsigned, Signed, Float, Complex, Truth };  // persistent
-
+/// Distinguishes the element types in streams: the family in the upper three bits, the size below.
+/// Persistent.
 template <class T>
-constexpr Family FamilyOf = std::is_same_v<T, type_cBoolean> ? Truth
-                            : NumParts<T> == 2               ? Complex
-                            : std::is_floating_point_v<T>    ? Float
-                            : std::is_signed_v<T>            ? Signed
-                                                             : Unsigned;
-
-/// Tells the element types apart in streams: the family in the upper three bits, the size below.
-template <class T>
-constexpr std::uint8_t Code = 32 * FamilyOf<T> + sizeof(T);
+constexpr std::uint8_t Code = 32 * static_cast<int>(detail::FamilyOf<T>) + sizeof(T);
+template <>
+constexpr std::uint8_t Code<type_cBoolean> = 32 * 4 + 1;
 
 bool WriteCount(tgio_cBinary_ostream& out, int n) {
   char bytes[4];
@@ -71,7 +66,7 @@ template <class T>
 bool ReadElements(tgio_cBinary_istream& in, T* elements, std::size_t n) {
   if (!in.ReadBytes(elements, n * sizeof(T))) return false;
   SwapToLittleEndian(elements, static_cast<std::int64_t>(n));
-  if constexpr (FamilyOf<T> == Truth) {
+  if constexpr (std::is_same_v<T, type_cBoolean>) {
     std::transform(elements, elements + n, elements, [](bool value) { return value; });  // 0 or 1 from now on
   }
   return true;
@@ -174,17 +169,9 @@ type_cBoolean arr_c2DNumberArray<T>::ReadStream(tgio_cBinary_istream& in) {
   return true;
 }
 
-#define DATASTORAGE_STREAMED_ELEMENT(type) \
-  template class arr_c1DNumberArray<type>; \
+#define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) \
+  template class arr_c1DNumberArray<type>;                                 \
   template class arr_c2DNumberArray<type>;
-DATASTORAGE_STREAMED_ELEMENT(unsigned char)
-DATASTORAGE_STREAMED_ELEMENT(unsigned short)
-DATASTORAGE_STREAMED_ELEMENT(unsigned int)
-DATASTORAGE_STREAMED_ELEMENT(char)
-DATASTORAGE_STREAMED_ELEMENT(short)
-DATASTORAGE_STREAMED_ELEMENT(int)
-DATASTORAGE_STREAMED_ELEMENT(float)
-DATASTORAGE_STREAMED_ELEMENT(double)
-DATASTORAGE_STREAMED_ELEMENT(comp_cComplex<float>)
-DATASTORAGE_STREAMED_ELEMENT(comp_cComplex<double>)
-DATASTORAGE_STREAMED_ELEMENT(type_cBoolean)
+#include <DataStorage/interfaces/elementtypes.def>
+template class arr_c1DNumberArray<type_cBoolean>;
+template class arr_c2DNumberArray<type_cBoolean>;

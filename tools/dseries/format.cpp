@@ -145,7 +145,7 @@ std::string WithUnits(const std::string& value, const str_cString& units) {
 const std::vector<std::string>& ElementNames() {
   static const std::vector<std::string> names{
 #define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) short_name,
-#include <DataStorage/numbers/elementtypes.def>
+#include <DataStorage/interfaces/elementtypes.def>
   };
   return names;
 }

@@ -84,14 +84,17 @@ type_cBoolean NumberArray<Letter>::Write(bstr_cBinary_ostream& out) const {
          out.bGood();
 }
 
+/// Raw forms of signed bytes and complex numbers are written, but their readers have always refused them.
+template <class T>
+inline constexpr bool bRawFormIsRead = FamilyOf<T> != Family::Complex && !std::is_same_v<T, char>;
+
 template <class Letter>
 type_cBoolean NumberArray<Letter>::Read(bstr_cBinary_istream& in) {
-  const unsigned short type = Letter::ReadRawType(in);
-  if (type == dtyp_SBin8 || type > dtyp_Float64) return false;
-  auto letter = VisitElementType(static_cast<dtyp_eDataType>(type),
-                                 []<class T>(std::type_identity<T>) -> std::unique_ptr<Letter> {
-                                   return std::make_unique<typename Letter::template Typed<T>>();
-                                 });
+  const auto type = static_cast<dtyp_eDataType>(Letter::ReadRawType(in));
+  auto letter = VisitElementType(type, []<class T>(std::type_identity<T>) -> std::unique_ptr<Letter> {
+    if (!bRawFormIsRead<T>) return nullptr;
+    return std::make_unique<typename Letter::template Typed<T>>();
+  });
   if (letter == nullptr || !letter->ReadRaw(in) || !in.bGood()) return false;
   letter_ = std::move(letter);
   return true;

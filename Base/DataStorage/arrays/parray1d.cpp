@@ -127,4 +127,4 @@ parr_c1DNumberArray parr_c1DNumberArray::Selection(int first, int second) const 
 template class detail::NumberArray<parr_c1DArray>;
 #define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) \
   template class parr_c1DTypedNumberArray<type>;
-#include <DataStorage/numbers/elementtypes.def>
+#include <DataStorage/interfaces/elementtypes.def>

@@ -165,4 +165,4 @@ std::pair<int, int> parr_c2DNumberArray::Indices(std::int64_t x, std::int64_t y)
 template class detail::NumberArray<parr_c2DArray>;
 #define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) \
   template class parr_c2DTypedNumberArray<type>;
-#include <DataStorage/numbers/elementtypes.def>
+#include <DataStorage/interfaces/elementtypes.def>

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-/// For the functions of one element: only in line do they become vector instructions.
+/// Marks the functions of one element: loops over them become vector instructions only when they are inlined.
 #if defined(__GNUC__)
 #define DATASTORAGE_IN_LINE [[gnu::always_inline]] inline
 #else
@@ -16,8 +16,8 @@
 namespace detail {
 
 #if defined(DATASTORAGE_WIDE_LOOPS)
-/// Whether loops use vectors of 256 bits; what the processor has, unless a test says otherwise. The results
-/// are the same, since the wide loops use no fused multiply-add.
+/// Whether loops use vectors of 256 bits: true when the processor has AVX2; tests change it. The results are
+/// the same either way, since the wide loops use no fused multiply-add.
 inline bool& WideLoops() {
   static bool wide = __builtin_cpu_supports("avx2");
   return wide;

@@ -1,58 +1,75 @@
 #include <algorithm>
+#include <compare>
 
 #include <DataStorage/numbers/datatype.h>
 
 namespace {
 
-struct Names {
+/// What decides about common types, in the order of the comparison.
+struct Kind {
+  detail::Family family;
+  int size;
+  auto operator<=>(const Kind&) const = default;
+};
+
+struct Element {
   dtyp_eDataType type;
+  Kind kind;
   const char* long_name;
   const char* short_name;
 };
 
-constexpr Names all_names[] = {
+constexpr Element elements[] = {
 #define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) \
-  {dtyp_##name, long_name, short_name},
-#include <DataStorage/numbers/elementtypes.def>
+  {dtyp_##name, {detail::FamilyOf<type>, sizeof(type)}, long_name, short_name},
+#include <DataStorage/interfaces/elementtypes.def>
 };
 
-constexpr Names no_names{dtyp_NoType, "No type", ""};
+constexpr Element no_element{dtyp_NoType, {detail::Family::Unsigned, 0}, "No type", ""};
 
-const Names& NamesOf(dtyp_eDataType type) {
-  const Names* found = std::ranges::find(all_names, type, &Names::type);
-  return found != std::end(all_names) ? *found : no_names;
+/// The element type whose `member` is `key`.
+constexpr const Element& ElementWith(auto Element::*member, const auto& key) {
+  const Element* found =
+      std::ranges::find_if(elements, [&](const Element& element) { return key == element.*member; });
+  return found != std::end(elements) ? *found : no_element;
 }
 
-dtyp_eDataType TypeNamed(const str_cString& name, const char* Names::*kind) {
-  const Names* found =
-      std::ranges::find_if(all_names, [&](const Names& names) { return name == names.*kind; });
-  return found != std::end(all_names) ? found->type : dtyp_NoType;
+/// The later family with its larger size. Integers keep the size of the wider one, whatever its sign.
+constexpr dtyp_eDataType CommonType(const Element& a, const Element& b) {
+  Kind common = std::max(a.kind, b.kind);
+  if (common.family <= detail::Family::Signed) common.size = std::max(a.kind.size, b.kind.size);
+  return ElementWith(&Element::kind, common).type;
 }
 
-bool IsUnsigned(dtyp_eDataType type) { return type >= dtyp_UBin8 && type <= dtyp_UBin32; }
-bool IsSigned(dtyp_eDataType type) { return type >= dtyp_SBin8 && type <= dtyp_SBin32; }
-
-dtyp_eDataType SignedOfSameWidth(dtyp_eDataType type) {
-  return IsUnsigned(type) ? static_cast<dtyp_eDataType>(type + (dtyp_SBin8 - dtyp_UBin8)) : type;
+constexpr bool bListIsSound() {
+  int value = 0;
+  for (const Element& a : elements) {
+    if (a.type != ++value || CommonType(a, a) != a.type) return false;
+    for (const Element& b : elements) {
+      if (CommonType(a, b) == dtyp_NoType) return false;
+    }
+  }
+  return true;
 }
+static_assert(bListIsSound(), "values count from 1, no two types are alike, and any two have a common type");
 
 }  // namespace
 
-dtyp_cDataType::dtyp_cDataType(str_cString name) : type_(TypeNamed(name, &Names::long_name)) {}
+dtyp_cDataType::dtyp_cDataType(str_cString name) : type_(ElementWith(&Element::long_name, name).type) {}
 
-str_cString dtyp_cDataType::StringOut() const { return NamesOf(type_).long_name; }
+str_cString dtyp_cDataType::StringOut() const { return ElementWith(&Element::type, type_).long_name; }
 
 dtyp_cDataType dtyp_Max(const dtyp_cDataType& a, const dtyp_cDataType& b) {
-  const dtyp_eDataType x = a.Type();
-  const dtyp_eDataType y = b.Type();
-  const bool mixed_signs = (IsUnsigned(x) && IsSigned(y)) || (IsSigned(x) && IsUnsigned(y));
-  return mixed_signs ? std::max(SignedOfSameWidth(x), SignedOfSameWidth(y)) : std::max(x, y);
+  if (a.SizeOf() == 0 || b.SizeOf() == 0) return std::max(a.Type(), b.Type());
+  return CommonType(ElementWith(&Element::type, a.Type()), ElementWith(&Element::type, b.Type()));
 }
 
 namespace detail {
 
-const char* ShortName(dtyp_eDataType type) { return NamesOf(type).short_name; }
+const char* ShortName(dtyp_eDataType type) { return ElementWith(&Element::type, type).short_name; }
 
-dtyp_eDataType TypeOfShortName(const str_cString& name) { return TypeNamed(name, &Names::short_name); }
+dtyp_eDataType TypeOfShortName(const str_cString& name) {
+  return ElementWith(&Element::short_name, name).type;
+}
 
 }  // namespace detail

@@ -1,49 +1,48 @@
 #pragma once
 
 /// @file
-/// The ten types that elements of arrays can have.
+/// The types that elements of arrays can have.
 
 #include <type_traits>
 
 #include <DataStorage/interfaces/comp.h>
+#include <DataStorage/interfaces/elementtypes.h>
 #include <DataStorage/interfaces/export.h>
 #include <DataStorage/interfaces/str.h>
 #include <DataStorage/interfaces/type.h>
 
-/// The machine representation of an element. The values are persistent, and their order counts: unsigned
-/// integers by width, signed integers by width, floats, complex types.
+/// The machine representation of an element. The values are persistent.
 enum dtyp_eDataType : int {
   dtyp_NoType = 0,  ///< none of them
 #define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) dtyp_##name = value,
-#include <DataStorage/numbers/elementtypes.def>
+#include <DataStorage/interfaces/elementtypes.def>
 };
 
-/// An element type as a value: what it is called, how large it is, whether it is real or complex.
+/// An element type as a value: its name, its size, whether it is real or complex.
 class DATASTORAGE_EXPORT dtyp_cDataType {
  public:
-  /// Keeps any value; those outside 1 to 10 have size 0 and the name "No type".
+  /// Keeps any value, also one that is not in the enumeration.
   constexpr dtyp_cDataType(dtyp_eDataType type = dtyp_NoType) noexcept : type_(type) {}
   /// The type with exactly this long name, for example "8-byte float"; `dtyp_NoType` for any other text.
   dtyp_cDataType(str_cString name);
 
-  /// As it was given.
+  /// The value given on construction.
   constexpr dtyp_eDataType Type() const noexcept { return type_; }
 
   /// Whether the types are the same.
   constexpr int operator==(const dtyp_cDataType& other) const noexcept { return type_ == other.type_; }
+  /// Whether the types differ.
   constexpr int operator!=(const dtyp_cDataType& other) const noexcept { return type_ != other.type_; }
 
   /// Whether it is any other than `dtyp_NoType`.
   constexpr type_cBoolean HasDataType() const noexcept { return type_ != dtyp_NoType; }
-  /// Integers and floats.
-  constexpr type_cBoolean IsReal() const noexcept { return type_ >= dtyp_UBin8 && type_ <= dtyp_Float64; }
-  /// The two complex types.
-  constexpr type_cBoolean IsComplex() const noexcept {
-    return type_ == dtyp_Complex64 || type_ == dtyp_Complex128;
-  }
-  /// Bytes of one element; 0 outside 1 to 10.
+  /// Whether it is an integer or a float type.
+  constexpr type_cBoolean IsReal() const noexcept { return SizeOf() > 0 && !IsComplex(); }
+  /// Whether it is a complex type.
+  constexpr type_cBoolean IsComplex() const noexcept;
+  /// Bytes of one element; 0 when it is none of the element types.
   constexpr int SizeOf() const noexcept;
-  /// The long name.
+  /// The long name; "No type" when it is none of the element types.
   str_cString StringOut() const;
 
  private:
@@ -62,31 +61,14 @@ inline constexpr dtyp_eDataType DataTypeOf = dtyp_NoType;
 #define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) \
   template <>                                                              \
   inline constexpr dtyp_eDataType DataTypeOf<type> = dtyp_##name;
-#include <DataStorage/numbers/elementtypes.def>
+#include <DataStorage/interfaces/elementtypes.def>
 
 template <class T>
 concept ElementType = (DataTypeOf<T> != dtyp_NoType);
 
-template <class... T>
-struct TypeList {
-  static constexpr int size = sizeof...(T);
-  /// `Template` with these types as its arguments.
-  template <template <class...> class Template>
-  using Apply = Template<T...>;
-};
-
-template <class Ignored, class... T>  // takes the empty place in front of the first comma
-using TypeListBehind = TypeList<T...>;
-
-/// The C++ types of the elements, in the order of their data types.
-using ElementTypes = TypeListBehind<void
-#define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) , type
-#include <DataStorage/numbers/elementtypes.def>
-                                    >;
-
 /// Chooses code by element type: calls `f` with `std::type_identity<T>`, T being the C++ type of the
-/// elements, and returns its result. For a type outside 1 to 10 nothing is called and the result is a null
-/// pointer, 0, false or whatever else stands for nothing. `f` returns the same type for every T.
+/// elements, and returns its result, which is of the same type for every T. When `type` is none of the
+/// element types, calls nothing and returns a value-initialised result: a null pointer, 0, false.
 template <class F>
 constexpr auto VisitElementType(dtyp_eDataType type, F&& f) {
   using Result = std::invoke_result_t<F&, std::type_identity<unsigned char>>;
@@ -94,18 +76,23 @@ constexpr auto VisitElementType(dtyp_eDataType type, F&& f) {
 #define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) \
   case dtyp_##name:                                                        \
     return f(std::type_identity<type>());
-#include <DataStorage/numbers/elementtypes.def>
+#include <DataStorage/interfaces/elementtypes.def>
     default:
       return Result();
   }
 }
 
-/// The name of a type in ASCII streams, for example "float64"; the empty text outside 1 to 10.
+/// The name of a type in ASCII streams, for example "float64"; the empty text when it is no element type.
 const char* ShortName(dtyp_eDataType type);
-/// `dtyp_NoType` for an unknown name.
+/// The type of that name in ASCII streams; `dtyp_NoType` for an unknown name.
 dtyp_eDataType TypeOfShortName(const str_cString& name);
 
 }  // namespace detail
+
+constexpr type_cBoolean dtyp_cDataType::IsComplex() const noexcept {
+  return detail::VisitElementType(
+      type_, []<class T>(std::type_identity<T>) { return detail::FamilyOf<T> == detail::Family::Complex; });
+}
 
 constexpr int dtyp_cDataType::SizeOf() const noexcept {
   return detail::VisitElementType(type_,

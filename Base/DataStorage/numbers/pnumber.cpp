@@ -13,7 +13,7 @@ str_cString Text(const T& value, int width, int precision) {
   return {value, width, precision};
 }
 
-/// The sum of both parts as one would write it, leaving out a part that is zero and a factor of one.
+/// The sum of both parts as one writes it by hand, without a part that is zero and without a factor of one.
 template <class T>
 str_cString Text(const comp_cComplex<T>& value, int width, int precision) {
   constexpr T smallest = std::numeric_limits<T>::min();
@@ -28,7 +28,8 @@ str_cString Text(const comp_cComplex<T>& value, int width, int precision) {
   return text(re) + (im < 0 ? " - " : " + ") + imaginary;
 }
 
-/// Bytes are numbers here, not characters, and floats are written with the digits of doubles.
+/// `value` as a type that streams write as a number: bytes are not characters, and floats get the digits of
+/// doubles.
 const auto& Printable(const auto& value) { return value; }
 short Printable(const char& value) { return value; }
 unsigned short Printable(const unsigned char& value) { return value; }
@@ -72,7 +73,7 @@ std::ostream& pnum_cTypedNumber<T>::Output(std::ostream& out) const {
 
 #define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) \
   template class pnum_cTypedNumber<type>;
-#include <DataStorage/numbers/elementtypes.def>
+#include <DataStorage/interfaces/elementtypes.def>
 
 pnum_cNumber::pnum_cNumber(dtyp_cDataType type) : pnum_cNumber(0.0, type) {}
 

@@ -15,18 +15,18 @@
 #include <DataStorage/numbers/datatype.h>
 #include <DataStorage/numbers/elements.h>
 
-/// What a number asks of the letter that holds its value.
+/// The interface of the object that holds the value of a number, its letter.
 class DATASTORAGE_EXPORT pnum_cLetter {
  public:
   /// The type of the value.
   virtual dtyp_cDataType DataType() const noexcept = 0;
   /// A copy of the letter.
   virtual std::unique_ptr<pnum_cLetter> Clone() const = 0;
-  /// The value, valid as long as the letter.
+  /// The address of the value, valid as long as the letter.
   virtual const void* Data() const noexcept = 0;
-  /// The value as text, as `pnum_cNumber` gives it.
+  /// The value as text, as `pnum_cNumber::StringOut` returns it.
   virtual str_cString StringOut(int width, int precision) const = 0;
-  /// Writes the value as the stream writes numbers; characters as numbers, too.
+  /// Writes the value as the stream writes numbers, bytes as numbers too.
   virtual std::ostream& Output(std::ostream& out) const = 0;
   /// Makes a copy of the letter at `place`, which has room for any letter.
   virtual pnum_cLetter* CloneAt(void* place) const noexcept = 0;
@@ -55,10 +55,10 @@ class pnum_cTypedNumber final : public pnum_cLetter {
 
 #define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) \
   extern template class DATASTORAGE_EXPORT pnum_cTypedNumber<type>;
-#include <DataStorage/numbers/elementtypes.def>
+#include <DataStorage/interfaces/elementtypes.def>
 
-/// A single number of any element type. It always holds a value; the type changes by assignment and Convert
-/// only. The value lies within the object, so numbers are cheap to make and to copy. Has no form of its own
+/// A single number of any element type. It always holds a value; only assignment and `Convert` change the
+/// type. The value lies within the object, so numbers are cheap to make and to copy. Has no form of its own
 /// in tagged streams.
 class DATASTORAGE_EXPORT pnum_cNumber : public tgio_cTaggedStreamObject {
  public:
@@ -75,17 +75,18 @@ class DATASTORAGE_EXPORT pnum_cNumber : public tgio_cTaggedStreamObject {
   /// number of its type.
   pnum_cNumber(const comp_cComplex<float>& value) noexcept : letter_(MakeLetterOfComplex(value)) {}
   pnum_cNumber(const comp_cComplex<double>& value) noexcept : letter_(MakeLetterOfComplex(value)) {}
-  /// A zero of that type; throws `expt_cProgramException` for a type outside 1 to 10.
+  /// A zero of that type; throws `expt_cProgramException` when it is no element type.
   pnum_cNumber(dtyp_cDataType type);
   pnum_cNumber(dtyp_eDataType type) : pnum_cNumber(dtyp_cDataType(type)) {}
-  /// `value` in that type. Integers get it truncated toward zero and keep the low bits; values beyond 64 bits
-  /// and not-a-number give 0 there. Throws `expt_cProgramException` for a type outside 1 to 10.
+  /// `value` in that type. An integer is `value` truncated toward zero, of which it keeps the low bits; it is
+  /// 0 when `value` exceeds 64 bits or is not a number. Throws `expt_cProgramException` when `type` is no
+  /// element type.
   pnum_cNumber(double value, dtyp_cDataType type);
 
   /// A number of the same type and value.
   pnum_cNumber(const pnum_cNumber& other) noexcept
       : tgio_cTaggedStreamObject(other), letter_(other.letter_->CloneAt(place_)) {}
-  /// Takes the value and its type.
+  /// Copies the value and its type.
   pnum_cNumber& operator=(const pnum_cNumber& other) noexcept {
     if (this != &other) letter_ = other.letter_->CloneAt(place_);
     return *this;
@@ -98,34 +99,36 @@ class DATASTORAGE_EXPORT pnum_cNumber : public tgio_cTaggedStreamObject {
   int SizeOf() const noexcept { return DataType().SizeOf(); }
   /// Whether the type is an integer or a float.
   type_cBoolean IsReal() const noexcept { return DataType().IsReal(); }
-  /// Whether the type is a complex one, be the imaginary part what it may.
+  /// Whether the type is a complex one, whatever the imaginary part is.
   type_cBoolean IsComplex() const noexcept { return DataType().IsComplex(); }
-  /// The value in the C++ type that belongs to `DataType()`; valid until the number is changed.
+  /// The address of the value in the C++ type of `DataType()`; valid until the number is changed.
   const void* Data() const noexcept { return letter_->Data(); }
 
-  /// A number counts as an array of no dimension with one element.
+  /// Always 1: a number counts as an array with one element.
   int NumIndices() const noexcept { return 1; }
+  /// Always 0.
   int Dimension() const noexcept { return 0; }
 
   /// The value as a double; the real part of a complex number.
   double Value() const noexcept {
     return DataType() == dtyp_Float64 ? *static_cast<const double*>(Data()) : ValueAsDouble();
   }
-  /// `Value()` truncated toward zero; throws `expt_cUserException` where it lies outside the range of `int`
+  /// `Value()` truncated toward zero; throws `expt_cUserException` when it lies outside the range of `int`
   /// before that (2147483647.5 does) or is not a number.
   int Count() const;
-  /// Changes the type; throws `expt_cProgramException` for a type outside 1 to 10, and the number stays.
+  /// Changes the type. When `type` is no element type, throws `expt_cProgramException` and leaves the number
+  /// unchanged.
   void Convert(dtyp_cDataType type, conv_eComplexConversion conversion = conv_Real);
 
   /// The value as text; `width` and `precision` as for `str_cString`, applied to each part of a complex
   /// number.
   str_cString StringOut(int width, int precision) const { return letter_->StringOut(width, precision); }
 
-  static const dtyp_cDataType tComplexNumber;  ///< what numbers that must be complex are made of
-  static const dtyp_cDataType tValueNumber;    ///< what measured values are made of
-  static const dtyp_cDataType tCountNumber;    ///< what counts are made of
+  static const dtyp_cDataType tComplexNumber;  ///< the preferred type of complex values
+  static const dtyp_cDataType tValueNumber;    ///< the preferred type of measured values
+  static const dtyp_cDataType tCountNumber;    ///< the preferred type of counts
 
-  /// Written as the stream writes numbers; characters as numbers, too.
+  /// Writes the value as the stream writes numbers, bytes as numbers too.
   friend std::ostream& operator<<(std::ostream& out, const pnum_cNumber& number) {
     return number.letter_->Output(out);
   }
@@ -135,7 +138,7 @@ class DATASTORAGE_EXPORT pnum_cNumber : public tgio_cTaggedStreamObject {
 
   double ValueAsDouble() const noexcept;
 
-  /// Takes the place of the present letter, which needs no destruction as it owns nothing.
+  /// Makes a letter in place of the present one, which needs no destruction as it owns nothing.
   template <class T>
   pnum_cLetter* MakeLetter(const T& value) noexcept {
     using Letter = pnum_cTypedNumber<T>;
