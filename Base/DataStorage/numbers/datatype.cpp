@@ -1,11 +1,12 @@
 #include <algorithm>
 #include <compare>
+#include <cstddef>
 
 #include <DataStorage/numbers/datatype.h>
 
 namespace {
 
-/// What decides about common types, in the order of the comparison.
+/// What the common type of two types depends on, in the order of comparison.
 struct Kind {
   detail::Family family;
   int size;
@@ -19,34 +20,40 @@ struct Element {
   const char* short_name;
 };
 
+/// Indexed by value.
 constexpr Element elements[] = {
+    {dtyp_NoType, {detail::Family::Unsigned, 0}, "No type", ""},
 #define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) \
   {dtyp_##name, {detail::FamilyOf<type>, sizeof(type)}, long_name, short_name},
 #include <DataStorage/interfaces/elementtypes.def>
 };
 
-constexpr Element no_element{dtyp_NoType, {detail::Family::Unsigned, 0}, "No type", ""};
+/// That of `dtyp_NoType` when `type` is none of the list.
+constexpr const Element& ElementOf(dtyp_eDataType type) {
+  const auto i = static_cast<std::size_t>(type);
+  return elements[i < std::size(elements) ? i : 0];
+}
 
-/// The element type whose `member` is `key`.
-constexpr const Element& ElementWith(auto Element::*member, const auto& key) {
-  const Element* found =
+/// The type whose `member` is `key`, or `dtyp_NoType`.
+constexpr dtyp_eDataType TypeWith(auto Element::*member, const auto& key) {
+  const auto* found =
       std::ranges::find_if(elements, [&](const Element& element) { return key == element.*member; });
-  return found != std::end(elements) ? *found : no_element;
+  return found != std::end(elements) ? found->type : dtyp_NoType;
 }
 
 /// The later family with its larger size. Integers keep the size of the wider one, whatever its sign.
 constexpr dtyp_eDataType CommonType(const Element& a, const Element& b) {
   Kind common = std::max(a.kind, b.kind);
   if (common.family <= detail::Family::Signed) common.size = std::max(a.kind.size, b.kind.size);
-  return ElementWith(&Element::kind, common).type;
+  return TypeWith(&Element::kind, common);
 }
 
 constexpr bool bListIsSound() {
   int value = 0;
   for (const Element& a : elements) {
-    if (a.type != ++value || CommonType(a, a) != a.type) return false;
+    if (a.type != value++ || CommonType(a, a) != a.type) return false;
     for (const Element& b : elements) {
-      if (CommonType(a, b) == dtyp_NoType) return false;
+      if (a.type != b.type && CommonType(a, b) == dtyp_NoType) return false;
     }
   }
   return true;
@@ -55,21 +62,19 @@ static_assert(bListIsSound(), "values count from 1, no two types are alike, and 
 
 }  // namespace
 
-dtyp_cDataType::dtyp_cDataType(str_cString name) : type_(ElementWith(&Element::long_name, name).type) {}
+dtyp_cDataType::dtyp_cDataType(str_cString name) : type_(TypeWith(&Element::long_name, name)) {}
 
-str_cString dtyp_cDataType::StringOut() const { return ElementWith(&Element::type, type_).long_name; }
+str_cString dtyp_cDataType::StringOut() const { return ElementOf(type_).long_name; }
 
 dtyp_cDataType dtyp_Max(const dtyp_cDataType& a, const dtyp_cDataType& b) {
   if (a.SizeOf() == 0 || b.SizeOf() == 0) return std::max(a.Type(), b.Type());
-  return CommonType(ElementWith(&Element::type, a.Type()), ElementWith(&Element::type, b.Type()));
+  return CommonType(ElementOf(a.Type()), ElementOf(b.Type()));
 }
 
 namespace detail {
 
-const char* ShortName(dtyp_eDataType type) { return ElementWith(&Element::type, type).short_name; }
+const char* ShortName(dtyp_eDataType type) { return ElementOf(type).short_name; }
 
-dtyp_eDataType TypeOfShortName(const str_cString& name) {
-  return ElementWith(&Element::short_name, name).type;
-}
+dtyp_eDataType TypeOfShortName(const str_cString& name) { return TypeWith(&Element::short_name, name); }
 
 }  // namespace detail
