@@ -1,16 +1,15 @@
 #include <algorithm>
-#include <compare>
 #include <cstddef>
 
 #include <DataStorage/numbers/datatype.h>
 
 namespace {
 
-/// What the common type of two types depends on, in the order of comparison.
+/// What the common type of two types depends on.
 struct Kind {
   detail::Family family;
   int size;
-  auto operator<=>(const Kind&) const = default;
+  bool operator==(const Kind&) const = default;
 };
 
 struct Element {
@@ -41,10 +40,11 @@ constexpr dtyp_eDataType TypeWith(auto Element::*member, const auto& key) {
   return found != std::end(elements) ? found->type : dtyp_NoType;
 }
 
-/// The later family with its larger size. Integers keep the size of the wider one, whatever its sign.
+/// The later family. Types of one family, and integers of any sign, give the size of the wider one.
 constexpr dtyp_eDataType CommonType(const Element& a, const Element& b) {
-  Kind common = std::max(a.kind, b.kind);
-  if (common.family <= detail::Family::Signed) common.size = std::max(a.kind.size, b.kind.size);
+  Kind common = a.kind.family > b.kind.family ? a.kind : b.kind;
+  if (a.kind.family == b.kind.family || common.family <= detail::Family::Signed)
+    common.size = std::max(a.kind.size, b.kind.size);
   return TypeWith(&Element::kind, common);
 }
 
