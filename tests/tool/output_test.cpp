@@ -4,6 +4,7 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <fstream>
 #include <memory>
 #include <sys/stat.h>
 #include <thread>
@@ -56,7 +57,8 @@ class Outputs : public Tool {
   /// How many valid data the header of a series counts.
   int Stored(const std::string& name) {
     std::int32_t stored = -1;
-    if (const std::string bytes = Read(name); bytes.size() > 26) std::memcpy(&stored, bytes.data() + 18, 4);
+    std::ifstream file(folder_ / name, std::ios::binary);
+    file.seekg(18).read(reinterpret_cast<char*>(&stored), sizeof stored);
     return stored;
   }
 
@@ -329,9 +331,13 @@ TEST_F(Outputs, HoldWhatCameThroughPipes) {
 
   // Memory does not grow with the input.
   Succeed("create big.dseries --dim n,,99,0,1");
-  const std::string limited =
-      "ulimit -v 120000; head -c 160000000 /dev/zero | \"$0\" append big.dseries - --raw ";
-  EXPECT_EQ(Script(limited + "1000000").err, "");
+#if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer)
+  const std::string limit;  // the sanitizer takes memory of its own
+#else
+  const std::string limit = "ulimit -v 120000; ";
+#endif
+  EXPECT_EQ(Script(limit + "head -c 160000000 /dev/zero | \"$0\" append big.dseries - --raw 1000000").err,
+            "");
   EXPECT_THAT(Succeed("verify big.dseries"), HasSubstr("40 of 99 slots filled"));
   EXPECT_THAT(Script("\"$0\" append big.dseries - --raw 9 --interleaved </dev/zero").err,
               HasSubstr("more than 256 MiB"));

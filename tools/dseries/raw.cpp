@@ -164,7 +164,7 @@ void RawInput::TurnBlock() {
   for (std::int64_t k = 0; k < elements; k += rows_at_once) {
     const std::int64_t n = std::min(rows_at_once, elements - k);
     const std::int64_t place = k * row + block_begin_ * element_size_, span = (n - 1) * row + run;
-    const char* from = whole.data() + place;
+    const char* from = in_memory ? whole.data() + place : nullptr;
     if (!in_memory) {
       rows.resize(static_cast<std::size_t>(span));
       if (!source_->ReadAt(place, rows.data(), span)) Fail("{} became shorter", source_->Name());
