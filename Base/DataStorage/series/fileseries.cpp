@@ -226,7 +226,7 @@ void dtsr_cFileSeriesBase::GetTag(int i, dtsr_cDataTag& tag) const {
 
 void dtsr_cFileSeriesBase::SetNewestTag(const dtsr_cDataTag& tag) {
   const int i = writeIndex_;
-  if (i >= Size()) arr_IndexError();
+  if (i >= Size()) arr_IndexError(i, Size());
   bstr_cBinary_ostream& out = file_.Output();
   const std::int64_t place = dataOffsets_[i];
   const std::int64_t tagOffset = out.Position();
