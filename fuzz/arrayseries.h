@@ -69,10 +69,12 @@ class ArraySeries : public dtsr_cFileSeriesBase {
     return file_.Input().Seek(dataOffsets_[i]) && datum.Read(file_.Input()) &&
            file_.Input().Position() <= tagOffsets_[i];
   }
-  /// False also when the tag reaches into the next valid datum.
+  /// False also when the tag reaches into the next valid datum, which in a damaged file may lie before it.
   bool bReadTag(int i, dtsr_cDataTag& tag) const {
     GetTag(i, tag);
-    return i + 1 >= NextWriteIndex() || file_.Input().Position() <= dataOffsets_[i + 1];
+    if (i + 1 >= NextWriteIndex()) return true;
+    const long next = dataOffsets_[i + 1];
+    return next < tagOffsets_[i] || file_.Input().Position() <= next;
   }
   /// What only the creation of a series writes: the number of slots, and from the place of the lists up to
   /// them.
