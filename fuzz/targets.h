@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <ostream>
 
 // Each of these reads the bytes as one kind of input and ends the program when the library breaks a promise:
 // what was accepted can be written and reads back equal, and a failed read leaves the object as it was. For
@@ -25,6 +26,9 @@ struct FuzzTarget {
   const char* name;  // also of its folders of inputs
   int (*run)(const std::uint8_t* bytes, std::size_t n);
 };
+
+/// How tests print it.
+inline void PrintTo(const FuzzTarget& target, std::ostream* out) { *out << target.name; }
 
 inline constexpr FuzzTarget fuzz_targets[] = {
     {"series", FuzzSeries},

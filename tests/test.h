@@ -36,6 +36,13 @@ constexpr int largest = std::numeric_limits<int>::max();
 constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double not_a_number = std::numeric_limits<double>::quiet_NaN();
 
+/// Whether files can be locked here; in plain C++ they cannot.
+#if defined(DATASTORAGE_PLAIN_SYSTEM)
+constexpr bool system_has_locks = false;
+#else
+constexpr bool system_has_locks = true;
+#endif
+
 /// Where the randomness of a test begins: told, and taken from DATASTORAGE_SEED where that is set, so that a
 /// run can be had again.
 inline unsigned RandomSeed() {
