@@ -70,6 +70,7 @@ TEST_F(Verify, TellsEveryKindOfDamageApart) {
       {Datum0 + 22, -2, "datum 0 at byte 87 cannot be read"},
       {Datum0 + 22, 1, "datum 0 ends at byte 121"},
       {Tag1, 0x132, "the tag of datum 1 is of the kind 0x0132, not 0x0150"},
+      {Tag1, 0, "the tag of datum 1 is of no kind"},
       {TagType, 0x132, "the tag of datum 0 is of the kind 0x0150, not 0x0132"},
       {TagType, 0x999, "the tag of datum 0 is of the kind 0x0150, not 0x0999"},
   };

@@ -174,10 +174,13 @@ class Checker {
 
   bool CheckTag(int k) {
     const std::int64_t begin = tags_[At(k)];
-    if (tag_type_ == 0) return false;
     std::uint32_t stored = 0;
-    if (in_.Seek(begin) && bstr_ReadFields(in_, stored) && stored != tag_type_) {
-      Fault("the tag of datum {} is of the kind 0x{:04x}, not 0x{:04x}", k, stored, tag_type_);
+    if (in_.Seek(begin) && bstr_ReadFields(in_, stored) && (stored != tag_type_ || stored == 0)) {
+      if (stored == 0) {
+        Fault("the tag of datum {} is of no kind", k);
+      } else {
+        Fault("the tag of datum {} is of the kind 0x{:04x}, not 0x{:04x}", k, stored, tag_type_);
+      }
       return false;
     }
     const bool read = in_.Seek(begin) && (tag_ == nullptr ? bSkipsTag(k) : bReads([&] {
