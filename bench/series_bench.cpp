@@ -10,6 +10,7 @@
 #include "series.h"
 #include <DataStorage/series/fileseries.h>
 #include <DataStorage/series/seriesbase.h>
+#include <DataStorage/series/seriesformat.h>
 
 namespace {
 
@@ -62,9 +63,9 @@ class PlainFile {
     const std::int64_t at = data_at + i * step_;
     Write(datum.data(), datum.size(), at);
     Write(tag_.data(), tag_.size(), at + static_cast<std::int64_t>(datum.size()));
-    Write(&at, 4, lists_at + 4 * i);
-    Write(&at, 4, lists_at + 4 * (slots + i));
-    Write(&i, 4, 18);
+    Write(&at, 4, lists_at.DataEntry(i));
+    Write(&at, 4, lists_at.TagEntry(i));
+    Write(&i, 4, detail::SeriesHeader::ValidField);
   }
   void Reset() {}
   void Read(int i, Datum& datum) { Read(datum.data(), datum.size(), data_at + i * step_); }
@@ -77,17 +78,17 @@ class PlainFile {
   }
   static void Open() {
     PlainFile file(0);
-    std::array<char, lists_at> header{};
-    std::vector<char> lists(data_at - lists_at);
+    std::array<char, lists_at.begin> header{};
+    std::vector<char> lists(data_at - lists_at.begin);
     file.Read(header.data(), header.size(), 0);
-    file.Read(lists.data(), lists.size(), lists_at);
+    file.Read(lists.data(), lists.size(), lists_at.begin);
     benchmark::DoNotOptimize(lists.data());
   }
 
  private:
-  static constexpr std::int64_t tag_bytes = 24;
-  static constexpr std::int64_t lists_at = 26;
-  static constexpr std::int64_t data_at = lists_at + 8 * slots;
+  static constexpr std::int64_t tag_bytes = detail::PositionTagLength;
+  static constexpr detail::SeriesLists lists_at{detail::SeriesHeader::End, slots};  // without dimensions
+  static constexpr std::int64_t data_at = lists_at.End();
 
   void Write(const void* bytes, std::size_t n, std::int64_t at) {
     if (::pwrite(file_, bytes, n, at) != static_cast<ssize_t>(n)) std::abort();

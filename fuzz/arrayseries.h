@@ -6,6 +6,7 @@
 
 #include <DataStorage/data/darray1d.h>
 #include <DataStorage/series/fileseries.h>
+#include <DataStorage/series/seriesformat.h>
 #include <Utility/system.h>
 
 namespace fuzz {
@@ -79,8 +80,10 @@ class ArraySeries : public dtsr_cFileSeriesBase {
   /// What only the creation of a series writes: the number of slots, and from the place of the lists up to
   /// them.
   std::string Fixed() const {
-    return MemoryDisk::file.substr(14, 4) +
-           MemoryDisk::file.substr(22, static_cast<std::size_t>(offsetListPosition_) - 22);
+    using detail::SeriesHeader;
+    return MemoryDisk::file.substr(SeriesHeader::TotalField, 4) +
+           MemoryDisk::file.substr(SeriesHeader::ListsField,
+                                   static_cast<std::size_t>(offsetListPosition_ - SeriesHeader::ListsField));
   }
 };
 

@@ -55,7 +55,7 @@ void Verify() {
     return;
   }
   Require(findings.whole >= 0 && findings.whole <= findings.valid && findings.valid <= findings.slots);
-  if (findings.fault_count > 0 || dseries::ReadHeader("series").data_type != darr_c1DArray::DataTypeID())
+  if (findings.fault_count > 0 || dseries::ReadHeader("series").dataType != darr_c1DArray::DataTypeID())
     return;
   // Tags of a kind that is unknown here are found whole, and read by the programs that know them.
   dseries::Series series("series");

@@ -39,7 +39,7 @@ class OwnSeries : public dseries::Series {
 };
 
 // Where the words of the file stand that are damaged here.
-constexpr std::size_t Valid = 18, Lists = 22;
+constexpr std::size_t Valid = dseries::Header::ValidField, Lists = dseries::Header::ListsField;
 
 class Foreign : public Tool {
  protected:

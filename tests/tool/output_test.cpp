@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "failure.h"
+#include "header.h"
 #include "interrupt.h"
 #include "newfile.h"
 #include "raw.h"
@@ -51,14 +52,14 @@ class Outputs : public Tool {
   /// Where the offset lists of a series begin.
   std::size_t Lists() const {
     std::int32_t lists;
-    std::memcpy(&lists, series_.data() + 22, sizeof lists);
+    std::memcpy(&lists, series_.data() + dseries::Header::ListsField, sizeof lists);
     return static_cast<std::size_t>(lists);
   }
   /// How many valid data the header of a series counts.
   int Stored(const std::string& name) {
     std::int32_t stored = -1;
     std::ifstream file(folder_ / name, std::ios::binary);
-    file.seekg(18).read(reinterpret_cast<char*>(&stored), sizeof stored);
+    file.seekg(dseries::Header::ValidField).read(reinterpret_cast<char*>(&stored), sizeof stored);
     return stored;
   }
 

@@ -30,7 +30,7 @@ class Checker {
   Findings Run(const std::function<void(int, int)>& progress) {
     if (CheckHeader()) {
       CheckDimensions();
-      if (ReadList(data_, header_.lists) && ReadList(tags_, header_.lists + 4 * Total())) {
+      if (ReadList(data_, header_.Lists().DataEntry(0)) && ReadList(tags_, header_.Lists().TagEntry(0))) {
         CheckTagType();
         CheckData(progress);
         CheckEmptySlots();
@@ -58,7 +58,7 @@ class Checker {
   }
 
   std::int64_t Total() const { return header_.total; }
-  std::int64_t DataBegin() const { return header_.lists + 8 * Total(); }
+  std::int64_t DataBegin() const { return header_.Lists().End(); }
   static std::size_t At(std::int64_t slot) { return static_cast<std::size_t>(slot); }
 
   /// False when the offset lists cannot be found.
@@ -67,7 +67,7 @@ class Checker {
       Fault("the header counts {} data slots", header_.total);
       return false;
     }
-    if (header_.lists < Header::size) {
+    if (header_.lists < Header::End) {
       Fault("the header has the offset lists begin at byte {}, within itself", header_.lists);
       return false;
     }
@@ -85,11 +85,11 @@ class Checker {
   }
 
   void CheckDimensions() {
-    std::string bytes(At(header_.lists - Header::size), '\0');
+    std::string bytes(At(header_.lists - Header::End), '\0');
     const auto n = static_cast<std::int64_t>(bytes.size());
     bstr_cMemory_istream region(bytes.data(), n);
     dtsr_cDimensionArray dimensions(0);
-    const bool read = in_.Seek(Header::size) && in_.Read(bytes.data(), n) && bReads([&]() -> bool {
+    const bool read = in_.Seek(Header::End) && in_.Read(bytes.data(), n) && bReads([&]() -> bool {
                         dimensions.Read(region);
                         return region.bGood();
                       });
@@ -116,7 +116,7 @@ class Checker {
   }
 
   void CheckTagType() {
-    tag_type_ = header_.tag_type;
+    tag_type_ = header_.tagType;
     if (tag_type_ == 0 && findings_.valid > 0 && in_.Seek(tags_[0]) && bstr_ReadFields(in_, tag_type_)) {
       Note("the header does not tell the kind of the tags; the first tag does");
     }
@@ -128,9 +128,9 @@ class Checker {
   }
 
   void CheckData(const std::function<void(int, int)>& progress) {
-    if (!bKnownDataType(header_.data_type)) {
+    if (!bKnownDataType(header_.dataType)) {
       Note("the file holds {}; their places are checked, but not their bytes",
-           DataTypeName(header_.data_type));
+           DataTypeName(header_.dataType));
     }
     std::int64_t place = DataBegin();  // where the next datum should begin; 0 when nobody can tell
     for (int k = 0; k < findings_.valid; ++k) {
@@ -161,9 +161,9 @@ class Checker {
             in_.Size());
       return false;
     }
-    if (!bKnownDataType(header_.data_type)) return in_.Seek(end);
-    if (!in_.Seek(begin) || !bReadsDatum(in_, header_.data_type)) {
-      Fault("datum {} at byte {} cannot be read as one of the {}", k, begin, DataTypeName(header_.data_type));
+    if (!bKnownDataType(header_.dataType)) return in_.Seek(end);
+    if (!in_.Seek(begin) || !bReadsDatum(in_, header_.dataType)) {
+      Fault("datum {} at byte {} cannot be read as one of the {}", k, begin, DataTypeName(header_.dataType));
       return true;  // its tag may be whole
     }
     if (in_.Position() != end) {
@@ -194,7 +194,7 @@ class Checker {
   /// Goes to the end of a tag of unknown length, which is where the next datum begins.
   bool bSkipsTag(int k) {
     const std::int64_t end = k + 1 < findings_.slots ? data_[At(k + 1)] : in_.Size();
-    return end - tags_[At(k)] >= 8 && end <= in_.Size() && in_.Seek(end);
+    return end - tags_[At(k)] >= detail::PlainTagLength && end <= in_.Size() && in_.Seek(end);
   }
 
   void CheckEmptySlots() {

@@ -44,18 +44,18 @@ dtsr_cDimension ParseDimension(const std::string& text) {
 
 /// Header, dimensions and offset lists must end below 2 GiB.
 void CheckRoom(const dtsr_cDimensionArray& dimensions) {
-  constexpr std::int64_t limit = std::numeric_limits<std::int32_t>::max();
+  using detail::SeriesLists;
   bstr_cMemory_ostream records;
   dimensions.Write(records);
-  std::int64_t total = 1;
+  SeriesLists lists{Header::End + records.Size(), 1};
   for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
-    total *= dimensions.Dimension(d).Size();
-    if (Header::size + records.Size() + 8 * total > limit) {
+    lists.slots *= dimensions.Dimension(d).Size();
+    if (lists.End() > detail::LastSeriesPosition) {
       Fail(
           "the dimensions have too many indices: the lists of {} slots or more would pass 2 GiB; a series "
           "file "
           "has up to {}, without data; lay them out over several files",
-          total, (limit - Header::size - records.Size()) / 8);
+          lists.slots, (detail::LastSeriesPosition - lists.begin) / SeriesLists::SlotBytes);
     }
   }
 }

@@ -29,18 +29,15 @@ bstr_cBinary_fstream OpenToRead(const std::string& path, const char* advice) {
 
 bool bSeriesFile(const std::string& path) {
   bstr_cBinary_fstream file(str_cString(path.c_str()), bstr_OpenReadOnly);
-  std::uint16_t mark = 0, format = 0;
-  return bstr_ReadFields(file.Input(), mark, format) && mark == flfm_LittleEndian &&
-         format == flfm_DataSeriesID;
+  Header header;
+  return bstr_ReadFields(file.Input(), header.mark, header.format) && header.bSeriesFile();
 }
 
 Header ReadHeader(bstr_cBinary_fstream& file) {
-  constexpr std::uint16_t known_version = 0x0210;
   const char* path = file.Path().CString();
   bstr_cBinary_istream& in = file.Input();
   Header header;
-  const bool whole = bstr_ReadFields(in, header.mark, header.format, header.version, header.data_type,
-                                     header.tag_type, header.total, header.valid, header.lists);
+  const bool whole = header.ReadKind(in) && header.ReadContents(in);
   constexpr const char* advice =
       "'dseries create' makes series files, and 'dseries append' stores texts, pictures and raw numbers in "
       "them";
@@ -49,12 +46,12 @@ Header ReadHeader(bstr_cBinary_fstream& file) {
     Fail("{} is not a series file: it ends after {}, before a header would; {}", path, SizeText(in.Size()),
          advice);
   }
-  if (header.mark != flfm_LittleEndian || header.format != flfm_DataSeriesID) {
+  if (!header.bSeriesFile()) {
     Fail("{} is not a series file: it does not begin like one; {}", path, advice);
   }
-  if (header.version != known_version) {
+  if (header.version != Header::KnownVersion) {
     Fail("{} is a series file of version {:04x}; only {:04x} is known here, so a newer program may read it",
-         path, header.version, known_version);
+         path, header.version, Header::KnownVersion);
   }
   return header;
 }
@@ -65,7 +62,7 @@ Header ReadHeader(const std::string& path) {
 }
 
 std::uint32_t KnownDataType(const std::string& path) {
-  const std::uint32_t data_type = ReadHeader(path).data_type;
+  const std::uint32_t data_type = ReadHeader(path).dataType;
   if (!bKnownDataType(data_type)) {
     Fail("{} holds {}; info, list, verify and repair work on it", path, DataTypeName(data_type));
   }

@@ -4,23 +4,11 @@
 #include <string>
 
 #include <DataStorage/interfaces/bstr.h>
+#include <DataStorage/series/seriesformat.h>
 
 namespace dseries {
 
-/// The fixed words at the start of a series file, as they stand there: nothing is known of them but that they
-/// can be read.
-struct Header {
-  std::uint16_t mark;
-  std::uint16_t format;
-  std::uint16_t version;
-  std::uint32_t data_type;
-  std::uint32_t tag_type;  ///< 0 until the first tag is stored
-  std::int32_t total;      ///< data slots
-  std::int32_t valid;      ///< valid data
-  std::int32_t lists;      ///< position of the offset lists
-
-  static constexpr std::int64_t size = 26;
-};
+using Header = detail::SeriesHeader;
 
 /// Opens a file for reading, or throws a Failure that says why it cannot.
 bstr_cBinary_fstream OpenToRead(const std::string& path, const char* advice = "");

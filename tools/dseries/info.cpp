@@ -55,7 +55,7 @@ nlohmann::ordered_json InfoAsJson(const std::string& file) {
   const unsigned int tag_type = series.TagTypeID();
   nlohmann::ordered_json json{{"file", file},
                               {"bytes", static_cast<std::int64_t>(std::filesystem::file_size(file))},
-                              {"data", DataTypeName(header.data_type)},
+                              {"data", DataTypeName(header.dataType)},
                               {"slots", series.Size()},
                               {"filled", filled},
                               {"tags", nullptr},
@@ -78,7 +78,7 @@ std::string InfoAsText(const std::string& file) {
   const int filled = series.NextWriteIndex();
   const unsigned int tag_type = series.TagTypeID();
   Table table({Table::Left, Table::Left});
-  table.Row({"data", DataTypeName(header.data_type)});
+  table.Row({"data", DataTypeName(header.dataType)});
   table.Row({"filled", fmt::format("{} of {} slots", filled, series.Size())});
   table.Row({"tags", tag_type == 0 ? "none yet" : TagTypeName(tag_type)});
   if (filled > 0) {

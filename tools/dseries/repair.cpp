@@ -37,8 +37,7 @@ struct Layout {
   int total;
   std::optional<dtsr_cDimensionArray> dimensions;  ///< none: they are damaged
 
-  std::int64_t DataBegin() const { return lists + std::int64_t{8} * total; }
-  bool bFits(std::int64_t size) const { return lists >= Header::size && total > 0 && DataBegin() <= size; }
+  detail::SeriesLists Lists() const { return {lists, total}; }
 };
 
 /// The places of a datum, which ends before its tag; `begin` is 0 for one that is lost, `tag` for a tag that
@@ -97,7 +96,7 @@ class Search {
   /// The tag at a place, which its kind must allow; null when there is none. `end` is where the lists let it
   /// end, if they do.
   std::unique_ptr<dtsr_cDataTag> Tag(std::int64_t begin, std::int64_t end, unsigned int kind) {
-    if (!bKnownTagType(kind) && (end - begin < 8 || end > in_.Size())) return nullptr;
+    if (!bKnownTagType(kind) && (end - begin < detail::PlainTagLength || end > in_.Size())) return nullptr;
     std::unique_ptr<dtsr_cDataTag> tag = MakeTag(kind, end - begin);
     const bool read = begin != 0 && bReads([&]() -> bool {
                         if (!in_.Seek(begin)) return false;
@@ -114,15 +113,15 @@ class Search {
     const Layout told{header_.lists, header_.total, {}};
     if (auto layout = LayoutOfDimensions()) layouts.push_back(*std::move(layout));
     const bool known = !layouts.empty() && layouts[0].lists == told.lists && layouts[0].total == told.total;
-    if (!known && told.bFits(in_.Size())) layouts.push_back(told);
+    if (!known && told.Lists().bFit(in_.Size())) layouts.push_back(told);
     return layouts;
   }
 
   std::optional<Layout> LayoutOfDimensions() {
     constexpr std::int64_t longest = 1 << 20;  // of records whose counts cannot be trusted
-    const std::int64_t n = std::clamp<std::int64_t>(in_.Size() - Header::size, 0, longest);
+    const std::int64_t n = std::clamp<std::int64_t>(in_.Size() - Header::End, 0, longest);
     std::string bytes(static_cast<std::size_t>(n), '\0');
-    if (!in_.Seek(Header::size) || !in_.Read(bytes.data(), n)) return {};
+    if (!in_.Seek(Header::End) || !in_.Read(bytes.data(), n)) return {};
     bstr_cMemory_istream records(bytes.data(), n);
     dtsr_cDimensionArray dimensions(0);
     int total = 0;
@@ -134,8 +133,8 @@ class Search {
     for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
       if (dimensions.Dimension(d).Size() < 1) return {};
     }
-    const Layout layout{Header::size + records.Position(), total, dimensions};
-    return read && layout.bFits(in_.Size()) ? std::optional(layout) : std::nullopt;
+    const Layout layout{Header::End + records.Position(), total, dimensions};
+    return read && layout.Lists().bFit(in_.Size()) ? std::optional(layout) : std::nullopt;
   }
 
   /// Goes from datum to datum: each begins where the tag before it ends. Where one is broken the offset lists
@@ -150,8 +149,8 @@ class Search {
     }
     Survivors survivors{std::move(layout), 0, {}, 0};
     const bool counted = header_.valid >= 0 && header_.valid <= total;
-    std::int64_t free = survivors.layout.DataBegin();  // what lies before is taken
-    std::int64_t next = free;                          // 0 when nobody can tell
+    std::int64_t free = survivors.layout.Lists().End();  // what lies before is taken
+    std::int64_t next = free;                            // 0 when nobody can tell
     for (int k = 0; k < total; ++k) {
       const std::int64_t begin = data_[static_cast<std::size_t>(k)], tag = tags_[static_cast<std::size_t>(k)];
       if (counted && k >= header_.valid && tag == 0) break;
@@ -184,7 +183,7 @@ class Search {
     const std::int64_t end = in_.Position(), tag_end = ListedTagEnd(k);
     std::uint32_t kind = 0;
     const bool expected =
-        bstr_ReadFields(in_, kind) && (bKnownTagType(kind) || (kind != 0 && kind == header_.tag_type));
+        bstr_ReadFields(in_, kind) && (bKnownTagType(kind) || (kind != 0 && kind == header_.tagType));
     if (expected && (tag_type == 0 || kind == tag_type) && Tag(end, tag_end, kind) != nullptr) {
       tag_type = kind;
       return {begin, end, end, tag_end};
@@ -219,7 +218,7 @@ std::string Repair(bstr_cBinary_fstream& file, const Header& header, const std::
   }
 
   DataSeries<Array> series(path, layout.dimensions ? *layout.dimensions : PlainDimension(layout.total),
-                           header.data_type);
+                           header.dataType);
   constexpr const char* empty =
       std::is_same_v<Array, Bytes> ? "a datum without bytes" : "an array without elements";
   const unsigned int kind = tag_type != 0 ? tag_type : dtsr_cDataTag(0).TagTypeID();
@@ -258,8 +257,8 @@ void Repair(const Options& options) {
     const auto repair = [&]<class Array>(std::type_identity<Array>) {
       return Repair<Array>(damaged, header, path);
     };
-    saved = bKnownDataType(header.data_type) ? VisitDataType(header.data_type, repair)
-                                             : repair(std::type_identity<Bytes>());
+    saved = bKnownDataType(header.dataType) ? VisitDataType(header.dataType, repair)
+                                            : repair(std::type_identity<Bytes>());
   });
   Note("{}: {} in {}", options.file, saved, options.output);
 }

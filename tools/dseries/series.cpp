@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
-#include <limits>
 #include <string>
 
 #include "header.h"
@@ -26,7 +25,7 @@ class ForeignTag : public dtsr_cDataTag {
   ForeignTag(unsigned int kind, std::int64_t bytes)
       : dtsr_cDataTag(0),
         kind_(kind),
-        rest_(static_cast<std::size_t>(std::max(bytes - plain_size, std::int64_t{0})), '\0') {}
+        rest_(static_cast<std::size_t>(std::max(bytes - detail::PlainTagLength, std::int64_t{0})), '\0') {}
 
   void Read(bstr_cBinary_istream& in) override {
     dtsr_cDataTag::Read(in);
@@ -40,8 +39,6 @@ class ForeignTag : public dtsr_cDataTag {
   dtsr_cDataTag* pCopy() const override { return new ForeignTag(*this); }
 
  private:
-  static constexpr std::int64_t plain_size = 8;
-
   unsigned int kind_;
   std::string rest_;
 };
@@ -59,7 +56,7 @@ std::unique_ptr<dtsr_cDataTag> MakeTag(unsigned int tag_type, std::int64_t bytes
   }
 }
 
-Series::Series(const std::string& path) : Series(path, ReadHeader(path).data_type, bstr_OpenReadOnly) {}
+Series::Series(const std::string& path) : Series(path, ReadHeader(path).dataType, bstr_OpenReadOnly) {}
 
 Series::Series(const std::string& path, const dtsr_cDimensionArray& dimensions, unsigned int data_type)
     : dtsr_cFileSeriesBase(str_cString(path.c_str()), dimensions, data_type),
@@ -116,7 +113,7 @@ int Series::DataIndex(const dtsr_cDataTag& tag, type_cBoolean compare_time) cons
 
 std::int64_t Series::Room() const {
   const int next = NextWriteIndex();
-  return next < Size() ? std::int64_t{std::numeric_limits<std::int32_t>::max()} - dataOffsets_[next] : 0;
+  return next < Size() ? detail::LastSeriesPosition - dataOffsets_[next] : 0;
 }
 
 std::int64_t StoredSize(const dtsr_cDataTag& tag) {

@@ -9,22 +9,14 @@
 #include <DataStorage/interfaces/constants.h>
 #include <DataStorage/interfaces/expt.h>
 #include <DataStorage/series/fileseries.h>
+#include <DataStorage/series/seriesformat.h>
 
 namespace {
 
+using detail::SeriesHeader;
+using detail::SeriesLists;
+
 constexpr detail::SourceFile source_file{"DataSeries"};
-
-constexpr std::uint16_t FormatVersion = 0x0210;
-
-// Fields of the header that are written again, and the end of the header.
-constexpr std::int64_t TagTypeField = 10;
-constexpr std::int64_t CountField = 18;
-constexpr std::int64_t ListPositionField = 22;
-constexpr std::int64_t HeaderEnd = 26;
-
-constexpr std::int64_t KindLength = 4;
-constexpr std::int64_t PlainTagLength = 8;
-constexpr std::int64_t PositionTagLength = 24;
 
 // What RoomAt may say beside a number of bytes.
 constexpr std::int64_t NoRoom = -1;
@@ -34,9 +26,6 @@ constexpr std::int64_t Unlimited = std::numeric_limits<std::int64_t>::max();
 constexpr std::int32_t Nowhere = std::numeric_limits<std::int32_t>::min();
 
 constexpr int ListBlock = 8192;  // entries that are moved at once
-
-/// The length of both lists of a file with so many slots.
-std::int64_t ListBytes(int slots) { return std::int64_t{8} * slots; }
 
 /// A list that is read from a file next.
 struct UnreadList : arr_cArray<long> {
@@ -54,11 +43,11 @@ struct WordChange {
 /// like, but begin with the identifier if it is that of the series.
 std::int64_t TagLength(bstr_cBinary_istream& in, std::int64_t position, unsigned int seriesKind) {
   std::uint32_t kind;
-  if (in.Size() - position < KindLength) return 0;
+  if (in.Size() - position < detail::TagKindLength) return 0;
   if (!in.Seek(position) || !bstr_ReadFields(in, kind) || kind == obty_2DPositionType)
-    return PositionTagLength;
-  if (kind == obty_DataTagType) return PlainTagLength;
-  return kind == seriesKind ? KindLength : 0;
+    return detail::PositionTagLength;
+  if (kind == obty_DataTagType) return detail::PlainTagLength;
+  return kind == seriesKind ? detail::TagKindLength : 0;
 }
 
 /// Takes what a tag writes at its place in the file, so that it gets there with one write.
@@ -97,22 +86,21 @@ dtsr_cFileLockedException::~dtsr_cFileLockedException() = default;
 struct dtsr_cFileSeriesBase::Plan {
   Plan(const str_cString& path, const dtsr_cDimensionArray& dimensions, unsigned int dataTypeID) {
     for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
-      if (dimensions.Dimension(d).Size() < 0) arr_SizeError();
+      if (const int size = dimensions.Dimension(d).Size(); size < 0) arr_SizeError(size);
     }
     const int total = dimensions.TotalNumberIndices();
-    if (total == 0) arr_IndexError();
-
-    constexpr std::uint32_t noTagType = 0;
-    constexpr std::int32_t noData = 0;
-    constexpr std::int32_t noLists = 0;  // those who open the file too early are turned away by this
-    bstr_WriteFields(head, flfm_LittleEndian, flfm_DataSeriesID, FormatVersion, std::uint32_t{dataTypeID},
-                     noTagType, std::int32_t{total}, noData, noLists);
+    if (total == 0) arr_IndexError(0, total);
+    SeriesHeader header;  // without lists as yet: those who open the file too early are turned away by this
+    header.dataType = dataTypeID;
+    header.total = total;
+    header.Write(head);
     dimensions.Write(head);
-    if (head.Size() > std::numeric_limits<std::int32_t>::max() - ListBytes(total)) {
+    const SeriesLists lists{head.Size(), total};
+    if (lists.End() > detail::LastSeriesPosition) {
       source_file.ThrowUserError("Can't write to series file " + path + ".");
     }
     dataOffsets.SetSize(total);
-    dataOffsets[0] = static_cast<long>(head.Size() + ListBytes(total));
+    dataOffsets[0] = static_cast<long>(lists.End());
     tagOffsets.SetSize(total);
   }
 
@@ -135,7 +123,8 @@ dtsr_cFileSeriesBase::dtsr_cFileSeriesBase(const str_cString& path, Plan&& plan,
   if (!bGood()) ThrowCannotOpen();
   bstr_cBinary_ostream& out = file_.Output();
   const bool written = out.Write(plan.head.Data(), plan.head.Size()) && WritePointers() &&
-                       WriteWord(out, ListPositionField, offsetListPosition_) && out.SetEnd(dataOffsets_[0]);
+                       WriteWord(out, SeriesHeader::ListsField, offsetListPosition_) &&
+                       out.SetEnd(dataOffsets_[0]);
   if (!written || !bGood()) ThrowCannotWrite();
 }
 
@@ -144,24 +133,22 @@ dtsr_cFileSeriesBase::dtsr_cFileSeriesBase(const str_cString& path, unsigned int
     : file_(path, access), readOnly_(access == bstr_OpenReadOnly) {
   if (!bGood()) ThrowCannotOpen();
   bstr_cBinary_istream& in = file_.Input();
-  std::uint16_t mark, format, version;
-  std::uint32_t storedDataType, storedTagType;
-  if (bstr_ReadFields(in, mark, format, version) && bstr_ReadFields(in, storedDataType, storedTagType)) {
-    if (mark != flfm_LittleEndian || format != flfm_DataSeriesID || version != FormatVersion) {
+  SeriesHeader header;
+  if (header.ReadKind(in)) {
+    if (!header.bSeriesFile() || header.version != SeriesHeader::KnownVersion) {
       source_file.ThrowUserError("Invalid format for " + path + ".");
     }
-    if (storedDataType != dataTypeID) source_file.ThrowUserError("Invalid data type for " + path + ".");
-    tagTypeID_ = storedTagType;
+    if (header.dataType != dataTypeID) source_file.ThrowUserError("Invalid data type for " + path + ".");
+    tagTypeID_ = header.tagType;
   }
 
-  std::int32_t total, valid, lists;
-  const bool plausible = bstr_ReadFields(in, total, valid, lists) && total > 0 && valid >= 0 &&
-                         valid <= total && lists >= HeaderEnd && lists + ListBytes(total) <= in.Size();
+  const bool plausible = header.ReadContents(in) && header.valid >= 0 && header.valid <= header.total &&
+                         header.Lists().bFit(in.Size());
   if (!plausible) ThrowCannotRead();
-  writeIndex_ = valid;
-  offsetListPosition_ = lists;
-  dataOffsets_ = UnreadList(total);
-  tagOffsets_ = UnreadList(total);
+  writeIndex_ = header.valid;
+  offsetListPosition_ = header.lists;
+  dataOffsets_ = UnreadList(header.total);
+  tagOffsets_ = UnreadList(header.total);
   if (!ReadLists() || !bGood()) ThrowCannotRead();
   if (!readOnly_) GuardNextPlace();
 }
@@ -202,9 +189,9 @@ dtsr_cFileSeriesBase::~dtsr_cFileSeriesBase() = default;
 void dtsr_cFileSeriesBase::ReadDimensionArray(dtsr_cDimensionArray& dimensions) {
   // Read from a copy of the bytes before the lists, so that no count or length can claim more than these.
   bstr_cBinary_istream& in = file_.Input();
-  std::vector<unsigned char> bytes(static_cast<std::size_t>(offsetListPosition_ - HeaderEnd));
+  std::vector<unsigned char> bytes(static_cast<std::size_t>(offsetListPosition_ - SeriesHeader::End));
   const auto n = static_cast<std::int64_t>(bytes.size());
-  if (!in.Seek(HeaderEnd) || !in.Read(bytes.data(), n)) ThrowCannotRead();
+  if (!in.Seek(SeriesHeader::End) || !in.Read(bytes.data(), n)) ThrowCannotRead();
   bstr_cMemory_istream region(bytes.data(), n);
   dtsr_cDimensionArray read;
   read.Read(region);
@@ -246,16 +233,15 @@ void dtsr_cFileSeriesBase::SetNewestTag(const dtsr_cDataTag& tag) {
   // offsets of all data that the count includes.
   std::array<WordChange, 5> changes;
   auto end = changes.begin();
-  const std::int64_t tagList = offsetListPosition_ + ListBytes(Size()) / 2;
   if (place != tail_) {  // the concrete series may have chosen it
-    *end++ = {offsetListPosition_ + 4 * std::int64_t{i}, place, place};
+    *end++ = {Lists().DataEntry(i), place, place};
   }
   if (i + 1 < Size()) {
-    *end++ = {offsetListPosition_ + 4 * std::int64_t{i + 1}, dataOffsets_[i + 1], nextData};
+    *end++ = {Lists().DataEntry(i + 1), dataOffsets_[i + 1], nextData};
   }
-  *end++ = {tagList + 4 * std::int64_t{i}, tagOffsets_[i], tagOffset};
-  *end++ = {CountField, i, i + 1};
-  if (firstTag) *end++ = {TagTypeField, tagTypeID_, tag.TagTypeID()};
+  *end++ = {Lists().TagEntry(i), tagOffsets_[i], tagOffset};
+  *end++ = {SeriesHeader::ValidField, i, i + 1};
+  if (firstTag) *end++ = {SeriesHeader::TagTypeField, tagTypeID_, tag.TagTypeID()};
 
   bool written = out.Write(tagBytes.Data(), tagBytes.Size());
   listsInFile_ = listsInFile_ || (written && WriteLists());
@@ -291,7 +277,7 @@ void dtsr_cFileSeriesBase::ResetWriteIndex() {
   arr_cArray<long> dataOffsets(Size());
   arr_cArray<long> tagOffsets(Size());
   bstr_cBinary_ostream& out = file_.Output();
-  if (!out.SetEnd(offsetListPosition_ + ListBytes(Size()))) ThrowCannotWrite();
+  if (!out.SetEnd(Lists().End())) ThrowCannotWrite();
   dataOffsets[0] = static_cast<long>(out.Position());
   int writeIndex = 0;
 
@@ -304,7 +290,7 @@ void dtsr_cFileSeriesBase::ResetWriteIndex() {
   const bool written = WritePointers();
   if (!written) exchange();
   // The count comes last when the old lists are put back: it must not speak of data that they do not show.
-  listsInFile_ = written || (WriteLists() && WriteWord(out, CountField, writeIndex_));
+  listsInFile_ = written || (WriteLists() && WriteWord(out, SeriesHeader::ValidField, writeIndex_));
   if (!written) ThrowCannotWrite();
   ForgetNextPlace();
   tail_ = dataOffsets_[0];
@@ -316,8 +302,10 @@ type_cBoolean dtsr_cFileSeriesBase::UpdatePointers() {
 }
 
 bool dtsr_cFileSeriesBase::WritePointers() {
-  return WriteWord(file_.Output(), CountField, writeIndex_) && WriteLists();
+  return WriteWord(file_.Output(), SeriesHeader::ValidField, writeIndex_) && WriteLists();
 }
+
+SeriesLists dtsr_cFileSeriesBase::Lists() const { return {offsetListPosition_, Size()}; }
 
 bool dtsr_cFileSeriesBase::ReadLists() {
   bstr_cBinary_istream& in = file_.Input();
@@ -355,7 +343,7 @@ bool dtsr_cFileSeriesBase::WriteLists() {
 std::int64_t dtsr_cFileSeriesBase::RoomAt(std::int64_t place) const {
   bstr_cBinary_fstream file(file_);  // another position for the tags that are looked at
   bstr_cBinary_istream& in = file.Input();
-  const std::int64_t listsEnd = offsetListPosition_ + ListBytes(Size());
+  const std::int64_t listsEnd = Lists().End();
   if (place < listsEnd || !in.Seek(place)) return NoRoom;
   std::int64_t end = Unlimited;
   for (int k = 0; k < writeIndex_; ++k) {
@@ -363,7 +351,8 @@ std::int64_t dtsr_cFileSeriesBase::RoomAt(std::int64_t place) const {
     const std::int64_t tag = tagOffsets_[k];
     if (data < listsEnd || tag < listsEnd) return NoRoom;
     if (data == place || (data < place && place < tag)) return NoRoom;
-    if (tag <= place && place < tag + PositionTagLength && place < tag + TagLength(in, tag, tagTypeID_)) {
+    if (tag <= place && place < tag + detail::PositionTagLength &&
+        place < tag + TagLength(in, tag, tagTypeID_)) {
       return NoRoom;
     }
     if (data > place) end = std::min(end, data);

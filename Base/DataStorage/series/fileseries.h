@@ -12,6 +12,10 @@
 #include <DataStorage/series/datatag.h>
 #include <DataStorage/series/dimension.h>
 
+namespace detail {
+struct SeriesLists;
+}
+
 /// Somebody else holds the lock that a series file was to be opened with: "Can't open series file ...", and
 /// who that is, as far as the system says. The same may succeed later.
 class DATASTORAGE_EXPORT dtsr_cFileLockedException : public expt_cUserException {
@@ -126,6 +130,7 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
   struct Plan;
   dtsr_cFileSeriesBase(const str_cString& path, Plan&& plan, bstr_eAccess access);
 
+  detail::SeriesLists Lists() const;
   bool bGood() const { return readOnly_ ? file_.Input().bGood() : file_.bGood(); }
   bool ReadLists();
   bool WriteLists();
