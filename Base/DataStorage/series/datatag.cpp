@@ -55,12 +55,6 @@ dtsr_c2DPosition::dtsr_c2DPosition(const pos_c2DPosition& position, long time)
 
 dtsr_c2DPosition::~dtsr_c2DPosition() = default;
 
-dtsr_c2DPosition& dtsr_c2DPosition::operator=(const dtsr_c2DPosition& other) {
-  dtsr_cDataTag::operator=(other);
-  pos_c2DPosition::operator=(other);
-  return *this;
-}
-
 dtsr_c2DPosition& dtsr_c2DPosition::operator=(const pos_c2DPosition& position) {
   dtsr_cDataTag::operator=(Now());
   pos_c2DPosition::operator=(position);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <ctime>
+#include <memory>
 
 #include <DataStorage/interfaces/bstr.h>
 #include <DataStorage/interfaces/export.h>
@@ -66,6 +67,23 @@ class DATASTORAGE_EXPORT dtsr_cDataTag {
   unsigned int filledFrom_ = 0;
 };
 
+namespace detail {
+
+/// Owns a tag, or none; a copy owns a copy of it.
+class TagPointer : public std::unique_ptr<dtsr_cDataTag> {
+ public:
+  explicit TagPointer(dtsr_cDataTag* tag = nullptr) noexcept : unique_ptr(tag) {}
+  TagPointer(const TagPointer& other) : unique_ptr(other.pCopy()) {}
+  TagPointer(TagPointer&&) noexcept = default;
+  TagPointer& operator=(const TagPointer& other) { return *this = TagPointer(other); }
+  TagPointer& operator=(TagPointer&&) noexcept = default;
+
+  /// A new copy, owned by the caller; null when there is no tag.
+  dtsr_cDataTag* pCopy() const { return *this ? (*this)->pCopy() : nullptr; }
+};
+
+}  // namespace detail
+
 /// A tag that also tells where the datum was taken. It is a full position: it can be limited and announces
 /// its changes. Tagged streams hold the position alone.
 ///
@@ -77,7 +95,7 @@ class DATASTORAGE_EXPORT dtsr_c2DPosition : public dtsr_cDataTag, public pos_c2D
   dtsr_c2DPosition(const pos_c2DPosition& position, long time);
   dtsr_c2DPosition(const dtsr_c2DPosition&) = default;
   /// Takes both; the position changes like any other.
-  dtsr_c2DPosition& operator=(const dtsr_c2DPosition& other);
+  dtsr_c2DPosition& operator=(const dtsr_c2DPosition&) = default;
   /// Takes the position, and the present as the time.
   dtsr_c2DPosition& operator=(const pos_c2DPosition& position);
   ~dtsr_c2DPosition() override;

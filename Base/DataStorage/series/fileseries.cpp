@@ -153,37 +153,6 @@ dtsr_cFileSeriesBase::dtsr_cFileSeriesBase(const str_cString& path, unsigned int
   if (!readOnly_) GuardNextPlace();
 }
 
-dtsr_cFileSeriesBase::dtsr_cFileSeriesBase(const dtsr_cFileSeriesBase& other)
-    : file_(other.file_),
-      offsetListPosition_(other.offsetListPosition_),
-      dataOffsets_(other.dataOffsets_),
-      tagOffsets_(other.tagOffsets_),
-      writeIndex_(other.writeIndex_),
-      created_(other.created_),
-      sampleTag_(other.pSampleTag()),
-      tagTypeID_(other.tagTypeID_),
-      tail_(other.tail_),
-      readOnly_(other.readOnly_),
-      listsInFile_(other.listsInFile_) {}
-
-dtsr_cFileSeriesBase& dtsr_cFileSeriesBase::operator=(const dtsr_cFileSeriesBase& other) {
-  if (this != &other) {
-    dtsr_cFileSeriesBase copy(other);
-    file_ = copy.file_;
-    offsetListPosition_ = copy.offsetListPosition_;
-    dataOffsets_ = std::move(copy.dataOffsets_);
-    tagOffsets_ = std::move(copy.tagOffsets_);
-    writeIndex_ = copy.writeIndex_;
-    created_ = copy.created_;
-    sampleTag_ = std::move(copy.sampleTag_);
-    tagTypeID_ = copy.tagTypeID_;
-    tail_ = copy.tail_;
-    readOnly_ = copy.readOnly_;
-    listsInFile_ = copy.listsInFile_;
-  }
-  return *this;
-}
-
 dtsr_cFileSeriesBase::~dtsr_cFileSeriesBase() = default;
 
 void dtsr_cFileSeriesBase::ReadDimensionArray(dtsr_cDimensionArray& dimensions) {
@@ -221,7 +190,7 @@ void dtsr_cFileSeriesBase::SetNewestTag(const dtsr_cDataTag& tag) {
 
   // A tag that was asked for while there was none yet is no reason to leave the type out.
   const bool first = !sampleTag_ || tagTypeID_ == 0;
-  std::unique_ptr<dtsr_cDataTag> firstTag(first ? tag.pCopy() : nullptr);
+  detail::TagPointer firstTag(first ? tag.pCopy() : nullptr);
   TagOutput tagOutput(tagOffset);
   tag.Write(tagOutput);
   const bstr_cMemory_ostream& tagBytes = tagOutput.Tag();

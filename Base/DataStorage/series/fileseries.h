@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 
 #include <DataStorage/interfaces/arr.h>
 #include <DataStorage/interfaces/bstr.h>
@@ -58,9 +57,11 @@ class DATASTORAGE_EXPORT dtsr_cFileLockedException : public expt_cUserException 
 class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
  public:
   /// A copy works on the same open file, with positions and a write index of its own: one of them appends.
-  dtsr_cFileSeriesBase(const dtsr_cFileSeriesBase& other);
+  dtsr_cFileSeriesBase(const dtsr_cFileSeriesBase&) = default;
   /// Goes over to the file of `other`.
-  dtsr_cFileSeriesBase& operator=(const dtsr_cFileSeriesBase& other);
+  dtsr_cFileSeriesBase& operator=(const dtsr_cFileSeriesBase& other) {
+    return *this = dtsr_cFileSeriesBase(other);
+  }
   /// Closes the file with the last copy.
   virtual ~dtsr_cFileSeriesBase();
 
@@ -71,7 +72,7 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
   /// The kind of the tags; 0 until the first one is stored.
   unsigned int TagTypeID() const noexcept { return tagTypeID_; }
   /// A new copy of the sample tag, owned by the caller; null until a tag was read or stored by this object.
-  dtsr_cDataTag* pSampleTag() const { return sampleTag_ ? sampleTag_->pCopy() : nullptr; }
+  dtsr_cDataTag* pSampleTag() const { return sampleTag_.pCopy(); }
   /// As it was given.
   const str_cString& FilePath() const noexcept { return file_.Path(); }
 
@@ -117,18 +118,20 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
   type_cBoolean UpdatePointers();
 
   // GetTag is const for its callers, but moves the input and may set the sample tag.
-  mutable bstr_cBinary_fstream file_;                 ///< where data are written and read
-  long offsetListPosition_ = 0;                       ///< where the lists stand in the file
-  arr_cArray<long> dataOffsets_;                      ///< one for each slot; 0 until known
-  arr_cArray<long> tagOffsets_;                       ///< one for each slot; 0 until written
-  int writeIndex_ = 0;                                ///< the number of valid data
-  type_cBoolean created_;                             ///< by this object, not just opened
-  mutable std::unique_ptr<dtsr_cDataTag> sampleTag_;  ///< null until one is known
-  unsigned int tagTypeID_ = 0;                        ///< 0 until the first tag is stored
+  mutable bstr_cBinary_fstream file_;     ///< where data are written and read
+  long offsetListPosition_ = 0;           ///< where the lists stand in the file
+  arr_cArray<long> dataOffsets_;          ///< one for each slot; 0 until known
+  arr_cArray<long> tagOffsets_;           ///< one for each slot; 0 until written
+  int writeIndex_ = 0;                    ///< the number of valid data
+  type_cBoolean created_;                 ///< by this object, not just opened
+  mutable detail::TagPointer sampleTag_;  ///< null until one is known
+  unsigned int tagTypeID_ = 0;            ///< 0 until the first tag is stored
 
  private:
   struct Plan;
   dtsr_cFileSeriesBase(const str_cString& path, Plan&& plan, bstr_eAccess access);
+  // Of a copy that is not used any more; the file goes first, which alone can fail.
+  dtsr_cFileSeriesBase& operator=(dtsr_cFileSeriesBase&&) = default;
 
   detail::SeriesLists Lists() const;
   bool bGood() const { return readOnly_ ? file_.Input().bGood() : file_.bGood(); }

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <memory>
-
 #include <DataStorage/interfaces/arr.h>
 #include <DataStorage/interfaces/export.h>
 #include <DataStorage/series/datatag.h>
@@ -16,10 +14,11 @@ class DATASTORAGE_EXPORT dtsr_cMemorySeriesBase {
   /// A negative capacity raises arr_IndexError. One of 0 holds nothing: the first append raises it.
   dtsr_cMemorySeriesBase(int size);
   /// Copies have tags of their own.
-  dtsr_cMemorySeriesBase(const dtsr_cMemorySeriesBase& other);
+  dtsr_cMemorySeriesBase(const dtsr_cMemorySeriesBase&) = default;
   /// Takes capacity and tags.
-  dtsr_cMemorySeriesBase& operator=(const dtsr_cMemorySeriesBase& other);
-  ~dtsr_cMemorySeriesBase();
+  dtsr_cMemorySeriesBase& operator=(const dtsr_cMemorySeriesBase& other) {
+    return *this = dtsr_cMemorySeriesBase(other);
+  }
 
   /// The capacity.
   int Size() const noexcept { return tags_.Size(); }
@@ -30,7 +29,7 @@ class DATASTORAGE_EXPORT dtsr_cMemorySeriesBase {
   /// The kind of the first tag ever stored; 0 until then.
   unsigned int TagTypeID() const noexcept { return tagTypeID_; }
   /// A new copy of the first tag ever stored, owned by the caller; null until then.
-  dtsr_cDataTag* pSampleTag() const { return sampleTag_ ? sampleTag_->pCopy() : nullptr; }
+  dtsr_cDataTag* pSampleTag() const { return sampleTag_.pCopy(); }
   /// Sets the caller's tag equal to that of datum i; raises arr_IndexError unless 0 <= i < NextWriteIndex().
   void GetTag(int i, dtsr_cDataTag& tag) const;
   /// Stores a copy of the tag of a new datum.
@@ -44,8 +43,11 @@ class DATASTORAGE_EXPORT dtsr_cMemorySeriesBase {
   int AbsIndex(int i) const;
 
  private:
-  arr_cArray<dtsr_cDataTag*> tags_;  // owned; null where none was stored yet
-  int writeCount_ = 0;               // since construction or reset, not limited to the capacity
-  std::unique_ptr<dtsr_cDataTag> sampleTag_;
+  // Of a copy that is not used any more.
+  dtsr_cMemorySeriesBase& operator=(dtsr_cMemorySeriesBase&&) noexcept = default;
+
+  arr_cArray<detail::TagPointer> tags_;  // null where none was stored yet
+  int writeCount_ = 0;                   // since construction or reset, not limited to the capacity
+  detail::TagPointer sampleTag_;
   unsigned int tagTypeID_ = 0;
 };
