@@ -8,9 +8,8 @@
 #include <unistd.h>
 
 #include "series.h"
-#include <DataStorage/series/fileseries.h>
-#include <DataStorage/series/seriesbase.h>
 #include <DataStorage/series/seriesformat.h>
+#include <DataStorage/series/storedseries.h>
 
 namespace {
 
@@ -21,34 +20,24 @@ dtsr_cDimensionArray Dimensions() {
 }
 
 /// A series of blocks of bytes.
-class Series : public dtsr_cFileSeriesBase, public dtsr_cDataSeriesBase {
+class Series : public dtsr_cStoredSeries<dtsr_cFileSeriesBase> {
  public:
-  explicit Series(std::int64_t) : Series(Dimensions()) {}
-  Series() : dtsr_cFileSeriesBase(TemporaryFile::path, 1), dtsr_cDataSeriesBase(dtsr_cDimensionArray(0)) {}
-
-  int Size() const override { return dtsr_cFileSeriesBase::Size(); }
-  int NextWriteIndex() const override { return dtsr_cFileSeriesBase::NextWriteIndex(); }
-  void ResetWriteIndex() override { dtsr_cFileSeriesBase::ResetWriteIndex(); }
-  void GetTag(int i, dtsr_cDataTag& tag) const override { dtsr_cFileSeriesBase::GetTag(i, tag); }
-  dtsr_cDataTag* pSampleTag() const override { return dtsr_cFileSeriesBase::pSampleTag(); }
-  unsigned int TagTypeID() const override { return dtsr_cFileSeriesBase::TagTypeID(); }
+  explicit Series(std::int64_t) : dtsr_cStoredSeries(Dimensions(), TemporaryFile::path, Dimensions(), 1U) {}
+  Series() : dtsr_cStoredSeries(dtsr_cDimensionArray(0), TemporaryFile::path, 1U) {}
 
   void Append(const Datum& datum, int i) {
-    file_.Output().Seek(dataOffsets_[i]);
-    file_.Output().Write(datum.data(), static_cast<std::int64_t>(datum.size()));
-    SetNewestTag(dtsr_c2DPosition(i, 0, i));
+    AppendDatum(dtsr_c2DPosition(i, 0, i), [&](bstr_cBinary_ostream& out) {
+      return out.Write(datum.data(), static_cast<std::int64_t>(datum.size()));
+    });
   }
   void Reset() { ResetWriteIndex(); }
   void Read(int i, Datum& datum) {
-    file_.Input().Seek(dataOffsets_[i]);
-    file_.Input().Read(datum.data(), static_cast<std::int64_t>(datum.size()));
+    bReadDatum(i, [&](bstr_cBinary_istream& in) {
+      return in.Read(datum.data(), static_cast<std::int64_t>(datum.size()));
+    });
   }
   int Find(int x) const { return DataIndex(dtsr_c2DPosition(x, 0, 0), false); }
   static void Open() { benchmark::DoNotOptimize(Series().Size()); }
-
- private:
-  explicit Series(const dtsr_cDimensionArray& dimensions)
-      : dtsr_cFileSeriesBase(TemporaryFile::path, dimensions, 1), dtsr_cDataSeriesBase(dimensions) {}
 };
 
 /// The calls that a series file needs at least.

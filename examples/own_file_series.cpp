@@ -1,66 +1,12 @@
 #include <cstdlib>
-#include <cstring>
 #include <deque>
-#include <filesystem>
 #include <iostream>
 #include <new>
-#include <stdexcept>
-#include <string>
 
 #include <DataStorage/data/darray1d.h>
-#include <DataStorage/series/fileseries.h>
-#include <DataStorage/series/seriesbase.h>
+#include <DataStorage/series/storedseries.h>
 
-/// Spectra in a file. The store comes first among the bases: it has opened the file before dimensions are
-/// read.
-class SpectrumSeries : public dtsr_cFileSeriesBase, public dtsr_cDataSeriesBase {
- public:
-  SpectrumSeries(const str_cString& path, const dtsr_cDimensionArray& dimensions)
-      : dtsr_cFileSeriesBase(path, dimensions, darr_c1DArray::DataTypeID(), bstr_CreateLocked),
-        dtsr_cDataSeriesBase(dimensions) {}
-  explicit SpectrumSeries(const str_cString& path, bstr_eAccess access = bstr_OpenLocked)
-      : dtsr_cFileSeriesBase(path, darr_c1DArray::DataTypeID(), access), dtsr_cDataSeriesBase(Dimensions()) {}
-
-  void Append(const darr_c1DArray& spectrum, const dtsr_cDataTag& tag) {
-    file_.Output().Seek(dataOffsets_[NextWriteIndex()]);
-    spectrum.Write(file_.Output());
-    SetNewestTag(tag);  // the spectrum is stored when this returns; it throws if one of the writes has failed
-  }
-  bool Read(int i, darr_c1DArray& spectrum) {
-    return bHasData(i) && file_.Input().Seek(dataOffsets_[i]) && spectrum.Read(file_.Input());
-  }
-  int Size() const override { return dtsr_cFileSeriesBase::Size(); }
-  int NextWriteIndex() const override { return dtsr_cFileSeriesBase::NextWriteIndex(); }
-  void ResetWriteIndex() override { dtsr_cFileSeriesBase::ResetWriteIndex(); }
-  void GetTag(int i, dtsr_cDataTag& tag) const override { dtsr_cFileSeriesBase::GetTag(i, tag); }
-  dtsr_cDataTag* pSampleTag() const override { return dtsr_cFileSeriesBase::pSampleTag(); }
-  unsigned int TagTypeID() const override { return dtsr_cFileSeriesBase::TagTypeID(); }
-
- private:
-  dtsr_cDimensionArray Dimensions() {
-    dtsr_cDimensionArray dimensions;
-    ReadDimensionArray(dimensions);
-    return dimensions;
-  }
-};
-
-/// Whether a file would hold the same.
-bool bSame(const dtsr_cDimensionArray& a, const dtsr_cDimensionArray& b) {
-  bstr_cMemory_ostream first, second;
-  a.Write(first);
-  b.Write(second);
-  return first.Size() == second.Size() &&
-         std::memcmp(first.Data(), second.Data(), static_cast<std::size_t>(first.Size())) == 0;
-}
-
-/// Goes on with the series that is there. Only where there is no file it is created, since that would empty
-/// it. Throws when another program writes to it.
-SpectrumSeries OpenOrCreate(const std::string& path, const dtsr_cDimensionArray& dimensions) {
-  if (!std::filesystem::exists(path)) return SpectrumSeries(path.c_str(), dimensions);
-  SpectrumSeries series(path.c_str());
-  if (!bSame(series.DimensionArray(), dimensions)) throw std::runtime_error(path + " has other dimensions.");
-  return series;
-}
+using SpectrumSeries = dtsr_cFileSeries<darr_c1DArray>;
 
 struct Measured {
   darr_c1DArray spectrum;
@@ -81,7 +27,7 @@ std::size_t Acquire(SpectrumSeries& series, int count) {
     waiting.push_back(Measure(i));
     try {
       for (; !waiting.empty(); waiting.pop_front())
-        series.Append(waiting.front().spectrum, waiting.front().tag);
+        series.Append(waiting.front().spectrum, waiting.front().tag);  // it is stored when this returns
     } catch (const expt_cUserException& error) {  // the disk is full or gone; the message names the file
       std::cerr << error.Message().CString() << " It is tried again with the next spectrum.\n";
     } catch (const arr_cIndexException&) {  // no slot is left
@@ -97,13 +43,12 @@ std::size_t Acquire(SpectrumSeries& series, int count) {
 int main(int argc, char* argv[]) try {
   dtsr_cDimensionArray line(1);
   line.Dimension(0) = dtsr_cDimension(4, cal_c1DArrayCal(10.0, 2.5), "x", "um", false);
-  SpectrumSeries scan = OpenOrCreate("scan.dseries", line);
+  SpectrumSeries scan = SpectrumSeries::OpenOrCreate("scan.dseries", line);
   const std::size_t lost = Acquire(scan, argc > 1 ? std::atoi(argv[1]) : 3);
   if (lost > 0) std::cerr << lost << " of the spectra measured are not in the file.\n";
 
-  SpectrumSeries stored("scan.dseries", bstr_OpenReadOnly);
-  darr_c1DArray spectrum;
-  if (!stored.Read(1, spectrum)) return 1;
+  const SpectrumSeries stored("scan.dseries", bstr_OpenReadOnly);
+  const darr_c1DArray spectrum = stored.Datum(1);
   std::cout << stored.NumberValidData() << " of " << stored.Size() << " spectra; the one at "
             << stored.DimensionArray().Position(1)[0] << " um has " << spectrum.Value(501.0)
             << " at 501 nm\n";

@@ -7,29 +7,13 @@
 #include <DataStorage/data/darray1d.h>
 #include <DataStorage/interfaces/constants.h>
 #include <DataStorage/interfaces/expt.h>
-#include <DataStorage/series/fileseries.h>
-
-/// A file of 1D data arrays that somebody else has written, or is writing still.
-class SeriesFile : public dtsr_cFileSeriesBase {
- public:
-  explicit SeriesFile(const char* path)
-      : dtsr_cFileSeriesBase(path, darr_c1DArray::DataTypeID(), bstr_OpenReadOnly) {}
-
-  darr_c1DArray Datum(int i) {
-    darr_c1DArray datum;
-    if (i < 0 || i >= NextWriteIndex()) throw std::runtime_error("there is no such datum");
-    if (!file_.Input().Seek(dataOffsets_[i]) || !datum.Read(file_.Input())) {
-      throw std::runtime_error("the file is cut off or damaged");
-    }
-    return datum;
-  }
-};
+#include <DataStorage/series/storedseries.h>
 
 int main(int argc, char* argv[]) try {
   if (argc < 2) return 2;
-  SeriesFile file(argv[1]);
-  dtsr_cDimensionArray dimensions;
-  file.ReadDimensionArray(dimensions);
+  // Somebody else has written it, or is writing it still.
+  const dtsr_cFileSeries<darr_c1DArray> file(argv[1], bstr_OpenReadOnly);
+  const dtsr_cDimensionArray& dimensions = file.DimensionArray();
   for (int k = 0; k < dimensions.NumberDimensions(); ++k) {
     dtsr_cDimension& axis = dimensions.Dimension(k);
     std::cout << axis.Description().CString() << ": " << axis.Size() << " from "

@@ -61,14 +61,10 @@ class ArraySeries : public dtsr_cFileSeriesBase {
       : dtsr_cFileSeriesBase("series", dimensions, darr_c1DArray::DataTypeID()) {}
 
   void Append(const darr_c1DArray& datum, const dtsr_cDataTag& tag) {
-    file_.Output().Seek(dataOffsets_[NextWriteIndex()]);
-    datum.Write(file_.Output());
-    SetNewestTag(tag);
+    AppendDatum(tag, [&](bstr_cBinary_ostream& out) { return datum.Write(out); });
   }
-  /// False also when the datum reaches into its tag.
   bool bRead(int i, darr_c1DArray& datum) const {
-    return file_.Input().Seek(dataOffsets_[i]) && datum.Read(file_.Input()) &&
-           file_.Input().Position() <= tagOffsets_[i];
+    return bReadDatum(i, [&](bstr_cBinary_istream& in) { return datum.Read(in); });
   }
   /// False also when the tag reaches into the next valid datum, which in a damaged file may lie before it.
   bool bReadTag(int i, dtsr_cDataTag& tag) const {

@@ -120,7 +120,8 @@ TEST(FileStream, OpensAsAsked) {
       {bstr_OpenExisting, true, true, true, "old"},  {bstr_OpenExisting, false, false, false, nullptr},
       {bstr_OpenReadOnly, true, true, false, "old"}, {bstr_OpenReadOnly, false, false, false, nullptr},
       {bstr_CreateLocked, true, true, true, ""},     {bstr_CreateLocked, false, true, true, ""},
-      {bstr_OpenLocked, true, true, true, "old"},    {bstr_OpenLocked, false, false, false, nullptr}};
+      {bstr_OpenLocked, true, true, true, "old"},    {bstr_OpenLocked, false, false, false, nullptr},
+      {bstr_CreateNew, true, false, false, "old"},   {bstr_CreateNew, false, true, true, ""}};
   for (const Case& c : cases) {
     std::remove(file.Path().CString());
     if (c.exists) file.SetBytes("old");

@@ -69,7 +69,9 @@ TEST(FileSeries, KnowsTheKindOfItsTags) {
   EXPECT_EQ(series.DataIndex(dtsr_cDataTag(), false), -1);
 
   Log mixed(file, Slots(3));
-  ExpectFoundAmongOtherKinds(mixed, [&](const dtsr_cDataTag& tag) { mixed.Append("b", tag); });
+  mixed.Append("b", dtsr_c2DPosition(1, 2, 5));
+  mixed.Append("b", dtsr_cDataTag(5));
+  mixed.Append("b", dtsr_c2DPosition(1, 2, 6));
   file.SetBytes(file.Bytes().substr(0, file.Bytes().size() - 9));
   EXPECT_EQ(Complaint([&] { Log(file).DataIndex(dtsr_cDataTag(7), true); }), "");
   EXPECT_EQ(Complaint([&] { Log(file).DataIndex(dtsr_c2DPosition(), true); }), "Error reading 2D tag.");

@@ -2,7 +2,6 @@
 
 #include "disk.h"
 #include "series.h"
-#include <DataStorage/series/fileseries.h>
 
 inline dtsr_cDimensionArray Slots(int a, int b = 1) {
   dtsr_cDimensionArray dimensions(2);
@@ -13,20 +12,12 @@ inline dtsr_cDimensionArray Slots(int a, int b = 1) {
 
 /// A series of records of many sizes in a file. Record i tells its number, `base` + i, by its tag, and its
 /// bytes follow from that.
-class Log : public StoredSeries<dtsr_cFileSeriesBase> {
+class Log : public dtsr_cStoredSeries<dtsr_cFileSeriesBase> {
  public:
-  Log(const TempFile& file, const dtsr_cDimensionArray& dimensions)
-      : StoredSeries([&](auto&) { return dimensions; }, file.Path(), dimensions, 77U) {}
-  Log(const TempFile& file, const dtsr_cDimensionArray& dimensions, bstr_eAccess access)
-      : StoredSeries([&](auto&) { return dimensions; }, file.Path(), dimensions, 77U, access) {}
+  Log(const TempFile& file, const dtsr_cDimensionArray& dimensions, bstr_eAccess access = bstr_CreateEmpty)
+      : dtsr_cStoredSeries(dimensions, file.Path(), dimensions, 77U, access) {}
   explicit Log(const TempFile& file, bstr_eAccess access = bstr_OpenExisting)
-      : StoredSeries(
-            [](dtsr_cFileSeriesBase& store) {
-              dtsr_cDimensionArray dimensions(7);
-              store.ReadDimensionArray(dimensions);
-              return dimensions;
-            },
-            file.Path(), 77U, access) {}
+      : dtsr_cStoredSeries(file.Path(), 77U, access) {}
   using dtsr_cFileSeriesBase::dataOffsets_;
   using dtsr_cFileSeriesBase::file_;
   using dtsr_cFileSeriesBase::tagOffsets_;
@@ -37,9 +28,7 @@ class Log : public StoredSeries<dtsr_cFileSeriesBase> {
     return std::string(static_cast<std::size_t>(5 + number * number % 2999), static_cast<char>('a' + number));
   }
   void Append(const std::string& record, const dtsr_cDataTag& tag) {
-    file_.Output().Seek(dataOffsets_[NextWriteIndex()]);
-    file_.Output().Write(record.data(), static_cast<std::int64_t>(record.size()));
-    SetNewestTag(tag);
+    AppendDatum(tag, [&](bstr_cBinary_ostream& out) { return out.Write(record.data(), std::ssize(record)); });
   }
   void AppendNext(long base = 0) {
     const long number = base + NextWriteIndex();

@@ -2,7 +2,7 @@
 
 #include "support.h"
 #include "test.h"
-#include <DataStorage/series/seriesbase.h>
+#include <DataStorage/series/storedseries.h>
 
 using fuzz::RawForm;
 
@@ -46,32 +46,4 @@ arr_cC_Array<T> Vector(std::initializer_list<T> values) {
   arr_cC_Array<T> vector(static_cast<int>(values.size()));
   std::copy(values.begin(), values.end(), vector.Data());
   return vector;
-}
-
-/// A series that forwards to its store; `dimensions` tells the dimensions when the store is there.
-template <class Store>
-struct StoredSeries : Store, dtsr_cDataSeriesBase {
-  template <class Dimensions, class... Arguments>
-  explicit StoredSeries(Dimensions dimensions, const Arguments&... arguments)
-      : Store(arguments...), dtsr_cDataSeriesBase(dimensions(static_cast<Store&>(*this))) {}
-  using dtsr_cDataSeriesBase::GetTag;
-  int Size() const override { return Store::Size(); }
-  int NextWriteIndex() const override { return Store::NextWriteIndex(); }
-  void ResetWriteIndex() override { Store::ResetWriteIndex(); }
-  void GetTag(int i, dtsr_cDataTag& tag) const override { Store::GetTag(i, tag); }
-  dtsr_cDataTag* pSampleTag() const override { return Store::pSampleTag(); }
-  unsigned int TagTypeID() const override { return Store::TagTypeID(); }
-};
-
-/// Two kinds of tags one after the other; each search finds those of its own kind.
-template <class Series>
-void ExpectFoundAmongOtherKinds(Series& series, const std::function<void(const dtsr_cDataTag&)>& append) {
-  append(dtsr_c2DPosition(1, 2, 5));
-  append(dtsr_cDataTag(5));
-  append(dtsr_c2DPosition(1, 2, 6));
-  EXPECT_EQ(series.DataIndex(dtsr_cDataTag(5), true), 1);
-  EXPECT_EQ(series.DataIndex(dtsr_cDataTag(9), false), 1);
-  EXPECT_EQ(series.DataIndex(dtsr_cDataTag(6), true), -1);
-  EXPECT_EQ(series.DataIndex(dtsr_c2DPosition(1, 2, 6), true), 2);
-  EXPECT_EQ(series.DataIndex(dtsr_c2DPosition(1, 3, 5), true), -1);
 }

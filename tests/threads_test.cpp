@@ -85,25 +85,18 @@ TEST(Threads, WriteAndReadTaggedStreams) {
 }
 
 TEST(Threads, KeepSeriesInFilesOfTheirOwn) {
-  struct Series : dtsr_cFileSeriesBase {
-    explicit Series(const str_cString& path) : dtsr_cFileSeriesBase(path, 1) {}
-    Series(const str_cString& path, const dtsr_cDimensionArray& dimensions)
-        : dtsr_cFileSeriesBase(path, dimensions, 1) {}
-    void Append() {
-      file_.Output().Seek(dataOffsets_[NextWriteIndex()]);
-      Ramp().Write(file_.Output());
-      SetNewestTag(dtsr_c2DPosition(NextWriteIndex(), 2));
-    }
-  };
+  using Series = dtsr_cFileSeries<darr_c1DArray>;
   const TempFile files[] = {TempFile("0"), TempFile("1")};
   InTwoThreads([&](int thread) {
     const str_cString path = files[thread].Path();
     dtsr_cDimensionArray dimensions;
     dimensions.Dimension(0) = {20, cal_c1DArrayCal::Default, "x", str_cString::Null, false};
     Series series(path, dimensions);
-    while (series.NextWriteIndex() < series.Size()) series.Append();
-    Series opened(path);
-    opened.ReadDimensionArray(dimensions);
+    while (series.NextWriteIndex() < series.Size()) {
+      series.Append(Ramp(), dtsr_c2DPosition(series.NextWriteIndex(), 2));
+    }
+    const Series opened(path, bstr_OpenReadOnly);
+    EXPECT_EQ(opened.DimensionArray().TotalNumberIndices(), 20);
     dtsr_c2DPosition tag;
     opened.GetTag(19, tag);
     EXPECT_EQ(tag.X(), 19);

@@ -9,8 +9,6 @@
 #include <DataStorage/data/rescl2.h>
 #include <DataStorage/positions/clipline.h>
 #include <DataStorage/positions/poslist.h>
-#include <DataStorage/series/fileseries.h>
-#include <DataStorage/series/memoryseries.h>
-#include <DataStorage/series/seriesbase.h>
+#include <DataStorage/series/storedseries.h>
 #include <DataStorage/services/application.h>
 #include <DataStorage/services/binimage.h>

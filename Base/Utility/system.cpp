@@ -88,6 +88,7 @@ std::intptr_t OpenRegularFile(const char* path, bstr_eAccess access) {
   if (access != bstr_OpenReadOnly && access != bstr_OpenExisting && access != bstr_OpenLocked)
     flags |= O_CREAT;
   if (access == bstr_CreateEmpty) flags |= O_TRUNC;
+  if (access == bstr_CreateNew) flags |= O_EXCL;
   // Not blocking, because a pipe or a terminal must be refused, not waited for.
   flags |= O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
   if (access != bstr_OpenReadOnly) IgnoreFileSizeSignal();

@@ -27,7 +27,7 @@ inline constexpr std::intptr_t UnlockableFile = -3;  ///< there are no locks for
 
 /// Whether this access asks for the lock.
 constexpr bool bLocks(bstr_eAccess access) {
-  return access == bstr_CreateLocked || access == bstr_OpenLocked;
+  return access == bstr_CreateLocked || access == bstr_OpenLocked || access == bstr_CreateNew;
 }
 
 /// The process that has the lock of a file: its identifier and, where it can be learnt, its name; empty where

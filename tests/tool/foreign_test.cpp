@@ -25,9 +25,7 @@ class OwnSeries : public dseries::Series {
  public:
   OwnSeries(const std::string& path, int size) : Series(path, Line(size), 0x888) {}
   void Append(const std::string& text, const dtsr_cDataTag& tag) {
-    file_.Output().Seek(dataOffsets_[NextWriteIndex()]);
-    file_.Output().Write(text.data(), std::ssize(text));
-    SetNewestTag(tag);
+    AppendDatum(tag, [&](bstr_cBinary_ostream& out) { return out.Write(text.data(), std::ssize(text)); });
   }
 
  private:

@@ -13,8 +13,7 @@
 #include <DataStorage/interfaces/bstr.h>
 #include <DataStorage/interfaces/expt.h>
 #include <DataStorage/series/datatag.h>
-#include <DataStorage/series/fileseries.h>
-#include <DataStorage/series/seriesbase.h>
+#include <DataStorage/series/storedseries.h>
 
 namespace dseries {
 
@@ -22,19 +21,12 @@ namespace dseries {
 /// has the time, with which all begin, and keeps the bytes behind it.
 std::unique_ptr<dtsr_cDataTag> MakeTag(unsigned int tag_type, std::int64_t bytes = 0);
 
-/// A series in a file without its data: dimensions and tags, whatever the data are. The store comes first
-/// among the bases, because it must have opened the file before the dimensions can be read from there.
-class Series : public dtsr_cFileSeriesBase, public dtsr_cDataSeriesBase {
+/// A series in a file without its data: dimensions and tags, whatever the data are.
+class Series : public dtsr_cStoredSeries<dtsr_cFileSeriesBase> {
  public:
   /// Opens a series for reading.
   explicit Series(const std::string& path);
 
-  int Size() const override { return dtsr_cFileSeriesBase::Size(); }
-  int NextWriteIndex() const override { return dtsr_cFileSeriesBase::NextWriteIndex(); }
-  void ResetWriteIndex() override { dtsr_cFileSeriesBase::ResetWriteIndex(); }
-  using dtsr_cDataSeriesBase::GetTag;
-  void GetTag(int i, dtsr_cDataTag& tag) const override { dtsr_cFileSeriesBase::GetTag(i, tag); }
-  dtsr_cDataTag* pSampleTag() const override { return dtsr_cFileSeriesBase::pSampleTag(); }
   /// Taken from the first tag where the header does not tell it yet: a process may have been killed in
   /// between. 0 when there are no tags.
   unsigned int TagTypeID() const override;
@@ -80,10 +72,7 @@ class DataSeries : public Series {
   void Append(const Array& datum, const dtsr_cDataTag& tag) {
     bstr_cMemory_ostream bytes;
     if (!datum.Write(bytes)) throw std::bad_alloc();
-    bstr_cBinary_ostream& out = file_.Output();
-    out.Seek(dataOffsets_[NextWriteIndex()]);
-    out.Write(bytes.Data(), bytes.Size());
-    SetNewestTag(tag);  // also tells when the write failed
+    AppendDatum(tag, [&](bstr_cBinary_ostream& out) { return out.Write(bytes.Data(), bytes.Size()); });
   }
 
   /// How many bytes datum i would take with elements of another type. Only its element type is read.
@@ -104,12 +93,9 @@ class DataSeries : public Series {
 
   /// Reads datum i.
   Array Datum(int i) {
-    bstr_cBinary_istream& in = file_.Input();
     Array datum;
     try {
-      if (bHasData(i) && in.Seek(dataOffsets_[i]) && datum.Read(in) && in.Position() == tagOffsets_[i]) {
-        return datum;
-      }
+      if (bReadDatum(i, [&](bstr_cBinary_istream& in) { return datum.Read(in); })) return datum;
     } catch (const arr_cSizeException&) {  // the count of its elements is negative
     }
     FailForDamage(FilePath().CString(),

@@ -118,6 +118,7 @@ enum bstr_eAccess {
   bstr_OpenReadOnly = 3,  ///< only reading; a missing file is a failure and the output is never good
   bstr_CreateLocked = 4,  ///< like `bstr_CreateEmpty`, with the lock, before contents are discarded
   bstr_OpenLocked = 5,    ///< like `bstr_OpenExisting`, with the lock
+  bstr_CreateNew = 6,     ///< read and write, with the lock; a file that exists is a failure
 };
 
 /// What became of the lock that a file stream asked for.

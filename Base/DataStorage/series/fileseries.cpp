@@ -1,8 +1,10 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <iterator>
 #include <limits>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -171,6 +173,18 @@ void dtsr_cFileSeriesBase::ReadDimensionArray(dtsr_cDimensionArray& dimensions) 
   }
   if (!asManyIndices) ThrowCannotRead();
   dimensions = read;
+}
+
+void dtsr_cFileSeriesBase::RequireDimensions(const dtsr_cDimensionArray& dimensions) {
+  dtsr_cDimensionArray stored;
+  ReadDimensionArray(stored);
+  bstr_cMemory_ostream present, required;
+  stored.Write(present);
+  dimensions.Write(required);
+  const bool same =
+      present.Size() == required.Size() &&
+      std::memcmp(present.Data(), required.Data(), static_cast<std::size_t>(required.Size())) == 0;
+  if (!same) source_file.ThrowUserError("Invalid dimensions for " + FilePath() + ".");
 }
 
 void dtsr_cFileSeriesBase::GetTag(int i, dtsr_cDataTag& tag) const {
@@ -367,6 +381,11 @@ void dtsr_cFileSeriesBase::ThrowCannotOpen(int line) const {
 
 void dtsr_cFileSeriesBase::ThrowCannotRead(int line) const {
   source_file.ThrowUserError("Can't read series file " + FilePath() + ".", line);
+}
+
+void dtsr_cFileSeriesBase::ThrowCannotReadDatum(int i, int line) const {
+  const str_cString datum("Can't read datum " + std::to_string(i) + " of ");
+  source_file.ThrowUserError(datum + FilePath() + ".", line);
 }
 
 void dtsr_cFileSeriesBase::ThrowCannotWrite(int line) const {

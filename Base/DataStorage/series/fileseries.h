@@ -35,10 +35,10 @@ class DATASTORAGE_EXPORT dtsr_cFileLockedException : public expt_cUserException 
 /// A series kept in a file with a fixed number of data slots, one for each index of its dimensions. It never
 /// wraps: when it is full it takes no more data until it is reset.
 ///
-/// To append a datum a concrete series seeks the output of `file_` to `dataOffsets_[NextWriteIndex()]`,
-/// writes the datum there and calls `SetNewestTag`. To read datum k it seeks the input to `dataOffsets_[k]`;
-/// the datum ends at `tagOffsets_[k]`. When the writing of a datum fails, `SetNewestTag` is called all the
-/// same: it throws, and makes the series usable again.
+/// A concrete series appends with `AppendDatum` and reads with `bReadDatum`. It may do so itself: to append a
+/// datum it seeks the output of `file_` to `dataOffsets_[NextWriteIndex()]`, writes the datum there and calls
+/// `SetNewestTag`; when the writing fails `SetNewestTag` is called all the same: it throws, and makes the
+/// series usable again. Datum k begins at `dataOffsets_[k]` and ends at `tagOffsets_[k]`.
 ///
 /// A datum is in the file for good, and seen by others who open it, when `SetNewestTag` has returned; a
 /// process that is killed loses no such datum. Nothing is synced, so a power cut can take the last ones. A
@@ -113,6 +113,30 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
   /// valid one fails too.
   dtsr_cFileSeriesBase(const str_cString& path, unsigned int dataTypeID,
                        bstr_eAccess access = bstr_OpenExisting);
+
+  /// Appends a datum and its tag. `write` gets the output, which stands where the datum begins, writes the
+  /// datum and returns whether that worked. Throws what SetNewestTag does, and what `write` does; the series
+  /// is then as it was.
+  template <class Write>
+  void AppendDatum(const dtsr_cDataTag& tag, const Write& write) {
+    bstr_cBinary_ostream& out = file_.Output();
+    out.Seek(dataOffsets_[writeIndex_]);
+    if (!write(out)) ThrowCannotWrite();
+    SetNewestTag(tag);
+  }
+  /// Reads datum i. `read` gets the input, which stands where the datum begins, and returns whether it could
+  /// be read. False also where there is no such datum, and when it does not end where its tag begins.
+  template <class Read>
+  bool bReadDatum(int i, const Read& read) const {
+    bstr_cBinary_istream& in = file_.Input();
+    return i >= 0 && i < writeIndex_ && in.Seek(dataOffsets_[i]) && read(in) &&
+           in.Position() == tagOffsets_[i];
+  }
+  /// Throws "Can't read datum ...", for one that is damaged.
+  [[noreturn]] void ThrowCannotReadDatum(int i, int line = __builtin_LINE()) const;
+  /// Throws "Invalid dimensions for ..." unless the file has these dimensions, or others with the same raw
+  /// form.
+  void RequireDimensions(const dtsr_cDimensionArray& dimensions);
 
   /// Writes the number of valid data and both offset lists to the file; false when that failed.
   type_cBoolean UpdatePointers();

@@ -9,9 +9,9 @@
 /// A collection of data over calibrated dimensions, each datum with a tag. Datum k is the one at the index
 /// vector `DimensionArray().IndexPosition(k)`.
 ///
-/// A concrete series derives from this class and from one of the two stores, `dtsr_cMemorySeriesBase` or
-/// `dtsr_cFileSeriesBase`, keeps its data as the store says, and implements the pure operations by forwarding
-/// them to the operations of the same names in the store.
+/// A concrete series joins this class with one of the two stores, `dtsr_cMemorySeriesBase` or
+/// `dtsr_cFileSeriesBase`, whose operations of the same names implement the pure ones: by deriving from
+/// `dtsr_cStoredSeries`. `dtsr_cMemorySeries` and `dtsr_cFileSeries` are ready for use.
 class DATASTORAGE_EXPORT dtsr_cDataSeriesBase {
  public:
   dtsr_cDataSeriesBase(const dtsr_cDataSeriesBase&) = default;

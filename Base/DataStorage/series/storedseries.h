@@ -1,0 +1,165 @@
+#pragma once
+
+#include <algorithm>
+#include <concepts>
+#include <cstdint>
+#include <utility>
+
+#include <DataStorage/interfaces/arr.h>
+#include <DataStorage/interfaces/bstr.h>
+#include <DataStorage/interfaces/export.h>
+#include <DataStorage/interfaces/expt.h>
+#include <DataStorage/interfaces/str.h>
+#include <DataStorage/series/datatag.h>
+#include <DataStorage/series/dimension.h>
+#include <DataStorage/series/fileseries.h>
+#include <DataStorage/series/memoryseries.h>
+#include <DataStorage/series/seriesbase.h>
+
+/// A series in a store, `dtsr_cMemorySeriesBase` or `dtsr_cFileSeriesBase`, to derive a concrete series from
+/// that keeps its data in a way of its own. The store comes first among the bases: it has opened its file
+/// before the dimensions are read from there.
+template <class Store>
+class DATASTORAGE_EXPORT dtsr_cStoredSeries : public Store, public dtsr_cDataSeriesBase {
+ public:
+  using dtsr_cDataSeriesBase::GetTag;
+
+  int Size() const override { return Store::Size(); }
+  int NextWriteIndex() const override { return Store::NextWriteIndex(); }
+  void ResetWriteIndex() override { Store::ResetWriteIndex(); }
+  void GetTag(int i, dtsr_cDataTag& tag) const override { Store::GetTag(i, tag); }
+  dtsr_cDataTag* pSampleTag() const override { return Store::pSampleTag(); }
+  unsigned int TagTypeID() const override { return Store::TagTypeID(); }
+
+ protected:
+  /// A store made of `arguments`, which are those of one of its constructors.
+  template <class... Arguments>
+  explicit dtsr_cStoredSeries(const dtsr_cDimensionArray& dimensions, const Arguments&... arguments)
+      : Store(arguments...), dtsr_cDataSeriesBase(dimensions) {}
+  /// Opens a series file, which has the dimensions. Throws what the store does for both.
+  dtsr_cStoredSeries(const str_cString& path, unsigned int dataTypeID, bstr_eAccess access)
+      : Store(path, dataTypeID, access), dtsr_cDataSeriesBase(StoredDimensions()) {}
+
+ private:
+  dtsr_cDimensionArray StoredDimensions() {
+    dtsr_cDimensionArray dimensions;
+    Store::ReadDimensionArray(dimensions);
+    return dimensions;
+  }
+};
+
+/// The newest data in memory, with their tags: a ring in which a new datum replaces the oldest when it is
+/// full. Data are copied in. An operation that throws leaves the series as it was.
+template <class T>
+class DATASTORAGE_EXPORT dtsr_cMemorySeries : public dtsr_cStoredSeries<dtsr_cMemorySeriesBase> {
+  using Series = dtsr_cStoredSeries<dtsr_cMemorySeriesBase>;
+
+ public:
+  /// A negative capacity raises arr_IndexError.
+  explicit dtsr_cMemorySeries(int capacity, const dtsr_cDimensionArray& dimensions = dtsr_cDimensionArray())
+      : Series(dimensions, capacity), data_(Slots(capacity)) {}
+  dtsr_cMemorySeries(const dtsr_cMemorySeries&) = default;
+  /// Takes data, tags and dimensions.
+  dtsr_cMemorySeries& operator=(const dtsr_cMemorySeries& other) {
+    arr_cArray<T> data(other.data_);
+    Series::operator=(other);
+    data_ = std::move(data);
+    next_ = other.next_;
+    return *this;
+  }
+
+  /// Adds a datum. A series of capacity 0 raises arr_IndexError.
+  void Append(const T& datum, const dtsr_cDataTag& tag) {
+    data_[next_] = datum;
+    SetNewestTag(tag);
+    next_ = (next_ + 1) % data_.Size();
+  }
+  /// Datum i, 0 being the oldest that is still held; valid until the series changes. Raises arr_IndexError
+  /// unless 0 <= i < NextWriteIndex().
+  const T& Datum(int i) const {
+    const int n = NextWriteIndex();
+    if (i < 0 || i >= n) arr_IndexError(i, n);
+    const std::int64_t slot = std::int64_t{next_} - n + i;
+    return data_[static_cast<int>(slot < 0 ? slot + data_.Size() : slot)];
+  }
+  /// Changes the capacity and keeps the newest data. A negative one raises arr_IndexError.
+  void SetSize(int n) override {
+    const int held = NextWriteIndex();
+    const int kept = std::clamp(n, 0, held);
+    arr_cArray<T> data(Slots(n));
+    for (int i = 0; i < kept; ++i) data[i] = Datum(held - kept + i);
+    Series::SetSize(n);
+    data_ = std::move(data);
+    next_ = kept;
+  }
+
+ protected:
+  using Series::SetNewestTag;  // goes with a datum
+
+ private:
+  /// One more than the store has: a new datum is whole before the oldest one goes.
+  static int Slots(int capacity) {
+    return static_cast<int>(detail::CheckedCount(std::max<std::int64_t>(capacity, 0) + 1));
+  }
+
+  arr_cArray<T> data_;
+  int next_ = 0;  // the slot of the next datum
+};
+
+/// Data in a series file, with their tags. `T` writes itself to a raw stream with `Write`, reads itself with
+/// `Read`, both of which return whether that worked, and has an identifier, `DataTypeID()`, like the data
+/// arrays. Data of other kinds, or such as are written in another way, go into a class derived from
+/// `dtsr_cStoredSeries<dtsr_cFileSeriesBase>` with `AppendDatum` and `bReadDatum`.
+///
+/// What the store says of failures and locks holds here too.
+template <class T>
+class DATASTORAGE_EXPORT dtsr_cFileSeries : public dtsr_cStoredSeries<dtsr_cFileSeriesBase> {
+  using Series = dtsr_cStoredSeries<dtsr_cFileSeriesBase>;
+  static_assert(
+      requires(T & read, const T& written, bstr_cBinary_istream& in, bstr_cBinary_ostream& out) {
+        { read.Read(in) } -> std::convertible_to<bool>;
+        { written.Write(out) } -> std::convertible_to<bool>;
+        { T::DataTypeID() } -> std::convertible_to<unsigned int>;
+      },
+      "the data of a file series need Read, Write and DataTypeID");
+
+ public:
+  /// Creates a series file; one that exists is emptied.
+  dtsr_cFileSeries(const str_cString& path, const dtsr_cDimensionArray& dimensions,
+                   bstr_eAccess access = bstr_CreateLocked)
+      : Series(dimensions, path, dimensions, T::DataTypeID(), access) {}
+  /// Opens a series file, to append and to read. `bstr_OpenReadOnly` needs no lock.
+  explicit dtsr_cFileSeries(const str_cString& path, bstr_eAccess access = bstr_OpenLocked)
+      : Series(path, T::DataTypeID(), access) {}
+  /// Opens a series file to go on with it, or creates it where there is none; with the lock. No file is ever
+  /// emptied. Throws "Invalid dimensions for ..." when the file has others.
+  static dtsr_cFileSeries OpenOrCreate(const str_cString& path, const dtsr_cDimensionArray& dimensions) {
+    const bool present = bstr_cBinary_fstream(path, bstr_OpenReadOnly).Input().bGood();
+    if (!present) return dtsr_cFileSeries(path, dimensions, bstr_CreateNew);
+    dtsr_cFileSeries series(path);
+    series.RequireDimensions(dimensions);
+    return series;
+  }
+
+  /// Appends a datum: it is in the file for good when this returns. Raises arr_IndexError when the series is
+  /// full, throws "Can't write to series file ..." when a write fails; the series is then as it was.
+  void Append(const T& datum, const dtsr_cDataTag& tag) {
+    AppendDatum(tag, [&](bstr_cBinary_ostream& out) { return datum.Write(out); });
+  }
+  /// Reads datum i. Raises arr_IndexError unless 0 <= i < NextWriteIndex(), throws "Can't read datum ..."
+  /// when it is damaged or cut off.
+  T Datum(int i) const {
+    if (i < 0 || i >= NextWriteIndex()) arr_IndexError(i, NextWriteIndex());
+    T datum;
+    bool read = false;
+    try {
+      read = bReadDatum(i, [&](bstr_cBinary_istream& in) { return datum.Read(in); });
+    } catch (const arr_cSizeException&) {  // the count of its elements is none
+    }
+    if (!read) ThrowCannotReadDatum(i);
+    return datum;
+  }
+
+ protected:
+  using Series::SetNewestTag;  // goes with a datum
+};

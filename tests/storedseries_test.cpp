@@ -1,0 +1,231 @@
+#include <DataStorage/series/storedseries.h>
+//
+
+#include <deque>
+
+#include "disk.h"
+#include "series.h"
+
+namespace {
+
+/// A text as a datum.
+struct Text {
+  static unsigned int DataTypeID() { return 0x54; }
+  bool Write(bstr_cBinary_ostream& out) const {
+    return bstr_WriteFields(out, static_cast<std::int32_t>(text.size())) &&
+           out.Write(text.data(), std::ssize(text));
+  }
+  bool Read(bstr_cBinary_istream& in) {
+    std::int32_t n;
+    if (!bstr_ReadFields(in, n)) return false;
+    if (n < 0) arr_SizeError(n);
+    if (n > in.Size() - in.Position()) return false;
+    text.resize(static_cast<std::size_t>(n));
+    return in.Read(text.data(), n);
+  }
+  std::string text;
+};
+
+dtsr_cDimensionArray Line(int size) {
+  dtsr_cDimensionArray line;
+  line.Dimension(0) = {size, cal_c1DArrayCal(10, 0.5), "x", "um", false};
+  return line;
+}
+
+/// A tag that can be neither copied nor written when told so.
+struct StubbornTag : dtsr_c2DPosition {
+  using dtsr_c2DPosition::dtsr_c2DPosition;
+  dtsr_cDataTag* pCopy() const override { throw std::bad_alloc(); }
+  void Write(bstr_cBinary_ostream&) const override { throw std::bad_alloc(); }
+};
+
+using Memory = dtsr_cMemorySeries<Text>;
+using File = dtsr_cFileSeries<Text>;
+
+/// What both kinds of series do alike.
+template <class Series>
+class StoredSeries : public testing::Test {
+ protected:
+  Series New(int size) const {
+    if constexpr (std::is_same_v<Series, File>) return File(file_.Path(), Line(size), bstr_CreateEmpty);
+    if constexpr (std::is_same_v<Series, Memory>) return Memory(size, Line(size));
+  }
+  /// All data with the times of their tags.
+  static std::string Contents(const Series& series) {
+    std::string contents;
+    for (int i = 0; i < series.NextWriteIndex(); ++i) {
+      dtsr_c2DPosition tag;
+      series.GetTag(i, tag);
+      contents += series.Datum(i).text + "@" + std::to_string(tag.Time()) + " ";
+    }
+    return contents;
+  }
+
+ private:
+  TempFile file_;
+};
+
+using Series = testing::Types<Memory, File>;
+TYPED_TEST_SUITE(StoredSeries, Series);
+
+TYPED_TEST(StoredSeries, GivesBackWhatWasAppended) {
+  TypeParam series = this->New(4);
+  dtsr_cDataSeriesBase& base = series;
+  EXPECT_EQ(base.Size(), 4);
+  EXPECT_EQ(base.TagTypeID(), 0U);
+  EXPECT_EQ(base.pSampleTag(), nullptr);
+  for (int round = 1; round <= 2; ++round) {
+    EXPECT_THROW(series.Datum(0), arr_cIndexException);
+    for (int i = 0; i < 3; ++i) {
+      EXPECT_EQ(base.NextWriteIndexPosition()[0], i);
+      series.Append({std::string(static_cast<std::size_t>(i * round), 'a')}, dtsr_c2DPosition(i, 2, round));
+    }
+    EXPECT_EQ(this->Contents(series), round == 1 ? "@1 a@1 aa@1 " : "@2 aa@2 aaaa@2 ");
+    EXPECT_THROW(series.Datum(-1), arr_cIndexException);
+    EXPECT_THROW(series.Datum(3), arr_cIndexException);
+    EXPECT_EQ(base.bHasData(-1) + 2 * base.bHasData(2) + 4 * base.bHasData(3), 2);
+    EXPECT_EQ(base.bHasData(Vector({10.5})) + 2 * base.bHasData(Vector({11.5})), 1);
+    dtsr_c2DPosition tag;
+    base.GetTag(Vector({11.0}), tag);
+    EXPECT_EQ(tag.X(), 2);
+    EXPECT_EQ(base.TagTypeID(), tag.TagTypeID());
+    EXPECT_EQ(std::unique_ptr<dtsr_cDataTag>(base.pSampleTag())->Time(), 1);
+    base.ResetWriteIndex();
+    EXPECT_EQ(base.NumberValidData(), 0);
+  }
+}
+
+TYPED_TEST(StoredSeries, FindsTheOldestWithATagOfItsKind) {
+  TypeParam series = this->New(6);
+  series.Append({}, dtsr_c2DPosition(1, 2, 5));
+  series.Append({}, dtsr_cDataTag(5));
+  for (const int time : {6, 7, 6}) series.Append({}, dtsr_c2DPosition(1, 2, time));
+  const auto index = [&](const dtsr_cDataTag& tag, bool time) { return series.DataIndex(tag, time); };
+  EXPECT_EQ(index(dtsr_cDataTag(5), true), 1);
+  EXPECT_EQ(index(dtsr_cDataTag(9), false), 1);
+  EXPECT_EQ(index(dtsr_cDataTag(6), true), -1);
+  EXPECT_EQ(index(dtsr_c2DPosition(1, 2, 6), true), 2);
+  EXPECT_EQ(index(dtsr_c2DPosition(1, 2, 6), false), 0);
+  EXPECT_EQ(index(dtsr_c2DPosition(1, 3, 5), true), -1);
+}
+
+TYPED_TEST(StoredSeries, IsUnchangedByAnAppendThatFails) {
+  for (int count = 0; count <= 3; ++count) {
+    TypeParam series = this->New(3);
+    for (int i = 0; i < count; ++i) series.Append({std::string(1, "abc"[i])}, dtsr_c2DPosition(0, 0, i));
+    const std::string before = this->Contents(series);
+    const int next = series.NextWriteIndex();
+    EXPECT_ANY_THROW(series.Append({"lost"}, StubbornTag()));
+    EXPECT_EQ(this->Contents(series), before);
+    EXPECT_EQ(series.NextWriteIndex(), next);
+    series.ResetWriteIndex();
+    series.Append({"new"}, dtsr_c2DPosition(0, 0, 8));
+    EXPECT_EQ(this->Contents(series), "new@8 ");
+  }
+}
+
+TEST(MemorySeriesOfData, IsARing) {
+  std::mt19937 random(RandomSeed());
+  int capacity = 3;
+  Memory series(capacity), copy(1);
+  std::deque<std::string> model;
+  for (int step = 0; step < 3000; ++step) {
+    const auto choice = random() % 16;
+    if (choice == 0) {
+      series.ResetWriteIndex();
+      model.clear();
+    } else if (choice == 1) {
+      series.SetSize(capacity = 1 + static_cast<int>(random() % 5));
+    } else if (choice == 2) {
+      copy = series;
+      copy.Append({"another"}, dtsr_cDataTag(0));
+      Memory third(series);
+      series = third;
+    } else {
+      model.push_back(std::to_string(step));
+      series.Append({model.back()}, dtsr_cDataTag(step));
+    }
+    while (static_cast<int>(model.size()) > capacity) model.pop_front();
+    ASSERT_EQ(series.NextWriteIndex(), static_cast<int>(model.size())) << step;
+    for (int i = 0; i < series.NextWriteIndex(); ++i) {
+      dtsr_cDataTag tag;
+      series.GetTag(i, tag);
+      ASSERT_EQ(series.Datum(i).text, model[static_cast<std::size_t>(i)]) << step;
+      ASSERT_EQ(std::to_string(tag.Time()), series.Datum(i).text) << step;
+    }
+  }
+  EXPECT_THROW(series.SetSize(-1), arr_cIndexException);
+  EXPECT_THROW(Memory(-1), arr_cIndexException);
+  EXPECT_THROW(Memory(0).Append({}, dtsr_cDataTag()), arr_cIndexException);
+  EXPECT_THROW(Memory(std::numeric_limits<int>::max()), arr_cSizeException);
+}
+
+TEST(FileSeriesOfData, GoesOnWithTheFileThatIsThere) {
+  const TempFile file;
+  const auto open = [&](int size) { return File::OpenOrCreate(file.Path(), Line(size)); };
+  for (const char* text : {"a", "b", "c"}) {
+    File series = open(3);
+    EXPECT_THROW(open(3), dtsr_cFileLockedException);
+    series.Append({text}, dtsr_cDataTag(7));
+  }
+  const std::string whole = file.Bytes();
+  {
+    File full = open(3);
+    EXPECT_EQ(full.Datum(0).text + full.Datum(1).text + full.Datum(2).text, "abc");
+    EXPECT_THROW(full.Append({"d"}, dtsr_cDataTag(7)), arr_cIndexException);
+    EXPECT_EQ(File(file.Path(), bstr_OpenReadOnly).Datum(2).text, "c");
+  }
+  EXPECT_EQ(Complaint([&] { open(4); }), ("Invalid dimensions for " + file.Path() + ".").CString());
+  EXPECT_EQ(file.Bytes(), whole);
+  for (const std::string& other : {Patched(whole, 6, "55"), whole.substr(0, 40), std::string()}) {
+    file.SetBytes(other);
+    EXPECT_THROW(open(3), expt_cUserException);
+    EXPECT_EQ(file.Bytes(), other);
+  }
+}
+
+TEST(FileSeriesOfData, NoFaultOfTheSystemEmptiesAFile) {
+  const TempFile file;
+  File(file.Path(), Line(3)).Append({"kept"}, dtsr_cDataTag(7));
+  const std::string whole = file.Bytes();
+  for (int call = 0, calls = 1; call < calls; ++call) {
+    {
+      FaultyDisk disk;
+      disk.failing_call = call;
+      Complaint([&] { File::OpenOrCreate(file.Path(), Line(3)); });
+      calls = disk.count;
+    }
+    EXPECT_EQ(file.Bytes(), whole) << call;
+  }
+}
+
+TEST(FileSeriesOfData, RefusesDamagedDataOnly) {
+  const TempFile file;
+  {
+    File series(file.Path(), Line(4));
+    for (const char* text : {"one", "two", "three"}) series.Append({text}, dtsr_cDataTag(7));
+  }
+  const std::string whole = file.Bytes();
+  const auto datum = [&] { return whole.find("two") - 4; };
+  for (const char* length : {"02000000", "04000000", "FFFFFF7F", "FFFFFFFF"}) {
+    file.SetBytes(Patched(whole, datum(), length));
+    const File series(file.Path(), bstr_OpenReadOnly);
+    EXPECT_EQ(Complaint([&] { series.Datum(1); }), ("Can't read datum 1 of " + file.Path() + ".").CString());
+    EXPECT_EQ(series.Datum(0).text + series.Datum(2).text, "onethree");
+  }
+}
+
+/// A datum that cannot be written as a whole.
+struct Half : Text {
+  bool Write(bstr_cBinary_ostream& out) const { return out.Write("half", 4) && false; }
+};
+
+TEST(FileSeriesOfData, TakesNoHalfDatum) {
+  const TempFile file;
+  dtsr_cFileSeries<Half> series(file.Path(), Line(3));
+  EXPECT_EQ(Complaint([&] { series.Append({}, dtsr_cDataTag(7)); }),
+            ("Can't write to series file " + file.Path() + ".").CString());
+  EXPECT_EQ(series.NextWriteIndex(), 0);
+}
+
+}  // namespace
