@@ -22,8 +22,9 @@ dtsr_cDimensionArray Dimensions() {
 /// A series of blocks of bytes.
 class Series : public dtsr_cStoredSeries<dtsr_cFileSeriesBase> {
  public:
-  explicit Series(std::int64_t) : dtsr_cStoredSeries(Dimensions(), TemporaryFile::path, Dimensions(), 1U) {}
-  Series() : dtsr_cStoredSeries(dtsr_cDimensionArray(0), TemporaryFile::path, 1U) {}
+  explicit Series(std::int64_t)
+      : dtsr_cStoredSeries(TemporaryFile::path, Dimensions(), 1, bstr_CreateEmpty) {}
+  Series() : dtsr_cStoredSeries(TemporaryFile::path, 1, bstr_OpenExisting) {}
 
   void Append(const Datum& datum, int i) {
     AppendDatum(dtsr_c2DPosition(i, 0, i), [&](bstr_cBinary_ostream& out) {

@@ -15,9 +15,9 @@ inline dtsr_cDimensionArray Slots(int a, int b = 1) {
 class Log : public dtsr_cStoredSeries<dtsr_cFileSeriesBase> {
  public:
   Log(const TempFile& file, const dtsr_cDimensionArray& dimensions, bstr_eAccess access = bstr_CreateEmpty)
-      : dtsr_cStoredSeries(dimensions, file.Path(), dimensions, 77U, access) {}
+      : dtsr_cStoredSeries(file.Path(), dimensions, 77, access) {}
   explicit Log(const TempFile& file, bstr_eAccess access = bstr_OpenExisting)
-      : dtsr_cStoredSeries(file.Path(), 77U, access) {}
+      : dtsr_cStoredSeries(file.Path(), 77, access) {}
   using dtsr_cFileSeriesBase::dataOffsets_;
   using dtsr_cFileSeriesBase::file_;
   using dtsr_cFileSeriesBase::tagOffsets_;

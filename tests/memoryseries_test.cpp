@@ -16,7 +16,7 @@ struct FailingTag : dtsr_cDataTag {
 };
 
 struct MemorySeries : dtsr_cStoredSeries<dtsr_cMemorySeriesBase> {
-  explicit MemorySeries(int size) : dtsr_cStoredSeries(dtsr_cDimensionArray(0), size) {}
+  explicit MemorySeries(int size) : dtsr_cStoredSeries(size, dtsr_cDimensionArray(0)) {}
   using dtsr_cMemorySeriesBase::AbsIndex;
   /// The times of all data, and where they are stored.
   std::string Contents() const {

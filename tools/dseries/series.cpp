@@ -53,10 +53,10 @@ std::unique_ptr<dtsr_cDataTag> MakeTag(unsigned int tag_type, std::int64_t bytes
 Series::Series(const std::string& path) : Series(path, ReadHeader(path).dataType, bstr_OpenReadOnly) {}
 
 Series::Series(const std::string& path, const dtsr_cDimensionArray& dimensions, unsigned int data_type)
-    : dtsr_cStoredSeries(dimensions, str_cString(path.c_str()), dimensions, data_type) {}
+    : dtsr_cStoredSeries(path.c_str(), dimensions, data_type, bstr_CreateEmpty) {}
 
 Series::Series(const std::string& path, unsigned int data_type, bstr_eAccess access) try
-    : dtsr_cStoredSeries(str_cString(path.c_str()), data_type, access) {
+    : dtsr_cStoredSeries(path.c_str(), data_type, access) {
   const int next = NextWriteIndex();
   if (access != bstr_OpenReadOnly && next < Size() && dataOffsets_[next] < 0) {
     FailForDamage(path, path + " is damaged or cut off within its data, so that nothing can be appended");

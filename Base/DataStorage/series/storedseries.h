@@ -17,8 +17,21 @@
 #include <DataStorage/series/seriesbase.h>
 
 /// A series in a store, `dtsr_cMemorySeriesBase` or `dtsr_cFileSeriesBase`, to derive a concrete series from
-/// that keeps its data in a way of its own. The store comes first among the bases: it has opened its file
-/// before the dimensions are read from there.
+/// that keeps its data in a way of its own:
+///
+///     class Log : public dtsr_cStoredSeries<dtsr_cFileSeriesBase> {
+///      public:
+///       explicit Log(const str_cString& path) : dtsr_cStoredSeries(path, LogTypeID, bstr_OpenLocked) {}
+///       void Append(const std::string& line, const dtsr_cDataTag& tag) {
+///         AppendDatum(tag, [&](bstr_cBinary_ostream& out) { return out.Write(line.data(), line.size()); });
+///       }
+///       bool Read(int i, std::string& line) const {
+///         line.resize(tagOffsets_[i] - dataOffsets_[i]);
+///         return bReadDatum(i, [&](bstr_cBinary_istream& in) { return in.Read(line.data(), line.size()); });
+///       }
+///     };
+///
+/// The store comes first among the bases: it has opened its file before the dimensions are read from there.
 template <class Store>
 class DATASTORAGE_EXPORT dtsr_cStoredSeries : public Store, public dtsr_cDataSeriesBase {
  public:
@@ -32,11 +45,14 @@ class DATASTORAGE_EXPORT dtsr_cStoredSeries : public Store, public dtsr_cDataSer
   unsigned int TagTypeID() const override { return Store::TagTypeID(); }
 
  protected:
-  /// A store made of `arguments`, which are those of one of its constructors.
-  template <class... Arguments>
-  explicit dtsr_cStoredSeries(const dtsr_cDimensionArray& dimensions, const Arguments&... arguments)
-      : Store(arguments...), dtsr_cDataSeriesBase(dimensions) {}
-  /// Opens a series file, which has the dimensions. Throws what the store does for both.
+  /// In memory.
+  dtsr_cStoredSeries(int capacity, const dtsr_cDimensionArray& dimensions)
+      : Store(capacity), dtsr_cDataSeriesBase(dimensions) {}
+  /// Creates a series file.
+  dtsr_cStoredSeries(const str_cString& path, const dtsr_cDimensionArray& dimensions, unsigned int dataTypeID,
+                     bstr_eAccess access)
+      : Store(path, dimensions, dataTypeID, access), dtsr_cDataSeriesBase(dimensions) {}
+  /// Opens a series file and reads its dimensions; throws what the store does for both.
   dtsr_cStoredSeries(const str_cString& path, unsigned int dataTypeID, bstr_eAccess access)
       : Store(path, dataTypeID, access), dtsr_cDataSeriesBase(StoredDimensions()) {}
 
@@ -57,7 +73,7 @@ class DATASTORAGE_EXPORT dtsr_cMemorySeries : public dtsr_cStoredSeries<dtsr_cMe
  public:
   /// A negative capacity raises arr_IndexError.
   explicit dtsr_cMemorySeries(int capacity, const dtsr_cDimensionArray& dimensions = dtsr_cDimensionArray())
-      : Series(dimensions, capacity), data_(Slots(capacity)) {}
+      : Series(capacity, dimensions), data_(Slots(capacity)) {}
   dtsr_cMemorySeries(const dtsr_cMemorySeries&) = default;
   /// Takes data, tags and dimensions.
   dtsr_cMemorySeries& operator=(const dtsr_cMemorySeries& other) {
@@ -127,7 +143,7 @@ class DATASTORAGE_EXPORT dtsr_cFileSeries : public dtsr_cStoredSeries<dtsr_cFile
   /// Creates a series file; one that exists is emptied.
   dtsr_cFileSeries(const str_cString& path, const dtsr_cDimensionArray& dimensions,
                    bstr_eAccess access = bstr_CreateLocked)
-      : Series(dimensions, path, dimensions, T::DataTypeID(), access) {}
+      : Series(path, dimensions, T::DataTypeID(), access) {}
   /// Opens a series file, to append and to read. `bstr_OpenReadOnly` needs no lock.
   explicit dtsr_cFileSeries(const str_cString& path, bstr_eAccess access = bstr_OpenLocked)
       : Series(path, T::DataTypeID(), access) {}
