@@ -58,15 +58,6 @@ TEST(MemorySeries, KeepsTheNewestInARing) {
   }
 }
 
-TEST(MemorySeries, FindsTheOldestWithATagOfItsKind) {
-  MemorySeries series(3);
-  for (int i = 1; i <= 5; ++i) series.SetNewestTag(dtsr_c2DPosition(i % 2, 0, i));
-  EXPECT_EQ(series.DataIndex(dtsr_c2DPosition(1, 0, 5), true), 2);
-  EXPECT_EQ(series.DataIndex(dtsr_c2DPosition(1, 0, 5), false), 0);
-  EXPECT_EQ(series.DataIndex(dtsr_c2DPosition(0, 0, 2), true), -1);
-  EXPECT_EQ(series.DataIndex(dtsr_cDataTag(4), false), -1);
-}
-
 TEST(MemorySeries, FailuresLeaveItAsItWas) {
   EXPECT_THROW(MemorySeries(-1), arr_cIndexException);
   EXPECT_THROW(MemorySeries(0).SetNewestTag(FailingTag(1)), arr_cIndexException);

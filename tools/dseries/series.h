@@ -94,10 +94,7 @@ class DataSeries : public Series {
   /// Reads datum i.
   Array Datum(int i) {
     Array datum;
-    try {
-      if (bReadDatum(i, [&](bstr_cBinary_istream& in) { return datum.Read(in); })) return datum;
-    } catch (const arr_cSizeException&) {  // the count of its elements is negative
-    }
+    if (bReadDatum(i, [&](bstr_cBinary_istream& in) { return datum.Read(in); })) return datum;
     FailForDamage(FilePath().CString(),
                   fmt::format("datum {} of {} cannot be read", i, FilePath().CString()));
   }

@@ -46,9 +46,9 @@ class DATASTORAGE_EXPORT dtsr_cFileLockedException : public expt_cUserException 
 ///
 /// Failures throw expt_cUserException with a message that names the path. The file and the object are then as
 /// they were before the operation, as far as the disk allows. One process at a time may append; with
-/// `bstr_OpenLocked` and `bstr_CreateLocked` that is certain among those who use these. Others may read
-/// meanwhile and find the data that were there when they opened the file. When another process empties the
-/// series and fills it anew, this object has to be opened anew to see it.
+/// `bstr_OpenLocked`, `bstr_CreateLocked` and `bstr_CreateNew` that is certain among those who use these.
+/// Others may read meanwhile and find the data that were there when they opened the file. When another
+/// process empties the series and fills it anew, this object has to be opened anew to see it.
 ///
 /// A concrete series may rewrite stored data and tags, move them and correct their offsets, or take the
 /// newest data back by a smaller `writeIndex_`; `UpdatePointers` makes such changes lasting. Tags are read as
@@ -98,8 +98,9 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
   /// Creates a series file, or makes an existing file one. `dataTypeID` tells what the data are. Raises
   /// arr_IndexError for dimensions without any index, arr_SizeError for negative sizes and too many indices.
   /// Those, and lists that would not fit a file, are refused before the path is touched. Nobody can open the
-  /// file before it is complete. With `bstr_CreateLocked` as `access` the lock is held until the file is
-  /// closed; throws dtsr_cFileLockedException, without waiting, when somebody else holds it.
+  /// file before it is complete. With `bstr_CreateLocked` or `bstr_CreateNew` as `access` the lock is held
+  /// until the file is closed; throws dtsr_cFileLockedException, without waiting, when somebody else holds
+  /// it.
   dtsr_cFileSeriesBase(const str_cString& path, const dtsr_cDimensionArray& dimensions,
                        unsigned int dataTypeID, bstr_eAccess access = bstr_CreateEmpty);
   /// Opens a series file that holds data of the expected type. `bstr_OpenReadOnly` does not need permission
@@ -125,12 +126,15 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
     SetNewestTag(tag);
   }
   /// Reads datum i. `read` gets the input, which stands where the datum begins, and returns whether it could
-  /// be read. False also where there is no such datum, and when it does not end where its tag begins.
+  /// be read. False also where there is no such datum, when it does not end where its tag begins, and when
+  /// `read` raises arr_SizeError for what it finds.
   template <class Read>
-  bool bReadDatum(int i, const Read& read) const {
+  bool bReadDatum(int i, const Read& read) const try {
     bstr_cBinary_istream& in = file_.Input();
     return i >= 0 && i < writeIndex_ && in.Seek(dataOffsets_[i]) && read(in) &&
            in.Position() == tagOffsets_[i];
+  } catch (const arr_cSizeException&) {
+    return false;
   }
   /// Throws "Can't read datum ...", for one that is damaged.
   [[noreturn]] void ThrowCannotReadDatum(int i, int line = __builtin_LINE()) const;

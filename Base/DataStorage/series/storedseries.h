@@ -23,11 +23,7 @@
 ///      public:
 ///       explicit Log(const str_cString& path) : dtsr_cStoredSeries(path, LogTypeID, bstr_OpenLocked) {}
 ///       void Append(const std::string& line, const dtsr_cDataTag& tag) {
-///         AppendDatum(tag, [&](bstr_cBinary_ostream& out) { return out.Write(line.data(), line.size()); });
-///       }
-///       bool Read(int i, std::string& line) const {
-///         line.resize(tagOffsets_[i] - dataOffsets_[i]);
-///         return bReadDatum(i, [&](bstr_cBinary_istream& in) { return in.Read(line.data(), line.size()); });
+///         AppendDatum(tag, [&](auto& out) { return out.Write(line.data(), std::ssize(line)); });
 ///       }
 ///     };
 ///
@@ -167,12 +163,7 @@ class DATASTORAGE_EXPORT dtsr_cFileSeries : public dtsr_cStoredSeries<dtsr_cFile
   T Datum(int i) const {
     if (i < 0 || i >= NextWriteIndex()) arr_IndexError(i, NextWriteIndex());
     T datum;
-    bool read = false;
-    try {
-      read = bReadDatum(i, [&](bstr_cBinary_istream& in) { return datum.Read(in); });
-    } catch (const arr_cSizeException&) {  // the count of its elements is none
-    }
-    if (!read) ThrowCannotReadDatum(i);
+    if (!bReadDatum(i, [&](bstr_cBinary_istream& in) { return datum.Read(in); })) ThrowCannotReadDatum(i);
     return datum;
   }
 
