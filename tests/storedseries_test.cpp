@@ -3,8 +3,7 @@
 
 #include <deque>
 
-#include "disk.h"
-#include "series.h"
+#include "log.h"
 
 namespace {
 
@@ -41,27 +40,26 @@ struct StubbornTag : dtsr_c2DPosition {
 using Memory = dtsr_cMemorySeries<Text>;
 using File = dtsr_cFileSeries<Text>;
 
+/// All data with the times of their tags.
+template <class Series>
+std::string Contents(const Series& series) {
+  std::string contents;
+  for (int i = 0; i < series.NextWriteIndex(); ++i) {
+    dtsr_c2DPosition tag;
+    series.GetTag(i, tag);
+    contents += series.Datum(i).text + "@" + std::to_string(tag.Time()) + " ";
+  }
+  return contents;
+}
+
 /// What both kinds of series do alike.
 template <class Series>
-class StoredSeriesOf : public testing::Test {
- protected:
+struct StoredSeriesOf : testing::Test {
   Series New(int size) const {
-    if constexpr (std::is_same_v<Series, File>) return File(file_.Path(), Line(size), bstr_CreateEmpty);
+    if constexpr (std::is_same_v<Series, File>) return File(file.Path(), Line(size), bstr_CreateEmpty);
     if constexpr (std::is_same_v<Series, Memory>) return Memory(size, Line(size));
   }
-  /// All data with the times of their tags.
-  static std::string Contents(const Series& series) {
-    std::string contents;
-    for (int i = 0; i < series.NextWriteIndex(); ++i) {
-      dtsr_c2DPosition tag;
-      series.GetTag(i, tag);
-      contents += series.Datum(i).text + "@" + std::to_string(tag.Time()) + " ";
-    }
-    return contents;
-  }
-
- private:
-  TempFile file_;
+  TempFile file;
 };
 
 using Series = testing::Types<Memory, File>;
@@ -79,7 +77,7 @@ TYPED_TEST(StoredSeriesOf, GivesBackWhatWasAppended) {
       EXPECT_EQ(base.NextWriteIndexPosition()[0], i);
       series.Append({std::string(static_cast<std::size_t>(i * round), 'a')}, dtsr_c2DPosition(i, 2, round));
     }
-    EXPECT_EQ(this->Contents(series), round == 1 ? "@1 a@1 aa@1 " : "@2 aa@2 aaaa@2 ");
+    EXPECT_EQ(Contents(series), round == 1 ? "@1 a@1 aa@1 " : "@2 aa@2 aaaa@2 ");
     EXPECT_THROW(series.Datum(-1), arr_cIndexException);
     EXPECT_THROW(series.Datum(3), arr_cIndexException);
     EXPECT_EQ(base.bHasData(-1) + 2 * base.bHasData(2) + 4 * base.bHasData(3), 2);
@@ -112,14 +110,14 @@ TYPED_TEST(StoredSeriesOf, IsUnchangedByAnAppendThatFails) {
   for (int count = 0; count <= 3; ++count) {
     TypeParam series = this->New(3);
     for (int i = 0; i < count; ++i) series.Append({std::string(1, "abc"[i])}, dtsr_c2DPosition(0, 0, i));
-    const std::string before = this->Contents(series);
+    const std::string before = Contents(series);
     const int next = series.NextWriteIndex();
     EXPECT_ANY_THROW(series.Append({"lost"}, StubbornTag()));
-    EXPECT_EQ(this->Contents(series), before);
+    EXPECT_EQ(Contents(series), before);
     EXPECT_EQ(series.NextWriteIndex(), next);
     series.ResetWriteIndex();
     series.Append({"new"}, dtsr_c2DPosition(0, 0, 8));
-    EXPECT_EQ(this->Contents(series), "new@8 ");
+    EXPECT_EQ(Contents(series), "new@8 ");
   }
 }
 
@@ -128,31 +126,23 @@ TEST(StoredSeries, InMemoryIsARing) {
   Memory series(3), copy(1);
   std::deque<std::string> model;
   for (int step = 0; step < 3000; ++step) {
-    switch (random() % 16) {
-      case 0:
-        series.ResetWriteIndex();
-        model.clear();
-        break;
-      case 1:
-        series.SetSize(1 + static_cast<int>(random() % 5));
-        break;
-      case 2:
-        copy = series;
-        series = Memory(copy);
-        copy.Append({"another"}, dtsr_cDataTag(0));
-        break;
-      default:
-        model.push_back(std::to_string(step));
-        series.Append({model.back()}, dtsr_cDataTag(step));
+    const std::string text = std::to_string(step);
+    const auto choice = random() % 16;
+    if (choice == 0) {
+      series.ResetWriteIndex();
+      model.clear();
+    } else if (choice == 1) {
+      series.SetSize(1 + static_cast<int>(random() % 5));
+    } else if (choice == 2) {
+      copy = series;
+      series = Memory(copy);
+      copy.Append({"another"}, dtsr_c2DPosition());
+    } else {
+      series.Append({text}, dtsr_c2DPosition(0, 0, step));
+      model.push_back(text + "@" + text + " ");
     }
     while (std::ssize(model) > series.Size()) model.pop_front();
-    ASSERT_EQ(series.NextWriteIndex(), std::ssize(model)) << step;
-    for (int i = 0; i < series.NextWriteIndex(); ++i) {
-      dtsr_cDataTag tag;
-      series.GetTag(i, tag);
-      ASSERT_EQ(series.Datum(i).text, model[static_cast<std::size_t>(i)]) << step;
-      ASSERT_EQ(std::to_string(tag.Time()), series.Datum(i).text) << step;
-    }
+    ASSERT_EQ(Contents(series), std::accumulate(model.begin(), model.end(), std::string())) << step;
   }
   EXPECT_THROW(series.SetSize(-1), arr_cIndexException);
   EXPECT_THROW(Memory(0).Append({}, dtsr_cDataTag()), arr_cIndexException);
@@ -164,16 +154,16 @@ TEST(StoredSeries, GoesOnWithTheFileThatIsThere) {
   for (const char* text : {"a", "b", "c"}) {
     File series = open(3);
     EXPECT_THROW(open(3), dtsr_cFileLockedException);
-    series.Append({text}, dtsr_cDataTag(7));
+    series.Append({text}, dtsr_c2DPosition(0, 0, 7));
   }
   const std::string whole = file.Bytes();
   {
     File full = open(3);
-    EXPECT_EQ(full.Datum(0).text + full.Datum(1).text + full.Datum(2).text, "abc");
+    EXPECT_EQ(Contents(full), "a@7 b@7 c@7 ");
     EXPECT_THROW(full.Append({"d"}, dtsr_cDataTag(7)), arr_cIndexException);
     EXPECT_EQ(File(file.Path(), bstr_OpenReadOnly).Datum(2).text, "c");
   }
-  EXPECT_EQ(Complaint([&] { open(4); }), ("Invalid dimensions for " + file.Path() + ".").CString());
+  EXPECT_EQ(Complaint([&] { open(4); }), Message("Invalid dimensions for ", file));
   EXPECT_EQ(file.Bytes(), whole);
   for (const std::string& other : {Patched(whole, 6, "55"), whole.substr(0, 40), std::string()}) {
     file.SetBytes(other);
@@ -203,15 +193,14 @@ TEST(StoredSeries, RefusesDamagedAndHalfData) {
     File series(file.Path(), Line(4));
     for (const char* text : {"one", "two", "half", "three"}) {
       const std::string told = Complaint([&] { series.Append({text}, dtsr_cDataTag(7)); });
-      EXPECT_EQ(told, *text == 'h' ? ("Can't write to series file " + file.Path() + ".").CString() : "");
+      EXPECT_EQ(told, *text == 'h' ? Message("Can't write to series file ", file) : "");
     }
   }
   const std::string whole = file.Bytes();
-  const auto datum = [&] { return whole.find("two") - 4; };
   for (const char* length : {"02000000", "04000000", "FFFFFF7F", "FFFFFFFF"}) {
-    file.SetBytes(Patched(whole, datum(), length));
+    file.SetBytes(Patched(whole, whole.find("two") - 4, length));
     const File series(file.Path(), bstr_OpenReadOnly);
-    EXPECT_EQ(Complaint([&] { series.Datum(1); }), ("Can't read datum 1 of " + file.Path() + ".").CString());
+    EXPECT_EQ(Complaint([&] { series.Datum(1); }), Message("Can't read datum 1 of ", file));
     EXPECT_EQ(series.Datum(0).text + series.Datum(2).text, "onethree");
   }
 }
