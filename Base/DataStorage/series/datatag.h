@@ -27,6 +27,7 @@ class DATASTORAGE_EXPORT dtsr_cDataTag {
   /// Seconds since 1970-01-01 00:00 UTC; the present when not given.
   dtsr_cDataTag(long time = Now()) : time_(time) {}
   dtsr_cDataTag(const dtsr_cDataTag& other) noexcept : time_(other.time_) {}
+  /// Takes the time.
   dtsr_cDataTag& operator=(const dtsr_cDataTag& other) noexcept { return *this = other.time_; }
   /// Changes the time.
   dtsr_cDataTag& operator=(long time) noexcept {

@@ -13,7 +13,7 @@
 
 namespace detail {
 struct SeriesLists;
-}
+}  // namespace detail
 
 /// Somebody else holds the lock that a series file was to be opened with: "Can't open series file ...", and
 /// who that is, as far as the system says. The same may succeed later.

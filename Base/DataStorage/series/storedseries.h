@@ -33,6 +33,7 @@ class DATASTORAGE_EXPORT dtsr_cStoredSeries : public Store, public dtsr_cDataSer
  public:
   using dtsr_cDataSeriesBase::GetTag;
 
+  /// As the store does.
   int Size() const override { return Store::Size(); }
   int NextWriteIndex() const override { return Store::NextWriteIndex(); }
   void ResetWriteIndex() override { Store::ResetWriteIndex(); }
