@@ -11,7 +11,7 @@ install(TARGETS DataStorage EXPORT DataStorageTargets
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 # All that DataStorage.h brings in; the headers left out are for the library's own sources.
 install(DIRECTORY Base/DataStorage DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev
-  FILES_MATCHING REGEX "\\.(h|def)$" REGEX "/(.*_impl|atoms|change|elementloop|nsp|seriesformat)\\.h$" EXCLUDE)
+  FILES_MATCHING REGEX "\\.(h|def)$" REGEX "/(.*_impl|change|elementloop|nsp|seriesformat)\\.h$" EXCLUDE)
 install(EXPORT DataStorageTargets NAMESPACE DataStorage:: DESTINATION ${package_dir} COMPONENT dev)
 
 configure_package_config_file(cmake/DataStorageConfig.cmake.in DataStorageConfig.cmake

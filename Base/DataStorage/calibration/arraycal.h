@@ -5,8 +5,8 @@
 
 #include <limits>
 
+#include <DataStorage/interfaces/atoms.h>
 #include <DataStorage/interfaces/export.h>
-#include <DataStorage/interfaces/tgio.h>
 #include <DataStorage/interfaces/type.h>
 
 /// The calibration of one axis: maps the indices of array elements to physical positions. Every index step is
@@ -74,8 +74,53 @@ class DATASTORAGE_EXPORT cal_cArrayCal {
   int calIndex_;
 };
 
-/// The persistent calibration of one axis, called X.
-class DATASTORAGE_EXPORT cal_c1DArrayCal : public tgio_cTaggedStreamObject {
+namespace detail {
+
+/// The axis X as it is read from a tagged stream. The tags and names are persistent.
+struct DATASTORAGE_EXPORT AxisXRecord : public Record<AxisXRecord> {
+  /// The calibration of that axis.
+  double OffsetX = 0.0;
+  double DeltaX = 1.0;
+  int CalIndexX = 0;
+  /// The atoms, in the order in which they are written.
+  static constexpr auto Fields() {
+    return std::tuple(Atom(0x0100, "OffsetX", &AxisXRecord::OffsetX),
+                      Atom(0x0120, "DeltaX", &AxisXRecord::DeltaX),
+                      Atom(0x0140, "CalIndexX", &AxisXRecord::CalIndexX));
+  }
+
+  /// From and to a plain axis.
+  AxisXRecord() = default;
+  explicit AxisXRecord(const cal_cArrayCal& x)
+      : OffsetX(x.Offset()), DeltaX(x.Delta()), CalIndexX(x.CalIndex()) {}
+  cal_cArrayCal AxisX() const { return {OffsetX, DeltaX, CalIndexX}; }
+};
+
+/// The axes X and Y.
+struct DATASTORAGE_EXPORT AxesXYRecord : public Record<AxesXYRecord, AxisXRecord> {
+  /// The calibration of that axis.
+  double OffsetY = 0.0;
+  double DeltaY = 1.0;
+  int CalIndexY = 0;
+  /// The atoms, in the order in which they are written.
+  static constexpr auto Fields() {
+    return std::tuple(Atom(0x0110, "OffsetY", &AxesXYRecord::OffsetY),
+                      Atom(0x0130, "DeltaY", &AxesXYRecord::DeltaY),
+                      Atom(0x0150, "CalIndexY", &AxesXYRecord::CalIndexY));
+  }
+
+  /// From and to plain axes.
+  AxesXYRecord() = default;
+  AxesXYRecord(const cal_cArrayCal& x, const cal_cArrayCal& y)
+      : Record(x), OffsetY(y.Offset()), DeltaY(y.Delta()), CalIndexY(y.CalIndex()) {}
+  cal_cArrayCal AxisY() const { return {OffsetY, DeltaY, CalIndexY}; }
+};
+
+}  // namespace detail
+
+/// The persistent calibration of one axis, called X. An atom that a tagged stream does not hold is read as
+/// that of `Default`.
+class DATASTORAGE_EXPORT cal_c1DArrayCal : public detail::Persistent<cal_c1DArrayCal> {
  public:
   static const tgio_cObjectType _ObjectType;  ///< obty_1DCalType
   /// Stands for "no calibration given" where callers need such a value; recognised by its identity.
@@ -113,20 +158,18 @@ class DATASTORAGE_EXPORT cal_c1DArrayCal : public tgio_cTaggedStreamObject {
   /// Whether this is the object `Null` itself.
   type_cBoolean IsNull() const noexcept { return this == &Null; }
 
-  const tgio_cObjectType& ObjectType() const override { return _ObjectType; }
-  /// An atom that the stream does not hold takes its default: offset 0, delta 1, index 0. When false is
-  /// returned the calibration is as it was.
-  type_cBoolean Read(tgio_cASCII_istream& in) override;
-  type_cBoolean Read(tgio_cBinary_istream& in) override;
-  type_cBoolean Write(tgio_cASCII_ostream& out) const override;
-  type_cBoolean Write(tgio_cBinary_ostream& out) const override;
-
  private:
+  friend class detail::Persistent<cal_c1DArrayCal>;
+  detail::AxisXRecord ToRecord() const { return detail::AxisXRecord(x_); }
+  void FromRecord(const detail::AxisXRecord& record) { x_ = record.AxisX(); }
+
   cal_cArrayCal x_;
 };
 
+extern template class detail::Persistent<cal_c1DArrayCal>;
+
 /// The persistent calibration of a plane: one axis X and one axis Y.
-class DATASTORAGE_EXPORT cal_c2DArrayCal : public tgio_cTaggedStreamObject {
+class DATASTORAGE_EXPORT cal_c2DArrayCal : public detail::Persistent<cal_c2DArrayCal> {
  public:
   static const tgio_cObjectType _ObjectType;  ///< obty_2DCalType
   /// As for cal_c1DArrayCal.
@@ -182,17 +225,19 @@ class DATASTORAGE_EXPORT cal_c2DArrayCal : public tgio_cTaggedStreamObject {
   /// Whether this is the object `Null` itself.
   type_cBoolean IsNull() const noexcept { return this == &Null; }
 
-  const tgio_cObjectType& ObjectType() const override { return _ObjectType; }
-  /// As for cal_c1DArrayCal.
-  type_cBoolean Read(tgio_cASCII_istream& in) override;
-  type_cBoolean Read(tgio_cBinary_istream& in) override;
-  type_cBoolean Write(tgio_cASCII_ostream& out) const override;
-  type_cBoolean Write(tgio_cBinary_ostream& out) const override;
-
  private:
+  friend class detail::Persistent<cal_c2DArrayCal>;
+  detail::AxesXYRecord ToRecord() const { return {x_, y_}; }
+  void FromRecord(const detail::AxesXYRecord& record) {
+    x_ = record.AxisX();
+    y_ = record.AxisY();
+  }
+
   cal_cArrayCal x_;
   cal_cArrayCal y_;
 };
+
+extern template class detail::Persistent<cal_c2DArrayCal>;
 
 namespace detail {
 

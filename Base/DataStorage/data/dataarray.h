@@ -77,15 +77,11 @@ class DATASTORAGE_EXPORT DataArray : public Numbers {
   }
 
   /// Collects the atoms of an array that is read from a tagged stream.
-  struct DATASTORAGE_EXPORT sDarrayData : Numbers::sParrayData {
+  struct DATASTORAGE_EXPORT sDarrayData : Record<sDarrayData, typename Numbers::sParrayData> {
     Calibration cal;  ///< the default until the calibration was read
-
-    /// Takes the calibration, too.
-    type_cBoolean ReadAtom(tgio_cBinary_istream& in) override {
-      return in.Tag() == darr_CalibrationTag ? in.Read(cal) : Numbers::sParrayData::ReadAtom(in);
-    }
-    type_cBoolean ReadAtom(tgio_cASCII_istream& in) override {
-      return in.Name() == darr_CalibrationString ? in.Read(cal) : Numbers::sParrayData::ReadAtom(in);
+    /// The atom beside those of the numbers.
+    static constexpr auto Fields() {
+      return std::tuple(sDarrayData::Atom(darr_CalibrationTag, darr_CalibrationString, &sDarrayData::cal));
     }
   };
 

@@ -1,8 +1,8 @@
 #pragma once
 
+#include <DataStorage/interfaces/atoms.h>
 #include <DataStorage/interfaces/constants.h>
 #include <DataStorage/interfaces/mesg.h>
-#include <DataStorage/interfaces/tgio.h>
 
 struct pos_s1DPositionChange;
 
@@ -14,13 +14,13 @@ struct pos_s1DPositionChange;
 /// where there are no receivers. Copies have no receivers. A receiver may destroy the position whose message
 /// it is being given; the change ends there. When a receiver throws, the exception reaches the caller; the
 /// position keeps the value that it has by then.
-class DATASTORAGE_EXPORT pos_c1DPosition : public tgio_cTaggedStreamObject, public mesg_cSender {
+class DATASTORAGE_EXPORT pos_c1DPosition : public detail::Persistent<pos_c1DPosition>, public mesg_cSender {
  public:
   /// The coordinate as it is read from a tagged stream; 0 where the stream does not hold it.
-  struct DATASTORAGE_EXPORT sPositionData : public tgio_cTaggedStreamObject {
+  struct DATASTORAGE_EXPORT sPositionData : public detail::Record<sPositionData> {
     double X = 0;  ///< in the units of the axis
-    type_cBoolean ReadAtom(tgio_cBinary_istream& in) override;
-    type_cBoolean ReadAtom(tgio_cASCII_istream& in) override;
+    /// The atoms, in the order in which they are written.
+    static constexpr auto Fields() { return std::tuple(Atom(pos_X_Tag, pos_X_String, &sPositionData::X)); }
   };
 
   static const tgio_cObjectType _ObjectType;  ///< obty_1DPositionType
@@ -50,18 +50,21 @@ class DATASTORAGE_EXPORT pos_c1DPosition : public tgio_cTaggedStreamObject, publ
   /// Whether this is the object `Null` itself.
   type_cBoolean IsNull() const noexcept { return this == &Null; }
 
-  const tgio_cObjectType& ObjectType() const override { return _ObjectType; }
-  /// What was read is set like any other change. When false is returned the position is as it was.
-  type_cBoolean Read(tgio_cASCII_istream& in) override;
-  type_cBoolean Read(tgio_cBinary_istream& in) override;
-  type_cBoolean Write(tgio_cASCII_ostream& out) const override;
-  type_cBoolean Write(tgio_cBinary_ostream& out) const override;
-
  private:
+  friend class detail::Persistent<pos_c1DPosition>;
   friend class rnge_c1DRange;
+
+  sPositionData ToRecord() const {
+    sPositionData record;
+    record.X = x_;
+    return record;
+  }
+  void FromRecord(const sPositionData& record) { SetX(record.X); }
 
   double x_;
 };
+
+extern template class detail::Persistent<pos_c1DPosition>;
 
 /// What a 1D position sends with its messages.
 struct DATASTORAGE_EXPORT pos_s1DPositionChange : public mesg_sMessageData {

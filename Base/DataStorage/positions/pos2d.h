@@ -1,21 +1,24 @@
 #pragma once
 
+#include <DataStorage/interfaces/atoms.h>
 #include <DataStorage/interfaces/constants.h>
 #include <DataStorage/interfaces/mesg.h>
-#include <DataStorage/interfaces/tgio.h>
 
 struct pos_s2DPositionChange;
 
 /// A position in a plane, in physical units, that tells its receivers of every change, as pos_c1DPosition
 /// does (`pos_2DPositionChanging`, `pos_2DPositionChanged`).
-class DATASTORAGE_EXPORT pos_c2DPosition : public tgio_cTaggedStreamObject, public mesg_cSender {
+class DATASTORAGE_EXPORT pos_c2DPosition : public detail::Persistent<pos_c2DPosition>, public mesg_cSender {
  public:
   /// The coordinates as they are read from a tagged stream; 0 where the stream does not hold them.
-  struct DATASTORAGE_EXPORT sPositionData : public tgio_cTaggedStreamObject {
+  struct DATASTORAGE_EXPORT sPositionData : public detail::Record<sPositionData> {
     double X = 0;  ///< in the units of the axis
     double Y = 0;  ///< in the units of the axis
-    type_cBoolean ReadAtom(tgio_cBinary_istream& in) override;
-    type_cBoolean ReadAtom(tgio_cASCII_istream& in) override;
+    /// The atoms, in the order in which they are written.
+    static constexpr auto Fields() {
+      return std::tuple(Atom(pos_X_Tag, pos_X_String, &sPositionData::X),
+                        Atom(pos_Y_Tag, pos_Y_String, &sPositionData::Y));
+    }
   };
 
   static const tgio_cObjectType _ObjectType;  ///< obty_2DPositionType
@@ -52,13 +55,6 @@ class DATASTORAGE_EXPORT pos_c2DPosition : public tgio_cTaggedStreamObject, publ
   /// Whether this is the object `Null` itself.
   type_cBoolean IsNull() const noexcept { return this == &Null; }
 
-  const tgio_cObjectType& ObjectType() const override { return _ObjectType; }
-  /// What was read is set like any other change. When false is returned the position is as it was.
-  type_cBoolean Read(tgio_cASCII_istream& in) override;
-  type_cBoolean Read(tgio_cBinary_istream& in) override;
-  type_cBoolean Write(tgio_cASCII_ostream& out) const override;
-  type_cBoolean Write(tgio_cBinary_ostream& out) const override;
-
  protected:
   /// Takes the coordinates over without messages and limits: for derived classes where nobody listens.
   void Take(double x, double y) noexcept {
@@ -68,13 +64,24 @@ class DATASTORAGE_EXPORT pos_c2DPosition : public tgio_cTaggedStreamObject, publ
   }
 
  private:
+  friend class detail::Persistent<pos_c2DPosition>;
   friend class pos_c2DPositionList;
   friend class rnge_c2DRange;
+
+  sPositionData ToRecord() const {
+    sPositionData record;
+    record.X = x_;
+    record.Y = y_;
+    return record;
+  }
+  void FromRecord(const sPositionData& record) { SetPosition(record.X, record.Y); }
 
   double x_;
   double y_;
   bool* boxed_ = nullptr;  // of the list that owns it: false once a position has changed, heard of or not
 };
+
+extern template class detail::Persistent<pos_c2DPosition>;
 
 /// What a 2D position sends with its messages.
 struct DATASTORAGE_EXPORT pos_s2DPositionChange : public mesg_sMessageData {

@@ -1,4 +1,3 @@
-#include <DataStorage/interfaces/atoms.h>
 #include <DataStorage/interfaces/expt.h>
 #include <DataStorage/positions/change.h>
 #include <DataStorage/positions/range1d.h>
@@ -8,38 +7,11 @@ namespace {
 constexpr detail::SourceFile source_file{"range1d"};
 constexpr detail::ChangeMessages messages{rnge_1DRangeChanging, rnge_1DRangeChanged};
 
-using Data = rnge_c1DRange::sRangeData;
-
-std::array<detail::DoubleAtom, 2> Atoms(Data& data) {
-  return {{{{rnge_XminTag, rnge_XminString}, &data.Xmin}, {{rnge_XmaxTag, rnge_XmaxString}, &data.Xmax}}};
-}
-
-template <class Stream>
-bool Read(Stream& in, rnge_c1DRange& range) {
-  Data data;
-  if (!data.Read(in)) return false;
-  range.SetRange(data.Xmin, data.Xmax);
-  return true;
-}
-
-template <class Stream>
-bool Write(Stream& out, const rnge_c1DRange& range) {
-  Data data;
-  data.Xmin = range.StartX();
-  data.Xmax = range.EndX();
-  return detail::WriteDoubles(out, Atoms(data));
-}
-
 }  // namespace
 
-rnge_s1DRangeChange::~rnge_s1DRangeChange() = default;
+template class detail::Persistent<rnge_c1DRange>;
 
-type_cBoolean rnge_c1DRange::sRangeData::ReadAtom(tgio_cBinary_istream& in) {
-  return detail::ReadDouble(in, Atoms(*this)) || tgio_cTaggedStreamObject::ReadAtom(in);
-}
-type_cBoolean rnge_c1DRange::sRangeData::ReadAtom(tgio_cASCII_istream& in) {
-  return detail::ReadDouble(in, Atoms(*this)) || tgio_cTaggedStreamObject::ReadAtom(in);
-}
+rnge_s1DRangeChange::~rnge_s1DRangeChange() = default;
 
 rnge_c1DRange::rnge_c1DRange(const rnge_c1DIndexRange& indices, const cal_c1DArrayCal& cal) noexcept
     : rnge_c1DRange(
@@ -129,11 +101,6 @@ rnge_c1DRange operator|(const rnge_c1DRange& range, const pos_c1DPosition& posit
 rnge_c1DRange operator|(const pos_c1DPosition& position, const rnge_c1DRange& range) noexcept {
   return range | position;
 }
-
-type_cBoolean rnge_c1DRange::Read(tgio_cASCII_istream& in) { return ::Read(in, *this); }
-type_cBoolean rnge_c1DRange::Read(tgio_cBinary_istream& in) { return ::Read(in, *this); }
-type_cBoolean rnge_c1DRange::Write(tgio_cASCII_ostream& out) const { return ::Write(out, *this); }
-type_cBoolean rnge_c1DRange::Write(tgio_cBinary_ostream& out) const { return ::Write(out, *this); }
 
 rnge_c1DIndexRange::rnge_c1DIndexRange(const rnge_c1DRange& range, const cal_c1DArrayCal& cal,
                                        rnge_eIndexSelect select) noexcept

@@ -18,16 +18,19 @@ struct rnge_s1DRangeChange;
 ///
 /// When a receiver throws before the interval is adopted, interval and centre are as they were. A receiver
 /// must not destroy the range whose message, or whose centre's message, it is being given.
-class DATASTORAGE_EXPORT rnge_c1DRange : public tgio_cTaggedStreamObject,
+class DATASTORAGE_EXPORT rnge_c1DRange : public detail::Persistent<rnge_c1DRange>,
                                          public mesg_cSender,
                                          public mesg_cReceiver {
  public:
   /// The ends as they are read from a tagged stream; 0 where the stream does not hold them.
-  struct DATASTORAGE_EXPORT sRangeData : public tgio_cTaggedStreamObject {
+  struct DATASTORAGE_EXPORT sRangeData : public detail::Record<sRangeData> {
     double Xmin = 0;  ///< the start
     double Xmax = 0;  ///< the end
-    type_cBoolean ReadAtom(tgio_cBinary_istream& in) override;
-    type_cBoolean ReadAtom(tgio_cASCII_istream& in) override;
+    /// The atoms, in the order in which they are written.
+    static constexpr auto Fields() {
+      return std::tuple(Atom(rnge_XminTag, rnge_XminString, &sRangeData::Xmin),
+                        Atom(rnge_XmaxTag, rnge_XmaxString, &sRangeData::Xmax));
+    }
   };
 
   static const tgio_cObjectType _ObjectType;  ///< obty_1DRangeType
@@ -83,17 +86,11 @@ class DATASTORAGE_EXPORT rnge_c1DRange : public tgio_cTaggedStreamObject,
   /// Whether this is the object `Null` itself.
   type_cBoolean IsNull() const noexcept { return this == &Null; }
 
-  const tgio_cObjectType& ObjectType() const override { return _ObjectType; }
-  /// What was read is set by SetRange. When false is returned the range is as it was.
-  type_cBoolean Read(tgio_cASCII_istream& in) override;
-  type_cBoolean Read(tgio_cBinary_istream& in) override;
-  type_cBoolean Write(tgio_cASCII_ostream& out) const override;
-  type_cBoolean Write(tgio_cBinary_ostream& out) const override;
-
   /// Follows the centre.
   void ReceiveMessage(unsigned long id, mesg_cSender& sender, mesg_sMessageData* data) override;
 
  private:
+  friend class detail::Persistent<rnge_c1DRange>;
   /// The ends in this order.
   constexpr explicit rnge_c1DRange(const detail::Interval& ends) noexcept
       : rnge_c1DRange(ends, (ends.start + ends.end) * 0.5) {}
@@ -103,12 +100,22 @@ class DATASTORAGE_EXPORT rnge_c1DRange : public tgio_cTaggedStreamObject,
   void MoveCenter(const pos_c1DPosition& center);
   detail::Interval Ends() const noexcept { return {start_, end_}; }
 
+  sRangeData ToRecord() const {
+    sRangeData record;
+    record.Xmin = start_;
+    record.Xmax = end_;
+    return record;
+  }
+  void FromRecord(const sRangeData& record) { SetRange(record.Xmin, record.Xmax); }
+
   double start_;
   double end_;
   pos_c1DPosition center_;
   bool updating_ = false;  // the range itself is moving its centre
   bool attached_ = false;  // to the centre: from the first Center() on, before which nobody else can move it
 };
+
+extern template class detail::Persistent<rnge_c1DRange>;
 
 /// The smallest range that holds both, what lies between them included.
 DATASTORAGE_EXPORT rnge_c1DRange operator|(const rnge_c1DRange& a, const rnge_c1DRange& b) noexcept;

@@ -1,4 +1,3 @@
-#include <DataStorage/interfaces/atoms.h>
 #include <DataStorage/interfaces/expt.h>
 #include <DataStorage/positions/change.h>
 #include <DataStorage/positions/range2d.h>
@@ -8,48 +7,14 @@ namespace {
 constexpr detail::SourceFile source_file{"range2d"};
 constexpr detail::ChangeMessages messages{rnge_2DRangeChanging, rnge_2DRangeChanged};
 
-using Data = rnge_c2DRange::sRangeData;
-
-std::array<detail::DoubleAtom, 5> Atoms(Data& data) {
-  return {{{{rnge_XcenterTag, rnge_XcenterString}, &data.Xcenter},
-           {{rnge_YcenterTag, rnge_YcenterString}, &data.Ycenter},
-           {{rnge_XwidthTag, rnge_XwidthString}, &data.Xwidth},
-           {{rnge_YwidthTag, rnge_YwidthString}, &data.Ywidth},
-           {{rnge_AngleTag, rnge_AngleString}, &data.Angle}}};
-}
-
-template <class Stream>
-bool Read(Stream& in, rnge_c2DRange& range) {
-  Data data;
-  if (!data.Read(in)) return false;
-  range.SetRange(data.Xcenter, data.Ycenter, data.Xwidth, data.Ywidth, data.Angle);
-  return true;
-}
-
-template <class Stream>
-bool Write(Stream& out, const rnge_c2DRange& range) {
-  Data data;
-  data.Xcenter = range.CenterX();
-  data.Ycenter = range.CenterY();
-  data.Xwidth = range.SizeX();
-  data.Ywidth = range.SizeY();
-  data.Angle = range.Angle();
-  return detail::WriteDoubles(out, Atoms(data));
-}
-
 /// The interval between two positions in this order.
 detail::CenteredInterval FromTo(double from, double to) { return {(from + to) * 0.5, to - from}; }
 
 }  // namespace
 
-rnge_s2DRangeChange::~rnge_s2DRangeChange() = default;
+template class detail::Persistent<rnge_c2DRange>;
 
-type_cBoolean rnge_c2DRange::sRangeData::ReadAtom(tgio_cBinary_istream& in) {
-  return detail::ReadDouble(in, Atoms(*this)) || tgio_cTaggedStreamObject::ReadAtom(in);
-}
-type_cBoolean rnge_c2DRange::sRangeData::ReadAtom(tgio_cASCII_istream& in) {
-  return detail::ReadDouble(in, Atoms(*this)) || tgio_cTaggedStreamObject::ReadAtom(in);
-}
+rnge_s2DRangeChange::~rnge_s2DRangeChange() = default;
 
 rnge_c2DRange::rnge_c2DRange(const rnge_c2DIndexRange& indices, const cal_c2DArrayCal& cal) noexcept
     : rnge_c2DRange(FromTo(cal.PositionX(indices.StartIndexX()), cal.PositionX(indices.EndIndexX())),
@@ -204,11 +169,6 @@ rnge_c2DRange operator|(const rnge_c2DRange& range, const pos_c2DPosition& posit
 rnge_c2DRange operator|(const pos_c2DPosition& position, const rnge_c2DRange& range) noexcept {
   return range | position;
 }
-
-type_cBoolean rnge_c2DRange::Read(tgio_cASCII_istream& in) { return ::Read(in, *this); }
-type_cBoolean rnge_c2DRange::Read(tgio_cBinary_istream& in) { return ::Read(in, *this); }
-type_cBoolean rnge_c2DRange::Write(tgio_cASCII_ostream& out) const { return ::Write(out, *this); }
-type_cBoolean rnge_c2DRange::Write(tgio_cBinary_ostream& out) const { return ::Write(out, *this); }
 
 rnge_c2DIndexRange::rnge_c2DIndexRange(const rnge_c2DRange& range, const cal_c2DArrayCal& cal,
                                        rnge_eIndexSelect select) noexcept {

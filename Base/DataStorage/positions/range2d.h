@@ -19,19 +19,25 @@ struct rnge_s2DRangeChange;
 /// The angle is never reduced; one smaller than the smallest normal double counts as zero. Changes are
 /// offered, limited and announced as those of rnge_c1DRange are (`rnge_2DRangeChanging`,
 /// `rnge_2DRangeChanged`).
-class DATASTORAGE_EXPORT rnge_c2DRange : public tgio_cTaggedStreamObject,
+class DATASTORAGE_EXPORT rnge_c2DRange : public detail::Persistent<rnge_c2DRange>,
                                          public mesg_cSender,
                                          public mesg_cReceiver {
  public:
   /// The values as they are read from a tagged stream; 0 where the stream does not hold them.
-  struct DATASTORAGE_EXPORT sRangeData : public tgio_cTaggedStreamObject {
+  struct DATASTORAGE_EXPORT sRangeData : public detail::Record<sRangeData> {
     double Xcenter = 0;  ///< the centre
     double Ycenter = 0;  ///< the centre
     double Xwidth = 0;   ///< along u
     double Ywidth = 0;   ///< along v
     double Angle = 0;    ///< in radians
-    type_cBoolean ReadAtom(tgio_cBinary_istream& in) override;
-    type_cBoolean ReadAtom(tgio_cASCII_istream& in) override;
+    /// The atoms, in the order in which they are written.
+    static constexpr auto Fields() {
+      return std::tuple(Atom(rnge_XcenterTag, rnge_XcenterString, &sRangeData::Xcenter),
+                        Atom(rnge_YcenterTag, rnge_YcenterString, &sRangeData::Ycenter),
+                        Atom(rnge_XwidthTag, rnge_XwidthString, &sRangeData::Xwidth),
+                        Atom(rnge_YwidthTag, rnge_YwidthString, &sRangeData::Ywidth),
+                        Atom(rnge_AngleTag, rnge_AngleString, &sRangeData::Angle));
+    }
   };
 
   static const tgio_cObjectType _ObjectType;  ///< obty_2DRangeType
@@ -128,17 +134,11 @@ class DATASTORAGE_EXPORT rnge_c2DRange : public tgio_cTaggedStreamObject,
   /// Whether this is the object `Null` itself.
   type_cBoolean IsNull() const noexcept { return this == &Null; }
 
-  const tgio_cObjectType& ObjectType() const override { return _ObjectType; }
-  /// What was read is set by SetRange. When false is returned the range is as it was.
-  type_cBoolean Read(tgio_cASCII_istream& in) override;
-  type_cBoolean Read(tgio_cBinary_istream& in) override;
-  type_cBoolean Write(tgio_cASCII_ostream& out) const override;
-  type_cBoolean Write(tgio_cBinary_ostream& out) const override;
-
   /// Follows the centre.
   void ReceiveMessage(unsigned long id, mesg_cSender& sender, mesg_sMessageData* data) override;
 
  private:
+  friend class detail::Persistent<rnge_c2DRange>;
   constexpr rnge_c2DRange(const detail::CenteredInterval& x, const detail::CenteredInterval& y) noexcept
       : rnge_c2DRange(x.center, y.center, x.width, y.width, 0.0) {}
 
@@ -150,6 +150,19 @@ class DATASTORAGE_EXPORT rnge_c2DRange : public tgio_cTaggedStreamObject,
 
   friend DATASTORAGE_EXPORT rnge_c2DRange operator|(const rnge_c2DRange& a, const rnge_c2DRange& b) noexcept;
 
+  sRangeData ToRecord() const {
+    sRangeData record;
+    record.Xcenter = xcenter_;
+    record.Ycenter = ycenter_;
+    record.Xwidth = xwidth_;
+    record.Ywidth = ywidth_;
+    record.Angle = angle_;
+    return record;
+  }
+  void FromRecord(const sRangeData& record) {
+    SetRange(record.Xcenter, record.Ycenter, record.Xwidth, record.Ywidth, record.Angle);
+  }
+
   double xcenter_;
   double ycenter_;
   double xwidth_;
@@ -159,6 +172,8 @@ class DATASTORAGE_EXPORT rnge_c2DRange : public tgio_cTaggedStreamObject,
   bool updating_ = false;   // the range itself is moving its centre
   bool attached_ = false;   // to the centre: from the first Center() on, before which nobody else can move it
 };
+
+extern template class detail::Persistent<rnge_c2DRange>;
 
 /// The smallest range along the axes that holds both; a copy of `Null` when one of them is turned.
 DATASTORAGE_EXPORT rnge_c2DRange operator|(const rnge_c2DRange& a, const rnge_c2DRange& b) noexcept;
