@@ -9,6 +9,10 @@
 #include <DataStorage/interfaces/export.h>
 #include <DataStorage/interfaces/type.h>
 
+namespace detail {
+struct AxisAtoms;
+}
+
 /// The calibration of one axis: maps the indices of array elements to physical positions. Every index step is
 /// the same distance `delta`; the reference element, at index `calIndex`, lies at position `offset`:
 ///
@@ -69,6 +73,8 @@ class DATASTORAGE_EXPORT cal_cArrayCal {
   int operator!=(const cal_cArrayCal& other) const noexcept { return !(*this == other); }
 
  private:
+  friend struct detail::AxisAtoms;
+
   double offset_;
   double delta_;
   int calIndex_;
@@ -76,44 +82,16 @@ class DATASTORAGE_EXPORT cal_cArrayCal {
 
 namespace detail {
 
-/// The axis X as it is read from a tagged stream. The tags and names are persistent.
-struct DATASTORAGE_EXPORT AxisXRecord : public Record<AxisXRecord> {
-  /// The calibration of that axis.
-  double OffsetX = 0.0;
-  double DeltaX = 1.0;
-  int CalIndexX = 0;
-  /// The atoms, in the order in which they are written.
-  static constexpr auto Fields() {
-    return std::tuple(Atom(0x0100, "OffsetX", &AxisXRecord::OffsetX),
-                      Atom(0x0120, "DeltaX", &AxisXRecord::DeltaX),
-                      Atom(0x0140, "CalIndexX", &AxisXRecord::CalIndexX));
+/// What the values of an axis are in tagged streams. The tags and names are persistent.
+struct AxisAtoms {
+  static auto OfX(auto& x) {
+    return std::tuple(Atom(0x0100, "OffsetX", x.offset_), Atom(0x0120, "DeltaX", x.delta_),
+                      Atom(0x0140, "CalIndexX", x.calIndex_));
   }
-
-  /// From and to a plain axis.
-  AxisXRecord() = default;
-  explicit AxisXRecord(const cal_cArrayCal& x)
-      : OffsetX(x.Offset()), DeltaX(x.Delta()), CalIndexX(x.CalIndex()) {}
-  cal_cArrayCal AxisX() const { return {OffsetX, DeltaX, CalIndexX}; }
-};
-
-/// The axes X and Y.
-struct DATASTORAGE_EXPORT AxesXYRecord : public Record<AxesXYRecord, AxisXRecord> {
-  /// The calibration of that axis.
-  double OffsetY = 0.0;
-  double DeltaY = 1.0;
-  int CalIndexY = 0;
-  /// The atoms, in the order in which they are written.
-  static constexpr auto Fields() {
-    return std::tuple(Atom(0x0110, "OffsetY", &AxesXYRecord::OffsetY),
-                      Atom(0x0130, "DeltaY", &AxesXYRecord::DeltaY),
-                      Atom(0x0150, "CalIndexY", &AxesXYRecord::CalIndexY));
+  static auto OfY(auto& y) {
+    return std::tuple(Atom(0x0110, "OffsetY", y.offset_), Atom(0x0130, "DeltaY", y.delta_),
+                      Atom(0x0150, "CalIndexY", y.calIndex_));
   }
-
-  /// From and to plain axes.
-  AxesXYRecord() = default;
-  AxesXYRecord(const cal_cArrayCal& x, const cal_cArrayCal& y)
-      : Record(x), OffsetY(y.Offset()), DeltaY(y.Delta()), CalIndexY(y.CalIndex()) {}
-  cal_cArrayCal AxisY() const { return {OffsetY, DeltaY, CalIndexY}; }
 };
 
 }  // namespace detail
@@ -160,8 +138,16 @@ class DATASTORAGE_EXPORT cal_c1DArrayCal : public detail::Persistent<cal_c1DArra
 
  private:
   friend class detail::Persistent<cal_c1DArrayCal>;
-  detail::AxisXRecord ToRecord() const { return detail::AxisXRecord(x_); }
-  void FromRecord(const detail::AxisXRecord& record) { x_ = record.AxisX(); }
+  struct DATASTORAGE_EXPORT Axis : public detail::Record<Axis> {
+    cal_cArrayCal x;
+    static auto Fields(auto& record) { return detail::AxisAtoms::OfX(record.x); }
+  };
+  Axis ToRecord() const {
+    Axis record;
+    record.x = x_;
+    return record;
+  }
+  void FromRecord(const Axis& record) { x_ = record.x; }
 
   cal_cArrayCal x_;
 };
@@ -227,10 +213,21 @@ class DATASTORAGE_EXPORT cal_c2DArrayCal : public detail::Persistent<cal_c2DArra
 
  private:
   friend class detail::Persistent<cal_c2DArrayCal>;
-  detail::AxesXYRecord ToRecord() const { return {x_, y_}; }
-  void FromRecord(const detail::AxesXYRecord& record) {
-    x_ = record.AxisX();
-    y_ = record.AxisY();
+  struct DATASTORAGE_EXPORT Axes : public detail::Record<Axes> {
+    cal_cArrayCal x, y;
+    static auto Fields(auto& record) {
+      return std::tuple_cat(detail::AxisAtoms::OfX(record.x), detail::AxisAtoms::OfY(record.y));
+    }
+  };
+  Axes ToRecord() const {
+    Axes record;
+    record.x = x_;
+    record.y = y_;
+    return record;
+  }
+  void FromRecord(const Axes& record) {
+    x_ = record.x;
+    y_ = record.y;
   }
 
   cal_cArrayCal x_;

@@ -80,8 +80,8 @@ class DATASTORAGE_EXPORT DataArray : public Numbers {
   struct DATASTORAGE_EXPORT sDarrayData : Record<sDarrayData, typename Numbers::sParrayData> {
     Calibration cal;  ///< the default until the calibration was read
     /// The atom beside those of the numbers.
-    static constexpr auto Fields() {
-      return std::tuple(sDarrayData::Atom(darr_CalibrationTag, darr_CalibrationString, &sDarrayData::cal));
+    static auto Fields(auto& record) {
+      return std::tuple(Atom(darr_CalibrationTag, darr_CalibrationString, record.cal));
     }
   };
 

@@ -31,51 +31,40 @@ bool WriteAtom(tgio_cASCII_ostream& out, const Value& value, const AtomId& atom)
   return out.Write(value, atom.name, false);
 }
 
-/// An atom that holds one member of a record: a number or an object.
-template <class Owner, class Value>
+/// An atom, and the number or the object that it holds.
+template <class Value>
 struct Field {
-  AtomId id;             ///< what the atom is called
-  Value Owner::*member;  ///< what it holds
+  AtomId id;     ///< what the atom is called
+  Value& value;  ///< what it holds
 };
 
-/// Base of the records that atoms are read into. `Self::Fields()` lists the atoms as a tuple, in the order in
-/// which they are written; other atoms are those of `Base`, which may be a record too.
+template <class Value>
+Field<Value> Atom(unsigned short tag, const char* name, Value& value) noexcept {
+  return {{tag, name}, value};
+}
+
+/// Base of the records that atoms are read into. `Self::Fields(record)` lists the atoms as a tuple, in the
+/// order in which they are written; other atoms are those of `Base`.
 template <class Self, class Base = tgio_cTaggedStreamObject>
 struct DATASTORAGE_EXPORT Record : public Base {
-  using Base::Base;
-
-  /// An entry of the list.
-  template <class Value>
-  static constexpr Field<Self, Value> Atom(unsigned short tag, const char* name,
-                                           Value Self::*member) noexcept {
-    return {{tag, name}, member};
-  }
-
   /// Takes the fields. One that holds another kind of value is refused, and cannot be passed over.
   type_cBoolean ReadAtom(tgio_cBinary_istream& in) override { return ReadField(in); }
   type_cBoolean ReadAtom(tgio_cASCII_istream& in) override { return ReadField(in); }
 
-  /// Writes the fields, those of a base first; stops with false at the first that fails.
+  /// Writes the fields; stops with false at the first that fails.
   template <class Stream>
   bool WriteFields(Stream& out) const {
-    if constexpr (requires { Base::Fields(); })
-      if (!Base::WriteFields(out)) return false;
-    const auto& self = static_cast<const Self&>(*this);
-    return std::apply(
-        [&](const auto&... field) { return (WriteAtom(out, self.*field.member, field.id) && ...); },
-        Self::Fields());
+    return std::apply([&](const auto&... field) { return (WriteAtom(out, field.value, field.id) && ...); },
+                      Self::Fields(static_cast<const Self&>(*this)));
   }
 
  private:
   template <class Stream>
   bool ReadField(Stream& in) {
-    auto& self = static_cast<Self&>(*this);
-    return std::apply(
-               [&](const auto&... field) {
-                 return ((bAtAtom(in, field.id) && in.Read(self.*field.member)) || ...);
-               },
-               Self::Fields()) ||
-           Base::ReadAtom(in);
+    const auto read = [&](const auto&... field) {
+      return ((bAtAtom(in, field.id) && in.Read(field.value)) || ...);
+    };
+    return std::apply(read, Self::Fields(static_cast<Self&>(*this))) || Base::ReadAtom(in);
   }
 };
 

@@ -8,6 +8,9 @@
 class mesg_cSender;
 class mesg_cReceiver;
 
+/// The priority of receivers that hear a message after all others.
+inline constexpr unsigned short mesg_LowestPriority = 0xFFFF;
+
 /// Base of all message payloads.
 struct DATASTORAGE_EXPORT mesg_sMessageData {
   virtual ~mesg_sMessageData();

@@ -1,4 +1,3 @@
-#include <cfloat>
 #include <cmath>
 
 #include <DataStorage/interfaces/constants.h>
@@ -44,13 +43,4 @@ type_cBoolean rnge_ClipLine(const rnge_c2DRange& range, pos_c2DPosition& p1, pos
   if (!crossings.Intersects(overlap)) return false;
   MoveEnds(p1, p2, crossings & overlap, x2 > x1, (x2 > x1) == (slope > 0));
   return true;
-}
-
-double pos_Distance(const pos_c2DPosition& a, const pos_c2DPosition& b) noexcept {
-  return std::hypot(b.X() - a.X(), b.Y() - a.Y());
-}
-
-double pos_Angle(const pos_c2DPosition& a, const pos_c2DPosition& b) noexcept {
-  const double dx = b.X() - a.X(), dy = b.Y() - a.Y();
-  return std::abs(dx) < DBL_MIN && std::abs(dy) < DBL_MIN ? 0.0 : std::atan2(dy, dx);
 }

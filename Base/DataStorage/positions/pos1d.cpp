@@ -26,6 +26,6 @@ void pos_c1DPosition::SetX(double x) {
   pos_s1DPositionChange change(*this, x);
   detail::Announce(*this, messages, change, [&] {
     if (!change.Modified) change.NewPosition.x_ = x;  // a receiver may rewrite it without saying so
-    x_ = change.NewPosition.x_;
+    Take(change.NewPosition);
   });
 }

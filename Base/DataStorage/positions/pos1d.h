@@ -3,6 +3,7 @@
 #include <DataStorage/interfaces/atoms.h>
 #include <DataStorage/interfaces/constants.h>
 #include <DataStorage/interfaces/mesg.h>
+#include <DataStorage/positions/center.h>
 
 struct pos_s1DPositionChange;
 
@@ -20,7 +21,7 @@ class DATASTORAGE_EXPORT pos_c1DPosition : public detail::Persistent<pos_c1DPosi
   struct DATASTORAGE_EXPORT sPositionData : public detail::Record<sPositionData> {
     double X = 0;  ///< in the units of the axis
     /// The atoms, in the order in which they are written.
-    static constexpr auto Fields() { return std::tuple(Atom(pos_X_Tag, pos_X_String, &sPositionData::X)); }
+    static auto Fields(auto& record) { return std::tuple(detail::Atom(pos_X_Tag, pos_X_String, record.X)); }
   };
 
   static const tgio_cObjectType _ObjectType;  ///< obty_1DPositionType
@@ -52,7 +53,10 @@ class DATASTORAGE_EXPORT pos_c1DPosition : public detail::Persistent<pos_c1DPosi
 
  private:
   friend class detail::Persistent<pos_c1DPosition>;
-  friend class rnge_c1DRange;
+  friend class detail::OwnedCenter<pos_c1DPosition>;
+
+  /// Takes the coordinate over without messages and limits.
+  void Take(const pos_c1DPosition& other) noexcept { x_ = other.x_; }
 
   sPositionData ToRecord() const {
     sPositionData record;

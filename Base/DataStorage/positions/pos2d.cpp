@@ -1,3 +1,6 @@
+#include <cfloat>
+#include <cmath>
+
 #include <DataStorage/positions/change.h>
 #include <DataStorage/positions/pos2d.h>
 
@@ -23,10 +26,19 @@ void pos_c2DPosition::SetPosition(double x, double y) {
   if (same) return;
   pos_s2DPositionChange change(*this, {x, y});
   detail::Announce(*this, messages, change, [&] {
-    if (change.Modified) return Take(change.NewPosition.x_, change.NewPosition.y_);
+    if (change.Modified) return Take(change.NewPosition);
     Take(x, y);
     change.NewPosition.Take(x, y);  // a receiver may have rewritten it without saying so
   });
 }
 
 void pos_c2DPosition::Move(double dx, double dy) { SetPosition(x_ + dx, y_ + dy); }
+
+double pos_Distance(const pos_c2DPosition& a, const pos_c2DPosition& b) noexcept {
+  return std::hypot(b.X() - a.X(), b.Y() - a.Y());
+}
+
+double pos_Angle(const pos_c2DPosition& a, const pos_c2DPosition& b) noexcept {
+  const double dx = b.X() - a.X(), dy = b.Y() - a.Y();
+  return std::abs(dx) < DBL_MIN && std::abs(dy) < DBL_MIN ? 0.0 : std::atan2(dy, dx);
+}

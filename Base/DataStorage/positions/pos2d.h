@@ -1,8 +1,12 @@
 #pragma once
 
+/// @file
+/// Positions in a plane, and what lies between two of them.
+
 #include <DataStorage/interfaces/atoms.h>
 #include <DataStorage/interfaces/constants.h>
 #include <DataStorage/interfaces/mesg.h>
+#include <DataStorage/positions/center.h>
 
 struct pos_s2DPositionChange;
 
@@ -15,9 +19,9 @@ class DATASTORAGE_EXPORT pos_c2DPosition : public detail::Persistent<pos_c2DPosi
     double X = 0;  ///< in the units of the axis
     double Y = 0;  ///< in the units of the axis
     /// The atoms, in the order in which they are written.
-    static constexpr auto Fields() {
-      return std::tuple(Atom(pos_X_Tag, pos_X_String, &sPositionData::X),
-                        Atom(pos_Y_Tag, pos_Y_String, &sPositionData::Y));
+    static auto Fields(auto& record) {
+      return std::tuple(detail::Atom(pos_X_Tag, pos_X_String, record.X),
+                        detail::Atom(pos_Y_Tag, pos_Y_String, record.Y));
     }
   };
 
@@ -66,7 +70,9 @@ class DATASTORAGE_EXPORT pos_c2DPosition : public detail::Persistent<pos_c2DPosi
  private:
   friend class detail::Persistent<pos_c2DPosition>;
   friend class pos_c2DPositionList;
-  friend class rnge_c2DRange;
+  friend class detail::OwnedCenter<pos_c2DPosition>;
+
+  void Take(const pos_c2DPosition& other) noexcept { Take(other.x_, other.y_); }
 
   sPositionData ToRecord() const {
     sPositionData record;
@@ -82,6 +88,13 @@ class DATASTORAGE_EXPORT pos_c2DPosition : public detail::Persistent<pos_c2DPosi
 };
 
 extern template class detail::Persistent<pos_c2DPosition>;
+
+/// The length of the segment from a to b.
+DATASTORAGE_EXPORT double pos_Distance(const pos_c2DPosition& a, const pos_c2DPosition& b) noexcept;
+
+/// The direction from a to b in radians, -pi to pi, counter-clockwise from the X axis (Y points up); 0 when
+/// the positions coincide.
+DATASTORAGE_EXPORT double pos_Angle(const pos_c2DPosition& a, const pos_c2DPosition& b) noexcept;
 
 /// What a 2D position sends with its messages.
 struct DATASTORAGE_EXPORT pos_s2DPositionChange : public mesg_sMessageData {

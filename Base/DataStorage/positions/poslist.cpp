@@ -11,7 +11,6 @@ constexpr detail::SourceFile source_file{"pos2d"};
 constexpr detail::ChangeMessages messages{pos_2DPositionListChanging, pos_2DPositionListChanged};
 
 constexpr unsigned short position_tag = 0x0100;  // persistent
-constexpr int of_center = -1;                    // the place that stands for the centre
 
 }  // namespace
 
@@ -19,7 +18,7 @@ pos_sPosListChange::~pos_sPosListChange() = default;
 
 pos_c2DPositionList::pos_c2DPositionList(const pos_c2DPositionList& other) : pos_c2DPositionList() {
   AppendCopies(other);
-  center_ = other.center_;
+  center_.Move(*this, *other.center_);
 }
 
 pos_c2DPositionList::~pos_c2DPositionList() { Clear(); }
@@ -34,8 +33,8 @@ pos_c2DPositionList& pos_c2DPositionList::operator=(const pos_c2DPositionList& s
 }
 
 void pos_c2DPositionList::Append(std::unique_ptr<pos_c2DPosition> position) {
-  position->AddReceiver(*this, 0xFFFF);
-  InsertAtTail(position.get());
+  position->AddReceiver(*this, mesg_LowestPriority);
+  list_cPtrList::InsertAtTail(position.get());
   pos_c2DPosition& added = *position.release();
   added.boxed_ = &boxed_;
   // The box grows from head to tail, so a position at the tail is the next step of the same computation.
@@ -55,8 +54,8 @@ void pos_c2DPositionList::AddAtTail(pos_c2DPosition* position) {
 void pos_c2DPositionList::AddAtHead(pos_c2DPosition* position) {
   if (position == nullptr) source_file.ThrowProgramError();
   std::unique_ptr<pos_c2DPosition> owner(position);
-  owner->AddReceiver(*this, 0xFFFF);
-  InsertAtHead(position);
+  owner->AddReceiver(*this, mesg_LowestPriority);
+  list_cPtrList::InsertAtHead(position);
   owner.release()->boxed_ = &boxed_;
   boxed_ = false;
   Recenter();
@@ -73,12 +72,6 @@ int pos_c2DPositionList::NumberPositions() const noexcept {
   return static_cast<int>(std::distance(begin(), end()));
 }
 
-pos_c2DPosition& pos_c2DPositionList::Center() {
-  if (!attached_) center_.AddReceiver(*this, 0xFFFF);
-  attached_ = true;
-  return center_;
-}
-
 pos_c2DPosition pos_c2DPositionList::CenterPos() const noexcept {
   if (!boxed_) {
     const pos_c2DPosition& first = **begin();
@@ -92,24 +85,19 @@ pos_c2DPosition pos_c2DPositionList::CenterPos() const noexcept {
 
 bool pos_c2DPositionList::bUnheard() const noexcept { return !bHasReceivers() && detail::bExactly(*this); }
 
-void pos_c2DPositionList::MoveCenter(const pos_c2DPosition& center) {
-  if (!detail::bExactly(*this)) Center();  // a derived list may want to hear of it
-  const detail::ScopedValue quiet(reacting_, false);
-  center_ = center;
-}
-
 void pos_c2DPositionList::Recenter() {
-  if (begin() != end()) MoveCenter(CenterPos());
+  if (begin() != end()) center_.Move(*this, CenterPos());
 }
 
-int pos_c2DPositionList::PlaceOf(const mesg_cSender& position) const noexcept {
+std::optional<int> pos_c2DPositionList::PlaceOf(const mesg_cSender& position) const noexcept {
   const auto found = std::find(begin(), end(), &position);
-  return found == end() ? -1 : static_cast<int>(std::distance(begin(), found));
+  if (found == end()) return std::nullopt;
+  return static_cast<int>(std::distance(begin(), found));
 }
 
 template <class Function>
 void pos_c2DPositionList::ForEach(Function function) {
-  const detail::ScopedValue quiet(reacting_, false);
+  const auto quiet = center_.Quiet();
   const auto recenter = [this] { Recenter(); };
   const detail::OnException guard(recenter);
   const unsigned generation = generation_;
@@ -123,26 +111,20 @@ void pos_c2DPositionList::MoveAll(const pos_c2DPosition& by) {
   ForEach([&by](pos_c2DPosition& each) { each.Move(by.X(), by.Y()); });
 }
 
+void pos_c2DPositionList::MoveTo(const pos_c2DPosition& center) {
+  MoveAll(center - *center_);
+  Recenter();
+}
+
 void pos_c2DPositionList::Replace(int place, const pos_c2DPosition& position) {
-  const detail::ScopedValue quiet(reacting_, false);
+  const auto quiet = center_.Quiet();
   **std::next(begin(), place) = position;
 }
 
 template <class Adopt>
 void pos_c2DPositionList::Negotiate(const pos_c2DPositionList& source, Adopt adopt) {
-  const pos_c2DPosition oldCenter = center_;
   pos_sPosListChange change(*this, source);
-  pos_c2DPositionList& proposal = change.NewList;
-  const auto fit = [&] {
-    const pos_c2DPosition wanted = proposal.center_;
-    MoveCenter(wanted);
-    if (detail::bSameCoordinate(center_.X(), wanted.X()) && detail::bSameCoordinate(center_.Y(), wanted.Y()))
-      return;
-    proposal.MoveAll(center_ - wanted);
-    proposal.Recenter();
-  };
-  const auto undo = [&] { MoveCenter(oldCenter); };
-  if (!detail::Negotiate(*this, messages, change, fit, undo, [&] { adopt(proposal); }))
+  if (!center_.Negotiate(*this, messages, change, change.NewList, [&] { adopt(change.NewList); }))
     source_file.ThrowUserError("Limits on center and point positions are incompatible.");
 }
 
@@ -168,10 +150,9 @@ pos_c2DPositionList pos_c2DPositionList::Conjugate() const {
 
 void pos_c2DPositionList::ReceiveMessage(unsigned long id, mesg_cSender& sender, mesg_sMessageData* data) {
   if (id != pos_2DPositionChanging && id != pos_2DPositionChanged) return;
-  if (!reacting_) return;
-  const bool fromCenter = &sender == &center_;
-  const int place = fromCenter ? of_center : PlaceOf(sender);
-  if (place < 0 && !fromCenter) return;
+  if (center_.bQuiet()) return;
+  const std::optional<int> place = PlaceOf(sender);
+  if (!place && !center_.bSends(sender)) return;
   auto& move = static_cast<pos_s2DPositionChange&>(*data);
   if (id == pos_2DPositionChanging)
     Offer(move, place);
@@ -179,34 +160,33 @@ void pos_c2DPositionList::ReceiveMessage(unsigned long id, mesg_cSender& sender,
     Follow(move, place);
 }
 
-void pos_c2DPositionList::Offer(pos_s2DPositionChange& move, int place) {
+void pos_c2DPositionList::Offer(pos_s2DPositionChange& move, std::optional<int> place) {
   if (move.Modified || bUnheard()) return;
   pos_sPosListChange change(*this, *this);
-  if (place == of_center) {
+  if (place)
+    change.NewList.Replace(*place, move.NewPosition);
+  else
     change.NewList.MoveAll(move.NewPosition - move.OldPosition);
-  } else {
-    change.NewList.Replace(place, move.NewPosition);
-  }
   SendMessage(messages.changing, &change);
   if (!change.Modified) return;
   move.NewPosition = move.OldPosition;
   move.Modified = true;
 }
 
-void pos_c2DPositionList::Follow(const pos_s2DPositionChange& move, int place) {
-  const detail::ScopedValue quiet(reacting_, false);
+void pos_c2DPositionList::Follow(const pos_s2DPositionChange& move, std::optional<int> place) {
+  const auto quiet = center_.Quiet();
   std::unique_ptr<pos_sPosListChange> change;  // made only when somebody is to be told
   if (!bUnheard()) {
     change.reset(new pos_sPosListChange(*this));
-    if (place != of_center) change->OldList.Replace(place, move.OldPosition);
+    if (place) change->OldList.Replace(*place, move.OldPosition);
   }
-  if (place == of_center)
-    MoveAll(move.NewPosition - move.OldPosition);
-  else
+  if (place)
     Recenter();
+  else
+    MoveAll(move.NewPosition - move.OldPosition);
   if (!change) return;
   change->NewList.AppendCopies(*this);
-  change->NewList.center_ = center_;
+  change->NewList.center_.Move(change->NewList, *center_);
   SendMessage(messages.changed, change.get());
 }
 

@@ -1,9 +1,10 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 
 #include <DataStorage/interfaces/list.h>
-#include <DataStorage/positions/axis.h>
+#include <DataStorage/positions/interval.h>
 #include <DataStorage/positions/pos2d.h>
 
 struct pos_sPosListChange;
@@ -49,7 +50,7 @@ class DATASTORAGE_EXPORT pos_c2DPositionList : public list_cPtrList<pos_c2DPosit
   /// Takes linear time.
   int NumberPositions() const noexcept;
   /// The centre, which belongs to the list; moving it moves the list.
-  pos_c2DPosition& Center();
+  pos_c2DPosition& Center() { return center_.GiveOut(*this); }
 
   /// Moves the positions onto those of the source, in order and as far as both lists reach; they keep their
   /// receivers. Throws expt_cUserException when the limits of the list and of its centre do not agree within
@@ -75,6 +76,8 @@ class DATASTORAGE_EXPORT pos_c2DPositionList : public list_cPtrList<pos_c2DPosit
   void ReceiveMessage(unsigned long id, mesg_cSender& sender, mesg_sMessageData* data) override;
 
  private:
+  friend class detail::OwnedCenter<pos_c2DPosition>;
+
   struct BoundingBox {
     detail::CenteredInterval x, y;
   };
@@ -86,14 +89,15 @@ class DATASTORAGE_EXPORT pos_c2DPositionList : public list_cPtrList<pos_c2DPosit
   void AppendCopies(const pos_c2DPositionList& other);
 
   pos_c2DPosition CenterPos() const noexcept;
-  void MoveCenter(const pos_c2DPosition& center);
+  /// Moves the positions until the centre is there.
+  void MoveTo(const pos_c2DPosition& center);
   /// To the middle of the positions; stays where it is when there are none.
   void Recenter();
 
   /// Whether nobody would hear a message of the list.
   bool bUnheard() const noexcept;
-  /// -1 for a position that is not in the list.
-  int PlaceOf(const mesg_cSender& position) const noexcept;
+  /// Nothing for a position that is not in the list.
+  std::optional<int> PlaceOf(const mesg_cSender& position) const noexcept;
   // These change positions, and the centre stays where it is; to the middle it goes when a receiver throws in
   // ForEach.
   void Replace(int place, const pos_c2DPosition& position);
@@ -101,15 +105,14 @@ class DATASTORAGE_EXPORT pos_c2DPositionList : public list_cPtrList<pos_c2DPosit
   void ForEach(Function function);
   void MoveAll(const pos_c2DPosition& by);
 
-  void Offer(pos_s2DPositionChange& move, int place);
-  void Follow(const pos_s2DPositionChange& move, int place);
+  // The move of the position at a place, or without one of the centre.
+  void Offer(pos_s2DPositionChange& move, std::optional<int> place);
+  void Follow(const pos_s2DPositionChange& move, std::optional<int> place);
   template <class Adopt>
   void Negotiate(const pos_c2DPositionList& source, Adopt adopt);
 
-  bool reacting_ = true;  // false while the list itself moves its centre or its positions
-  pos_c2DPosition center_;
-  bool attached_ = false;  // to the centre: from the first Center() on, before which nobody else can move it
-  unsigned generation_ = 0;  // changes when the positions are deleted
+  detail::OwnedCenter<pos_c2DPosition> center_;  // quiet also while the list moves its positions
+  unsigned generation_ = 0;                      // changes when the positions are deleted
   mutable BoundingBox box_{};
   mutable bool boxed_ = false;  // the box is that of all positions; each of them clears it when it changes
 };

@@ -18,44 +18,12 @@ rnge_c1DRange::rnge_c1DRange(const rnge_c1DIndexRange& indices, const cal_c1DArr
           detail::Interval{cal.PositionX(indices.StartIndexX()), cal.PositionX(indices.EndIndexX())}) {}
 
 rnge_c1DRange& rnge_c1DRange::operator=(const rnge_c1DRange& other) {
-  if (this != &other) SetRange(other.start_, other.end_);
+  if (this != &other) SetRange(other.StartX(), other.EndX());
   return *this;
 }
 
-pos_c1DPosition& rnge_c1DRange::Center() {
-  if (!attached_) center_.AddReceiver(*this, 0xFFFF);
-  attached_ = true;
-  return center_;
-}
-
-void rnge_c1DRange::MoveCenter(const pos_c1DPosition& center) {
-  if (!detail::bExactly(*this)) Center();  // a derived range may want to hear of it
-  const detail::ScopedValue updating(updating_, true);
-  if (center_ == center && !center_.bHasReceiversBeside(*this)) center_.x_ = center.x_;  // the sign of a zero
-  center_ = center;
-}
-
 void rnge_c1DRange::SetRange(double a, double b) {
-  if (a == start_ && b == end_) {
-    if (bHasReceivers() || center_.bHasReceiversBeside(*this)) return;
-    start_ = a;  // the same but for the signs of zeros
-    end_ = b;
-    if (const pos_c1DPosition center((a + b) * 0.5); center == center_) MoveCenter(center);
-    return;
-  }
-  const pos_c1DPosition oldCenter = center_;
-  rnge_s1DRangeChange change(*this, {a, b});
-  const auto fit = [&] {
-    const pos_c1DPosition wanted = change.NewRange.center_;
-    MoveCenter(wanted);
-    if (!detail::bSameCoordinate(center_.X(), wanted.X())) change.NewRange.SetCenter(center_.X());
-  };
-  const auto undo = [&] { MoveCenter(oldCenter); };
-  const auto adopt = [&] {
-    start_ = change.NewRange.start_;
-    end_ = change.NewRange.end_;
-  };
-  if (!detail::Negotiate(*this, messages, change, fit, undo, adopt))
+  if (!detail::RangeChange::Set<rnge_s1DRangeChange>(*this, detail::Interval{a, b}, messages))
     source_file.ThrowUserError("1D range limit incompatible with center limit.");
 }
 
@@ -70,25 +38,14 @@ void rnge_c1DRange::SetSizeX(double size) {
 }
 
 void rnge_c1DRange::ReceiveMessage(unsigned long id, mesg_cSender& sender, mesg_sMessageData* data) {
-  if (updating_ || &sender != &center_ || (id != pos_1DPositionChanging && id != pos_1DPositionChanged))
-    return;
-  auto& move = static_cast<pos_s1DPositionChange&>(*data);
-  const double d = move.NewPosition.X() - move.OldPosition.X();
-  rnge_s1DRangeChange change(*this, {start_ + d, end_ + d});
-  if (id == pos_1DPositionChanged) {
-    start_ += d;
-    end_ += d;
-    SendMessage(messages.changed, &change);
-  } else if (!move.Modified) {
-    SendMessage(messages.changing, &change);
-    if (!change.Modified) return;
-    move.NewPosition.SetX(change.NewRange.CenterX());
-    move.Modified = true;
-  }
+  if (center_.bQuiet() || !center_.bSends(sender)) return;
+  if (id != pos_1DPositionChanging && id != pos_1DPositionChanged) return;
+  detail::RangeChange::Follow<rnge_s1DRangeChange>(*this, static_cast<pos_s1DPositionChange&>(*data),
+                                                   id == pos_1DPositionChanged, messages);
 }
 
 rnge_c1DRange rnge_c1DRange::operator&(const rnge_c1DRange& other) const noexcept {
-  const auto both = detail::Overlap(Ends(), other.Ends());
+  const auto both = detail::Overlap(values_, other.values_);
   return both ? rnge_c1DRange(*both) : Null;
 }
 
@@ -104,4 +61,4 @@ rnge_c1DRange operator|(const pos_c1DPosition& position, const rnge_c1DRange& ra
 
 rnge_c1DIndexRange::rnge_c1DIndexRange(const rnge_c1DRange& range, const cal_c1DArrayCal& cal,
                                        rnge_eIndexSelect select) noexcept
-    : rnge_c1DIndexRange(detail::SelectIndices(range.StartX(), range.EndX(), cal.AxisX(), select)) {}
+    : span_(detail::SelectIndices(range.StartX(), range.EndX(), cal.AxisX(), select)) {}

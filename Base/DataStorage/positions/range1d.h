@@ -2,6 +2,7 @@
 
 #include <DataStorage/calibration/arraycal.h>
 #include <DataStorage/positions/axis.h>
+#include <DataStorage/positions/interval.h>
 #include <DataStorage/positions/pos1d.h>
 
 class rnge_c1DIndexRange;
@@ -27,9 +28,9 @@ class DATASTORAGE_EXPORT rnge_c1DRange : public detail::Persistent<rnge_c1DRange
     double Xmin = 0;  ///< the start
     double Xmax = 0;  ///< the end
     /// The atoms, in the order in which they are written.
-    static constexpr auto Fields() {
-      return std::tuple(Atom(rnge_XminTag, rnge_XminString, &sRangeData::Xmin),
-                        Atom(rnge_XmaxTag, rnge_XmaxString, &sRangeData::Xmax));
+    static auto Fields(auto& record) {
+      return std::tuple(detail::Atom(rnge_XminTag, rnge_XminString, record.Xmin),
+                        detail::Atom(rnge_XmaxTag, rnge_XmaxString, record.Xmax));
     }
   };
 
@@ -39,25 +40,25 @@ class DATASTORAGE_EXPORT rnge_c1DRange : public detail::Persistent<rnge_c1DRange
 
   /// Between two positions in any order.
   constexpr rnge_c1DRange(double a = 0, double b = 0) noexcept
-      : rnge_c1DRange({b < a ? b : a, b < a ? a : b}, (a + b) * 0.5) {}
+      : rnge_c1DRange(detail::Interval::Between(a, b)) {}
   /// The cells of the indices. With a negative delta the start lies above the end: such a range contains
   /// nothing and equals nothing, not even itself.
   rnge_c1DRange(const rnge_c1DIndexRange& indices, const cal_c1DArrayCal& cal) noexcept;
   /// Without the receivers, also those of the centre.
-  rnge_c1DRange(const rnge_c1DRange& other) noexcept : rnge_c1DRange(other.Ends(), other.CenterX()) {}
+  rnge_c1DRange(const rnge_c1DRange& other) noexcept : rnge_c1DRange(other.values_, other.CenterX()) {}
   /// A change like any other, with messages and limits.
   rnge_c1DRange& operator=(const rnge_c1DRange& other);
 
   /// An end, the distance between the two, or the middle.
-  double StartX() const noexcept { return start_; }
-  double EndX() const noexcept { return end_; }
-  double SizeX() const noexcept { return end_ - start_; }
-  double CenterX() const noexcept { return center_.X(); }
+  double StartX() const noexcept { return values_.start; }
+  double EndX() const noexcept { return values_.end; }
+  double SizeX() const noexcept { return values_.Size(); }
+  double CenterX() const noexcept { return center_->X(); }
 
   /// The centre, which belongs to the range; moving it moves the range.
-  pos_c1DPosition& Center();
+  pos_c1DPosition& Center() { return center_.GiveOut(*this); }
   /// The distance from the start of the other range to that of this one.
-  double OffsetX(const rnge_c1DRange& other) const noexcept { return start_ - other.start_; }
+  double OffsetX(const rnge_c1DRange& other) const noexcept { return StartX() - other.StartX(); }
 
   /// Changes both ends, given in any order; ends that are the same already are left alone, as SetX does.
   /// Throws expt_cUserException when the limits of the range and of its centre do not agree within 10
@@ -69,17 +70,17 @@ class DATASTORAGE_EXPORT rnge_c1DRange : public detail::Persistent<rnge_c1DRange
   void SetSizeX(double size);
 
   /// Both ends count as inside, with a tolerance of size x 1e-9; not-a-number is outside.
-  type_cBoolean Contains(double x) const noexcept { return Ends().bContains(x); }
+  type_cBoolean Contains(double x) const noexcept { return values_.bContains(x); }
   type_cBoolean Contains(const pos_c1DPosition& position) const noexcept { return Contains(position.X()); }
   type_cBoolean Contains(const rnge_c1DRange& other) const noexcept {
-    return Contains(other.start_) && Contains(other.end_);
+    return Contains(other.StartX()) && Contains(other.EndX());
   }
   /// Whether there is a position in both, ends and tolerance included.
   type_cBoolean Intersects(const rnge_c1DRange& other) const noexcept {
-    return other.Contains(*this) || Contains(other.start_) || Contains(other.end_);
+    return other.Contains(*this) || Contains(other.StartX()) || Contains(other.EndX());
   }
   /// With the tolerance that Contains has.
-  int operator==(const rnge_c1DRange& other) const noexcept { return Ends().bEquals(other.Ends()); }
+  int operator==(const rnge_c1DRange& other) const noexcept { return values_.bEquals(other.values_); }
   int operator!=(const rnge_c1DRange& other) const noexcept { return !(*this == other); }
   /// What both ranges hold; a copy of `Null` when that is nothing.
   rnge_c1DRange operator&(const rnge_c1DRange& other) const noexcept;
@@ -91,28 +92,33 @@ class DATASTORAGE_EXPORT rnge_c1DRange : public detail::Persistent<rnge_c1DRange
 
  private:
   friend class detail::Persistent<rnge_c1DRange>;
+  friend class detail::OwnedCenter<pos_c1DPosition>;
+  friend struct detail::RangeChange;
+
   /// The ends in this order.
   constexpr explicit rnge_c1DRange(const detail::Interval& ends) noexcept
-      : rnge_c1DRange(ends, (ends.start + ends.end) * 0.5) {}
+      : rnge_c1DRange(ends, ends.Middle()) {}
   constexpr rnge_c1DRange(const detail::Interval& ends, double center) noexcept
-      : start_(ends.start), end_(ends.end), center_(center) {}
+      : values_(ends), center_(center) {}
 
-  void MoveCenter(const pos_c1DPosition& center);
-  detail::Interval Ends() const noexcept { return {start_, end_}; }
+  // What detail::RangeChange and detail::OwnedCenter work with.
+  static rnge_c1DRange Proposal(const detail::Interval& ends) noexcept { return {ends.start, ends.end}; }
+  detail::Interval ValuesMoved(const pos_c1DPosition& by) const noexcept {
+    return {StartX() + by.X(), EndX() + by.X()};
+  }
+  pos_c1DPosition Middle() const noexcept { return CenterX(); }
+  void MoveTo(const pos_c1DPosition& center) { SetCenter(center.X()); }
 
   sRangeData ToRecord() const {
     sRangeData record;
-    record.Xmin = start_;
-    record.Xmax = end_;
+    record.Xmin = StartX();
+    record.Xmax = EndX();
     return record;
   }
   void FromRecord(const sRangeData& record) { SetRange(record.Xmin, record.Xmax); }
 
-  double start_;
-  double end_;
-  pos_c1DPosition center_;
-  bool updating_ = false;  // the range itself is moving its centre
-  bool attached_ = false;  // to the centre: from the first Center() on, before which nobody else can move it
+  detail::Interval values_;
+  detail::OwnedCenter<pos_c1DPosition> center_;
 };
 
 extern template class detail::Persistent<rnge_c1DRange>;
@@ -134,7 +140,7 @@ struct DATASTORAGE_EXPORT rnge_s1DRangeChange : public mesg_sMessageData {
   rnge_s1DRangeChange& operator=(const rnge_s1DRangeChange&) = default;
 
  private:
-  friend class rnge_c1DRange;
+  friend struct detail::RangeChange;
   rnge_s1DRangeChange(const rnge_c1DRange& from, const rnge_c1DRange& to) noexcept
       : OldRange(from), NewRange(to) {}
   ~rnge_s1DRangeChange() override;
@@ -148,7 +154,7 @@ class DATASTORAGE_EXPORT rnge_c1DIndexRange : public tgio_cTaggedStreamObject {
   static const rnge_c1DIndexRange Null;
 
   /// Two indices in any order.
-  constexpr rnge_c1DIndexRange(int a = 0, int b = 0) noexcept : start_(b < a ? b : a), end_(b < a ? a : b) {}
+  constexpr rnge_c1DIndexRange(int a = 0, int b = 0) noexcept : span_(detail::IndexSpan::Between(a, b)) {}
   /// The cells of a calibrated axis that a range selects. The end may lie before the start, when it selects
   /// none.
   rnge_c1DIndexRange(const rnge_c1DRange& range, const cal_c1DArrayCal& cal,
@@ -156,27 +162,22 @@ class DATASTORAGE_EXPORT rnge_c1DIndexRange : public tgio_cTaggedStreamObject {
 
   /// The first index, the one behind the last, or how many there are (negative when the end lies before the
   /// start).
-  int StartIndexX() const noexcept { return start_; }
-  int EndIndexX() const noexcept { return end_; }
-  int NumIndicesX() const noexcept { return detail::SubtractIndices(end_, start_); }
+  int StartIndexX() const noexcept { return span_.start; }
+  int EndIndexX() const noexcept { return span_.end; }
+  int NumIndicesX() const noexcept { return span_.Count(); }
 
   /// The start belongs to the range, the end does not.
-  type_cBoolean Contains(int index) const noexcept { return start_ <= index && index < end_; }
+  type_cBoolean Contains(int index) const noexcept { return span_.bContains(index); }
   /// The range that lies `n` indices further on.
   rnge_c1DIndexRange Shift(int n) const noexcept {
-    return {detail::AddIndices(start_, n), detail::AddIndices(end_, n)};
+    return {detail::AddIndices(span_.start, n), detail::AddIndices(span_.end, n)};
   }
   /// Whether both ends are the same.
-  int operator==(const rnge_c1DIndexRange& other) const noexcept {
-    return start_ == other.start_ && end_ == other.end_;
-  }
+  int operator==(const rnge_c1DIndexRange& other) const noexcept { return span_ == other.span_; }
   int operator!=(const rnge_c1DIndexRange& other) const noexcept { return !(*this == other); }
   /// Whether this is the object `Null` itself.
   type_cBoolean IsNull() const noexcept { return this == &Null; }
 
  private:
-  explicit rnge_c1DIndexRange(const detail::IndexSpan& span) noexcept : start_(span.start), end_(span.end) {}
-
-  int start_;
-  int end_;
+  detail::IndexSpan span_;
 };

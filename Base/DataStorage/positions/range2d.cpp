@@ -17,124 +17,57 @@ template class detail::Persistent<rnge_c2DRange>;
 rnge_s2DRangeChange::~rnge_s2DRangeChange() = default;
 
 rnge_c2DRange::rnge_c2DRange(const rnge_c2DIndexRange& indices, const cal_c2DArrayCal& cal) noexcept
-    : rnge_c2DRange(FromTo(cal.PositionX(indices.StartIndexX()), cal.PositionX(indices.EndIndexX())),
-                    FromTo(cal.PositionY(indices.StartIndexY()), cal.PositionY(indices.EndIndexY()))) {}
-
-rnge_c2DRange& rnge_c2DRange::operator=(const rnge_c2DRange& other) {
-  if (this != &other) SetRange(other.xcenter_, other.ycenter_, other.xwidth_, other.ywidth_, other.angle_);
-  return *this;
-}
-
-pos_c2DPosition& rnge_c2DRange::Center() {
-  if (!attached_) center_.AddReceiver(*this, 0xFFFF);
-  attached_ = true;
-  return center_;
-}
-
-void rnge_c2DRange::MoveCenter(const pos_c2DPosition& center) {
-  if (!detail::bExactly(*this)) Center();  // a derived range may want to hear of it
-  const detail::ScopedValue updating(updating_, true);
-  if (center_ == center && !center_.bHasReceiversBeside(*this))
-    center_.Take(center.X(), center.Y());  // the signs of zeros
-  center_ = center;
-}
+    : rnge_c2DRange(detail::Rectangle{
+          FromTo(cal.PositionX(indices.StartIndexX()), cal.PositionX(indices.EndIndexX())),
+          FromTo(cal.PositionY(indices.StartIndexY()), cal.PositionY(indices.EndIndexY())), 0.0}) {}
 
 void rnge_c2DRange::SetRange(double xcenter, double ycenter, double xwidth, double ywidth, double angle) {
-  if (xcenter == xcenter_ && ycenter == ycenter_ && xwidth == xwidth_ && ywidth == ywidth_ &&
-      angle == angle_) {
-    if (bHasReceivers() || center_.bHasReceiversBeside(*this)) return;
-    xcenter_ = xcenter;  // the same but for the signs of zeros
-    ycenter_ = ycenter;
-    xwidth_ = xwidth;
-    ywidth_ = ywidth;
-    angle_ = angle;
-    if (const pos_c2DPosition center(xcenter, ycenter); center == center_) MoveCenter(center);
-    return;
-  }
-  const pos_c2DPosition oldCenter = center_;
-  rnge_s2DRangeChange change(*this, {xcenter, ycenter, xwidth, ywidth, angle});
-  const auto fit = [&] {
-    const pos_c2DPosition wanted = change.NewRange.center_;
-    MoveCenter(wanted);
-    if (!detail::bSameCoordinate(center_.X(), wanted.X()) ||
-        !detail::bSameCoordinate(center_.Y(), wanted.Y()))
-      change.NewRange.SetCenter(center_.X(), center_.Y());
-  };
-  const auto undo = [&] { MoveCenter(oldCenter); };
-  const auto adopt = [&] {
-    xcenter_ = change.NewRange.xcenter_;
-    ycenter_ = change.NewRange.ycenter_;
-    xwidth_ = change.NewRange.xwidth_;
-    ywidth_ = change.NewRange.ywidth_;
-    angle_ = change.NewRange.angle_;
-  };
-  if (!detail::Negotiate(*this, messages, change, fit, undo, adopt))
+  if (!detail::RangeChange::Set<rnge_s2DRangeChange>(
+          *this, detail::Rectangle{{xcenter, xwidth}, {ycenter, ywidth}, angle}, messages))
     source_file.ThrowUserError("2D range limit incompatible with center limit.");
 }
 
-void rnge_c2DRange::SetRange(double x1, double y1, double x2, double y2) {
-  const rnge_c2DRange range(x1, y1, x2, y2);
-  SetRange(range.xcenter_, range.ycenter_, range.xwidth_, range.ywidth_, 0.0);
-}
-void rnge_c2DRange::SetSize(double xwidth, double ywidth) {
-  SetRange(xcenter_, ycenter_, xwidth, ywidth, angle_);
-}
-void rnge_c2DRange::SetCenter(double x, double y) { SetRange(x, y, xwidth_, ywidth_, angle_); }
-void rnge_c2DRange::SetAngle(double angle) { SetRange(xcenter_, ycenter_, xwidth_, ywidth_, angle); }
-void rnge_c2DRange::Move(double dx, double dy) { SetCenter(xcenter_ + dx, ycenter_ + dy); }
-
 void rnge_c2DRange::ReceiveMessage(unsigned long id, mesg_cSender& sender, mesg_sMessageData* data) {
-  if (updating_ || &sender != &center_ || (id != pos_2DPositionChanging && id != pos_2DPositionChanged))
-    return;
-  auto& move = static_cast<pos_s2DPositionChange&>(*data);
-  const pos_c2DPosition d = move.NewPosition - move.OldPosition;
-  rnge_s2DRangeChange change(*this, {xcenter_ + d.X(), ycenter_ + d.Y(), xwidth_, ywidth_, angle_});
-  if (id == pos_2DPositionChanged) {
-    xcenter_ += d.X();
-    ycenter_ += d.Y();
-    SendMessage(messages.changed, &change);
-  } else if (!move.Modified) {
-    SendMessage(messages.changing, &change);
-    if (!change.Modified) return;
-    move.NewPosition.SetPosition(change.NewRange.xcenter_, change.NewRange.ycenter_);
-    move.Modified = true;
-  }
+  if (center_.bQuiet() || !center_.bSends(sender)) return;
+  if (id != pos_2DPositionChanging && id != pos_2DPositionChanged) return;
+  detail::RangeChange::Follow<rnge_s2DRangeChange>(*this, static_cast<pos_s2DPositionChange&>(*data),
+                                                   id == pos_2DPositionChanged, messages);
 }
 
 double rnge_c2DRange::Top() const noexcept {
-  if (bAxisAligned()) return SideY().End();
-  return ycenter_ + 0.5 * (ywidth_ * std::cos(angle_) + xwidth_ * std::sin(angle_));
+  if (bAxisAligned()) return values_.y.End();
+  return CenterY() + 0.5 * (SizeY() * std::cos(Angle()) + SizeX() * std::sin(Angle()));
 }
 double rnge_c2DRange::Bottom() const noexcept {
-  if (bAxisAligned()) return SideY().Start();
-  return ycenter_ - 0.5 * (ywidth_ * std::cos(angle_) + xwidth_ * std::sin(angle_));
+  if (bAxisAligned()) return values_.y.Start();
+  return CenterY() - 0.5 * (SizeY() * std::cos(Angle()) + SizeX() * std::sin(Angle()));
 }
 double rnge_c2DRange::Left() const noexcept {
-  if (bAxisAligned()) return SideX().Start();
-  return xcenter_ - 0.5 * (ywidth_ * std::sin(angle_) + xwidth_ * std::cos(angle_));
+  if (bAxisAligned()) return values_.x.Start();
+  return CenterX() - 0.5 * (SizeY() * std::sin(Angle()) + SizeX() * std::cos(Angle()));
 }
 double rnge_c2DRange::Right() const noexcept {
-  if (bAxisAligned()) return SideX().End();
-  return xcenter_ + 0.5 * (ywidth_ * std::sin(angle_) + xwidth_ * std::cos(angle_));
+  if (bAxisAligned()) return values_.x.End();
+  return CenterX() + 0.5 * (SizeY() * std::sin(Angle()) + SizeX() * std::cos(Angle()));
 }
 double rnge_c2DRange::TopX() const noexcept {
-  return bAxisAligned() ? Left() : Left() + xwidth_ * std::cos(angle_);
+  return bAxisAligned() ? Left() : Left() + SizeX() * std::cos(Angle());
 }
 double rnge_c2DRange::LeftY() const noexcept {
-  return bAxisAligned() ? Bottom() : Bottom() + ywidth_ * std::cos(angle_);
+  return bAxisAligned() ? Bottom() : Bottom() + SizeY() * std::cos(Angle());
 }
 double rnge_c2DRange::BottomX() const noexcept {
-  return bAxisAligned() ? Right() : Right() - xwidth_ * std::cos(angle_);
+  return bAxisAligned() ? Right() : Right() - SizeX() * std::cos(Angle());
 }
 double rnge_c2DRange::RightY() const noexcept {
-  return bAxisAligned() ? Top() : Top() - ywidth_ * std::cos(angle_);
+  return bAxisAligned() ? Top() : Top() - SizeY() * std::cos(Angle());
 }
 
 type_cBoolean rnge_c2DRange::Contains(double x, double y) const noexcept {
-  if (bAxisAligned()) return SideX().bContains(x) && SideY().bContains(y);
-  const double dx = x - xcenter_, dy = y - ycenter_, c = std::cos(angle_), s = std::sin(angle_);
+  if (bAxisAligned()) return values_.x.bContains(x) && values_.y.bContains(y);
+  const double dx = x - CenterX(), dy = y - CenterY(), c = std::cos(Angle()), s = std::sin(Angle());
   const double u = dx * c + dy * s, v = -dx * s + dy * c;
-  return -xwidth_ / 2 <= u && u <= xwidth_ / 2 && -ywidth_ / 2 <= v && v <= ywidth_ / 2;
+  return -SizeX() / 2 <= u && u <= SizeX() / 2 && -SizeY() / 2 <= v && v <= SizeY() / 2;
 }
 
 type_cBoolean rnge_c2DRange::Contains(const rnge_c2DRange& other) const noexcept {
@@ -147,21 +80,21 @@ type_cBoolean rnge_c2DRange::Intersects(const rnge_c2DRange& other) const noexce
 }
 
 int rnge_c2DRange::operator==(const rnge_c2DRange& other) const noexcept {
-  return SideX().bEquals(other.SideX()) && SideY().bEquals(other.SideY()) &&
-         std::abs(angle_ - other.angle_) < 1e-6;
+  return values_.x.bEquals(other.values_.x) && values_.y.bEquals(other.values_.y) &&
+         std::abs(Angle() - other.Angle()) < 1e-6;
 }
 
 rnge_c2DRange rnge_c2DRange::operator&(const rnge_c2DRange& other) const noexcept {
   if (!bAxisAligned() || !other.bAxisAligned()) return Null;
-  const auto x = detail::Overlap(SideX().Ends(), other.SideX().Ends());
-  const auto y = detail::Overlap(SideY().Ends(), other.SideY().Ends());
+  const auto x = detail::Overlap(values_.x.Ends(), other.values_.x.Ends());
+  const auto y = detail::Overlap(values_.y.Ends(), other.values_.y.Ends());
   if (!x || !y) return Null;
   return {x->start, y->start, x->end, y->end};
 }
 
 rnge_c2DRange operator|(const rnge_c2DRange& a, const rnge_c2DRange& b) noexcept {
   if (!a.bAxisAligned() || !b.bAxisAligned()) return rnge_c2DRange::Null;
-  return {a.SideX().Hull(b.SideX()), a.SideY().Hull(b.SideY())};
+  return rnge_c2DRange(detail::Rectangle{a.values_.x.Hull(b.values_.x), a.values_.y.Hull(b.values_.y), 0.0});
 }
 rnge_c2DRange operator|(const rnge_c2DRange& range, const pos_c2DPosition& position) noexcept {
   return range | rnge_c2DRange(position.X(), position.Y(), 0, 0, 0);
@@ -171,11 +104,6 @@ rnge_c2DRange operator|(const pos_c2DPosition& position, const rnge_c2DRange& ra
 }
 
 rnge_c2DIndexRange::rnge_c2DIndexRange(const rnge_c2DRange& range, const cal_c2DArrayCal& cal,
-                                       rnge_eIndexSelect select) noexcept {
-  const auto x = detail::SelectIndices(range.Left(), range.Right(), cal.AxisX(), select);
-  const auto y = detail::SelectIndices(range.Bottom(), range.Top(), cal.AxisY(), select);
-  startX_ = x.start;
-  startY_ = y.start;
-  endX_ = x.end;
-  endY_ = y.end;
-}
+                                       rnge_eIndexSelect select) noexcept
+    : x_(detail::SelectIndices(range.Left(), range.Right(), cal.AxisX(), select)),
+      y_(detail::SelectIndices(range.Bottom(), range.Top(), cal.AxisY(), select)) {}

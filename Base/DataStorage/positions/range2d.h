@@ -4,6 +4,7 @@
 
 #include <DataStorage/calibration/arraycal.h>
 #include <DataStorage/positions/axis.h>
+#include <DataStorage/positions/interval.h>
 #include <DataStorage/positions/pos2d.h>
 #include <DataStorage/positions/range1d.h>
 
@@ -31,12 +32,12 @@ class DATASTORAGE_EXPORT rnge_c2DRange : public detail::Persistent<rnge_c2DRange
     double Ywidth = 0;   ///< along v
     double Angle = 0;    ///< in radians
     /// The atoms, in the order in which they are written.
-    static constexpr auto Fields() {
-      return std::tuple(Atom(rnge_XcenterTag, rnge_XcenterString, &sRangeData::Xcenter),
-                        Atom(rnge_YcenterTag, rnge_YcenterString, &sRangeData::Ycenter),
-                        Atom(rnge_XwidthTag, rnge_XwidthString, &sRangeData::Xwidth),
-                        Atom(rnge_YwidthTag, rnge_YwidthString, &sRangeData::Ywidth),
-                        Atom(rnge_AngleTag, rnge_AngleString, &sRangeData::Angle));
+    static auto Fields(auto& record) {
+      return std::tuple(detail::Atom(rnge_XcenterTag, rnge_XcenterString, record.Xcenter),
+                        detail::Atom(rnge_YcenterTag, rnge_YcenterString, record.Ycenter),
+                        detail::Atom(rnge_XwidthTag, rnge_XwidthString, record.Xwidth),
+                        detail::Atom(rnge_YwidthTag, rnge_YwidthString, record.Ywidth),
+                        detail::Atom(rnge_AngleTag, rnge_AngleString, record.Angle));
     }
   };
 
@@ -46,23 +47,20 @@ class DATASTORAGE_EXPORT rnge_c2DRange : public detail::Persistent<rnge_c2DRange
 
   /// Between two opposite corners, in any order.
   constexpr rnge_c2DRange(double x1 = 0, double y1 = 0, double x2 = 0, double y2 = 0) noexcept
-      : rnge_c2DRange(detail::CenteredInterval::Between(x1, x2), detail::CenteredInterval::Between(y1, y2)) {}
+      : rnge_c2DRange(Corners(x1, y1, x2, y2)) {}
   /// The five values as they are, negative widths too.
   constexpr rnge_c2DRange(double xcenter, double ycenter, double xwidth, double ywidth, double angle) noexcept
-      : xcenter_(xcenter),
-        ycenter_(ycenter),
-        xwidth_(xwidth),
-        ywidth_(ywidth),
-        angle_(angle),
-        center_(xcenter, ycenter) {}
+      : rnge_c2DRange(detail::Rectangle{{xcenter, xwidth}, {ycenter, ywidth}, angle}) {}
   /// The cells of the indices. With a negative delta the width is negative: such a range contains nothing and
   /// equals nothing, not even itself.
   rnge_c2DRange(const rnge_c2DIndexRange& indices, const cal_c2DArrayCal& cal) noexcept;
   /// Without the receivers, also those of the centre.
-  rnge_c2DRange(const rnge_c2DRange& other) noexcept
-      : rnge_c2DRange(other.xcenter_, other.ycenter_, other.xwidth_, other.ywidth_, other.angle_) {}
+  rnge_c2DRange(const rnge_c2DRange& other) noexcept : rnge_c2DRange(other.values_) {}
   /// A change like any other, with messages and limits.
-  rnge_c2DRange& operator=(const rnge_c2DRange& other);
+  rnge_c2DRange& operator=(const rnge_c2DRange& other) {
+    if (this != &other) SetValues(other.values_);
+    return *this;
+  }
 
   /// Changes everything at once; values that are the same already are left alone, as SetPosition does. Throws
   /// expt_cUserException when the limits of the range and of its centre do not agree within 10 attempts; the
@@ -70,25 +68,25 @@ class DATASTORAGE_EXPORT rnge_c2DRange : public detail::Persistent<rnge_c2DRange
   /// here.
   virtual void SetRange(double xcenter, double ycenter, double xwidth, double ywidth, double angle);
   /// Between two opposite corners, in any order; the angle becomes 0.
-  void SetRange(double x1, double y1, double x2, double y2);
+  void SetRange(double x1, double y1, double x2, double y2) { SetValues(Corners(x1, y1, x2, y2)); }
 
   /// Changes some of the five values; the others stay. Move adds to the centre.
-  void SetSize(double xwidth, double ywidth);
-  void SetCenter(double x, double y);
-  void SetAngle(double angle);
-  void Move(double dx, double dy);
+  void SetSize(double xwidth, double ywidth) { SetRange(CenterX(), CenterY(), xwidth, ywidth, Angle()); }
+  void SetCenter(double x, double y) { SetRange(x, y, SizeX(), SizeY(), Angle()); }
+  void SetAngle(double angle) { SetRange(CenterX(), CenterY(), SizeX(), SizeY(), angle); }
+  void Move(double dx, double dy) { SetCenter(CenterX() + dx, CenterY() + dy); }
 
   /// One of the five values.
-  double CenterX() const noexcept { return xcenter_; }
-  double CenterY() const noexcept { return ycenter_; }
-  double SizeX() const noexcept { return xwidth_; }
-  double SizeY() const noexcept { return ywidth_; }
-  double Angle() const noexcept { return angle_; }
+  double CenterX() const noexcept { return values_.x.center; }
+  double CenterY() const noexcept { return values_.y.center; }
+  double SizeX() const noexcept { return values_.x.width; }
+  double SizeY() const noexcept { return values_.y.width; }
+  double Angle() const noexcept { return values_.angle; }
 
   /// The centre, which belongs to the range; moving it moves the range.
-  pos_c2DPosition& Center();
+  pos_c2DPosition& Center() { return center_.GiveOut(*this); }
   /// Whether the sides run along the axes.
-  bool bAxisAligned() const noexcept { return std::abs(angle_) < DBL_MIN; }
+  bool bAxisAligned() const noexcept { return std::abs(Angle()) < DBL_MIN; }
 
   /// A coordinate of a corner. The corners are named for angles from 0 to pi / 2: (TopX, Top) is the one at
   /// (+u, +v) of the rectangle's frame, (Left, LeftY) at (-u, +v), (BottomX, Bottom) at (-u, -v), (Right,
@@ -139,38 +137,42 @@ class DATASTORAGE_EXPORT rnge_c2DRange : public detail::Persistent<rnge_c2DRange
 
  private:
   friend class detail::Persistent<rnge_c2DRange>;
-  constexpr rnge_c2DRange(const detail::CenteredInterval& x, const detail::CenteredInterval& y) noexcept
-      : rnge_c2DRange(x.center, y.center, x.width, y.width, 0.0) {}
-
-  void MoveCenter(const pos_c2DPosition& center);
-
-  // The sides of a range whose angle is zero.
-  detail::CenteredInterval SideX() const noexcept { return {xcenter_, xwidth_}; }
-  detail::CenteredInterval SideY() const noexcept { return {ycenter_, ywidth_}; }
-
+  friend class detail::OwnedCenter<pos_c2DPosition>;
+  friend struct detail::RangeChange;
   friend DATASTORAGE_EXPORT rnge_c2DRange operator|(const rnge_c2DRange& a, const rnge_c2DRange& b) noexcept;
+
+  constexpr explicit rnge_c2DRange(const detail::Rectangle& values) noexcept
+      : values_(values), center_(values.x.center, values.y.center) {}
+  static constexpr detail::Rectangle Corners(double x1, double y1, double x2, double y2) noexcept {
+    return {detail::CenteredInterval::Between(x1, x2), detail::CenteredInterval::Between(y1, y2), 0.0};
+  }
+  void SetValues(const detail::Rectangle& values) {
+    SetRange(values.x.center, values.y.center, values.x.width, values.y.width, values.angle);
+  }
+
+  // What detail::RangeChange and detail::OwnedCenter work with.
+  static rnge_c2DRange Proposal(const detail::Rectangle& values) noexcept { return rnge_c2DRange(values); }
+  detail::Rectangle ValuesMoved(const pos_c2DPosition& by) const noexcept {
+    return {{CenterX() + by.X(), SizeX()}, {CenterY() + by.Y(), SizeY()}, Angle()};
+  }
+  pos_c2DPosition Middle() const noexcept { return {CenterX(), CenterY()}; }
+  void MoveTo(const pos_c2DPosition& center) { SetCenter(center.X(), center.Y()); }
 
   sRangeData ToRecord() const {
     sRangeData record;
-    record.Xcenter = xcenter_;
-    record.Ycenter = ycenter_;
-    record.Xwidth = xwidth_;
-    record.Ywidth = ywidth_;
-    record.Angle = angle_;
+    record.Xcenter = CenterX();
+    record.Ycenter = CenterY();
+    record.Xwidth = SizeX();
+    record.Ywidth = SizeY();
+    record.Angle = Angle();
     return record;
   }
   void FromRecord(const sRangeData& record) {
     SetRange(record.Xcenter, record.Ycenter, record.Xwidth, record.Ywidth, record.Angle);
   }
 
-  double xcenter_;
-  double ycenter_;
-  double xwidth_;
-  double ywidth_;
-  double angle_;
-  pos_c2DPosition center_;  // mirrors xcenter_ and ycenter_
-  bool updating_ = false;   // the range itself is moving its centre
-  bool attached_ = false;   // to the centre: from the first Center() on, before which nobody else can move it
+  detail::Rectangle values_;
+  detail::OwnedCenter<pos_c2DPosition> center_;
 };
 
 extern template class detail::Persistent<rnge_c2DRange>;
@@ -192,7 +194,7 @@ struct DATASTORAGE_EXPORT rnge_s2DRangeChange : public mesg_sMessageData {
   rnge_s2DRangeChange& operator=(const rnge_s2DRangeChange&) = default;
 
  private:
-  friend class rnge_c2DRange;
+  friend struct detail::RangeChange;
   rnge_s2DRangeChange(const rnge_c2DRange& from, const rnge_c2DRange& to) noexcept
       : OldRange(from), NewRange(to) {}
   ~rnge_s2DRangeChange() override;
@@ -207,10 +209,7 @@ class DATASTORAGE_EXPORT rnge_c2DIndexRange : public tgio_cTaggedStreamObject {
 
   /// Two opposite corners in any order.
   constexpr rnge_c2DIndexRange(int x1 = 0, int y1 = 0, int x2 = 0, int y2 = 0) noexcept
-      : startX_(x2 < x1 ? x2 : x1),
-        startY_(y2 < y1 ? y2 : y1),
-        endX_(x2 < x1 ? x1 : x2),
-        endY_(y2 < y1 ? y1 : y2) {}
+      : x_(detail::IndexSpan::Between(x1, x2)), y_(detail::IndexSpan::Between(y1, y2)) {}
   /// The cells of a calibrated plane that a range selects, between its left and right and between its bottom
   /// and top corner. An end may lie before its start, when it selects none.
   rnge_c2DIndexRange(const rnge_c2DRange& range, const cal_c2DArrayCal& cal,
@@ -218,37 +217,30 @@ class DATASTORAGE_EXPORT rnge_c2DIndexRange : public tgio_cTaggedStreamObject {
 
   /// The first index along that axis, the one behind the last, or how many there are (negative when the end
   /// lies before the start).
-  int StartIndexX() const noexcept { return startX_; }
-  int StartIndexY() const noexcept { return startY_; }
-  int EndIndexX() const noexcept { return endX_; }
-  int EndIndexY() const noexcept { return endY_; }
-  int NumIndicesX() const noexcept { return detail::SubtractIndices(endX_, startX_); }
-  int NumIndicesY() const noexcept { return detail::SubtractIndices(endY_, startY_); }
+  int StartIndexX() const noexcept { return x_.start; }
+  int StartIndexY() const noexcept { return y_.start; }
+  int EndIndexX() const noexcept { return x_.end; }
+  int EndIndexY() const noexcept { return y_.end; }
+  int NumIndicesX() const noexcept { return x_.Count(); }
+  int NumIndicesY() const noexcept { return y_.Count(); }
 
   /// The indices along one axis.
-  rnge_c1DIndexRange IndexRangeX() const noexcept { return {startX_, endX_}; }
-  rnge_c1DIndexRange IndexRangeY() const noexcept { return {startY_, endY_}; }
+  rnge_c1DIndexRange IndexRangeX() const noexcept { return {x_.start, x_.end}; }
+  rnge_c1DIndexRange IndexRangeY() const noexcept { return {y_.start, y_.end}; }
   /// The starts belong to the range, the ends do not.
-  type_cBoolean Contains(int x, int y) const noexcept {
-    return startX_ <= x && x < endX_ && startY_ <= y && y < endY_;
-  }
+  type_cBoolean Contains(int x, int y) const noexcept { return x_.bContains(x) && y_.bContains(y); }
   /// The range that lies (dx, dy) indices further on.
   rnge_c2DIndexRange Shift(int dx, int dy) const noexcept {
-    return {detail::AddIndices(startX_, dx), detail::AddIndices(startY_, dy), detail::AddIndices(endX_, dx),
-            detail::AddIndices(endY_, dy)};
+    return {detail::AddIndices(x_.start, dx), detail::AddIndices(y_.start, dy),
+            detail::AddIndices(x_.end, dx), detail::AddIndices(y_.end, dy)};
   }
   /// Whether all ends are the same.
-  int operator==(const rnge_c2DIndexRange& other) const noexcept {
-    return startX_ == other.startX_ && startY_ == other.startY_ && endX_ == other.endX_ &&
-           endY_ == other.endY_;
-  }
+  int operator==(const rnge_c2DIndexRange& other) const noexcept { return x_ == other.x_ && y_ == other.y_; }
   int operator!=(const rnge_c2DIndexRange& other) const noexcept { return !(*this == other); }
   /// Whether this is the object `Null` itself.
   type_cBoolean IsNull() const noexcept { return this == &Null; }
 
  private:
-  int startX_;
-  int startY_;
-  int endX_;
-  int endY_;
+  detail::IndexSpan x_;
+  detail::IndexSpan y_;
 };
