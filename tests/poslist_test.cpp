@@ -54,6 +54,25 @@ TEST_F(PositionList, KeepsItsCenterInTheMiddleOfTheBoundingBox) {
   EXPECT_THROW(list.AddAtTail(nullptr), expt_cProgramException);
 }
 
+TEST_F(PositionList, OwnsItsPositionsAlsoThroughItsBase) {
+  struct Counted : pos_c2DPosition {
+    explicit Counted(int& count) : count_(count) { ++count_; }
+    ~Counted() override { --count_; }
+    int& count_;
+  };
+  int alive = 0;
+  list_cPtrList<pos_c2DPosition>& base = list;
+  base.InsertAtTail(new pos_c2DPosition(10, 20));
+  base.InsertAtHead(new Counted(alive));
+  EXPECT_EQ(Center(), pos_c2DPosition(5, 10));
+  Point(list, 0).SetPosition(-10, 0);
+  EXPECT_EQ(watcher->Heard(), "oa");
+  EXPECT_EQ(Center(), pos_c2DPosition(0, 10));
+  base.Clear();
+  EXPECT_EQ(list.NumberPositions(), 0);
+  EXPECT_EQ(alive, 0);
+}
+
 TEST_F(PositionList, ComputesTheBoundingBoxFromHeadToTailToTheLastBit) {
   pos_c2DPositionList grown;
   double x = 0.1, y = 1e3;

@@ -5,7 +5,7 @@
 #include <DataStorage/interfaces/export.h>
 
 /// A doubly linked list of pointers. The list does not own what the pointers point at: a class that derives
-/// from it decides that.
+/// from it decides that, and overrides what puts pointers in and takes them out.
 template <class T>
 class DATASTORAGE_EXPORT list_cPtrList {
  public:
@@ -18,11 +18,11 @@ class DATASTORAGE_EXPORT list_cPtrList {
   virtual ~list_cPtrList() = default;
 
   /// Puts a pointer, which may be null, in front of all others.
-  void InsertAtHead(T* p) { pointers_.push_front(p); }
+  virtual void InsertAtHead(T* p) { pointers_.push_front(p); }
   /// Puts it behind them.
-  void InsertAtTail(T* p) { pointers_.push_back(p); }
+  virtual void InsertAtTail(T* p) { pointers_.push_back(p); }
   /// Forgets all pointers.
-  void Clear() noexcept { pointers_.clear(); }
+  virtual void Clear() noexcept { pointers_.clear(); }
 
   /// From head to tail; valid until the list changes.
   const_iterator begin() const noexcept { return pointers_.begin(); }

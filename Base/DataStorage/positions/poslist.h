@@ -45,7 +45,7 @@ class DATASTORAGE_EXPORT pos_c2DPositionList : public list_cPtrList<pos_c2DPosit
   /// The same at the other end.
   void AddAtHead(pos_c2DPosition* position);
   /// Deletes all positions. No messages are sent, and the centre stays where it is.
-  void Clear() noexcept;
+  void Clear() noexcept override;
 
   /// Takes linear time.
   int NumberPositions() const noexcept;
@@ -82,8 +82,9 @@ class DATASTORAGE_EXPORT pos_c2DPositionList : public list_cPtrList<pos_c2DPosit
     detail::CenteredInterval x, y;
   };
 
-  using list_cPtrList::InsertAtHead;
-  using list_cPtrList::InsertAtTail;
+  // Through the base, too, positions become the list's own.
+  void InsertAtHead(pos_c2DPosition* position) override { AddAtHead(position); }
+  void InsertAtTail(pos_c2DPosition* position) override { AddAtTail(position); }
   /// Attaches the list to the position and puts it at the tail; the centre stays.
   void Append(std::unique_ptr<pos_c2DPosition> position);
   void AppendCopies(const pos_c2DPositionList& other);
