@@ -11,7 +11,7 @@
 
 namespace detail {
 struct AxisAtoms;
-}
+}  // namespace detail
 
 /// The calibration of one axis: maps the indices of array elements to physical positions. Every index step is
 /// the same distance `delta`; the reference element, at index `calIndex`, lies at position `offset`:

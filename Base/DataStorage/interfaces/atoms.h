@@ -1,10 +1,12 @@
 #pragma once
 
+/// @file
+/// Atoms of tagged objects, for code that is the same for binary and ASCII streams.
+
 #include <tuple>
 
 #include <DataStorage/interfaces/tgio.h>
 
-/// Atoms of tagged objects, for code that is the same for binary and ASCII streams.
 namespace detail {
 
 /// What an atom is called.
@@ -38,6 +40,7 @@ struct Field {
   Value& value;  ///< what it holds
 };
 
+/// Makes one.
 template <class Value>
 Field<Value> Atom(unsigned short tag, const char* name, Value& value) noexcept {
   return {{tag, name}, value};
@@ -73,11 +76,13 @@ struct DATASTORAGE_EXPORT Record : public Base {
 template <class Class>
 class DATASTORAGE_EXPORT Persistent : public tgio_cTaggedStreamObject {
  public:
+  /// That of the class.
   const tgio_cObjectType& ObjectType() const override { return Class::_ObjectType; }
   /// What was read is set like any other change; an atom that the stream does not hold has its default value.
   /// When false is returned the object is as it was.
   type_cBoolean Read(tgio_cASCII_istream& in) override { return ReadRecord(in); }
   type_cBoolean Read(tgio_cBinary_istream& in) override { return ReadRecord(in); }
+  /// Stops with false at the first atom that cannot be written.
   type_cBoolean Write(tgio_cASCII_ostream& out) const override { return WriteRecord(out); }
   type_cBoolean Write(tgio_cBinary_ostream& out) const override { return WriteRecord(out); }
 

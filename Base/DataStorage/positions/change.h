@@ -103,14 +103,14 @@ struct RangeChange {
   /// Sets the values; false when the limits of the range and of its centre do not agree.
   template <class Change, class Range, class Values>
   static bool Set(Range& range, const Values& values, const ChangeMessages& messages) {
-    const Range wanted = Range::Proposal(values);
     if (values == range.values_) {
       if (range.bHasReceivers() || range.center_.bHeard(range)) return true;
       range.values_ = values;  // the same but for the signs of zeros
+      const Range wanted = Range::Proposal(values);
       if (*wanted.center_ == *range.center_) range.center_.Move(range, *wanted.center_);
       return true;
     }
-    Change change(range, wanted);
+    Change change(range, Range::Proposal(values));
     return range.center_.Negotiate(range, messages, change, change.NewRange,
                                    [&] { range.values_ = change.NewRange.values_; });
   }

@@ -151,8 +151,8 @@ pos_c2DPositionList pos_c2DPositionList::Conjugate() const {
 void pos_c2DPositionList::ReceiveMessage(unsigned long id, mesg_cSender& sender, mesg_sMessageData* data) {
   if (id != pos_2DPositionChanging && id != pos_2DPositionChanged) return;
   if (center_.bQuiet()) return;
-  const std::optional<int> place = PlaceOf(sender);
-  if (!place && !center_.bSends(sender)) return;
+  std::optional<int> place;
+  if (!center_.bSends(sender) && !(place = PlaceOf(sender))) return;
   auto& move = static_cast<pos_s2DPositionChange&>(*data);
   if (id == pos_2DPositionChanging)
     Offer(move, place);
