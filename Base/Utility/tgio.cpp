@@ -1,6 +1,4 @@
 #include <array>
-#include <istream>
-#include <ostream>
 
 #include <DataStorage/interfaces/tgio.h>
 
@@ -13,25 +11,8 @@ type_cBoolean tgio_cTaggedStreamObject::ReadData(tgio_cASCII_istream&, const str
 type_cBoolean tgio_cTaggedStreamObject::ReadAtom(tgio_cBinary_istream&) { return false; }
 type_cBoolean tgio_cTaggedStreamObject::ReadAtom(tgio_cASCII_istream&) { return false; }
 
-type_cBoolean tgio_cTaggedStreamObject::Read(tgio_cASCII_istream& in) {
-  while (in.bHasAtom()) {
-    const str_cString name = in.Name();
-    const void* const atom = in.Place();
-    if (ReadAtom(in) || (in.Place() == atom && ReadData(in, name))) continue;
-    if (in.Place() != atom || !in.SkipObject()) return false;  // read and then found wrong, or not read
-  }
-  return true;
-}
-
-type_cBoolean tgio_cTaggedStreamObject::Read(tgio_cBinary_istream& in) {
-  while (in.bHasAtom()) {
-    const void* const atom = in.Place();
-    if (ReadAtom(in)) continue;
-    if (in.Place() != atom || !in.SkipObject()) return false;
-  }
-  return true;
-}
-
+type_cBoolean tgio_cTaggedStreamObject::Read(tgio_cASCII_istream& in) { return in.ReadAtoms(*this); }
+type_cBoolean tgio_cTaggedStreamObject::Read(tgio_cBinary_istream& in) { return in.ReadAtoms(*this); }
 type_cBoolean tgio_cTaggedStreamObject::Write(tgio_cASCII_ostream&) const { return true; }
 type_cBoolean tgio_cTaggedStreamObject::Write(tgio_cBinary_ostream&) const { return true; }
 
@@ -58,21 +39,17 @@ type_cBoolean tgio_cStreamObject::ReadStream(tgio_cASCII_istream& in) {
       bytes += static_cast<char>(16 * high + low);
     }
   }
-  std::istream nothing(nullptr);
-  tgio_cBinary_istream binary(nothing);
-  binary.cursor_.bytes = bytes;
+  tgio_cBinary_istream binary{std::string_view(bytes)};
   return ReadStream(binary);
 }
 
 type_cBoolean tgio_cStreamObject::WriteStream(tgio_cASCII_ostream& out) const {
-  std::ostream nowhere(nullptr);
-  tgio_cBinary_ostream binary(nowhere);
-  binary.inside_ = tgio_cBinary_ostream::Inside::StreamObject;
+  tgio_cBinary_ostream binary;
   if (!WriteStream(binary)) return false;
 
   constexpr char digits[] = "0123456789abcdef";
   std::array<char, 2 * BytesInWord> word;
-  for (std::string_view bytes = binary.buffer_; !bytes.empty();) {
+  for (std::string_view bytes = binary.draft_.bytes; !bytes.empty();) {
     const std::string_view part = bytes.substr(0, BytesInWord);
     std::size_t length = 0;
     for (const char c : part) {

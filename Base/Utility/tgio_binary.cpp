@@ -1,29 +1,20 @@
 #include <algorithm>
 #include <cstdint>
-#include <istream>
 #include <limits>
 #include <ostream>
 
 #include <DataStorage/interfaces/littleendian.h>
-#include <DataStorage/interfaces/tgio.h>
+#include <Utility/tgio_reader.h>
 
 // Everything is an atom: tag (2 bytes), kind (1), length of the payload (8), payload; little end first. An
 // object's payload is its type (2 bytes) and its atoms. The outermost object is an atom with tag 0.
 
 namespace {
 
+using detail::AtomKind;
 using detail::LoadLittleEndian;
 using detail::StoreLittleEndian;
-
-enum Kind : unsigned char {
-  KindNone = 0,
-  KindByte = 1,
-  KindInt = 2,
-  KindDouble = 3,
-  KindString = 4,
-  KindObject = 5,
-  KindStreamObject = 6,
-};
+using Inside = detail::ObjectDraft::Inside;
 
 constexpr std::size_t HeaderSize = 2 + 1 + 8;
 constexpr std::size_t TypeSize = 2;
@@ -31,222 +22,158 @@ constexpr std::size_t FirstBlock = 1 << 16;  // memory taken before it is known 
 
 struct Header {
   unsigned short tag;
-  unsigned char kind;
+  AtomKind kind;
   std::uint64_t length;
 };
 
 Header LoadHeader(const char* bytes) noexcept {
-  return {LoadLittleEndian<std::uint16_t>(bytes), static_cast<unsigned char>(bytes[2]),
+  return {LoadLittleEndian<std::uint16_t>(bytes), static_cast<AtomKind>(bytes[2]),
           LoadLittleEndian<std::uint64_t>(bytes + 3)};
 }
 
-/// Whether atoms fill `atoms` exactly, down to the innermost object. `depth` counts the objects around them.
-bool bWellFormed(std::string_view atoms, int depth) noexcept {
-  while (!atoms.empty()) {
+}  // namespace
+
+struct detail::BinaryFormat {
+  using Stream = tgio_cBinary_istream;
+  using Type = std::uint16_t;
+  using Atom = Stream::Atom;
+
+  static bool bEnded(std::istream& in) { return in.peek() == std::istream::traits_type::eof(); }
+
+  static bool Load(std::istream& in, std::string& object, Atom& atom) {
+    char bytes[HeaderSize];
+    if (!in.read(bytes, sizeof bytes)) return false;
+    const Header header = LoadHeader(bytes);
+    while (object.size() < header.length) {
+      const std::size_t old = object.size();
+      const auto block =
+          static_cast<std::size_t>(std::min<std::uint64_t>(header.length - old, std::max(old, FirstBlock)));
+      object.resize(old + block);
+      if (!in.read(object.data() + old, static_cast<std::streamsize>(block))) return false;
+    }
+    atom = {true, header.tag, header.kind, object};
+    return true;
+  }
+
+  static bool Take(std::string_view& atoms, Atom& atom) noexcept {
+    atom = {};
+    if (atoms.empty()) return true;
     if (atoms.size() < HeaderSize) return false;
     const Header header = LoadHeader(atoms.data());
     atoms.remove_prefix(HeaderSize);
     if (header.length > atoms.size()) return false;
     const auto length = static_cast<std::size_t>(header.length);
-    if (header.kind == KindObject) {
-      if (depth == tgio_MaxNesting || length < TypeSize) return false;
-      if (!bWellFormed(atoms.substr(TypeSize, length - TypeSize), depth + 1)) return false;
-    }
+    atom = {true, header.tag, header.kind, atoms.substr(0, length)};
     atoms.remove_prefix(length);
+    return true;
   }
+
+  static bool TakeObject(std::string_view contents, Type& type, std::string_view& atoms) noexcept {
+    if (!Value(contents.substr(0, TypeSize), type)) return false;
+    atoms = contents.substr(TypeSize);
+    return true;
+  }
+  static bool TakeData(std::string_view contents, std::string_view& data) noexcept {
+    data = contents;
+    return true;
+  }
+  static Type TypeOf(const tgio_cObjectType& type) noexcept { return type.Id(); }
+
+  template <class T>
+  static bool Value(std::string_view contents, T& value) noexcept {
+    if (contents.size() != sizeof value) return false;
+    value = LoadLittleEndian<T>(contents.data());
+    return true;
+  }
+  static bool Value(std::string_view contents, str_cString& value) {
+    if (contents.size() > std::numeric_limits<int>::max()) return false;
+    value = str_cString(contents);
+    return true;
+  }
+
+  static bool ReadData(tgio_cTaggedStreamObject&, Stream&) noexcept { return false; }
+};
+
+template class detail::TaggedReader<detail::BinaryFormat, unsigned short>;
+
+type_cBoolean tgio_cBinary_istream::ReadBytes(void* bytes, std::size_t n) {
+  if (n > cursor_.data.size()) return false;
+  cursor_.data.copy(static_cast<char*>(bytes), n);
+  cursor_.data.remove_prefix(n);
   return true;
 }
 
-}  // namespace
-
-/// Writes an atom whose payload `compose` appends to the buffer.
+/// Writes an atom whose payload `compose` appends to the draft.
 template <class Compose>
-bool tgio_cBinary_ostream::WriteAtom(unsigned short tag, unsigned char kind, Inside inside, Compose compose) {
-  return Undoable(inside, [&] {
-    const std::size_t start = buffer_.size();
-    buffer_.append(HeaderSize, '\0');
+bool tgio_cBinary_ostream::WriteAtom(unsigned short tag, AtomKind kind, Compose compose) {
+  return draft_.Undoable([&] {
+    const std::size_t start = draft_.bytes.size();
+    draft_.bytes.append(HeaderSize, '\0');
     if (!compose()) return false;
-    char* header = buffer_.data() + start;
+    char* header = draft_.bytes.data() + start;
     StoreLittleEndian<std::uint16_t>(header, tag);
     header[2] = static_cast<char>(kind);
-    StoreLittleEndian<std::uint64_t>(header + 3, buffer_.size() - start - HeaderSize);
+    StoreLittleEndian<std::uint64_t>(header + 3, draft_.bytes.size() - start - HeaderSize);
     return true;
   });
 }
 
 template <class T>
-bool tgio_cBinary_ostream::WriteNumber(unsigned short tag, unsigned char kind, T value) {
-  if (inside_ != Inside::Object) return false;
-  return WriteAtom(tag, kind, Inside::Nothing, [&] {
+bool tgio_cBinary_ostream::WriteNumber(unsigned short tag, AtomKind kind, T value) {
+  if (!draft_.bInside(Inside::Object)) return false;
+  return WriteAtom(tag, kind, [&] {
     char bytes[sizeof value];
     StoreLittleEndian(bytes, value);
-    buffer_.append(bytes, sizeof bytes);
+    draft_.bytes.append(bytes, sizeof bytes);
     return true;
   });
 }
 
 bool tgio_cBinary_ostream::WriteObject(const tgio_cTaggedStreamObject& object, unsigned short tag) {
-  if (depth_ == tgio_MaxNesting) return false;
-  return WriteAtom(tag, KindObject, Inside::Object, [&] {
+  return WriteAtom(tag, AtomKind::Object, [&] {
     char type[TypeSize];
     StoreLittleEndian<std::uint16_t>(type, object.ObjectType().Id());
-    buffer_.append(type, sizeof type);
-    const detail::ScopedValue deeper(depth_, depth_ + 1);
-    return object.Write(*this);
+    draft_.bytes.append(type, sizeof type);
+    return draft_.Enter(Inside::Object, [&] { return object.Write(*this); });
   });
 }
 
 type_cBoolean tgio_cBinary_ostream::Write(const tgio_cTaggedStreamObject& object) {
-  if (inside_ != Inside::Nothing) return false;
-  buffer_.clear();
+  if (!draft_.bInside(Inside::Nothing)) return false;
+  draft_.bytes.clear();
   if (!WriteObject(object, 0)) return false;
-  out_.write(buffer_.data(), static_cast<std::streamsize>(buffer_.size()));
-  return out_.good();
+  out_->write(draft_.bytes.data(), static_cast<std::streamsize>(draft_.bytes.size()));
+  return out_->good();
 }
 
 type_cBoolean tgio_cBinary_ostream::Write(unsigned char value, unsigned short tag) {
-  return WriteNumber(tag, KindByte, value);
+  return WriteNumber(tag, AtomKind::Byte, value);
 }
 type_cBoolean tgio_cBinary_ostream::Write(int value, unsigned short tag) {
-  return WriteNumber(tag, KindInt, value);
+  return WriteNumber(tag, AtomKind::Int, value);
 }
 type_cBoolean tgio_cBinary_ostream::Write(double value, unsigned short tag) {
-  return WriteNumber(tag, KindDouble, value);
+  return WriteNumber(tag, AtomKind::Double, value);
 }
 type_cBoolean tgio_cBinary_ostream::Write(const str_cString& value, unsigned short tag) {
-  if (inside_ != Inside::Object) return false;
-  return WriteAtom(tag, KindString, Inside::Nothing, [&] {
-    buffer_.append(std::string_view(value));
+  if (!draft_.bInside(Inside::Object)) return false;
+  return WriteAtom(tag, AtomKind::String, [&] {
+    draft_.bytes.append(std::string_view(value));
     return true;
   });
 }
 type_cBoolean tgio_cBinary_ostream::Write(const tgio_cTaggedStreamObject& object, unsigned short tag) {
-  return inside_ == Inside::Object && WriteObject(object, tag);
+  return draft_.bInside(Inside::Object) && WriteObject(object, tag);
 }
 type_cBoolean tgio_cBinary_ostream::Write(const tgio_cStreamObject& object, unsigned short tag) {
-  if (inside_ != Inside::Object) return false;
-  return WriteAtom(tag, KindStreamObject, Inside::StreamObject, [&] { return object.WriteStream(*this); });
+  if (!draft_.bInside(Inside::Object)) return false;
+  return WriteAtom(tag, AtomKind::StreamObject, [&] {
+    return draft_.Enter(Inside::StreamObject, [&] { return object.WriteStream(*this); });
+  });
 }
 
 type_cBoolean tgio_cBinary_ostream::WriteBytes(const void* bytes, std::size_t n) {
-  if (inside_ != Inside::StreamObject) return false;
-  buffer_.append(static_cast<const char*>(bytes), n);
-  return true;
-}
-
-/// Makes the next whole object current. One that is damaged becomes an atom of no kind.
-bool tgio_cBinary_istream::Load() {
-  if (cursor_.atom.present) return true;
-  char bytes[HeaderSize];
-  if (!in_.read(bytes, sizeof bytes)) return false;
-  const Header header = LoadHeader(bytes);
-  object_.clear();
-  while (object_.size() < header.length) {
-    const std::size_t old = object_.size();
-    const auto block =
-        static_cast<std::size_t>(std::min<std::uint64_t>(header.length - old, std::max(old, FirstBlock)));
-    object_.resize(old + block);
-    if (!in_.read(object_.data() + old, static_cast<std::streamsize>(block))) return false;
-  }
-  const bool whole = header.kind == KindObject && object_.size() >= TypeSize &&
-                     bWellFormed(std::string_view(object_).substr(TypeSize), 1);
-  const Kind kind = whole ? KindObject : KindNone;
-  cursor_.atom = {true, kind, header.tag, object_};
-  return true;
-}
-
-/// Makes the following atom current. What is left was checked when the outermost object was loaded.
-void tgio_cBinary_istream::Next() {
-  cursor_.atom = {};
-  cursor_.refused = false;
-  if (cursor_.rest.empty()) return;
-  const Header header = LoadHeader(cursor_.rest.data());
-  const auto length = static_cast<std::size_t>(header.length);
-  cursor_.atom = {true, header.kind, header.tag, cursor_.rest.substr(HeaderSize, length)};
-  cursor_.rest.remove_prefix(HeaderSize + length);
-}
-
-bool tgio_cBinary_istream::bCurrent(unsigned char kind) const noexcept {
-  return cursor_.atom.present && cursor_.atom.kind == kind;
-}
-
-type_cBoolean tgio_cBinary_istream::bHasAtom() const noexcept {
-  return cursor_.depth > 0 && cursor_.atom.present;
-}
-
-unsigned short tgio_cBinary_istream::Tag() const noexcept { return bHasAtom() ? cursor_.atom.tag : 0; }
-
-type_cBoolean tgio_cBinary_istream::eof() {
-  return cursor_.depth == 0 && !cursor_.atom.present && in_.peek() == std::istream::traits_type::eof();
-}
-
-/// Reads what is inside of the current atom, and moves on when that was successful.
-template <class Function>
-bool tgio_cBinary_istream::ReadInside(const Cursor& contents, Function read) {
-  bool success = false;
-  {
-    const detail::ScopedValue inside(cursor_, contents);
-    Next();
-    success = read() && !cursor_.refused;
-  }
-  if (!success) return Refuse();
-  Next();
-  return true;
-}
-
-type_cBoolean tgio_cBinary_istream::Read(tgio_cTaggedStreamObject& object) {
-  if (cursor_.depth == 0 && !Load()) return false;
-  const std::string_view payload = cursor_.atom.payload;
-  if (!bCurrent(KindObject) || LoadLittleEndian<std::uint16_t>(payload.data()) != object.ObjectType().Id()) {
-    return Refuse();
-  }
-  return ReadInside({{}, payload.substr(TypeSize), {}, cursor_.depth + 1},
-                    [&] { return object.Read(*this); });
-}
-
-template <class T>
-bool tgio_cBinary_istream::ReadNumber(unsigned char kind, T& value) {
-  if (!bCurrent(kind) || cursor_.atom.payload.size() != sizeof value) return Refuse();
-  value = LoadLittleEndian<T>(cursor_.atom.payload.data());
-  Next();
-  return true;
-}
-
-type_cBoolean tgio_cBinary_istream::Read(unsigned char& value) { return ReadNumber(KindByte, value); }
-type_cBoolean tgio_cBinary_istream::Read(int& value) { return ReadNumber(KindInt, value); }
-type_cBoolean tgio_cBinary_istream::Read(double& value) { return ReadNumber(KindDouble, value); }
-type_cBoolean tgio_cBinary_istream::Read(str_cString& value) {
-  if (!bCurrent(KindString) || cursor_.atom.payload.size() > std::numeric_limits<int>::max()) return Refuse();
-  value = str_cString(cursor_.atom.payload);
-  Next();
-  return true;
-}
-
-type_cBoolean tgio_cBinary_istream::Read(tgio_cStreamObject& object) {
-  if (!bCurrent(KindStreamObject)) return Refuse();
-  return ReadInside({{}, {}, cursor_.atom.payload, cursor_.depth}, [&] { return object.ReadStream(*this); });
-}
-
-type_cBoolean tgio_cBinary_istream::SkipObject() {
-  if (cursor_.depth == 0 && !Load()) return false;
-  if (!cursor_.atom.present) return false;
-  if (cursor_.refused) {
-    cursor_.atom = {};
-    cursor_.rest = {};
-    return false;
-  }
-  Next();
-  return true;
-}
-
-type_cBoolean tgio_cBinary_istream::Refuse() noexcept {
-  cursor_.refused |= bool{bHasAtom()};
-  return false;
-}
-
-type_cBoolean tgio_cBinary_istream::ReadBytes(void* bytes, std::size_t n) {
-  if (n > cursor_.bytes.size()) return false;
-  cursor_.bytes.copy(static_cast<char*>(bytes), n);
-  cursor_.bytes.remove_prefix(n);
+  if (!draft_.bInside(Inside::StreamObject)) return false;
+  draft_.bytes.append(static_cast<const char*>(bytes), n);
   return true;
 }

@@ -87,30 +87,123 @@ class DATASTORAGE_EXPORT tgio_cStreamObject {
 
 namespace detail {
 
-/// What both kinds of output streams have in hand: the outermost object so far, and where in it they stand.
+/// The kinds of atom. The values are persistent: binary streams hold them.
+enum class AtomKind : unsigned char { None = 0, Byte, Int, Double, String, Object, StreamObject };
+
+/// What a writer has in hand: the outermost object so far, and where in it the writer stands.
 class ObjectDraft {
- protected:
+ public:
   enum class Inside : unsigned char { Nothing, Object, StreamObject };
 
-  /// Runs `compose` inside of what is told; takes back what it appended when it fails.
-  template <class Compose>
-  bool Undoable(Inside inside, Compose compose) {
+  explicit ObjectDraft(Inside inside = Inside::Nothing) noexcept : inside_(inside) {}
+
+  bool bInside(Inside inside) const noexcept { return inside_ == inside; }
+  /// How many objects are open.
+  int Depth() const noexcept { return depth_; }
+
+  /// Runs `write` inside of a further object or stream object; false when objects would nest too deep.
+  template <class Function>
+  bool Enter(Inside inside, Function write) {
+    if (inside == Inside::Object && depth_ == tgio_MaxNesting) return false;
     const ScopedValue standing(inside_, inside);
+    const ScopedValue deeper(depth_, inside == Inside::Object ? depth_ + 1 : depth_);
+    return write();
+  }
+  /// Takes back what `write` appended when it fails.
+  template <class Function>
+  bool Undoable(Function write) {
     struct Undo {
-      std::string& buffer;
+      std::string& bytes;
       const std::size_t start;
       bool complete = false;
       ~Undo() {
-        if (!complete) buffer.resize(start);
+        if (!complete) bytes.resize(start);
       }
-    } undo{buffer_, buffer_.size()};
-    return undo.complete = compose();
+    } undo{bytes, bytes.size()};
+    return undo.complete = write();
   }
 
-  std::string buffer_;
-  Inside inside_ = Inside::Nothing;
-  int depth_ = 0;  // objects that are open
+  std::string bytes;
+
+ private:
+  Inside inside_;
+  int depth_ = 0;
 };
+
+/// What the readers of both forms do alike. `Format` knows the form, in which atoms are called by a `Name`.
+template <class Format, class Name>
+class DATASTORAGE_EXPORT TaggedReader {
+ public:
+  TaggedReader(const TaggedReader&) = delete;
+  TaggedReader& operator=(const TaggedReader&) = delete;
+
+  /// Whether a further atom of the current object follows; false outside of objects.
+  type_cBoolean bHasAtom() const noexcept { return cursor_.depth > 0 && cursor_.atom.present; }
+  /// Outside of objects: whether no further object follows. Inside one it is always false.
+  type_cBoolean eof();
+
+  /// Outside of objects the next whole object, inside one the current atom. False, and the object not
+  /// touched, when it is not of the object's type; false also when the object's own Read fails.
+  type_cBoolean Read(tgio_cTaggedStreamObject& object);
+  /// The current atom. When it is of another kind the value is not touched.
+  type_cBoolean Read(unsigned char& value);
+  type_cBoolean Read(int& value);
+  type_cBoolean Read(double& value);
+  type_cBoolean Read(str_cString& value);
+  type_cBoolean Read(tgio_cStreamObject& object);
+  /// Passes over the current atom, or outside of objects over the next object. False when there is none, and
+  /// for an atom that could not be read: that ends the current object, and no further atom follows.
+  type_cBoolean SkipObject();
+  /// Makes the current atom one that could not be read, for contents that fit nothing the object holds.
+  /// Returns false.
+  type_cBoolean Refuse() noexcept;
+
+ protected:
+  /// An atom as it stands in a stream.
+  struct Atom {
+    bool present = false;            ///< false behind the last one
+    Name name{};                     ///< a tag or a name
+    AtomKind kind = AtomKind::None;  ///< of which type it can be read
+    std::string_view contents;       ///< no two atoms have the same place
+  };
+  /// Where the reader stands.
+  struct Cursor {
+    Atom atom;              ///< the current one
+    std::string_view rest;  ///< the atoms of the same object that follow it
+    std::string_view data;  ///< what is left of a stream object
+    int depth = 0;          ///< objects that are open
+    bool refused = false;   ///< the current atom could not be read
+  };
+
+  /// Reads from where `in` stands.
+  explicit TaggedReader(std::istream& in) noexcept : in_(&in) {}
+  /// Stands in a stream object of this form.
+  explicit TaggedReader(std::string_view data) noexcept : cursor_{{}, {}, data, 1, false} {}
+  ~TaggedReader() = default;
+
+  Cursor cursor_;  ///< points into `object_`
+
+ private:
+  friend Format;
+  friend class ::tgio_cTaggedStreamObject;
+
+  static bool bWhole(const Atom& atom, int depth);
+
+  bool Load();
+  void Next();
+  bool bCurrent(AtomKind kind) const noexcept { return cursor_.atom.present && cursor_.atom.kind == kind; }
+  template <class T>
+  bool ReadValue(AtomKind kind, T& value);
+  template <class Function>
+  bool ReadInside(const Cursor& contents, Function read);
+  bool ReadAtoms(tgio_cTaggedStreamObject& object);
+
+  std::istream* in_ = nullptr;  // null inside of a stream object that stands alone
+  std::string object_;          // the outermost object as it stands in the stream
+};
+
+struct DATASTORAGE_EXPORT BinaryFormat;
+struct DATASTORAGE_EXPORT TextFormat;
 
 }  // namespace detail
 
@@ -118,10 +211,10 @@ class ObjectDraft {
 /// is composed in memory and handed over in one write: an object that could not be written leaves nothing in
 /// the stream. All operations return false on failure, and when they are used where they do not belong: atoms
 /// are written from an object's Write, bytes from a stream object's WriteStream.
-class DATASTORAGE_EXPORT tgio_cBinary_ostream : private detail::ObjectDraft {
+class DATASTORAGE_EXPORT tgio_cBinary_ostream {
  public:
   /// Writes from where `out` stands.
-  explicit tgio_cBinary_ostream(std::ostream& out) noexcept : out_(out) {}
+  explicit tgio_cBinary_ostream(std::ostream& out) noexcept : out_(&out) {}
   tgio_cBinary_ostream(const tgio_cBinary_ostream&) = delete;
   tgio_cBinary_ostream& operator=(const tgio_cBinary_ostream&) = delete;
 
@@ -143,13 +236,17 @@ class DATASTORAGE_EXPORT tgio_cBinary_ostream : private detail::ObjectDraft {
  private:
   friend class tgio_cStreamObject;
 
+  /// Stands in a stream object whose bytes go nowhere else.
+  tgio_cBinary_ostream() noexcept : draft_(detail::ObjectDraft::Inside::StreamObject) {}
+
   template <class Compose>
-  bool WriteAtom(unsigned short tag, unsigned char kind, Inside inside, Compose compose);
+  bool WriteAtom(unsigned short tag, detail::AtomKind kind, Compose compose);
   template <class T>
-  bool WriteNumber(unsigned short tag, unsigned char kind, T value);
+  bool WriteNumber(unsigned short tag, detail::AtomKind kind, T value);
   bool WriteObject(const tgio_cTaggedStreamObject& object, unsigned short tag);
 
-  std::ostream& out_;
+  std::ostream* out_ = nullptr;
+  detail::ObjectDraft draft_;
 };
 
 /// Reads what tgio_cBinary_ostream wrote, from a `std::istream` (opened in binary mode; it need not be
@@ -160,75 +257,30 @@ class DATASTORAGE_EXPORT tgio_cBinary_ostream : private detail::ObjectDraft {
 /// read as something else. A whole object may also be passed over with SkipObject. An atom may not: its
 /// object knows it and would lack it, so that reading the object fails. Atoms that nobody tried to read are
 /// passed over, also those that an object leaves behind, and so is what a stream object leaves of its bytes.
-class DATASTORAGE_EXPORT tgio_cBinary_istream {
+class DATASTORAGE_EXPORT tgio_cBinary_istream
+    : public detail::TaggedReader<detail::BinaryFormat, unsigned short> {
  public:
   /// Reads from where `in` stands.
-  explicit tgio_cBinary_istream(std::istream& in) noexcept : in_(in) {}
-  tgio_cBinary_istream(const tgio_cBinary_istream&) = delete;
-  tgio_cBinary_istream& operator=(const tgio_cBinary_istream&) = delete;
+  explicit tgio_cBinary_istream(std::istream& in) noexcept : TaggedReader(in) {}
 
-  /// Whether a further atom of the current object follows; false outside of objects.
-  type_cBoolean bHasAtom() const noexcept;
   /// The tag of the current atom; 0 when there is none.
-  unsigned short Tag() const noexcept;
-  /// Outside of objects: whether no further object follows. Inside one it is always false.
-  type_cBoolean eof();
-
-  /// Outside of objects the next whole object, inside one the current atom. False, and the object not
-  /// touched, when it is not of the object's type; false also when the object's own Read fails.
-  type_cBoolean Read(tgio_cTaggedStreamObject& object);
-  /// The current atom. When it is of another kind the value is not touched.
-  type_cBoolean Read(unsigned char& value);
-  type_cBoolean Read(int& value);
-  type_cBoolean Read(double& value);
-  type_cBoolean Read(str_cString& value);
-  type_cBoolean Read(tgio_cStreamObject& object);
-  /// Passes over the current atom, or outside of objects over the next object. False when there is none, and
-  /// for an atom that could not be read: that ends the current object, and no further atom follows.
-  type_cBoolean SkipObject();
-  /// Makes the current atom one that could not be read, for contents that fit nothing the object holds.
-  /// Returns false.
-  type_cBoolean Refuse() noexcept;
+  unsigned short Tag() const noexcept { return bHasAtom() ? cursor_.atom.name : 0; }
 
   /// The next bytes of the current stream object; false, and nothing consumed, when fewer are left.
   type_cBoolean ReadBytes(void* bytes, std::size_t n);
   /// How many bytes of the current stream object are left.
-  std::size_t BytesLeft() const noexcept { return cursor_.bytes.size(); }
+  std::size_t BytesLeft() const noexcept { return cursor_.data.size(); }
 
  private:
   friend class tgio_cStreamObject;
-  friend class tgio_cTaggedStreamObject;
-  struct Atom {
-    bool present = false;
-    unsigned char kind = 0;
-    unsigned short tag = 0;
-    std::string_view payload;
-  };
-  struct Cursor {
-    Atom atom;               // the current one
-    std::string_view rest;   // the atoms of the same object that follow it
-    std::string_view bytes;  // what is left of a stream object
-    int depth = 0;           // objects that are open
-    bool refused = false;    // the current atom could not be read
-  };
 
-  bool Load();
-  void Next();
-  bool bCurrent(unsigned char kind) const noexcept;
-  const void* Place() const noexcept { return cursor_.atom.payload.data(); }  // no two atoms have the same
-  template <class Function>
-  bool ReadInside(const Cursor& contents, Function read);
-  template <class T>
-  bool ReadNumber(unsigned char kind, T& value);
-
-  std::istream& in_;
-  std::string object_;  // the payload of the outermost object; the cursor points into it
-  Cursor cursor_;
+  /// Stands in a stream object of these bytes.
+  explicit tgio_cBinary_istream(std::string_view bytes) noexcept : TaggedReader(bytes) {}
 };
 
 /// Writes objects as text, one atom a line; otherwise like tgio_cBinary_ostream. The text does not depend on
 /// any locale.
-class DATASTORAGE_EXPORT tgio_cASCII_ostream : private detail::ObjectDraft {
+class DATASTORAGE_EXPORT tgio_cASCII_ostream {
  public:
   /// Writes from where `out` stands.
   explicit tgio_cASCII_ostream(std::ostream& out) noexcept : out_(out) {}
@@ -252,82 +304,29 @@ class DATASTORAGE_EXPORT tgio_cASCII_ostream : private detail::ObjectDraft {
 
  private:
   template <class Compose>
-  bool WriteAtom(const str_cString& name, std::string_view kind, Inside inside, Compose compose);
+  bool WriteAtom(const str_cString& name, detail::AtomKind kind, Compose compose);
   template <class T>
-  bool WriteNumber(const str_cString& name, std::string_view kind, T value);
+  bool WriteNumber(const str_cString& name, detail::AtomKind kind, T value);
   bool AppendObject(const tgio_cTaggedStreamObject& object);
   void StartLine(int indent);
 
   std::ostream& out_;
-  std::size_t line_start_ = 0;  // of the last line in the buffer
+  detail::ObjectDraft draft_;
+  std::size_t line_start_ = 0;  // of the last line in the draft
 };
 
 /// Reads what tgio_cASCII_ostream wrote; otherwise like tgio_cBinary_istream.
-class DATASTORAGE_EXPORT tgio_cASCII_istream {
+class DATASTORAGE_EXPORT tgio_cASCII_istream : public detail::TaggedReader<detail::TextFormat, str_cString> {
  public:
   /// Reads from where `in` stands.
-  explicit tgio_cASCII_istream(std::istream& in) noexcept : in_(in) {}
-  tgio_cASCII_istream(const tgio_cASCII_istream&) = delete;
-  tgio_cASCII_istream& operator=(const tgio_cASCII_istream&) = delete;
+  explicit tgio_cASCII_istream(std::istream& in) noexcept : TaggedReader(in) {}
 
-  /// Whether a further atom of the current object follows; false outside of objects.
-  type_cBoolean bHasAtom() const noexcept;
   /// The name of the current atom, valid until the stream moves on; empty when there is no further atom.
-  const str_cString& Name() const noexcept;
-  /// Outside of objects: whether no further object follows. Inside one it is always false.
-  type_cBoolean eof();
-
-  /// Outside of objects the next whole object, inside one the current atom. False, and the object not
-  /// touched, when it is not of the object's type; false also when the object's own Read fails.
-  type_cBoolean Read(tgio_cTaggedStreamObject& object);
-  /// The current atom. When it is of another kind the value is not touched.
-  type_cBoolean Read(unsigned char& value);
-  type_cBoolean Read(int& value);
-  type_cBoolean Read(double& value);
-  type_cBoolean Read(str_cString& value);
-  type_cBoolean Read(tgio_cStreamObject& object);
-  /// Passes over the current atom, or outside of objects over the next object. False when there is none, and
-  /// for an atom that could not be read: that ends the current object, and no further atom follows.
-  type_cBoolean SkipObject();
-  /// Makes the current atom one that could not be read, for contents that fit nothing the object holds.
-  /// Returns false.
-  type_cBoolean Refuse() noexcept;
+  const str_cString& Name() const noexcept { return cursor_.atom.name; }
 
   /// The next word of the current stream object; empty when nothing is left. In the place of a quoted text
   /// or a brace comes the quote or the brace, which no number has.
   std::string_view ReadWord();
   /// How many characters of the current stream object are left; each word takes at least two.
-  std::size_t CharactersLeft() const noexcept { return cursor_.words.size(); }
-
- private:
-  friend class tgio_cTaggedStreamObject;
-  struct Atom {
-    bool present = false;
-    str_cString name;
-    std::string_view kind;
-    std::string_view value;
-  };
-  struct Cursor {
-    Atom atom;               // the current one
-    std::string_view rest;   // the atoms of the same object that follow it
-    std::string_view words;  // what is left of a stream object
-    int depth = 0;           // objects that are open
-    bool refused = false;    // the current atom could not be read
-  };
-
-  static bool TakeAtom(std::string_view& atoms, Atom& atom);
-  static bool bWellFormed(std::string_view atoms, int depth);
-
-  bool Load();
-  void Next();
-  bool bCurrent(std::string_view kind) const noexcept;
-  const void* Place() const noexcept { return cursor_.atom.value.data(); }  // no two atoms have the same
-  template <class Function>
-  bool ReadInside(const Cursor& contents, Function read);
-  template <class T>
-  bool ReadNumber(std::string_view kind, T& value);
-
-  std::istream& in_;
-  std::string object_;  // the text of the outermost object; the cursor points into it
-  Cursor cursor_;
+  std::size_t CharactersLeft() const noexcept { return cursor_.data.size(); }
 };
