@@ -1,3 +1,5 @@
+#include <atomic>
+#include <cstdint>
 #include <deque>
 #include <utility>
 
@@ -9,6 +11,9 @@
 
 namespace detail {
 
+/// How many attachments were made so far, by all senders.
+static constinit std::atomic<std::uint64_t> attachments{0};
+
 /// One receiver at one sender. It stands in the sender's list, which owns it, and in the receiver's, so that
 /// either end finds the other at once however many there are.
 struct Attachment {
@@ -19,7 +24,8 @@ struct Attachment {
   mesg_cSender* sender;
   mesg_cReceiver* receiver;
   unsigned short priority;
-  int skipped_by;  // this many of the sender's deliveries in progress, the outermost first, began before
+  /// A delivery passes over the attachments that are made after it began.
+  const std::uint64_t serial = attachments.fetch_add(1, std::memory_order_relaxed);
 
   Attachment* previous = nullptr;  // in the sender's list
   Attachment* next = nullptr;
@@ -32,24 +38,20 @@ struct Attachment {
 class Delivery {
  public:
   explicit Delivery(mesg_cSender& sender) noexcept
-      : sender_(&sender), outer_(sender.deliveries_), depth_(outer_ == nullptr ? 1 : outer_->depth_ + 1) {
-    sender.deliveries_ = this;
-  }
+      : sender_(&sender), outer_(std::exchange(sender.deliveries_, this)) {}
   Delivery(const Delivery&) = delete;
   Delivery& operator=(const Delivery&) = delete;
   ~Delivery() {
-    if (sender_ == nullptr) return;
-    sender_->deliveries_ = outer_;
-    if (attached_) ForgetSkipped();
+    if (sender_ != nullptr) sender_->deliveries_ = outer_;
   }
 
   /// False when the sender has ended.
   bool Run(unsigned long id, mesg_sMessageData* data) {
     mesg_cSender& sender = *sender_;
-    const int depth = depth_;
+    const std::uint64_t end = attachments.load(std::memory_order_relaxed);
     for (const Attachment* each = sender.receivers_; each != nullptr;) {
       current_ = each;
-      if (each->skipped_by < depth) each->receiver->ReceiveMessage(id, sender, data);
+      if (each->serial < end) each->receiver->ReceiveMessage(id, sender, data);
       each = current_ != nullptr ? each->next : next_;
     }
     while (queued_ != nullptr && !queued_->empty() && sender_ != nullptr) {
@@ -67,12 +69,6 @@ class Delivery {
     queued_->push_back({id, std::move(data)});
   }
 
-  /// Tells the sender's deliveries that a receiver was attached; returns how many there are.
-  static int Attached(const mesg_cSender& sender) noexcept {
-    if (sender.deliveries_ == nullptr) return 0;
-    sender.deliveries_->attached_ = true;
-    return sender.deliveries_->depth_;
-  }
   static void Removing(const Attachment& removed) noexcept {
     for (Delivery* each = removed.sender->deliveries_; each != nullptr; each = each->outer_) {
       if (each->current_ != &removed && each->next_ != &removed) continue;
@@ -90,27 +86,17 @@ class Delivery {
     std::unique_ptr<mesg_sMessageData> data;
   };
 
-  /// Receivers attached during this delivery hear the next one; the outer deliveries still skip them.
-  void ForgetSkipped() noexcept {
-    for (Attachment* each = sender_->receivers_; each != nullptr; each = each->next) {
-      if (each->skipped_by == depth_) each->skipped_by = depth_ - 1;
-    }
-    if (outer_ != nullptr) outer_->attached_ = true;
-  }
-
   mesg_cSender* sender_;  // null once the sender has ended
   Delivery* outer_;
   const Attachment* current_ = nullptr;          // null when it was removed while it was told
   const Attachment* next_ = nullptr;             // what follows it then
   std::unique_ptr<std::deque<Message>> queued_;  // of the outermost delivery only
-  int depth_;
-  bool attached_ = false;  // a receiver was attached meanwhile
 };
 
 void Attachment::Make(mesg_cSender& sender, mesg_cReceiver& receiver, unsigned short priority,
                       Attachment* predecessor) {
   Attachment*& place = predecessor == nullptr ? sender.receivers_ : predecessor->next;
-  auto* made = new Attachment{&sender, &receiver, priority, Delivery::Attached(sender)};
+  auto* made = new Attachment{&sender, &receiver, priority};
   made->previous = predecessor;
   made->next = std::exchange(place, made);
   if (made->next != nullptr) made->next->previous = made;
