@@ -16,6 +16,22 @@
 /// takes constant time, and the elements are copied when one of the sharing handles is first written. What
 /// arrstorage.h says of errors, pointers and threads holds for them too.
 
+namespace detail {
+
+/// Writes the positions from `begin` up to, not including, `end` of a row of `size` elements to `target`, and
+/// `fill` for those outside of the row. Returns where that ends.
+template <class T>
+T* CopyFilledOut(const T* row, std::int64_t size, std::int64_t begin, std::int64_t end, const T& fill,
+                 T* target) {
+  const std::int64_t first = std::clamp<std::int64_t>(begin, 0, size);
+  const std::int64_t last = std::clamp<std::int64_t>(end, first, size);
+  T* const filled = std::fill_n(target, std::min(first, end) - begin, fill);
+  T* const copied = std::copy_n(row + first, last - first, filled);
+  return std::fill_n(copied, target + (end - begin) - copied, fill);
+}
+
+}  // namespace detail
+
 /// What one- and two-dimensional handles have in common: shared storage, copy on write, a fill value. `Index`
 /// is an int for each dimension.
 template <class T, class... Index>
@@ -142,13 +158,8 @@ class DATASTORAGE_EXPORT arr_c1DArray : public arr_cHandle<T, int> {
       Handle::operator=(source);
       return;
     }
-    const std::int64_t begin = std::clamp<std::int64_t>(first, 0, size);
-    const std::int64_t end = std::clamp<std::int64_t>(last + 1, begin, size);
     detail::SharedStorage<T> part(this->NewStorage(last - first + 1));
-    const std::int64_t before = std::max<std::int64_t>(std::min(begin, last + 1) - first, 0);
-    T* target = std::fill_n(part.Data(), before, source.FillValue());
-    target = std::copy_n(source.Data() + begin, end - begin, target);
-    std::fill(target, part.Data() + part.Size(), source.FillValue());
+    detail::CopyFilledOut(source.Data(), size, first, last + 1, source.FillValue(), part.Data());
     this->storage_ = std::move(part);
     this->SetFillValue(source.FillValue());
   }
@@ -310,18 +321,11 @@ class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T, int, int> {
     const std::int64_t nx = x1 - x0 + 1;
     const std::int64_t ny = y1 - y0 + 1;
     detail::SharedStorage<T> part(this->NewStorage(detail::CheckedCount(nx, ny)));
-    const std::int64_t begin = std::clamp<std::int64_t>(x0, 0, source.nx_);
-    const std::int64_t end = std::clamp<std::int64_t>(x1 + 1, begin, source.nx_);
-    const std::int64_t before = std::max<std::int64_t>(std::min(begin, x1 + 1) - x0, 0);
-    for (std::int64_t y = 0; y < ny; ++y) {
-      T* row = part.Data() + y * nx;
-      if (y0 + y < 0 || y0 + y >= source.ny_) {
-        std::fill_n(row, nx, source.FillValue());
-      } else {
-        T* target = std::fill_n(row, before, source.FillValue());
-        target = std::copy_n(source.Data() + (y0 + y) * source.nx_ + begin, end - begin, target);
-        std::fill(target, row + nx, source.FillValue());
-      }
+    T* target = part.Data();
+    for (std::int64_t y = y0; y <= y1; ++y) {
+      const bool stored = y >= 0 && y < source.ny_;
+      target = detail::CopyFilledOut(stored ? source.Data() + y * source.nx_ : nullptr,
+                                     stored ? source.nx_ : 0, x0, x1 + 1, source.FillValue(), target);
     }
     this->storage_ = std::move(part);
     this->SetFillValue(source.FillValue());
