@@ -7,7 +7,6 @@
 
 #include <DataStorage/interfaces/arrstorage.h>
 #include <DataStorage/interfaces/export.h>
-#include <DataStorage/interfaces/expt.h>
 #include <DataStorage/interfaces/tgio.h>
 #include <DataStorage/interfaces/type.h>
 

@@ -8,8 +8,8 @@
 #include <type_traits>
 #include <utility>
 
+#include <DataStorage/interfaces/arrerror.h>
 #include <DataStorage/interfaces/export.h>
-#include <DataStorage/interfaces/expt.h>
 #include <DataStorage/interfaces/lgar.h>
 
 /// @file

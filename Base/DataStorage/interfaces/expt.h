@@ -3,7 +3,6 @@
 /// @file
 /// The exceptions that the library throws.
 
-#include <cstdint>
 #include <exception>
 #include <string>
 
@@ -48,56 +47,6 @@ class DATASTORAGE_EXPORT expt_cUserException : public expt_cProgramException {
  private:
   str_cString message_;
 };
-
-/// A position outside an array.
-class DATASTORAGE_EXPORT arr_cIndexException : public expt_cProgramException {
- public:
-  /// Thrown by `arr_IndexError`; `text` says what was asked for and what there is.
-  arr_cIndexException(const char* file, int line);
-  arr_cIndexException(const char* file, int line, const str_cString& text);
-  ~arr_cIndexException() override;
-};
-
-/// A size that no array can have.
-class DATASTORAGE_EXPORT arr_cSizeException : public expt_cProgramException {
- public:
-  /// Thrown by `arr_SizeError`; `text` says which size it was.
-  arr_cSizeException(const char* file, int line);
-  arr_cSizeException(const char* file, int line, const str_cString& text);
-  ~arr_cSizeException() override;
-};
-
-namespace detail {
-
-/// The line of a call, for the last parameter of a function; no number is taken for one.
-struct CallLine {
-  int number;
-};
-
-/// What arr_IndexError and arr_SizeError do, with a text of the caller's.
-[[noreturn, gnu::cold]] void ThrowIndexError(const str_cString& text, CallLine line = {__builtin_LINE()});
-[[noreturn, gnu::cold]] void ThrowSizeError(const str_cString& text, CallLine line = {__builtin_LINE()});
-
-}  // namespace detail
-
-/// Throws arr_cIndexException for a bad position. The exception says what was asked for and what there is:
-/// an index of `count` elements; the indices from `start` up to, not including, `end`; or the element (x, y)
-/// of nx x ny. A negative `count` is itself what was asked for.
-[[noreturn, gnu::cold]] DATASTORAGE_EXPORT void arr_IndexError(detail::CallLine line = {__builtin_LINE()});
-[[noreturn, gnu::cold]] DATASTORAGE_EXPORT void arr_IndexError(std::int64_t index, std::int64_t count,
-                                                               detail::CallLine line = {__builtin_LINE()});
-[[noreturn, gnu::cold]] DATASTORAGE_EXPORT void arr_IndexError(std::int64_t start, std::int64_t end,
-                                                               std::int64_t count,
-                                                               detail::CallLine line = {__builtin_LINE()});
-[[noreturn, gnu::cold]] DATASTORAGE_EXPORT void arr_IndexError(std::int64_t x, std::int64_t y,
-                                                               std::int64_t nx, std::int64_t ny,
-                                                               detail::CallLine line = {__builtin_LINE()});
-/// Throws arr_cSizeException for a size that no array can have: a number of elements, or two extents.
-[[noreturn, gnu::cold]] DATASTORAGE_EXPORT void arr_SizeError(detail::CallLine line = {__builtin_LINE()});
-[[noreturn, gnu::cold]] DATASTORAGE_EXPORT void arr_SizeError(std::int64_t size,
-                                                              detail::CallLine line = {__builtin_LINE()});
-[[noreturn, gnu::cold]] DATASTORAGE_EXPORT void arr_SizeError(std::int64_t nx, std::int64_t ny,
-                                                              detail::CallLine line = {__builtin_LINE()});
 
 namespace detail {
 
