@@ -1,14 +1,12 @@
 #pragma once
 
-#include <concepts>
-#include <cstdint>
-#include <limits>
 #include <memory>
 #include <utility>
 
 #include <DataStorage/interfaces/arr.h>
 #include <DataStorage/interfaces/bstr.h>
 #include <DataStorage/interfaces/constants.h>
+#include <DataStorage/interfaces/indices.h>
 #include <DataStorage/interfaces/tgio.h>
 #include <DataStorage/numbers/elements.h>
 #include <DataStorage/numbers/pnumber.h>
@@ -145,41 +143,5 @@ class DATASTORAGE_EXPORT TypedLetter : public Letter {
 
   Container elements_;  ///< may share its storage with other letters
 };
-
-/// Whether an array can have nx times ny elements of `size` bytes and the stream still holds them: asked
-/// before memory is taken for them. Of a little memory the reading itself may tell, which spares a question
-/// to the system.
-inline bool bMayHold(const bstr_cBinary_istream& in, int nx, int ny, std::size_t size) {
-  if (!bCountable(nx, ny)) return false;
-  constexpr std::int64_t little = 64 * 1024;
-  const std::int64_t bytes = std::int64_t{nx} * ny * static_cast<std::int64_t>(size);
-  return bytes <= little || bytes <= in.Size() - in.Position();
-}
-
-/// The integer types whose values an int need not hold.
-template <class T>
-concept WideInteger = std::integral<T> && sizeof(T) >= sizeof(int) && !std::same_as<T, int>;
-
-/// A pair of integer types, one of them such a type.
-template <class Y, class X>
-concept WideWith = std::integral<X> && std::integral<Y> &&(WideInteger<X> || WideInteger<Y>);
-
-/// An index of any integer type; beyond 64 bits the largest, which no array has either.
-template <std::integral T>
-constexpr std::int64_t WideIndex(T i) noexcept {
-  if constexpr (std::is_unsigned_v<T> && sizeof(T) >= sizeof(std::int64_t)) {
-    if (i > T{std::numeric_limits<std::int64_t>::max()}) return std::numeric_limits<std::int64_t>::max();
-  }
-  return static_cast<std::int64_t>(i);
-}
-
-/// Where a block of `count` elements at `start` of the array ends; raises arr_IndexError for an end that is
-/// no index.
-template <class Letter>
-int BlockEnd(const NumberArray<Letter>& array, int start, int count) {
-  const std::int64_t end = std::int64_t{start} + count;
-  if (end > std::numeric_limits<int>::max()) arr_IndexError(start, end, array.NumIndices());
-  return static_cast<int>(end);
-}
 
 }  // namespace detail

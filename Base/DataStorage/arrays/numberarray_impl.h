@@ -4,9 +4,28 @@
 
 #include <DataStorage/arrays/numberarray.h>
 
-// The bodies of detail::NumberArray, for the two sources that instantiate it.
+// The bodies of detail::NumberArray and what else the two sources that instantiate it share.
 
 namespace detail {
+
+/// Whether an array can have nx times ny elements of `size` bytes and the stream still holds them: asked
+/// before memory is taken for them. Of a little memory the reading itself may tell, which spares a question
+/// to the system.
+inline bool bMayHold(const bstr_cBinary_istream& in, int nx, int ny, std::size_t size) {
+  if (!bCountable(nx, ny)) return false;
+  constexpr std::int64_t little = 64 * 1024;
+  const std::int64_t bytes = std::int64_t{nx} * ny * static_cast<std::int64_t>(size);
+  return bytes <= little || bytes <= in.Size() - in.Position();
+}
+
+/// Where a block of `count` elements at `start` of the array ends; raises arr_IndexError for an end that is
+/// no index.
+template <class Letter>
+int BlockEnd(const NumberArray<Letter>& array, int start, int count) {
+  const std::int64_t end = std::int64_t{start} + count;
+  if (end > std::numeric_limits<int>::max()) arr_IndexError(start, end, array.NumIndices());
+  return static_cast<int>(end);
+}
 
 template <class Letter>
 template <class... Extents>

@@ -3,10 +3,9 @@
 /// @file
 /// Calibrations: from the indices of elements to positions and back.
 
-#include <limits>
-
 #include <DataStorage/interfaces/atoms.h>
 #include <DataStorage/interfaces/export.h>
+#include <DataStorage/interfaces/indices.h>
 #include <DataStorage/interfaces/type.h>
 
 namespace detail {
@@ -235,16 +234,3 @@ class DATASTORAGE_EXPORT cal_c2DArrayCal : public detail::Persistent<cal_c2DArra
 };
 
 extern template class detail::Persistent<cal_c2DArrayCal>;
-
-namespace detail {
-
-/// Arithmetic on indices and their counts: results beyond the range of int become its nearest end, so that a
-/// count that overflows is refused as too large instead of passing for a small one.
-constexpr int LimitToInt(long long value) noexcept {
-  constexpr long long low = std::numeric_limits<int>::min(), high = std::numeric_limits<int>::max();
-  return static_cast<int>(value < low ? low : value > high ? high : value);
-}
-constexpr int AddIndices(int a, int b) noexcept { return LimitToInt(static_cast<long long>(a) + b); }
-constexpr int SubtractIndices(int a, int b) noexcept { return LimitToInt(static_cast<long long>(a) - b); }
-
-}  // namespace detail
