@@ -93,23 +93,9 @@ struct AxisAtoms {
   }
 };
 
-}  // namespace detail
-
-/// The persistent calibration of one axis, called X. An atom that a tagged stream does not hold is read as
-/// that of `Default`.
-class DATASTORAGE_EXPORT cal_c1DArrayCal : public detail::Persistent<cal_c1DArrayCal> {
+/// The axis X of a persistent calibration.
+class DATASTORAGE_EXPORT CalibratedX {
  public:
-  static const tgio_cObjectType _ObjectType;  ///< obty_1DCalType
-  /// Stands for "no calibration given" where callers need such a value; recognised by its identity.
-  static const cal_c1DArrayCal Null;
-  /// What the library fills in where no calibration is given.
-  static const cal_c1DArrayCal Default;
-
-  /// From the three values, or from a plain axis.
-  constexpr cal_c1DArrayCal(double offsetX = 0.0, double deltaX = 1.0, int calIndexX = 0) noexcept
-      : x_(offsetX, deltaX, calIndexX) {}
-  constexpr explicit cal_c1DArrayCal(const cal_cArrayCal& x) noexcept : x_(x) {}
-
   /// What the operation of cal_cArrayCal without the X does.
   double OffsetX() const noexcept { return x_.Offset(); }
   double DeltaX() const noexcept { return x_.Delta(); }
@@ -124,6 +110,57 @@ class DATASTORAGE_EXPORT cal_c1DArrayCal : public detail::Persistent<cal_c1DArra
 
   /// The axis as a plain value.
   const cal_cArrayCal& AxisX() const noexcept { return x_; }
+
+ protected:
+  /// From a plain axis.
+  constexpr explicit CalibratedX(const cal_cArrayCal& x) noexcept : x_(x) {}
+
+  cal_cArrayCal x_;  ///< the axis X
+};
+
+/// The axes of a persistent calibration that also has an axis Y.
+class DATASTORAGE_EXPORT CalibratedXY : public CalibratedX {
+ public:
+  /// What the operation of cal_cArrayCal without the Y does.
+  double OffsetY() const noexcept { return y_.Offset(); }
+  double DeltaY() const noexcept { return y_.Delta(); }
+  int CalIndexY() const noexcept { return y_.CalIndex(); }
+  void SetOffsetY(double offset) noexcept { y_.SetOffset(offset); }
+  void SetDeltaY(double delta) noexcept { y_.SetDelta(delta); }
+  void SetCalIndexY(int calIndex) noexcept { y_.SetCalIndex(calIndex); }
+  double PositionY(int index) const noexcept { return y_.Position(index); }
+  int IndexY(double position) const noexcept { return y_.Index(position); }
+  double DistanceY(int count) const noexcept { return y_.Distance(count); }
+  int NumIndicesY(double distance) const noexcept { return y_.NumIndices(distance); }
+
+  /// The axis as a plain value.
+  const cal_cArrayCal& AxisY() const noexcept { return y_; }
+
+ protected:
+  /// From two plain axes.
+  constexpr CalibratedXY(const cal_cArrayCal& x, const cal_cArrayCal& y) noexcept : CalibratedX(x), y_(y) {}
+
+  cal_cArrayCal y_;  ///< the axis Y
+};
+
+}  // namespace detail
+
+/// The persistent calibration of one axis, called X. An atom that a tagged stream does not hold is read as
+/// that of `Default`.
+class DATASTORAGE_EXPORT cal_c1DArrayCal : public detail::Persistent<cal_c1DArrayCal>,
+                                           public detail::CalibratedX {
+ public:
+  static const tgio_cObjectType _ObjectType;  ///< obty_1DCalType
+  /// Stands for "no calibration given" where callers need such a value; recognised by its identity.
+  static const cal_c1DArrayCal Null;
+  /// What the library fills in where no calibration is given.
+  static const cal_c1DArrayCal Default;
+
+  /// From the three values, or from a plain axis.
+  constexpr cal_c1DArrayCal(double offsetX = 0.0, double deltaX = 1.0, int calIndexX = 0) noexcept
+      : CalibratedX({offsetX, deltaX, calIndexX}) {}
+  constexpr explicit cal_c1DArrayCal(const cal_cArrayCal& x) noexcept : CalibratedX(x) {}
+
   /// See cal_cArrayCal::Rebased.
   cal_c1DArrayCal Rebased(int startX, bool keepReference) const noexcept {
     return cal_c1DArrayCal(x_.Rebased(startX, keepReference));
@@ -147,14 +184,13 @@ class DATASTORAGE_EXPORT cal_c1DArrayCal : public detail::Persistent<cal_c1DArra
     return record;
   }
   void FromRecord(const Axis& record) { x_ = record.x; }
-
-  cal_cArrayCal x_;
 };
 
 extern template class detail::Persistent<cal_c1DArrayCal>;
 
 /// The persistent calibration of a plane: one axis X and one axis Y.
-class DATASTORAGE_EXPORT cal_c2DArrayCal : public detail::Persistent<cal_c2DArrayCal> {
+class DATASTORAGE_EXPORT cal_c2DArrayCal : public detail::Persistent<cal_c2DArrayCal>,
+                                           public detail::CalibratedXY {
  public:
   static const tgio_cObjectType _ObjectType;  ///< obty_2DCalType
   /// As for cal_c1DArrayCal.
@@ -165,39 +201,12 @@ class DATASTORAGE_EXPORT cal_c2DArrayCal : public detail::Persistent<cal_c2DArra
   /// From the three values of each axis, or from two plain axes.
   constexpr cal_c2DArrayCal(double offsetX = 0.0, double offsetY = 0.0, double deltaX = 1.0,
                             double deltaY = 1.0, int calIndexX = 0, int calIndexY = 0) noexcept
-      : x_(offsetX, deltaX, calIndexX), y_(offsetY, deltaY, calIndexY) {}
-  constexpr cal_c2DArrayCal(const cal_cArrayCal& x, const cal_cArrayCal& y) noexcept : x_(x), y_(y) {}
-
-  /// What the operation of cal_cArrayCal without the X does.
-  double OffsetX() const noexcept { return x_.Offset(); }
-  double DeltaX() const noexcept { return x_.Delta(); }
-  int CalIndexX() const noexcept { return x_.CalIndex(); }
-  void SetOffsetX(double offset) noexcept { x_.SetOffset(offset); }
-  void SetDeltaX(double delta) noexcept { x_.SetDelta(delta); }
-  void SetCalIndexX(int calIndex) noexcept { x_.SetCalIndex(calIndex); }
-  double PositionX(int index) const noexcept { return x_.Position(index); }
-  int IndexX(double position) const noexcept { return x_.Index(position); }
-  double DistanceX(int count) const noexcept { return x_.Distance(count); }
-  int NumIndicesX(double distance) const noexcept { return x_.NumIndices(distance); }
-
-  /// The same along Y.
-  double OffsetY() const noexcept { return y_.Offset(); }
-  double DeltaY() const noexcept { return y_.Delta(); }
-  int CalIndexY() const noexcept { return y_.CalIndex(); }
-  void SetOffsetY(double offset) noexcept { y_.SetOffset(offset); }
-  void SetDeltaY(double delta) noexcept { y_.SetDelta(delta); }
-  void SetCalIndexY(int calIndex) noexcept { y_.SetCalIndex(calIndex); }
-  double PositionY(int index) const noexcept { return y_.Position(index); }
-  int IndexY(double position) const noexcept { return y_.Index(position); }
-  double DistanceY(int count) const noexcept { return y_.Distance(count); }
-  int NumIndicesY(double distance) const noexcept { return y_.NumIndices(distance); }
+      : CalibratedXY({offsetX, deltaX, calIndexX}, {offsetY, deltaY, calIndexY}) {}
+  constexpr cal_c2DArrayCal(const cal_cArrayCal& x, const cal_cArrayCal& y) noexcept : CalibratedXY(x, y) {}
 
   /// One axis as a calibration of its own.
   cal_c1DArrayCal CalX() const noexcept { return cal_c1DArrayCal(x_); }
   cal_c1DArrayCal CalY() const noexcept { return cal_c1DArrayCal(y_); }
-  /// One axis as a plain value.
-  const cal_cArrayCal& AxisX() const noexcept { return x_; }
-  const cal_cArrayCal& AxisY() const noexcept { return y_; }
   /// See cal_cArrayCal::Rebased. Both axes go together: the reference is kept when the reference *point* is
   /// among the elements.
   cal_c2DArrayCal Rebased(int startX, int startY, bool keepReference) const noexcept {
@@ -228,9 +237,6 @@ class DATASTORAGE_EXPORT cal_c2DArrayCal : public detail::Persistent<cal_c2DArra
     x_ = record.x;
     y_ = record.y;
   }
-
-  cal_cArrayCal x_;
-  cal_cArrayCal y_;
 };
 
 extern template class detail::Persistent<cal_c2DArrayCal>;

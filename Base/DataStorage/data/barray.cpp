@@ -1,14 +1,5 @@
 #include <DataStorage/data/barray.h>
 
-barr_c1DBoolArray::barr_c1DBoolArray(int count) : barr_c1DBoolArray(count, false, cal_c1DArrayCal::Default) {}
-
-barr_c1DBoolArray::barr_c1DBoolArray(int count, type_cBoolean value, const cal_c1DArrayCal& cal)
-    : arr_c1DNumberArray(count, nullptr, value, true), cal_(cal) {}
-
-barr_c1DBoolArray::barr_c1DBoolArray(const arr_c1DNumberArray<type_cBoolean>& elements,
-                                     const cal_c1DArrayCal& cal)
-    : arr_c1DNumberArray(elements), cal_(cal) {}
-
 barr_c1DBoolArray::~barr_c1DBoolArray() = default;
 
 barr_c1DBoolArray& barr_c1DBoolArray::operator=(type_cBoolean value) {
@@ -21,14 +12,10 @@ const type_cBoolean* barr_c1DBoolArray::Data() const {
   return arr_c1DNumberArray::Data();
 }
 
-rnge_c1DRange barr_c1DBoolArray::Range() const {
-  return rnge_c1DRange(rnge_c1DIndexRange(0, NumIndices()), cal_);
-}
-
 barr_c1DBoolArray barr_c1DBoolArray::Selection(const rnge_c1DIndexRange& range) const {
   if (range.IsNull()) return *this;
   return barr_c1DBoolArray(SubArray(range.StartIndexX(), std::int64_t{range.EndIndexX()} - 1),
-                           cal_.Rebased(range.StartIndexX(), range.Contains(CalIndexX())));
+                           detail::Rebased(Cal(), range));
 }
 
 barr_c1DBoolArray barr_c1DBoolArray::Selection(int start, int end) const {
@@ -45,16 +32,6 @@ type_cBoolean barr_c1DBoolArray::IsRangeAndDelta(const barr_c1DBoolArray& other)
   return Range() == other.Range() && DeltaX() == other.DeltaX();
 }
 
-barr_c2DBoolArray::barr_c2DBoolArray(int nx, int ny)
-    : barr_c2DBoolArray(nx, ny, false, cal_c2DArrayCal::Default) {}
-
-barr_c2DBoolArray::barr_c2DBoolArray(int nx, int ny, type_cBoolean value, const cal_c2DArrayCal& cal)
-    : arr_c2DNumberArray(nx, ny, nullptr, value, true), cal_(cal) {}
-
-barr_c2DBoolArray::barr_c2DBoolArray(const arr_c2DNumberArray<type_cBoolean>& elements,
-                                     const cal_c2DArrayCal& cal)
-    : arr_c2DNumberArray(elements), cal_(cal) {}
-
 barr_c2DBoolArray::~barr_c2DBoolArray() = default;
 
 barr_c2DBoolArray& barr_c2DBoolArray::operator=(type_cBoolean value) {
@@ -67,16 +44,11 @@ const type_cBoolean* barr_c2DBoolArray::Data() const {
   return arr_c2DNumberArray::Data();
 }
 
-rnge_c2DRange barr_c2DBoolArray::Range() const {
-  return rnge_c2DRange(rnge_c2DIndexRange(0, 0, NumIndicesX(), NumIndicesY()), cal_);
-}
-
 barr_c2DBoolArray barr_c2DBoolArray::Selection(const rnge_c2DIndexRange& range) const {
   if (range.IsNull()) return *this;
-  return barr_c2DBoolArray(
-      SubArray(range.StartIndexX(), range.StartIndexY(), std::int64_t{range.EndIndexX()} - 1,
-               std::int64_t{range.EndIndexY()} - 1),
-      cal_.Rebased(range.StartIndexX(), range.StartIndexY(), range.Contains(CalIndexX(), CalIndexY())));
+  return barr_c2DBoolArray(SubArray(range.StartIndexX(), range.StartIndexY(),
+                                    std::int64_t{range.EndIndexX()} - 1, std::int64_t{range.EndIndexY()} - 1),
+                           detail::Rebased(Cal(), range));
 }
 
 barr_c2DBoolArray barr_c2DBoolArray::Selection(int x0, int y0, int x1, int y1) const {

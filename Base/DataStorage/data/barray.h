@@ -1,20 +1,22 @@
 #pragma once
 
-#include <DataStorage/calibration/arraycal.h>
+#include <DataStorage/data/calibrated.h>
 #include <DataStorage/interfaces/arr.h>
-#include <DataStorage/positions/range2d.h>
 
 /// A calibrated mask: truth values whose indices have physical positions, on the same grids as data arrays.
 /// Copies are cheap: they share the elements until one is written. Selections take the fill value, the value
 /// last given to all elements, for positions outside the mask.
-class DATASTORAGE_EXPORT barr_c1DBoolArray : public arr_c1DNumberArray<type_cBoolean> {
+class DATASTORAGE_EXPORT barr_c1DBoolArray
+    : public detail::Calibrated<arr_c1DNumberArray<type_cBoolean>, cal_c1DArrayCal> {
  public:
   /// `count` times false. A negative count raises arr_SizeError.
-  explicit barr_c1DBoolArray(int count = 2);
+  explicit barr_c1DBoolArray(int count = 2) : barr_c1DBoolArray(count, false, cal_c1DArrayCal::Default) {}
   /// All elements and the fill value are `value`.
-  barr_c1DBoolArray(int count, type_cBoolean value, const cal_c1DArrayCal& cal);
+  barr_c1DBoolArray(int count, type_cBoolean value, const cal_c1DArrayCal& cal)
+      : Calibrated(arr_c1DNumberArray<type_cBoolean>(count, nullptr, value, true), cal) {}
   /// Shares the elements of a typed array.
-  barr_c1DBoolArray(const arr_c1DNumberArray<type_cBoolean>& elements, const cal_c1DArrayCal& cal);
+  barr_c1DBoolArray(const arr_c1DNumberArray<type_cBoolean>& elements, const cal_c1DArrayCal& cal)
+      : Calibrated(elements, cal) {}
   barr_c1DBoolArray(const barr_c1DBoolArray&) = default;
   barr_c1DBoolArray& operator=(const barr_c1DBoolArray&) = default;
   /// Every element and the fill value become `value`; the calibration stays.
@@ -23,19 +25,6 @@ class DATASTORAGE_EXPORT barr_c1DBoolArray : public arr_c1DNumberArray<type_cBoo
 
   /// The first element, valid until the mask is changed. An empty mask raises arr_IndexError.
   const type_cBoolean* Data() const;
-
-  /// Valid as long as the mask.
-  const cal_c1DArrayCal& Cal() const noexcept { return cal_; }
-  /// Lays the elements out anew.
-  void SetCal(const cal_c1DArrayCal& cal) noexcept { cal_ = cal; }
-
-  /// A value of the calibration.
-  double OffsetX() const noexcept { return cal_.OffsetX(); }
-  double DeltaX() const noexcept { return cal_.DeltaX(); }
-  int CalIndexX() const noexcept { return cal_.CalIndexX(); }
-
-  /// The positions covered.
-  rnge_c1DRange Range() const;
 
   /// The elements of an index range, with the positions they had. rnge_c1DIndexRange::Null gives the whole
   /// mask, any other empty range raises arr_IndexError.
@@ -46,21 +35,22 @@ class DATASTORAGE_EXPORT barr_c1DBoolArray : public arr_c1DNumberArray<type_cBoo
   void SetSelection(const barr_c1DBoolArray& source, int offset);
   /// Whether both cover the same range, within its tolerance, by exactly the same delta.
   type_cBoolean IsRangeAndDelta(const barr_c1DBoolArray& other) const;
-
- private:
-  cal_c1DArrayCal cal_;
 };
 
 /// A calibrated mask in two dimensions, otherwise like barr_c1DBoolArray; element (i, j) has index i along X
 /// and j along Y.
-class DATASTORAGE_EXPORT barr_c2DBoolArray : public arr_c2DNumberArray<type_cBoolean> {
+class DATASTORAGE_EXPORT barr_c2DBoolArray
+    : public detail::Calibrated<arr_c2DNumberArray<type_cBoolean>, cal_c2DArrayCal> {
  public:
   /// nx * ny times false. A negative extent raises arr_SizeError.
-  explicit barr_c2DBoolArray(int nx = 2, int ny = 2);
+  explicit barr_c2DBoolArray(int nx = 2, int ny = 2)
+      : barr_c2DBoolArray(nx, ny, false, cal_c2DArrayCal::Default) {}
   /// All elements and the fill value are `value`.
-  barr_c2DBoolArray(int nx, int ny, type_cBoolean value, const cal_c2DArrayCal& cal);
+  barr_c2DBoolArray(int nx, int ny, type_cBoolean value, const cal_c2DArrayCal& cal)
+      : Calibrated(arr_c2DNumberArray<type_cBoolean>(nx, ny, nullptr, value, true), cal) {}
   /// Shares the elements of a typed array.
-  barr_c2DBoolArray(const arr_c2DNumberArray<type_cBoolean>& elements, const cal_c2DArrayCal& cal);
+  barr_c2DBoolArray(const arr_c2DNumberArray<type_cBoolean>& elements, const cal_c2DArrayCal& cal)
+      : Calibrated(elements, cal) {}
   barr_c2DBoolArray(const barr_c2DBoolArray&) = default;
   barr_c2DBoolArray& operator=(const barr_c2DBoolArray&) = default;
   /// Every element and the fill value become `value`; the calibration stays.
@@ -69,22 +59,6 @@ class DATASTORAGE_EXPORT barr_c2DBoolArray : public arr_c2DNumberArray<type_cBoo
 
   /// Element (0, 0), valid until the mask is changed. An empty mask raises arr_IndexError.
   const type_cBoolean* Data() const;
-
-  /// Valid as long as the mask.
-  const cal_c2DArrayCal& Cal() const noexcept { return cal_; }
-  /// Lays the elements out anew.
-  void SetCal(const cal_c2DArrayCal& cal) noexcept { cal_ = cal; }
-
-  /// A value of the calibration.
-  double OffsetX() const noexcept { return cal_.OffsetX(); }
-  double OffsetY() const noexcept { return cal_.OffsetY(); }
-  double DeltaX() const noexcept { return cal_.DeltaX(); }
-  double DeltaY() const noexcept { return cal_.DeltaY(); }
-  int CalIndexX() const noexcept { return cal_.CalIndexX(); }
-  int CalIndexY() const noexcept { return cal_.CalIndexY(); }
-
-  /// The rectangle of positions covered.
-  rnge_c2DRange Range() const;
 
   /// The elements of an index range, with the positions they had. rnge_c2DIndexRange::Null gives the whole
   /// mask, any other range that is empty on either axis raises arr_IndexError.
@@ -95,7 +69,4 @@ class DATASTORAGE_EXPORT barr_c2DBoolArray : public arr_c2DNumberArray<type_cBoo
   void SetSelection(const barr_c2DBoolArray& source, int x, int y);
   /// Whether both cover the same range, within its tolerance, by exactly the same deltas.
   type_cBoolean IsRangeAndDelta(const barr_c2DBoolArray& other) const;
-
- private:
-  cal_c2DArrayCal cal_;
 };

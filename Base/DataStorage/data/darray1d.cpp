@@ -3,17 +3,6 @@
 
 #include <DataStorage/data/darray1d.h>
 
-darr_c1DArray::darr_c1DArray() : DataArray(parr_c1DNumberArray(), cal_c1DArrayCal::Default) {}
-
-darr_c1DArray::darr_c1DArray(int count, const pnum_cNumber& value, const cal_c1DArrayCal& cal)
-    : DataArray(parr_c1DNumberArray(count, value), cal) {}
-
-darr_c1DArray::darr_c1DArray(int count, dtyp_cDataType type, const cal_c1DArrayCal& cal)
-    : DataArray(parr_c1DNumberArray(count, type), cal) {}
-
-darr_c1DArray::darr_c1DArray(const parr_c1DNumberArray& numbers, const cal_c1DArrayCal& cal)
-    : DataArray(numbers, cal) {}
-
 darr_c1DArray& darr_c1DArray::operator=(const pnum_cNumber& value) {
   parr_c1DNumberArray::operator=(value);
   return *this;
@@ -22,10 +11,6 @@ darr_c1DArray& darr_c1DArray::operator=(const pnum_cNumber& value) {
 const tgio_cObjectType& darr_c1DArray::ObjectType() const { return _ObjectType; }
 
 unsigned int darr_c1DArray::DataTypeID() { return obty_1DDataArrayType; }
-
-rnge_c1DRange darr_c1DArray::Range() const {
-  return rnge_c1DRange(rnge_c1DIndexRange(0, NumIndices()), Cal());
-}
 
 pnum_cNumber darr_c1DArray::Value(double position, darr_eInterpolation interpolation) const {
   const detail::Interval covered{Cal().PositionX(0), Cal().PositionX(NumIndices())};
@@ -74,8 +59,7 @@ darr_c1DArray darr_c1DArray::FilledOut(const rnge_c1DIndexRange& indices, bool k
 
 darr_c1DArray darr_c1DArray::Selection(const rnge_c1DIndexRange& range) const {
   if (range.IsNull()) return *this;
-  return darr_c1DArray(parr_c1DNumberArray::Selection(range),
-                       Cal().Rebased(range.StartIndexX(), range.Contains(CalIndexX())));
+  return darr_c1DArray(parr_c1DNumberArray::Selection(range), detail::Rebased(Cal(), range));
 }
 
 darr_c1DArray darr_c1DArray::Selection(int start, int end) const {

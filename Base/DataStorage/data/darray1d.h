@@ -22,15 +22,17 @@ enum darr_eInterpolation : int {
 class DATASTORAGE_EXPORT darr_c1DArray : public detail::DataArray<parr_c1DNumberArray, cal_c1DArrayCal> {
  public:
   /// No elements.
-  darr_c1DArray();
+  darr_c1DArray() : DataArray(parr_c1DNumberArray(), cal_c1DArrayCal::Default) {}
   /// `count` elements of `value`.
-  darr_c1DArray(int count, const pnum_cNumber& value, const cal_c1DArrayCal& cal);
+  darr_c1DArray(int count, const pnum_cNumber& value, const cal_c1DArrayCal& cal)
+      : DataArray(parr_c1DNumberArray(count, value), cal) {}
   /// `count` zeros.
-  darr_c1DArray(int count, dtyp_cDataType type, const cal_c1DArrayCal& cal);
+  darr_c1DArray(int count, dtyp_cDataType type, const cal_c1DArrayCal& cal)
+      : DataArray(parr_c1DNumberArray(count, type), cal) {}
   darr_c1DArray(int count, dtyp_eDataType type, const cal_c1DArrayCal& cal)
       : darr_c1DArray(count, dtyp_cDataType(type), cal) {}
   /// Shares the elements of a number array.
-  darr_c1DArray(const parr_c1DNumberArray& numbers, const cal_c1DArrayCal& cal);
+  darr_c1DArray(const parr_c1DNumberArray& numbers, const cal_c1DArrayCal& cal) : DataArray(numbers, cal) {}
   /// Shares the elements of a typed array.
   template <detail::ElementType T>
   darr_c1DArray(const arr_c1DNumberArray<T>& elements, const cal_c1DArrayCal& cal)
@@ -44,9 +46,6 @@ class DATASTORAGE_EXPORT darr_c1DArray : public detail::DataArray<parr_c1DNumber
   const tgio_cObjectType& ObjectType() const override;
   /// The identifier of 1D data arrays in series files.
   static unsigned int DataTypeID();
-
-  /// The positions covered.
-  rnge_c1DRange Range() const;
 
   using parr_c1DNumberArray::SetValue;
   using parr_c1DNumberArray::Value;

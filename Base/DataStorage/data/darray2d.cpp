@@ -9,17 +9,6 @@ constexpr detail::SourceFile source_file{"darray2d"};
 
 }  // namespace
 
-darr_c2DArray::darr_c2DArray() : DataArray(parr_c2DNumberArray(), cal_c2DArrayCal::Default) {}
-
-darr_c2DArray::darr_c2DArray(int nx, int ny, const pnum_cNumber& value, const cal_c2DArrayCal& cal)
-    : DataArray(parr_c2DNumberArray(nx, ny, value), cal) {}
-
-darr_c2DArray::darr_c2DArray(int nx, int ny, dtyp_cDataType type, const cal_c2DArrayCal& cal)
-    : DataArray(parr_c2DNumberArray(nx, ny, type), cal) {}
-
-darr_c2DArray::darr_c2DArray(const parr_c2DNumberArray& numbers, const cal_c2DArrayCal& cal)
-    : DataArray(numbers, cal) {}
-
 darr_c2DArray& darr_c2DArray::operator=(const pnum_cNumber& value) {
   parr_c2DNumberArray::operator=(value);
   return *this;
@@ -28,8 +17,6 @@ darr_c2DArray& darr_c2DArray::operator=(const pnum_cNumber& value) {
 const tgio_cObjectType& darr_c2DArray::ObjectType() const { return _ObjectType; }
 
 unsigned int darr_c2DArray::DataTypeID() { return obty_2DDataArrayType; }
-
-rnge_c2DRange darr_c2DArray::Range() const { return rnge_c2DRange(IndexRange(), Cal()); }
 
 pnum_cNumber darr_c2DArray::Value(double x, double y) const {
   if (NumIndices() == 0 || !Range().Contains(x, y)) return pnum_cNumber(DataType());
@@ -82,9 +69,7 @@ darr_c2DArray darr_c2DArray::FilledOut(const rnge_c2DIndexRange& indices, bool k
 
 darr_c2DArray darr_c2DArray::Selection(const rnge_c2DIndexRange& range) const {
   if (range.IsNull()) return *this;
-  return darr_c2DArray(
-      parr_c2DNumberArray::Selection(range),
-      Cal().Rebased(range.StartIndexX(), range.StartIndexY(), range.Contains(CalIndexX(), CalIndexY())));
+  return darr_c2DArray(parr_c2DNumberArray::Selection(range), detail::Rebased(Cal(), range));
 }
 
 darr_c2DArray darr_c2DArray::Selection(int x0, int y0, int x1, int y1) const {

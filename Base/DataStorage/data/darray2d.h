@@ -9,15 +9,17 @@
 class DATASTORAGE_EXPORT darr_c2DArray : public detail::DataArray<parr_c2DNumberArray, cal_c2DArrayCal> {
  public:
   /// No elements.
-  darr_c2DArray();
+  darr_c2DArray() : DataArray(parr_c2DNumberArray(), cal_c2DArrayCal::Default) {}
   /// nx * ny elements of `value`.
-  darr_c2DArray(int nx, int ny, const pnum_cNumber& value, const cal_c2DArrayCal& cal);
+  darr_c2DArray(int nx, int ny, const pnum_cNumber& value, const cal_c2DArrayCal& cal)
+      : DataArray(parr_c2DNumberArray(nx, ny, value), cal) {}
   /// nx * ny zeros.
-  darr_c2DArray(int nx, int ny, dtyp_cDataType type, const cal_c2DArrayCal& cal);
+  darr_c2DArray(int nx, int ny, dtyp_cDataType type, const cal_c2DArrayCal& cal)
+      : DataArray(parr_c2DNumberArray(nx, ny, type), cal) {}
   darr_c2DArray(int nx, int ny, dtyp_eDataType type, const cal_c2DArrayCal& cal)
       : darr_c2DArray(nx, ny, dtyp_cDataType(type), cal) {}
   /// Shares the elements of a number array.
-  darr_c2DArray(const parr_c2DNumberArray& numbers, const cal_c2DArrayCal& cal);
+  darr_c2DArray(const parr_c2DNumberArray& numbers, const cal_c2DArrayCal& cal) : DataArray(numbers, cal) {}
   /// Shares the elements of a typed array.
   template <detail::ElementType T>
   darr_c2DArray(const arr_c2DNumberArray<T>& elements, const cal_c2DArrayCal& cal)
@@ -31,17 +33,6 @@ class DATASTORAGE_EXPORT darr_c2DArray : public detail::DataArray<parr_c2DNumber
   const tgio_cObjectType& ObjectType() const override;
   /// The identifier of 2D data arrays in series files.
   static unsigned int DataTypeID();
-
-  /// A value of the calibration along Y.
-  double OffsetY() const noexcept { return cal_.OffsetY(); }
-  double DeltaY() const noexcept { return cal_.DeltaY(); }
-  int CalIndexY() const noexcept { return cal_.CalIndexY(); }
-  void SetOffsetY(double offset) noexcept { cal_.SetOffsetY(offset); }
-  void SetDeltaY(double delta) noexcept { cal_.SetDeltaY(delta); }
-  void SetCalIndexY(int calIndex) noexcept { cal_.SetCalIndexY(calIndex); }
-
-  /// The rectangle of positions covered.
-  rnge_c2DRange Range() const;
 
   using parr_c2DNumberArray::SetValue;
   using parr_c2DNumberArray::Value;
@@ -80,6 +71,7 @@ class DATASTORAGE_EXPORT darr_c2DArray : public detail::DataArray<parr_c2DNumber
   /// A copy whose positions lie (dx, dy) further on.
   darr_c2DArray Move(double dx, double dy) const;
   using DataArray::OffsetX;
+  using DataArray::OffsetY;
   /// The distance from the other array's first position to this one's.
   double OffsetX(const darr_c2DArray& other) const;
   double OffsetY(const darr_c2DArray& other) const;

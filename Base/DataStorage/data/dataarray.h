@@ -1,6 +1,6 @@
 #pragma once
 
-#include <DataStorage/calibration/arraycal.h>
+#include <DataStorage/data/calibrated.h>
 #include <DataStorage/interfaces/bstr.h>
 #include <DataStorage/interfaces/constants.h>
 #include <DataStorage/interfaces/tgio.h>
@@ -34,24 +34,11 @@ inline type_cBoolean ReadRawCalibration(bstr_cBinary_istream& in, cal_c2DArrayCa
   return true;
 }
 
-/// What data arrays of one and of two dimensions have in common: numbers and the calibration of their
-/// indices, and the persistence of both. `Numbers` is the number array, `Calibration` its calibration.
+/// What data arrays of one and of two dimensions have in common: calibrated numbers, and the persistence of
+/// both. `Numbers` is the number array, `Calibration` its calibration.
 template <class Numbers, class Calibration>
-class DATASTORAGE_EXPORT DataArray : public Numbers {
+class DATASTORAGE_EXPORT DataArray : public Calibrated<Numbers, Calibration> {
  public:
-  /// What gives the elements their positions; valid as long as the array.
-  const Calibration& Cal() const noexcept { return cal_; }
-  /// Lays the elements out anew.
-  void SetCal(const Calibration& cal) noexcept { cal_ = cal; }
-
-  /// A value of the calibration.
-  double OffsetX() const noexcept { return cal_.OffsetX(); }
-  double DeltaX() const noexcept { return cal_.DeltaX(); }
-  int CalIndexX() const noexcept { return cal_.CalIndexX(); }
-  void SetOffsetX(double offset) noexcept { cal_.SetOffsetX(offset); }
-  void SetDeltaX(double delta) noexcept { cal_.SetDeltaX(delta); }
-  void SetCalIndexX(int calIndex) noexcept { cal_.SetCalIndexX(calIndex); }
-
   /// The atoms of the number array and the calibration as a nested object.
   type_cBoolean Write(tgio_cASCII_ostream& out) const override {
     return Numbers::Write(out) && out.Write(cal_, darr_CalibrationString, false);
@@ -86,14 +73,9 @@ class DATASTORAGE_EXPORT DataArray : public Numbers {
   };
 
  protected:
-  /// Shares the elements of `numbers`.
-  DataArray(const Numbers& numbers, const Calibration& cal) : Numbers(numbers), cal_(cal) {}
-  DataArray(const DataArray&) = default;
-  DataArray& operator=(const DataArray&) = default;
-
+  using Calibrated<Numbers, Calibration>::Calibrated;
+  using Calibrated<Numbers, Calibration>::cal_;
   using Numbers::operator=;
-
-  Calibration cal_;  ///< lies beside the letter, which knows nothing of positions
 
  private:
   template <class Stream>
