@@ -1,7 +1,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include <DataStorage/data/darray1d.h>
+#include <DataStorage/data/alongaxis_impl.h>
+#include <DataStorage/data/rescl2.h>
 
 darr_c1DArray& darr_c1DArray::operator=(const pnum_cNumber& value) {
   parr_c1DNumberArray::operator=(value);
@@ -75,6 +76,17 @@ darr_c1DArray darr_c1DArray::Selection(const rnge_c1DRange& range, rnge_eIndexSe
 
 darr_c1DArray darr_c1DArray::Selection(double from, double to, rnge_eIndexSelect select) const {
   return Selection(rnge_c1DRange(from, to), select);
+}
+
+void darr_c1DArray::Set(const darr_c1DArray& source) {
+  detail::CheckAxes(DeltaX(), source.DeltaX());
+  const darr_c1DArray merged = resc_Rescale(source, DeltaX(), Range().StartX());
+  if (DeltaX() > 0) return detail::Merge<rnge_c1DIndexRange>(merged, *this);
+  if (merged.NumIndices() == 0) return;
+  const rnge_c1DRange range = merged.Range();
+  const int count = merged.NumIndices();
+  SetSelection(merged,
+               detail::PlaceOf(range.StartX(), range.EndX(), count, Cal().AxisX(), NumIndices()).first);
 }
 
 darr_c1DArray darr_c1DArray::Move(double distance) const {

@@ -1,7 +1,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include <DataStorage/data/darray2d.h>
+#include <DataStorage/data/alongaxis_impl.h>
+#include <DataStorage/data/rescl2.h>
 
 namespace {
 
@@ -93,6 +94,24 @@ darr_c2DArray darr_c2DArray::Selection(double x1, double y1, double x2, double y
 darr_c1DArray darr_c2DArray::LineAtX(int i) const { return darr_c1DArray(Column(i), Cal().CalY()); }
 
 darr_c1DArray darr_c2DArray::LineAtY(int j) const { return darr_c1DArray(Row(j), Cal().CalX()); }
+
+void darr_c2DArray::Set(const darr_c2DArray& source) {
+  detail::CheckAxes(DeltaX(), source.DeltaX());
+  detail::CheckAxes(DeltaY(), source.DeltaY());
+  const darr_c2DArray merged = resc_Rescale(source, DeltaX(), DeltaY());
+  if (DeltaX() > 0 && DeltaY() > 0) return detail::Merge<rnge_c2DIndexRange>(merged, *this);
+  if (merged.NumIndices() == 0) return;
+  const rnge_c2DRange range = merged.Range();
+  const detail::Place x =
+      detail::PlaceOf(range.Left(), range.Right(), merged.NumIndicesX(), Cal().AxisX(), NumIndicesX());
+  const detail::Place y =
+      detail::PlaceOf(range.Bottom(), range.Top(), merged.NumIndicesY(), Cal().AxisY(), NumIndicesY());
+  const rnge_c2DIndexRange needed(x.needed.start, y.needed.start, x.needed.end, y.needed.end);
+  if (needed == IndexRange()) return SetSelection(merged, x.first, y.first);
+  darr_c2DArray grown = FilledOut(needed, true);
+  grown.SetSelection(merged, x.first - x.needed.start, y.first - y.needed.start);
+  *this = grown;
+}
 
 darr_c2DArray darr_c2DArray::Move(double dx, double dy) const {
   darr_c2DArray moved(*this);
