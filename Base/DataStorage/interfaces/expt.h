@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The exceptions that the library throws.
+/// The exceptions that the library throws. Those of arrays stand in arrerror.h.
 
 #include <exception>
 #include <string>
