@@ -144,6 +144,8 @@ TEST(StoredSeries, InMemoryIsARing) {
     while (std::ssize(model) > series.Size()) model.pop_front();
     ASSERT_EQ(Contents(series), std::accumulate(model.begin(), model.end(), std::string())) << step;
   }
+  series = Memory(2, Line(4));
+  EXPECT_EQ(series.DimensionArray().TotalNumberIndices(), 4);
   EXPECT_THROW(series.SetSize(-1), arr_cIndexException);
   EXPECT_THROW(Memory(0).Append({}, dtsr_cDataTag()), arr_cIndexException);
 }

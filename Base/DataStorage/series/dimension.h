@@ -56,6 +56,7 @@ class DATASTORAGE_EXPORT dtsr_cDimensionArray {
   dtsr_cDimensionArray(int count = 1);
   dtsr_cDimensionArray(const dtsr_cDimensionArray&) = default;
   dtsr_cDimensionArray& operator=(const dtsr_cDimensionArray&) = default;
+  dtsr_cDimensionArray& operator=(dtsr_cDimensionArray&&) noexcept = default;
   virtual ~dtsr_cDimensionArray();
 
   /// How many dimensions there are.

@@ -158,6 +158,8 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
  private:
   struct Plan;
   dtsr_cFileSeriesBase(const str_cString& path, Plan&& plan, bstr_eAccess access);
+  template <class Store>
+  friend class dtsr_cStoredSeries;
   // Of a copy that is not used any more; the file goes first, which alone can fail.
   dtsr_cFileSeriesBase& operator=(dtsr_cFileSeriesBase&&) = default;
 

@@ -43,6 +43,8 @@ class DATASTORAGE_EXPORT dtsr_cMemorySeriesBase {
   int AbsIndex(int i) const;
 
  private:
+  template <class Store>
+  friend class dtsr_cStoredSeries;
   // Of a copy that is not used any more.
   dtsr_cMemorySeriesBase& operator=(dtsr_cMemorySeriesBase&&) noexcept = default;
 

@@ -62,6 +62,7 @@ class DATASTORAGE_EXPORT dtsr_cDataSeriesBase {
  protected:
   /// The dimensions stay what they are.
   explicit dtsr_cDataSeriesBase(const dtsr_cDimensionArray& dimensions) : dimensions_(dimensions) {}
+  dtsr_cDataSeriesBase& operator=(dtsr_cDataSeriesBase&&) noexcept = default;
 
  private:
   dtsr_cDimensionArray dimensions_;

@@ -31,6 +31,15 @@
 template <class Store>
 class DATASTORAGE_EXPORT dtsr_cStoredSeries : public Store, public dtsr_cDataSeriesBase {
  public:
+  dtsr_cStoredSeries(const dtsr_cStoredSeries&) = default;
+  /// Takes what the store takes, and the dimensions.
+  dtsr_cStoredSeries& operator=(const dtsr_cStoredSeries& other) {
+    dtsr_cStoredSeries copy(other);
+    Store::operator=(static_cast<Store&&>(copy));
+    dtsr_cDataSeriesBase::operator=(static_cast<dtsr_cDataSeriesBase&&>(copy));
+    return *this;
+  }
+
   using dtsr_cDataSeriesBase::GetTag;
 
   /// As the store does.
