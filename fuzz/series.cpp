@@ -3,12 +3,12 @@
 #include <vector>
 
 #include "arrayseries.h"
+#include "file/check.h"
+#include "file/failure.h"
+#include "file/header.h"
+#include "file/series.h"
 #include "support.h"
 #include "targets.h"
-#include "tools/dseries/check.h"
-#include "tools/dseries/failure.h"
-#include "tools/dseries/header.h"
-#include "tools/dseries/series.h"
 #include <DataStorage/interfaces/constants.h>
 
 using namespace fuzz;

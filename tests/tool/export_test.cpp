@@ -1,7 +1,7 @@
 #include <cmath>
 #include <cstring>
 
-#include "npy.h"
+#include "io/npy.h"
 #include "tool.h"
 
 using testing::HasSubstr;

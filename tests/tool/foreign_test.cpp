@@ -1,4 +1,4 @@
-#include "series.h"
+#include "file/series.h"
 #include "tool.h"
 
 using testing::HasSubstr;

@@ -10,11 +10,11 @@
 #include <thread>
 #include <unistd.h>
 
-#include "failure.h"
-#include "header.h"
-#include "interrupt.h"
-#include "newfile.h"
-#include "raw.h"
+#include "file/failure.h"
+#include "file/header.h"
+#include "io/interrupt.h"
+#include "io/newfile.h"
+#include "io/raw.h"
 #include "tool.h"
 
 #ifndef __has_feature

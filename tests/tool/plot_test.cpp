@@ -7,8 +7,8 @@
 #include <memory>
 #include <set>
 
-#include "format.h"
-#include "scale.h"
+#include "figure/scale.h"
+#include "file/text.h"
 #include "tool.h"
 
 using testing::HasSubstr;

@@ -1,8 +1,8 @@
 #include <cstring>
 
-#include "check.h"
-#include "commands.h"
-#include "failure.h"
+#include "commands/commands.h"
+#include "file/check.h"
+#include "file/failure.h"
 #include "tool.h"
 
 using testing::HasSubstr;

@@ -1,10 +1,9 @@
-#include "text.h"
-
 #include <cmath>
 #include <fmt/format.h>
 #include <random>
 
-#include "failure.h"
+#include "file/failure.h"
+#include "io/columns.h"
 #include "tool.h"
 
 using dseries::Columns;

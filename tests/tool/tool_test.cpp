@@ -5,7 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "format.h"
+#include "file/text.h"
 
 using testing::HasSubstr;
 using testing::Not;

@@ -1,9 +1,9 @@
 #include <cstring>
 #include <tuple>
 
-#include "check.h"
-#include "failure.h"
-#include "series.h"
+#include "file/check.h"
+#include "file/failure.h"
+#include "file/series.h"
 #include "tool.h"
 #include <DataStorage/data/darray1d.h>
 

@@ -9,10 +9,10 @@
 #include <new>
 #include <system_error>
 
-#include "console.h"
-#include "interrupt.h"
+#include "cli/usage.h"
+#include "io/console.h"
+#include "io/interrupt.h"
 #include "program.h"
-#include "usage.h"
 #include <DataStorage/interfaces/expt.h>
 
 namespace {

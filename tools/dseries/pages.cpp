@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "help.h"
+#include "cli/help.h"
 #include "program.h"
 
 namespace {

@@ -3,9 +3,9 @@
 #include <fmt/core.h>
 #include <string>
 
-#include "commands.h"
-#include "help.h"
-#include "usage.h"
+#include "cli/help.h"
+#include "cli/usage.h"
+#include "commands/commands.h"
 
 namespace dseries {
 

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <string>
+
+#include "figure/plane.h"
+#include <DataStorage/data/darray1d.h>
+
+namespace dseries {
+
+/// Where an array goes as text or as a picture; an empty path: it is only described.
+struct Output : Target {
+  int precision = 0;  ///< significant digits of text; 0: as many as the values need
+};
+
+void AddOutput(CLI::App& command, Output& output, const std::string& help);
+
+/// Writes positions and values as text. `source` as for WriteWhole.
+void WriteColumns(const darr_c1DArray& array, const Output& output, const std::string& source);
+
+/// Writes what is wanted of a 2D array: one line as text, anything else as WritePlane does. Throws Failure
+/// when there is no output.
+void WritePlaneOrLine(const darr_c2DArray& array, const PlaneView& view, const Drawing& drawing,
+                      const Output& output, const std::string& source);
+
+}  // namespace dseries

@@ -1,0 +1,97 @@
+#include <filesystem>
+#include <fmt/format.h>
+#include <memory>
+#include <string>
+
+#include "cli/progress.h"
+#include "commands/commands.h"
+#include "file/failure.h"
+#include "file/header.h"
+#include "file/series.h"
+#include "file/text.h"
+#include "io/console.h"
+#include "io/input.h"
+#include "io/losses.h"
+#include "io/newfile.h"
+
+namespace dseries {
+
+namespace {
+
+struct Options {
+  std::string file;
+  std::string output;
+  std::string type;
+  bool force = false;
+};
+
+/// Refuses data that will not fit before the first of them is converted.
+template <class Array>
+void CheckRoom(DataSeries<Array>& from, const Series& to, dtyp_cDataType type) {
+  const int filled = from.NextWriteIndex();
+  std::int64_t bytes = filled > 0 ? filled * StoredSize(*from.Tag(0)) : 0;
+  for (int i = 0; i < filled; ++i) bytes += from.SizeAs(type, i);
+  if (bytes > to.Room()) {
+    Fail(
+        "{} of type {} would take {} bytes, and a series file has room for {} below 2 GiB; choose a smaller "
+        "type",
+        Count(filled, "datum", "data"), ElementName(type), bytes, to.Room());
+  }
+}
+
+template <class Array>
+int CopyConverted(const Options& options, const std::string& path, dtyp_cDataType type, Losses& losses) {
+  DataSeries<Array> from(options.file, bstr_OpenReadOnly);
+  DataSeries<Array> to(path, from.DimensionArray());
+  CheckRoom(from, to, type);
+  const int filled = from.NextWriteIndex();
+  Progress progress("converting", filled);
+  for (int i = 0; i < filled; ++i) {
+    to.Append(losses.Convert(from.Datum(i), fmt::format("datum {}, ", i)), *from.Tag(i));
+    progress.Show(i + 1);
+  }
+  return filled;
+}
+
+void Convert(const Options& options) {
+  const dtyp_cDataType type = ElementType(options.type);
+  CheckStorable(type);
+  const unsigned int data_type = KnownDataType(options.file);
+  std::error_code ignored;
+  if (std::filesystem::equivalent(options.file, options.output, ignored)) {
+    Fail("{} is the series itself", options.output);
+  }
+  Losses losses(type);
+  int count = 0;
+  MakeSeries(options.output, options.force, [&](const std::string& path) {
+    count = VisitDataType(data_type, [&]<class Array>(std::type_identity<Array>) {
+      return CopyConverted<Array>(options, path, type, losses);
+    });
+  });
+  if (const std::string text = losses.Text(); !text.empty()) PrintWarning(options.output + ": " + text);
+  Note("{}: {} of type {}", options.output, Count(count, "datum", "data"), options.type);
+}
+
+}  // namespace
+
+void AddConvert(CLI::App& program) {
+  auto options = std::make_shared<Options>();
+  CLI::App& command = *program.add_subcommand("convert", "Copy a series with its elements in another type");
+  command.add_option("FILE", options->file, "The series file")->required();
+  command.add_option("OUT", options->output, "The series file to make")->required();
+  command
+      .add_option("--type", options->type,
+                  "The new element type. Integers take the nearest whole number, the nearest one they have "
+                  "for values beyond them, and 0 for not-a-number; how many values change is reported")
+      ->type_name("TYPE")
+      ->required()
+      ->check(CLI::IsMember(ElementNames()));
+  command.add_flag("-f,--force", options->force, "Replace a file that exists");
+  command.footer(
+      "Dimensions, positions and tags stay.\n\n"
+      "Example:\n"
+      "  dseries convert sst.dseries sst64.dseries --type float64");
+  command.callback([options] { Convert(*options); });
+}
+
+}  // namespace dseries

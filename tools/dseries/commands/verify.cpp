@@ -1,0 +1,68 @@
+#include <fmt/format.h>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cli/progress.h"
+#include "commands/commands.h"
+#include "file/check.h"
+#include "file/failure.h"
+#include "file/text.h"
+#include "io/files.h"
+
+namespace dseries {
+
+namespace {
+
+void Verify(const std::string& path) {
+  Findings findings;
+  {
+    Progress progress("verifying", 100);
+    findings = Check(path, [&](int done, int valid) { progress.Show(std::int64_t{100} * done / valid); });
+  }
+  for (const std::string& note : findings.notes) fmt::print("{}: note: {}\n", path, note);
+  for (const std::string& fault : findings.faults) fmt::print("{}: {}\n", path, fault);
+  if (const auto untold = findings.fault_count - static_cast<std::int64_t>(findings.faults.size());
+      untold > 0) {
+    fmt::print("{}: and {}\n", path, Count(untold, "more fault", "more faults"));
+  }
+  if (findings.fault_count > 0) {
+    Fail("{} is damaged: {}, {} of {} data are whole; 'dseries repair {} -o NEW' saves those", path,
+         Count(findings.fault_count, "fault", "faults"), findings.whole, findings.valid, ShellWord(path));
+  }
+  fmt::print("{}: whole, {} of {} slots filled\n", path, findings.valid, findings.slots);
+}
+
+/// Looks at all files before it complains.
+void VerifyAll(const std::vector<std::string>& names) {
+  const std::vector<std::string> files = Expanded(names);
+  if (files.size() == 1) return Verify(files.front());
+  int bad = 0;
+  for (const std::string& file : files) {
+    try {
+      Verify(file);
+    } catch (const Failure& failure) {
+      fmt::print("{}\n", failure.what());
+      ++bad;
+    }
+  }
+  if (bad > 0) Fail("{} of {} files are not whole", bad, files.size());
+}
+
+}  // namespace
+
+void AddVerify(CLI::App& program) {
+  auto files = std::make_shared<std::vector<std::string>>();
+  CLI::App& command =
+      *program.add_subcommand("verify", "Check that everything in a series file fits together");
+  command.add_option("FILE", *files, "Series files, or names of several with * in quotes")->required();
+  command.footer(
+      "Lists everything that is broken; the exit status is 1 then. It compares header,\n"
+      "dimensions, offset lists, data and tags with each other. It cannot see a value,\n"
+      "a position or a time that became another one: the file holds no checksums.\n\n"
+      "Example:\n"
+      "  dseries verify sst.dseries months.dseries");
+  command.callback([files] { VerifyAll(*files); });
+}
+
+}  // namespace dseries

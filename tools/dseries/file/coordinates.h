@@ -1,0 +1,32 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "file/series.h"
+#include <DataStorage/interfaces/bstr.h>
+
+namespace dseries {
+
+/// A position with the digits that mean something: the last bits of one that was computed do not.
+std::string PositionText(double position);
+
+/// Where and when the data of a series were taken, as the columns of a table: the linear index, the position
+/// along each dimension, the time, and the position in the tag where there is one.
+class Places {
+ public:
+  explicit Places(const Series& series);
+
+  std::vector<std::string> Names() const;
+  /// How NumPy writes the types that Write uses.
+  std::vector<std::string> NpyTypes() const;
+
+  std::vector<std::string> Cells(int i) const;
+  void Write(bstr_cBinary_ostream& out, int i) const;
+
+ private:
+  const Series& series_;
+  bool positions_in_tags_;
+};
+
+}  // namespace dseries

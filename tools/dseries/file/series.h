@@ -1,0 +1,111 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <new>
+#include <string>
+#include <type_traits>
+
+#include "file/failure.h"
+#include "file/header.h"
+#include <DataStorage/data/darray1d.h>
+#include <DataStorage/data/darray2d.h>
+#include <DataStorage/interfaces/bstr.h>
+#include <DataStorage/interfaces/expt.h>
+#include <DataStorage/series/datatag.h>
+#include <DataStorage/series/storedseries.h>
+
+namespace dseries {
+
+/// A new tag of the given kind, to read stored ones of so many bytes into. Of kinds that are unknown here it
+/// has the time, with which all begin, and keeps the bytes behind it.
+std::unique_ptr<dtsr_cDataTag> MakeTag(unsigned int tag_type, std::int64_t bytes = 0);
+
+/// A series in a file without its data: dimensions and tags, whatever the data are.
+class Series : public dtsr_cStoredSeries<dtsr_cFileSeriesBase> {
+ public:
+  /// Opens a series for reading.
+  explicit Series(const std::string& path);
+
+  /// Taken from the first tag where the header does not tell it yet: a process may have been killed in
+  /// between. 0 when there are no tags.
+  unsigned int TagTypeID() const override;
+
+  /// Throws Failure when one of the tags that are looked through cannot be read.
+  int DataIndex(const dtsr_cDataTag& tag, type_cBoolean compare_time) const override;
+  /// The tag of datum i. Throws Failure when it cannot be read.
+  std::unique_ptr<dtsr_cDataTag> Tag(int i) const;
+  /// How many bytes the file has room for behind its data: positions in it are 32-bit.
+  std::int64_t Room() const;
+  /// How many bytes datum i takes, its tag not counted.
+  long DatumSize(int i) const { return tagOffsets_[i] - dataOffsets_[i]; }
+
+ protected:
+  Series(const std::string& path, const dtsr_cDimensionArray& dimensions, unsigned int data_type);
+  Series(const std::string& path, unsigned int data_type, bstr_eAccess access);
+};
+
+/// How many bytes a datum with so many elements takes in a file, its tag not counted.
+template <class Array>
+std::int64_t StoredSize(std::int64_t elements, dtyp_cDataType type) {
+  bstr_cMemory_ostream head;
+  Array().Write(head);
+  return head.Size() + elements * type.SizeOf();
+}
+
+/// The same for a tag.
+std::int64_t StoredSize(const dtsr_cDataTag& tag);
+
+/// A series in a file whose data are arrays of class `Array`, in their raw form.
+template <class Array>
+class DataSeries : public Series {
+ public:
+  /// Creates a series.
+  DataSeries(const std::string& path, const dtsr_cDimensionArray& dimensions,
+             unsigned int data_type = Array::DataTypeID())
+      : Series(path, dimensions, data_type) {}
+  /// Opens a series that exists.
+  explicit DataSeries(const std::string& path, bstr_eAccess access = bstr_OpenExisting)
+      : Series(path, Array::DataTypeID(), access) {}
+
+  /// Stores a datum and its tag in the next slot. The datum goes to the file in one write.
+  void Append(const Array& datum, const dtsr_cDataTag& tag) {
+    bstr_cMemory_ostream bytes;
+    if (!datum.Write(bytes)) throw std::bad_alloc();
+    AppendDatum(tag, [&](bstr_cBinary_ostream& out) { return out.Write(bytes.Data(), bytes.Size()); });
+  }
+
+  /// How many bytes datum i would take with elements of another type. Only its element type is read.
+  std::int64_t SizeAs(dtyp_cDataType type, int i) {
+    // The type stands behind the calibration, in front of the extents.
+    constexpr int axes = std::is_same_v<Array, darr_c2DArray> ? 2 : 1;
+    const std::int64_t head = StoredSize<Array>(0, type), place = head - 4 * axes - 2;
+    std::uint16_t present = 0;
+    bstr_cBinary_istream& in = file_.Input();
+    if (!in.Seek(dataOffsets_[i] + place) || !bstr_ReadFields(in, present) || present < dtyp_UBin8 ||
+        present > dtyp_Complex128) {
+      Fail("datum {} of {} cannot be read", i, FilePath().CString());
+    }
+    const std::int64_t elements =
+        (DatumSize(i) - head) / dtyp_cDataType(static_cast<dtyp_eDataType>(present)).SizeOf();
+    return head + elements * type.SizeOf();
+  }
+
+  /// Reads datum i.
+  Array Datum(int i) {
+    Array datum;
+    if (bReadDatum(i, [&](bstr_cBinary_istream& in) { return datum.Read(in); })) return datum;
+    FailForDamage(FilePath().CString(),
+                  fmt::format("datum {} of {} cannot be read", i, FilePath().CString()));
+  }
+};
+
+/// Chooses code by what the data of a series are: calls `f` with std::type_identity of their class.
+/// `data_type` is one that is known here.
+template <class F>
+auto VisitDataType(unsigned int data_type, F&& f) {
+  if (data_type == darr_c2DArray::DataTypeID()) return f(std::type_identity<darr_c2DArray>());
+  return f(std::type_identity<darr_c1DArray>());
+}
+
+}  // namespace dseries

@@ -1,0 +1,135 @@
+#include "io/files.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <fmt/format.h>
+#include <glob.h>
+
+#include "file/failure.h"
+#include "file/text.h"
+
+namespace dseries {
+
+namespace fs = std::filesystem;
+
+std::string Extension(const std::string& path) {
+  std::string extension = fs::path(path).extension().string();
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
+  return extension;
+}
+
+std::string FileName(const std::string& path) {
+  return Printable(str_cString(fs::path(path).filename().c_str()));
+}
+
+std::vector<std::string> Expanded(const std::vector<std::string>& names) {
+  std::vector<std::string> files;
+  for (const std::string& name : names) {
+    if (name.find_first_of("*?[") == std::string::npos || bExists(name)) {
+      files.push_back(name);
+      continue;
+    }
+    glob_t found{};
+    if (glob(name.c_str(), GLOB_NOSORT, nullptr, &found) != 0) {
+      files.push_back(name);
+      continue;
+    }
+    const auto first = files.insert(files.end(), found.gl_pathv, found.gl_pathv + found.gl_pathc);
+    globfree(&found);
+    std::sort(first, files.end(), [](const std::string& a, const std::string& b) {
+      return strverscmp(a.c_str(), b.c_str()) < 0;
+    });
+  }
+  return files;
+}
+
+std::string ReadWhole(const std::string& path) {
+  const bool standard = path == "-";
+  std::error_code ignored;
+  if (!standard && fs::is_directory(path, ignored)) Fail("{} is a folder", path);
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(
+      standard ? stdin : std::fopen(path.c_str(), "rb"), std::fclose);
+  if (file == nullptr && errno == ENOENT) Fail("there is no file {}", path);
+  if (file == nullptr) Fail("{} cannot be read: {}", path, std::strerror(errno));
+  constexpr std::size_t block = 1 << 16;
+  const auto size = fs::file_size(path, ignored);  // only a hint
+  std::string bytes;
+  if (!ignored) bytes.reserve(size + block);
+  for (std::size_t used = 0, n = block; n > 0; used += n) {
+    bytes.resize(used + block);
+    n = std::fread(bytes.data() + used, 1, block, file.get());
+    bytes.resize(used + n);
+  }
+  if (std::ferror(file.get()) != 0) {
+    Fail("{} cannot be read: {}", standard ? "standard input" : path, std::strerror(errno));
+  }
+  return bytes;
+}
+
+CLI::Option* AddTarget(CLI::App& command, Target& target, const std::string& help) {
+  command.add_flag("-f,--force", target.force,
+                   "Replace a series file, too; other files are replaced without it");
+  return command.add_option("-o,--output", target.path, help)
+      ->type_name("OUT")
+      ->transform(CLI::Validator(
+          [](std::string& path) {
+            if (path == "/dev/stdout") path = "-";  // where a file stands there, it must not be replaced
+            return path.empty() ? "the name is empty" : "";
+          },
+          ""));
+}
+
+void CheckEnding(const std::string& path, const std::string& what, const std::vector<std::string>& endings) {
+  const std::string extension = Extension(path);
+  if (std::find(endings.begin(), endings.end(), extension) != endings.end()) return;
+  std::string list;
+  for (const std::string& ending : endings) {
+    if (ending.empty()) continue;
+    list += list.empty() ? "" : ending == endings.back() ? " and " : ", ";
+    list += ending;
+  }
+  const bool none = std::find(endings.begin(), endings.end(), "") != endings.end();
+  Fail("{} to {} files{}, and {} is none", what, list, none ? " or those without an ending" : "", path);
+}
+
+OutFile::OutFile(const Target& target, const std::string& source)
+    : name_(target.path), file_(nullptr, std::fclose) {
+  if (name_ == "-") return;
+  std::error_code ignored;
+  if (fs::equivalent(name_, source, ignored)) Fail("{} is the input itself", name_);
+  if (!bStream(name_)) whole_.emplace(name_, target.force ? Replace::Anything : Replace::AllButSeries);
+  file_.reset(std::fopen(whole_ ? whole_->Path().c_str() : name_.c_str(), "wb"));
+  if (file_ == nullptr) FailToWrite();
+}
+
+void OutFile::Write(std::string_view bytes) {
+  if (name_ == "-") {
+    fmt::print("{}", bytes);
+  } else if (std::fwrite(bytes.data(), 1, bytes.size(), file_.get()) != bytes.size()) {
+    FailToWrite();
+  }
+}
+
+void OutFile::Finish() {
+  if (file_ != nullptr && std::fclose(file_.release()) != 0) FailToWrite();
+  if (whole_) whole_->Finish();
+}
+
+void OutFile::FailToWrite() const { Fail("{} cannot be written: {}", name_, std::strerror(errno)); }
+
+void WriteWhole(const Target& target, std::string_view bytes, const std::string& source) {
+  OutFile out(target, source);
+  out.Write(bytes);
+  out.Finish();
+}
+
+void CheckAll(int failed, std::size_t total) {
+  if (failed > 0) Fail("{} of {} files could not be read", failed, total);
+}
+
+}  // namespace dseries

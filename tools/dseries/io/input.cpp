@@ -1,0 +1,196 @@
+#include "io/input.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <fmt/format.h>
+#include <memory>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "figure/plane.h"
+#include "file/failure.h"
+#include "file/series.h"
+#include "file/text.h"
+#include "io/columns.h"
+#include "io/console.h"
+#include "io/files.h"
+#include "io/losses.h"
+#include "io/picture.h"
+#include "io/raw.h"
+#include <DataStorage/interfaces/bstr.h>
+
+namespace dseries {
+
+namespace {
+
+/// How many axes arrays of this class have.
+template <class Array>
+constexpr std::size_t axes = std::is_same_v<Array, darr_c2DArray> ? 2 : 1;
+
+/// The calibration of an array that does not tell its positions.
+template <class Array>
+auto CalibrationOf(const InputForm& form) {
+  const auto axis = [&form](std::size_t i) {
+    return cal_cArrayCal(form.offset.empty() ? 0 : form.offset[i], form.delta.empty() ? 1 : form.delta[i]);
+  };
+  if constexpr (axes<Array> == 2) {
+    return cal_c2DArrayCal(axis(0), axis(1));
+  } else {
+    return cal_c1DArrayCal(axis(0));
+  }
+}
+
+/// The array in the type that is wanted, with a sentence about what that loses.
+template <class Array>
+Array Converted(const std::string& path, const Array& array, const InputForm& form, const Warn& warn) {
+  if (!form.type) return array;
+  Losses losses(*form.type);
+  Array converted = losses.Convert(array);
+  if (const std::string text = losses.Text(); !text.empty()) warn(path + ": " + text);
+  return converted;
+}
+
+/// The calibration of the values in the order of the lines; below 0 in its delta where positions fall.
+cal_cArrayCal CalibrationOf(const std::string& path, const Columns& columns, const InputForm& form,
+                            const Warn& warn) {
+  if (columns.positions.empty()) {
+    if (!form.delta.empty() && form.delta.front() < 0) Fail("the delta is not above 0");
+    return CalibrationOf<darr_c1DArray>(form).AxisX();
+  }
+  if (!form.offset.empty()) {
+    Fail("{} has positions of its own; --offset is for data without them", path);
+  }
+  const Grid grid = GridOf(path, columns, {form.even, form.delta.empty() ? 0 : form.delta.front()});
+  if (grid.moved) {
+    warn(fmt::format("{}: the positions become even; the one on line {} is moved most, from {} to {}", path,
+                     columns.lines[*grid.moved], columns.positions[*grid.moved],
+                     NumberText(grid.cal.Position(static_cast<int>(*grid.moved)))));
+  }
+  return grid.cal;
+}
+
+darr_c1DArray ReadText(const std::string& path, const InputForm& form, const Warn& warn) {
+  Columns columns = ReadColumns(path, ReadWhole(path), form.missing);
+  if (columns.missing > 0) {
+    warn(fmt::format("{}: {} missing and read as not-a-number, the first on line {}", path,
+                     Count(columns.missing, "value is", "values are"), columns.first_missing));
+  }
+  const int n = static_cast<int>(columns.values.size());
+  cal_cArrayCal cal = CalibrationOf(path, columns, form, warn);
+  if (cal.Delta() < 0) {
+    std::reverse(columns.values.begin(), columns.values.end());
+    const double last = form.delta.empty() ? columns.positions.back() : cal.Position(n - 1);
+    cal = cal_cArrayCal(last, -cal.Delta());
+  }
+  const darr_c1DArray array(arr_c1DNumberArray<double>(n, columns.values.data()), cal_c1DArrayCal(cal));
+  return Converted(path, array, form, warn);
+}
+
+template <class Array>
+Input<Array> ReadRaw(const std::string& path, const InputForm& form) {
+  using Numbers = std::conditional_t<axes<Array> == 2, parr_c2DNumberArray, parr_c1DNumberArray>;
+  const dtyp_cDataType type = form.type.value_or(dtyp_Float32);
+  const auto raw = std::make_shared<RawInput>(path, type, form.raw, form.interleaved);
+  // What the raw form of arrays has in front of the elements: their type and extents.
+  bstr_cMemory_ostream head;
+  bstr_WriteFields(head, static_cast<std::uint16_t>(type.Type()));
+  for (const int extent : form.raw) bstr_WriteFields(head, std::int32_t{extent});
+  const auto* const begin = static_cast<const char*>(head.Data());
+  const auto bytes = std::make_shared<std::vector<char>>(begin, begin + head.Size());
+  bytes->resize(static_cast<std::size_t>(head.Size() + raw->DatumSize()));
+  const auto next = [=, cal = CalibrationOf<Array>(form), head_size = head.Size()]() -> std::optional<Array> {
+    if (!raw->Next(bytes->data() + head_size)) return {};
+    bstr_cMemory_istream in(bytes->data(), static_cast<std::int64_t>(bytes->size()));
+    Numbers numbers;
+    if (!numbers.Read(in)) Fail("there is not enough memory");
+    return Array(numbers, cal);
+  };
+  return {raw->Count(), StoredSize<Array>(raw->DatumSize() / type.SizeOf(), type), next};
+}
+
+/// An array that was read whole.
+template <class Array>
+Input<Array> Single(const Array& array) {
+  return {1, StoredSize<Array>(array.NumIndices(), array.DataType()),
+          [left = std::optional(array)]() mutable { return std::exchange(left, {}); }};
+}
+
+}  // namespace
+
+void PrintWarning(const std::string& warning) { Complain("warning: {}", warning); }
+
+void AddCalibration(CLI::App& command, InputForm& form) {
+  command
+      .add_option("--offset", form.offset,
+                  "Position of the first element along each axis, where the input has no positions; of a "
+                  "picture that is the bottom left one")
+      ->type_name("X[,Y]")
+      ->delimiter(',')
+      ->allow_extra_args(false);
+  command
+      .add_option("--delta", form.delta,
+                  "Distance of the elements along each axis, likewise; of positions in "
+                  "texts the step, in place of that from the first to the last")
+      ->type_name("DX[,DY]")
+      ->delimiter(',')
+      ->allow_extra_args(false);
+}
+
+void CheckStorable(dtyp_cDataType type) {
+  bstr_cMemory_ostream empty;
+  bstr_WriteFields(empty, static_cast<std::uint16_t>(type.Type()), std::int32_t{0});
+  bstr_cMemory_istream in(empty.Data(), empty.Size());
+  if (parr_c1DNumberArray array; !array.Read(in)) {
+    Fail("elements of type {} cannot be read back from a series file", ElementName(type));
+  }
+}
+
+void CheckForm(const InputForm& form, std::size_t axes) {
+  const auto check_count = [axes](const char* option, std::size_t given) {
+    if (given != 0 && given != axes) {
+      Fail("{} takes {} here, one for each axis of the data", option,
+           Count(static_cast<std::int64_t>(axes), "number", "numbers"));
+    }
+  };
+  check_count("--raw", form.raw.size());
+  check_count("--offset", form.offset.size());
+  check_count("--delta", form.delta.size());
+  if (form.type) CheckStorable(*form.type);
+  for (const double offset : form.offset) {
+    if (!std::isfinite(offset)) Fail("the offset is not finite");
+  }
+  // Positions that a text has may fall.
+  const bool may_fall = axes == 1 && form.raw.empty();
+  for (const double delta : form.delta) {
+    if (!std::isfinite(delta) || delta == 0 || (delta < 0 && !may_fall)) Fail("the delta is not above 0");
+  }
+}
+
+darr_c2DArray ReadPlane(const std::string& path, const InputForm& form, const Warn& warn) {
+  darr_c2DArray array;
+  if (!bRawPlane(path)) {
+    array = darr_c2DArray(ReadPicture(path), CalibrationOf<darr_c2DArray>(form));
+  } else if (form.offset.empty() && form.delta.empty()) {
+    array = ReadRawPlane(path);
+  } else {
+    Fail("{} has positions of its own; --offset and --delta are for data without them", path);
+  }
+  return Converted(path, array, form, warn);
+}
+
+template <class Array>
+Input<Array> ReadInput(const std::string& path, const InputForm& form, const Warn& warn) {
+  if (!form.raw.empty()) return ReadRaw<Array>(path, form);
+  if constexpr (axes<Array> == 2) {
+    return Single(ReadPlane(path, form, warn));
+  } else {
+    return Single(ReadText(path, form, warn));
+  }
+}
+
+template Input<darr_c1DArray> ReadInput(const std::string&, const InputForm&, const Warn&);
+template Input<darr_c2DArray> ReadInput(const std::string&, const InputForm&, const Warn&);
+
+}  // namespace dseries

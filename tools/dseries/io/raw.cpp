@@ -1,0 +1,183 @@
+#include "io/raw.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <limits>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <utility>
+
+#include "file/failure.h"
+#include "file/text.h"
+#include "io/interrupt.h"
+
+namespace dseries {
+
+namespace {
+
+constexpr std::int64_t read_size = 1 << 20;
+constexpr std::int64_t largest_file = std::numeric_limits<std::int32_t>::max();
+
+}  // namespace
+
+/// The bytes of the input: read one after the other, or, where that is possible, anywhere.
+class RawInput::Source {
+ public:
+  explicit Source(const std::string& path) : name_(path == "-" ? "standard input" : path) {
+    file_ = path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
+    if (file_ < 0 && errno == ENOENT) Fail("there is no file {}", path);
+    struct stat status {};
+    if (file_ < 0 || fstat(file_, &status) != 0) Refuse();
+    if (S_ISDIR(status.st_mode)) Fail("{} is a folder", name_);
+    if (!S_ISREG(status.st_mode)) return;
+    start_ = lseek(file_, 0, SEEK_CUR);  // standard input may have been read in part
+    length_ = std::max<std::int64_t>(status.st_size - start_, 0);
+  }
+  Source(const Source&) = delete;
+  Source& operator=(const Source&) = delete;
+  ~Source() {
+    if (file_ > STDIN_FILENO) close(file_);
+  }
+
+  const std::string& Name() const { return name_; }
+  /// None for a pipe.
+  std::optional<std::int64_t> Length() const { return length_; }
+
+  /// Reads the next bytes, and returns how many there were: fewer only at the end.
+  std::int64_t Read(char* bytes, std::int64_t n) {
+    if (buffer_.empty()) buffer_.resize(read_size);
+    std::int64_t done = 0;
+    while (done < n) {
+      if (begin_ == end_ && !Fill()) break;
+      const std::int64_t part = std::min(n - done, end_ - begin_);
+      std::memcpy(bytes + done, buffer_.data() + begin_, static_cast<std::size_t>(part));
+      begin_ += part;
+      done += part;
+    }
+    return done;
+  }
+
+  /// Reads bytes at a place of a file that can be read anywhere; false when it has become shorter.
+  bool ReadAt(std::int64_t place, char* bytes, std::int64_t n) const {
+    for (std::int64_t done = 0; done < n;) {
+      const ssize_t part =
+          pread(file_, bytes + done, static_cast<std::size_t>(n - done), start_ + place + done);
+      if (part < 0 && errno != EINTR) Refuse();
+      if (part == 0) return false;
+      if (part > 0) done += part;
+    }
+    return true;
+  }
+
+ private:
+  [[noreturn]] void Refuse() const { Fail("{} cannot be read: {}", name_, std::strerror(errno)); }
+
+  /// Takes what is there, as a pipe may be slow.
+  bool Fill() {
+    if (!length_) AwaitInput(file_);
+    ssize_t n = 0;
+    do {
+      n = read(file_, buffer_.data(), buffer_.size());
+    } while (n < 0 && errno == EINTR);
+    if (n < 0) Refuse();
+    begin_ = 0;
+    end_ = n;
+    return n > 0;
+  }
+
+  std::string name_;
+  int file_;
+  std::int64_t start_ = 0;
+  std::optional<std::int64_t> length_;
+  std::vector<char> buffer_;
+  std::int64_t begin_ = 0, end_ = 0;  ///< what of the buffer has not been taken yet
+};
+
+RawInput::RawInput(const std::string& path, dtyp_cDataType type, const std::vector<int>& extents,
+                   bool interleaved, std::int64_t block_size)
+    : element_size_(type.SizeOf()), size_(element_size_), interleaved_(interleaved), block_size_(block_size) {
+  for (const int extent : extents) {
+    size_ *= extent;
+    if (size_ > largest_file) {
+      Fail("data of {} elements of type {} would pass 2 GiB, which no series file holds",
+           fmt::join(extents, " x "), ElementName(type));
+    }
+  }
+  source_ = std::make_unique<Source>(path);
+  std::optional<std::int64_t> length = source_->Length();
+  if (interleaved_ && !length) {
+    std::int64_t used = 0;
+    for (std::int64_t n = read_size; n == read_size; used += n) {
+      if (used > block_size_) {
+        Fail("{} has more than {} of interleaved data, which can only be read from a file", source_->Name(),
+             SizeText(block_size_));
+      }
+      block_.resize(static_cast<std::size_t>(used + read_size));
+      n = source_->Read(block_.data() + used, read_size);
+    }
+    length = used;
+  }
+  if (!length) return;
+  if (*length == 0 || *length % size_ != 0) {
+    Fail("{}: {} bytes are no whole number of data with {} elements of {} bytes", source_->Name(), *length,
+         fmt::join(extents, " x "), element_size_);
+  }
+  if (*length / size_ > std::numeric_limits<int>::max()) Fail("{} holds too many data", source_->Name());
+  count_ = static_cast<int>(*length / size_);
+}
+
+RawInput::RawInput(RawInput&&) noexcept = default;
+RawInput::~RawInput() = default;
+
+bool RawInput::Next(char* bytes) {
+  if (count_ && next_ == *count_) return false;
+  if (interleaved_) {
+    if (next_ == block_end_) TurnBlock();
+    std::memcpy(bytes, block_.data() + (next_ - block_begin_) * size_, static_cast<std::size_t>(size_));
+  } else if (const std::int64_t n = source_->Read(bytes, size_); n < size_) {
+    if (n == 0 && !count_ && next_ > 0) return false;
+    Fail("{} ends within datum {} of it: {} of {} bytes", source_->Name(), next_, n, size_);
+  }
+  ++next_;
+  return true;
+}
+
+void RawInput::TurnBlock() {
+  const std::int64_t elements = size_ / element_size_, row = *count_ * element_size_;
+  const bool in_memory = !source_->Length();
+  const std::vector<char> whole = in_memory ? std::exchange(block_, {}) : std::vector<char>();
+  block_begin_ = next_;
+  block_end_ = in_memory
+                   ? *count_
+                   : std::min<std::int64_t>(*count_, next_ + std::max<std::int64_t>(block_size_ / size_, 1));
+  const std::int64_t run =
+      (block_end_ - block_begin_) * element_size_;  // of a row, which holds an element of all data
+  block_.resize(static_cast<std::size_t>((block_end_ - block_begin_) * size_));
+
+  // Several rows are read at once where they are short.
+  const std::int64_t rows_at_once = std::max<std::int64_t>(read_size / row, 1);
+  std::vector<char> rows;
+  for (std::int64_t k = 0; k < elements; k += rows_at_once) {
+    const std::int64_t n = std::min(rows_at_once, elements - k);
+    const std::int64_t place = k * row + block_begin_ * element_size_, span = (n - 1) * row + run;
+    const char* from = in_memory ? whole.data() + place : nullptr;
+    if (!in_memory) {
+      rows.resize(static_cast<std::size_t>(span));
+      if (!source_->ReadAt(place, rows.data(), span)) Fail("{} became shorter", source_->Name());
+      from = rows.data();
+    }
+    for (std::int64_t r = 0; r < n; ++r) {
+      for (std::int64_t i = block_begin_; i < block_end_; ++i) {
+        std::memcpy(block_.data() + (i - block_begin_) * size_ + (k + r) * element_size_,
+                    from + r * row + (i - block_begin_) * element_size_,
+                    static_cast<std::size_t>(element_size_));
+      }
+    }
+  }
+}
+
+}  // namespace dseries
