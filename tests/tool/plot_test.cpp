@@ -33,7 +33,7 @@ TEST(Scale, MarksRoundNumbersWhereTheyLie) {
   };
   for (const bool logarithmic : {false, true}) {
     for (const double size : {3e-300, 1.7e-9, 0.02, 1.0, 77.0, 123456.0, 5e22, 1e300}) {
-      for (const double low : {-1.0, -0.3, 0.0, 1e-6, 0.1, 0.7, 0.999}) {
+      for (const double low : {-1.0, -0.3, 0.0, 1e-300, 1e-6, 0.1, 0.7, 0.999}) {
         if (logarithmic && low <= 0) continue;
         const dseries::Scale scale(low * size, size, logarithmic);
         const auto ticks = scale.Ticks(8);
@@ -53,6 +53,7 @@ TEST(Scale, MarksRoundNumbersWhereTheyLie) {
   EXPECT_EQ(none.Part(1), 1);
   EXPECT_TRUE(std::isnan(dseries::Scale(1, 10, true).Part(0)));
   EXPECT_ANY_THROW(dseries::Scale::Around({}, true));
+  EXPECT_NEAR(dseries::Scale::Around({1e-300, 1e300}, true).Part(1), 0.5, 0.05);
 }
 
 class Plots : public Tool {
@@ -169,6 +170,8 @@ TEST_F(Plots, ShowCurvesWithTheirGaps) {
   EXPECT_THAT(text, HasSubstr("datum 0: T 0 °C"));
   EXPECT_THAT(text, HasSubstr("\n100 ┤"));
   EXPECT_THAT(text, HasSubstr(" Länge\n"));
+  EXPECT_EQ(Succeed("plot a.dseries --log --x-label \"$(printf 'L\\344nge')\""), text);  // Latin-1
+  Succeed("plot a.dseries -o a.svg --x-label \"$(printf 'L\\344nge')\"");
   std::istringstream lines(text);
   for (std::string line; std::getline(lines, line);) EXPECT_LE(dseries::Width(line), 80u) << line;
   EXPECT_EQ(text, Succeed("plot a.dseries --at 3,4 --log --x-label Länge"));
@@ -229,6 +232,22 @@ TEST_F(Plots, ShowTheOneHighValueAmongMany) {
   }
   EXPECT_TRUE(columns.size() > 0 && columns.size() < 5);
   EXPECT_THAT(Succeed("plot a.dseries"), HasSubstr("\n100 ┤"));
+}
+
+TEST_F(Plots, MarkPointsBetweenGaps) {
+  std::string values;
+  for (int i = 0; i < 300; ++i) values += i % 100 == 50 ? "1\n" : "nan\n";
+  Write("a.txt", values);
+  Succeed("create a.dseries --dim n,,1,0,1");
+  Succeed("append a.dseries a.txt");
+  Succeed("plot a.dseries -o a.png");
+  std::set<std::size_t> columns;
+  for (const auto& row : ReadPng("a.png")) {
+    for (std::size_t x = 0; x < row.size(); ++x) {
+      if (row[x] == 0x0072B2) columns.insert(x / 100);
+    }
+  }
+  EXPECT_EQ(columns.size(), 3u);
 }
 
 }  // namespace

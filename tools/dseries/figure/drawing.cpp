@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "file/failure.h"
+#include "file/text.h"
 #include "io/console.h"
 
 namespace dseries {
@@ -89,11 +90,16 @@ const std::string& Either(const std::string& given, const std::string& known) {
   return given.empty() ? known : given;
 }
 
+/// A label as UTF-8.
+std::string Label(const std::string& given, const std::string& known) {
+  return Printable(Either(given, known).c_str());
+}
+
 Figure Blank(const Drawing& drawing, const Caption& caption, const Scale& x, const Scale& y) {
-  return {caption.title,
+  return {Printable(caption.title.c_str()),
           caption.subtitle,
-          Either(drawing.x_label, caption.x_label),
-          Either(drawing.y_label, caption.y_label),
+          Label(drawing.x_label, caption.x_label),
+          Label(drawing.y_label, caption.y_label),
           x,
           y,
           {},
@@ -164,7 +170,7 @@ Figure FigureOf(const darr_c2DArray& array, const Drawing& drawing, const Captio
   Figure figure = Blank(drawing, caption, Extent(cal.AxisX(), array.NumIndicesX()),
                         Extent(cal.AxisY(), array.NumIndicesY()));
   figure.raster = RasterOf(array, drawing, "viridis");
-  figure.raster->label = Either(drawing.z_label, caption.z_label);
+  figure.raster->label = Label(drawing.z_label, caption.z_label);
   figure.cut_off = figure.raster->cut_off;
   TurnToRise(figure.raster->values, cal);
   return figure;

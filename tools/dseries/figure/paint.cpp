@@ -20,6 +20,7 @@ constexpr double curves_width = 680, curves_height = 420;
 constexpr double raster_width = 540, raster_height = 420, least_width = 420;
 constexpr double bar_width = 14, bar_gap = 18, tip = 10;
 constexpr double png_scale = 2;  ///< pixels of a PNG in a point
+constexpr auto places = static_cast<std::size_t>(png_scale * curves_width);  ///< that can be told apart
 
 constexpr Rgb ink{40, 40, 40}, pale_ink{105, 105, 105}, grid{228, 228, 228}, no_value{206, 216, 228};
 
@@ -32,7 +33,6 @@ bool bHasGaps(const Raster& raster) {
 /// A curve with so many points that they lie more densely than can be seen becomes the lowest and the highest
 /// of as many as share a place.
 Curve Thinned(const Curve& curve) {
-  constexpr std::size_t places = 4000;
   const std::size_t n = curve.x.size(), share = n / places;
   if (share < 4) return curve;
   Curve thin{curve.name, {}, {}, curve.steps};

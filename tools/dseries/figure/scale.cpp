@@ -42,8 +42,8 @@ Scale::Scale(double low, double high, bool logarithmic) : logarithmic_(logarithm
   constexpr double largest = 1e300;    // the difference of two of them is finite
   constexpr double narrowest = 1e-12;  // labels of a narrower axis would have too many digits
   constexpr double smallest = 1e-300;
-  low_ = std::clamp(low, -largest, largest);
-  high_ = std::clamp(high, -largest, largest);
+  low_ = std::clamp(low, logarithmic ? smallest : -largest, largest);
+  high_ = std::clamp(high, logarithmic ? smallest : -largest, largest);
   const double margin = std::max({std::fabs(low_), std::fabs(high_), smallest}) * narrowest;
   if (!(high_ - low_ > margin)) {
     const double apart = low_ == 0 ? 1 : std::fabs(low_) * 0.1;
@@ -60,7 +60,7 @@ Scale Scale::Around(const Span& span, bool logarithmic) {
   }
   const Scale tight(span.low, span.high, logarithmic);
   if (logarithmic) {
-    const double factor = std::pow(tight.high_ / tight.low_, margin);
+    const double factor = std::exp(margin * (std::log(tight.high_) - std::log(tight.low_)));
     return {tight.low_ / factor, tight.high_ * factor, true};
   }
   const double more = margin * (tight.high_ - tight.low_);
@@ -70,7 +70,7 @@ Scale Scale::Around(const Span& span, bool logarithmic) {
 double Scale::Part(double value) const {
   if (!logarithmic_) return (value - low_) / (high_ - low_);
   if (!(value > 0)) return std::numeric_limits<double>::quiet_NaN();
-  return std::log(value / low_) / std::log(high_ / low_);
+  return (std::log(value) - std::log(low_)) / (std::log(high_) - std::log(low_));
 }
 
 std::vector<Tick> Scale::Ticks(int most) const { return bDecades() ? DecadeTicks(most) : EvenTicks(most); }
