@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "cli/table.h"
 #include "file/text.h"
 
 using testing::HasSubstr;

@@ -7,11 +7,11 @@
 #include <numeric>
 #include <tuple>
 
-#include "cli/show.h"
 #include "cli/usage.h"
+#include "file/coordinates.h"
 #include "file/dimensions.h"
 #include "file/failure.h"
-#include "file/header.h"
+#include "file/kinds.h"
 #include "file/text.h"
 #include <DataStorage/interfaces/constants.h>
 
@@ -32,9 +32,9 @@ Nearest NearestTo(const Series& series, const Choice& choice, long time) {
     const auto tag = series.Tag(i);
     const double delay =
         choice.time.empty() ? 0 : std::fabs(static_cast<double>(tag->Time()) - static_cast<double>(time));
-    const auto* place = PositionOf(*tag);
+    const auto* position = PositionOf(*tag);
     const double distance =
-        place == nullptr ? 0 : std::hypot(place->X() - choice.at[0], place->Y() - choice.at[1]);
+        position == nullptr ? 0 : std::hypot(position->X() - choice.at[0], position->Y() - choice.at[1]);
     if (std::tie(distance, delay) < std::tie(nearest.distance, nearest.delay)) nearest = {i, distance, delay};
   }
   return nearest;
@@ -52,8 +52,8 @@ bool bPrintedAs(double stored, double typed) {
 std::string FindCommand(const Series& series, int i, const Choice& choice) {
   const auto tag = series.Tag(i);
   std::string command = "dseries find " + ShellWord(series.FilePath().CString());
-  if (const auto* place = PositionOf(*tag))
-    command += fmt::format(" --at {},{}", TagText(place->X()), TagText(place->Y()));
+  if (const auto* position = PositionOf(*tag))
+    command += fmt::format(" --at {},{}", TagText(position->X()), TagText(position->Y()));
   if (!choice.time.empty()) command += " --time " + TimeText(tag->Time());
   return command;
 }
@@ -80,8 +80,9 @@ int FindByTag(const Series& series, const Choice& choice) {
   if (nearest.datum < 0) Fail("no datum of {} can be found there: it holds none with such a tag", file);
   if (positions && nearest.delay == 0) {
     const auto tag = series.Tag(nearest.datum);
-    const auto* place = PositionOf(*tag);
-    if (bPrintedAs(place->X(), choice.at[0]) && bPrintedAs(place->Y(), choice.at[1])) return nearest.datum;
+    const auto* position = PositionOf(*tag);
+    if (bPrintedAs(position->X(), choice.at[0]) && bPrintedAs(position->Y(), choice.at[1]))
+      return nearest.datum;
   }
   Fail("no datum of {} is tagged with {}; this finds the nearest: {}", file,
        !positions ? TimeText(time)
@@ -124,17 +125,14 @@ void AddChoice(CLI::App& command, Choice& choice, Many many) {
       ->delimiter(',')
       ->allow_extra_args(false);
   AddTagChoice(command, choice);
-}
-
-void CheckChoice(const Choice& choice) {
-  const int ways = !choice.data.empty() + !choice.index.empty() + !choice.position.empty() + choice.bByTag();
-  if (ways > 1)
-    throw CLI::ValidationError("only one of DATUM, --index, --position and --at or --time can be given");
-}
-
-void CheckChoiceOfOne(const Choice& choice) {
-  CheckChoice(choice);
-  if (choice.bNone()) throw CLI::RequiredError("one of DATUM, --index, --position, --at and --time");
+  command.parse_complete_callback([&choice, many] {
+    const int ways =
+        !choice.data.empty() + !choice.index.empty() + !choice.position.empty() + choice.bByTag();
+    if (ways > 1)
+      throw CLI::ValidationError("only one of DATUM, --index, --position and --at or --time can be given");
+    if (ways == 0 && many == Many::No)
+      throw CLI::RequiredError("one of DATUM, --index, --position, --at and --time");
+  });
 }
 
 std::vector<int> Chosen(const Series& series, const Choice& choice) {

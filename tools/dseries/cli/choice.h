@@ -22,14 +22,10 @@ struct Choice {
 
 enum class Many { No, Yes };
 
-/// The options of a choice of one datum or, by linear indices, of several.
+/// The options of a choice of one datum, which must be given, or, by linear indices, of several. Parsing
+/// throws CLI::ParseError when data are chosen in more than one way.
 void AddChoice(CLI::App& command, Choice& choice, Many many);
 void AddTagChoice(CLI::App& command, Choice& choice);
-
-/// Throws CLI::ParseError when data are chosen in more than one way.
-void CheckChoice(const Choice& choice);
-/// Likewise, and when there are not chosen exactly one.
-void CheckChoiceOfOne(const Choice& choice);
 
 /// The linear indices of the data that are meant, all of them when none is. Throws Failure for places without
 /// data and for tags that no datum has.

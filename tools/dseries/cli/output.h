@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <string>
 
+#include "cli/view.h"
 #include "figure/plane.h"
 #include <DataStorage/data/darray1d.h>
 

@@ -7,14 +7,16 @@
 #include <limits>
 #include <nlohmann/json.hpp>
 
+#include "file/coordinates.h"
 #include "file/dimensions.h"
+#include "file/text.h"
 #include <DataStorage/interfaces/constants.h>
 
 namespace dseries {
 
 namespace {
 
-std::vector<Table::Align> Columns(const Series& series, unsigned int tag_type) {
+std::vector<Table::Align> Alignments(const Series& series, unsigned int tag_type) {
   std::vector<Table::Align> columns(2 + static_cast<std::size_t>(series.DimensionArray().NumberDimensions()),
                                     Table::Right);
   columns.push_back(Table::Left);
@@ -58,8 +60,13 @@ std::string ValuesText(const Array& array) {
 
 }  // namespace
 
+void AddFiles(CLI::App& command, FileList& list) {
+  command.add_option("FILE", list.files, "Series files, or names of several with * in quotes")->required();
+  command.add_flag("--json", list.json, "Write JSON, of several files together");
+}
+
 DatumTable::DatumTable(const Series& series, unsigned int tag_type)
-    : series_(series), table_(Columns(series, tag_type)) {
+    : series_(series), table_(Alignments(series, tag_type)) {
   std::vector<std::string> names{"datum", "index"}, units{"", ""};
   const dtsr_cDimensionArray& dimensions = series.DimensionArray();
   for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
@@ -82,8 +89,8 @@ void DatumTable::Row(int i) {
   }
   const auto tag = series_.Tag(i);
   cells.push_back(TimeText(tag->Time()));
-  if (const auto* place = PositionOf(*tag)) {
-    cells.insert(cells.end(), {TagText(place->X()), TagText(place->Y())});
+  if (const auto* position = PositionOf(*tag)) {
+    cells.insert(cells.end(), {TagText(position->X()), TagText(position->Y())});
   }
   table_.Row(std::move(cells));
 }
@@ -96,37 +103,8 @@ nlohmann::ordered_json DatumAsJson(const Series& series, int i) {
                               {"position", VectorOf(dimensions.Position(i))},
                               {"time", TimeText(tag->Time())},
                               {"bytes", series.DatumSize(i)}};
-  if (const auto* place = PositionOf(*tag)) json["tag_position"] = {place->X(), place->Y()};
+  if (const auto* position = PositionOf(*tag)) json["tag_position"] = {position->X(), position->Y()};
   return json;
-}
-
-std::string PlaceText(const Series& series, int i) {
-  const dtsr_cDimensionArray& dimensions = series.DimensionArray();
-  const arr_cC_Array<double> position = dimensions.Position(i);
-  std::vector<std::string> places;
-  places.reserve(static_cast<std::size_t>(dimensions.NumberDimensions()));
-  for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
-    places.push_back(NameOf(dimensions, d) + ' ' +
-                     WithUnits(NumberText(position[d], 6), dimensions.Dimension(d).Units()));
-  }
-  return fmt::format("{}", fmt::join(places, ", "));
-}
-
-std::string DatumText(const Series& series, int i) {
-  const auto tag = series.Tag(i);
-  std::string text = fmt::format("datum {}: {}, {}", i, PlaceText(series, i), TimeText(tag->Time()));
-  if (const auto* place = PositionOf(*tag)) {
-    text += fmt::format(", tag {}, {}", NumberText(place->X(), 6), NumberText(place->Y(), 6));
-  }
-  return text;
-}
-
-std::string TagText(double coordinate) {
-  return NumberText(coordinate, std::numeric_limits<double>::digits10);
-}
-
-const dtsr_c2DPosition* PositionOf(const dtsr_cDataTag& tag) {
-  return dynamic_cast<const dtsr_c2DPosition*>(&tag);
 }
 
 void AddArray(Table& table, const darr_c1DArray& array) {

@@ -1,17 +1,26 @@
 #pragma once
 
+#include <CLI/CLI.hpp>
 #include <nlohmann/json_fwd.hpp>
 #include <string>
 #include <vector>
 
+#include "cli/table.h"
 #include "file/series.h"
-#include "file/text.h"
 #include <DataStorage/data/darray1d.h>
 #include <DataStorage/data/darray2d.h>
 
-// How a datum is shown: where it lies in the series, when and where it was taken.
+// How data are shown: where they lie in the series, when and where they were taken, and their elements.
 
 namespace dseries {
+
+/// The files that are shown.
+struct FileList {
+  std::vector<std::string> files;
+  bool json = false;
+};
+
+void AddFiles(CLI::App& command, FileList& list);
 
 /// One line for each datum: linear index, index vector, position vector, tag.
 class DatumTable {
@@ -27,15 +36,6 @@ class DatumTable {
 };
 
 nlohmann::ordered_json DatumAsJson(const Series& series, int i);
-
-/// The position of a datum along the dimensions, and that with its index and its tag, in a line.
-std::string PlaceText(const Series& series, int i);
-std::string DatumText(const Series& series, int i);
-
-/// A coordinate of a tag, from which a search finds it again.
-std::string TagText(double coordinate);
-/// The position in a tag; null where it has none.
-const dtsr_c2DPosition* PositionOf(const dtsr_cDataTag& tag);
 
 /// Adds what there is to tell of the elements: how many, where they lie, and their values.
 void AddArray(Table& table, const darr_c1DArray& array);

@@ -18,6 +18,7 @@
 #include "commands/commands.h"
 #include "file/failure.h"
 #include "file/header.h"
+#include "file/kinds.h"
 #include "file/series.h"
 #include "file/text.h"
 #include "io/console.h"
@@ -64,8 +65,8 @@ TagOf TagsFor(const Series& series, const Options& options) {
       Fail("--tag-position needs two dimensions, and {} has fewer", options.file);
     }
     return [&series, time](int slot) {
-      const arr_cC_Array<double> place = series.DimensionArray().Position(slot);
-      return std::make_unique<dtsr_c2DPosition>(place[0], place[1], time);
+      const arr_cC_Array<double> position = series.DimensionArray().Position(slot);
+      return std::make_unique<dtsr_c2DPosition>(position[0], position[1], time);
     };
   }
   if (position) {

@@ -54,9 +54,9 @@ std::string ValueText(const pnum_cNumber& value) {
   return value.StringOut(0, 0).CString();
 }
 
-/// The names of columns: those of places, positions and values, all of them different.
+/// The names of columns: those of coordinates, positions and values, all of them different.
 template <class Array>
-std::vector<std::string> Columns(std::vector<std::string> names) {
+std::vector<std::string> ColumnNames(std::vector<std::string> names) {
   if constexpr (std::is_same_v<Array, darr_c2DArray>) {
     names.insert(names.end(), {"position_x", "position_y"});
   } else {
@@ -86,23 +86,24 @@ std::string CsvLine(const std::vector<std::string>& cells) {
   return line;
 }
 
-/// One line for each element. A single datum has no columns for its place.
+/// One line for each element. A single datum has no columns for its coordinates.
 template <class Array>
 class CsvWriter {
  public:
-  CsvWriter(const Series& series, bool single, OutFile& out) : places_(series), single_(single), out_(out) {
+  CsvWriter(const Series& series, bool single, OutFile& out)
+      : coordinates_(series), single_(single), out_(out) {
     std::vector<std::string> names;
-    if (!single) names = places_.Names();
-    out_.Write(CsvLine(Columns<Array>(std::move(names))) + '\n');
+    if (!single) names = coordinates_.Names();
+    out_.Write(CsvLine(ColumnNames<Array>(std::move(names))) + '\n');
   }
 
   void Write(int i, const Array& array) {
-    const std::string place = single_ ? "" : CsvLine(places_.Cells(i)) + ',';
+    const std::string coordinates = single_ ? "" : CsvLine(coordinates_.Cells(i)) + ',';
     const std::vector<cal_cArrayCal> axes = AxesOf(array);
     const std::vector<int> extents = ExtentsOf(array);
     std::string lines;
     for (int k = 0; k < array.NumIndices(); ++k) {
-      lines += place;
+      lines += coordinates;
       int index = k;
       for (std::size_t axis = 0; axis < axes.size(); index /= extents[axis++]) {
         lines += PositionText(axes[axis].Position(index % extents[axis])) + ',';
@@ -114,7 +115,7 @@ class CsvWriter {
   }
 
  private:
-  Places places_;
+  CoordinateColumns coordinates_;
   bool single_;
   OutFile& out_;
 };
@@ -124,7 +125,7 @@ template <class Array>
 class NpyWriter {
  public:
   NpyWriter(const Series& series, std::optional<int> records, OutFile& out)
-      : places_(series), records_(records), out_(out) {}
+      : coordinates_(series), records_(records), out_(out) {}
 
   void Write(int i, const Array& array) {
     const std::vector<int> extents = ExtentsOf(array);
@@ -140,7 +141,7 @@ class NpyWriter {
           i, fmt::join(extents_, " x "), ElementName(*type_));
     }
     bstr_cMemory_ostream record;
-    places_.Write(record, i);
+    coordinates_.Write(record, i);
     const std::vector<cal_cArrayCal> axes = AxesOf(array);
     for (std::size_t axis = 0; axis < axes.size(); ++axis) {
       for (int k = 0; k < extents[axis]; ++k) bstr_WriteFields(record, axes[axis].Position(k));
@@ -160,8 +161,8 @@ class NpyWriter {
   }
 
   std::vector<NpyField> Fields() const {
-    const std::vector<std::string> names = Columns<Array>(places_.Names());
-    std::vector<std::string> types = places_.NpyTypes();
+    const std::vector<std::string> names = ColumnNames<Array>(coordinates_.Names());
+    std::vector<std::string> types = coordinates_.NpyTypes();
     std::vector<std::vector<int>> extents(types.size());
     for (const int extent : extents_) {
       types.push_back("<f8");
@@ -174,7 +175,7 @@ class NpyWriter {
     return fields;
   }
 
-  Places places_;
+  CoordinateColumns coordinates_;
   std::optional<int> records_;
   OutFile& out_;
   std::optional<dtyp_cDataType> type_;
@@ -237,10 +238,7 @@ void AddExport(CLI::App& program) {
       "  dseries export sst.dseries --position 181,1 -o place.csv\n"
       "    sst = numpy.load('sst.npy'); sst['longitude'], sst['value'].mean(axis=1)\n"
       "    place = pandas.read_csv('place.csv'); place.plot('position', 'value')");
-  command.callback([options] {
-    CheckChoice(options->choice);
-    Export(*options);
-  });
+  command.callback([options] { Export(*options); });
 }
 
 }  // namespace dseries

@@ -6,8 +6,11 @@
 #include "cli/choice.h"
 #include "cli/output.h"
 #include "cli/show.h"
+#include "cli/table.h"
+#include "cli/view.h"
 #include "commands/commands.h"
-#include "figure/plane.h"
+#include "figure/drawing.h"
+#include "file/coordinates.h"
 #include "file/dimensions.h"
 #include "file/failure.h"
 #include "file/header.h"
@@ -29,7 +32,7 @@ struct Options {
 };
 
 /// All elements of a short array, both ends of a long one.
-std::string Columns(const darr_c1DArray& array) {
+std::string ElementsText(const darr_c1DArray& array) {
   constexpr int short_array = 24, ends = 8;
   const int n = array.NumIndices();
   const int digits = DisplayDigits(array.DataType());
@@ -46,7 +49,7 @@ std::string Columns(const darr_c1DArray& array) {
 }
 
 /// Planes have too many elements to be shown.
-std::string Columns(const darr_c2DArray&) { return ""; }
+std::string ElementsText(const darr_c2DArray&) { return ""; }
 
 template <class Array>
 void Show(const Series& series, int i, const Array& array) {
@@ -61,12 +64,12 @@ void Show(const Series& series, int i, const Array& array) {
                                                   index[d])});
   }
   table.Row({"time", TimeText(tag->Time())});
-  if (const auto* place = PositionOf(*tag)) {
-    table.Row({"tag", fmt::format("{}, {}", TagText(place->X()), TagText(place->Y()))});
+  if (const auto* position = PositionOf(*tag)) {
+    table.Row({"tag", fmt::format("{}, {}", TagText(position->X()), TagText(position->Y()))});
   }
   AddArray(table, array);
   fmt::print("datum {} of {}\n{}", i, series.FilePath().CString(), table.Text(2));
-  if (const std::string columns = Columns(array); !columns.empty()) fmt::print("\n{}", columns);
+  if (const std::string elements = ElementsText(array); !elements.empty()) fmt::print("\n{}", elements);
 }
 
 void WriteOrShow(const Series& series, int i, const darr_c1DArray& array, const Options& options) {
@@ -109,10 +112,7 @@ void AddGet(CLI::App& program) {
       "  dseries get sst.dseries --position 181,1 -o place.txt\n"
       "Of a series of 2D data a region as a picture\n"
       "  dseries get months.dseries 0 --region 100,-60,300,60 -o pacific.png");
-  command.callback([options] {
-    CheckChoiceOfOne(options->choice);
-    Get(*options);
-  });
+  command.callback([options] { Get(*options); });
 }
 
 }  // namespace dseries

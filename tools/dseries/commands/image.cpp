@@ -4,8 +4,10 @@
 
 #include "cli/output.h"
 #include "cli/show.h"
+#include "cli/table.h"
+#include "cli/view.h"
 #include "commands/commands.h"
-#include "figure/plane.h"
+#include "figure/drawing.h"
 #include "file/failure.h"
 #include "file/text.h"
 #include "io/input.h"

@@ -7,9 +7,11 @@
 #include <vector>
 
 #include "cli/show.h"
+#include "cli/table.h"
 #include "commands/commands.h"
 #include "file/dimensions.h"
 #include "file/header.h"
+#include "file/kinds.h"
 #include "file/series.h"
 #include "file/text.h"
 #include "io/files.h"
@@ -17,11 +19,6 @@
 namespace dseries {
 
 namespace {
-
-struct Options {
-  std::vector<std::string> files;
-  bool json = false;
-};
 
 nlohmann::ordered_json DimensionAsJson(dtsr_cDimension& dimension) {
   const cal_c1DArrayCal& cal = dimension.Calibration();
@@ -89,22 +86,7 @@ std::string InfoAsText(const std::string& file) {
   return fmt::format("{}\n{}\n{}", file, table.Text(2), DimensionsAsText(series.DimensionArray()));
 }
 
-nlohmann::ordered_json ListAsJson(const std::string& file) {
-  const Series series(file);
-  auto list = nlohmann::ordered_json::array();
-  for (int i = 0; i < series.NextWriteIndex(); ++i) list.push_back(DatumAsJson(series, i));
-  return list;
-}
-
-std::string ListAsText(const std::string& file) {
-  const Series series(file);
-  const int n = series.NextWriteIndex();
-  DatumTable table(series, series.TagTypeID());
-  for (int i = 0; i < n; ++i) table.Row(i);
-  return table.Text();
-}
-
-void Info(const Options& options) {
+void Info(const FileList& options) {
   const std::vector<std::string> files = Expanded(options.files);
   auto all = nlohmann::ordered_json::array();
   bool first = true;
@@ -117,44 +99,14 @@ void Info(const Options& options) {
   CheckAll(failed, files.size());
 }
 
-void List(const Options& options) {
-  const std::vector<std::string> files = Expanded(options.files);
-  auto all = nlohmann::ordered_json::object();
-  bool first = true;
-  const int failed = ForEach(files, [&](const std::string& file) {
-    if (options.json) {
-      all[file] = ListAsJson(file);
-      return;
-    }
-    const std::string text = ListAsText(file);
-    if (files.size() > 1) fmt::print("{}{}\n", std::exchange(first, false) ? "" : "\n", file);
-    fmt::print("{}", text);
-  });
-  if (options.json) Print(files.size() == 1 ? all.front() : all);
-  CheckAll(failed, files.size());
-}
-
-void AddOptions(CLI::App& command, Options& options) {
-  command.add_option("FILE", options.files, "Series files, or names of several with * in quotes")->required();
-  command.add_flag("--json", options.json, "Write JSON, of several files together");
-}
-
 }  // namespace
 
 void AddInfo(CLI::App& program) {
-  auto options = std::make_shared<Options>();
+  auto options = std::make_shared<FileList>();
   CLI::App& command = *program.add_subcommand("info", "Tell what a series file holds");
-  AddOptions(command, *options);
+  AddFiles(command, *options);
   command.footer("Example:\n  dseries info sst.dseries");
   command.callback([options] { Info(*options); });
-}
-
-void AddList(CLI::App& program) {
-  auto options = std::make_shared<Options>();
-  CLI::App& command = *program.add_subcommand("list", "List the data with their places and tags");
-  AddOptions(command, *options);
-  command.footer("Example:\n  dseries list sst.dseries\n  dseries list --json '*.dseries'");
-  command.callback([options] { List(*options); });
 }
 
 }  // namespace dseries

@@ -6,13 +6,13 @@
 #include <string>
 
 #include "cli/progress.h"
-#include "cli/show.h"
 #include "commands/commands.h"
 #include "figure/drawing.h"
 #include "figure/plane.h"
 #include "file/dimensions.h"
 #include "file/failure.h"
 #include "file/header.h"
+#include "file/kinds.h"
 #include "file/series.h"
 #include "file/text.h"
 #include "io/files.h"
@@ -51,7 +51,7 @@ double Sum(const darr_c1DArray& array, const rnge_c1DIndexRange& cells) {
   return sum;
 }
 
-std::string RangeText(const Options& options) {
+std::string SumText(const Options& options) {
   const bool from = !std::isnan(options.from), to = !std::isnan(options.to);
   if (from && to && options.from == options.to) return "element at " + NumberText(options.from);
   std::string text = "sum of all elements";
@@ -82,8 +82,8 @@ void Map(const Options& options) {
       const darr_c1DArray datum = series.Datum(i);
       const rnge_c1DIndexRange cells = Cells(datum, options.from, options.to);
       found = found || cells.NumIndicesX() > 0;
-      const arr_cC_Array<int> place = dimensions.IndexPosition(i);
-      sums.SetValue(Sum(datum, cells), place[0], place[1]);
+      const arr_cC_Array<int> index = dimensions.IndexPosition(i);
+      sums.SetValue(Sum(datum, cells), index[0], index[1]);
       progress.Show(i + 1);
     }
   }
@@ -92,7 +92,7 @@ void Map(const Options& options) {
                             dimensions.Dimension(1).Calibration().AxisX());
   const darr_c2DArray map(sums, cal);
   if (!options.axes) return WritePlane(options.output, map, options.drawing, options.file);
-  const Caption caption{FileName(options.file), RangeText(options), LabelOf(dimensions, 0),
+  const Caption caption{FileName(options.file), SumText(options), LabelOf(dimensions, 0),
                         LabelOf(dimensions, 1), ""};
   WriteFigure(options.output, FigureOf(map, options.drawing, caption), options.file);
 }

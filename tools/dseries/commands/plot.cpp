@@ -10,10 +10,10 @@
 #include <vector>
 
 #include "cli/choice.h"
-#include "cli/show.h"
+#include "cli/view.h"
 #include "commands/commands.h"
 #include "figure/drawing.h"
-#include "figure/plane.h"
+#include "file/coordinates.h"
 #include "file/failure.h"
 #include "file/header.h"
 #include "file/series.h"
@@ -66,7 +66,8 @@ Figure FigureOfSeries(const Options& options) {
   std::vector<Curve> curves;
   curves.reserve(data.size());
   for (const int i : data) {
-    curves.push_back(CurveOf(LineOf(series.Datum(i), options.view), PlaceText(series, i), options.drawing));
+    curves.push_back(
+        CurveOf(LineOf(series.Datum(i), options.view), PositionText(series, i), options.drawing));
   }
   caption.x_label = options.view.column ? "y" : std::is_same_v<Array, darr_c2DArray> ? "x" : "position";
   caption.y_label = "value";
@@ -131,10 +132,7 @@ void AddPlot(CLI::App& program) {
       "A map, and how it changes along the equator\n"
       "  dseries plot months.dseries 0 --contrast full -o january.svg\n"
       "  dseries plot months.dseries 0 6 --row-at 0");
-  command.callback([options] {
-    CheckChoice(options->choice);
-    Plot(*options);
-  });
+  command.callback([options] { Plot(*options); });
 }
 
 }  // namespace dseries

@@ -29,10 +29,10 @@ ColorMap ColorMap::Named(const std::string& name) { return ColorMap(name == "vir
 ColorMap ColorMap::Greys() { return ColorMap(greys); }
 
 Rgb ColorMap::At(double part) const {
-  const double place = std::clamp(part, 0.0, 1.0) * static_cast<double>(stops_->size() - 1);
-  const auto i = std::min(static_cast<std::size_t>(place), stops_->size() - 2);
+  const double stop = std::clamp(part, 0.0, 1.0) * static_cast<double>(stops_->size() - 1);
+  const auto i = std::min(static_cast<std::size_t>(stop), stops_->size() - 2);
   const Rgb &from = (*stops_)[i], &to = (*stops_)[i + 1];
-  const auto mix = [between = place - static_cast<double>(i)](std::uint8_t a, std::uint8_t b) {
+  const auto mix = [between = stop - static_cast<double>(i)](std::uint8_t a, std::uint8_t b) {
     return static_cast<std::uint8_t>(std::lround(a + between * (b - a)));
   };
   return {mix(from.red, to.red), mix(from.green, to.green), mix(from.blue, to.blue)};

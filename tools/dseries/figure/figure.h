@@ -45,7 +45,7 @@ struct Figure {
 double AspectOf(const Figure& figure);
 
 /// The label of an axis, with what the numbers at it leave out.
-std::string LabelOf(const std::string& label, const Scale& scale);
+std::string LabelWithFactor(const std::string& label, const Scale& scale);
 
 /// Forms of files that figures are drawn to.
 enum class Paper { Png, Svg, Pdf };

@@ -19,7 +19,7 @@ constexpr double title_size = 12, text_size = 10, line_height = 15;
 constexpr double curves_width = 680, curves_height = 420;
 constexpr double raster_width = 540, raster_height = 420, least_width = 420;
 constexpr double bar_width = 14, bar_gap = 18, tip = 10;
-constexpr double png_scale = 2;  ///< pixels of a PNG in a point
+constexpr double png_scale = 2;                                              ///< pixels of a PNG in a point
 constexpr auto places = static_cast<std::size_t>(png_scale * curves_width);  ///< that can be told apart
 
 constexpr Rgb ink{40, 40, 40}, pale_ink{105, 105, 105}, grid{228, 228, 228}, no_value{206, 216, 228};
@@ -194,7 +194,7 @@ class Painter {
   }
 
   double LabelHeight(const std::string& label, const Scale& scale) const {
-    return LabelOf(label, scale).empty() ? 0 : line_height + 2;
+    return LabelWithFactor(label, scale).empty() ? 0 : line_height + 2;
   }
 
   double Widest(const Scale& scale, int most) {
@@ -299,8 +299,10 @@ class Painter {
       Line(frame_.x - tick_length, y, frame_.x, y);
       Text(tick.label, frame_.x - tick_length - 3, y + 3.5, 1);
     }
-    Text(LabelOf(figure_.x_label, figure_.x), frame_.x + frame_.width / 2, below + line_height + 1, 0.5);
-    UprightText(LabelOf(figure_.y_label, figure_.y), frame_.x - widest - gap, frame_.y + frame_.height / 2);
+    Text(LabelWithFactor(figure_.x_label, figure_.x), frame_.x + frame_.width / 2, below + line_height + 1,
+         0.5);
+    UprightText(LabelWithFactor(figure_.y_label, figure_.y), frame_.x - widest - gap,
+                frame_.y + frame_.height / 2);
   }
 
   void PaintCurve(std::size_t number) {
@@ -414,7 +416,7 @@ class Painter {
       Line(bar.Right(), y, bar.Right() + tick_length, y);
       Text(tick.label, bar.Right() + tick_length + 3, y + 3.5);
     }
-    UprightText(LabelOf(raster.label, raster.scale),
+    UprightText(LabelWithFactor(raster.label, raster.scale),
                 bar.Right() + Widest(raster.scale, y_ticks) + gap + text_size, bar.y + bar.height / 2);
     if (!gaps) return;
     cairo_rectangle(cairo_, bar.x, frame_.Bottom() - bar_width, bar_width, bar_width);
@@ -459,7 +461,7 @@ double AspectOf(const Figure& figure) {
   return aspect > longest || aspect < 1 / longest ? other : aspect;
 }
 
-std::string LabelOf(const std::string& label, const Scale& scale) {
+std::string LabelWithFactor(const std::string& label, const Scale& scale) {
   const std::string factor = scale.Factor();
   if (factor.empty() || label.empty()) return label + factor;
   return label + " (" + factor + ')';

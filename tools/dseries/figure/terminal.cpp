@@ -292,7 +292,7 @@ std::string DrawnAsText(const Figure& figure, int columns, bool colors) {
   std::string text = Shortened(figure.title, width) + '\n';
   if (!figure.subtitle.empty()) text += Shortened(figure.subtitle, width) + '\n';
   if (figure.curves.size() > 1) text += NameLines(figure, width, colors);
-  text += Shortened(LabelOf(figure.y_label, figure.y), width) + '\n';
+  text += Shortened(LabelWithFactor(figure.y_label, figure.y), width) + '\n';
   for (std::size_t row = 0; row < canvas.Height(); ++row) {
     std::string label;
     for (const Tick& tick : ticks) {
@@ -305,7 +305,7 @@ std::string DrawnAsText(const Figure& figure, int columns, bool colors) {
   const TickLines x = XTicks(figure.x, canvas.Width(), room);
   const std::string indent(margin + 2, ' ');
   text += fmt::format("{} └{}\n{}{}\n", std::string(margin, ' '), x.axis, indent, x.labels);
-  if (const std::string label = LabelOf(figure.x_label, figure.x); !label.empty()) {
+  if (const std::string label = LabelWithFactor(figure.x_label, figure.x); !label.empty()) {
     const std::string fitting = Shortened(label, width - margin - 2);
     text += indent + std::string((canvas.Width() - std::min(canvas.Width(), Width(fitting))) / 2, ' ') +
             fitting + '\n';

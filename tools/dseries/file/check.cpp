@@ -6,6 +6,8 @@
 
 #include "file/failure.h"
 #include "file/header.h"
+#include "file/kinds.h"
+#include "file/reading.h"
 #include "file/series.h"
 #include "file/text.h"
 #include <DataStorage/interfaces/bstr.h>

@@ -11,11 +11,20 @@ namespace dseries {
 /// A position with the digits that mean something: the last bits of one that was computed do not.
 std::string PositionText(double position);
 
+/// The position of a datum along the dimensions, and that with its index and its tag, in a line.
+std::string PositionText(const Series& series, int i);
+std::string DatumText(const Series& series, int i);
+
+/// A coordinate of a tag, from which a search finds it again.
+std::string TagText(double coordinate);
+/// The position in a tag; null where it has none.
+const dtsr_c2DPosition* PositionOf(const dtsr_cDataTag& tag);
+
 /// Where and when the data of a series were taken, as the columns of a table: the linear index, the position
 /// along each dimension, the time, and the position in the tag where there is one.
-class Places {
+class CoordinateColumns {
  public:
-  explicit Places(const Series& series);
+  explicit CoordinateColumns(const Series& series);
 
   std::vector<std::string> Names() const;
   /// How NumPy writes the types that Write uses.

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "file/header.h"
+#include "file/reading.h"
 #include <DataStorage/interfaces/constants.h>
 
 namespace dseries {

@@ -7,7 +7,7 @@
 #include <type_traits>
 
 #include "file/failure.h"
-#include "file/header.h"
+#include "file/reading.h"
 #include <DataStorage/data/darray1d.h>
 #include <DataStorage/data/darray2d.h>
 #include <DataStorage/interfaces/bstr.h>

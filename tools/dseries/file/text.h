@@ -46,34 +46,4 @@ const std::vector<std::string>& ElementNames();
 /// The type with this short name; a type that is none for any other text.
 dtyp_cDataType ElementType(std::string_view name);
 
-/// Columns that line up on a terminal, whatever characters they hold.
-class Table {
- public:
-  /// Names stand to the left, and may be shortened.
-  enum Align { Left, Right, Name };
-
-  explicit Table(std::vector<Align> columns) : columns_(std::move(columns)) {}
-
-  /// Comes before all other rows.
-  void Heading(std::vector<std::string> cells) {
-    Row(std::move(cells));
-    headings_ = rows_.size();
-  }
-  void Row(std::vector<std::string> cells) { rows_.push_back(std::move(cells)); }
-  /// The rows as lines, each indented by `indent` and its cells two blanks apart. Names and headings are
-  /// shortened, the longest first, until the lines fit a terminal of 80 columns.
-  std::string Text(int indent = 0) const;
-
- private:
-  /// How wide the columns are. A cell that is wider must be shortened.
-  std::vector<std::size_t> Widths(std::size_t room) const;
-  bool bMayShrink(std::size_t row, std::size_t column) const {
-    return row < headings_ || columns_[column] == Name;
-  }
-
-  std::vector<Align> columns_;
-  std::size_t headings_ = 0;
-  std::vector<std::vector<std::string>> rows_;
-};
-
 }  // namespace dseries

@@ -9,8 +9,8 @@
 #include <utility>
 #include <vector>
 
-#include "figure/plane.h"
 #include "file/failure.h"
+#include "file/reading.h"
 #include "file/series.h"
 #include "file/text.h"
 #include "io/columns.h"
@@ -117,6 +117,21 @@ Input<Array> Single(const Array& array) {
           [left = std::optional(array)]() mutable { return std::exchange(left, {}); }};
 }
 
+darr_c2DArray ReadRawPlane(const std::string& path) {
+  const auto read = [&path](bstr_cBinary_istream& in) {
+    darr_c2DArray array;
+    try {
+      if (array.Read(in) && in.Position() == in.Size()) return array;
+    } catch (const arr_cSizeException&) {  // an extent is negative
+    }
+    Fail("{} is not the raw form of a 2D data array", path);
+  };
+  if (!bStream(path)) return read(OpenToRead(path).Input());
+  const std::string bytes = ReadWhole(path);
+  bstr_cMemory_istream in(bytes.data(), static_cast<std::int64_t>(bytes.size()));
+  return read(in);
+}
+
 }  // namespace
 
 void PrintWarning(const std::string& warning) { Complain("warning: {}", warning); }
@@ -166,6 +181,13 @@ void CheckForm(const InputForm& form, std::size_t axes) {
   for (const double delta : form.delta) {
     if (!std::isfinite(delta) || delta == 0 || (delta < 0 && !may_fall)) Fail("the delta is not above 0");
   }
+}
+
+bool bRawPlane(const std::string& path) { return Extension(path) == ".darr"; }
+
+bool bPlane(const std::string& path) {
+  const std::string extension = Extension(path);
+  return bRawPlane(path) || extension == ".pgm" || extension == ".bmp" || path == "-" || bStream(path);
 }
 
 darr_c2DArray ReadPlane(const std::string& path, const InputForm& form, const Warn& warn) {

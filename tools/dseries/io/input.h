@@ -53,6 +53,10 @@ void CheckStorable(dtyp_cDataType type);
 template <class Array>
 Input<Array> ReadInput(const std::string& path, const InputForm& form, const Warn& warn);
 
+/// Whether a file is named as those are that hold the raw form of a 2D data array.
+bool bRawPlane(const std::string& path);
+/// Whether it is a picture or a raw form: by its name, or because series are not read from pipes.
+bool bPlane(const std::string& path);
 /// Reads a picture or the raw form of a 2D data array.
 darr_c2DArray ReadPlane(const std::string& path, const InputForm& form, const Warn& warn);
 

@@ -12,8 +12,8 @@ namespace dseries {
 
 namespace {
 
-std::string PlaceOf(const darr_c1DArray& array, int i) { return NumberText(array.Cal().PositionX(i)); }
-std::string PlaceOf(const darr_c2DArray& array, int i) {
+std::string PositionText(const darr_c1DArray& array, int i) { return NumberText(array.Cal().PositionX(i)); }
+std::string PositionText(const darr_c2DArray& array, int i) {
   const int nx = array.NumIndicesX();
   return fmt::format("{},{}", NumberText(array.Cal().PositionX(i % nx)),
                      NumberText(array.Cal().PositionY(i / nx)));
@@ -38,7 +38,7 @@ Array Losses::Convert(const Array& array, const std::string& name) {
     const Kind kind = std::isnan(was[i]) ? NotANumber : limited ? Limited : Rounded;
     Loss& loss = losses_[kind];
     if (loss.count++ == 0) {
-      loss.first = fmt::format("{} at {}{}", NumberText(was[i]), name, PlaceOf(array, i));
+      loss.first = fmt::format("{} at {}{}", NumberText(was[i]), name, PositionText(array, i));
     }
   }
   values_ += array.NumIndices();

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <cstdint>
-#include <string_view>
+#include <fmt/format.h>
+#include <type_traits>
 
 namespace dseries {
 
@@ -27,9 +27,11 @@ std::string Tuple(const std::vector<int>& numbers) {
 }  // namespace
 
 std::string NpyType(dtyp_cDataType type) {
-  static constexpr std::string_view types[] = {"|u1", "<u2", "<u4", "|i1", "<i2",
-                                               "<i4", "<f4", "<f8", "<c8", "<c16"};
-  return std::string(types[type.Type() - dtyp_UBin8]);
+  static constexpr char families[] = {'u', 'i', 'f', 'c'};
+  return detail::VisitElementType(type.Type(), []<class T>(std::type_identity<T>) {
+    const char family = families[static_cast<std::size_t>(detail::FamilyOf<T>)];
+    return fmt::format("{}{}{}", sizeof(T) == 1 ? '|' : '<', family, sizeof(T));
+  });
 }
 
 // As the documentation of numpy.lib.format has it: version 1.0, or 3.0 where the header is not in ASCII or is

@@ -55,7 +55,7 @@ class PgmReader {
     if (maximum > 255) Fail("{} is a PGM picture of 16 bits a pixel; only 8 are known here", path_);
     if (maximum < 1) Fail("{} is a PGM picture with a maximum of {}", path_, maximum);
     const std::int64_t count = std::int64_t{width} * height;
-    const std::size_t pixels = place_ + 1;  // one blank stands in front of them
+    const std::size_t pixels = next_ + 1;  // one blank stands in front of them
     if (bytes_.size() < pixels || static_cast<std::int64_t>(bytes_.size() - pixels) < count) {
       Fail("{} is cut off: it should hold {} x {} pixels", path_, width, height);
     }
@@ -76,21 +76,21 @@ class PgmReader {
 
  private:
   int Number(const char* what) {
-    while (place_ < bytes_.size() && (bSpace(bytes_[place_]) || bytes_[place_] == '#')) {
-      place_ = bytes_[place_] == '#' ? std::min(bytes_.find('\n', place_), bytes_.size()) : place_ + 1;
+    while (next_ < bytes_.size() && (bSpace(bytes_[next_]) || bytes_[next_] == '#')) {
+      next_ = bytes_[next_] == '#' ? std::min(bytes_.find('\n', next_), bytes_.size()) : next_ + 1;
     }
     int number = -1;
     const char* end = bytes_.data() + bytes_.size();
-    const auto [stop, error] = std::from_chars(bytes_.data() + place_, end, number);
+    const auto [stop, error] = std::from_chars(bytes_.data() + next_, end, number);
     if (error != std::errc() || number < 0) Fail("{} is a damaged PGM picture: a {} is missing", path_, what);
-    place_ = static_cast<std::size_t>(stop - bytes_.data());
+    next_ = static_cast<std::size_t>(stop - bytes_.data());
     return number;
   }
   static bool bSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
   const std::string& path_;
   std::string_view bytes_;
-  std::size_t place_ = 2;
+  std::size_t next_ = 2;
 };
 
 /// The greys that a colour table of `count` entries gives to the pixels.

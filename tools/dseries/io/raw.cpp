@@ -61,11 +61,11 @@ class RawInput::Source {
     return done;
   }
 
-  /// Reads bytes at a place of a file that can be read anywhere; false when it has become shorter.
-  bool ReadAt(std::int64_t place, char* bytes, std::int64_t n) const {
+  /// Reads bytes at an offset of a file that can be read anywhere; false when it has become shorter.
+  bool ReadAt(std::int64_t offset, char* bytes, std::int64_t n) const {
     for (std::int64_t done = 0; done < n;) {
       const ssize_t part =
-          pread(file_, bytes + done, static_cast<std::size_t>(n - done), start_ + place + done);
+          pread(file_, bytes + done, static_cast<std::size_t>(n - done), start_ + offset + done);
       if (part < 0 && errno != EINTR) Refuse();
       if (part == 0) return false;
       if (part > 0) done += part;
@@ -163,11 +163,11 @@ void RawInput::TurnBlock() {
   std::vector<char> rows;
   for (std::int64_t k = 0; k < elements; k += rows_at_once) {
     const std::int64_t n = std::min(rows_at_once, elements - k);
-    const std::int64_t place = k * row + block_begin_ * element_size_, span = (n - 1) * row + run;
-    const char* from = in_memory ? whole.data() + place : nullptr;
+    const std::int64_t offset = k * row + block_begin_ * element_size_, span = (n - 1) * row + run;
+    const char* from = in_memory ? whole.data() + offset : nullptr;
     if (!in_memory) {
       rows.resize(static_cast<std::size_t>(span));
-      if (!source_->ReadAt(place, rows.data(), span)) Fail("{} became shorter", source_->Name());
+      if (!source_->ReadAt(offset, rows.data(), span)) Fail("{} became shorter", source_->Name());
       from = rows.data();
     }
     for (std::int64_t r = 0; r < n; ++r) {

@@ -1,0 +1,262 @@
+#include "file/salvage.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <filesystem>
+#include <fmt/format.h>
+#include <memory>
+#include <optional>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "file/failure.h"
+#include "file/header.h"
+#include "file/kinds.h"
+#include "file/reading.h"
+#include "file/series.h"
+#include "file/text.h"
+#include <DataStorage/data/darray1d.h>
+#include <DataStorage/data/darray2d.h>
+
+namespace dseries {
+
+namespace {
+
+/// Where a series keeps its lists. Told twice in a file: by the header, and by the dimensions, behind which
+/// the lists begin.
+struct Layout {
+  std::int64_t lists;
+  int total;
+  std::optional<dtsr_cDimensionArray> dimensions;  ///< none: they are damaged
+
+  detail::SeriesLists Lists() const { return {lists, total}; }
+};
+
+/// Where a datum and its tag lie; `begin` is 0 for one that is lost, `tag` for a tag that
+/// is.
+struct Extent {
+  std::int64_t begin = 0;
+  std::int64_t end = 0;
+  std::int64_t tag = 0;
+  std::int64_t tag_end = 0;
+};
+
+/// A datum of a kind that is unknown here.
+struct Bytes {
+  std::string bytes;
+
+  bool Write(bstr_cBinary_ostream& out) const { return out.Write(bytes.data(), std::ssize(bytes)); }
+};
+
+struct Survivors {
+  Layout layout;
+  unsigned int tag_type = 0;
+  std::vector<Extent> extents;  ///< up to the last datum that survived
+  int found = 0;
+};
+
+/// Looks for the data of a damaged file, which are arrays of class `Array`, or bytes that end where the
+/// offset lists say.
+template <class Array>
+class Search {
+ public:
+  Search(bstr_cBinary_istream& in, const Header& header) : in_(in), header_(header) {}
+
+  Survivors Run() {
+    Survivors best{Layout{0, 0, {}}, 0, {}, -1};
+    for (Layout& layout : Layouts()) {
+      Survivors survivors = Walk(std::move(layout));
+      if (survivors.found > best.found) best = std::move(survivors);
+    }
+    return best;
+  }
+
+  /// `end` is where the lists let it end.
+  std::optional<Array> Datum(std::int64_t begin, std::int64_t end) {
+    Array datum;
+    if (begin == 0 || !in_.Seek(begin)) return {};
+    if constexpr (std::is_same_v<Array, Bytes>) {
+      if (end < begin || end > in_.Size()) return {};
+      datum.bytes.resize(static_cast<std::size_t>(end - begin));
+      if (!in_.Read(datum.bytes.data(), end - begin)) return {};
+    } else if (!bReads([&]() -> bool { return datum.Read(in_); })) {
+      return {};
+    }
+    return datum;
+  }
+
+  /// The tag at a place, which its kind must allow; null when there is none. `end` is where the lists let it
+  /// end, if they do.
+  std::unique_ptr<dtsr_cDataTag> Tag(std::int64_t begin, std::int64_t end, unsigned int kind) {
+    if (!bKnownTagType(kind) && (end - begin < detail::PlainTagLength || end > in_.Size())) return nullptr;
+    std::unique_ptr<dtsr_cDataTag> tag = MakeTag(kind, end - begin);
+    const bool read = begin != 0 && bReads([&]() -> bool {
+                        if (!in_.Seek(begin)) return false;
+                        tag->Read(in_);
+                        return in_.bGood();
+                      });
+    return read ? std::move(tag) : nullptr;
+  }
+
+ private:
+  /// As the dimensions tell it, then as the header does where that differs.
+  std::vector<Layout> Layouts() {
+    std::vector<Layout> layouts;
+    const Layout told{header_.lists, header_.total, {}};
+    if (auto layout = LayoutOfDimensions()) layouts.push_back(*std::move(layout));
+    const bool known = !layouts.empty() && layouts[0].lists == told.lists && layouts[0].total == told.total;
+    if (!known && told.Lists().bFit(in_.Size())) layouts.push_back(told);
+    return layouts;
+  }
+
+  std::optional<Layout> LayoutOfDimensions() {
+    constexpr std::int64_t longest = 1 << 20;  // of records whose counts cannot be trusted
+    const std::int64_t n = std::clamp<std::int64_t>(in_.Size() - Header::End, 0, longest);
+    std::string bytes(static_cast<std::size_t>(n), '\0');
+    if (!in_.Seek(Header::End) || !in_.Read(bytes.data(), n)) return {};
+    bstr_cMemory_istream records(bytes.data(), n);
+    dtsr_cDimensionArray dimensions(0);
+    int total = 0;
+    const bool read = bReads([&]() -> bool {
+      dimensions.Read(records);
+      total = dimensions.TotalNumberIndices();
+      return records.bGood();
+    });
+    for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
+      if (dimensions.Dimension(d).Size() < 1) return {};
+    }
+    const Layout layout{Header::End + records.Position(), total, dimensions};
+    return read && layout.Lists().bFit(in_.Size()) ? std::optional(layout) : std::nullopt;
+  }
+
+  /// Goes from datum to datum: each begins where the tag before it ends. Where one is broken the offset lists
+  /// tell where the next one is, if they are whole there.
+  Survivors Walk(Layout layout) {
+    const int total = layout.total;
+    data_.resize(static_cast<std::size_t>(total));
+    tags_.resize(data_.size());
+    if (!in_.Seek(layout.lists) || !bstr_ReadNumbers(in_, data_.data(), total) ||
+        !bstr_ReadNumbers(in_, tags_.data(), total)) {
+      Fail("the offset lists cannot be read");
+    }
+    Survivors survivors{std::move(layout), 0, {}, 0};
+    const bool counted = header_.valid >= 0 && header_.valid <= total;
+    std::int64_t free = survivors.layout.Lists().End();  // what lies before is taken
+    std::int64_t next = free;                            // 0 when nobody can tell
+    for (int k = 0; k < total; ++k) {
+      const std::int64_t begin = data_[static_cast<std::size_t>(k)], tag = tags_[static_cast<std::size_t>(k)];
+      if (counted && k >= header_.valid && tag == 0) break;
+      Extent extent = Find(next, k, survivors.tag_type);
+      if (extent.begin == 0 && begin >= free) extent = Find(begin, k, survivors.tag_type);
+      next = extent.begin != 0 && extent.tag != 0 ? in_.Position() : 0;
+      if (extent.begin == 0) {
+        extent.tag = tag;
+        extent.tag_end = ListedTagEnd(k);
+      } else {
+        free = std::max(next, extent.begin);
+        ++survivors.found;
+      }
+      survivors.extents.push_back(extent);
+    }
+    while (!survivors.extents.empty() && survivors.extents.back().begin == 0) survivors.extents.pop_back();
+    return survivors;
+  }
+
+  /// Where the lists let tag k end; 0 when they do not say.
+  std::int64_t ListedTagEnd(int k) const {
+    const auto next = static_cast<std::size_t>(k) + 1;
+    return next < data_.size() ? data_[next] : in_.Size();
+  }
+
+  /// Datum k if it is whole at `begin`: a tag follows it, or the list says that it ends where it does.
+  Extent Find(std::int64_t begin, int k, unsigned int& tag_type) {
+    const std::int64_t listed_end = tags_[static_cast<std::size_t>(k)];
+    if (!Datum(begin, listed_end)) return {};
+    const std::int64_t end = in_.Position(), tag_end = ListedTagEnd(k);
+    std::uint32_t kind = 0;
+    const bool expected =
+        bstr_ReadFields(in_, kind) && (bKnownTagType(kind) || (kind != 0 && kind == header_.tagType));
+    if (expected && (tag_type == 0 || kind == tag_type) && Tag(end, tag_end, kind) != nullptr) {
+      tag_type = kind;
+      return {begin, end, end, tag_end};
+    }
+    return end == listed_end ? Extent{begin, end, 0, 0} : Extent{};
+  }
+
+  bstr_cBinary_istream& in_;
+  const Header& header_;
+  std::vector<std::int32_t> data_;  // the offset lists
+  std::vector<std::int32_t> tags_;
+};
+
+dtsr_cDimensionArray PlainDimension(int size) {
+  dtsr_cDimensionArray dimensions;
+  dimensions.Dimension(0) = {size, cal_c1DArrayCal(0, 1), "datum", "", false};
+  return dimensions;
+}
+
+/// Throws Failure where there is no room for the data that survive.
+void CheckDisk(const std::string& path, const std::vector<Extent>& extents) {
+  std::uintmax_t bytes = 0;
+  for (const Extent& extent : extents) bytes += static_cast<std::uintmax_t>(extent.end - extent.begin);
+  std::error_code unknown;
+  const auto space = std::filesystem::space(path, unknown);
+  if (!unknown && space.available < bytes) {
+    Fail("the data that survive take {}, and there is room for {}",
+         SizeText(static_cast<std::int64_t>(bytes)), SizeText(static_cast<std::int64_t>(space.available)));
+  }
+}
+
+template <class Array>
+Salvaged SalvageData(bstr_cBinary_fstream& file, const Header& header, const std::string& path,
+                     const SalvageReport& report) {
+  const char* const damaged = file.Path().CString();
+  Search<Array> search(file.Input(), header);
+  const Survivors survivors = search.Run();
+  const auto& [layout, tag_type, extents, found] = survivors;
+  const int filled = static_cast<int>(extents.size());
+  const bool counted = header.valid >= filled && header.valid <= layout.total;
+  const int expected = counted ? header.valid : filled;
+  if (found < 0 || (found == 0 && (expected > 0 || !layout.dimensions))) {
+    Fail("nothing in {} can be saved", damaged);
+  }
+
+  DataSeries<Array> series(path, layout.dimensions ? *layout.dimensions : PlainDimension(layout.total),
+                           header.dataType);
+  constexpr const char* empty =
+      std::is_same_v<Array, Bytes> ? "a datum without bytes" : "an array without elements";
+  const unsigned int kind = tag_type != 0 ? tag_type : dtsr_cDataTag(0).TagTypeID();
+  CheckDisk(path, extents);
+  if (!layout.dimensions) report.lost("the dimensions are lost: the data lie along one plain dimension");
+  if (!counted) report.lost(fmt::format("the header counts {} valid data", header.valid));
+  for (int k = 0; k < filled; ++k) {
+    const Extent& extent = extents[static_cast<std::size_t>(k)];
+    const std::optional<Array> datum = search.Datum(extent.begin, extent.end);
+    std::unique_ptr<dtsr_cDataTag> tag = search.Tag(extent.tag, extent.tag_end, kind);
+    if (!datum) report.lost(fmt::format("datum {} is lost; {} holds its place", k, empty));
+    if (!tag) {
+      report.lost(fmt::format("the tag of datum {} is lost; its time is {} now", k, TimeText(0)));
+      tag = MakeTag(kind);
+      tag->SetEqual(dtsr_cDataTag(0));
+    }
+    series.Append(datum.value_or(Array()), *tag);
+    report.progress(k + 1, filled);
+  }
+  if (expected > filled + 1) report.lost(fmt::format("data {} to {} are lost", filled, expected - 1));
+  if (expected == filled + 1) report.lost(fmt::format("datum {} is lost", filled));
+  return {found, expected};
+}
+
+}  // namespace
+
+Salvaged Salvage(bstr_cBinary_fstream& damaged, const Header& header, const std::string& path,
+                 const SalvageReport& report) {
+  const auto salvage = [&]<class Array>(std::type_identity<Array>) {
+    return SalvageData<Array>(damaged, header, path, report);
+  };
+  return bKnownDataType(header.dataType) ? VisitDataType(header.dataType, salvage)
+                                         : salvage(std::type_identity<Bytes>());
+}
+
+}  // namespace dseries
