@@ -6,6 +6,7 @@
 #include "file/check.h"
 #include "file/failure.h"
 #include "file/header.h"
+#include "file/kinds.h"
 #include "file/series.h"
 #include "support.h"
 #include "targets.h"

@@ -1,3 +1,4 @@
+#include "file/header.h"
 #include "file/series.h"
 #include "tool.h"
 

@@ -65,8 +65,8 @@ TagOf TagsFor(const Series& series, const Options& options) {
       Fail("--tag-position needs two dimensions, and {} has fewer", options.file);
     }
     return [&series, time](int slot) {
-      const arr_cC_Array<double> position = series.DimensionArray().Position(slot);
-      return std::make_unique<dtsr_c2DPosition>(position[0], position[1], time);
+      const arr_cC_Array<double> at = series.DimensionArray().Position(slot);
+      return std::make_unique<dtsr_c2DPosition>(at[0], at[1], time);
     };
   }
   if (position) {
