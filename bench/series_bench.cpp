@@ -8,7 +8,7 @@
 #include <unistd.h>
 
 #include "series.h"
-#include <DataStorage/series/seriesformat.h>
+#include <DataStorage/series/detail/seriesformat.h>
 #include <DataStorage/series/storedseries.h>
 
 namespace {

@@ -9,9 +9,9 @@ install(TARGETS DataStorage EXPORT DataStorageTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT dev
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-# All that DataStorage.h brings in; the headers left out are for the library's own sources.
+# Callers include what is not in a folder `detail`; headers in such folders serve these headers and the sources.
 install(DIRECTORY Base/DataStorage DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev
-  FILES_MATCHING REGEX "\\.(h|def)$" REGEX "/(.*_impl|change|elementloop|nsp|seriesformat)\\.h$" EXCLUDE)
+  FILES_MATCHING REGEX "\\.(h|def)$")
 install(EXPORT DataStorageTargets NAMESPACE DataStorage:: DESTINATION ${package_dir} COMPONENT dev)
 
 configure_package_config_file(cmake/DataStorageConfig.cmake.in DataStorageConfig.cmake

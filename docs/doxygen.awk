@@ -1,7 +1,6 @@
 # Shows a header to Doxygen as its readers understand it. A comment speaks for the overloads that follow it without a
 # blank line or another comment in between, and for what is the same along X and along Y; the only comment of a
-# paragraph, at its head, speaks for all of it. What the compiler writes and what stands in `detail` is not for callers
-# (-v detail=1: it is). Lines keep their numbers.
+# paragraph, at its head, speaks for all of it. What the compiler writes is left out. Lines keep their numbers.
 
 function indent(line) { match(line, /^ */); return RLENGTH }
 function comment(line) { return line ~ /^ *\/\/\/( |$)/ }
@@ -27,10 +26,6 @@ function name(declaration) {
 
 {
   if ($0 ~ /= (default|delete);$/) $0 = "//"
-  if (!detail) {
-    sub(/^namespace detail \{/, "/** @cond */ &")
-    sub(/^\}  \/\/ namespace detail/, "& /** @endcond */")
-  }
   lines[NR] = $0
 }
 

@@ -5,8 +5,8 @@
 #include <utility>
 
 #include <DataStorage/data/darray1d.h>
+#include <DataStorage/series/detail/seriesformat.h>
 #include <DataStorage/series/fileseries.h>
-#include <DataStorage/series/seriesformat.h>
 #include <Utility/system.h>
 
 namespace fuzz {

@@ -1,3 +1,5 @@
+#include "file/series.h"
+
 #include <algorithm>
 #include <memory>
 #include <vector>
@@ -7,7 +9,6 @@
 #include "file/failure.h"
 #include "file/header.h"
 #include "file/kinds.h"
-#include "file/series.h"
 #include "support.h"
 #include "targets.h"
 #include <DataStorage/interfaces/constants.h>

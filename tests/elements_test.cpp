@@ -1,5 +1,5 @@
 #include "test.h"
-#include <DataStorage/interfaces/elementloop.h>
+#include <DataStorage/interfaces/detail/elementloop.h>
 #include <DataStorage/numbers/elements.h>
 
 namespace {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "test.h"
-#include <DataStorage/interfaces/atoms.h>
+#include <DataStorage/interfaces/persistent.h>
 
 /// Tagged streams of both kinds for tests.
 enum class StreamKind { Binary, Ascii };

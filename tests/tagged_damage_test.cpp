@@ -1,6 +1,6 @@
 #include "reference.h"
 #include "test.h"
-#include <DataStorage/interfaces/atoms.h>
+#include <DataStorage/interfaces/persistent.h>
 
 using namespace fuzz;
 

@@ -4,9 +4,9 @@
 #include <limits>
 #include <type_traits>
 
-#include <DataStorage/interfaces/elementloop.h>
+#include <DataStorage/interfaces/detail/elementloop.h>
+#include <DataStorage/interfaces/detail/nsp.h>
 #include <DataStorage/interfaces/elementtypes.h>
-#include <DataStorage/interfaces/nsp.h>
 #if defined(DATASTORAGE_WIDE_LOOPS)
 #include <SignalProcessing/roundwide.h>
 #endif

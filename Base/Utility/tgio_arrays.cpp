@@ -4,8 +4,8 @@
 #include <type_traits>
 
 #include <DataStorage/interfaces/arr.h>
+#include <DataStorage/interfaces/detail/littleendian.h>
 #include <DataStorage/interfaces/elementtypes.h>
-#include <DataStorage/interfaces/littleendian.h>
 
 // The tagged-stream forms of number arrays. Binary: element code (1 byte), element count or, in two
 // dimensions, columns and rows (4 bytes each), the elements in storage order; little end first. ASCII, in one

@@ -3,7 +3,7 @@
 #include <limits>
 #include <ostream>
 
-#include <DataStorage/interfaces/littleendian.h>
+#include <DataStorage/interfaces/detail/littleendian.h>
 #include <Utility/tgio_reader.h>
 
 // Everything is an atom: tag (2 bytes), kind (1), length of the payload (8), payload; little end first. An

@@ -2,7 +2,7 @@
 #include <iostream>
 #include <string_view>
 
-#include <DataStorage/interfaces/utap.h>
+#include <DataStorage/interfaces/application/utap.h>
 
 namespace {
 

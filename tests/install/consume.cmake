@@ -29,12 +29,14 @@ function(consume prefix)
   endif()
 endfunction()
 
-# What is installed: the headers are those that DataStorage.h brings in.
+# What is installed: the headers outside of `detail` are those that DataStorage.h brings in.
 function(contents prefix)
   file(GLOB_RECURSE files LIST_DIRECTORIES false RELATIVE ${prefix} ${prefix}/*)
   file(GLOB flavour RELATIVE ${prefix} ${prefix}/${LIBDIR}/cmake/DataStorage/DataStorageTargets-*.cmake)
   public_headers(headers ${prefix}/include)
   list(TRANSFORM headers PREPEND include/)
+  list(FILTER headers EXCLUDE REGEX /detail/)
+  list(FILTER files EXCLUDE REGEX /detail/)
   set(expected ${headers} ${flavour} ${ARGN})
   foreach(file IN ITEMS DataStorageConfig DataStorageConfigVersion DataStorageTargets)
     list(APPEND expected ${LIBDIR}/cmake/DataStorage/${file}.cmake)

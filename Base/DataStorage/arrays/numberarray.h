@@ -6,7 +6,7 @@
 #include <DataStorage/interfaces/arr.h>
 #include <DataStorage/interfaces/bstr.h>
 #include <DataStorage/interfaces/constants.h>
-#include <DataStorage/interfaces/indices.h>
+#include <DataStorage/interfaces/detail/indices.h>
 #include <DataStorage/interfaces/tgio.h>
 #include <DataStorage/numbers/elements.h>
 #include <DataStorage/numbers/pnumber.h>

@@ -1,4 +1,4 @@
-#include <DataStorage/arrays/numberarray_impl.h>
+#include <DataStorage/arrays/detail/numberarray_impl.h>
 #include <DataStorage/arrays/parray1d.h>
 
 parr_c1DArray::~parr_c1DArray() = default;

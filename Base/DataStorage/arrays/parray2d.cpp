@@ -1,4 +1,4 @@
-#include <DataStorage/arrays/numberarray_impl.h>
+#include <DataStorage/arrays/detail/numberarray_impl.h>
 #include <DataStorage/arrays/parray2d.h>
 
 parr_c2DArray::~parr_c2DArray() = default;

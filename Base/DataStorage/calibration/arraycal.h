@@ -3,9 +3,9 @@
 /// @file
 /// Calibrations: from the indices of elements to positions and back.
 
-#include <DataStorage/interfaces/atoms.h>
+#include <DataStorage/interfaces/detail/indices.h>
 #include <DataStorage/interfaces/export.h>
-#include <DataStorage/interfaces/indices.h>
+#include <DataStorage/interfaces/persistent.h>
 #include <DataStorage/interfaces/type.h>
 
 namespace detail {
@@ -83,10 +83,12 @@ namespace detail {
 
 /// What the values of an axis are in tagged streams. The tags and names are persistent.
 struct AxisAtoms {
+  /// Offset, delta and reference index of the axis X.
   static auto OfX(auto& x) {
     return std::tuple(Atom(0x0100, "OffsetX", x.offset_), Atom(0x0120, "DeltaX", x.delta_),
                       Atom(0x0140, "CalIndexX", x.calIndex_));
   }
+  /// The same of the axis Y.
   static auto OfY(auto& y) {
     return std::tuple(Atom(0x0110, "OffsetY", y.offset_), Atom(0x0130, "DeltaY", y.delta_),
                       Atom(0x0150, "CalIndexY", y.calIndex_));

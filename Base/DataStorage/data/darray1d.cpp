@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include <DataStorage/data/alongaxis_impl.h>
+#include <DataStorage/data/detail/alongaxis.h>
 #include <DataStorage/data/rescl2.h>
 
 darr_c1DArray& darr_c1DArray::operator=(const pnum_cNumber& value) {

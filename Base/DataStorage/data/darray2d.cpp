@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include <DataStorage/data/alongaxis_impl.h>
+#include <DataStorage/data/detail/alongaxis.h>
 #include <DataStorage/data/rescl2.h>
 
 namespace {

@@ -5,7 +5,7 @@
 #include <memory>
 #include <utility>
 
-#include <DataStorage/interfaces/arrstorage.h>
+#include <DataStorage/interfaces/detail/arrstorage.h>
 #include <DataStorage/interfaces/export.h>
 #include <DataStorage/interfaces/tgio.h>
 #include <DataStorage/interfaces/type.h>

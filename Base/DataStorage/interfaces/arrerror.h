@@ -27,7 +27,7 @@ namespace detail {
 
 /// The line of a call, for the last parameter of a function; no number is taken for one.
 struct CallLine {
-  int number;
+  int number;  ///< counted from 1
 };
 
 /// What arr_IndexError and arr_SizeError do, with a text of the caller's.

@@ -11,9 +11,9 @@
 #include <memory>
 #include <vector>
 
+#include <DataStorage/interfaces/detail/littleendian.h>
+#include <DataStorage/interfaces/detail/scopedvalue.h>
 #include <DataStorage/interfaces/export.h>
-#include <DataStorage/interfaces/littleendian.h>
-#include <DataStorage/interfaces/scopedvalue.h>
 #include <DataStorage/interfaces/str.h>
 #include <DataStorage/interfaces/type.h>
 

@@ -12,7 +12,7 @@ namespace detail {
 /// C++ types in an order.
 template <class... T>
 struct TypeList {
-  static constexpr int size = sizeof...(T);
+  static constexpr int size = sizeof...(T);  ///< the number of types
   /// `Template` with these types as its arguments.
   template <template <class...> class Template>
   using Apply = Template<T...>;
@@ -23,7 +23,8 @@ struct TypeList {
   }
 };
 
-template <class Ignored, class... T>  // takes the empty place in front of the first comma
+/// Drops the empty place in front of the first comma.
+template <class Ignored, class... T>
 using TypeListBehind = TypeList<T...>;
 
 /// The C++ types of the elements, in the order of their data types.

@@ -52,8 +52,9 @@ namespace detail {
 
 /// The name under which a family reports its errors; the line is that of the call.
 struct DATASTORAGE_EXPORT SourceFile {
-  const char* name;
+  const char* name;  ///< without folder and extension
 
+  /// Throw expt_cProgramException, or expt_cUserException with a message for the user.
   [[noreturn]] void ThrowProgramError(int line = __builtin_LINE()) const;
   [[noreturn]] void ThrowUserError(const str_cString& message, int line = __builtin_LINE()) const;
 };

@@ -8,8 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include <DataStorage/interfaces/detail/scopedvalue.h>
 #include <DataStorage/interfaces/export.h>
-#include <DataStorage/interfaces/scopedvalue.h>
 #include <DataStorage/interfaces/str.h>
 #include <DataStorage/interfaces/type.h>
 

@@ -3,8 +3,8 @@
 #include <concepts>
 #include <type_traits>
 
-#include <DataStorage/interfaces/elementloop.h>
-#include <DataStorage/interfaces/nsp.h>
+#include <DataStorage/interfaces/detail/elementloop.h>
+#include <DataStorage/interfaces/detail/nsp.h>
 #include <DataStorage/numbers/elements.h>
 
 namespace {

@@ -18,8 +18,8 @@ namespace detail {
 
 /// Indices from `start` up to, not including, `end`; `end` may lie before `start`, when nothing is selected.
 struct IndexSpan {
-  int start;
-  int end;
+  int start;  ///< the first index
+  int end;    ///< the index behind the last
 
   /// Between two indices in any order.
   static constexpr IndexSpan Between(int a, int b) noexcept { return {b < a ? b : a, b < a ? a : b}; }

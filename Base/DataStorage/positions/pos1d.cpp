@@ -1,4 +1,4 @@
-#include <DataStorage/positions/change.h>
+#include <DataStorage/positions/detail/change.h>
 #include <DataStorage/positions/pos1d.h>
 
 namespace {

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <DataStorage/interfaces/atoms.h>
 #include <DataStorage/interfaces/constants.h>
 #include <DataStorage/interfaces/mesg.h>
-#include <DataStorage/positions/center.h>
+#include <DataStorage/interfaces/persistent.h>
+#include <DataStorage/positions/detail/center.h>
 
 struct pos_s1DPositionChange;
 

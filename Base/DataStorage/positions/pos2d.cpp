@@ -1,7 +1,7 @@
 #include <cfloat>
 #include <cmath>
 
-#include <DataStorage/positions/change.h>
+#include <DataStorage/positions/detail/change.h>
 #include <DataStorage/positions/pos2d.h>
 
 namespace {

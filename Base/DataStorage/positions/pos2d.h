@@ -3,10 +3,10 @@
 /// @file
 /// Positions in a plane, and what lies between two of them.
 
-#include <DataStorage/interfaces/atoms.h>
 #include <DataStorage/interfaces/constants.h>
 #include <DataStorage/interfaces/mesg.h>
-#include <DataStorage/positions/center.h>
+#include <DataStorage/interfaces/persistent.h>
+#include <DataStorage/positions/detail/center.h>
 
 struct pos_s2DPositionChange;
 

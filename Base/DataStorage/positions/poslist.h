@@ -4,7 +4,7 @@
 #include <optional>
 
 #include <DataStorage/interfaces/list.h>
-#include <DataStorage/positions/interval.h>
+#include <DataStorage/positions/detail/interval.h>
 #include <DataStorage/positions/pos2d.h>
 
 struct pos_sPosListChange;

@@ -2,7 +2,7 @@
 
 #include <DataStorage/calibration/arraycal.h>
 #include <DataStorage/positions/axis.h>
-#include <DataStorage/positions/interval.h>
+#include <DataStorage/positions/detail/interval.h>
 #include <DataStorage/positions/pos1d.h>
 
 class rnge_c1DIndexRange;

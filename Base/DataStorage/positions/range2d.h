@@ -4,7 +4,7 @@
 
 #include <DataStorage/calibration/arraycal.h>
 #include <DataStorage/positions/axis.h>
-#include <DataStorage/positions/interval.h>
+#include <DataStorage/positions/detail/interval.h>
 #include <DataStorage/positions/pos2d.h>
 #include <DataStorage/positions/range1d.h>
 

@@ -3,7 +3,7 @@
 
 #include <DataStorage/interfaces/constants.h>
 #include <DataStorage/interfaces/expt.h>
-#include <DataStorage/positions/change.h>
+#include <DataStorage/positions/detail/change.h>
 #include <DataStorage/series/datatag.h>
 
 namespace {

@@ -73,9 +73,12 @@ namespace detail {
 /// Owns a tag, or none; a copy owns a copy of it.
 class TagPointer : public std::unique_ptr<dtsr_cDataTag> {
  public:
+  /// Takes the tag over.
   explicit TagPointer(dtsr_cDataTag* tag = nullptr) noexcept : unique_ptr(tag) {}
+  /// Copies the tag of the other one.
   TagPointer(const TagPointer& other) : unique_ptr(other.pCopy()) {}
   TagPointer(TagPointer&&) noexcept = default;
+  /// Copies it; the tag owned before is deleted.
   TagPointer& operator=(const TagPointer& other) { return *this = TagPointer(other); }
   TagPointer& operator=(TagPointer&&) noexcept = default;
 

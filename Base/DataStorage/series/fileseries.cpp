@@ -10,8 +10,8 @@
 
 #include <DataStorage/interfaces/constants.h>
 #include <DataStorage/interfaces/expt.h>
+#include <DataStorage/series/detail/seriesformat.h>
 #include <DataStorage/series/fileseries.h>
-#include <DataStorage/series/seriesformat.h>
 
 namespace {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <DataStorage/interfaces/hndl.h>
-#include <DataStorage/interfaces/utap.h>
+#include <DataStorage/interfaces/application/hndl.h>
+#include <DataStorage/interfaces/application/utap.h>
 
 /// The library's application object, through which code anywhere reaches application-wide services. The host
 /// creates it and owns it; the library never does. The newest one that was constructed (not copied) is the

@@ -4,7 +4,7 @@
 #include <string>
 
 #include <DataStorage/interfaces/bstr.h>
-#include <DataStorage/series/seriesformat.h>
+#include <DataStorage/series/detail/seriesformat.h>
 
 namespace dseries {
 

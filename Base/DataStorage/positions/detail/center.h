@@ -1,7 +1,7 @@
 #pragma once
 
+#include <DataStorage/interfaces/detail/scopedvalue.h>
 #include <DataStorage/interfaces/mesg.h>
-#include <DataStorage/interfaces/scopedvalue.h>
 
 namespace detail {
 

@@ -1,8 +1,8 @@
 #pragma once
 
+#include <DataStorage/interfaces/application/mslg.h>
+#include <DataStorage/interfaces/application/rgst.h>
 #include <DataStorage/interfaces/export.h>
-#include <DataStorage/interfaces/mslg.h>
-#include <DataStorage/interfaces/rgst.h>
 #include <DataStorage/interfaces/str.h>
 #include <DataStorage/interfaces/tgio.h>
 #include <DataStorage/interfaces/type.h>
