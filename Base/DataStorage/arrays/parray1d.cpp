@@ -1,6 +1,11 @@
 #include <DataStorage/arrays/detail/numberarray_impl.h>
 #include <DataStorage/arrays/parray1d.h>
 
+constinit const tgio_cObjectType parr_c1DNumberArray::_ObjectType(obty_1DParrayString, obty_1DParrayType);
+constinit const dtyp_cDataType parr_c1DNumberArray::t1DComplexArray = dtyp_Complex128;
+constinit const dtyp_cDataType parr_c1DNumberArray::t1DValueArray = dtyp_Float64;
+constinit const dtyp_cDataType parr_c1DNumberArray::t1DCountArray = dtyp_SBin32;
+
 parr_c1DArray::~parr_c1DArray() = default;
 
 unsigned short parr_c1DArray::ReadRawType(bstr_cBinary_istream& in) {

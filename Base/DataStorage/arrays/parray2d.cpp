@@ -1,6 +1,11 @@
 #include <DataStorage/arrays/detail/numberarray_impl.h>
 #include <DataStorage/arrays/parray2d.h>
 
+constinit const tgio_cObjectType parr_c2DNumberArray::_ObjectType(obty_2DParrayString, obty_2DParrayType);
+constinit const dtyp_cDataType parr_c2DNumberArray::t2DComplexArray = dtyp_Complex64;
+constinit const dtyp_cDataType parr_c2DNumberArray::t2DValueArray = dtyp_Float32;
+constinit const dtyp_cDataType parr_c2DNumberArray::t2DCountArray = dtyp_SBin32;
+
 parr_c2DArray::~parr_c2DArray() = default;
 
 unsigned short parr_c2DArray::ReadRawType(bstr_cBinary_istream& in) {

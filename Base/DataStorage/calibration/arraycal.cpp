@@ -1,6 +1,7 @@
 #include <cmath>
 
 #include <DataStorage/calibration/arraycal.h>
+#include <DataStorage/interfaces/constants.h>
 
 namespace {
 
@@ -13,6 +14,13 @@ int WholeToInt(double value, int missing) {
 }
 
 }  // namespace
+
+constinit const tgio_cObjectType cal_c1DArrayCal::_ObjectType(obty_1DCalString, obty_1DCalType);
+constinit const tgio_cObjectType cal_c2DArrayCal::_ObjectType(obty_2DCalString, obty_2DCalType);
+constinit const cal_c1DArrayCal cal_c1DArrayCal::Null;
+constinit const cal_c2DArrayCal cal_c2DArrayCal::Null;
+constinit const cal_c1DArrayCal cal_c1DArrayCal::Default;
+constinit const cal_c2DArrayCal cal_c2DArrayCal::Default;
 
 int cal_cArrayCal::Index(double position) const noexcept {
   const double start = offset_ - RoundFactor * delta_;

@@ -4,6 +4,8 @@
 #include <DataStorage/data/detail/alongaxis.h>
 #include <DataStorage/data/rescl2.h>
 
+constinit const tgio_cObjectType darr_c1DArray::_ObjectType(obty_1DDataArrayString, obty_1DDataArrayType);
+
 darr_c1DArray& darr_c1DArray::operator=(const pnum_cNumber& value) {
   parr_c1DNumberArray::operator=(value);
   return *this;

@@ -10,6 +10,8 @@ constexpr detail::SourceFile source_file{"darray2d"};
 
 }  // namespace
 
+constinit const tgio_cObjectType darr_c2DArray::_ObjectType(obty_2DDataArrayString, obty_2DDataArrayType);
+
 darr_c2DArray& darr_c2DArray::operator=(const pnum_cNumber& value) {
   parr_c2DNumberArray::operator=(value);
   return *this;

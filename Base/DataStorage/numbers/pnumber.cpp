@@ -59,6 +59,10 @@ double ToDouble(const comp_cComplex<T>& value) {
 
 }  // namespace
 
+constinit const dtyp_cDataType pnum_cNumber::tComplexNumber = dtyp_Complex128;
+constinit const dtyp_cDataType pnum_cNumber::tValueNumber = dtyp_Float64;
+constinit const dtyp_cDataType pnum_cNumber::tCountNumber = dtyp_SBin32;
+
 pnum_cLetter::~pnum_cLetter() = default;
 
 template <detail::ElementType T>

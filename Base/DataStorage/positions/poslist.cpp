@@ -14,6 +14,8 @@ constexpr unsigned short position_tag = 0x0100;  // persistent
 
 }  // namespace
 
+constinit const tgio_cObjectType pos_c2DPositionList::_ObjectType(obty_2DPosListString, obty_2DPosListType);
+
 pos_sPosListChange::~pos_sPosListChange() = default;
 
 pos_c2DPositionList::pos_c2DPositionList(const pos_c2DPositionList& other) : pos_c2DPositionList() {

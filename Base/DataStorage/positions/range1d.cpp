@@ -9,6 +9,10 @@ constexpr detail::ChangeMessages messages{rnge_1DRangeChanging, rnge_1DRangeChan
 
 }  // namespace
 
+constinit const tgio_cObjectType rnge_c1DRange::_ObjectType(obty_1DRangeString, obty_1DRangeType);
+constinit const rnge_c1DIndexRange rnge_c1DIndexRange::Null;
+constinit const rnge_c1DRange rnge_c1DRange::Null;
+
 template class detail::Persistent<rnge_c1DRange>;
 
 rnge_s1DRangeChange::~rnge_s1DRangeChange() = default;

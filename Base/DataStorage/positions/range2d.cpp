@@ -12,6 +12,10 @@ detail::CenteredInterval FromTo(double from, double to) { return {(from + to) * 
 
 }  // namespace
 
+constinit const tgio_cObjectType rnge_c2DRange::_ObjectType(obty_2DRangeString, obty_2DRangeType);
+constinit const rnge_c2DIndexRange rnge_c2DIndexRange::Null;
+constinit const rnge_c2DRange rnge_c2DRange::Null;
+
 template class detail::Persistent<rnge_c2DRange>;
 
 rnge_s2DRangeChange::~rnge_s2DRangeChange() = default;

@@ -1,6 +1,8 @@
 #include <DataStorage/interfaces/expt.h>
 #include <DataStorage/services/application.h>
 
+constinit hndl_cHandle<dsap_cDataStorageApplication> dsap_cDataStorageApplication::m_hApplication;
+
 dsap_cDataStorageApplication::dsap_cDataStorageApplication() { m_hApplication.Set(*this); }
 
 dsap_cDataStorageApplication::dsap_cDataStorageApplication(const dsap_cDataStorageApplication& other)
