@@ -11,14 +11,16 @@
 #include <DataStorage/interfaces/type.h>
 
 /// @file
-/// Array handles (arr_c1DArray, arr_c2DArray and their relatives) share storage objects: copying a handle
-/// takes constant time, and the elements are copied when one of the sharing handles is first written. What
-/// arrstorage.h says of errors, pointers and threads holds for them too.
+/// Array handles (arr_c1DArray, arr_c2DArray and the classes derived from them) share storage objects:
+/// copying a handle takes constant time, and the elements are copied on the first write to a handle that
+/// shares them. Distinct objects may be used from different threads; one object, or copies that share
+/// elements, from one thread at a time. arrstorage.h describes the exceptions and how long pointers stay
+/// valid.
 
 namespace detail {
 
-/// Writes the positions from `begin` up to, not including, `end` of a row of `size` elements to `target`, and
-/// `fill` for those outside of the row. Returns where that ends.
+/// Copies the positions [begin, end) of a row of `size` elements to `target`, with `fill` for positions
+/// outside the row. Returns the end of what it wrote.
 template <class T>
 T* CopyFilledOut(const T* row, std::int64_t size, std::int64_t begin, std::int64_t end, const T& fill,
                  T* target) {
@@ -31,8 +33,8 @@ T* CopyFilledOut(const T* row, std::int64_t size, std::int64_t begin, std::int64
 
 }  // namespace detail
 
-/// What one- and two-dimensional handles have in common: shared storage, copy on write, a fill value. `Index`
-/// is an int for each dimension.
+/// Base of one- and two-dimensional handles: shared storage, copy on write, a fill value. `Index` is one int
+/// per dimension.
 template <class T, class... Index>
 class DATASTORAGE_EXPORT arr_cHandle {
  public:
@@ -44,25 +46,26 @@ class DATASTORAGE_EXPORT arr_cHandle {
   const T* Data() const noexcept { return storage_.Data(); }
   /// The value that selections give to positions outside the array.
   const T& FillValue() const noexcept { return fill_; }
-  /// Whether writing to one of the two would copy the elements.
+  /// Whether both handles use the same storage object; also true when neither has one.
   bool bSharesStorage(const arr_cHandle& other) const noexcept { return storage_ == other.storage_; }
 
  protected:
-  /// No elements, or those of a storage object.
+  /// Without elements, or with those of `storage`.
   explicit arr_cHandle(const T& fill) : fill_(fill) {}
   arr_cHandle(std::unique_ptr<arr_cArray<T>> storage, const T& fill)
       : storage_(std::move(storage)), fill_(fill) {}
   arr_cHandle(const arr_cHandle&) = default;
   arr_cHandle& operator=(const arr_cHandle&) = default;
 
-  /// Called after every write with the first and the last position (column and row) written.
+  /// Called after assignment, SetValue and SetBlock with the first and last position (column and row)
+  /// written.
   virtual void Changed(Index... /*first*/, Index... /*last*/) {}
-  /// Called after the storage was replaced by one of another size (other extents).
+  /// Called after an assignment that changed the size (the extents).
   virtual void SizeChanged(Index... /*extents*/) {}
-  /// A storage object of the handle's kind with `n` elements, which may be unset.
+  /// A new storage object of the class that the handle uses, with `n` elements, which may be uninitialised.
   virtual std::unique_ptr<arr_cArray<T>> NewStorage(std::int64_t n) const = 0;
 
-  /// Copies the data when there are any, else fills when told to.
+  /// Copies `data` unless it is null; otherwise sets all elements to the fill value if `bFill` is set.
   void Initialise(const T* data, bool bFill) {
     if (data != nullptr) {
       std::copy_n(data, NumIndices(), Unshare());
@@ -70,7 +73,7 @@ class DATASTORAGE_EXPORT arr_cHandle {
       std::fill_n(Unshare(), NumIndices(), fill_);
     }
   }
-  /// The elements, to be written: no other handle shares them afterwards.
+  /// The elements for writing, copied first if another handle shares them.
   T* Unshare() {
     if (storage_.bShared()) {
       std::unique_ptr<arr_cArray<T>> own = NewStorage(storage_.Size());
@@ -79,15 +82,15 @@ class DATASTORAGE_EXPORT arr_cHandle {
     }
     return storage_.Data();
   }
-  /// The same when every element is written next: what they were is not kept.
+  /// The same without copying the values. Requires that every element is written next.
   T* UnshareUnfilled() {
     if (storage_.bShared()) storage_ = detail::SharedStorage<T>(NewStorage(storage_.Size()));
     return storage_.Data();
   }
-  /// Changes what selections give to positions outside the array.
+  /// Sets the value that selections give to positions outside the array.
   void SetFillValue(const T& value) { fill_ = value; }
 
-  detail::SharedStorage<T> storage_;  ///< empty in a handle made without elements
+  detail::SharedStorage<T> storage_;  ///< empty in a handle constructed without elements
 
  private:
   T fill_;
@@ -99,10 +102,10 @@ class DATASTORAGE_EXPORT arr_c1DArray : public arr_cHandle<T, int> {
   using Handle = arr_cHandle<T, int>;
 
  public:
-  /// No elements.
+  /// Without elements.
   arr_c1DArray() : Handle(T()) {}
-  /// `count` elements: copies of data[0 ...] when a block is given; else `fill` when `bFill` is set, zeros
-  /// otherwise. `fill` becomes the fill value either way.
+  /// `count` elements: copies of data[0], data[1], ... unless `data` is null; otherwise `fill` if `bFill` is
+  /// set, else zeros. `fill` also becomes the fill value.
   explicit arr_c1DArray(int count, const T* data = nullptr, const T& fill = T(), bool bFill = false)
       : arr_c1DArray(std::make_unique<arr_cArray<T>>(count), fill) {
     this->Initialise(data, bFill);
@@ -124,20 +127,20 @@ class DATASTORAGE_EXPORT arr_c1DArray : public arr_cHandle<T, int> {
   int NumIndicesX() const noexcept { return this->NumIndices(); }
   /// Element `i`.
   const T& operator[](int i) const { return this->Data()[CheckedPosition(i)]; }
-  /// Element `i` becomes `value`.
+  /// Sets element `i`.
   void SetValue(const T& value, int i) {
     const std::int64_t position = CheckedPosition(i);
     this->Unshare()[position] = value;
     this->Changed(i, i);
   }
-  /// Makes `value` the fill value and gives it to every element.
+  /// Sets every element and the fill value to `value`.
   arr_c1DArray& operator=(const T& value) {
     std::fill_n(this->UnshareUnfilled(), this->NumIndices(), value);
     this->SetFillValue(value);
     this->Changed(0, this->NumIndices() - 1);
     return *this;
   }
-  /// Copies source[sourceOffset ...] to the positions `offset` ...
+  /// Copies `count` elements from `source` to the positions from `offset` on.
   void SetBlock(const T* source, std::int64_t count, std::int64_t offset) {
     detail::CheckBlock(offset, count, this->NumIndices());
     if (count == 0) return;
@@ -146,10 +149,11 @@ class DATASTORAGE_EXPORT arr_c1DArray : public arr_cHandle<T, int> {
   }
 
  protected:
-  /// For derived classes, which bring storage of their own kind.
+  /// For derived classes with storage of another class.
   arr_c1DArray(std::unique_ptr<arr_cArray<T>> storage, const T& fill) : Handle(std::move(storage), fill) {}
 
-  /// Becomes the positions first ... last of `source`, both inclusive; positions outside take its fill value.
+  /// Copies the positions first ... last of `source`, both inclusive, and its fill value, which positions
+  /// outside `source` get.
   void AssignSubArray(const arr_c1DArray& source, std::int64_t first, std::int64_t last) {
     if (first > last) arr_IndexError(first, last + 1, source.NumIndices());
     const std::int64_t size = source.NumIndices();
@@ -163,7 +167,7 @@ class DATASTORAGE_EXPORT arr_c1DArray : public arr_cHandle<T, int> {
     this->SetFillValue(source.FillValue());
   }
 
-  /// A negative count raises arr_IndexError here.
+  /// Throws arr_cIndexException for a negative count.
   std::unique_ptr<arr_cArray<T>> NewStorage(std::int64_t n) const override {
     if (n < 0) arr_IndexError(0, n);
     return std::make_unique<arr_cArray<T>>(static_cast<int>(detail::CheckedCount(n)));
@@ -173,58 +177,59 @@ class DATASTORAGE_EXPORT arr_c1DArray : public arr_cHandle<T, int> {
   std::int64_t CheckedPosition(int i) const { return detail::CheckedIndex(i, this->storage_.Size()); }
 };
 
-/// A one-dimensional array of plain elements, which are copied and filled as memory.
+/// A one-dimensional array of trivially copyable elements, which are copied as raw memory.
 template <class T>
 class DATASTORAGE_EXPORT arr_c1D_C_Array : public arr_c1DArray<T> {
  public:
   arr_c1D_C_Array() = default;
-  /// As arr_c1DArray.
+  /// Like the constructor of arr_c1DArray.
   explicit arr_c1D_C_Array(int count, const T* data = nullptr, const T& fill = T(), bool bFill = false)
       : arr_c1DArray<T>(data == nullptr && !bFill ? std::make_unique<arr_cC_Array<T>>(count)
                                                   : std::make_unique<arr_cC_Array<T>>(arr_Unfilled, count),
                         fill) {
     this->Initialise(data, bFill);
   }
-  /// `count` elements that are not set.
+  /// `count` uninitialised elements.
   arr_c1D_C_Array(arr_sUnfilled, int count)
       : arr_c1DArray<T>(std::make_unique<arr_cC_Array<T>>(arr_Unfilled, count), T()) {}
 
   using arr_c1DArray<T>::operator=;
 
-  /// The elements, to be written by whoever asks; no other array shares them. Null when there are none.
+  /// The elements for writing, copied first if another array shares them. Null when there are none.
   T* WriteAccess() { return this->Unshare(); }
 
  protected:
-  /// Not set.
+  /// Uninitialised elements.
   std::unique_ptr<arr_cArray<T>> NewStorage(std::int64_t n) const override {
     return std::make_unique<arr_cC_Array<T>>(arr_Unfilled, n);
   }
 };
 
-/// A one-dimensional array that tagged streams can hold: of the ten number types and of type_cBoolean.
+/// A one-dimensional array that can be written to tagged streams: of the ten element types and of
+/// type_cBoolean.
 template <class T>
 class DATASTORAGE_EXPORT arr_c1DNumberArray : public arr_c1D_C_Array<T>, public tgio_cStreamObject {
  public:
   using arr_c1D_C_Array<T>::arr_c1D_C_Array;
   using arr_c1D_C_Array<T>::operator=;
 
-  /// The positions first ... last, both inclusive; those outside the array take the fill value. The whole
-  /// array shares its elements with the result. first > last raises arr_IndexError.
+  /// The positions first ... last, both inclusive; those outside the array get the fill value. A selection of
+  /// the whole array shares its elements. Throws arr_cIndexException when first > last.
   arr_c1DNumberArray SubArray(std::int64_t first, std::int64_t last) const {
     arr_c1DNumberArray result;
     result.AssignSubArray(*this, first, last);
     return result;
   }
 
-  /// The count, then the elements: in binary streams an element code in front, and the elements as they are;
-  /// in ASCII ones as words.
+  /// In binary streams the element code, the count and the elements; in ASCII streams the count and the
+  /// elements as words.
   type_cBoolean ReadStream(tgio_cASCII_istream& in) override;
   type_cBoolean ReadStream(tgio_cBinary_istream& in) override;
   type_cBoolean WriteStream(tgio_cASCII_ostream& out) const override;
   type_cBoolean WriteStream(tgio_cBinary_ostream& out) const override;
 };
 
-/// A block of rows in a two-dimensional array: its corner and its extents, in elements.
+/// A rectangular block of a two-dimensional array: its corner and its extents, in elements.
 struct arr_s2DBlock {
   int x;   ///< first column
   int y;   ///< first row
@@ -232,16 +237,16 @@ struct arr_s2DBlock {
   int ny;  ///< rows
 };
 
-/// A two-dimensional array that shares its elements with its copies until one of them is written. Element
-/// (x, y) stands at position y * nx + x of one block, x running fastest.
+/// A two-dimensional array that shares its elements with its copies until one of them is written. Element (x,
+/// y) is at position y * nx + x of the storage.
 template <class T>
 class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T, int, int> {
   using Handle = arr_cHandle<T, int, int>;
 
  public:
-  /// No elements.
+  /// Without elements.
   arr_c2DArray() : Handle(T()) {}
-  /// nx * ny elements, set as in one dimension.
+  /// nx * ny elements, initialised like those of arr_c1DArray.
   arr_c2DArray(int nx, int ny, const T* data = nullptr, const T& fill = T(), bool bFill = false)
       : arr_c2DArray(std::make_unique<arr_cArray<T>>(static_cast<int>(detail::CheckedCount(nx, ny))), nx, ny,
                      fill) {
@@ -262,19 +267,19 @@ class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T, int, int> {
     return *this;
   }
 
-  /// The number of elements along that axis.
+  /// The number of elements along one axis.
   int NumIndicesX() const noexcept { return nx_; }
   int NumIndicesY() const noexcept { return ny_; }
 
-  /// Element (x, y). Only the position y * nx + x is checked, not x and y one by one.
+  /// Element (x, y). Only the position y * nx + x is checked, not x and y separately.
   const T& Value(int x, int y) const { return this->Data()[Position(x, y)]; }
-  /// Element (x, y), checked in the same way, becomes `value`.
+  /// Sets element (x, y), with the same check.
   void SetValue(const T& value, int x, int y) {
     const std::int64_t position = Position(x, y);
     this->Unshare()[position] = value;
     this->Changed(x, y, x, y);
   }
-  /// Makes `value` the fill value and gives it to every element.
+  /// Sets every element and the fill value to `value`.
   arr_c2DArray& operator=(const T& value) {
     std::fill_n(this->UnshareUnfilled(), this->NumIndices(), value);
     this->SetFillValue(value);
@@ -282,8 +287,9 @@ class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T, int, int> {
     return *this;
   }
 
-  /// Copies rows of `block.nx` elements, the first at `source`, each `sourceStride` elements after the one
-  /// before, to `block`. Only the positions of the rows in storage are checked, not x and y one by one.
+  /// Copies rows of `block.nx` elements to `block`: the first row starts at `source`, each further one
+  /// `sourceStride` elements after the previous. Only the storage positions of the rows are checked, not x
+  /// and y separately.
   void SetBlock(const T* source, std::int64_t sourceStride, const arr_s2DBlock& block) {
     if (block.nx <= 0 || block.ny <= 0) return;
     const std::int64_t first = RowStart(block.x, block.y);
@@ -303,12 +309,12 @@ class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T, int, int> {
   }
 
  protected:
-  /// For derived classes, which bring storage of their own kind.
+  /// For derived classes with storage of another class.
   arr_c2DArray(std::unique_ptr<arr_cArray<T>> storage, int nx, int ny, const T& fill)
       : Handle(std::move(storage), fill), nx_(nx), ny_(ny) {}
 
-  /// Becomes the columns x0 ... x1 of the rows y0 ... y1 of `source`, all inclusive; positions outside take
-  /// its fill value.
+  /// Copies the columns x0 ... x1 of the rows y0 ... y1 of `source`, all inclusive, and its fill value, which
+  /// positions outside `source` get.
   void AssignSubArray(const arr_c2DArray& source, std::int64_t x0, std::int64_t y0, std::int64_t x1,
                       std::int64_t y1) {
     if (x0 > x1) arr_IndexError(x0, x1 + 1, source.nx_);
@@ -332,7 +338,7 @@ class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T, int, int> {
     ny_ = static_cast<int>(ny);
   }
 
-  /// Elements that are zeros.
+  /// Value-initialised elements.
   std::unique_ptr<arr_cArray<T>> NewStorage(std::int64_t n) const override {
     return std::make_unique<arr_cArray<T>>(static_cast<int>(detail::CheckedCount(n)));
   }
@@ -349,12 +355,12 @@ class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T, int, int> {
   int ny_ = 0;
 };
 
-/// A two-dimensional array of plain elements, which are copied and filled as memory.
+/// A two-dimensional array of trivially copyable elements, which are copied as raw memory.
 template <class T>
 class DATASTORAGE_EXPORT arr_c2D_C_Array : public arr_c2DArray<T> {
  public:
   arr_c2D_C_Array() = default;
-  /// As arr_c2DArray.
+  /// Like the constructor of arr_c2DArray.
   arr_c2D_C_Array(int nx, int ny, const T* data = nullptr, const T& fill = T(), bool bFill = false)
       : arr_c2DArray<T>(
             data == nullptr && !bFill
@@ -363,25 +369,26 @@ class DATASTORAGE_EXPORT arr_c2D_C_Array : public arr_c2DArray<T> {
             nx, ny, fill) {
     this->Initialise(data, bFill);
   }
-  /// nx * ny elements that are not set.
+  /// nx * ny uninitialised elements.
   arr_c2D_C_Array(arr_sUnfilled, int nx, int ny)
       : arr_c2DArray<T>(std::make_unique<arr_cC_Array<T>>(arr_Unfilled, detail::CheckedCount(nx, ny)), nx, ny,
                         T()) {}
 
   using arr_c2DArray<T>::operator=;
 
-  /// The elements in storage order, to be written by whoever asks; no other array shares them. Null when
-  /// there are none.
+  /// The elements in storage order for writing, copied first if another array shares them. Null when there
+  /// are none.
   T* WriteAccess() { return this->Unshare(); }
 
  protected:
-  /// Not set.
+  /// Uninitialised elements.
   std::unique_ptr<arr_cArray<T>> NewStorage(std::int64_t n) const override {
     return std::make_unique<arr_cC_Array<T>>(arr_Unfilled, n);
   }
 };
 
-/// A two-dimensional array that tagged streams can hold: of the ten number types and of type_cBoolean.
+/// A two-dimensional array that can be written to tagged streams: of the ten element types and of
+/// type_cBoolean.
 template <class T>
 class DATASTORAGE_EXPORT arr_c2DNumberArray : public arr_c2D_C_Array<T>, public tgio_cStreamObject {
  public:
@@ -390,14 +397,15 @@ class DATASTORAGE_EXPORT arr_c2DNumberArray : public arr_c2D_C_Array<T>, public 
   using tgio_cStreamObject::ReadStream;
   using tgio_cStreamObject::WriteStream;
 
-  /// The columns x0 ... x1 of the rows y0 ... y1, all inclusive; positions outside the array take the fill
-  /// value. The whole array shares its elements with the result. An inverted pair raises arr_IndexError.
+  /// The columns x0 ... x1 of the rows y0 ... y1, all inclusive; positions outside the array get the fill
+  /// value. A selection of the whole array shares its elements. Throws arr_cIndexException when x0 > x1 or y0
+  /// > y1.
   arr_c2DNumberArray SubArray(std::int64_t x0, std::int64_t y0, std::int64_t x1, std::int64_t y1) const {
     arr_c2DNumberArray result;
     result.AssignSubArray(*this, x0, y0, x1, y1);
     return result;
   }
-  /// The elements (x, 0), (x, 1), ... as an array of their own.
+  /// A copy of column x: the elements (x, 0), (x, 1), ...
   arr_c1DNumberArray<T> Column(int x) const {
     detail::CheckedIndex(x, this->NumIndicesX());
     arr_c1DNumberArray<T> column(arr_Unfilled, this->NumIndicesY());
@@ -408,7 +416,7 @@ class DATASTORAGE_EXPORT arr_c2DNumberArray : public arr_c2D_C_Array<T>, public 
     }
     return column;
   }
-  /// The elements (0, y), (1, y), ... as an array of their own.
+  /// A copy of row y: the elements (0, y), (1, y), ...
   arr_c1DNumberArray<T> Row(int y) const {
     detail::CheckedIndex(y, this->NumIndicesY());
     arr_c1DNumberArray<T> row(arr_Unfilled, this->NumIndicesX());
@@ -416,7 +424,7 @@ class DATASTORAGE_EXPORT arr_c2DNumberArray : public arr_c2D_C_Array<T>, public 
     return row;
   }
 
-  /// The element code, the extents, the elements.
+  /// In binary streams the element code, the extents and the elements.
   type_cBoolean ReadStream(tgio_cBinary_istream& in) override;
   type_cBoolean WriteStream(tgio_cBinary_ostream& out) const override;
 };

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The errors that arrays raise: bad positions and bad sizes.
+/// The exceptions that arrays throw for bad positions and bad sizes.
 
 #include <cstdint>
 
@@ -10,7 +10,7 @@
 /// A position outside an array.
 class DATASTORAGE_EXPORT arr_cIndexException : public expt_cProgramException {
  public:
-  /// Thrown by `arr_IndexError`; `text` says what was asked for and what there is.
+  /// Thrown by `arr_IndexError`; `text` names the requested position and the size of the array.
   arr_cIndexException(const char* file, int line, const str_cString& text = "position outside the array");
   ~arr_cIndexException() override;
 };
@@ -18,27 +18,28 @@ class DATASTORAGE_EXPORT arr_cIndexException : public expt_cProgramException {
 /// A size that no array can have.
 class DATASTORAGE_EXPORT arr_cSizeException : public expt_cProgramException {
  public:
-  /// Thrown by `arr_SizeError`; `text` says which size it was.
+  /// Thrown by `arr_SizeError`; `text` names the size.
   arr_cSizeException(const char* file, int line, const str_cString& text = "no array can have this size");
   ~arr_cSizeException() override;
 };
 
 namespace detail {
 
-/// The line of a call, for the last parameter of a function; no number is taken for one.
+/// The source line of a call, for a defaulted last parameter. A type of its own, so that no number converts
+/// to it.
 struct CallLine {
   int number;  ///< counted from 1
 };
 
-/// What arr_IndexError and arr_SizeError do, with a text of the caller's.
+/// Like arr_IndexError and arr_SizeError, with a text of the caller.
 [[noreturn, gnu::cold]] void ThrowIndexError(const str_cString& text, CallLine line = {__builtin_LINE()});
 [[noreturn, gnu::cold]] void ThrowSizeError(const str_cString& text, CallLine line = {__builtin_LINE()});
 
 }  // namespace detail
 
-/// Throws arr_cIndexException for a bad position. The exception says what was asked for and what there is:
-/// an index of `count` elements; the indices from `start` up to, not including, `end`; or the element (x, y)
-/// of nx x ny. A negative `count` is itself what was asked for.
+/// Throws arr_cIndexException for a bad position. Its text names the position and the size of the array: an
+/// index among `count` elements; the indices [start, end) among `count` elements; or the element (x, y) among
+/// nx x ny. A negative `count` after an index is itself reported as the error.
 [[noreturn, gnu::cold]] DATASTORAGE_EXPORT void arr_IndexError(detail::CallLine line = {__builtin_LINE()});
 [[noreturn, gnu::cold]] DATASTORAGE_EXPORT void arr_IndexError(std::int64_t index, std::int64_t count,
                                                                detail::CallLine line = {__builtin_LINE()});

@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// Raw streams: bytes in memory and in files, and numbers in them: of fixed widths, little-endian on every
-/// host.
+/// Raw streams of bytes in memory and in files, and functions that read and write numbers of fixed widths in
+/// them, little-endian on every host.
 
 #include <algorithm>
 #include <array>
@@ -18,24 +18,24 @@
 #include <DataStorage/interfaces/type.h>
 
 /// A raw stream of bytes to read from. Positions and counts are in bytes from the start of the data. A failed
-/// operation leaves the position and makes `bGood()` false until the next successful `Seek`. A negative count
-/// or position is a failure. Nothing is thrown but `std::bad_alloc`.
+/// operation does not move the position, and `bGood()` is false until the next successful `Seek`. Negative
+/// counts and positions fail. Throws nothing but `std::bad_alloc`.
 class DATASTORAGE_EXPORT bstr_cBinary_istream {
  public:
   virtual ~bstr_cBinary_istream();
 
-  /// Reads `n` bytes. Reading past the end is a failure: what was there is read, the rest of `bytes` is left
-  /// as it was. On a stream that is not good nothing is read.
+  /// Reads `n` bytes. Reading past the end fails: the bytes up to the end are copied, the rest of `bytes` is
+  /// unchanged. A stream that is not good reads nothing.
   virtual type_cBoolean Read(void* bytes, std::int64_t n) = 0;
-  /// Passes over `n` bytes; past the end is a failure and leaves the position.
+  /// Skips `n` bytes; fails past the end.
   virtual type_cBoolean Skip(std::int64_t n) = 0;
-  /// Goes to a position from 0 to `Size()`; anything else is a failure and leaves the position.
+  /// Moves to a position from 0 to `Size()`; fails for any other.
   virtual type_cBoolean Seek(std::int64_t position) = 0;
-  /// Where the next byte is read.
+  /// The position of the next byte to read.
   virtual std::int64_t Position() const = 0;
-  /// The length of the data as it is now.
+  /// The current length of the data.
   virtual std::int64_t Size() const = 0;
-  /// False from a failure to the next successful `Seek`.
+  /// False from a failure until the next successful `Seek`.
   virtual type_cBoolean bGood() const = 0;
 
  protected:
@@ -49,17 +49,17 @@ class DATASTORAGE_EXPORT bstr_cBinary_ostream {
  public:
   virtual ~bstr_cBinary_ostream();
 
-  /// Writes `n` bytes at the position, over what is there or beyond the end. On a stream that is not good
-  /// nothing is written.
+  /// Writes `n` bytes at the position, overwriting or extending the data. A stream that is not good writes
+  /// nothing.
   virtual type_cBoolean Write(const void* bytes, std::int64_t n) = 0;
-  /// Goes to any position that is not negative; a gap that a later write leaves reads as zeros.
+  /// Moves to any position of 0 or more; a gap left by a later write reads as zeros.
   virtual type_cBoolean Seek(std::int64_t position) = 0;
-  /// Where the next byte is written.
+  /// The position of the next byte to write.
   virtual std::int64_t Position() const = 0;
-  /// The data end here and writing goes on here. The bytes beyond stay until they are overwritten, so that a
-  /// process that dies right afterwards has lost nothing.
+  /// Continues writing at `position`, where the data now end. The bytes beyond it stay until they are
+  /// overwritten, so that a process that dies right afterwards loses nothing.
   virtual type_cBoolean SetEnd(std::int64_t position) = 0;
-  /// False from a failure to the next successful `Seek`.
+  /// False from a failure until the next successful `Seek`.
   virtual type_cBoolean bGood() const = 0;
 
  protected:
@@ -68,7 +68,7 @@ class DATASTORAGE_EXPORT bstr_cBinary_ostream {
   bstr_cBinary_ostream& operator=(const bstr_cBinary_ostream&) = default;
 };
 
-/// Reads from `n` bytes of memory, which stay the caller's and must outlive the stream.
+/// Reads from `n` bytes of memory that the caller owns. Requires that they outlive the stream.
 class DATASTORAGE_EXPORT bstr_cMemory_istream final : public bstr_cBinary_istream {
  public:
   /// A null pointer and a negative `n` give a stream without bytes.
@@ -90,7 +90,7 @@ class DATASTORAGE_EXPORT bstr_cMemory_istream final : public bstr_cBinary_istrea
   bool good_ = true;
 };
 
-/// Writes into memory that grows as needed; where there is not enough of it the write fails.
+/// Writes to memory that grows as needed; a write fails when memory runs out.
 class DATASTORAGE_EXPORT bstr_cMemory_ostream final : public bstr_cBinary_ostream {
  public:
   type_cBoolean Write(const void* bytes, std::int64_t n) override;
@@ -99,9 +99,9 @@ class DATASTORAGE_EXPORT bstr_cMemory_ostream final : public bstr_cBinary_ostrea
   type_cBoolean SetEnd(std::int64_t position) override { return Seek(position); }
   type_cBoolean bGood() const override { return good_; }
 
-  /// What was written, from the first byte to the last; valid until the next write.
+  /// The bytes written, from position 0 on; valid until the next write.
   const void* Data() const noexcept { return bytes_.data(); }
-  /// How many bytes `Data()` has.
+  /// The number of bytes at `Data()`.
   std::int64_t Size() const noexcept { return static_cast<std::int64_t>(bytes_.size()); }
 
  private:
@@ -115,22 +115,22 @@ enum bstr_eAccess {
   bstr_CreateOrOpen = 0,  ///< read and write; a missing file is created, old contents are kept
   bstr_CreateEmpty = 1,   ///< read and write; a missing file is created, old contents are discarded
   bstr_OpenExisting = 2,  ///< read and write; a missing file is a failure
-  bstr_OpenReadOnly = 3,  ///< only reading; a missing file is a failure and the output is never good
-  bstr_CreateLocked = 4,  ///< like `bstr_CreateEmpty`, with the lock, before contents are discarded
-  bstr_OpenLocked = 5,    ///< like `bstr_OpenExisting`, with the lock
-  bstr_CreateNew = 6,     ///< read and write, with the lock; a file that exists is a failure
+  bstr_OpenReadOnly = 3,  ///< read only; a missing file is a failure, and the output is never good
+  bstr_CreateLocked = 4,  ///< like `bstr_CreateEmpty`, but locks before contents are discarded
+  bstr_OpenLocked = 5,    ///< like `bstr_OpenExisting`, but locks the file
+  bstr_CreateNew = 6,     ///< read and write, locks the file; an existing file is a failure
 };
 
-/// What became of the lock that a file stream asked for.
+/// The result of locking the file of a stream.
 enum bstr_eLock {
-  bstr_NoLock = 0,       ///< none was asked for, or the file could not be opened at all
+  bstr_NoLock = 0,       ///< no lock was requested, or the file could not be opened
   bstr_LockHeld = 1,     ///< this stream and its copies hold it
   bstr_LockTaken = 2,    ///< another stream, of this process or another one, holds it
   bstr_LockMissing = 3,  ///< the system or the file system has no such locks
 };
 
-/// Who holds the lock of the file at `path`, as far as the system says: "process 4711 (name)"; empty when it
-/// does not say or nobody does. Linux says it of processes on the same machine.
+/// The holder of the lock of the file at `path`: "process 4711 (name)"; empty when the file is not locked or
+/// the system does not report the holder. Linux reports processes on the same machine.
 DATASTORAGE_EXPORT str_cString bstr_LockHolder(const str_cString& path);
 
 namespace detail {
@@ -139,48 +139,50 @@ class FileInput;
 class FileOutput;
 }  // namespace detail
 
-/// A file opened for reading and writing, with an input and an output side that have positions of their own.
+/// A file open for reading and writing; its input and its output each have a position of their own.
 ///
-/// What was written is with the operating system before the operation returns, so that another process sees
-/// it and a killed process has not lost it; nothing is synced to the disk. A write that would end past
-/// 2^31 - 1 bytes is refused and writes nothing; one that the disk cuts short is a failure. The input reads
-/// ahead up to 64 KiB: what another process rewrites there may go unseen until something elsewhere is read,
-/// what it appends and what is written through this object or a copy of it never.
+/// A write reaches the operating system before it returns: other processes see it, and it survives if this
+/// process is killed. Nothing is synced to the disk. A write that would end past 2^31 - 1 bytes fails and
+/// writes nothing; one that the disk cuts short fails. The input reads ahead up to 64 KiB: bytes that another
+/// process rewrites there may be read with their old values until the input reads elsewhere. Appended bytes,
+/// and writes through this object or a copy of it, are always seen.
 ///
-/// Only regular files open. The first stream that is opened for writing has the process ignore the signal for
-/// an exceeded file size limit if nobody handles it, because it would end the program; the write fails
-/// instead.
+/// Only regular files can be opened. The first stream opened for writing makes the process ignore SIGXFSZ,
+/// the signal for an exceeded file size limit, unless the program handles it: by default it would end the
+/// program. The write fails instead.
 ///
-/// A copy refers to the same open file and has positions of its own; the file is closed with the last copy.
+/// A copy refers to the same open file and has positions of its own; the last copy closes the file. Distinct
+/// objects may be used from different threads; one object, or copies that share a file, from one thread at a
+/// time.
 ///
-/// The lock of a file is for those who write to it and agree to ask for it: only one open file has it at a
-/// time, and who is refused it does not open the file at all. Nobody waits. Streams that do not ask for it,
-/// readers above all, open and use the file as ever. The system releases it when the last copy of the stream
-/// is destroyed or its process ends; a child process that was forked meanwhile and runs on without replacing
-/// its program holds it too. Where the system is asked through standard C++ only there is no lock.
+/// The lock of a file is advisory and meant for writers: one open file holds it at a time. Opening with a
+/// lock that another holds fails at once, without waiting. Streams opened without a lock, above all readers,
+/// are not affected. The system releases the lock when the last copy of the stream is destroyed or its
+/// process ends; a child process forked meanwhile that does not replace its program holds it too. Systems for
+/// which the library uses only standard C++ have no locks.
 class DATASTORAGE_EXPORT bstr_cBinary_fstream {
  public:
-  /// Whether this succeeded is told by `bGood()` of both sides; a side that is not good here never will be.
+  /// Opens the file; check `bGood()` of input and output. One that is not good now never will be.
   explicit bstr_cBinary_fstream(const str_cString& path, bstr_eAccess access = bstr_CreateOrOpen);
-  /// Refers to the same open file, with positions of its own that begin where those of `other` are.
+  /// Refers to the same open file; its own positions start at those of `other`.
   bstr_cBinary_fstream(const bstr_cBinary_fstream& other);
-  /// Goes over to the file of `other`, in the same way.
+  /// Replaces the file by that of `other`, in the same way.
   bstr_cBinary_fstream& operator=(const bstr_cBinary_fstream& other);
   ~bstr_cBinary_fstream();
 
-  /// The side to read from, with a position of its own; valid as long as this object.
+  /// For reading, with a position of its own; valid as long as this object.
   bstr_cBinary_istream& Input() noexcept;
-  /// The side to write to, with a position of its own; valid as long as this object.
+  /// For writing, with a position of its own; valid as long as this object.
   bstr_cBinary_ostream& Output() noexcept;
-  /// As it was given.
+  /// The path given to the constructor.
   const str_cString& Path() const noexcept { return path_; }
-  /// Whether both sides are good; that of a stream that only reads never are.
+  /// Whether input and output are good; always false for a read-only stream.
   type_cBoolean bGood() const noexcept;
-  /// What became of the lock.
+  /// Whether the lock is held and, if not, why.
   bstr_eLock Lock() const noexcept;
-  /// What is written on from `place`, after the output was sought there, must not pass `end`: a write that
-  /// would is refused and writes nothing. There is one such place at a time, for this stream and copies made
-  /// later; a negative one is none.
+  /// Limits the writes that follow a `Seek` of the output to `place`: one that would pass `end` fails and
+  /// writes nothing. There is one limit at a time, for this stream and copies made later; a negative `place`
+  /// removes it.
   void LimitOutput(std::int64_t place, std::int64_t end) noexcept;
 
  private:
@@ -190,19 +192,19 @@ class DATASTORAGE_EXPORT bstr_cBinary_fstream {
   std::unique_ptr<detail::FileOutput> output_;
 };
 
-/// While it lives, pieces of less than 4 KiB that are read from the input of a file stream stay in memory,
-/// where the next such reading finds them. For small records, far from one another, that are read again and
-/// again: tags between large data. What is written over them through the stream or a copy of it takes them
-/// out of memory again; what another process writes there goes unseen.
+/// A scope in which reads of less than 4 KiB from the input of a file stream are kept in memory and reused,
+/// also in later scopes. Meant for small records, far apart, that are read repeatedly: tags between large
+/// data. Writes through the stream or a copy of it discard the kept bytes that they overwrite; writes of
+/// another process there go unseen.
 ///
-/// A piece takes 8 bytes beside its own. Those in order of their positions stay; one that is read out of
-/// order takes the place of all behind it.
+/// Each piece takes 8 bytes in addition to its own. Pieces are kept in the order of their positions; one that
+/// is read out of order replaces all pieces after it.
 class DATASTORAGE_EXPORT bstr_cKeptReading {
  public:
-  /// Seeks the input. The stream must outlive this object.
+  /// Moves the input to `position`. Requires that the stream outlives this object.
   bstr_cKeptReading(bstr_cBinary_fstream& file, std::int64_t position);
 
-  /// That of the file stream.
+  /// The input of the file stream.
   bstr_cBinary_istream& Input() noexcept { return input_; }
 
  private:
@@ -235,7 +237,7 @@ type_cBoolean bstr_WriteNumbers(bstr_cBinary_ostream& out, const T* values, std:
   }
 }
 
-/// Writes numbers one behind the other, without padding, with one call of the stream.
+/// Writes numbers one after the other, without padding, with one call of the stream.
 template <class... T>
 type_cBoolean bstr_WriteFields(bstr_cBinary_ostream& out, T... fields) {
   std::array<unsigned char, (sizeof(T) + ...)> bytes;
@@ -248,7 +250,7 @@ type_cBoolean bstr_WriteFields(bstr_cBinary_ostream& out, T... fields) {
   return out.Write(bytes.data(), static_cast<std::int64_t>(bytes.size()));
 }
 
-/// Reads numbers written by `bstr_WriteFields`; all of them stay as they are when that fails.
+/// Reads numbers written by `bstr_WriteFields`; leaves all of them unchanged on failure.
 template <class... T>
 type_cBoolean bstr_ReadFields(bstr_cBinary_istream& in, T&... fields) {
   std::array<unsigned char, (sizeof(T) + ...)> bytes;

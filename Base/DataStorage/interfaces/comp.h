@@ -8,19 +8,19 @@
 
 #include <DataStorage/interfaces/export.h>
 
-/// A complex number as files and arrays hold it: the real part, then the imaginary part, nothing else.
-/// Converts from and to `std::complex<T>`.
+/// A complex number as files and arrays hold it: only the real part, then the imaginary part. Converts from
+/// and to `std::complex<T>`.
 template <class T>
 class DATASTORAGE_EXPORT comp_cComplex {
  public:
-  /// From the two parts, or from the number of the standard library.
+  /// From the two parts, or from a `std::complex`.
   constexpr comp_cComplex(T real = T(), T imaginary = T()) noexcept : real_(real), imaginary_(imaginary) {}
   constexpr comp_cComplex(const std::complex<T>& value) noexcept
       : comp_cComplex(value.real(), value.imag()) {}
-  /// The same number of the standard library.
+  /// The same number as a `std::complex`.
   constexpr operator std::complex<T>() const noexcept { return {real_, imaginary_}; }
 
-  /// One of the parts.
+  /// The real or the imaginary part.
   constexpr T Real() const noexcept { return real_; }
   constexpr T Imaginary() const noexcept { return imaginary_; }
 
@@ -31,7 +31,7 @@ class DATASTORAGE_EXPORT comp_cComplex {
   T imaginary_;
 };
 
-/// Written as `std::complex` writes itself: "(real,imaginary)".
+/// Writes the number as `std::complex` is written: "(real,imaginary)".
 template <class T>
 std::ostream& operator<<(std::ostream& out, const comp_cComplex<T>& value) {
   return out << std::complex<T>(value);

@@ -1,10 +1,10 @@
 #pragma once
 
 /// @file
-/// The constants that streams, files and messages are made of. The numbers and names are persistent: a value
-/// that has been released never changes.
+/// The constants of streams, files and messages. The numbers and names are persistent: a released value never
+/// changes.
 
-/// An atom of arrays. Tagged streams know it by a number in the binary form and by a name in the ASCII form.
+/// An atom of arrays: its tag in binary streams or its name in ASCII streams.
 inline constexpr unsigned short parr_DataTypeTag = 0x0200;
 inline constexpr char parr_DataTypeString[] = "DataType";
 inline constexpr unsigned short parr_DataTag = 0x0210;
@@ -34,7 +34,7 @@ inline constexpr char rnge_YwidthString[] = "Ywidth";
 inline constexpr unsigned short rnge_AngleTag = 0x0460;
 inline constexpr char rnge_AngleString[] = "Angle";
 
-/// The object type of a persistent class. The 1D and 2D data array types also are the data type identifiers
+/// The object type of a persistent class. The 1D and 2D data array types are also the data type identifiers
 /// of series files; the 2D position type and `obty_DataTagType` are the tag kinds of data series.
 inline constexpr unsigned short obty_1DParrayType = 0x0101;
 inline constexpr char obty_1DParrayString[] = "1D number array";
@@ -60,7 +60,7 @@ inline constexpr unsigned short obty_2DRangeType = 0x0142;
 inline constexpr char obty_2DRangeString[] = "2D range";
 inline constexpr unsigned short obty_DataTagType = 0x0150;
 
-/// A message: of a change that is offered, or of one that has been made.
+/// A message: `Changing` offers a change, `Changed` announces one that has been made.
 inline constexpr unsigned long pos_1DPositionChanging = 0x1000;
 inline constexpr unsigned long pos_1DPositionChanged = 0x1001;
 inline constexpr unsigned long pos_2DPositionChanging = 0x1010;
@@ -72,7 +72,7 @@ inline constexpr unsigned long rnge_1DRangeChanged = 0x1031;
 inline constexpr unsigned long rnge_2DRangeChanging = 0x1040;
 inline constexpr unsigned long rnge_2DRangeChanged = 0x1041;
 
-/// A word of file headers.
+/// A word in file headers.
 inline constexpr unsigned short flfm_LittleEndian = 0x4949;   // the same bytes in either order, "II"
 inline constexpr unsigned short flfm_DataSeriesID = 0x5344;   // "DS"
 inline constexpr unsigned short flfm_BinaryImageID = 0x4942;  // "BI"

@@ -6,10 +6,10 @@
 
 #include <DataStorage/interfaces/comp.h>
 
-/// What the list of element types says, for code that runs over the types or asks what kind of type one is.
+/// The list of element types as C++ types, for code that iterates over them or depends on their family.
 namespace detail {
 
-/// C++ types in an order.
+/// An ordered list of C++ types.
 template <class... T>
 struct TypeList {
   static constexpr int size = sizeof...(T);  ///< the number of types
@@ -23,7 +23,7 @@ struct TypeList {
   }
 };
 
-/// Drops the empty place in front of the first comma.
+/// Drops the placeholder before the first comma.
 template <class Ignored, class... T>
 using TypeListBehind = TypeList<T...>;
 
@@ -33,11 +33,11 @@ using ElementTypes = TypeListBehind<void
 #include <DataStorage/interfaces/elementtypes.def>
                                     >;
 
-/// The kinds of elements. The order counts: the common type of two types is of the later family. The values
-/// are persistent: stream forms of arrays hold them.
+/// The families of element types. The order matters: the common type of two types has the later family. The
+/// values are persistent: arrays in streams hold them.
 enum class Family : std::uint8_t { Unsigned = 0, Signed = 1, Float = 2, Complex = 3 };
 
-/// The family of a type of the list.
+/// The family of an element type.
 template <class T>
 inline constexpr Family FamilyOf = !std::numeric_limits<T>::is_integer ? Family::Float
                                    : std::numeric_limits<T>::is_signed ? Family::Signed

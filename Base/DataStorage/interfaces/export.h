@@ -1,12 +1,12 @@
 #pragma once
 
 /// @file
-/// What the shared library shows.
+/// What the shared library exports.
 
 /// @def DATASTORAGE_EXPORT
-/// Marks what callers of the library may use; everything else stays hidden. Callers of the static library
-/// define DATASTORAGE_STATIC (the CMake target does it for them). A type that exported templates are made of
-/// needs it too: what is made of a hidden type is hidden.
+/// Exports a declaration from the shared library; all others are hidden. Users of the static library define
+/// DATASTORAGE_STATIC (the CMake target does so). Type arguments of exported templates need it too: an
+/// instantiation with a hidden type is hidden.
 #if defined(__GNUC__) && __cplusplus < 202002L
 #error "DataStorage needs C++20: -std=c++20, or in CMake target_link_libraries with DataStorage::DataStorage"
 #endif

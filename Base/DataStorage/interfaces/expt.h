@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The exceptions that the library throws. Those of arrays stand in arrerror.h.
+/// The exceptions that the library throws. Those of arrays are in arrerror.h.
 
 #include <exception>
 #include <string>
@@ -9,11 +9,11 @@
 #include <DataStorage/interfaces/export.h>
 #include <DataStorage/interfaces/str.h>
 
-/// A violated condition of the program, thrown by value. Tells the source file (its name without folder and
+/// A violated condition of the program, thrown by value. Holds the source file (its name without folder and
 /// extension) and the line.
 class DATASTORAGE_EXPORT expt_cProgramException : public std::exception {
  public:
-  /// `file` must be a literal or otherwise outlive the exception.
+  /// Requires that `file`, usually a literal, outlives the exception.
   expt_cProgramException(const char* file, int line);
   ~expt_cProgramException() override;
 
@@ -25,7 +25,7 @@ class DATASTORAGE_EXPORT expt_cProgramException : public std::exception {
   const char* what() const noexcept override;
 
  protected:
-  /// For derived classes: `text` says what went wrong.
+  /// For derived classes: `text` describes what went wrong.
   expt_cProgramException(const char* file, int line, const str_cString& text);
 
  private:
@@ -34,10 +34,10 @@ class DATASTORAGE_EXPORT expt_cProgramException : public std::exception {
   std::string what_;
 };
 
-/// An error meant for the user: carries a message text as well.
+/// An error meant for the user: also holds a message.
 class DATASTORAGE_EXPORT expt_cUserException : public expt_cProgramException {
  public:
-  /// `file` must be a literal or otherwise outlive the exception.
+  /// Requires that `file`, usually a literal, outlives the exception.
   expt_cUserException(const char* file, int line, const str_cString& message);
   ~expt_cUserException() override;
 
@@ -50,11 +50,11 @@ class DATASTORAGE_EXPORT expt_cUserException : public expt_cProgramException {
 
 namespace detail {
 
-/// The name under which a family reports its errors; the line is that of the call.
+/// The source file name that exceptions of a family hold; their line is that of the call.
 struct DATASTORAGE_EXPORT SourceFile {
   const char* name;  ///< without folder and extension
 
-  /// Throw expt_cProgramException, or expt_cUserException with a message for the user.
+  /// Throws expt_cProgramException, or expt_cUserException with a message for the user.
   [[noreturn]] void ThrowProgramError(int line = __builtin_LINE()) const;
   [[noreturn]] void ThrowUserError(const str_cString& message, int line = __builtin_LINE()) const;
 };

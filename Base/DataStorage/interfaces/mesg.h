@@ -8,7 +8,7 @@
 class mesg_cSender;
 class mesg_cReceiver;
 
-/// The priority of receivers that hear a message after all others.
+/// The priority of receivers that get a message after all others.
 inline constexpr unsigned short mesg_LowestPriority = 0xFFFF;
 
 /// Base of all message payloads.
@@ -21,40 +21,42 @@ struct Attachment;
 class Delivery;
 }  // namespace detail
 
-/// Something that tells its receivers of its changes. Messages are delivered synchronously on the caller's
-/// thread, in the order of the priorities (smaller numbers first) and, among equal ones, of attachment.
-/// During a delivery receivers may attach or detach themselves or others and may be destroyed: one that is
-/// detached is not called any more, one that is attached is called from the next message on. An exception
-/// that a receiver throws ends the delivery and reaches the caller of SendMessage. A receiver may even
-/// destroy the sender, which ends the delivery too.
+/// An object that sends messages, mostly about its changes, to its receivers. Messages are delivered
+/// synchronously on the caller's thread, in the order of the priorities (smaller numbers first) and, among
+/// equal ones, of attachment. During a delivery receivers may attach or detach themselves or others and may
+/// be destroyed: a detached one is no longer called, an attached one is called from the next message on. An
+/// exception from a receiver ends the delivery and reaches the caller of SendMessage. A receiver may destroy
+/// the sender, which also ends the delivery.
 ///
-/// Copies of a sender have no receivers. A sender and its receivers belong to one thread at a time.
+/// Copies of a sender have no receivers. Distinct objects may be used from different threads; one object, or
+/// a sender and its receivers, from one thread at a time.
 class DATASTORAGE_EXPORT mesg_cSender {
  public:
   mesg_cSender() noexcept = default;
   /// A copy has no receivers.
   mesg_cSender(const mesg_cSender&) noexcept : mesg_cSender() {}
-  /// Keeps its receivers and takes none.
+  /// Keeps its receivers and copies none.
   mesg_cSender& operator=(const mesg_cSender&) noexcept { return *this; }
   virtual ~mesg_cSender() {
     if (receivers_ != nullptr || deliveries_ != nullptr) DetachAll();
   }
 
-  /// Attaches a receiver, which stays the caller's; one that is attached already stays where it is.
+  /// Attaches a receiver, which the caller owns; one that is already attached keeps its priority.
   virtual void AddReceiver(mesg_cReceiver& receiver, unsigned short priority);
-  /// Detaches a receiver; one that is not attached is ignored.
+  /// Detaches a receiver; does nothing when it is not attached.
   virtual void RemoveReceiver(mesg_cReceiver& receiver);
-  /// Delivers a message when the delivery in progress, if any, has ended, in the order of the calls; at once
-  /// otherwise. When an exception or the end of the sender ends that delivery, the message is dropped.
+  /// Delivers a message after the delivery in progress, in the order of the calls; at once when there is
+  /// none. The message is dropped when an exception or the destruction of the sender ends that delivery.
   virtual void QueueMessage(unsigned long id, std::unique_ptr<mesg_sMessageData> data);
-  /// Delivers a message to every receiver before it returns. Receivers may change the payload. False when one
-  /// of them has destroyed the sender. A derived class may override it to hear all messages of its own.
+  /// Delivers a message to every receiver before it returns. Receivers may change the payload. Returns false
+  /// when one of them destroyed the sender. A derived class may override it to see every message that it
+  /// sends.
   virtual type_cBoolean SendMessage(unsigned long id, mesg_sMessageData* data);
 
  protected:
-  /// False when a message would reach nobody.
+  /// Whether any receiver is attached.
   bool bHasReceivers() const noexcept { return receivers_ != nullptr; }
-  /// False when it would reach nobody but this receiver.
+  /// Whether a receiver other than this one is attached.
   bool bHasReceiversBeside(const mesg_cReceiver& receiver) const noexcept;
 
  private:
@@ -66,21 +68,21 @@ class DATASTORAGE_EXPORT mesg_cSender {
   detail::Delivery* deliveries_ = nullptr;   // in progress, the innermost first
 };
 
-/// Something that messages are delivered to. It detaches itself everywhere when it is destroyed.
-/// A copy is attached nowhere.
+/// An object that messages are delivered to. Its destructor detaches it from all senders. A copy is not
+/// attached to any.
 class DATASTORAGE_EXPORT mesg_cReceiver {
  public:
   mesg_cReceiver() noexcept = default;
-  /// A copy is attached nowhere.
+  /// A copy is not attached to any sender.
   mesg_cReceiver(const mesg_cReceiver&) noexcept : mesg_cReceiver() {}
-  /// Stays attached where it is.
+  /// Keeps its own attachments.
   mesg_cReceiver& operator=(const mesg_cReceiver&) noexcept { return *this; }
   virtual ~mesg_cReceiver() {
     if (senders_ != nullptr) DetachAll();
   }
 
-  /// Called with each message. The payload belongs to the sender and is valid until this returns; a null
-  /// pointer where the message has none.
+  /// Called with each message. The payload belongs to the sender and is valid until this returns; null when
+  /// the message has none.
   virtual void ReceiveMessage(unsigned long id, mesg_cSender& sender, mesg_sMessageData* data) = 0;
 
  private:

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// Atoms of tagged objects, for code that is the same for binary and ASCII streams.
+/// Reading and writing atoms of tagged objects with the same code for binary and ASCII streams.
 
 #include <tuple>
 
@@ -9,7 +9,7 @@
 
 namespace detail {
 
-/// What an atom is called.
+/// The identifiers of an atom.
 struct AtomId {
   unsigned short tag;  ///< in binary streams
   const char* name;    ///< in ASCII streams
@@ -23,7 +23,7 @@ inline bool bAtAtom(const tgio_cASCII_istream& in, const AtomId& atom) {
   return in.bHasAtom() && in.Name() == atom.name;
 }
 
-/// Writes a number or an object as that atom; false when the stream failed.
+/// Writes a number or an object as an atom; returns false when the stream fails.
 template <class Value>
 bool WriteAtom(tgio_cBinary_ostream& out, const Value& value, const AtomId& atom) {
   return out.Write(value, atom.tag);
@@ -33,28 +33,29 @@ bool WriteAtom(tgio_cASCII_ostream& out, const Value& value, const AtomId& atom)
   return out.Write(value, atom.name, false);
 }
 
-/// An atom, and the number or the object that it holds.
+/// An atom, and the number or object that it is read into and written from.
 template <class Value>
 struct Field {
-  AtomId id;     ///< what the atom is called
-  Value& value;  ///< what it holds
+  AtomId id;     ///< the identifiers of the atom
+  Value& value;  ///< the number or object
 };
 
-/// Makes one.
+/// Makes a Field.
 template <class Value>
 Field<Value> Atom(unsigned short tag, const char* name, Value& value) noexcept {
   return {{tag, name}, value};
 }
 
-/// Base of the records that atoms are read into. `Self::Fields(record)` lists the atoms as a tuple, in the
-/// order in which they are written; other atoms are those of `Base`.
+/// Base of the records that atoms are read into. `Self::Fields(record)` returns the fields as a tuple, in the
+/// order in which they are written; all other atoms are passed to `Base`.
 template <class Self, class Base = tgio_cTaggedStreamObject>
 struct DATASTORAGE_EXPORT Record : public Base {
-  /// Takes the fields. One that holds another kind of value is refused, and cannot be passed over.
+  /// Reads the current atom into its field. An atom that holds another kind of value makes reading the object
+  /// fail.
   type_cBoolean ReadAtom(tgio_cBinary_istream& in) override { return ReadField(in); }
   type_cBoolean ReadAtom(tgio_cASCII_istream& in) override { return ReadField(in); }
 
-  /// Writes the fields; stops with false at the first that fails.
+  /// Writes the fields; returns false at the first that fails.
   template <class Stream>
   bool WriteFields(Stream& out) const {
     return std::apply([&](const auto&... field) { return (WriteAtom(out, field.value, field.id) && ...); },
@@ -71,18 +72,18 @@ struct DATASTORAGE_EXPORT Record : public Base {
   }
 };
 
-/// Base of the persistent classes whose atoms are the fields of a record. `Class` makes a record of its
-/// values by `ToRecord()`, and takes over one that was read by `FromRecord(record)`.
+/// Base of the persistent classes whose atoms are the fields of a record. `Class::ToRecord()` returns a
+/// record of the values, `Class::FromRecord(record)` sets them from one that was read.
 template <class Class>
 class DATASTORAGE_EXPORT Persistent : public tgio_cTaggedStreamObject {
  public:
-  /// That of the class.
+  /// The object type of the class.
   const tgio_cObjectType& ObjectType() const override { return Class::_ObjectType; }
-  /// What was read is set like any other change; an atom that the stream does not hold has its default value.
-  /// When false is returned the object is as it was.
+  /// Reads the atoms, then sets the values like any other change; atoms missing in the stream have their
+  /// default values. Returns false and leaves the object unchanged on failure.
   type_cBoolean Read(tgio_cASCII_istream& in) override { return ReadRecord(in); }
   type_cBoolean Read(tgio_cBinary_istream& in) override { return ReadRecord(in); }
-  /// Stops with false at the first atom that cannot be written.
+  /// Returns false at the first atom that cannot be written.
   type_cBoolean Write(tgio_cASCII_ostream& out) const override { return WriteRecord(out); }
   type_cBoolean Write(tgio_cBinary_ostream& out) const override { return WriteRecord(out); }
 

@@ -6,8 +6,8 @@
 #include <DataStorage/interfaces/export.h>
 
 /// A text, held by value. The characters are bytes of any value, zero bytes included; no encoding is assumed
-/// and the process locale is never consulted. Safe to use from several threads as long as no two share one
-/// object and one of them writes it.
+/// and the process locale is never used. Distinct objects may be used from different threads; one object, or
+/// copies that share elements, from one thread at a time.
 class DATASTORAGE_EXPORT str_cString {
  public:
   str_cString() = default;
@@ -18,29 +18,29 @@ class DATASTORAGE_EXPORT str_cString {
   /// The characters of the view, zero bytes included.
   explicit str_cString(std::string_view text) : text_(text) {}
 
-  /// `value` in decimal with at least `precision` digits (zeros in front), right-aligned in at least `width`
-  /// characters.
+  /// `value` in decimal with at least `precision` digits (with leading zeros), right-aligned in at least
+  /// `width` characters.
   str_cString(int value, int width, int precision);
   str_cString(unsigned int value, int width, int precision);
   /// `value` with `precision` significant digits (0 or less: the shortest text that reads back to the same
-  /// value), right-aligned in at least `width` characters. Large and small magnitudes get an exponent; what
-  /// is not finite reads "nan", "inf" or "-inf".
+  /// value), right-aligned in at least `width` characters. Large and small magnitudes get an exponent; values
+  /// that are not finite give "nan", "inf" or "-inf".
   str_cString(double value, int width, int precision);
 
   /// Zero-terminated characters, valid until the next non-const call on this object.
   const char* CString() const noexcept { return text_.c_str(); }
-  /// In characters (bytes), the terminating zero not counted.
+  /// The length in bytes, without the terminating zero.
   int Length() const noexcept { return static_cast<int>(text_.size()); }
-  /// Valid as `CString()` is.
+  /// A view of the characters, valid as long as `CString()`.
   explicit operator std::string_view() const noexcept { return text_; }
 
-  /// Nonzero on an exact match; a null pointer stands for the empty text.
+  /// Exact comparison; a null pointer counts as the empty text.
   int operator==(const char* other) const noexcept { return text_ == (other != nullptr ? other : ""); }
   int operator==(const str_cString& other) const noexcept { return text_ == other.text_; }
   int operator!=(const char* other) const noexcept { return !(*this == other); }
   int operator!=(const str_cString& other) const noexcept { return text_ != other.text_; }
 
-  /// The characters of both, one behind the other; a null pointer stands for the empty text.
+  /// Concatenates both; a null pointer counts as the empty text.
   DATASTORAGE_EXPORT friend str_cString operator+(const str_cString& a, const str_cString& b);
   DATASTORAGE_EXPORT friend str_cString operator+(const str_cString& a, const char* b);
   DATASTORAGE_EXPORT friend str_cString operator+(const char* a, const str_cString& b);
@@ -51,5 +51,5 @@ class DATASTORAGE_EXPORT str_cString {
   std::string text_;
 };
 
-// Inline, so that it stands before every static object of a file that includes this header.
+// Inline, so that it is initialised before every static object of a file that includes this header.
 inline const str_cString str_cString::Null;

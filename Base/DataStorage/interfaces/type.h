@@ -5,7 +5,7 @@
 
 #include <DataStorage/interfaces/export.h>
 
-/// One-byte truth value: what streams and files hold where a flag is meant. Converts from and to `bool`.
+/// A truth value of one byte, as streams and files hold flags. Converts from and to `bool`.
 class DATASTORAGE_EXPORT type_cBoolean {
  public:
   /// Both conversions keep the truth value.
@@ -13,10 +13,10 @@ class DATASTORAGE_EXPORT type_cBoolean {
   constexpr operator bool() const noexcept { return value_ != 0; }
 
  private:
-  unsigned char value_;  // 0 or 1; a byte that came from elsewhere counts as true when it is not 0
+  unsigned char value_;  // 0 or 1; any other byte, read from elsewhere, counts as true
 };
 
-// What the formats and the element types take for granted of the platform.
+// What the formats and the element types assume about the platform.
 static_assert(sizeof(type_cBoolean) == 1);
 static_assert(CHAR_BIT == 8 && std::numeric_limits<char>::is_signed, "plain char is the signed 8-bit type");
 static_assert(sizeof(short) == 2 && sizeof(int) == 4 && sizeof(long) >= 4);

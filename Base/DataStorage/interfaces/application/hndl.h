@@ -1,12 +1,12 @@
 #pragma once
 
-/// Holds a pointer to an object that somebody else owns, or none.
+/// Holds a pointer to an object that it does not own, or none.
 template <class T>
 class hndl_cHandle {
  public:
   constexpr hndl_cHandle() noexcept = default;
 
-  /// Points at `object`, which must outlive that.
+  /// Points at `object`. Requires that `object` lives until the handle is changed or destroyed.
   void Set(T& object) noexcept { object_ = &object; }
   /// Points at nothing.
   void Clear() noexcept { object_ = nullptr; }

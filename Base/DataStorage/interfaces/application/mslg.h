@@ -3,7 +3,7 @@
 #include <DataStorage/interfaces/export.h>
 #include <DataStorage/interfaces/str.h>
 
-/// Where an application tells what happened. This one writes a line for each message to `std::clog`.
+/// The message log of an application. This one writes each message as a line to `std::clog`.
 class DATASTORAGE_EXPORT mslg_cMessageLog {
  public:
   virtual ~mslg_cMessageLog();

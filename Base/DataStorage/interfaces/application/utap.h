@@ -7,12 +7,11 @@
 #include <DataStorage/interfaces/tgio.h>
 #include <DataStorage/interfaces/type.h>
 
-/// What every application object offers: who runs the program, where settings live, and a message log. The
-/// answers come from the environment; where it does not tell, texts are empty. Hosts that know better
-/// override them.
+/// Base of application objects: the user, the directories of settings, and a message log. The values come
+/// from environment variables; texts are empty where these are not set. Applications override them as needed.
 class DATASTORAGE_EXPORT utap_cUtilityApplication : public tgio_cTaggedStreamObject {
  public:
-  /// Nothing is held: each answer is looked up when it is asked for.
+  /// Stores nothing: each value is looked up when it is requested.
   utap_cUtilityApplication();
   utap_cUtilityApplication(const utap_cUtilityApplication&);
   utap_cUtilityApplication& operator=(const utap_cUtilityApplication&);
@@ -22,11 +21,11 @@ class DATASTORAGE_EXPORT utap_cUtilityApplication : public tgio_cTaggedStreamObj
   virtual str_cString CurrentUser() const;
   /// The directory of the user's own files.
   virtual str_cString HomeDirectory() const;
-  /// The directory of settings for all users.
+  /// The directory of settings for all users; "/etc" where the environment has none.
   virtual str_cString AdminDirectory() const;
-  /// Whether the user is called as the administrator of the system usually is.
+  /// Whether the user name is "root" or "Administrator".
   virtual type_cBoolean IsUserAdministrator() const;
-  /// The directory under which settings stand.
+  /// The directory that holds the settings.
   virtual str_cString RootRegistryKey(rgst_eRootKey root) const;
   /// One log for all application objects, valid until the program ends.
   virtual mslg_cMessageLog& MessageLog() const;

@@ -14,13 +14,14 @@
 
 /// @file
 /// Storage objects (arr_cArray, arr_cC_Array) hold one block of elements each, which the handles of arr.h
-/// share. Reference counts are plain numbers, so handles that share storage belong to one thread at a time.
+/// share. Reference counts are not atomic. Distinct objects may be used from different threads; one object,
+/// or copies that share elements, from one thread at a time.
 ///
-/// Bad positions raise arr_IndexError, bad sizes (negative, or more than `detail::LargestCount` elements)
-/// arr_SizeError, both before anything is changed. Pointers to elements are valid until the next non-const
-/// call on the handle or storage object they came from.
+/// Bad positions throw arr_cIndexException, bad sizes (negative, or more than `detail::LargestCount`
+/// elements) arr_cSizeException, both before anything is changed. Pointers to elements are valid until the
+/// next non-const call on the handle or storage object they came from.
 
-/// Asks for elements that are not set, because all of them are written next.
+/// Selects constructors that leave elements uninitialised, for callers that write all of them next.
 struct arr_sUnfilled {};
 inline constexpr arr_sUnfilled arr_Unfilled{};
 
@@ -29,27 +30,28 @@ namespace detail {
 template <class T>
 class SharedStorage;
 
-/// The largest int is no size: index arithmetic gives it for every count beyond, which then is refused.
+/// The largest int is not a valid size: index arithmetic returns it for every larger count, so that these are
+/// rejected.
 inline constexpr std::int64_t LargestCount = std::numeric_limits<int>::max() - 1;
 
-/// `n` as a number of elements that an array can have; raises arr_SizeError otherwise.
+/// Returns `n`; throws arr_cSizeException when no array can have `n` elements.
 inline std::int64_t CheckedCount(std::int64_t n) {
   if (n < 0 || n > LargestCount) arr_SizeError(n);
   return n;
 }
 
-/// Whether an array can have `nx` times `ny` elements, and extents like these.
+/// Whether an array can have the extents `nx` and `ny`.
 constexpr bool bCountable(std::int64_t nx, std::int64_t ny) noexcept {
   return nx >= 0 && nx <= LargestCount && ny >= 0 && ny <= LargestCount && nx * ny <= LargestCount;
 }
 
-/// `nx` times `ny` as a number of elements; raises arr_SizeError also for an extent that is no size.
+/// Returns `nx` times `ny`; throws arr_cSizeException when no array can have these extents.
 inline std::int64_t CheckedCount(std::int64_t nx, std::int64_t ny) {
   if (!bCountable(nx, ny)) arr_SizeError(nx, ny);
   return nx * ny;
 }
 
-/// Raises arr_IndexError unless [offset, offset + count) lies in [0, size).
+/// Throws arr_cIndexException unless [offset, offset + count) lies in [0, size).
 inline void CheckBlock(std::int64_t offset, std::int64_t count, std::int64_t size) {
   if (offset < 0 || count < 0 || count > size || offset > size - count) {
     const std::uint64_t end = static_cast<std::uint64_t>(offset) + static_cast<std::uint64_t>(count);
@@ -57,7 +59,7 @@ inline void CheckBlock(std::int64_t offset, std::int64_t count, std::int64_t siz
   }
 }
 
-/// `i`; raises arr_IndexError unless it is the index of one of `size` elements.
+/// Returns `i`; throws arr_cIndexException unless it is the index of one of `size` elements.
 inline std::int64_t CheckedIndex(std::int64_t i, std::int64_t size) {
   if (i < 0 || i >= size) arr_IndexError(i, size);
   return i;
@@ -65,7 +67,7 @@ inline std::int64_t CheckedIndex(std::int64_t i, std::int64_t size) {
 
 }  // namespace detail
 
-/// A block of elements that are copied one by one, by their own assignment.
+/// A block of elements that are copied one by one with their own assignment operator.
 template <class T>
 class DATASTORAGE_EXPORT arr_cArray {
  public:
@@ -80,10 +82,10 @@ class DATASTORAGE_EXPORT arr_cArray {
       throw;
     }
   }
-  /// With elements of its own; a moved one leaves none behind.
+  /// Copies the elements; a moved-from object has none.
   arr_cArray(const arr_cArray& other) : arr_cArray(other.Size()) { CopyIn(other.block_, other.size_, 0, 0); }
   arr_cArray(arr_cArray&& other) noexcept { Swap(other); }
-  /// A copy of the elements; moving exchanges them.
+  /// Copies the elements; move assignment exchanges them.
   arr_cArray& operator=(const arr_cArray& other) {
     if (this != &other) {
       arr_cArray copy(other);
@@ -100,23 +102,23 @@ class DATASTORAGE_EXPORT arr_cArray {
     if (block_ != nullptr) lgar_FreeBlock(block_, Bytes());
   }
 
-  /// A new block of `n` elements that keeps the first min(old size, n) ones; new ones are value-initialised.
+  /// Resizes to `n` elements: keeps the first min(old size, n), value-initialises new ones.
   virtual void SetSize(int n) {
     arr_cArray resized(n);
     std::copy_n(block_, std::min(size_, resized.size_), resized.block_);
     Swap(resized);
   }
-  /// source[sourceOffset ...] to the positions `offset` ...
+  /// Copies `count` elements from source[sourceOffset] on to the positions from `offset` on.
   virtual void CopyIn(const T* source, std::int64_t count, std::int64_t sourceOffset, std::int64_t offset) {
     CheckCopyIn(count, sourceOffset, offset);
     if (count > 0) std::copy_n(source + sourceOffset, count, block_ + offset);
   }
-  /// The positions `offset` ... to target[targetOffset ...].
+  /// Copies `count` elements from position `offset` on to target[targetOffset] and on.
   virtual void CopyOut(T* target, std::int64_t count, std::int64_t offset, std::int64_t targetOffset) const {
     detail::CheckBlock(offset, count, size_);
     if (count > 0) std::copy_n(block_ + offset, count, target + targetOffset);
   }
-  /// Sets the positions `offset` ... to `value`.
+  /// Sets `count` elements from position `offset` on to `value`.
   virtual void Fill(const T& value, std::int64_t count, std::int64_t offset) {
     detail::CheckBlock(offset, count, size_);
     std::fill_n(block_ + offset, count, value);
@@ -127,21 +129,21 @@ class DATASTORAGE_EXPORT arr_cArray {
   /// Element `i`.
   T& operator[](int i) { return block_[detail::CheckedIndex(i, size_)]; }
   const T& operator[](int i) const { return block_[detail::CheckedIndex(i, size_)]; }
-  /// Element 0; null when there are no elements.
+  /// The first element; null when there are none.
   T* Data() noexcept { return block_; }
   const T* Data() const noexcept { return block_; }
 
  protected:
-  /// Memory for `n` elements, none of which is constructed.
+  /// Allocates memory for `n` elements without constructing them.
   arr_cArray(arr_sUnfilled, std::int64_t n) : size_(detail::CheckedCount(n)) {
     if (size_ > 0) block_ = static_cast<T*>(lgar_AllocateBlock(Bytes()));
   }
-  /// Raises arr_IndexError for blocks that CopyIn refuses.
+  /// Throws arr_cIndexException for blocks that CopyIn rejects.
   void CheckCopyIn(std::int64_t count, std::int64_t sourceOffset, std::int64_t offset) const {
     if (sourceOffset < 0) arr_IndexError(sourceOffset, size_);
     detail::CheckBlock(offset, count, size_);
   }
-  /// Exchanges the elements, but not the handles that share them.
+  /// Exchanges the elements, but not the reference counts.
   void Swap(arr_cArray& other) noexcept {
     std::swap(block_, other.block_);
     std::swap(size_, other.size_);
@@ -154,10 +156,10 @@ class DATASTORAGE_EXPORT arr_cArray {
 
   T* block_ = nullptr;
   std::int64_t size_ = 0;
-  std::int64_t references_ = 0;  // of the handles that share this storage; not part of the value
+  std::int64_t references_ = 0;  // number of handles that share this storage; never copied
 };
 
-/// A block of plain elements, which are copied and filled as memory.
+/// A block of trivially copyable elements, which are copied as raw memory.
 template <class T>
 class DATASTORAGE_EXPORT arr_cC_Array : public arr_cArray<T> {
   static_assert(std::is_trivially_copyable_v<T> && std::is_trivially_destructible_v<T>);
@@ -165,14 +167,14 @@ class DATASTORAGE_EXPORT arr_cC_Array : public arr_cArray<T> {
  public:
   /// `n` zeros.
   explicit arr_cC_Array(int n = 0) : arr_cC_Array(arr_Unfilled, n) { SetZero(0); }
-  /// `n` elements that are not set.
+  /// `n` uninitialised elements.
   arr_cC_Array(arr_sUnfilled, std::int64_t n) : arr_cArray<T>(arr_Unfilled, n) {}
-  /// With elements of its own.
+  /// Copies the elements.
   arr_cC_Array(const arr_cC_Array& other) : arr_cC_Array(arr_Unfilled, other.Size()) {
     CopyIn(other.Data(), other.Size(), 0, 0);
   }
   arr_cC_Array(arr_cC_Array&&) noexcept = default;
-  /// A copy of the elements.
+  /// Copies the elements.
   arr_cC_Array& operator=(const arr_cC_Array& other) {
     if (this != &other) {
       arr_cC_Array copy(other);
@@ -211,7 +213,7 @@ class DATASTORAGE_EXPORT arr_cC_Array : public arr_cArray<T> {
 
 namespace detail {
 
-/// What handles share: counts the handles of one storage object. Empty until a storage object is given.
+/// A counted reference to a storage object, held by every handle that shares it; empty by default.
 template <class T>
 class SharedStorage {
  public:

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-/// Marks the functions of one element: loops over them become vector instructions only when they are inlined.
+/// Marks functions of one element: compilers vectorise loops over them only when they are inlined.
 #if defined(__GNUC__)
 #define DATASTORAGE_IN_LINE [[gnu::always_inline]] inline
 #else
@@ -16,8 +16,8 @@
 namespace detail {
 
 #if defined(DATASTORAGE_WIDE_LOOPS)
-/// Whether loops use vectors of 256 bits: true when the processor has AVX2; tests change it. The results are
-/// the same either way, since the wide loops use no fused multiply-add.
+/// Whether loops use 256-bit vectors: true when the processor has AVX2; tests change it. The results are the
+/// same either way, since the wide loops use no fused multiply-add.
 inline bool& WideLoops() {
   static bool wide = __builtin_cpu_supports("avx2");
   return wide;
@@ -37,7 +37,7 @@ template <auto element, class Source, class Target>
 }
 #endif
 
-/// target[i] = element(source[i]). `element` must be DATASTORAGE_IN_LINE.
+/// Sets target[i] = element(source[i]) for `count` elements. Requires that `element` is DATASTORAGE_IN_LINE.
 template <auto element, class Source, class Target>
 void ForEachElement(const Source* source, Target* target, std::int64_t count) {
 #if defined(DATASTORAGE_WIDE_LOOPS)

@@ -5,18 +5,18 @@
 #include <limits>
 #include <type_traits>
 
-/// Indices and counts of elements of which no bits are lost.
+/// Arithmetic on indices and counts that does not overflow or lose bits.
 namespace detail {
 
-/// The integer types whose values an int need not hold.
+/// The integer types with values that may not fit an int.
 template <class T>
 concept WideInteger = std::integral<T> && sizeof(T) >= sizeof(int) && !std::same_as<T, int>;
 
-/// A pair of integer types, one of them such a type.
+/// Two integer types, at least one of them wide.
 template <class Y, class X>
 concept WideWith = std::integral<X> && std::integral<Y> &&(WideInteger<X> || WideInteger<Y>);
 
-/// An index of any integer type; beyond 64 bits the largest, which no array has either.
+/// An index of any integer type; values beyond 64 signed bits become the largest one, which no array has.
 template <std::integral T>
 constexpr std::int64_t WideIndex(T i) noexcept {
   if constexpr (std::is_unsigned_v<T> && sizeof(T) >= sizeof(std::int64_t)) {
@@ -25,8 +25,8 @@ constexpr std::int64_t WideIndex(T i) noexcept {
   return static_cast<std::int64_t>(i);
 }
 
-/// Arithmetic on indices and their counts: results beyond the range of int become its nearest end, so that a
-/// count that overflows is refused as too large instead of passing for a small one.
+/// Arithmetic on indices and their counts: results outside the range of int become its nearest limit, so that
+/// an overflowing count is rejected as too large instead of wrapping to a small one.
 constexpr int LimitToInt(long long value) noexcept {
   constexpr long long low = std::numeric_limits<int>::min(), high = std::numeric_limits<int>::max();
   return static_cast<int>(value < low ? low : value > high ? high : value);

@@ -9,10 +9,10 @@
 
 #include <DataStorage/interfaces/comp.h>
 
-/// Numbers as files and streams hold them: little end first on every host.
+/// Numbers as files and streams hold them: little-endian on every host.
 namespace detail {
 
-/// The bytes of a number that are in order together; a complex number consists of two such words.
+/// The size of the words whose bytes are swapped: a number is one word, a complex number two.
 template <class T>
 inline constexpr std::size_t WordSize = sizeof(T);
 template <class T>
@@ -22,7 +22,7 @@ inline constexpr std::size_t WordSize<comp_cComplex<T>> = sizeof(T);
 template <class T>
 inline constexpr bool bLittleEndian = std::endian::native == std::endian::little || WordSize<T> == 1;
 
-/// Turns `n` numbers from the host's byte order into little-endian, or back.
+/// Converts `n` numbers from the host's byte order into little-endian, or back.
 template <class T>
 void SwapToLittleEndian(T* values, std::int64_t n) noexcept {
   static_assert(std::is_trivially_copyable_v<T>);

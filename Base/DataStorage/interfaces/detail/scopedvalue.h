@@ -4,7 +4,7 @@
 
 namespace detail {
 
-/// Gives a variable another value until the end of the scope, however that is left.
+/// Sets a variable to another value and restores the old one at the end of the scope, also on an exception.
 template <class T>
 class ScopedValue {
  public:
