@@ -5,7 +5,7 @@
 
 namespace {
 
-/// What the common type of two types depends on.
+/// The properties that determine the common type of two types.
 struct Kind {
   detail::Family family;
   int size;
@@ -19,7 +19,7 @@ struct Element {
   const char* short_name;
 };
 
-/// Indexed by value.
+/// Indexed by the value of the type.
 constexpr Element elements[] = {
     {dtyp_NoType, {detail::Family::Unsigned, 0}, "No type", ""},
 #define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) \
@@ -27,7 +27,7 @@ constexpr Element elements[] = {
 #include <DataStorage/interfaces/elementtypes.def>
 };
 
-/// That of `dtyp_NoType` when `type` is none of the list.
+/// The entry of `type`, or that of `dtyp_NoType` when `type` is not in the list.
 constexpr const Element& ElementOf(dtyp_eDataType type) {
   const auto i = static_cast<std::size_t>(type);
   return elements[i < std::size(elements) ? i : 0];
@@ -40,7 +40,7 @@ constexpr dtyp_eDataType TypeWith(auto Element::*member, const auto& key) {
   return found != std::end(elements) ? found->type : dtyp_NoType;
 }
 
-/// The later family. Types of one family, and integers of any sign, give the size of the wider one.
+/// The type of the later family; of two types of one family, or two integers, with the larger size.
 constexpr dtyp_eDataType CommonType(const Element& a, const Element& b) {
   Kind common = a.kind.family > b.kind.family ? a.kind : b.kind;
   if (a.kind.family == b.kind.family || common.family <= detail::Family::Signed)

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// The types that elements of arrays can have.
+/// The types of array elements.
 
 #include <type_traits>
 
@@ -13,15 +13,15 @@
 
 /// The machine representation of an element. The values are persistent.
 enum dtyp_eDataType : int {
-  dtyp_NoType = 0,  ///< none of them
+  dtyp_NoType = 0,  ///< no element type
 #define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) dtyp_##name = value,
 #include <DataStorage/interfaces/elementtypes.def>
 };
 
-/// An element type as a value: its name, its size, whether it is real or complex.
+/// An element type: its name, its size, whether it is real or complex.
 class DATASTORAGE_EXPORT dtyp_cDataType {
  public:
-  /// Keeps any value, also one that is not in the enumeration.
+  /// Holds any value, even one outside the enumeration.
   constexpr dtyp_cDataType(dtyp_eDataType type = dtyp_NoType) noexcept : type_(type) {}
   /// The type with exactly this long name, for example "8-byte float"; `dtyp_NoType` for any other text.
   dtyp_cDataType(str_cString name);
@@ -34,23 +34,23 @@ class DATASTORAGE_EXPORT dtyp_cDataType {
   /// Whether the types differ.
   constexpr int operator!=(const dtyp_cDataType& other) const noexcept { return type_ != other.type_; }
 
-  /// Whether it is any other than `dtyp_NoType`.
+  /// Whether it is not `dtyp_NoType`.
   constexpr type_cBoolean HasDataType() const noexcept { return type_ != dtyp_NoType; }
   /// Whether it is an integer or a float type.
   constexpr type_cBoolean IsReal() const noexcept { return SizeOf() > 0 && !IsComplex(); }
   /// Whether it is a complex type.
   constexpr type_cBoolean IsComplex() const noexcept;
-  /// Bytes of one element; 0 when it is none of the element types.
+  /// The size of one element in bytes; 0 when it is not an element type.
   constexpr int SizeOf() const noexcept;
-  /// The long name; "No type" when it is none of the element types.
+  /// The long name; "No type" when it is not an element type.
   str_cString StringOut() const;
 
  private:
   dtyp_eDataType type_;
 };
 
-/// The type that can hold values of both. Integers of different signedness give a signed type as wide as the
-/// wider one, so large unsigned values may not fit. `dtyp_NoType` and another type give the other type.
+/// The common type of two types. Integers of different signedness give a signed type as wide as the wider
+/// one, so large unsigned values may not fit. `dtyp_NoType` and another type give the other type.
 DATASTORAGE_EXPORT dtyp_cDataType dtyp_Max(const dtyp_cDataType& a, const dtyp_cDataType& b);
 
 namespace detail {
@@ -66,9 +66,9 @@ inline constexpr dtyp_eDataType DataTypeOf = dtyp_NoType;
 template <class T>
 concept ElementType = (DataTypeOf<T> != dtyp_NoType);
 
-/// Chooses code by element type: calls `f` with `std::type_identity<T>`, T being the C++ type of the
-/// elements, and returns its result, which is of the same type for every T. When `type` is none of the
-/// element types, calls nothing and returns a value-initialised result: a null pointer, 0, false.
+/// Calls `f` with `std::type_identity<T>`, T being the C++ type of the elements, and returns its result.
+/// Requires that the result has the same type for every T. Returns a value-initialised result (null, 0,
+/// false) when `type` is not an element type.
 template <class F>
 constexpr auto VisitElementType(dtyp_eDataType type, F&& f) {
   using Result = std::invoke_result_t<F&, std::type_identity<unsigned char>>;
@@ -82,7 +82,7 @@ constexpr auto VisitElementType(dtyp_eDataType type, F&& f) {
   }
 }
 
-/// The name of a type in ASCII streams, for example "float64"; the empty text when it is no element type.
+/// The name of a type in ASCII streams, for example "float64"; the empty text when it is not an element type.
 const char* ShortName(dtyp_eDataType type);
 /// The type of that name in ASCII streams; `dtyp_NoType` for an unknown name.
 dtyp_eDataType TypeOfShortName(const str_cString& name);

@@ -40,7 +40,7 @@ constexpr Extraction<float> extractions<float>[] = {nspcbReal, nspcbImag, nspcbM
 template <>
 constexpr Extraction<double> extractions<double>[] = {nspzbReal, nspzbImag, nspzbMag, nspzbPhase};
 
-// One Convert for each kind of pair.
+// One Convert for each combination of kinds of types.
 
 template <class T>
 void Convert(const T* source, T* target, std::int64_t count, conv_eComplexConversion) {
@@ -97,7 +97,7 @@ void Convert(const comp_cComplex<Part>* source, Part* target, std::int64_t count
   extractions<Part>[known ? complex_conversion : conv_Real](source, target, count);
 }
 
-/// By way of another type, a block at a time that stays in the first cache.
+/// Converts through another type, in blocks that stay in the first-level cache.
 template <class Via, class Source, class Target>
 void ConvertVia(const Source* source, Target* target, std::int64_t count,
                 conv_eComplexConversion complex_conversion) {
@@ -132,7 +132,7 @@ struct Table {
   static constexpr std::array rows{row<T>...};
 };
 
-/// The conversions by the values of source type and target type, counted from 0.
+/// The conversions, indexed by source and target type, each counted from 0.
 constexpr auto& conversions = detail::ElementTypes::Apply<Table>::rows;
 
 }  // namespace

@@ -13,7 +13,7 @@ str_cString Text(const T& value, int width, int precision) {
   return {value, width, precision};
 }
 
-/// The sum of both parts as one writes it by hand, without a part that is zero and without a factor of one.
+/// The sum of both parts as written by hand: without a zero part and without a factor of one.
 template <class T>
 str_cString Text(const comp_cComplex<T>& value, int width, int precision) {
   constexpr T smallest = std::numeric_limits<T>::min();
@@ -28,8 +28,7 @@ str_cString Text(const comp_cComplex<T>& value, int width, int precision) {
   return text(re) + (im < 0 ? " - " : " + ") + imaginary;
 }
 
-/// `value` as a type that streams write as a number: bytes are not characters, and floats get the digits of
-/// doubles.
+/// `value` in a type that streams write as a number: not a character, and floats with the digits of doubles.
 const auto& Printable(const auto& value) { return value; }
 short Printable(const char& value) { return value; }
 unsigned short Printable(const unsigned char& value) { return value; }

@@ -15,7 +15,7 @@
 #include <DataStorage/numbers/datatype.h>
 #include <DataStorage/numbers/elements.h>
 
-/// The interface of the object that holds the value of a number, its letter.
+/// Interface of the object that holds the value of a pnum_cNumber: its letter.
 class DATASTORAGE_EXPORT pnum_cLetter {
  public:
   /// The type of the value.
@@ -26,9 +26,9 @@ class DATASTORAGE_EXPORT pnum_cLetter {
   virtual const void* Data() const noexcept = 0;
   /// The value as text, as `pnum_cNumber::StringOut` returns it.
   virtual str_cString StringOut(int width, int precision) const = 0;
-  /// Writes the value as the stream writes numbers, bytes as numbers too.
+  /// Writes the value as a number, also that of a one-byte type.
   virtual std::ostream& Output(std::ostream& out) const = 0;
-  /// Makes a copy of the letter at `place`, which has room for any letter.
+  /// Constructs a copy of the letter at `place`. Requires room for any letter there.
   virtual pnum_cLetter* CloneAt(void* place) const noexcept = 0;
   virtual ~pnum_cLetter();
 };
@@ -58,11 +58,11 @@ class pnum_cTypedNumber final : public pnum_cLetter {
 #include <DataStorage/interfaces/elementtypes.def>
 
 /// A single number of any element type. It always holds a value; only assignment and `Convert` change the
-/// type. The value lies within the object, so numbers are cheap to make and to copy. Has no form of its own
-/// in tagged streams.
+/// type. The value is stored inside the object, so numbers are cheap to construct and to copy. Numbers have
+/// no atoms in tagged streams.
 class DATASTORAGE_EXPORT pnum_cNumber : public tgio_cTaggedStreamObject {
  public:
-  /// A number of the element type that is the C++ type of `value`.
+  /// A number of the element type that corresponds to the C++ type of `value`.
   pnum_cNumber(unsigned char value) noexcept : letter_(MakeLetter(value)) {}
   pnum_cNumber(unsigned short value) noexcept : letter_(MakeLetter(value)) {}
   pnum_cNumber(unsigned int value) noexcept : letter_(MakeLetter(value)) {}
@@ -71,16 +71,16 @@ class DATASTORAGE_EXPORT pnum_cNumber : public tgio_cTaggedStreamObject {
   pnum_cNumber(int value) noexcept : letter_(MakeLetter(value)) {}
   pnum_cNumber(float value = 0) noexcept : letter_(MakeLetter(value)) {}
   pnum_cNumber(double value) noexcept : letter_(MakeLetter(value)) {}
-  /// A real number when the imaginary part, whatever its sign, is zero or smaller than the smallest normal
+  /// A complex number; a real one when the magnitude of the imaginary part is below the smallest normal
   /// number of its type.
   pnum_cNumber(const comp_cComplex<float>& value) noexcept : letter_(MakeLetterOfComplex(value)) {}
   pnum_cNumber(const comp_cComplex<double>& value) noexcept : letter_(MakeLetterOfComplex(value)) {}
-  /// A zero of that type; throws `expt_cProgramException` when it is no element type.
+  /// A zero of that type; throws `expt_cProgramException` when it is not an element type.
   pnum_cNumber(dtyp_cDataType type);
   pnum_cNumber(dtyp_eDataType type) : pnum_cNumber(dtyp_cDataType(type)) {}
-  /// `value` in that type. An integer is `value` truncated toward zero, of which it keeps the low bits; it is
-  /// 0 when `value` exceeds 64 bits or is not a number. Throws `expt_cProgramException` when `type` is no
-  /// element type.
+  /// `value` converted to `type`. An integer type keeps the low bits of `value` truncated toward zero; the
+  /// number is 0 when `value` exceeds 64 bits or is NaN. Throws `expt_cProgramException` when `type` is not
+  /// an element type.
   pnum_cNumber(double value, dtyp_cDataType type);
 
   /// A number of the same type and value.
@@ -95,11 +95,11 @@ class DATASTORAGE_EXPORT pnum_cNumber : public tgio_cTaggedStreamObject {
 
   /// The type of the value.
   dtyp_cDataType DataType() const noexcept { return letter_->DataType(); }
-  /// Bytes of the value.
+  /// The size of the value in bytes.
   int SizeOf() const noexcept { return DataType().SizeOf(); }
   /// Whether the type is an integer or a float.
   type_cBoolean IsReal() const noexcept { return DataType().IsReal(); }
-  /// Whether the type is a complex one, whatever the imaginary part is.
+  /// Whether the type is complex, even if the imaginary part is zero.
   type_cBoolean IsComplex() const noexcept { return DataType().IsComplex(); }
   /// The address of the value in the C++ type of `DataType()`; valid until the number is changed.
   const void* Data() const noexcept { return letter_->Data(); }
@@ -113,11 +113,11 @@ class DATASTORAGE_EXPORT pnum_cNumber : public tgio_cTaggedStreamObject {
   double Value() const noexcept {
     return DataType() == dtyp_Float64 ? *static_cast<const double*>(Data()) : ValueAsDouble();
   }
-  /// `Value()` truncated toward zero; throws `expt_cUserException` when it lies outside the range of `int`
-  /// before that (2147483647.5 does) or is not a number.
+  /// `Value()` truncated toward zero; throws `expt_cUserException` when `Value()` is NaN or outside the range
+  /// of `int`, as 2147483647.5 is.
   int Count() const;
-  /// Changes the type. When `type` is no element type, throws `expt_cProgramException` and leaves the number
-  /// unchanged.
+  /// Converts the value to `type`. Throws `expt_cProgramException` and leaves the number unchanged when
+  /// `type` is not an element type.
   void Convert(dtyp_cDataType type, conv_eComplexConversion conversion = conv_Real);
 
   /// The value as text; `width` and `precision` as for `str_cString`, applied to each part of a complex
@@ -128,7 +128,7 @@ class DATASTORAGE_EXPORT pnum_cNumber : public tgio_cTaggedStreamObject {
   static const dtyp_cDataType tValueNumber;    ///< the preferred type of measured values
   static const dtyp_cDataType tCountNumber;    ///< the preferred type of counts
 
-  /// Writes the value as the stream writes numbers, bytes as numbers too.
+  /// Writes the value as a number, also that of a one-byte type.
   friend std::ostream& operator<<(std::ostream& out, const pnum_cNumber& number) {
     return number.letter_->Output(out);
   }
@@ -138,7 +138,7 @@ class DATASTORAGE_EXPORT pnum_cNumber : public tgio_cTaggedStreamObject {
 
   double ValueAsDouble() const noexcept;
 
-  /// Makes a letter in place of the present one, which needs no destruction as it owns nothing.
+  /// Constructs a letter over the present one, which owns nothing and so needs no destruction.
   template <class T>
   pnum_cLetter* MakeLetter(const T& value) noexcept {
     using Letter = pnum_cTypedNumber<T>;
@@ -155,5 +155,5 @@ class DATASTORAGE_EXPORT pnum_cNumber : public tgio_cTaggedStreamObject {
   }
 
   alignas(LargestLetter) std::byte place_[sizeof(LargestLetter)];
-  pnum_cLetter* letter_;  // lies in place_
+  pnum_cLetter* letter_;  // points into place_
 };
