@@ -5,7 +5,7 @@
 
 namespace {
 
-/// A whole number as int; beyond its range the nearest end, and `missing` for not-a-number.
+/// A whole number as int: the nearest limit outside its range, `missing` for NaN.
 int WholeToInt(double value, int missing) {
   if (std::isnan(value)) return missing;
   if (value <= std::numeric_limits<int>::min()) return std::numeric_limits<int>::min();

@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// Calibrations: from the indices of elements to positions and back.
+/// Calibrations: the mapping between element indices and positions.
 
 #include <DataStorage/interfaces/detail/indices.h>
 #include <DataStorage/interfaces/export.h>
@@ -19,55 +19,55 @@ struct AxisAtoms;
 ///
 /// Any delta is accepted, zero and negative ones included. Offset and delta are in the units of the axis.
 ///
-/// A plain value: separate objects may be used from separate threads.
+/// Distinct objects may be used from different threads; one object, or copies that share elements, from one
+/// thread at a time.
 class DATASTORAGE_EXPORT cal_cArrayCal {
  public:
   /// The fraction of a delta by which the cell of an index begins early, so that a position with a small
-  /// rounding error still finds its index.
+  /// rounding error still gets its index.
   static constexpr double RoundFactor = 1e-6;
 
-  /// Without arguments positions are indices.
+  /// By default positions equal indices.
   constexpr cal_cArrayCal(double offset = 0.0, double delta = 1.0, int calIndex = 0) noexcept
       : offset_(offset), delta_(delta), calIndex_(calIndex) {}
 
-  /// One of the three values.
+  /// The offset, the delta or the reference index.
   constexpr double Offset() const noexcept { return offset_; }
   constexpr double Delta() const noexcept { return delta_; }
   constexpr int CalIndex() const noexcept { return calIndex_; }
 
-  /// Changes one of them; the others stay.
+  /// Sets the offset, the delta or the reference index.
   constexpr void SetOffset(double offset) noexcept { offset_ = offset; }
   constexpr void SetDelta(double delta) noexcept { delta_ = delta; }
   constexpr void SetCalIndex(int calIndex) noexcept { calIndex_ = calIndex; }
 
-  /// The position of an index. The distance from the reference index is taken in 32 bits and wraps there.
+  /// The position of an index. The difference from the reference index is computed in 32 bits and wraps.
   constexpr double Position(int index) const noexcept {
     const unsigned steps = static_cast<unsigned>(index) - static_cast<unsigned>(calIndex_);
     return static_cast<double>(static_cast<int>(steps)) * delta_ + offset_;
   }
-  /// How far apart indices are that differ by `count`.
+  /// The distance between indices that differ by `count`.
   constexpr double Distance(int count) const noexcept { return static_cast<double>(count) * delta_; }
-  /// The index in whose cell a position lies: the cell of index k begins `RoundFactor` of a delta before
-  /// Position(k) and ends where the next one begins. With start = offset - RoundFactor delta that is
+  /// The index whose cell contains a position. The cell of index k begins `RoundFactor` of a delta before
+  /// Position(k) and ends where the next one begins. With start = offset - RoundFactor delta the index is
   ///
   ///     calIndex + floor((position - start) / delta)      where position >= start
   ///     calIndex - floor((start - position) / delta) - 1  below
   ///
   /// so that a position exactly m deltas below start has the index calIndex - m - 1. With a negative delta
-  /// the cells run downwards. Results beyond the range of int become its nearest end; where there is no
-  /// result (not-a-number, or 0 / 0 with a delta of zero) it is INT_MIN, which no array has.
+  /// the cells run downwards. Results outside the range of int become its nearest limit; without a result
+  /// (NaN, or 0 / 0 with a delta of zero) the index is INT_MIN, which no array has.
   int Index(double position) const noexcept;
-  /// The number of indices that cover a distance: distance / delta truncated toward zero, and one more where
-  /// that is not a whole number. A positive quotient is so rounded up; -2.5 gives -1. Limited like Index, and
-  /// 0 where there is no result.
+  /// The number of indices that cover a distance: distance / delta truncated toward zero, plus 1 unless it is
+  /// whole. So 2.5 gives 3 and -2.5 gives -1. Limited like Index; 0 without a result.
   int NumIndices(double distance) const noexcept;
 
-  /// The calibration of the elements from index `start` on, when these become an array of their own: the same
-  /// elements keep the same positions. The reference element is kept on demand, which is meant for one that
-  /// is among these elements; otherwise the new first element becomes it.
+  /// The calibration of an array that consists of the elements from index `start` on, which keep their
+  /// positions. With `keepReference`, meant for a reference element among them, the reference element stays
+  /// the same; otherwise it is the new first element.
   cal_cArrayCal Rebased(int start, bool keepReference) const noexcept;
 
-  /// Exact, without tolerance.
+  /// Exact comparison, without tolerance.
   int operator==(const cal_cArrayCal& other) const noexcept;
   int operator!=(const cal_cArrayCal& other) const noexcept { return !(*this == other); }
 
@@ -81,14 +81,14 @@ class DATASTORAGE_EXPORT cal_cArrayCal {
 
 namespace detail {
 
-/// What the values of an axis are in tagged streams. The tags and names are persistent.
+/// The atoms of an axis in tagged streams. The tags and names are persistent.
 struct AxisAtoms {
   /// Offset, delta and reference index of the axis X.
   static auto OfX(auto& x) {
     return std::tuple(Atom(0x0100, "OffsetX", x.offset_), Atom(0x0120, "DeltaX", x.delta_),
                       Atom(0x0140, "CalIndexX", x.calIndex_));
   }
-  /// The same of the axis Y.
+  /// The same for the axis Y.
   static auto OfY(auto& y) {
     return std::tuple(Atom(0x0110, "OffsetY", y.offset_), Atom(0x0130, "DeltaY", y.delta_),
                       Atom(0x0150, "CalIndexY", y.calIndex_));
@@ -98,7 +98,7 @@ struct AxisAtoms {
 /// The axis X of a persistent calibration.
 class DATASTORAGE_EXPORT CalibratedX {
  public:
-  /// What the operation of cal_cArrayCal without the X does.
+  /// Like the member of cal_cArrayCal without the X.
   double OffsetX() const noexcept { return x_.Offset(); }
   double DeltaX() const noexcept { return x_.Delta(); }
   int CalIndexX() const noexcept { return x_.CalIndex(); }
@@ -123,7 +123,7 @@ class DATASTORAGE_EXPORT CalibratedX {
 /// The axes of a persistent calibration that also has an axis Y.
 class DATASTORAGE_EXPORT CalibratedXY : public CalibratedX {
  public:
-  /// What the operation of cal_cArrayCal without the Y does.
+  /// Like the member of cal_cArrayCal without the Y.
   double OffsetY() const noexcept { return y_.Offset(); }
   double DeltaY() const noexcept { return y_.Delta(); }
   int CalIndexY() const noexcept { return y_.CalIndex(); }
@@ -147,15 +147,15 @@ class DATASTORAGE_EXPORT CalibratedXY : public CalibratedX {
 
 }  // namespace detail
 
-/// The persistent calibration of one axis, called X. An atom that a tagged stream does not hold is read as
-/// that of `Default`.
+/// The persistent calibration of one axis, called X. Atoms missing in a tagged stream are read as those of
+/// `Default`.
 class DATASTORAGE_EXPORT cal_c1DArrayCal : public detail::Persistent<cal_c1DArrayCal>,
                                            public detail::CalibratedX {
  public:
   static const tgio_cObjectType _ObjectType;  ///< obty_1DCalType
-  /// Stands for "no calibration given" where callers need such a value; recognised by its identity.
+  /// Means "no calibration given"; recognised by its address.
   static const cal_c1DArrayCal Null;
-  /// What the library fills in where no calibration is given.
+  /// Used by the library where no calibration is given.
   static const cal_c1DArrayCal Default;
 
   /// From the three values, or from a plain axis.
@@ -168,7 +168,7 @@ class DATASTORAGE_EXPORT cal_c1DArrayCal : public detail::Persistent<cal_c1DArra
     return cal_c1DArrayCal(x_.Rebased(startX, keepReference));
   }
 
-  /// Exact, without tolerance.
+  /// Exact comparison, without tolerance.
   int operator==(const cal_c1DArrayCal& other) const noexcept { return x_ == other.x_; }
   int operator!=(const cal_c1DArrayCal& other) const noexcept { return x_ != other.x_; }
   /// Whether this is the object `Null` itself.
@@ -195,9 +195,9 @@ class DATASTORAGE_EXPORT cal_c2DArrayCal : public detail::Persistent<cal_c2DArra
                                            public detail::CalibratedXY {
  public:
   static const tgio_cObjectType _ObjectType;  ///< obty_2DCalType
-  /// As for cal_c1DArrayCal.
+  /// Like that of cal_c1DArrayCal.
   static const cal_c2DArrayCal Null;
-  /// As for cal_c1DArrayCal.
+  /// Like that of cal_c1DArrayCal.
   static const cal_c2DArrayCal Default;
 
   /// From the three values of each axis, or from two plain axes.
@@ -206,16 +206,16 @@ class DATASTORAGE_EXPORT cal_c2DArrayCal : public detail::Persistent<cal_c2DArra
       : CalibratedXY({offsetX, deltaX, calIndexX}, {offsetY, deltaY, calIndexY}) {}
   constexpr cal_c2DArrayCal(const cal_cArrayCal& x, const cal_cArrayCal& y) noexcept : CalibratedXY(x, y) {}
 
-  /// One axis as a calibration of its own.
+  /// The calibration of one axis.
   cal_c1DArrayCal CalX() const noexcept { return cal_c1DArrayCal(x_); }
   cal_c1DArrayCal CalY() const noexcept { return cal_c1DArrayCal(y_); }
-  /// See cal_cArrayCal::Rebased. Both axes go together: the reference is kept when the reference *point* is
+  /// See cal_cArrayCal::Rebased. For both axes together: keep the reference when the reference *point* is
   /// among the elements.
   cal_c2DArrayCal Rebased(int startX, int startY, bool keepReference) const noexcept {
     return {x_.Rebased(startX, keepReference), y_.Rebased(startY, keepReference)};
   }
 
-  /// Exact, without tolerance.
+  /// Exact comparison, without tolerance.
   int operator==(const cal_c2DArrayCal& other) const noexcept { return x_ == other.x_ && y_ == other.y_; }
   int operator!=(const cal_c2DArrayCal& other) const noexcept { return !(*this == other); }
   /// Whether this is the object `Null` itself.
