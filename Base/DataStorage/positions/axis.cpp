@@ -4,7 +4,7 @@ namespace detail {
 
 IndexSpan SelectIndices(double low, double high, const cal_cArrayCal& cal,
                         rnge_eIndexSelect select) noexcept {
-  // Rounding errors of the ends must not reach a cell that they were not meant to reach.
+  // Keeps rounding errors of the ends from selecting a neighbouring cell.
   const double rounding = 2.0 * cal_cArrayCal::RoundFactor * cal.Delta();
 
   IndexSpan span{cal.Index(low), AddIndices(cal.Index(high - rounding), 1)};

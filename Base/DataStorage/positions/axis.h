@@ -11,20 +11,20 @@ enum rnge_eIndexSelect {
   rnge_IndexInner = 0,       ///< the cells that lie wholly inside
   rnge_IndexOuter = 1,       ///< every cell that the interval touches
   rnge_IndexNearest = 2,     ///< the cells whose centre lies inside
-  rnge_IndexInnerStart = 3,  ///< at the start as Inner, at the end as Outer
+  rnge_IndexInnerStart = 3,  ///< like Inner at the start, like Outer at the end
 };
 
 namespace detail {
 
-/// Indices from `start` up to, not including, `end`; `end` may lie before `start`, when nothing is selected.
+/// The indices [start, end); `end` may be less than `start` when nothing is selected.
 struct IndexSpan {
   int start;  ///< the first index
-  int end;    ///< the index behind the last
+  int end;    ///< one past the last index
 
   /// Between two indices in any order.
   static constexpr IndexSpan Between(int a, int b) noexcept { return {b < a ? b : a, b < a ? a : b}; }
 
-  /// How many there are; limited to the range of int, and negative when the end lies before the start.
+  /// The number of indices, limited to the range of int; negative when the end is less than the start.
   constexpr int Count() const noexcept { return SubtractIndices(end, start); }
   constexpr bool bContains(int index) const noexcept { return start <= index && index < end; }
   bool operator==(const IndexSpan&) const = default;

@@ -5,8 +5,8 @@
 
 namespace {
 
-/// Moves the ends to opposite corners of the box: those that the line from (x1, y1) to (x2, y2) enters by and
-/// leaves by.
+/// Moves the ends to the corners of the box where a line that runs to the right (or left) and up (or down)
+/// enters and leaves it.
 void MoveEnds(pos_c2DPosition& p1, pos_c2DPosition& p2, const rnge_c2DRange& box, bool right, bool up) {
   const double left = box.Left(), rightmost = box.Right(), bottom = box.Bottom(), top = box.Top();
   p1.SetPosition(right ? left : rightmost, up ? bottom : top);

@@ -28,7 +28,7 @@ void pos_c1DPosition::SetX(double x) {
   if (x == x_) return;
   pos_s1DPositionChange change(*this, x);
   detail::Announce(*this, messages, change, [&] {
-    if (!change.Modified) change.NewPosition.x_ = x;  // a receiver may rewrite it without saying so
+    if (!change.Modified) change.NewPosition.x_ = x;  // drops changes without Modified
     Take(change.NewPosition);
   });
 }

@@ -25,13 +25,13 @@ pos_c2DPosition& pos_c2DPosition::operator=(const pos_c2DPosition& other) {
 void pos_c2DPosition::SetPosition(double x, double y) {
   const bool same = x == x_ && y == y_;
   if (!bHasReceivers() && (same || detail::bExactly(*this)))
-    return Take(x, y);  // same: but for a zero's sign
+    return Take(x, y);  // a zero may get another sign
   if (same) return;
   pos_s2DPositionChange change(*this, {x, y});
   detail::Announce(*this, messages, change, [&] {
     if (change.Modified) return Take(change.NewPosition);
     Take(x, y);
-    change.NewPosition.Take(x, y);  // a receiver may have rewritten it without saying so
+    change.NewPosition.Take(x, y);  // drops changes without Modified
   });
 }
 

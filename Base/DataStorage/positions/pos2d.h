@@ -1,7 +1,7 @@
 #pragma once
 
 /// @file
-/// Positions in a plane, and what lies between two of them.
+/// Positions in a plane, their distance and direction.
 
 #include <DataStorage/interfaces/constants.h>
 #include <DataStorage/interfaces/mesg.h>
@@ -10,11 +10,11 @@
 
 struct pos_s2DPositionChange;
 
-/// A position in a plane, in physical units, that tells its receivers of every change, as pos_c1DPosition
+/// A position in a plane, in physical units, that notifies its receivers of every change, as pos_c1DPosition
 /// does (`pos_2DPositionChanging`, `pos_2DPositionChanged`).
 class DATASTORAGE_EXPORT pos_c2DPosition : public detail::Persistent<pos_c2DPosition>, public mesg_cSender {
  public:
-  /// The coordinates as they are read from a tagged stream; 0 where the stream does not hold them.
+  /// The coordinates as read from a tagged stream; 0 where the stream does not hold them.
   struct DATASTORAGE_EXPORT sPositionData : public detail::Record<sPositionData> {
     double X = 0;  ///< in the units of the axis
     double Y = 0;  ///< in the units of the axis
@@ -26,23 +26,23 @@ class DATASTORAGE_EXPORT pos_c2DPosition : public detail::Persistent<pos_c2DPosi
   };
 
   static const tgio_cObjectType _ObjectType;  ///< obty_2DPositionType
-  /// Stands for "no position given"; recognised by its identity.
+  /// Means "no position given"; recognised by its address.
   static const pos_c2DPosition Null;
 
   /// In the units of the axes.
   constexpr pos_c2DPosition(double x = 0, double y = 0) noexcept : x_(x), y_(y) {}
-  /// At the same place, without the receivers.
+  /// Copies the coordinates, without receivers.
   pos_c2DPosition(const pos_c2DPosition& other) noexcept : pos_c2DPosition(other.x_, other.y_) {}
-  /// A change like any other, with messages and limits.
+  /// Sets the coordinates, with messages and limits like any other change.
   pos_c2DPosition& operator=(const pos_c2DPosition& other);
 
   /// A coordinate.
   double X() const noexcept { return x_; }
   double Y() const noexcept { return y_; }
-  /// Changes both coordinates at once; does nothing when they have these values already, except that zeros
-  /// take the signs of the given ones where there are no receivers.
+  /// Sets both coordinates at once; does nothing when they already have these values, except that zeros
+  /// without receivers get the signs of `x` and `y`.
   virtual void SetPosition(double x, double y);
-  /// Adds to the coordinates, by one call of SetPosition.
+  /// Adds to the coordinates with one call of SetPosition.
   virtual void Move(double dx, double dy);
 
   /// Coordinate by coordinate.
@@ -53,14 +53,14 @@ class DATASTORAGE_EXPORT pos_c2DPosition : public detail::Persistent<pos_c2DPosi
   pos_c2DPosition operator-(const pos_c2DPosition& other) const noexcept {
     return {x_ - other.x_, y_ - other.y_};
   }
-  /// Exact, without tolerance.
+  /// Exact comparison, without tolerance.
   int operator==(const pos_c2DPosition& other) const noexcept { return x_ == other.x_ && y_ == other.y_; }
   int operator!=(const pos_c2DPosition& other) const noexcept { return !(*this == other); }
   /// Whether this is the object `Null` itself.
   type_cBoolean IsNull() const noexcept { return this == &Null; }
 
  protected:
-  /// Takes the coordinates over without messages and limits: for derived classes where nobody listens.
+  /// Sets the coordinates without messages and limits, for derived classes without receivers.
   void Take(double x, double y) noexcept {
     x_ = x;
     y_ = y;
@@ -84,7 +84,7 @@ class DATASTORAGE_EXPORT pos_c2DPosition : public detail::Persistent<pos_c2DPosi
 
   double x_;
   double y_;
-  bool* boxed_ = nullptr;  // of the list that owns it: false once a position has changed, heard of or not
+  bool* boxed_ = nullptr;  // flag of the list that owns it, cleared by every change, also without messages
 };
 
 extern template class detail::Persistent<pos_c2DPosition>;
@@ -96,11 +96,11 @@ DATASTORAGE_EXPORT double pos_Distance(const pos_c2DPosition& a, const pos_c2DPo
 /// the positions coincide.
 DATASTORAGE_EXPORT double pos_Angle(const pos_c2DPosition& a, const pos_c2DPosition& b) noexcept;
 
-/// What a 2D position sends with its messages.
+/// The payload of the messages of a 2D position.
 struct DATASTORAGE_EXPORT pos_s2DPositionChange : public mesg_sMessageData {
-  pos_c2DPosition OldPosition;  ///< the one that changes
-  pos_c2DPosition NewPosition;  ///< the proposal, which receivers may rewrite
-  bool Modified = false;        ///< set by a receiver that has rewritten the proposal
+  pos_c2DPosition OldPosition;  ///< as it was before the change
+  pos_c2DPosition NewPosition;  ///< the proposal, which receivers may change
+  bool Modified = false;        ///< set by a receiver that changed the proposal
 
   pos_s2DPositionChange(const pos_s2DPositionChange&) = default;
   pos_s2DPositionChange& operator=(const pos_s2DPositionChange&) = default;

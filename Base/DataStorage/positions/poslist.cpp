@@ -39,7 +39,7 @@ void pos_c2DPositionList::Append(std::unique_ptr<pos_c2DPosition> position) {
   list_cPtrList::InsertAtTail(position.get());
   pos_c2DPosition& added = *position.release();
   added.boxed_ = &boxed_;
-  // The box grows from head to tail, so a position at the tail is the next step of the same computation.
+  // The box is computed from head to tail, so a position at the tail is the next step.
   if (boxed_) box_ = {box_.x.Hull({added.X(), 0}), box_.y.Hull({added.Y(), 0})};
 }
 
@@ -177,7 +177,7 @@ void pos_c2DPositionList::Offer(pos_s2DPositionChange& move, std::optional<int> 
 
 void pos_c2DPositionList::Follow(const pos_s2DPositionChange& move, std::optional<int> place) {
   const auto quiet = center_.Quiet();
-  std::unique_ptr<pos_sPosListChange> change;  // made only when somebody is to be told
+  std::unique_ptr<pos_sPosListChange> change;  // made only when messages are sent
   if (!bUnheard()) {
     change.reset(new pos_sPosListChange(*this));
     if (place) change->OldList.Replace(*place, move.OldPosition);

@@ -9,18 +9,18 @@
 
 struct pos_sPosListChange;
 
-/// An ordered list of 2D positions that moves as one figure and tells its receivers of every change. It owns
-/// its positions, and a centre that it keeps in the middle of their bounding box: moving the centre moves all
-/// of them, moving one of them moves the centre.
+/// An ordered list of 2D positions that moves as one figure and notifies its receivers of every change. It
+/// owns its positions, and a centre that it keeps in the middle of their bounding box: moving the centre
+/// moves all of them, moving one of them moves the centre.
 ///
 /// A change of the whole list is offered (`pos_2DPositionListChanging`) and announced
-/// (`pos_2DPositionListChanged`) as that of a range is. The move of a single position or of the centre is
-/// offered too, but can only be accepted or, by setting Modified, refused.
+/// (`pos_2DPositionListChanged`) like that of a range. The move of a single position or of the centre is
+/// offered too, but receivers can only accept it or, by setting Modified, reject it.
 ///
-/// Receivers may change the list and its positions while they are being told; a loop over positions that are
-/// replaced meanwhile ends there. They must not destroy the list. When a receiver throws, the exception
-/// reaches the caller; the positions keep the values that they have by then, and the centre goes back to
-/// their middle.
+/// Receivers may change the list and its positions while they handle a message; a loop over positions that
+/// are replaced meanwhile ends there. Requires that receivers do not destroy the list. When a receiver
+/// throws, the exception reaches the caller; the positions keep their values of that moment, and the centre
+/// returns to their middle.
 ///
 /// Adding at the tail takes constant time unless a position has moved since the last one was added. Adding at
 /// the head and moving a position take linear time.
@@ -33,28 +33,29 @@ class DATASTORAGE_EXPORT pos_c2DPositionList : public list_cPtrList<pos_c2DPosit
 
   /// Empty, with the centre at (0, 0).
   pos_c2DPositionList() = default;
-  /// With copies of the positions and of the centre, without their receivers.
+  /// Copies the positions and the centre, without their receivers.
   pos_c2DPositionList(const pos_c2DPositionList& other);
   ~pos_c2DPositionList() override;
-  /// Replaces the positions by copies, which have no receivers; negotiated as SetPositions is.
+  /// Replaces the positions by copies, which have no receivers; negotiated like SetPositions.
   pos_c2DPositionList& operator=(const pos_c2DPositionList& source);
 
-  /// Takes over a position on the heap, which must not be in a list yet, and brings the centre to the new
-  /// middle. No list messages are sent. A null pointer is a program error.
+  /// Adds a position, which the list then owns, and moves the centre to the new middle. Sends no list
+  /// messages. Throws expt_cProgramException for a null pointer. Requires a position made with `new` that is
+  /// in no list yet.
   void AddAtTail(pos_c2DPosition* position);
-  /// The same at the other end.
+  /// The same at the head.
   void AddAtHead(pos_c2DPosition* position);
-  /// Deletes all positions. No messages are sent, and the centre stays where it is.
+  /// Deletes all positions. Sends no messages and does not move the centre.
   void Clear() noexcept override;
 
-  /// Takes linear time.
+  /// The number of positions; takes linear time.
   int NumberPositions() const noexcept;
-  /// The centre, which belongs to the list; moving it moves the list.
+  /// The centre, which the list owns; moving it moves the list.
   pos_c2DPosition& Center() { return center_.GiveOut(*this); }
 
-  /// Moves the positions onto those of the source, in order and as far as both lists reach; they keep their
+  /// Moves each position to that of the same index in `source`, if there is one; the positions keep their
   /// receivers. Throws expt_cUserException when the limits of the list and of its centre do not agree within
-  /// 10 attempts; the positions are unchanged then, the centre is where the last attempt left it.
+  /// 10 attempts; the positions are then unchanged, the centre is where the last attempt left it.
   void SetPositions(const pos_c2DPositionList& source);
 
   /// Whether the positions are the same, exactly and in the same order. The centres are not compared.
@@ -67,12 +68,12 @@ class DATASTORAGE_EXPORT pos_c2DPositionList : public list_cPtrList<pos_c2DPosit
   const tgio_cObjectType& ObjectType() const override { return _ObjectType; }
   using tgio_cTaggedStreamObject::Read;  // the ASCII form, which holds no positions
   using tgio_cTaggedStreamObject::Write;
-  /// Replaces the positions, without list messages. When false is returned, the list holds those that could
-  /// be read.
+  /// Replaces the positions, without list messages. On failure returns false, and the list holds the
+  /// positions read so far.
   type_cBoolean Read(tgio_cBinary_istream& in) override;
   type_cBoolean Write(tgio_cBinary_ostream& out) const override;
 
-  /// Follows the positions and the centre.
+  /// Follows moves of the positions and of the centre.
   void ReceiveMessage(unsigned long id, mesg_cSender& sender, mesg_sMessageData* data) override;
 
  private:
@@ -82,31 +83,30 @@ class DATASTORAGE_EXPORT pos_c2DPositionList : public list_cPtrList<pos_c2DPosit
     detail::CenteredInterval x, y;
   };
 
-  // Through the base, too, positions become the list's own.
+  // The list also owns positions that are added through the base.
   void InsertAtHead(pos_c2DPosition* position) override { AddAtHead(position); }
   void InsertAtTail(pos_c2DPosition* position) override { AddAtTail(position); }
-  /// Attaches the list to the position and puts it at the tail; the centre stays.
+  /// Attaches the list to the position and adds that at the tail; does not move the centre.
   void Append(std::unique_ptr<pos_c2DPosition> position);
   void AppendCopies(const pos_c2DPositionList& other);
 
   pos_c2DPosition CenterPos() const noexcept;
-  /// Moves the positions until the centre is there.
+  /// Moves the positions, and the centre with them to `center`.
   void MoveTo(const pos_c2DPosition& center);
-  /// To the middle of the positions; stays where it is when there are none.
+  /// Moves the centre to the middle of the positions, if there are any.
   void Recenter();
 
-  /// Whether nobody would hear a message of the list.
+  /// Whether messages of the list need not be sent.
   bool bUnheard() const noexcept;
-  /// Nothing for a position that is not in the list.
+  /// The index of a position; none when it is not in the list.
   std::optional<int> PlaceOf(const mesg_cSender& position) const noexcept;
-  // These change positions, and the centre stays where it is; to the middle it goes when a receiver throws in
-  // ForEach.
+  // These change positions without moving the centre; ForEach moves it to the middle when a receiver throws.
   void Replace(int place, const pos_c2DPosition& position);
   template <class Function>
   void ForEach(Function function);
   void MoveAll(const pos_c2DPosition& by);
 
-  // The move of the position at a place, or without one of the centre.
+  // Handle the move of the position at index `place`, or of the centre when there is none.
   void Offer(pos_s2DPositionChange& move, std::optional<int> place);
   void Follow(const pos_s2DPositionChange& move, std::optional<int> place);
   template <class Adopt>
@@ -115,14 +115,14 @@ class DATASTORAGE_EXPORT pos_c2DPositionList : public list_cPtrList<pos_c2DPosit
   detail::OwnedCenter<pos_c2DPosition> center_;  // quiet also while the list moves its positions
   unsigned generation_ = 0;                      // changes when the positions are deleted
   mutable BoundingBox box_{};
-  mutable bool boxed_ = false;  // the box is that of all positions; each of them clears it when it changes
+  mutable bool boxed_ = false;  // whether box_ is up to date; each position clears it when it changes
 };
 
-/// What a list of positions sends with its messages.
+/// The payload of the messages of a list of positions.
 struct DATASTORAGE_EXPORT pos_sPosListChange : public mesg_sMessageData {
-  pos_c2DPositionList OldList;  ///< the one that changes
-  pos_c2DPositionList NewList;  ///< the proposal, which receivers may rewrite
-  bool Modified = false;        ///< to be set by a receiver to whether it has rewritten the proposal
+  pos_c2DPositionList OldList;  ///< as it was before the change
+  pos_c2DPositionList NewList;  ///< the proposal, which receivers may change
+  bool Modified = false;        ///< receivers set it to whether they changed the proposal
 
   pos_sPosListChange(const pos_sPosListChange&) = default;
   pos_sPosListChange& operator=(const pos_sPosListChange&) = default;

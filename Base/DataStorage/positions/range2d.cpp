@@ -7,7 +7,7 @@ namespace {
 constexpr detail::SourceFile source_file{"range2d"};
 constexpr detail::ChangeMessages messages{rnge_2DRangeChanging, rnge_2DRangeChanged};
 
-/// The interval between two positions in this order.
+/// The interval from one position to another; its width is negative when `to < from`.
 detail::CenteredInterval FromTo(double from, double to) { return {(from + to) * 0.5, to - from}; }
 
 }  // namespace

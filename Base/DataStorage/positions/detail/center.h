@@ -8,13 +8,13 @@ namespace detail {
 struct ChangeMessages;
 struct RangeChange;
 
-/// The centre of a range or of a list of positions: a position of its own, which callers may move, limit and
-/// listen to. The owner listens to it behind all others, from the first time on that it is given out; before,
-/// nobody else can move it.
+/// The centre of a range or of a list of positions: a position that callers may move, limit and attach
+/// receivers to. The owner is attached as its last receiver when the centre is first returned to a caller;
+/// before that, only the owner can move it.
 template <class Position>
 class OwnedCenter {
  public:
-  /// At these coordinates.
+  /// A centre at these coordinates.
   template <class... Coordinates>
   constexpr explicit OwnedCenter(Coordinates... coordinates) noexcept : position_(coordinates...) {}
   OwnedCenter(const OwnedCenter&) = delete;
@@ -22,27 +22,27 @@ class OwnedCenter {
 
   const Position& operator*() const noexcept { return position_; }
   const Position* operator->() const noexcept { return &position_; }
-  /// For callers.
+  /// Returns the centre to a caller, with `owner` attached to it.
   Position& GiveOut(mesg_cReceiver& owner) {
     if (!attached_) position_.AddReceiver(owner, mesg_LowestPriority);
     attached_ = true;
     return position_;
   }
 
-  /// Whether a message comes from the centre.
+  /// Whether `sender` is the centre.
   bool bSends(const mesg_cSender& sender) const noexcept { return &sender == &position_; }
-  /// Whether somebody beside the owner would hear of a move.
+  /// Whether the centre has receivers other than the owner.
   bool bHeard(const mesg_cReceiver& owner) const noexcept { return position_.bHasReceiversBeside(owner); }
-  /// While the owner itself moves what it listens to, it does not react.
+  /// Set while the owner itself moves positions that it is attached to: it then ignores their messages.
   bool bQuiet() const noexcept { return quiet_; }
   ScopedValue<bool> Quiet() noexcept { return {quiet_, true}; }
 
-  /// Moves the centre as a change like any other, to which the owner does not react.
+  /// Moves the centre with messages and limits like any other change; the owner ignores the messages.
   template <class Owner>
   void Move(Owner& owner, const Position& to);
-  /// Offers a change of the owner, with the centre moved along, until nobody rewrites the proposal any more,
-  /// 10 times at most; false when that was not enough. `adopt` takes over the proposal, which is that of
-  /// `change`.
+  /// Offers a change of the owner, with the centre moved along, until no receiver changes the proposal any
+  /// more, at most 10 times; returns false when that was not enough. `proposal` is that of `change`; `adopt`
+  /// applies it.
   template <class Owner, class Change, class Adopt>
   bool Negotiate(Owner& owner, const ChangeMessages& messages, Change& change, Owner& proposal, Adopt adopt);
 

@@ -9,24 +9,24 @@
 
 /// How positions, ranges and lists of positions change: every change is offered to the receivers before it
 /// happens and announced afterwards, with one payload that holds the old object, the proposal and the flag
-/// `Modified`, which a receiver sets when it has rewritten the proposal.
+/// `Modified`, which a receiver sets when it changes the proposal.
 namespace detail {
 
-/// The messages of one class.
+/// The message identifiers of one class.
 struct ChangeMessages {
   unsigned long changing;
   unsigned long changed;
 };
 
-/// Whether an object is of this class itself. One of a derived class may override SendMessage or
-/// ReceiveMessage, and then hears what without receivers reaches nobody else.
+/// Whether an object is of exactly this class. A derived class may override SendMessage or ReceiveMessage, so
+/// its messages are sent even without receivers.
 template <class Class>
 bool bExactly(const Class& object) noexcept {
   return typeid(object) == typeid(Class);
 }
 
-/// Runs a function when the scope is left by an exception. What the function throws is dropped: the first
-/// exception is the one to tell.
+/// Calls a function when an exception leaves the scope. Exceptions of the function are dropped, so that the
+/// first one reaches the caller.
 template <class Function>
 class OnException {
  public:
@@ -46,7 +46,8 @@ class OnException {
   int before_ = std::uncaught_exceptions();
 };
 
-/// One offer. `adopt` takes the proposal over; it is not called when a receiver has destroyed the sender.
+/// Offers a change once, applies the proposal with `adopt` and announces it. Stops when a receiver destroys
+/// the sender.
 template <class Change, class Adopt>
 void Announce(mesg_cSender& sender, const ChangeMessages& messages, Change& change, Adopt adopt) {
   if (!sender.SendMessage(messages.changing, &change)) return;
@@ -54,8 +55,8 @@ void Announce(mesg_cSender& sender, const ChangeMessages& messages, Change& chan
   sender.SendMessage(messages.changed, &change);
 }
 
-/// Whether two centres are the same for the negotiation of a change: coordinates that are not numbers count
-/// as equal there, as it would not end otherwise.
+/// Whether two centres are equal when a change is negotiated. NaN counts as equal to NaN, because the
+/// negotiation would not end otherwise.
 inline bool bSamePlace(double a, double b) noexcept { return a == b || (std::isnan(a) && std::isnan(b)); }
 inline bool bSamePlace(const pos_c1DPosition& a, const pos_c1DPosition& b) noexcept {
   return bSamePlace(a.X(), b.X());
@@ -67,13 +68,13 @@ inline bool bSamePlace(const pos_c2DPosition& a, const pos_c2DPosition& b) noexc
 template <class Position>
 template <class Owner>
 void OwnedCenter<Position>::Move(Owner& owner, const Position& to) {
-  if (!bExactly(owner)) GiveOut(owner);  // a derived owner may want to hear of it
+  if (!bExactly(owner)) GiveOut(owner);  // a derived owner may override ReceiveMessage
   const auto quiet = Quiet();
-  if (position_ == to && !bHeard(owner)) position_.Take(to);  // the signs of zeros
+  if (position_ == to && !bHeard(owner)) position_.Take(to);  // copies the signs of zeros
   position_ = to;
 }
 
-/// How often a change is offered.
+/// How often a change is offered at most.
 inline constexpr int MaxOffers = 10;
 
 template <class Position>
@@ -90,7 +91,7 @@ bool OwnedCenter<Position>::Negotiate(Owner& owner, const ChangeMessages& messag
       if (!bSamePlace(position_, wanted)) proposal.MoveTo(position_);
       owner.SendMessage(messages.changing, &change);
     }
-    if (change.Modified) continue;  // receivers keep it themselves: it is not reset between offers
+    if (change.Modified) continue;  // receivers set and clear it; it is not cleared between offers
     adopt();
     owner.SendMessage(messages.changed, &change);
     return true;
@@ -98,14 +99,14 @@ bool OwnedCenter<Position>::Negotiate(Owner& owner, const ChangeMessages& messag
   return false;
 }
 
-/// What ranges of one and of two dimensions have in common. Their values stand in `values_`.
+/// The common part of 1D and 2D ranges, whose values are in `values_`.
 struct RangeChange {
-  /// Sets the values; false when the limits of the range and of its centre do not agree.
+  /// Sets the values; returns false when the limits of the range and of its centre are incompatible.
   template <class Change, class Range, class Values>
   static bool Set(Range& range, const Values& values, const ChangeMessages& messages) {
     if (values == range.values_) {
       if (range.bHasReceivers() || range.center_.bHeard(range)) return true;
-      range.values_ = values;  // the same but for the signs of zeros
+      range.values_ = values;  // equal but for the signs of zeros
       const Range wanted = Range::Proposal(values);
       if (*wanted.center_ == *range.center_) range.center_.Move(range, *wanted.center_);
       return true;
@@ -115,7 +116,7 @@ struct RangeChange {
                                    [&] { range.values_ = change.NewRange.values_; });
   }
 
-  /// Follows a move of the centre that is offered or has been made.
+  /// Moves the range with its centre, whose move is offered or, if `made`, has been made.
   template <class Change, class Range, class Move>
   static void Follow(Range& range, Move& move, bool made, const ChangeMessages& messages) {
     const auto values = range.ValuesMoved(move.NewPosition - move.OldPosition);

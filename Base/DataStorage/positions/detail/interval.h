@@ -1,8 +1,7 @@
 #pragma once
 
 /// @file
-/// Intervals in plain numbers: what positions and ranges do along one axis, the 1D classes once, the 2D ones
-/// twice.
+/// Intervals along one axis, as the 1D positions and ranges use them once and the 2D ones twice.
 
 #include <cmath>
 #include <optional>
@@ -11,13 +10,13 @@
 
 namespace detail {
 
-/// By how much positions may lie outside of an interval of this size and still count as inside.
+/// How far positions may lie outside an interval of this size and still count as inside.
 constexpr double Tolerance(double size) noexcept { return size * 0.001 * cal_cArrayCal::RoundFactor; }
 
-/// False when one of the numbers is not a number.
+/// False when `a` or `b` is NaN.
 inline bool bNear(double a, double b, double tolerance) noexcept { return std::abs(a - b) <= tolerance; }
 
-/// An interval given by its ends, in most uses `start <= end`.
+/// An interval given by its ends, usually with `start <= end`.
 struct Interval {
   double start;
   double end;
@@ -27,22 +26,21 @@ struct Interval {
 
   constexpr double Size() const noexcept { return end - start; }
   constexpr double Middle() const noexcept { return (start + end) * 0.5; }
-  /// Exact, without tolerance.
+  /// Exact comparison, without tolerance.
   bool operator==(const Interval&) const = default;
   /// With tolerance at both ends.
   constexpr bool bContains(double x) const noexcept {
     const double tolerance = Tolerance(Size());
     return x + tolerance >= start && x - tolerance <= end;
   }
-  /// With the tolerance of this interval.
+  /// Comparison with the tolerance of this interval.
   bool bEquals(const Interval& other) const noexcept {
     const double tolerance = Tolerance(Size());
     return bNear(start, other.start, tolerance) && bNear(end, other.end, tolerance);
   }
 };
 
-/// What both intervals hold, which may be a single position; nothing also where one of the ends is not a
-/// number.
+/// The intersection, which may be a single position; none also when an end is NaN.
 constexpr std::optional<Interval> Overlap(const Interval& a, const Interval& b) noexcept {
   const Interval both{b.start > a.start ? b.start : a.start, b.end < a.end ? b.end : a.end};
   const bool inA = both.start >= a.start && both.end <= a.end,
@@ -60,7 +58,7 @@ struct CenteredInterval {
     return {(a + b) * 0.5, b < a ? a - b : b - a};
   }
 
-  /// Exact, without tolerance.
+  /// Exact comparison, without tolerance.
   bool operator==(const CenteredInterval&) const = default;
   constexpr double Start() const noexcept { return center - 0.5 * width; }
   constexpr double End() const noexcept { return center + 0.5 * width; }
@@ -70,25 +68,27 @@ struct CenteredInterval {
     const double tolerance = Tolerance(width);
     return Start() <= x + tolerance && End() >= x - tolerance;
   }
-  /// With the tolerance of this interval.
+  /// Comparison with the tolerance of this interval.
   bool bEquals(const CenteredInterval& other) const noexcept {
     const double tolerance = Tolerance(width);
     return bNear(center, other.center, tolerance) && bNear(width, other.width, tolerance);
   }
-  /// What holds both; an end that is not a number is passed over. A position is an interval of width 0.
+  /// The smallest interval that contains both; ends of `other` that are NaN are ignored. A position is an
+  /// interval of width 0.
   CenteredInterval Hull(const CenteredInterval& other) const noexcept {
     const double low = Start(), high = End(), otherLow = other.Start(), otherHigh = other.End();
     return Between(otherLow < low ? otherLow : low, otherHigh > high ? otherHigh : high);
   }
 };
 
-/// A rectangle given by its sides in a frame of its own, and the angle in radians by which that is turned.
+/// A rectangle given by its sides in a frame of its own, and the angle in radians by which that frame is
+/// rotated.
 struct Rectangle {
   CenteredInterval x;
   CenteredInterval y;
   double angle;
 
-  /// Exact, without tolerance.
+  /// Exact comparison, without tolerance.
   bool operator==(const Rectangle&) const = default;
 };
 
