@@ -11,20 +11,20 @@ namespace detail {
 
 namespace {
 
-/// Positions in files are 32 bits wide.
+/// Positions in files fit 32-bit signed integers.
 constexpr std::int64_t LargestFile = std::numeric_limits<std::int32_t>::max();
-/// Systems differ in how much one call may move; all take this much.
+/// Systems differ in how much one call may transfer; all accept this much.
 constexpr std::int64_t LargestTransfer = std::int64_t{1} << 30;
 
 constexpr std::int64_t WindowSize = 64 * 1024;
-/// What is read ahead at a place that does not continue the last one: little more than the call costs anyway.
+/// The size of a read ahead that does not continue the last one: it costs little more than the call itself.
 constexpr std::int64_t FirstWindow = 4 * 1024;
-/// A step forwards of up to this much continues the last place: a full window then holds enough of what comes
-/// next to be worth its copying.
+/// A step forwards of less than this continues the last read: a full window then holds enough of the next
+/// reads to be worth copying.
 constexpr std::int64_t NearStep = 8 * 1024;
-/// Reads from this size on gain nothing from a detour through the window.
+/// Reads from this size on gain nothing from the window and bypass it.
 constexpr std::int64_t DirectRead = 4 * 1024;
-/// Most records that are kept are no longer than this.
+/// Most kept records are no longer than this.
 constexpr std::size_t LikelyRecord = 64;
 
 }  // namespace
@@ -32,14 +32,15 @@ constexpr std::size_t LikelyRecord = 64;
 /// Pieces of a file that are kept in memory, in the order of their positions.
 class KeptPieces {
  public:
-  /// Copies `n` bytes from `position` on; false unless all of them are in the piece that was found last.
+  /// Copies `n` bytes from `position` on; returns false unless all of them are in the piece found last.
   bool Copy(unsigned char* bytes, std::int64_t n, std::int64_t position) const {
     if (!found_.bHolds(position, n)) return false;
     std::copy_n(found_.bytes + (position - found_.begin), n, bytes);
     return true;
   }
 
-  /// Takes the place of what is kept from `position` on. What follows the last piece lengthens it.
+  /// Keeps bytes in place of everything kept from `position` on. Bytes that directly follow the last piece
+  /// extend it.
   void Keep(const unsigned char* bytes, std::int64_t n, std::int64_t position) {
     DropFrom(position);
     if (position != end_) {
@@ -51,18 +52,19 @@ class KeptPieces {
     Select(pieces_.size() - 1);
   }
 
-  /// How long a record at `position` may be: as long as the last piece, 0 when it is no other record.
+  /// The likely length of a record at `position`: that of the last piece; 0 when there is none or `position`
+  /// continues it.
   std::int64_t LikelyLength(std::int64_t position) const {
     return pieces_.empty() || position == end_ ? 0 : end_ - pieces_.back().position;
   }
 
-  /// Must be called before the bytes from `begin` to `end` change in the file.
+  /// Drops the bytes [begin, end), which are about to change in the file, and everything kept after them.
   void Drop(std::int64_t begin, std::int64_t end) {
     if (begin >= end_ || end <= pieces_.front().position) return;
     if (bFind(end - 1) && found_.end > begin) DropFrom(begin);
   }
 
-  /// Finds the last piece that begins at or before `position`: mostly the one behind that found before.
+  /// Finds the last piece that begins at or before `position`: usually the one after that found before.
   bool bFind(std::int64_t position) {
     std::size_t piece = piece_ + 1;
     if (!bBeginsLast(piece, position)) {
@@ -79,7 +81,7 @@ class KeptPieces {
  private:
   struct Piece {
     std::uint32_t position;  // in the file, which ends below 2^31
-    std::uint32_t bytes;     // where its bytes begin; they end where those of the next piece do
+    std::uint32_t bytes;     // where its bytes begin; they end where those of the next piece begin
   };
   struct Found {
     bool bHolds(std::int64_t position, std::int64_t n) const {
@@ -103,7 +105,7 @@ class KeptPieces {
     found_.bytes = bytes_.data() + piece.bytes;
   }
 
-  /// Cuts off what is kept from `position` on.
+  /// Drops everything kept from `position` on.
   void DropFrom(std::int64_t position) {
     if (position >= end_) return;
     found_ = {};
@@ -121,9 +123,9 @@ class KeptPieces {
 
   std::vector<Piece> pieces_;
   std::vector<unsigned char> bytes_;
-  std::int64_t end_ = -1;  // of the last piece
-  std::size_t piece_ = 0;  // that was found last
-  Found found_;            // the same, while it is as it was
+  std::int64_t end_ = -1;  // end position of the last piece
+  std::size_t piece_ = 0;  // index of the piece found last
+  Found found_;            // the same piece; empty after it changed
 };
 
 /// One open file, shared by the two sides of a stream and of its copies.
@@ -149,7 +151,8 @@ class OpenFile {
     return bReadable() && bLocks(access_) ? bstr_LockHeld : bstr_NoLock;
   }
 
-  /// Reads up to `room` bytes and at least `n`, unless the file ends or fails before; returns how many.
+  /// Reads at least `n` and at most `room` bytes, fewer at the end of the file or on an error; returns how
+  /// many.
   std::int64_t Read(unsigned char* bytes, std::int64_t n, std::int64_t room, std::int64_t position) {
     std::int64_t done = 0;
     while (done < n) {
@@ -162,7 +165,7 @@ class OpenFile {
     return done;
   }
 
-  /// False when not all of it could be written.
+  /// Returns false when not all bytes could be written.
   bool Write(const unsigned char* bytes, std::int64_t n, std::int64_t position) {
     ++writes_;
     kept_.Drop(position, position + n);
@@ -179,14 +182,14 @@ class OpenFile {
 
   std::int64_t Size() const { return bReadable() ? std::max<std::int64_t>(file_calls.size(file_), 0) : 0; }
 
-  /// Whether the file is this long. Asks the system only beyond what is known already: a file that was cut
-  /// since shows when it is read.
+  /// Whether the file is at least this long. Calls the system only beyond the length known so far; a file
+  /// truncated since then shows when it is read.
   bool bReaches(std::int64_t position) {
     if (position > reached_) reached_ = Size();
     return position <= reached_;
   }
 
-  /// Differs from one write to the next.
+  /// The number of writes so far.
   std::uint64_t Writes() const { return writes_; }
 
   KeptPieces& Kept() { return kept_; }
@@ -203,7 +206,7 @@ class FileInput final : public bstr_cBinary_istream {
  public:
   explicit FileInput(std::shared_ptr<OpenFile> file) : file_(std::move(file)), good_(file_->bReadable()) {}
   FileInput(const FileInput& other) : bstr_cBinary_istream(other) { *this = other; }
-  /// The window stays behind.
+  /// Copies file and position, but not the window.
   FileInput& operator=(const FileInput& other) {
     file_ = other.file_;
     position_ = other.position_;
@@ -236,12 +239,12 @@ class FileInput final : public bstr_cBinary_istream {
   std::int64_t Size() const override { return file_->Size(); }
   type_cBoolean bGood() const override { return good_; }
 
-  /// Whether small reads go by way of the kept pieces.
+  /// Whether small reads use the kept pieces.
   bool& Keeping() { return keeping_; }
   const OpenFile& File() const { return *file_; }
 
  private:
-  /// What is not in the piece that was found last. Not inline, so that the other reads are short.
+  /// Reads what is not in the piece found last. Not inline, to keep Read short.
   [[gnu::noinline]] bool ReadElsewhere(unsigned char* bytes, std::int64_t n) {
     if (!keeping_) return ReadHere(bytes, n);
     KeptPieces& kept = file_->Kept();
@@ -269,7 +272,7 @@ class FileInput final : public bstr_cBinary_istream {
     return CopyFromWindow(bytes, n, position) == n;
   }
 
-  /// Copies what the window holds of `n` bytes from `position` on; returns how many these are.
+  /// Copies those of `n` bytes from `position` on that the window holds; returns how many.
   std::int64_t CopyFromWindow(unsigned char* bytes, std::int64_t n, std::int64_t position) const {
     const std::int64_t offset = position - window_start_;
     if (offset < 0 || offset >= window_length_) return 0;
@@ -278,7 +281,7 @@ class FileInput final : public bstr_cBinary_istream {
     return held;
   }
 
-  /// Reads ahead far when the caller goes forwards in small steps, else a little.
+  /// Fills the window from `position` on: fully when the caller moves forwards in small steps, else a little.
   void MoveWindow(std::int64_t n, std::int64_t position) {
     if (!window_) window_ = std::make_unique_for_overwrite<unsigned char[]>(WindowSize);
     const std::int64_t step = position - (window_start_ + window_length_);
@@ -330,7 +333,7 @@ class FileOutput final : public bstr_cBinary_ostream {
   std::shared_ptr<OpenFile> file_;
   std::int64_t position_ = 0;
   bool good_;
-  std::int64_t end_ = LargestFile;  // where writing from the place that was sought last must end
+  std::int64_t end_ = LargestFile;  // where writes after the last Seek must end
   std::int64_t limited_place_ = -1;
   std::int64_t limited_end_ = LargestFile;
 };

@@ -1,7 +1,7 @@
 #include <DataStorage/interfaces/expt.h>
 
-// The destructors stand here so that each class has one home, and callers of the shared library catch it by
-// the type that was thrown.
+// The destructors are defined here so that the type information of each class exists only once: callers of
+// the shared library can then catch the exceptions by type.
 
 expt_cProgramException::expt_cProgramException(const char* file, int line)
     : expt_cProgramException(file, line, "condition violated") {}

@@ -6,7 +6,7 @@
 #include <DataStorage/interfaces/mesg.h>
 
 #if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wdangling-pointer"  // it does not see that a Delivery takes itself out again
+#pragma GCC diagnostic ignored "-Wdangling-pointer"  // GCC does not see that a Delivery unlinks itself
 #endif
 
 namespace detail {
@@ -14,8 +14,8 @@ namespace detail {
 /// How many attachments were made so far, by all senders.
 static constinit std::atomic<std::uint64_t> attachments{0};
 
-/// One receiver at one sender. It stands in the sender's list, which owns it, and in the receiver's, so that
-/// either end finds the other at once however many there are.
+/// One receiver attached to one sender. It is in the sender's list, which owns it, and in the receiver's, so
+/// that each end finds the other in constant time.
 struct Attachment {
   static void Make(mesg_cSender& sender, mesg_cReceiver& receiver, unsigned short priority,
                    Attachment* predecessor);
@@ -24,7 +24,7 @@ struct Attachment {
   mesg_cSender* sender;
   mesg_cReceiver* receiver;
   unsigned short priority;
-  /// A delivery passes over the attachments that are made after it began.
+  /// A delivery skips attachments made after it began.
   const std::uint64_t serial = attachments.fetch_add(1, std::memory_order_relaxed);
 
   Attachment* previous = nullptr;  // in the sender's list
@@ -33,8 +33,9 @@ struct Attachment {
   Attachment* next_sender = nullptr;
 };
 
-/// A delivery in progress. It says whom it is telling, and whoever takes that one out of the list says where
-/// to go on; so nothing is copied, and going on waits for no memory that was just written.
+/// A delivery in progress. It records the attachment whose receiver it is calling; removing that attachment
+/// sets where to continue. So no list is copied, and advancing does not wait for memory that was just
+/// written.
 class Delivery {
  public:
   explicit Delivery(mesg_cSender& sender) noexcept
@@ -45,7 +46,7 @@ class Delivery {
     if (sender_ != nullptr) sender_->deliveries_ = outer_;
   }
 
-  /// False when the sender has ended.
+  /// Delivers a message; returns false when the sender was destroyed.
   bool Run(unsigned long id, mesg_sMessageData* data) {
     mesg_cSender& sender = *sender_;
     const std::uint64_t end = attachments.load(std::memory_order_relaxed);
@@ -86,10 +87,10 @@ class Delivery {
     std::unique_ptr<mesg_sMessageData> data;
   };
 
-  mesg_cSender* sender_;  // null once the sender has ended
+  mesg_cSender* sender_;  // null once the sender was destroyed
   Delivery* outer_;
-  const Attachment* current_ = nullptr;          // null when it was removed while it was told
-  const Attachment* next_ = nullptr;             // what follows it then
+  const Attachment* current_ = nullptr;          // being called; null when it was removed meanwhile
+  const Attachment* next_ = nullptr;             // where to continue then
   std::unique_ptr<std::deque<Message>> queued_;  // of the outermost delivery only
 };
 

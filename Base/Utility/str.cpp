@@ -25,8 +25,8 @@ std::string Integer(bool negative, unsigned int magnitude, int width, int precis
 }
 
 std::string Real(double value, int width, int precision) {
-  if (std::isnan(value)) return RightAligned("", "nan", 0, width);  // a sign would be that of the processor
-  constexpr int ExactDigits = 767;  // no double has more significant digits than these
+  if (std::isnan(value)) return RightAligned("", "nan", 0, width);  // its sign depends on the processor
+  constexpr int ExactDigits = 767;                                  // no double has more significant digits
   std::array<char, ExactDigits + 16> buffer;
   const auto end = precision > 0 ? std::to_chars(buffer.begin(), buffer.end(), value,
                                                  std::chars_format::general, std::min(precision, ExactDigits))

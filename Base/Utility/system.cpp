@@ -1,4 +1,4 @@
-// All system calls of the library, and beside them the road in plain standard C++ for systems without them.
+// All system calls of the library, and the replacement in standard C++ for systems without them.
 
 #if __has_include(<unistd.h>) && __has_include(<sys/file.h>) && \
     __has_include(<sys/mman.h>) && !defined(DATASTORAGE_PLAIN_SYSTEM)
@@ -48,8 +48,8 @@ auto Uninterrupted(Call call) {
   return result;
 }
 
-/// The system's own answer to a write beyond the file size limit is to end the process, and with it a whole
-/// acquisition. Ignored, the signal leaves the write to fail; a handler of the caller stays.
+/// By default a write beyond the file size limit ends the process, and with it a whole acquisition. With the
+/// signal ignored the write fails instead. A handler that the program installed is kept.
 void IgnoreFileSizeSignal() {
   static const bool done = [] {
     struct sigaction action;
@@ -70,9 +70,9 @@ std::int64_t FileSize(std::intptr_t file) {
 
 void CloseFile(std::intptr_t file) { ::close(Descriptor(file)); }
 
-/// Locks of this kind belong to the open file. Those of `fcntl` would be lost as soon as the process closes
-/// any other descriptor of the file, such as that of a reader. A file that lost its name to another one
-/// before the lock was given is no file to write to.
+/// Locks with `flock`, because such locks belong to the open file. Those of `fcntl` would be lost as soon as
+/// the process closes any other descriptor of the file, such as that of a reader. A file whose path names
+/// another file by the time it is locked counts as taken.
 std::intptr_t LockFile(int file, const char* path) {
   if (Uninterrupted([&] { return ::flock(file, LOCK_EX | LOCK_NB); }) != 0) {
     return errno == EWOULDBLOCK ? detail::TakenFile : detail::UnlockableFile;
@@ -89,7 +89,7 @@ std::intptr_t OpenRegularFile(const char* path, bstr_eAccess access) {
     flags |= O_CREAT;
   if (access == bstr_CreateEmpty) flags |= O_TRUNC;
   if (access == bstr_CreateNew) flags |= O_EXCL;
-  // Not blocking, because a pipe or a terminal must be refused, not waited for.
+  // Not blocking, because pipes and terminals must be rejected without waiting for them.
   flags |= O_CLOEXEC | O_NOCTTY | O_NONBLOCK;
   if (access != bstr_OpenReadOnly) IgnoreFileSizeSignal();
 
@@ -98,7 +98,7 @@ std::intptr_t OpenRegularFile(const char* path, bstr_eAccess access) {
   struct stat status;
   std::intptr_t result = ::fstat(file, &status) == 0 && S_ISREG(status.st_mode) ? file : NoFile;
   if (result == file && detail::bLocks(access)) result = LockFile(file, path);
-  // Whoever has the lock may still need the contents, so they go after it was given.
+  // Another holder of the lock may still need the contents, so they are discarded only with the lock held.
   if (result == file && access == bstr_CreateLocked) {
     const bool emptied = Uninterrupted([&] { return ::ftruncate(file, 0); }) == 0;
     if (!emptied) result = NoFile;
@@ -117,7 +117,7 @@ std::int64_t WriteAt(std::intptr_t file, const void* bytes, std::int64_t n, std:
       [&] { return ::pwrite(Descriptor(file), bytes, static_cast<std::size_t>(n), position); });
 }
 
-/// The first line of a file of the system's; empty when it cannot be read.
+/// The first line of a system file; empty when it cannot be read.
 std::string FirstLine(const std::string& path) {
   std::string line;
   std::ifstream file(path);
@@ -125,7 +125,7 @@ std::string FirstLine(const std::string& path) {
   return line;
 }
 
-/// "major:minor:inode", the numbers of the device in hexadecimal, as Linux lists the files that are locked.
+/// "major:minor:inode", the numbers of the device in hexadecimal, as Linux lists locked files.
 std::string NameInLocks(const struct stat& status) {
   std::array<char, 80> text;
   std::snprintf(text.data(), text.size(), "%02x:%02x:%llu", static_cast<unsigned>(major(status.st_dev)),
@@ -133,8 +133,8 @@ std::string NameInLocks(const struct stat& status) {
   return text.data();
 }
 
-/// Lines of the list are like "1: FLOCK  ADVISORY  WRITE 4711 08:01:1234 0 EOF"; in those of processes that
-/// wait for a lock "->" stands behind the number.
+/// Searches /proc/locks, whose lines are like "1: FLOCK  ADVISORY  WRITE 4711 08:01:1234 0 EOF"; lines of
+/// processes that wait for a lock have "->" after the number.
 std::string HolderOf(const std::string& name_in_locks) {
   std::ifstream locks("/proc/locks");
   for (std::string line; std::getline(locks, line);) {
@@ -161,7 +161,7 @@ std::int64_t FileSize(std::intptr_t file) {
 void CloseFile(std::intptr_t file) { delete &Buffer(file); }
 
 std::intptr_t OpenRegularFile(const char* path, bstr_eAccess access) {
-  if (detail::bLocks(access)) return detail::UnlockableFile;  // no lock is better than one that is none
+  if (detail::bLocks(access)) return detail::UnlockableFile;  // fails rather than opening without a lock
   std::error_code error;
   const auto kind = std::filesystem::status(path, error).type();
   const bool missing = kind == std::filesystem::file_type::not_found;
@@ -171,7 +171,7 @@ std::intptr_t OpenRegularFile(const char* path, bstr_eAccess access) {
   if (access != bstr_OpenReadOnly) mode |= std::ios::out;
   if (access == bstr_CreateEmpty || (access == bstr_CreateOrOpen && missing)) mode |= std::ios::trunc;
   auto buffer = std::make_unique<std::filebuf>();
-  buffer->pubsetbuf(nullptr, 0);  // what is written goes to the system at once
+  buffer->pubsetbuf(nullptr, 0);  // unbuffered: writes reach the system at once
   if (!buffer->open(path, mode)) return NoFile;
   return reinterpret_cast<std::intptr_t>(buffer.release());
 }
@@ -192,7 +192,7 @@ std::int64_t WriteAt(std::intptr_t file, const void* bytes, std::int64_t n, std:
 
 #endif
 
-/// Two huge pages: from here on the time that the system takes to hand out pages decides.
+/// Blocks from LargeBlock on use huge pages: there the time that the system takes to provide pages dominates.
 constexpr std::size_t HugePage = std::size_t{2} << 20;
 constexpr std::size_t LargeBlock = 2 * HugePage;
 
@@ -212,7 +212,7 @@ void* lgar_AllocateBlock(std::size_t bytes) {
   if (bytes < LargeBlock) return ::operator new(bytes);
   void* block = ::operator new (bytes, std::align_val_t{HugePage});
 #if defined(DATASTORAGE_POSIX) && defined(MADV_HUGEPAGE)
-  ::madvise(block, bytes, MADV_HUGEPAGE);  // a hint: the block serves as well without
+  ::madvise(block, bytes, MADV_HUGEPAGE);  // only a hint: the block is valid without it
 #endif
   return block;
 }

@@ -7,31 +7,29 @@
 
 namespace detail {
 
-/// All that the file stream asks of the system. Tests replace entries to make the disk fail.
+/// All system calls of the file stream. Tests replace entries to make the disk fail.
 struct FileCalls {
-  /// Opens a regular file and returns what stands for it below, or `NoFile`. A file that was to be locked and
-  /// cannot be is `TakenFile` or `UnlockableFile`.
+  /// Opens a regular file and returns its handle for the calls below, or `NoFile`; `TakenFile` or
+  /// `UnlockableFile` when the requested lock fails.
   std::intptr_t (*open)(const char* path, bstr_eAccess access);
-  /// Both return the bytes moved, which may be fewer than `n`; 0 at the end of the file; negative on an
-  /// error.
+  /// Read or write up to `n` bytes. Return how many; 0 at the end of the file; negative on an error.
   std::int64_t (*read_at)(std::intptr_t file, void* bytes, std::int64_t n, std::int64_t position);
   std::int64_t (*write_at)(std::intptr_t file, const void* bytes, std::int64_t n, std::int64_t position);
-  /// The length as it is now; negative on an error.
+  /// The current length; negative on an error.
   std::int64_t (*size)(std::intptr_t file);
   void (*close)(std::intptr_t file);
 };
 
 inline constexpr std::intptr_t NoFile = -1;
-inline constexpr std::intptr_t TakenFile = -2;       ///< another open file has the lock
-inline constexpr std::intptr_t UnlockableFile = -3;  ///< there are no locks for it
+inline constexpr std::intptr_t TakenFile = -2;       ///< another open file holds the lock
+inline constexpr std::intptr_t UnlockableFile = -3;  ///< the file cannot be locked
 
-/// Whether this access asks for the lock.
+/// Whether this access requests the lock.
 constexpr bool bLocks(bstr_eAccess access) {
   return access == bstr_CreateLocked || access == bstr_OpenLocked || access == bstr_CreateNew;
 }
 
-/// The process that has the lock of a file: its identifier and, where it can be learnt, its name; empty where
-/// the system does not say.
+/// The process that holds the lock of a file: its identifier and, if available, its name; empty when unknown.
 std::string LockHolder(const char* path);
 
 extern FileCalls file_calls;

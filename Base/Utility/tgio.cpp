@@ -16,7 +16,7 @@ type_cBoolean tgio_cTaggedStreamObject::Read(tgio_cBinary_istream& in) { return 
 type_cBoolean tgio_cTaggedStreamObject::Write(tgio_cASCII_ostream&) const { return true; }
 type_cBoolean tgio_cTaggedStreamObject::Write(tgio_cBinary_ostream&) const { return true; }
 
-// The bytes of the binary form as words of two hexadecimal digits for each byte, in order.
+// The default ASCII form of stream objects: the bytes of the binary form, in words of hexadecimal digits.
 
 namespace {
 

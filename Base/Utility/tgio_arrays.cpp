@@ -8,7 +8,7 @@
 #include <DataStorage/interfaces/elementtypes.h>
 
 // The tagged-stream forms of number arrays. Binary: element code (1 byte), element count or, in two
-// dimensions, columns and rows (4 bytes each), the elements in storage order; little end first. ASCII, in one
+// dimensions, columns and rows (4 bytes each), the elements in storage order; little-endian. ASCII, in one
 // dimension: the count and the elements, a complex one as two numbers.
 
 namespace {
@@ -17,12 +17,11 @@ using detail::LoadLittleEndian;
 using detail::StoreLittleEndian;
 using detail::SwapToLittleEndian;
 
-/// Of how many numbers an element consists: two for complex ones.
+/// The number of real numbers in an element: two for complex types.
 template <class T>
 constexpr std::size_t NumParts = sizeof(T) / detail::WordSize<T>;
 
-/// Distinguishes the element types in streams: the family in the upper three bits, the size below.
-/// Persistent.
+/// The element code in streams: the family in the upper three bits, the size in bytes below. Persistent.
 template <class T>
 constexpr std::uint8_t Code = 32 * static_cast<int>(detail::FamilyOf<T>) + sizeof(T);
 template <>
@@ -67,7 +66,7 @@ bool ReadElements(tgio_cBinary_istream& in, T* elements, std::size_t n) {
   if (!in.ReadBytes(elements, n * sizeof(T))) return false;
   SwapToLittleEndian(elements, static_cast<std::int64_t>(n));
   if constexpr (std::is_same_v<T, type_cBoolean>) {
-    std::transform(elements, elements + n, elements, [](bool value) { return value; });  // 0 or 1 from now on
+    std::transform(elements, elements + n, elements, [](bool value) { return value; });  // now 0 or 1
   }
   return true;
 }

@@ -6,7 +6,7 @@
 #include <Utility/tgio_lexemes.h>
 #include <Utility/tgio_reader.h>
 
-// An object is a line for each atom (name, kind, value) between braces; the outermost one has no name:
+// An object has a line for each atom (name, kind, value) between braces; the outermost one has no name:
 //
 //   object "1D data array" {
 //     DataType string "sbin16"
@@ -16,8 +16,8 @@
 //     }
 //   }
 //
-// Anything but a plain word stands in quotes. An atom ends where a line ends and all its braces are closed,
-// so that one of an unknown kind can be passed over too.
+// Anything but a plain word is quoted. An atom ends at the first line end outside its braces, so that one of
+// an unknown kind can be skipped too.
 
 namespace {
 
@@ -26,7 +26,7 @@ using detail::Lexeme;
 using detail::Token;
 using Inside = detail::ObjectDraft::Inside;
 
-/// What the kinds are called, in their order.
+/// The words for the kinds, in their order.
 constexpr std::string_view KindWords[] = {"", "byte", "int", "double", "string", "object", "data"};
 
 AtomKind KindCalled(std::string_view word) noexcept {
@@ -37,8 +37,8 @@ constexpr std::string_view WordOf(AtomKind kind) noexcept { return KindWords[sta
 
 constexpr std::size_t LineLength = 100;
 
-/// Appends a character of the stream to `text`, up to the one that ends what begins there: the last brace, or
-/// the line where none is open.
+/// Appends characters of the stream to `text` up to the closing brace of an object, or to the line end when
+/// no brace is open. Returns false when the stream ends before.
 bool AppendToEnd(std::istream& in, std::string& text) {
   std::size_t depth = 0;
   bool quoted = false;
@@ -80,7 +80,7 @@ struct detail::TextFormat {
     return next == std::istream::traits_type::eof();
   }
 
-  /// What is no object ends with its line.
+  /// Anything but an object ends with its line.
   static bool Load(std::istream& in, std::string& object, Atom& atom) {
     if (bEnded(in) || !AppendToEnd(in, object)) return false;
     atom = MakeAtom({}, object);
@@ -136,12 +136,12 @@ struct detail::TextFormat {
   }
 
   static bool ReadData(tgio_cTaggedStreamObject& object, Stream& in) {
-    const str_cString name = in.Name();  // stays when the stream moves on
+    const str_cString name = in.Name();  // a copy: the atom changes when it is read
     return object.ReadData(in, name);
   }
 
  private:
-  /// The kind is the word with which the value begins.
+  /// The kind is the first word of `value`.
   static Atom MakeAtom(str_cString name, std::string_view value) {
     std::string_view rest = value;
     const Lexeme kind = detail::Take(rest);

@@ -6,7 +6,7 @@
 #include <DataStorage/interfaces/detail/littleendian.h>
 #include <Utility/tgio_reader.h>
 
-// Everything is an atom: tag (2 bytes), kind (1), length of the payload (8), payload; little end first. An
+// Everything is an atom: tag (2 bytes), kind (1), length of the payload (8), payload; little-endian. An
 // object's payload is its type (2 bytes) and its atoms. The outermost object is an atom with tag 0.
 
 namespace {
@@ -18,7 +18,7 @@ using Inside = detail::ObjectDraft::Inside;
 
 constexpr std::size_t HeaderSize = 2 + 1 + 8;
 constexpr std::size_t TypeSize = 2;
-constexpr std::size_t FirstBlock = 1 << 16;  // memory taken before it is known how much data there really are
+constexpr std::size_t FirstBlock = 1 << 16;  // allocated before the real amount of data is known
 
 struct Header {
   unsigned short tag;

@@ -104,7 +104,7 @@ bool Decode(const Lexeme& lexeme, std::string& text) {
       text += lexeme.text[i];
       continue;
     }
-    const char escape = lexeme.text[++i];  // a quoted text never ends with an open escape
+    const char escape = lexeme.text[++i];  // a quoted text never ends within an escape
     if (escape == '"' || escape == '\\') {
       text += escape;
     } else if (escape == 'n') {

@@ -5,21 +5,21 @@
 
 #include <DataStorage/interfaces/tgio.h>
 
-// The bodies of detail::TaggedReader, for the two sources that instantiate it. A Format has
+// The member functions of detail::TaggedReader, for the two sources that instantiate it. A Format has
 //
-//   Stream, Type    the reader, and what it calls the type of an object
-//   bEnded          whether nothing more follows in a stream
-//   Load            takes the next whole object from a stream, and makes an atom of what it took
-//   Take            takes the first atom off others, or none when they have ended; false where no atom stands
-//   TakeObject      the type and the atoms of an object, out of the contents of its atom
-//   TakeData        the same for what a stream object reads
-//   Value           the same for a number or a text; leaves it untouched when it returns false
-//   TypeOf          what the format calls a type
-//   ReadData        the second offer that the form makes of an atom that ReadAtom has refused
+//   Stream, Type    the reader, and the type of its object type identifiers
+//   bEnded          whether a stream has ended
+//   Load            reads the next whole object from a stream, as an atom
+//   Take            removes the first atom from others, or none at their end; false for a damaged one
+//   TakeObject      splits the contents of an object's atom into its type and its atoms
+//   TakeData        the data of a stream object, from the contents of its atom
+//   Value           a number or text from the contents of its atom; unchanged when it returns false
+//   TypeOf          the identifier of a type
+//   ReadData        calls the object's ReadData for an atom that ReadAtom did not read, in ASCII only
 
 namespace detail {
 
-/// Whether what an atom holds is whole, down to the innermost object. `depth` counts the objects around it.
+/// Whether an atom is undamaged, down to the innermost object. `depth` is the number of objects around it.
 template <class Format, class Name>
 bool TaggedReader<Format, Name>::bWhole(const Atom& atom, int depth) {
   if (atom.kind != AtomKind::Object) return true;
@@ -33,7 +33,8 @@ bool TaggedReader<Format, Name>::bWhole(const Atom& atom, int depth) {
   }
 }
 
-/// Makes the next whole object current. What is none, or damaged, becomes an atom of no kind.
+/// Makes the next whole object current. Anything else, or a damaged object, becomes an atom of
+/// AtomKind::None.
 template <class Format, class Name>
 bool TaggedReader<Format, Name>::Load() {
   if (cursor_.atom.present) return true;
@@ -45,7 +46,7 @@ bool TaggedReader<Format, Name>::Load() {
   return true;
 }
 
-/// Makes the following atom current. What is left was checked when the outermost object was loaded.
+/// Makes the next atom current. It cannot be damaged: it was checked when the outermost object was loaded.
 template <class Format, class Name>
 void TaggedReader<Format, Name>::Next() {
   Format::Take(cursor_.rest, cursor_.atom);
@@ -57,7 +58,7 @@ type_cBoolean TaggedReader<Format, Name>::eof() {
   return cursor_.depth == 0 && !cursor_.atom.present && Format::bEnded(*in_);
 }
 
-/// Reads what is inside of the current atom, and moves on when that was successful.
+/// Reads the contents of the current atom; on success makes the next atom current.
 template <class Format, class Name>
 template <class Function>
 bool TaggedReader<Format, Name>::ReadInside(const Cursor& contents, Function read) {
@@ -134,7 +135,8 @@ type_cBoolean TaggedReader<Format, Name>::Refuse() noexcept {
   return false;
 }
 
-/// Offers the atoms of the current object to `object`, and passes over those that it leaves untouched.
+/// Calls ReadAtom of `object` for each atom of the current object, and skips the atoms that it leaves
+/// untouched.
 template <class Format, class Name>
 bool TaggedReader<Format, Name>::ReadAtoms(tgio_cTaggedStreamObject& object) {
   auto& in = static_cast<typename Format::Stream&>(*this);
@@ -142,7 +144,7 @@ bool TaggedReader<Format, Name>::ReadAtoms(tgio_cTaggedStreamObject& object) {
     const char* const place = cursor_.atom.contents.data();
     const auto untouched = [&] { return cursor_.atom.contents.data() == place; };
     if (object.ReadAtom(in) || (untouched() && Format::ReadData(object, in))) continue;
-    if (!untouched() || !SkipObject()) return false;  // read and then found wrong, or not read
+    if (!untouched() || !SkipObject()) return false;  // read but not valid, or not readable
   }
   return true;
 }

@@ -6,7 +6,7 @@
 
 namespace {
 
-/// The first of two environment variables that is set.
+/// The value of the first of two environment variables that is set; empty when neither is.
 str_cString Environment(const char* name, const char* other) {
   const char* value = std::getenv(name);
   return str_cString(value != nullptr ? value : std::getenv(other));
