@@ -15,15 +15,15 @@ namespace {
 
 using detail::ForEachElement;
 
-// The functions of one element have no branches, only choices between values, so that the loops over them
-// become vector instructions.
+// The functions of one element have no branches, only selections of values, so that compilers vectorise the
+// loops over them.
 
 template <class Float, class Integer>
 DATASTORAGE_IN_LINE Float FromInteger(Integer value) {
   return static_cast<Float>(value);
 }
 
-// There is no vector instruction for unsigned integers of 32 bits; both of these round at most once.
+// AVX2 cannot convert unsigned 32-bit integers to floats; both of these round at most once.
 template <>
 DATASTORAGE_IN_LINE float FromInteger(unsigned int value) {
   return static_cast<float>(static_cast<int>(value >> 16)) * 65536.0f +
@@ -66,8 +66,8 @@ DATASTORAGE_IN_LINE T Imaginary(const comp_cComplex<T>& value) {
   return value.Imaginary();
 }
 
-/// Calls `f` with the element type that is the integer of that width and signedness, as `std::type_identity`;
-/// does nothing when there is none.
+/// Calls `f` with the `std::type_identity` of the integer element type of that width and signedness; does
+/// nothing when there is none.
 template <class F>
 void WithIntegerOf(int word_size, int flags, F f) {
   const bool is_unsigned = (flags & nsp_Unsigned) != 0;
@@ -78,8 +78,8 @@ void WithIntegerOf(int word_size, int flags, F f) {
   });
 }
 
-/// `condition ? a : b`, written with bit masks because compilers make branches of the operator, or specialise
-/// later conditions for each outcome; both make loops much slower.
+/// `condition ? a : b`, written with bit masks because compilers turn the operator into branches, or
+/// duplicate later conditions for each outcome; both make loops much slower.
 template <class T>
 DATASTORAGE_IN_LINE T Choose(bool condition, T a, T b) {
   const BitsOf<T> mask = -static_cast<BitsOf<T>>(condition);
@@ -87,7 +87,7 @@ DATASTORAGE_IN_LINE T Choose(bool condition, T a, T b) {
 }
 
 /// Numbers below `small` are multiplied by `up` and those above `large` by `down`, powers of two, so that
-/// their squares and the sum of these are in range.
+/// their squares and the sum of the squares are in range.
 template <class T>
 struct Range;
 template <>
@@ -114,8 +114,9 @@ DATASTORAGE_IN_LINE T Magnitude(const comp_cComplex<T>& value) {
   return Choose((a == infinity) | (b == infinity), infinity, result);
 }
 
-/// atan(q) = q + q^3 p(q^2) for |q| <= tan(pi/8): coefficients of p with the least greatest relative error
-/// (2^-59 and 2^-30 of the result), and pi/4 as a sum whose first part can be multiplied by 0 to 4 exactly.
+/// atan(q) = q + q^3 p(q^2) for |q| <= tan(pi/8): minimax coefficients of p (relative error of the result:
+/// 2^-30 for floats, 2^-59 for doubles), and pi/4 as a sum whose first part can be multiplied by 0 to 4
+/// exactly.
 template <class T>
 struct ArcTangent;
 template <>
@@ -133,7 +134,7 @@ struct ArcTangent<double> {
   static constexpr double quarter_pi = 0x1.921fb54442d18p-1, quarter_pi_rest = 0x1.1a62633145c07p-55;
 };
 
-/// Sums even and odd powers separately: two short chains of operations are faster than a long one.
+/// Sums even and odd powers separately: two short dependency chains are faster than a long one.
 template <class T, std::size_t n>
 DATASTORAGE_IN_LINE T Polynomial(const T (&coefficients)[n], T z) {
   T sums[2] = {0, 0};
@@ -152,7 +153,7 @@ DATASTORAGE_IN_LINE T Phase(const comp_cComplex<T>& value) {
   const T abs_y = std::abs(y);
 
   // The tangent of the angle to the nearer axis or, beyond pi/8, to the diagonal. The largest numbers are
-  // made smaller so that their sum stays finite.
+  // scaled down so that their sum stays finite.
   const bool steep = abs_y > abs_x;
   const T minor = Choose(steep, abs_x, abs_y);
   const T major = Choose(steep, abs_y, abs_x);
@@ -165,7 +166,7 @@ DATASTORAGE_IN_LINE T Phase(const comp_cComplex<T>& value) {
   const T z = q * q;
   const T angle = q + q * (z * Polynomial(A::p, z));
 
-  // Put the angle back on its multiple of pi/4, on the right side of it.
+  // Add the angle to, or subtract it from, its multiple of pi/4.
   const bool backward = std::copysign(T(1), x) < 0;
   T quarters = Choose(diagonal, T(1), T(0));
   quarters = Choose(steep, 2 - quarters, quarters);

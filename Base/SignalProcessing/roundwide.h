@@ -5,15 +5,15 @@
 #include <limits>
 #include <type_traits>
 
-/// Floats to integers with 256-bit instructions, for processors with AVX2 only: compilers do not find the
-/// packed conversions that round and saturate.
+/// Conversion of floats to integers with 256-bit instructions, only for processors with AVX2: compilers do
+/// not generate the packed conversions that round and saturate.
 namespace detail {
 
 #define DATASTORAGE_WIDE_IN_LINE [[gnu::target("avx2"), gnu::always_inline]] inline
 
-// Eight values as integers of 32 bits, which still may lie below the range of a narrower signed type: packing
-// them saturates. The conversion itself turns all that is out of range into the lowest integer. Of two
-// operands min and max give the second one when either is not a number.
+// These convert to 32-bit integers, which may still be below the range of a narrower signed type: packing
+// saturates them. The conversion instruction turns every value out of range into the lowest integer. min and
+// max return the second operand when either is NaN.
 
 template <class Integer>
 DATASTORAGE_WIDE_IN_LINE __m256i RoundEight(const float* source) {
@@ -72,7 +72,7 @@ template <class Integer, class Float>
     const __m256i c = RoundEight<Integer>(source + i + 16);
     const __m256i d = RoundEight<Integer>(source + i + 24);
     __m256i* const out = reinterpret_cast<__m256i*>(target + i);
-    // Packing works on each half of the operands by itself, hence the permutations.
+    // Packing works on each half of the operands separately, hence the permutations.
     if constexpr (sizeof(Integer) == 4) {
       _mm256_storeu_si256(out, a);
       _mm256_storeu_si256(out + 1, b);
