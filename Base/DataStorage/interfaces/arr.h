@@ -237,8 +237,8 @@ struct arr_s2DBlock {
   int ny;  ///< rows
 };
 
-/// A two-dimensional array that shares its elements with its copies until one of them is written. Element (x,
-/// y) is at position y * nx + x of the storage.
+/// A two-dimensional array that shares its elements with its copies until one of them is written. The element
+/// (x, y) is at position y * nx + x of the storage.
 template <class T>
 class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T, int, int> {
   using Handle = arr_cHandle<T, int, int>;
@@ -398,8 +398,8 @@ class DATASTORAGE_EXPORT arr_c2DNumberArray : public arr_c2D_C_Array<T>, public 
   using tgio_cStreamObject::WriteStream;
 
   /// The columns x0 ... x1 of the rows y0 ... y1, all inclusive; positions outside the array get the fill
-  /// value. A selection of the whole array shares its elements. Throws arr_cIndexException when x0 > x1 or y0
-  /// > y1.
+  /// value. A selection of the whole array shares its elements. Throws arr_cIndexException for an inverted
+  /// pair.
   arr_c2DNumberArray SubArray(std::int64_t x0, std::int64_t y0, std::int64_t x1, std::int64_t y1) const {
     arr_c2DNumberArray result;
     result.AssignSubArray(*this, x0, y0, x1, y1);

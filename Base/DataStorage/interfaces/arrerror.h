@@ -39,7 +39,7 @@ struct CallLine {
 
 /// Throws arr_cIndexException for a bad position. Its text names the position and the size of the array: an
 /// index among `count` elements; the indices [start, end) among `count` elements; or the element (x, y) among
-/// nx x ny. A negative `count` after an index is itself reported as the error.
+/// nx x ny. With an index, a negative `count` is itself reported as the bad size.
 [[noreturn, gnu::cold]] DATASTORAGE_EXPORT void arr_IndexError(detail::CallLine line = {__builtin_LINE()});
 [[noreturn, gnu::cold]] DATASTORAGE_EXPORT void arr_IndexError(std::int64_t index, std::int64_t count,
                                                                detail::CallLine line = {__builtin_LINE()});

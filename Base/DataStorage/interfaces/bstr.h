@@ -71,7 +71,7 @@ class DATASTORAGE_EXPORT bstr_cBinary_ostream {
 /// Reads from `n` bytes of memory that the caller owns. Requires that they outlive the stream.
 class DATASTORAGE_EXPORT bstr_cMemory_istream final : public bstr_cBinary_istream {
  public:
-  /// A null pointer and a negative `n` give a stream without bytes.
+  /// A null pointer or a negative `n` gives a stream without bytes.
   bstr_cMemory_istream(const void* bytes, std::int64_t n) noexcept
       : bytes_(static_cast<const unsigned char*>(bytes)),
         size_(bytes != nullptr ? std::max<std::int64_t>(n, 0) : 0) {}
@@ -170,9 +170,9 @@ class DATASTORAGE_EXPORT bstr_cBinary_fstream {
   bstr_cBinary_fstream& operator=(const bstr_cBinary_fstream& other);
   ~bstr_cBinary_fstream();
 
-  /// For reading, with a position of its own; valid as long as this object.
+  /// The input, with a position of its own; valid as long as this object.
   bstr_cBinary_istream& Input() noexcept;
-  /// For writing, with a position of its own; valid as long as this object.
+  /// The output, with a position of its own; valid as long as this object.
   bstr_cBinary_ostream& Output() noexcept;
   /// The path given to the constructor.
   const str_cString& Path() const noexcept { return path_; }
