@@ -13,11 +13,11 @@
 
 namespace detail {
 
-/// What number arrays of one and of two dimensions have in common: an envelope that owns exactly one letter,
-/// through which it knows its elements. `Letter` is parr_c1DArray or parr_c2DArray.
+/// Common base of one- and two-dimensional number arrays: an envelope that owns exactly one letter, the
+/// object that holds the elements. `Letter` is parr_c1DArray or parr_c2DArray.
 ///
-/// Copies share their elements until one of them is written; arrays that share elements belong to one thread
-/// at a time.
+/// Copies share their elements until one of them is modified. Distinct objects may be used from different
+/// threads; one object, or copies that share elements, from one thread at a time.
 template <class Letter>
 class DATASTORAGE_EXPORT NumberArray : public tgio_cTaggedStreamObject {
  public:
@@ -25,41 +25,42 @@ class DATASTORAGE_EXPORT NumberArray : public tgio_cTaggedStreamObject {
 
   /// The type of the elements.
   dtyp_cDataType DataType() const { return letter_->DataType(); }
-  /// Whether the type is an integer or a float.
+  /// Whether the element type is an integer or a floating-point type.
   type_cBoolean IsReal() const { return DataType().IsReal(); }
-  /// Whether the type is a complex one.
+  /// Whether the element type is complex.
   type_cBoolean IsComplex() const { return DataType().IsComplex(); }
   /// The number of elements.
   int NumIndices() const { return letter_->NumIndices(); }
   /// The number of elements along X.
   int NumIndicesX() const { return letter_->NumIndicesX(); }
-  /// Bytes of all elements; raises arr_SizeError when there are more than an int can hold.
+  /// The size of all elements in bytes; throws arr_cSizeException when it does not fit an int.
   int SizeOf() const;
   /// The elements, X running fastest; null when there are none. Valid until the array is next modified,
   /// assigned, read into or destroyed.
   const void* Data() const { return letter_->Data(); }
 
-  /// Gives the elements another type. An empty array keeps the type it has; otherwise a type that is none
-  /// throws expt_cProgramException. `complex_conversion` tells what becomes of complex elements.
+  /// Converts the elements to another type. An empty array keeps its type; otherwise an invalid type throws
+  /// expt_cProgramException. `complex_conversion` selects how complex elements become real.
   void Convert(dtyp_cDataType type, conv_eComplexConversion complex_conversion = conv_Real);
 
-  /// The element type and the elements, as two atoms.
+  /// Writes the element type and the elements as two atoms.
   type_cBoolean Write(tgio_cASCII_ostream& out) const override;
   type_cBoolean Write(tgio_cBinary_ostream& out) const override;
 
-  /// The raw form: element type (2 bytes), extents (4 bytes each), elements. False when the stream failed.
+  /// Writes the raw form: element type (2 bytes), extents (4 bytes each), elements. Returns false when the
+  /// stream fails.
   type_cBoolean Write(bstr_cBinary_ostream& out) const;
-  /// Reads the raw form of the integer types but dtyp_SBin8 and of the float types. For other types, and for
-  /// streams that fail or hold fewer bytes than the extents claim (extents that no array can have included),
-  /// the result is false and the array stays as it was. Negative extents raise arr_SizeError.
+  /// Reads the raw form of the floating-point types and of the integer types except dtyp_SBin8. Returns false
+  /// and leaves the array unchanged for other types, for extents that no array can have, and when the stream
+  /// fails or is too short. Negative extents throw arr_cSizeException.
   type_cBoolean Read(bstr_cBinary_istream& in);
 
   using tgio_cTaggedStreamObject::Read;
 
   /// Collects the atoms of an array that is read from a tagged stream.
   struct DATASTORAGE_EXPORT sParrayData : tgio_cTaggedStreamObject {
-    std::unique_ptr<Letter> letter;  ///< none until the data atom was read
-    int data_type = dtyp_NoType;     ///< none until the type atom was read
+    std::unique_ptr<Letter> letter;  ///< null until the data atom is read
+    int data_type = dtyp_NoType;     ///< dtyp_NoType until the type atom is read
 
     sParrayData() = default;
     /// Shares the elements read so far.
@@ -68,8 +69,8 @@ class DATASTORAGE_EXPORT NumberArray : public tgio_cTaggedStreamObject {
     sParrayData& operator=(const sParrayData& other);
     ~sParrayData() = default;
 
-    /// Takes the type and the data. Data that come before the type, or behind a type name that is unknown,
-    /// count as 8-byte floats; a type number above 10 makes the data unreadable; a second data atom throws
+    /// Reads the element type and the elements. Elements before the type, or after an unknown type name, are
+    /// read as 8-byte floats; after a type number above 10 they cannot be read. A second data atom throws
     /// expt_cProgramException.
     type_cBoolean ReadAtom(tgio_cBinary_istream& in) override;
     type_cBoolean ReadAtom(tgio_cASCII_istream& in) override;
@@ -80,7 +81,7 @@ class DATASTORAGE_EXPORT NumberArray : public tgio_cTaggedStreamObject {
   };
 
  protected:
-  /// Takes over a letter; throws expt_cProgramException when it is null.
+  /// Takes ownership of `letter`; throws expt_cProgramException when it is null.
   explicit NumberArray(std::unique_ptr<Letter> letter) : letter_(std::move(letter)) {
     if (letter_ == nullptr) Letter::source_file.ThrowProgramError();
   }
@@ -92,29 +93,31 @@ class DATASTORAGE_EXPORT NumberArray : public tgio_cTaggedStreamObject {
     return *this;
   }
 
-  /// A letter of the given extents with the values at `data`, which needs no alignment, or zeros when there
-  /// are none. A type that is none throws expt_cProgramException.
+  /// A new letter of the given extents. The elements are copied from `data`, which needs no alignment, or
+  /// zeros when `data` is null. An invalid type throws expt_cProgramException.
   template <class... Extents>
   static std::unique_ptr<Letter> CreateLetter(dtyp_cDataType type, const void* data, Extents... extents);
-  /// A letter of the given extents and the type of `value`, full of it.
+  /// A new letter of the given extents whose elements and fill value are `value`.
   template <class... Extents>
   static std::unique_ptr<Letter> CreateLetter(const pnum_cNumber& value, Extents... extents);
 
-  /// Takes a type that holds both and calls `store` with `value` in that type.
+  /// Converts the array to a type that holds its elements and `value`, and calls `store` with `value` in that
+  /// type.
   template <class Store>
   void StoreInCommonType(const pnum_cNumber& value, Store store);
 
   std::unique_ptr<Letter> letter_;  ///< never null
 };
 
-/// A letter that holds its elements in a container of `T`: what does not depend on the number of dimensions.
+/// A letter that holds its elements in a container of `T`: the part that does not depend on the number of
+/// dimensions.
 template <class Letter, class Container, class T>
 class DATASTORAGE_EXPORT TypedLetter : public Letter {
  public:
   /// Shares the elements of the container.
   explicit TypedLetter(Container elements = Container()) : elements_(std::move(elements)) {}
 
-  /// As the base tells.
+  /// See parr_c1DArray and parr_c2DArray.
   dtyp_cDataType DataType() const override { return DataTypeOf<T>; }
   const void* Data() const override { return elements_.Data(); }
   void SetAll(const pnum_cNumber& value) override { elements_ = Element(value); }
@@ -125,23 +128,24 @@ class DATASTORAGE_EXPORT TypedLetter : public Letter {
     return out.Write(elements_, tag);
   }
 
-  /// The elements; valid as long as the letter.
+  /// The elements; valid as long as the letter exists.
   const Container& Elements() const noexcept { return elements_; }
-  /// The elements, to be written.
+  /// The elements, for writing.
   Container& Elements() noexcept { return elements_; }
 
  protected:
-  /// The element that a number of this letter's type holds.
+  /// The value of a number as `T`. Requires a number of this letter's type.
   static const T& Element(const pnum_cNumber& value) { return *static_cast<const T*>(value.Data()); }
 
-  /// Replaces the elements by the ones that follow in the stream, as many as `elements` has room for.
+  /// Reads elements.NumIndices() elements from the stream and replaces the old ones; returns false and keeps
+  /// those on failure.
   type_cBoolean ReadElements(bstr_cBinary_istream& in, Container elements) {
     if (!bstr_ReadNumbers(in, elements.WriteAccess(), elements.NumIndices())) return false;
     elements_ = std::move(elements);
     return true;
   }
 
-  Container elements_;  ///< may share its storage with other letters
+  Container elements_;  ///< may share storage with other letters
 };
 
 }  // namespace detail

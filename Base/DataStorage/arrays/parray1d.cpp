@@ -105,7 +105,7 @@ void parr_c1DNumberArray::SetData(const parr_c1DNumberArray& source, const rnge_
     letter_->SetData(*source.letter_, from, to);
     return;
   }
-  // Only what is stored is converted, straight into its place.
+  // Converts only the elements that are copied, directly into their place.
   detail::VisitElementType(common.Type(), [&]<class T>(std::type_identity<T>) {
     auto& elements = static_cast<parr_c1DTypedNumberArray<T>&>(*letter_).Elements();
     const auto* block = static_cast<const unsigned char*>(source.Data()) +

@@ -125,7 +125,7 @@ void parr_c2DNumberArray::SetData(const parr_c2DNumberArray& source, const rnge_
   if (nx <= 0 || ny <= 0) return;
   detail::CheckBlock(from.StartIndexX(), nx, source.NumIndicesX());
   detail::CheckBlock(from.StartIndexY(), ny, source.NumIndicesY());
-  // Only the storage is checked here, not each axis. It also refuses an empty array, which has kept its type.
+  // Checks only the position in the storage, not each axis. An empty array, which keeps its type, throws too.
   const std::int64_t first = std::int64_t{to.StartIndexY()} * NumIndicesX() + to.StartIndexX();
   detail::CheckBlock(first, nx, NumIndices());
   detail::CheckBlock(first + (ny - 1) * NumIndicesX(), nx, NumIndices());
@@ -133,7 +133,7 @@ void parr_c2DNumberArray::SetData(const parr_c2DNumberArray& source, const rnge_
     letter_->SetData(*source.letter_, from, to);
     return;
   }
-  // Only what is stored is converted, straight into its place.
+  // Converts only the elements that are copied, directly into their place.
   const auto* block = static_cast<const unsigned char*>(source.Data());
   const std::int64_t corner = std::int64_t{from.StartIndexY()} * source.NumIndicesX() + from.StartIndexX();
   detail::VisitElementType(common.Type(), [&]<class T>(std::type_identity<T>) {

@@ -6,48 +6,50 @@
 template <class T>
 class parr_c2DTypedNumberArray;
 
-/// The letter of a 2D number array: one block of rows of elements of one type.
+/// The letter of a 2D number array: the object that holds its elements, all of one type.
 class DATASTORAGE_EXPORT parr_c2DArray {
  public:
   virtual ~parr_c2DArray();
 
   /// The type of the elements.
   virtual dtyp_cDataType DataType() const = 0;
-  /// A letter that shares the elements.
+  /// A new letter that shares the elements.
   virtual std::unique_ptr<parr_c2DArray> Clone() const = 0;
   /// Element (0, 0); null when there are no elements.
   virtual const void* Data() const = 0;
-  /// Every element becomes `value`, which has the letter's type.
+  /// Sets every element and the fill value. Requires a `value` of the letter's type.
   virtual void SetAll(const pnum_cNumber& value) = 0;
-  /// The number of elements along that axis.
+  /// The number of elements along X and along Y.
   virtual int NumIndicesX() const = 0;
   virtual int NumIndicesY() const = 0;
   /// Element (x, y).
   virtual pnum_cNumber Value(int x, int y) const = 0;
-  /// Element (x, y) becomes `value`, which has the letter's type.
+  /// Sets element (x, y). Requires a `value` of the letter's type.
   virtual void SetValue(const pnum_cNumber& value, int x, int y) = 0;
-  /// A letter of the elements of `range`; fill values where it leaves the array.
+  /// A new letter with the elements of `range`; positions outside the array take the fill value.
   virtual std::unique_ptr<parr_c2DArray> Selection(const rnge_c2DIndexRange& range) const = 0;
-  /// Copies a block of the extents of `target_range` from a letter of the same type.
+  /// Copies a block with the extents of `target_range` from the start corner of `source_range`. Requires a
+  /// source of the same type that contains the block.
   virtual void SetData(const parr_c2DArray& source, const rnge_c2DIndexRange& source_range,
                        const rnge_c2DIndexRange& target_range) = 0;
-  /// One column; raises arr_IndexError where there is none.
+  /// One column; throws arr_cIndexException when `x` is out of range.
   virtual parr_c1DNumberArray Column(int x) const = 0;
-  /// The same of a row.
+  /// One row; throws arr_cIndexException when `y` is out of range.
   virtual parr_c1DNumberArray Row(int y) const = 0;
-  /// Reads what follows the element type in the raw form; false, and the letter as it was, when that fails.
+  /// Reads the rest of a raw form, after the element type. Returns false and leaves the letter unchanged on
+  /// failure; negative extents throw arr_cSizeException.
   virtual type_cBoolean ReadRaw(bstr_cBinary_istream& in) = 0;
-  /// Writes the elements as one atom; false when the stream failed.
+  /// Writes the elements as one atom; returns false when the stream fails.
   virtual type_cBoolean WriteData(tgio_cASCII_ostream& out, const str_cString& name) const = 0;
   virtual type_cBoolean WriteData(tgio_cBinary_ostream& out, unsigned short tag) const = 0;
-  /// Writes the raw form; false when the stream failed.
+  /// Writes the rest of a raw form, after the element type; returns false when the stream fails.
   virtual type_cBoolean WriteRaw(bstr_cBinary_ostream& out) const = 0;
 
   /// The number of elements.
   int NumIndices() const { return NumIndicesX() * NumIndicesY(); }
 
-  /// For the number arrays. They ask a letter where errors are reported, which classes belong to it, and for
-  /// one of the same extents whose elements are not set.
+  /// For detail::NumberArray: the source file named in exceptions, the classes that belong to this letter,
+  /// and a new letter of the same extents with uninitialised elements.
   static constexpr detail::SourceFile source_file{"parray2d"};
   template <class T>
   using Typed = parr_c2DTypedNumberArray<T>;
@@ -59,7 +61,7 @@ class DATASTORAGE_EXPORT parr_c2DArray {
         arr_c2DNumberArray<T>(arr_Unfilled, NumIndicesX(), NumIndicesY()));
   }
 
-  /// The element type word of a raw form, in front of which the header of an image may stand.
+  /// Reads the element type of a raw form, skipping the binary image header that may precede it.
   static unsigned short ReadRawType(bstr_cBinary_istream& in);
 };
 
@@ -70,7 +72,7 @@ class DATASTORAGE_EXPORT parr_c2DTypedNumberArray final
  public:
   using detail::TypedLetter<parr_c2DArray, arr_c2DNumberArray<T>, T>::TypedLetter;
 
-  /// As the base tells.
+  /// See parr_c2DArray.
   std::unique_ptr<parr_c2DArray> Clone() const override;
   int NumIndicesX() const override { return this->elements_.NumIndicesX(); }
   int NumIndicesY() const override { return this->elements_.NumIndicesY(); }
@@ -86,28 +88,28 @@ class DATASTORAGE_EXPORT parr_c2DTypedNumberArray final
 };
 
 /// A two-dimensional array of numbers whose element type is chosen at run time; otherwise like
-/// parr_c1DNumberArray. Element (x, y) stands at position y * nx + x, x running fastest.
+/// parr_c1DNumberArray. Element (x, y) is at position y * nx + x, x running fastest.
 class DATASTORAGE_EXPORT parr_c2DNumberArray : public detail::NumberArray<parr_c2DArray> {
  public:
   /// 0 x 0 elements of type dtyp_UBin8.
   parr_c2DNumberArray();
-  /// nx * ny elements with the values at `data`, row after row, or zeros when there are none. A negative
-  /// extent raises arr_SizeError, a type that is none throws expt_cProgramException.
+  /// nx * ny elements, copied from `data` row by row, or zeros when `data` is null. A negative extent throws
+  /// arr_cSizeException, an invalid type expt_cProgramException.
   parr_c2DNumberArray(int nx, int ny, dtyp_cDataType type, const void* data = nullptr);
   parr_c2DNumberArray(int nx, int ny, dtyp_eDataType type, const void* data = nullptr)
       : parr_c2DNumberArray(nx, ny, dtyp_cDataType(type), data) {}
-  /// nx * ny elements of `value`, which also is what selections put outside the array.
+  /// nx * ny elements of `value`, which is also the fill value.
   parr_c2DNumberArray(int nx, int ny, const pnum_cNumber& value);
   /// Shares the elements of a typed array.
   template <detail::ElementType T>
   parr_c2DNumberArray(const arr_c2DNumberArray<T>& elements)
       : NumberArray(std::make_unique<parr_c2DTypedNumberArray<T>>(elements)) {}
-  /// Takes ownership of a letter; a null one throws expt_cProgramException.
+  /// Takes ownership of `letter`; null throws expt_cProgramException.
   explicit parr_c2DNumberArray(parr_c2DArray* letter);
   parr_c2DNumberArray(const parr_c2DNumberArray&) = default;
   parr_c2DNumberArray& operator=(const parr_c2DNumberArray&) = default;
 
-  /// What streams call it.
+  /// The object type in tagged streams.
   const tgio_cObjectType& ObjectType() const override;
 
   /// The number of axes.
@@ -118,41 +120,41 @@ class DATASTORAGE_EXPORT parr_c2DNumberArray : public detail::NumberArray<parr_c
   rnge_c2DIndexRange IndexRange() const;
 
   /// Element (x, y). Only the position y * nx + x is checked: an x that is too large reaches into the rows
-  /// that follow. A complex element without an imaginary part comes as a real number.
+  /// that follow. A complex element without an imaginary part is returned as a real number.
   pnum_cNumber Value(int x, int y) const;
-  /// The same for indices of other integer types, of which no bits are lost.
+  /// The same for other integer types; an index that does not fit an int throws arr_cIndexException.
   template <class X, detail::WideWith<X> Y>
   pnum_cNumber Value(X x, Y y) const {
     const auto [i, j] = Indices(detail::WideIndex(x), detail::WideIndex(y));
     return Value(i, j);
   }
-  /// Element (x, y), checked in the same way, becomes `value`. The array first takes a type that holds both.
+  /// Sets element (x, y), checked in the same way. The array first takes a type that holds its elements and
+  /// `value`.
   void SetValue(const pnum_cNumber& value, int x, int y);
-  /// The same for indices of other integer types, of which no bits are lost.
+  /// The same for other integer types; an index that does not fit an int throws arr_cIndexException.
   template <class X, detail::WideWith<X> Y>
   void SetValue(const pnum_cNumber& value, X x, Y y) {
     const auto [i, j] = Indices(detail::WideIndex(x), detail::WideIndex(y));
     SetValue(value, i, j);
   }
-  /// Every element becomes `value` and the array takes its type.
+  /// Sets every element and the fill value to `value`; the array takes its type.
   parr_c2DNumberArray& operator=(const pnum_cNumber& value);
 
-  /// Copies a block of the extents of `target_range`, from the start corner of `source_range`, to
-  /// `target_range`; the array first takes a type that holds both. rnge_c2DIndexRange::Null stands for a
-  /// whole array; when both ranges are Null nothing happens. For a block that does not fit the source, or
-  /// whose rows leave the storage of this array, arr_IndexError is raised and nothing is copied.
+  /// Copies a block with the extents of `target_range` from the start corner of `source_range` to
+  /// `target_range`; the array first takes a type that holds the elements of both. rnge_c2DIndexRange::Null
+  /// means a whole array; when both ranges are Null nothing happens. A block that is not inside the source,
+  /// or whose rows leave the storage of this array, throws arr_cIndexException and nothing is copied.
   void SetData(const parr_c2DNumberArray& source, const rnge_c2DIndexRange& source_range,
                const rnge_c2DIndexRange& target_range);
-  /// Copies the whole of `source` so that its element (0, 0) lands at (x, y).
+  /// Copies all of `source`, its element (0, 0) to (x, y).
   void SetSelection(const parr_c2DNumberArray& source, int x, int y);
 
-  /// The elements of `range`, starts included and ends not; positions outside the array take its fill value.
-  /// rnge_c2DIndexRange::Null gives the whole array, any other range that is empty on either axis raises
-  /// arr_IndexError.
+  /// The elements of `range`; positions outside the array take the fill value. rnge_c2DIndexRange::Null
+  /// returns the whole array, any other range that is empty along an axis throws arr_cIndexException.
   parr_c2DNumberArray Selection(const rnge_c2DIndexRange& range) const;
-  /// The same.
+  /// The same as Selection.
   parr_c2DNumberArray GetData(const rnge_c2DIndexRange& range) const { return Selection(range); }
-  /// The block between two corners, in either order on each axis.
+  /// The block between two corners, given in any order; the larger index of each axis is excluded.
   parr_c2DNumberArray Selection(int x0, int y0, int x1, int y1) const;
 
   /// The ny elements (x, 0), (x, 1), ...
@@ -160,7 +162,7 @@ class DATASTORAGE_EXPORT parr_c2DNumberArray : public detail::NumberArray<parr_c
   /// The nx elements (0, y), (1, y), ...
   parr_c1DNumberArray Row(int y) const { return letter_->Row(y); }
 
-  /// The typed array, sharing the elements. An array of another type throws expt_cProgramException.
+  /// A typed array that shares the elements. Throws expt_cProgramException when their type is not `T`.
   template <detail::ElementType T>
   operator arr_c2DNumberArray<T>() const {
     if (DataType() != detail::DataTypeOf<T>) parr_c2DArray::source_file.ThrowProgramError();
@@ -173,6 +175,6 @@ class DATASTORAGE_EXPORT parr_c2DNumberArray : public detail::NumberArray<parr_c
   static const dtyp_cDataType t2DComplexArray;  ///< dtyp_Complex64
 
  private:
-  /// The same as int; raises arr_IndexError for what no index can be.
+  /// The indices as int; throws arr_cIndexException when one does not fit.
   std::pair<int, int> Indices(std::int64_t x, std::int64_t y) const;
 };

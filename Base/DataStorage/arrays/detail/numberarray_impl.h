@@ -4,13 +4,13 @@
 
 #include <DataStorage/arrays/numberarray.h>
 
-// The bodies of detail::NumberArray and what else the two sources that instantiate it share.
+// Definitions of detail::NumberArray, and helpers of the two source files that instantiate it.
 
 namespace detail {
 
-/// Whether an array can have nx times ny elements of `size` bytes and the stream still holds them: asked
-/// before memory is taken for them. Of a little memory the reading itself may tell, which spares a question
-/// to the system.
+/// Whether an array can have nx * ny elements of `size` bytes and the stream can still hold them; to be
+/// checked before memory is allocated. For up to 64 KiB the stream is not checked, which saves a system call:
+/// the read itself fails.
 inline bool bMayHold(const bstr_cBinary_istream& in, int nx, int ny, std::size_t size) {
   if (!bCountable(nx, ny)) return false;
   constexpr std::int64_t little = 64 * 1024;
@@ -18,8 +18,8 @@ inline bool bMayHold(const bstr_cBinary_istream& in, int nx, int ny, std::size_t
   return bytes <= little || bytes <= in.Size() - in.Position();
 }
 
-/// Where a block of `count` elements at `start` of the array ends; raises arr_IndexError for an end that is
-/// no index.
+/// The end of a block of `count` elements that begins at `start`; throws arr_cIndexException when it does not
+/// fit an int.
 template <class Letter>
 int BlockEnd(const NumberArray<Letter>& array, int start, int count) {
   const std::int64_t end = std::int64_t{start} + count;
@@ -103,7 +103,7 @@ type_cBoolean NumberArray<Letter>::Write(bstr_cBinary_ostream& out) const {
          out.bGood();
 }
 
-/// Raw forms of signed bytes and complex numbers are written, but their readers have always refused them.
+/// Raw forms of signed bytes and complex numbers can be written, but reading them has always been refused.
 template <class T>
 inline constexpr bool bRawFormIsRead = FamilyOf<T> != Family::Complex && !std::is_same_v<T, char>;
 
@@ -145,7 +145,7 @@ type_cBoolean NumberArray<Letter>::sParrayData::ReadElements(Stream& in) {
     letter = std::move(elements);
     return success;
   });
-  return read || in.Refuse();  // also where the type is none
+  return read || in.Refuse();  // also when the type is invalid
 }
 
 template <class Letter>
