@@ -79,8 +79,9 @@ class DATASTORAGE_EXPORT parr_c1DTypedNumberArray final
 };
 
 /// A one-dimensional array of numbers whose element type is chosen at run time. Elements are read and set as
-/// pnum_cNumber; `Data()` returns them as a block. Copies are cheap: they share the elements until one copy
-/// is modified.
+/// pnum_cNumber; `Data()` returns them as a block. Copies are cheap: they share the elements until one is
+/// modified. Distinct objects may be used from different threads; one object, or copies that share elements,
+/// from one thread at a time.
 ///
 /// Positions outside the array throw arr_cIndexException unless stated otherwise.
 class DATASTORAGE_EXPORT parr_c1DNumberArray : public detail::NumberArray<parr_c1DArray> {

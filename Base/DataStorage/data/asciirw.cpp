@@ -18,13 +18,14 @@ constexpr bool bSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 const char* SkipSpace(const char* text, const char* end) { return std::find_if_not(text, end, bSpace); }
 
-/// Reads the number at the start of a text and returns where it ends; the start when there is none.
+/// Reads the number at the start of a text. Returns the end of the number, or `text` when there is none.
 const char* ParseNumber(const char* text, const char* end, double& value) {
   const char* digits = text != end && *text == '+' ? text + 1 : text;
   if (digits != text && digits != end && *digits == '-') return text;
   auto [stop, error] = std::from_chars(digits, end, value);
   if (error == std::errc::result_out_of_range) {
-    // Too small is zero, too large is no number.
+    // A number too small for a double becomes 0; a larger one, or one beyond the range of long double, is
+    // refused.
     long double wide = 0;
     error = std::from_chars(digits, end, wide).ec;
     if (error != std::errc() || std::fabs(wide) > std::numeric_limits<double>::max()) return text;
@@ -33,23 +34,23 @@ const char* ParseNumber(const char* text, const char* end, double& value) {
   return error == std::errc() ? stop : text;
 }
 
-/// Whether what was read is a number: infinity and not-a-number are words that others begin with, and so
-/// count as whole words only. `spaced` is whether white space or nothing stands in front of it, `stop` where
-/// it ends.
+/// Whether a value that was read counts as a number: infinity and not-a-number only do as whole words,
+/// because other words begin with them. `spaced` is whether the value follows white space or the start of the
+/// text, `stop` is its end.
 bool bNumber(double value, bool spaced, const char* stop, const char* end) {
   return std::isfinite(value) || (spaced && (stop == end || bSpace(*stop)));
 }
 
-/// Reads numbers from a stream, block by block, and leaves the stream behind the last one.
+/// Reads numbers from a stream, block by block, and leaves the stream after the last one.
 class NumberReader {
  public:
   explicit NumberReader(std::istream& in) : in_(in), start_(in.tellg()), buffer_(block_size) { Fill(); }
 
-  /// False at the end of the text and before text that is not a number.
+  /// Reads the next number; false at the end of the text and before text that is not a number.
   bool Next(double& value) {
     const char* const last = std::exchange(cursor_, SkipSpace(cursor_, end_));
-    const bool spaced = cursor_ != last || last == buffer_.data();  // where the text begins
-    // A number that reaches the end of the block may go on in the next one.
+    const bool spaced = cursor_ != last || last == buffer_.data();  // the start of the text
+    // A number near the end of the block may continue in the next one.
     const char* stop = ParseNumber(cursor_, end_, value);
     while (!complete_ && end_ - stop < longest_rest) {
       Fill();
@@ -61,7 +62,7 @@ class NumberReader {
     return !failed_;
   }
 
-  /// Leaves the stream behind the last number, or at the text that was none, as formatted reads would.
+  /// Leaves the stream after the last number, or at the text that is not a number, as formatted reads do.
   void Finish() {
     in_.clear();
     if (cursor_ == end_) {
@@ -78,8 +79,8 @@ class NumberReader {
   static constexpr std::size_t block_size = 65536;
   static constexpr std::ptrdiff_t longest_rest = 64;
 
-  /// Appends a block to what is left of the one before, at least as much again, so that a number of many
-  /// digits is not looked at too often.
+  /// Appends a block to the unread rest of the last one. It is at least as long as the rest, so that a number
+  /// of very many digits is not parsed too often.
   void Fill() {
     const auto rest = static_cast<std::size_t>(end_ - cursor_);
     const std::size_t wanted = std::max(block_size, rest);
@@ -97,10 +98,10 @@ class NumberReader {
   std::istream::pos_type start_;
   std::vector<char> buffer_;
   const char* cursor_ = buffer_.data();  // the next character
-  const char* end_ = buffer_.data();     // behind the last one read
-  std::size_t passed_ = 0;               // characters in front of the buffer
-  bool complete_ = false;                // the stream holds no more
-  bool failed_ = false;                  // no number stands at the cursor
+  const char* end_ = buffer_.data();     // the end of the characters read
+  std::size_t passed_ = 0;               // characters before the buffer
+  bool complete_ = false;                // the whole stream has been read
+  bool failed_ = false;                  // the text at the cursor is not a number
 };
 
 arr_c1DNumberArray<double> ArrayOf(const std::vector<double>& values) {
@@ -108,7 +109,7 @@ arr_c1DNumberArray<double> ArrayOf(const std::vector<double>& values) {
       static_cast<int>(detail::CheckedCount(static_cast<std::int64_t>(values.size()))), values.data());
 }
 
-/// Writes numbers as `<<` of the stream would, in the fast road for its default format.
+/// Writes numbers as `out << number` does, but faster when the stream has its default format.
 class LineWriter {
  public:
   LineWriter(std::ostream& out, int precision, int flags) : out_(out) {
@@ -139,7 +140,6 @@ class LineWriter {
     Flush();
     out_ << pnum_cNumber(value);
   }
-  /// One character as it is.
   void Put(char c) { *end_++ = c; }
   void EndLine() {
     Put('\n');
@@ -162,7 +162,7 @@ class LineWriter {
   char* end_ = line_.data();
 };
 
-/// Writes every element as a line, behind what `prefix` writes for its index.
+/// Writes one line for each element: what `prefix` writes for its index, then the element.
 template <class Prefix>
 type_cBoolean WriteLines(std::ostream& out, const parr_c1DNumberArray& array, int precision, int flags,
                          Prefix prefix) {
@@ -211,7 +211,7 @@ type_cBoolean asrw_ReadOneColumn(std::istream& in, parr_c1DNumberArray& out) {
   std::vector<double> values;
   for (double value = 0; numbers.Next(value);) values.push_back(value);
   numbers.Finish();
-  if (values.empty()) return false;  // a first number whose layout was told by less than all of it
+  if (values.empty()) return false;  // the format check saw only a part of the first number
   out = ArrayOf(values);
   return true;
 }

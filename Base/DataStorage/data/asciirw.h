@@ -6,11 +6,10 @@
 #include <DataStorage/data/darray1d.h>
 
 /// @file
-/// Columns of numbers as text: one number a line (values only), or a position and a value a line. Numbers are
-/// read with a decimal point, whatever the locale of the process or the stream, and written as the stream
-/// writes numbers. "inf", "infinity" and "nan", in capitals or not, count as numbers where they are whole
-/// words; "Info" and "Nanometres" are texts. White space (line ends included) separates numbers. There are no
-/// headers and no comments.
+/// Columns of numbers as text: one value per line, or a position and a value per line. Numbers are read with
+/// a decimal point, whatever the locale, and written in the format of the stream. "inf", "infinity" and
+/// "nan", in upper or lower case, are numbers when they are whole words, but not as the beginning of "Info"
+/// or "Nanometres". White space, line ends included, separates numbers. There are no headers and no comments.
 
 /// The layout of a text.
 enum asrw_eFormat {
@@ -19,29 +18,30 @@ enum asrw_eFormat {
   asrw_UnknownFormat = 2,  ///< neither
 };
 
-/// Tells the layout from the first line (its first 79 characters): one number, two numbers, or neither. The
-/// stream is left where it was; one that cannot be rewound holds neither.
+/// Returns the layout of the first line (its first 79 characters): one number, two numbers, or neither. The
+/// position of the stream does not change; the format of a stream without position is unknown.
 DATASTORAGE_EXPORT asrw_eFormat asrw_ASCII_Format(std::istream& in);
 
-/// Reads values into an array of 8-byte floats. False, and `out` as it was, when the text is not one column
-/// or starts with a number beyond the range of a double. Reading ends at the end of the stream or before the
-/// first text that is not a number (such a number included); the stream then is at its end or failed, and
-/// that text is the next in it.
+/// Reads values into an array of 8-byte floats. Returns false and leaves `out` unchanged when the text is not
+/// one column or starts with a number beyond the range of a double. Reading ends at the end of the stream or
+/// before the first text that is not a number (or is beyond that range); the stream is then at its end, or
+/// failed with that text as the next to read.
 DATASTORAGE_EXPORT type_cBoolean asrw_ReadOneColumn(std::istream& in, parr_c1DNumberArray& out);
 
-/// Reads positions and values into an array of 8-byte floats. The first two positions give the calibration;
-/// the others are passed over. When positions fall the values are reversed, so that the calibration, which
-/// then starts at the last position, rises. False, and `out` as it was, when the text is not two columns, has
-/// fewer than two lines, or its first two positions do not advance by at least `type_MinValue`. A position
-/// without a value at the end is dropped. Reading ends as for one column. A text that its first two pairs
-/// decide against is not read any further (64 KiB at most), and the stream stands behind them.
+/// Reads positions and values into an array of 8-byte floats. The first two positions determine the
+/// calibration; the others are ignored. When the positions decrease the values are reversed and the
+/// calibration starts at the last position, so that its delta is positive. Returns false and leaves `out`
+/// unchanged when the text is not two columns, has fewer than two lines, or when its first two positions
+/// differ by less than `type_MinValue` or not by a finite amount. A final position without a value is
+/// dropped. Reading ends as for one column. A text that is rejected for its first two pairs is not read any
+/// further (64 KiB at most), and the stream is left after them.
 DATASTORAGE_EXPORT type_cBoolean asrw_ReadTwoColumn(std::istream& in, darr_c1DArray& out);
 
-/// Writes one element a line, flushing each. The precision is set and the format flags are added to those of
-/// the stream, where both stay. False when the stream failed.
+/// Writes one element per line and flushes each line. Sets the precision of the stream and adds `flags` to
+/// its format flags; both remain set. Returns false when the stream fails.
 DATASTORAGE_EXPORT type_cBoolean asrw_WriteOneColumn(std::ostream& out, const parr_c1DNumberArray& array,
                                                      int precision, int flags);
 
-/// The same with the position of the element and a tab in front of each.
+/// The same, with the position of the element and a tab before each element.
 DATASTORAGE_EXPORT type_cBoolean asrw_WriteTwoColumn(std::ostream& out, const darr_c1DArray& array,
                                                      int precision, int flags);

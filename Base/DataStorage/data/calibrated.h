@@ -7,8 +7,7 @@
 
 namespace detail {
 
-/// The calibration of the elements of an index range when these become an array of their own: they keep their
-/// positions.
+/// The calibration of a new array of the elements of `range`, which keep their positions.
 inline cal_c1DArrayCal Rebased(const cal_c1DArrayCal& cal, const rnge_c1DIndexRange& range) noexcept {
   return cal.Rebased(range.StartIndexX(), range.Contains(cal.CalIndexX()));
 }
@@ -17,7 +16,7 @@ inline cal_c2DArrayCal Rebased(const cal_c2DArrayCal& cal, const rnge_c2DIndexRa
                      range.Contains(cal.CalIndexX(), cal.CalIndexY()));
 }
 
-/// What data arrays and masks have in common: elements, and the calibration that gives their indices physical
+/// Common base of data arrays and masks: elements, and the calibration that maps their indices to physical
 /// positions. `Values` holds the elements.
 template <class Values, class Calibration>
 class DATASTORAGE_EXPORT Calibrated : public Values {
@@ -25,7 +24,7 @@ class DATASTORAGE_EXPORT Calibrated : public Values {
   using PositionRange = std::conditional_t<bHasY, rnge_c2DRange, rnge_c1DRange>;
 
  public:
-  /// The positions covered.
+  /// The range of positions that the elements cover.
   PositionRange Range() const {
     if constexpr (bHasY) {
       return PositionRange(rnge_c2DIndexRange(0, 0, this->NumIndicesX(), this->NumIndicesY()), cal_);
@@ -34,12 +33,12 @@ class DATASTORAGE_EXPORT Calibrated : public Values {
     }
   }
 
-  /// What gives the elements their positions; valid as long as the array.
+  /// The calibration; valid as long as the array.
   const Calibration& Cal() const noexcept { return cal_; }
-  /// Lays the elements out anew.
+  /// Sets the calibration; the elements do not change.
   void SetCal(const Calibration& cal) noexcept { cal_ = cal; }
 
-  /// A value of the calibration.
+  /// The values of the calibration along X.
   double OffsetX() const noexcept { return cal_.OffsetX(); }
   double DeltaX() const noexcept { return cal_.DeltaX(); }
   int CalIndexX() const noexcept { return cal_.CalIndexX(); }
@@ -47,7 +46,7 @@ class DATASTORAGE_EXPORT Calibrated : public Values {
   void SetDeltaX(double delta) noexcept { cal_.SetDeltaX(delta); }
   void SetCalIndexX(int calIndex) noexcept { cal_.SetCalIndexX(calIndex); }
 
-  /// The same along Y, in two dimensions.
+  /// The values of the calibration along Y, only in two dimensions.
   double OffsetY() const noexcept requires bHasY { return cal_.OffsetY(); }
   double DeltaY() const noexcept requires bHasY { return cal_.DeltaY(); }
   int CalIndexY() const noexcept requires bHasY { return cal_.CalIndexY(); }
@@ -61,7 +60,7 @@ class DATASTORAGE_EXPORT Calibrated : public Values {
   Calibrated(const Calibrated&) = default;
   Calibrated& operator=(const Calibrated&) = default;
 
-  Calibration cal_;  ///< lies beside the elements, which know nothing of positions
+  Calibration cal_;  ///< positions of the elements
 };
 
 }  // namespace detail

@@ -36,7 +36,7 @@ darr_c2DArray conv_Convert(const darr_c2DArray& array, dtyp_cDataType type,
   return Converted(array, type, complex_conversion);
 }
 
-// A truth value is one byte that is 0 or 1.
+// A type_cBoolean is one byte that is 0 or 1, so the bytes are the elements.
 darr_c1DArray conv_Convert(const barr_c1DBoolArray& mask) {
   const void* bytes = mask.NumIndices() == 0 ? nullptr : mask.Data();
   return darr_c1DArray(parr_c1DNumberArray(mask.NumIndices(), dtyp_cDataType(dtyp_UBin8), bytes), mask.Cal());

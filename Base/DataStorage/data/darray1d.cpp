@@ -38,8 +38,8 @@ void darr_c1DArray::SetValue(const pnum_cNumber& value, double position) {
   }
   darr_c1DArray grown =
       Range().Contains(position) ? *this : Selection(Range() | pos_c1DPosition(position), rnge_IndexOuter);
-  // A position at the very end of the range lies in the cell behind the last one; one that its tolerance adds
-  // may lie in the cell before the first one.
+  // A position at the very end of the range is in the cell after the last one; a position within the
+  // tolerance of the range may be in the cell before the first one.
   if (const int i = grown.Cal().IndexX(position); i < 0 || i >= grown.NumIndices()) {
     const int end = std::max(detail::AddIndices(i, 1), grown.NumIndices());
     grown = grown.FilledOut(rnge_c1DIndexRange(std::min(i, 0), end), true);

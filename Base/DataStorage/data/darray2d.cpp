@@ -44,8 +44,8 @@ void darr_c2DArray::SetValue(const pnum_cNumber& value, double x, double y) {
   if (rising_x && rising_y && !Range().Contains(x, y)) {
     grown = Selection(Range() | pos_c2DPosition(x, y), rnge_IndexOuter);
   }
-  // A position at the very end of the range lies in the cell behind the last one; one that its tolerance adds
-  // may lie in the cell before the first one.
+  // A position at the very end of the range is in the cell after the last one; a position within the
+  // tolerance of the range may be in the cell before the first one.
   i = grown.Cal().IndexX(x);
   j = grown.Cal().IndexY(y);
   const rnge_c2DIndexRange needed(std::min(i, 0), std::min(j, 0),

@@ -8,7 +8,8 @@
 
 namespace detail {
 
-/// The raw form of a calibration: offset, delta (8 bytes each) and reference index (4 bytes) of each axis.
+/// Writes the raw form of a calibration: offset, delta (8 bytes each) and reference index (4 bytes) of each
+/// axis.
 inline type_cBoolean WriteRawCalibration(bstr_cBinary_ostream& out, const cal_c1DArrayCal& cal) {
   return bstr_WriteFields(out, cal.OffsetX(), cal.DeltaX(), cal.CalIndexX());
 }
@@ -17,7 +18,7 @@ inline type_cBoolean WriteRawCalibration(bstr_cBinary_ostream& out, const cal_c2
                           cal.CalIndexY());
 }
 
-/// Reads the raw form; the calibration stays as it was when that fails.
+/// Reads the raw form of a calibration; returns false and leaves `cal` unchanged on failure.
 inline type_cBoolean ReadRawCalibration(bstr_cBinary_istream& in, cal_c1DArrayCal& cal) {
   double offset = 0;
   double delta = 0;
@@ -34,28 +35,28 @@ inline type_cBoolean ReadRawCalibration(bstr_cBinary_istream& in, cal_c2DArrayCa
   return true;
 }
 
-/// What data arrays of one and of two dimensions have in common: calibrated numbers, and the persistence of
-/// both. `Numbers` is the number array, `Calibration` its calibration.
+/// Common base of one- and two-dimensional data arrays: calibrated numbers and their persistence. `Numbers`
+/// is the number array, `Calibration` its calibration.
 template <class Numbers, class Calibration>
 class DATASTORAGE_EXPORT DataArray : public Calibrated<Numbers, Calibration> {
  public:
-  /// The atoms of the number array and the calibration as a nested object.
+  /// Writes the atoms of the number array, and the calibration as a nested object.
   type_cBoolean Write(tgio_cASCII_ostream& out) const override {
     return Numbers::Write(out) && out.Write(cal_, darr_CalibrationString, false);
   }
   type_cBoolean Write(tgio_cBinary_ostream& out) const override {
     return Numbers::Write(out) && out.Write(cal_, darr_CalibrationTag);
   }
-  /// A calibration that the stream does not hold is offset 0, delta 1, index 0. When false is returned (an
-  /// object that is damaged or holds no data) the array is as it was.
+  /// A missing calibration is read as offset 0, delta 1, index 0. Returns false and leaves the array
+  /// unchanged when the object is damaged or holds no data.
   type_cBoolean Read(tgio_cASCII_istream& in) override { return ReadAtoms(in); }
   type_cBoolean Read(tgio_cBinary_istream& in) override { return ReadAtoms(in); }
 
-  /// The raw form: the calibration, then the raw form of the number array.
+  /// Writes the raw form: the calibration, then the raw form of the number array.
   type_cBoolean Write(bstr_cBinary_ostream& out) const {
     return WriteRawCalibration(out, cal_) && Numbers::Write(out);
   }
-  /// When false is returned the array is as it was.
+  /// Reads the raw form; returns false and leaves the array unchanged on failure.
   type_cBoolean Read(bstr_cBinary_istream& in) {
     Calibration cal;
     if (!ReadRawCalibration(in, cal) || !Numbers::Read(in)) return false;
@@ -65,8 +66,8 @@ class DATASTORAGE_EXPORT DataArray : public Calibrated<Numbers, Calibration> {
 
   /// Collects the atoms of an array that is read from a tagged stream.
   struct DATASTORAGE_EXPORT sDarrayData : Record<sDarrayData, typename Numbers::sParrayData> {
-    Calibration cal;  ///< the default until the calibration was read
-    /// The atom beside those of the numbers.
+    Calibration cal;  ///< the default until the calibration is read
+    /// The atom in addition to those of the numbers.
     static auto Fields(auto& record) {
       return std::tuple(Atom(darr_CalibrationTag, darr_CalibrationString, record.cal));
     }

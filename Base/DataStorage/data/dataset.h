@@ -20,7 +20,7 @@ enum data_eDatasetType {
   data_2DArray = 6,      ///< darr_c2DArray
 };
 
-/// What a dataset asks of the letter that holds its datum.
+/// The letter of a dataset: the object that holds its datum.
 class DATASTORAGE_EXPORT data_cLetter {
  public:
   virtual ~data_cLetter();
@@ -36,7 +36,7 @@ class DATASTORAGE_EXPORT data_cLetter {
 /// one; the kind changes only by assignment.
 class DATASTORAGE_EXPORT data_cDataset {
  public:
-  /// Holds a copy, which for arrays shares the elements.
+  /// Holds a copy of `value`; the copy of an array shares the elements.
   data_cDataset(const type_cBoolean& value = false);
   data_cDataset(const barr_c1DBoolArray& value);
   data_cDataset(const barr_c2DBoolArray& value);
@@ -48,15 +48,14 @@ class DATASTORAGE_EXPORT data_cDataset {
   requires std::is_arithmetic_v<T> data_cDataset(T value) : data_cDataset(Named(value)) {}
   /// Holds the same datum.
   data_cDataset(const data_cDataset& other);
-  /// Takes the datum and its kind.
+  /// Copies the datum and its kind.
   data_cDataset& operator=(const data_cDataset& other);
   ~data_cDataset();
 
   /// The kind of the datum.
   data_eDatasetType DatasetType() const;
 
-  /// A copy of the datum. Asked of a dataset of another kind each throws expt_cUserException, which names
-  /// both.
+  /// A copy of the datum. A dataset of another kind throws expt_cUserException, which names both kinds.
   operator type_cBoolean() const;
   operator barr_c1DBoolArray() const;
   operator barr_c2DBoolArray() const;

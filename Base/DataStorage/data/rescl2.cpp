@@ -8,27 +8,27 @@ namespace {
 
 constexpr detail::SourceFile source_file{"rescl2"};
 
-/// Elements of one step can become elements of another only where both lead in the same direction.
+/// Throws arr_cSizeException for steps of different directions.
 void CheckStep(double step, double newStep) {
   if (!detail::bSameDirection(step, newStep)) detail::ThrowSizeError(detail::DirectionsText(step, newStep));
 }
 
 int Count(const detail::IndexSpan& cells) { return detail::SubtractIndices(cells.end, cells.start); }
 
-/// For each of `count` new elements along an axis the source index, of `size`, that it takes: the places
-/// start, start + step, ... in units of source indices.
+/// The source indices of `count` new elements along an axis: start, start + step, ... in units of source
+/// indices, limited to the `size` elements that there are.
 std::vector<int> SourceIndices(int count, double start, double step, int size) {
   std::vector<int> indices(static_cast<std::size_t>(detail::CheckedCount(count)));
   double place = start;
   for (int& index : indices) {
-    index = place > 0 ? static_cast<int>(std::min(place, size - 1.0)) : 0;  // not-a-number too
+    index = place > 0 ? static_cast<int>(std::min(place, size - 1.0)) : 0;  // also for not-a-number
     place += step;
   }
   return indices;
 }
 
-/// The grid of step `newDelta` through the first position of a source axis, its reference element the one
-/// that holds the source's reference position.
+/// The grid of step `newDelta` through the first position of a source axis. Its reference index is that of
+/// the cell that contains the source's reference position.
 cal_cArrayCal RescaledAxis(const cal_cArrayCal& source, double newDelta) {
   const double first = source.Position(0);
   const int reference = cal_cArrayCal(first, newDelta).Index(source.Offset());

@@ -5,12 +5,12 @@
 
 #include <DataStorage/data/darray2d.h>
 
-// How the elements of one array lie along the axes of another: for resampling and merging, both of which
-// treat a falling axis as the mirror image of a rising one.
+// How elements of one array map to the axes of another, for resampling and merging. Both treat an axis with a
+// negative delta as the mirror image of one with a positive delta.
 
 namespace detail {
 
-/// Whether two steps lead in the same direction.
+/// Whether two steps are finite, not 0, and of the same sign.
 inline bool bSameDirection(double a, double b) noexcept {
   return std::isfinite(a) && std::isfinite(b) && ((a > 0 && b > 0) || (a < 0 && b < 0));
 }
@@ -20,26 +20,26 @@ inline str_cString DirectionsText(double a, double b) {
          " do not lead in the same direction";
 }
 
-/// Elements of arrays that are merged lie along axes of the same direction.
+/// Throws arr_cIndexException for steps of different directions, which cannot be merged.
 inline void CheckAxes(double a, double b) {
   if (!bSameDirection(a, b)) ThrowIndexError(DirectionsText(a, b));
 }
 
-/// The cells that the positions from `from` to `to`, in the direction of the axis, select.
+/// The cells that the positions `from` to `to`, given in the direction of the axis, select.
 inline IndexSpan SelectCells(double from, double to, const cal_cArrayCal& cal, rnge_eIndexSelect select) {
   if (!(cal.Delta() < 0)) return SelectIndices(from, to, cal, select);
   return SelectIndices(-from, -to, {-cal.Offset(), -cal.Delta(), cal.CalIndex()}, select);
 }
 
-/// Where merged elements go along an axis: to the indices from `first` on of an array that has the indices of
+/// Where merged elements go along an axis: to the indices from `first` on, in an array with the indices
 /// `needed`.
 struct Place {
   int first;
   IndexSpan needed;
 };
 
-/// The place of `count` elements, which lie at the positions from `from` to `to`, along the axis of an array
-/// of `size`. A falling axis has all the indices that it will have.
+/// The place of `count` elements at the positions `from` to `to` along the axis of an array of `size`
+/// elements. An axis with a negative delta is not extended: elements outside it throw arr_cIndexException.
 inline Place PlaceOf(double from, double to, int count, const cal_cArrayCal& cal, int size) {
   const int first = SelectCells(from, to, cal, rnge_IndexNearest).start;
   if (cal.Delta() < 0) {
@@ -51,7 +51,8 @@ inline Place PlaceOf(double from, double to, int count, const cal_cArrayCal& cal
           {std::min({0, first, touched.start}), std::max({size, AddIndices(first, count), touched.end})}};
 }
 
-/// Replaces the nearest elements of `target`, whose axes rise, by those of `merged`. It grows to cover them.
+/// Replaces the nearest elements of `target` by those of `merged`, and extends it to cover them. Requires
+/// positive deltas.
 template <class IndexRange, class Array>
 void Merge(const Array& merged, Array& target) {
   const auto range = merged.Range();
