@@ -62,7 +62,7 @@ dtsr_c2DPosition& dtsr_c2DPosition::operator=(const pos_c2DPosition& position) {
 }
 
 void dtsr_c2DPosition::SetPosition(double x, double y) {
-  // A search reads one tag after the other into the same object, which nobody listens to.
+  // Fast path for searches, which read one tag after the other into an object without receivers.
   if (!bHasReceivers() && detail::bExactly(*this)) return Take(x, y);
   pos_c2DPosition::SetPosition(x, y);
 }

@@ -10,10 +10,10 @@ using detail::LimitToInt;
 
 constexpr detail::SourceFile source_file{"DataSeries"};
 
-/// Bytes of a dimension without its texts.
+/// Bytes of the raw form of a dimension with empty texts.
 constexpr int SmallestRecord = 32;
 
-/// size - index, and back; wraps around so that every pair of numbers comes back as it was.
+/// size - index, and back; modulo 2^32, so that any two numbers can be restored.
 std::int32_t CountedFromSize(std::int32_t size, std::int32_t index) {
   return static_cast<std::int32_t>(static_cast<std::uint32_t>(size) - static_cast<std::uint32_t>(index));
 }

@@ -20,29 +20,30 @@ using detail::SeriesLists;
 
 constexpr detail::SourceFile source_file{"DataSeries"};
 
-// What RoomAt may say beside a number of bytes.
+// Results of RoomAt other than a number of bytes.
 constexpr std::int64_t NoRoom = -1;
 constexpr std::int64_t Unlimited = std::numeric_limits<std::int64_t>::max();
 
-/// The place of a datum that must not be written; so far below 0 that nobody reaches the file from there.
+/// The offset of a datum that must not be written: so far below 0 that positions relative to it are never in
+/// the file.
 constexpr std::int32_t Nowhere = std::numeric_limits<std::int32_t>::min();
 
-constexpr int ListBlock = 8192;  // entries that are moved at once
+constexpr int ListBlock = 8192;  // entries read or written at once
 
-/// A list that is read from a file next.
+/// An uninitialised offset list, to be read from a file.
 struct UnreadList : arr_cArray<long> {
   explicit UnreadList(int slots) : arr_cArray(arr_Unfilled, slots) {}
 };
 
-/// Four bytes of the file that change, and what they were.
+/// A 4-byte field of the file to be changed, with its old and new value.
 struct WordChange {
   std::int64_t position;
   std::int64_t before;
   std::int64_t after;
 };
 
-/// How long the tag at `position` is at least. Kinds that the library does not know may be as short as they
-/// like, but begin with the identifier if it is that of the series.
+/// The least length of the tag at `position`. A tag of unknown kind may be of any length; it counts at least
+/// its identifier when that is the kind of the series.
 std::int64_t TagLength(bstr_cBinary_istream& in, std::int64_t position, unsigned int seriesKind) {
   std::uint32_t kind;
   if (in.Size() - position < detail::TagKindLength) return 0;
@@ -52,7 +53,7 @@ std::int64_t TagLength(bstr_cBinary_istream& in, std::int64_t position, unsigned
   return kind == seriesKind ? detail::TagKindLength : 0;
 }
 
-/// Takes what a tag writes at its place in the file, so that it gets there with one write.
+/// Buffers what a tag writes at its place in the file, so that one write stores it.
 class TagOutput final : public bstr_cBinary_ostream {
  public:
   explicit TagOutput(std::int64_t place) : place_(place) {}
@@ -84,7 +85,7 @@ dtsr_cFileLockedException::dtsr_cFileLockedException(const char* file, int line,
 
 dtsr_cFileLockedException::~dtsr_cFileLockedException() = default;
 
-/// Everything about a new file that can fail before the file is touched.
+/// The contents of a new file. Making it does everything that can fail before the file is touched.
 struct dtsr_cFileSeriesBase::Plan {
   Plan(const str_cString& path, const dtsr_cDimensionArray& dimensions, unsigned int dataTypeID) {
     for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
@@ -92,7 +93,7 @@ struct dtsr_cFileSeriesBase::Plan {
     }
     const int total = dimensions.TotalNumberIndices();
     if (total == 0) arr_IndexError(0, total);
-    SeriesHeader header;  // without lists as yet: those who open the file too early are turned away by this
+    SeriesHeader header;  // lists is still 0, so that the file cannot be opened before it is complete
     header.dataType = dataTypeID;
     header.total = total;
     header.Write(head);
@@ -158,7 +159,7 @@ dtsr_cFileSeriesBase::dtsr_cFileSeriesBase(const str_cString& path, unsigned int
 dtsr_cFileSeriesBase::~dtsr_cFileSeriesBase() = default;
 
 void dtsr_cFileSeriesBase::ReadDimensionArray(dtsr_cDimensionArray& dimensions) {
-  // Read from a copy of the bytes before the lists, so that no count or length can claim more than these.
+  // Read from a copy of the bytes before the lists, so that no count or length can exceed these.
   bstr_cBinary_istream& in = file_.Input();
   std::vector<unsigned char> bytes(static_cast<std::size_t>(offsetListPosition_ - SeriesHeader::End));
   const auto n = static_cast<std::int64_t>(bytes.size());
@@ -202,7 +203,7 @@ void dtsr_cFileSeriesBase::SetNewestTag(const dtsr_cDataTag& tag) {
   const std::int64_t tagOffset = out.Position();
   if (!out.bGood() || tagOffset < place) ThrowCannotWrite();
 
-  // A tag that was asked for while there was none yet is no reason to leave the type out.
+  // A sample tag may come from GetTag, before any tag was stored; the type must be written then too.
   const bool first = !sampleTag_ || tagTypeID_ == 0;
   detail::TagPointer firstTag(first ? tag.pCopy() : nullptr);
   TagOutput tagOutput(tagOffset);
@@ -212,11 +213,11 @@ void dtsr_cFileSeriesBase::SetNewestTag(const dtsr_cDataTag& tag) {
   const bool behindAll = bBehindAll(place);
   if (!tagBytes.bGood() || (!behindAll && nextData - place > RoomAt(place))) ThrowCannotWrite();
 
-  // In this order, so that whoever opens the file in between, or after this process was killed, finds the
-  // offsets of all data that the count includes.
+  // In this order, so that a process that opens the file in between, or after this process was killed, finds
+  // the offsets of all data that are counted.
   std::array<WordChange, 5> changes;
   auto end = changes.begin();
-  if (place != tail_) {  // the concrete series may have chosen it
+  if (place != tail_) {  // the concrete series may have set it
     *end++ = {Lists().DataEntry(i), place, place};
   }
   if (i + 1 < Size()) {
@@ -272,7 +273,8 @@ void dtsr_cFileSeriesBase::ResetWriteIndex() {
   exchange();
   const bool written = WritePointers();
   if (!written) exchange();
-  // The count comes last when the old lists are put back: it must not speak of data that they do not show.
+  // When the old lists are restored, the count is written last: it must not include data that are not in the
+  // lists.
   listsInFile_ = written || (WriteLists() && WriteWord(out, SeriesHeader::ValidField, writeIndex_));
   if (!written) ThrowCannotWrite();
   ForgetNextPlace();
@@ -321,10 +323,10 @@ bool dtsr_cFileSeriesBase::WriteLists() {
   return true;
 }
 
-/// How many bytes can be written at `place` before they reach a valid datum or tag. `NoRoom` also where the
-/// lists share their bytes with valid data, because an append writes these too.
+/// The number of bytes from `place` to the next valid datum or tag. `NoRoom` also when valid data overlap the
+/// lists, because an append writes these too.
 std::int64_t dtsr_cFileSeriesBase::RoomAt(std::int64_t place) const {
-  bstr_cBinary_fstream file(file_);  // another position for the tags that are looked at
+  bstr_cBinary_fstream file(file_);  // a position of its own, for reading tags
   bstr_cBinary_istream& in = file.Input();
   const std::int64_t listsEnd = Lists().End();
   if (place < listsEnd || !in.Seek(place)) return NoRoom;
@@ -344,8 +346,8 @@ std::int64_t dtsr_cFileSeriesBase::RoomAt(std::int64_t place) const {
   return end == Unlimited ? end : end - place;
 }
 
-/// Sees to it that the concrete series cannot write the next datum over others. For places that were read
-/// from the file, and those in between valid data.
+/// Prevents the concrete series from writing the next datum over valid ones. Needed when its place was read
+/// from the file or lies between valid data.
 void dtsr_cFileSeriesBase::GuardNextPlace() {
   ForgetNextPlace();
   if (writeIndex_ >= Size()) return;
@@ -389,7 +391,7 @@ void dtsr_cFileSeriesBase::ThrowCannotReadDatum(int i, int line) const {
 }
 
 void dtsr_cFileSeriesBase::ThrowCannotWrite(int line) const {
-  // The failure is told by the exception: the stream must not go on refusing.
+  // The exception reports the failure, so the stream is made good again.
   bstr_cBinary_ostream& out = file_.Output();
   const long place = writeIndex_ < Size() ? dataOffsets_[writeIndex_] : -1;
   if (!out.Seek(place)) out.Seek(out.Position());

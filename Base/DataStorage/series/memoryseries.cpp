@@ -26,7 +26,7 @@ void dtsr_cMemorySeriesBase::SetNewestTag(const dtsr_cDataTag& tag) {
     tagTypeID_ = tag.TagTypeID();
   }
   if (writeCount_ == std::numeric_limits<int>::max()) {
-    writeCount_ = Size() + (writeCount_ - Size()) % Size();  // the same slots, with room to count on
+    writeCount_ = Size() + (writeCount_ - Size()) % Size();  // the same slot, without overflow
   }
   tags_[writeCount_ % Size()].swap(copy);
   ++writeCount_;

@@ -15,7 +15,7 @@ int dtsr_cDataSeriesBase::DataIndex(const dtsr_cDataTag& tag, type_cBoolean comp
     } catch (const dtsr_cTagTypeException&) {
       continue;
     }
-    // A tag that took what it could of another kind would look equal.
+    // A tag that was copied in part from another kind could compare equal.
     if (stored->filledFrom_ == kind && stored->IsEqual(tag, compareTime)) return i;
   }
   return -1;

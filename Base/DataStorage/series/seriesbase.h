@@ -9,26 +9,26 @@
 /// A collection of data over calibrated dimensions, each datum with a tag. Datum k is the one at the index
 /// vector `DimensionArray().IndexPosition(k)`.
 ///
-/// A concrete series joins this class with one of the two stores, `dtsr_cMemorySeriesBase` or
-/// `dtsr_cFileSeriesBase`, whose operations of the same names implement the pure ones: by deriving from
-/// `dtsr_cStoredSeries`. `dtsr_cMemorySeries` and `dtsr_cFileSeries` are ready for use.
+/// A concrete series derives from `dtsr_cStoredSeries`, which combines this class with a store,
+/// `dtsr_cMemorySeriesBase` or `dtsr_cFileSeriesBase`, and implements the pure functions by those of the
+/// store. `dtsr_cMemorySeries` and `dtsr_cFileSeries` are ready to use.
 class DATASTORAGE_EXPORT dtsr_cDataSeriesBase {
  public:
   dtsr_cDataSeriesBase(const dtsr_cDataSeriesBase&) = default;
   dtsr_cDataSeriesBase& operator=(const dtsr_cDataSeriesBase&) = default;
   virtual ~dtsr_cDataSeriesBase();
 
-  /// How many data the store has room for.
+  /// The capacity: how many data the store can hold.
   virtual int Size() const = 0;
   /// The number of valid data: also the linear index of the next datum, as long as the store is not full.
   virtual int NextWriteIndex() const = 0;
-  /// Makes the series empty.
+  /// Empties the series.
   virtual void ResetWriteIndex() = 0;
-  /// The oldest datum whose tag equals `tag`, -1 when there is none. Tags of another kind never do; the time
-  /// is compared when `compareTime` is set. Goes through all tags one by one, with `GetTag` into a copy of
-  /// `tag`; what that throws ends the search, except for dtsr_cTagTypeException.
+  /// The index of the oldest datum whose tag equals `tag`; -1 when there is none. Tags of another kind are
+  /// never equal; times are compared only when `compareTime` is set. Reads the tags one by one, with `GetTag`
+  /// into a copy of `tag`; exceptions other than dtsr_cTagTypeException end the search.
   virtual int DataIndex(const dtsr_cDataTag& tag, type_cBoolean compareTime) const;
-  /// Whether datum i is there.
+  /// Whether datum i exists.
   virtual type_cBoolean bHasData(int i);
   /// Copies the tag of datum i into the caller's tag.
   virtual void GetTag(int i, dtsr_cDataTag& tag) const = 0;
@@ -37,7 +37,7 @@ class DATASTORAGE_EXPORT dtsr_cDataSeriesBase {
   /// The kind of the tags; 0 when none is known yet.
   virtual unsigned int TagTypeID() const = 0;
 
-  /// What the data are laid out over; valid as long as the series.
+  /// The dimensions; valid as long as the series.
   const dtsr_cDimensionArray& DimensionArray() const noexcept { return dimensions_; }
   /// The same as `NextWriteIndex()`.
   int NumberValidData() const { return NextWriteIndex(); }
@@ -51,7 +51,7 @@ class DATASTORAGE_EXPORT dtsr_cDataSeriesBase {
   type_cBoolean bHasData(const arr_cC_Array<double>& positions) {
     return bHasData(dimensions_.Index(positions));
   }
-  /// Copies its tag into the caller's.
+  /// Copies the tag of the datum at an index vector or a position vector into the caller's tag.
   void GetTag(const arr_cC_Array<int>& indices, dtsr_cDataTag& tag) const {
     GetTag(dimensions_.Index(indices), tag);
   }
@@ -60,7 +60,7 @@ class DATASTORAGE_EXPORT dtsr_cDataSeriesBase {
   }
 
  protected:
-  /// The dimensions stay what they are.
+  /// The dimensions change only by assignment.
   explicit dtsr_cDataSeriesBase(const dtsr_cDimensionArray& dimensions) : dimensions_(dimensions) {}
   dtsr_cDataSeriesBase& operator=(dtsr_cDataSeriesBase&&) noexcept = default;
 

@@ -16,8 +16,8 @@
 #include <DataStorage/series/memoryseries.h>
 #include <DataStorage/series/seriesbase.h>
 
-/// A series in a store, `dtsr_cMemorySeriesBase` or `dtsr_cFileSeriesBase`, to derive a concrete series from
-/// that keeps its data in a way of its own:
+/// A series in a store, `dtsr_cMemorySeriesBase` or `dtsr_cFileSeriesBase`. Concrete series that keep their
+/// data in a form of their own derive from it:
 ///
 ///     class Log : public dtsr_cStoredSeries<dtsr_cFileSeriesBase> {
 ///      public:
@@ -27,12 +27,12 @@
 ///       }
 ///     };
 ///
-/// The store comes first among the bases: it has opened its file before the dimensions are read from there.
+/// The store is the first base class, because it must open the file before the dimensions are read from it.
 template <class Store>
 class DATASTORAGE_EXPORT dtsr_cStoredSeries : public Store, public dtsr_cDataSeriesBase {
  public:
   dtsr_cStoredSeries(const dtsr_cStoredSeries&) = default;
-  /// Takes what the store takes, and the dimensions.
+  /// Assigns the store and the dimensions.
   dtsr_cStoredSeries& operator=(const dtsr_cStoredSeries& other) {
     dtsr_cStoredSeries copy(other);
     Store::operator=(static_cast<Store&&>(copy));
@@ -42,7 +42,7 @@ class DATASTORAGE_EXPORT dtsr_cStoredSeries : public Store, public dtsr_cDataSer
 
   using dtsr_cDataSeriesBase::GetTag;
 
-  /// As the store does.
+  /// Implemented by the store.
   int Size() const override { return Store::Size(); }
   int NextWriteIndex() const override { return Store::NextWriteIndex(); }
   void ResetWriteIndex() override { Store::ResetWriteIndex(); }
@@ -51,14 +51,14 @@ class DATASTORAGE_EXPORT dtsr_cStoredSeries : public Store, public dtsr_cDataSer
   unsigned int TagTypeID() const override { return Store::TagTypeID(); }
 
  protected:
-  /// In memory.
+  /// Creates a series in memory.
   dtsr_cStoredSeries(int capacity, const dtsr_cDimensionArray& dimensions)
       : Store(capacity), dtsr_cDataSeriesBase(dimensions) {}
   /// Creates a series file.
   dtsr_cStoredSeries(const str_cString& path, const dtsr_cDimensionArray& dimensions, unsigned int dataTypeID,
                      bstr_eAccess access)
       : Store(path, dimensions, dataTypeID, access), dtsr_cDataSeriesBase(dimensions) {}
-  /// Opens a series file and reads its dimensions; throws what the store does for both.
+  /// Opens a series file and reads its dimensions; throws what the store throws for both.
   dtsr_cStoredSeries(const str_cString& path, unsigned int dataTypeID, bstr_eAccess access)
       : Store(path, dataTypeID, access), dtsr_cDataSeriesBase(StoredDimensions()) {}
 
@@ -70,18 +70,18 @@ class DATASTORAGE_EXPORT dtsr_cStoredSeries : public Store, public dtsr_cDataSer
   }
 };
 
-/// The newest data in memory, with their tags: a ring in which a new datum replaces the oldest when it is
-/// full. Data are copied in. An operation that throws leaves the series as it was.
+/// A series in memory that keeps the newest data with their tags, in a ring: when it is full, a new datum
+/// replaces the oldest. Data are copied. An operation that throws leaves the series unchanged.
 template <class T>
 class DATASTORAGE_EXPORT dtsr_cMemorySeries : public dtsr_cStoredSeries<dtsr_cMemorySeriesBase> {
   using Series = dtsr_cStoredSeries<dtsr_cMemorySeriesBase>;
 
  public:
-  /// A negative capacity raises arr_IndexError.
+  /// A negative capacity throws arr_cIndexException.
   explicit dtsr_cMemorySeries(int capacity, const dtsr_cDimensionArray& dimensions = dtsr_cDimensionArray())
       : Series(capacity, dimensions), data_(Slots(capacity)) {}
   dtsr_cMemorySeries(const dtsr_cMemorySeries&) = default;
-  /// Takes data, tags and dimensions.
+  /// Copies data, tags and dimensions.
   dtsr_cMemorySeries& operator=(const dtsr_cMemorySeries& other) {
     arr_cArray<T> data(other.data_);
     Series::operator=(other);
@@ -90,21 +90,21 @@ class DATASTORAGE_EXPORT dtsr_cMemorySeries : public dtsr_cStoredSeries<dtsr_cMe
     return *this;
   }
 
-  /// Adds a datum. A series of capacity 0 raises arr_IndexError.
+  /// Adds a datum. A series of capacity 0 throws arr_cIndexException.
   void Append(const T& datum, const dtsr_cDataTag& tag) {
     data_[next_] = datum;
     SetNewestTag(tag);
     next_ = (next_ + 1) % data_.Size();
   }
-  /// Datum i, 0 being the oldest that is still held; valid until the series changes. Raises arr_IndexError
-  /// unless 0 <= i < NextWriteIndex().
+  /// Datum i, 0 being the oldest that is still held; valid until the series changes. Throws
+  /// arr_cIndexException unless 0 <= i < NextWriteIndex().
   const T& Datum(int i) const {
     const int n = NextWriteIndex();
     if (i < 0 || i >= n) arr_IndexError(i, n);
     const std::int64_t slot = std::int64_t{next_} - n + i;
     return data_[static_cast<int>(slot < 0 ? slot + data_.Size() : slot)];
   }
-  /// Changes the capacity and keeps the newest data. A negative one raises arr_IndexError.
+  /// Changes the capacity and keeps the newest data. A negative one throws arr_cIndexException.
   void SetSize(int n) override {
     const int held = NextWriteIndex();
     const int kept = std::clamp(n, 0, held);
@@ -116,10 +116,10 @@ class DATASTORAGE_EXPORT dtsr_cMemorySeries : public dtsr_cStoredSeries<dtsr_cMe
   }
 
  protected:
-  using Series::SetNewestTag;  // goes with a datum
+  using Series::SetNewestTag;  // only with a datum, by Append
 
  private:
-  /// One more than the store has: a new datum is whole before the oldest one goes.
+  /// One slot more than the store has, so that a new datum is complete before the oldest one is dropped.
   static int Slots(int capacity) {
     return static_cast<int>(detail::CheckedCount(std::max<std::int64_t>(capacity, 0) + 1));
   }
@@ -128,12 +128,12 @@ class DATASTORAGE_EXPORT dtsr_cMemorySeries : public dtsr_cStoredSeries<dtsr_cMe
   int next_ = 0;  // the slot of the next datum
 };
 
-/// Data in a series file, with their tags. `T` writes itself to a raw stream with `Write`, reads itself with
-/// `Read`, both of which return whether that worked, and has an identifier, `DataTypeID()`, like the data
-/// arrays. Data of other kinds, or such as are written in another way, go into a class derived from
-/// `dtsr_cStoredSeries<dtsr_cFileSeriesBase>` with `AppendDatum` and `bReadDatum`.
+/// Data of type `T` in a series file, with their tags. Requires that `T` has `Write` and `Read` for raw
+/// streams, which return whether they succeeded, and a static identifier `DataTypeID()`, like data arrays.
+/// For other data, or another form in the file, derive a class from
+/// `dtsr_cStoredSeries<dtsr_cFileSeriesBase>` that uses `AppendDatum` and `bReadDatum`.
 ///
-/// What the store says of failures and locks holds here too.
+/// Failures and locks are as described for dtsr_cFileSeriesBase.
 template <class T>
 class DATASTORAGE_EXPORT dtsr_cFileSeries : public dtsr_cStoredSeries<dtsr_cFileSeriesBase> {
   using Series = dtsr_cStoredSeries<dtsr_cFileSeriesBase>;
@@ -146,15 +146,15 @@ class DATASTORAGE_EXPORT dtsr_cFileSeries : public dtsr_cStoredSeries<dtsr_cFile
       "the data of a file series need Read, Write and DataTypeID");
 
  public:
-  /// Creates a series file; one that exists is emptied.
+  /// Creates a series file; an existing one is emptied.
   dtsr_cFileSeries(const str_cString& path, const dtsr_cDimensionArray& dimensions,
                    bstr_eAccess access = bstr_CreateLocked)
       : Series(path, dimensions, T::DataTypeID(), access) {}
-  /// Opens a series file, to append and to read. `bstr_OpenReadOnly` needs no lock.
+  /// Opens a series file for appending and reading. With `bstr_OpenReadOnly` it needs no lock.
   explicit dtsr_cFileSeries(const str_cString& path, bstr_eAccess access = bstr_OpenLocked)
       : Series(path, T::DataTypeID(), access) {}
-  /// Opens a series file to go on with it, or creates it where there is none; with the lock. No file is ever
-  /// emptied. Throws "Invalid dimensions for ..." when the file has others.
+  /// Opens a series file to continue it, or creates it when there is none; holds the lock. An existing file
+  /// is never emptied. Throws "Invalid dimensions for ..." when the file has others.
   static dtsr_cFileSeries OpenOrCreate(const str_cString& path, const dtsr_cDimensionArray& dimensions) {
     const bool present = bstr_cBinary_fstream(path, bstr_OpenReadOnly).Input().bGood();
     if (!present) return dtsr_cFileSeries(path, dimensions, bstr_CreateNew);
@@ -163,13 +163,13 @@ class DATASTORAGE_EXPORT dtsr_cFileSeries : public dtsr_cStoredSeries<dtsr_cFile
     return series;
   }
 
-  /// Appends a datum: it is in the file for good when this returns. Raises arr_IndexError when the series is
-  /// full, throws "Can't write to series file ..." when a write fails; the series is then as it was.
+  /// Appends a datum, which is in the file when this returns. Throws arr_cIndexException when the series is
+  /// full, "Can't write to series file ..." when a write fails; the series is then unchanged.
   void Append(const T& datum, const dtsr_cDataTag& tag) {
     AppendDatum(tag, [&](bstr_cBinary_ostream& out) { return datum.Write(out); });
   }
-  /// Reads datum i. Raises arr_IndexError unless 0 <= i < NextWriteIndex(), throws "Can't read datum ..."
-  /// when it is damaged or cut off.
+  /// Reads datum i. Throws arr_cIndexException unless 0 <= i < NextWriteIndex(), "Can't read datum ..." when
+  /// it is damaged or truncated.
   T Datum(int i) const {
     if (i < 0 || i >= NextWriteIndex()) arr_IndexError(i, NextWriteIndex());
     T datum;
@@ -178,5 +178,5 @@ class DATASTORAGE_EXPORT dtsr_cFileSeries : public dtsr_cStoredSeries<dtsr_cFile
   }
 
  protected:
-  using Series::SetNewestTag;  // goes with a datum
+  using Series::SetNewestTag;  // only with a datum, by Append
 };

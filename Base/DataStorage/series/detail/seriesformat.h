@@ -1,8 +1,8 @@
 #pragma once
 
 /// @file
-/// Where things stand in a series file: for the library, its command-line tool, tests and benchmarks. What
-/// they mean is in docs/series-file.md.
+/// The layout of series files, for the library, its command-line tool, tests and benchmarks.
+/// docs/series-file.md explains the format.
 
 #include <cstdint>
 #include <limits>
@@ -12,16 +12,16 @@
 
 namespace detail {
 
-/// Positions in a series file have 32 bits.
+/// The largest position in a series file; positions are signed 32-bit numbers.
 inline constexpr std::int64_t LastSeriesPosition = std::numeric_limits<std::int32_t>::max();
 
-/// The bytes of a tag: its kind alone, one with a time, one with a 2D position too.
+/// Lengths of tags in bytes: the kind alone, a plain tag (kind and time), a tag with a 2D position.
 inline constexpr std::int64_t TagKindLength = 4;
 inline constexpr std::int64_t PlainTagLength = 8;
 inline constexpr std::int64_t PositionTagLength = 24;
 
-/// The two lists of offsets, one entry for each slot: first those of the data, then those of the tags. The
-/// data begin behind them.
+/// The two offset lists, each with one entry per slot: first that of the data, then that of the tags. The
+/// data follow.
 struct SeriesLists {
   static constexpr std::int64_t SlotBytes = 8;
 
@@ -31,12 +31,11 @@ struct SeriesLists {
   constexpr std::int64_t DataEntry(std::int64_t slot) const { return begin + 4 * slot; }
   constexpr std::int64_t TagEntry(std::int64_t slot) const { return DataEntry(slots + slot); }
   constexpr std::int64_t End() const { return begin + SlotBytes * slots; }
-  /// Whether they are lists that a file of so many bytes can hold.
+  /// Whether a file of `fileSize` bytes can hold these lists.
   constexpr bool bFit(std::int64_t fileSize) const;
 };
 
-/// The fixed words at the start of a series file: those of a new one, or as they stand there, which is a
-/// claim.
+/// The fixed fields at the start of a series file: for a new file, or as read from a file, unchecked.
 struct SeriesHeader {
   static constexpr std::uint16_t KnownVersion = 0x0210;
 
@@ -55,7 +54,8 @@ struct SeriesHeader {
   static constexpr std::int64_t ListsField = 22;
   static constexpr std::int64_t End = 26;  ///< the dimensions begin here
 
-  /// From the start of a file: what it is, then what is in it. False when that is not there.
+  /// Read or write the fields from the start of a file, reading in two steps: the kind of the file, then its
+  /// contents. Return false on failure.
   bool ReadKind(bstr_cBinary_istream& in) {
     return bstr_ReadFields(in, mark, format, version, dataType, tagType);
   }
