@@ -323,8 +323,8 @@ bool dtsr_cFileSeriesBase::WriteLists() {
   return true;
 }
 
-/// The number of bytes from `place` to the next valid datum or tag. `NoRoom` also when valid data overlap the
-/// lists, because an append writes these too.
+/// The number of bytes from `place` to the next valid datum or tag. `NoRoom` when `place` is in one, and when
+/// valid data overlap the lists, which an append writes too.
 std::int64_t dtsr_cFileSeriesBase::RoomAt(std::int64_t place) const {
   bstr_cBinary_fstream file(file_);  // a position of its own, for reading tags
   bstr_cBinary_istream& in = file.Input();

@@ -10,17 +10,17 @@ namespace {
 constexpr std::int32_t header_size = 40;
 constexpr std::int64_t colours = 256;
 constexpr std::int64_t bytes_per_colour = 4;
-constexpr std::int64_t block_size = 1 << 20;  // few calls of the stream, and still in a cache
+constexpr std::int64_t block_size = 1 << 20;  // few calls of the stream, but still fits a cache
 
-/// Bytes of a row in the stream.
+/// The length of a row in the stream, in bytes.
 std::int64_t Stride(std::int64_t width) { return (width + 3) / 4 * 4; }
 
-/// As many rows as make up a block, at least one.
+/// The number of rows in a block, at least one.
 std::int64_t RowsPerBlock(std::int64_t stride, std::int64_t height) {
   return std::clamp<std::int64_t>(block_size / stride, 1, height);
 }
 
-/// Rows of `width` bytes from one stride to another.
+/// Copies rows of `width` bytes from one stride to another.
 void CopyRows(const unsigned char* from, std::int64_t from_stride, unsigned char* to, std::int64_t to_stride,
               std::int64_t width, std::int64_t rows) {
   for (std::int64_t y = 0; y < rows; ++y) std::copy_n(from + y * from_stride, width, to + y * to_stride);
