@@ -1,5 +1,5 @@
-// B: copies of number arrays, selections and stores of blocks. What makes new elements has as its limit a
-// copy into new memory.
+// B: copies of number arrays, selections and stores of blocks. The limit for work that creates new elements
+// is a copy into new memory.
 
 #include <memory>
 #include <string>
@@ -20,7 +20,7 @@ void ArrayCopy(benchmark::State& state) {
   }
   SetItems(state, 1);
 }
-/// Nothing but a place on the heap, taken and given back.
+/// Only allocates and frees memory.
 void NewAndDelete(benchmark::State& state) {
   for (auto _ : state) benchmark::DoNotOptimize(std::make_unique<std::pair<double, double>>());
   SetItems(state, 1);
@@ -37,7 +37,7 @@ void FirstWrite(benchmark::State& state, std::int64_t n) {
   SetBytes(state, 2 * 8 * n);
 }
 
-constexpr int skipped = 16;  // elements in front of a selection
+constexpr int skipped = 16;  // elements before a selection
 
 void Selection1D(benchmark::State& state, std::int64_t n) {
   const int end = skipped + static_cast<int>(n);

@@ -9,8 +9,8 @@
 
 #include <DataStorage/interfaces/lgar.h>
 
-// What the benchmarks share. Their names are work/what/size/who, and the table is made from them: the first
-// three make a row, the last says whose way of doing it was measured: "ours", "limit" (what the machine
+// Helpers of all benchmarks. Benchmark names are work/what/size/who, from which table.py makes the table: the
+// first three parts are the row, the last is what was measured: "ours", "limit" (the best that the machine
 // allows: a plain copy of as many bytes, plain system calls) or a peer.
 
 template <class Function, class... Arguments>
@@ -22,17 +22,17 @@ struct Size {
   const char* name;
   std::int64_t elements;
 };
-/// For the first cache, for the second and third, and for memory.
+/// Sizes for the first-level cache, for the second and third level, and for main memory.
 inline constexpr Size sizes[] = {{"1K", 1 << 10}, {"32K", 1 << 15}, {"16M", 1 << 24}};
 
-/// Memory as our arrays take it.
+/// Memory that is allocated as our arrays do.
 struct FreeBlock {
   std::size_t bytes;
   void operator()(void* block) const { lgar_FreeBlock(block, bytes); }
 };
 template <class T>
 using Block = std::unique_ptr<T[], FreeBlock>;
-/// Not filled.
+/// An uninitialised block.
 template <class T>
 Block<T> NewBlock(std::int64_t count) {
   const std::size_t bytes = static_cast<std::size_t>(count) * sizeof(T);
@@ -52,7 +52,7 @@ inline void SetItems(benchmark::State& state, std::int64_t items) {
   state.SetItemsProcessed(state.iterations() * items);
 }
 
-/// The limit of what reads and writes `bytes` each, or half as much of the one and half more of the other.
+/// A plain copy: the limit for work that reads and writes 2 * `bytes` together.
 inline void Copy(benchmark::State& state, std::int64_t bytes) {
   const auto source = FilledBlock<char>(bytes, 1), target = FilledBlock<char>(bytes);
   for (auto _ : state) {
@@ -61,8 +61,8 @@ inline void Copy(benchmark::State& state, std::int64_t bytes) {
   }
   SetBytes(state, 2 * bytes);
 }
-/// The same for what hands out new memory. `skip` bytes stand before those that are copied: it costs a large
-/// copy much whether source and target lie alike in their pages.
+/// The same for work that returns new memory. The copy begins `skip` bytes into the source, because the speed
+/// of a large copy depends on the positions of source and target within their pages.
 inline void CopyIntoNewBlock(benchmark::State& state, std::int64_t bytes, std::int64_t skip) {
   const auto source = FilledBlock<char>(skip + bytes, 1);
   for (auto _ : state) {

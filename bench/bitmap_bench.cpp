@@ -1,5 +1,5 @@
-// G: the bitmap stream on a file; the limit is one call for the same pixels at the same place. Rows of 4096
-// pixels need no padding, rows of 4095 do.
+// G: the bitmap stream on a file; the limit is one call that transfers the same pixels at the same position.
+// Rows of 4096 pixels need no padding, rows of 4095 do.
 
 #include <cstdio>
 
@@ -13,7 +13,7 @@ constexpr std::int64_t pixels_start = 1064;
 constexpr std::int64_t pixel_bytes = std::int64_t{4096} * height;
 
 struct File {
-  bstr_cBinary_fstream stream{"datastorage_bench.tmp"};  // where the program was started
+  bstr_cBinary_fstream stream{"datastorage_bench.tmp"};  // in the current directory
   File() = default;
   File(const File&) = delete;
   File& operator=(const File&) = delete;
@@ -45,7 +45,7 @@ void Read(benchmark::State& state, int width) {
   for (auto _ : state) Check(state, file.stream.Input().Seek(0) && dbrw_Read(file.stream.Input(), image));
   SetBytes(state, pixel_bytes);
 }
-/// Into a block that is new each time, as the pixels of a picture are.
+/// Into a new block each time, like the pixels of an image.
 void ReadAtOnce(benchmark::State& state) {
   File file;
   dbrw_Write(file.stream.Output(), {4096, height});

@@ -7,19 +7,19 @@
 #include "bench.h"
 #include <DataStorage/numbers/elements.h>
 
-// Conversions of elements, to be registered for everybody who can do them. A `Way` has the member templates
-// name<Pair>, who it is, and Convert<Pair>(source, target, count).
+// Conversions of elements, to be registered for each implementation. A `Way` has the member templates
+// name<Pair>, the name of the implementation, and Convert<Pair>(source, target, count).
 
 template <class T>
 constexpr bool is_complex = false;
 template <class T>
 constexpr bool is_complex<comp_cComplex<T>> = true;
 
-/// A type in which floats can be clamped to the limits of an integer type.
+/// A floating-point type in which values can be clamped to the limits of an integer type.
 template <class Integer, class Float>
 using WideEnough = std::conditional_t<(sizeof(Integer) < sizeof(Float)), Float, double>;
 
-/// What is converted into what.
+/// The source type, the target type and the complex conversion.
 template <class SourceType, class TargetType, conv_eComplexConversion conversion = conv_Real>
 struct Pair {
   using Source = SourceType;
@@ -57,7 +57,7 @@ using AllPairs =
              Pair<Complex64, float, conv_Magnitude>, Pair<Complex128, double, conv_Magnitude>,
              Pair<Complex128, short, conv_Magnitude>, Pair<Complex64, float, conv_Phase>,
              Pair<Complex128, double, conv_Phase>>;
-/// Those that are measured into new memory as well.
+/// Conversions that are also measured into new memory.
 using PairsForNewArrays = PairList<Pair<unsigned short, float>, Pair<float, double>, Pair<double, float>,
                                    Pair<double, short>, Pair<Complex128, double, conv_Magnitude>>;
 
@@ -86,7 +86,7 @@ void Convert(benchmark::State& state, std::int64_t count) {
   }
   SetBytes(state, count * Pair::bytes);
 }
-/// Into memory as a program without us takes it.
+/// Into memory that is allocated as programs without this library do.
 template <class Way, class Pair>
 void ConvertIntoNewMemory(benchmark::State& state, std::int64_t count) {
   const auto source = ConversionSource<typename Pair::Source>(count);

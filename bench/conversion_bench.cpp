@@ -1,4 +1,4 @@
-// A: conversion of elements into memory that is there. AN: into a new array.
+// A: conversion of elements into existing memory. AN: into a new array.
 
 #include "conversion.h"
 #include <DataStorage/arrays/parray1d.h>
@@ -27,7 +27,7 @@ void ConvertArray(benchmark::State& state, std::int64_t count) {
   SetBytes(state, count * Pair::bytes);
 }
 
-/// A copy of as many bytes as are read and written.
+/// The limits: copies that read and write as many bytes.
 template <class Pairs>
 void RegisterLimits(const char* work) {
   Pairs::ForEach([work]<class Pair>(Pair) {

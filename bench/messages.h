@@ -6,10 +6,10 @@
 
 #include "bench.h"
 
-// Messages to a number of receivers, each of which does next to nothing. The way that a `Sender` does it:
+// Messages to a number of receivers that do next to nothing. A `Sender` has:
 //   Sender(std::size_t receivers)
-//   Send(id)             one message
-//   Change(x)            the two messages of a position that moves to (x, 0), before and after it does
+//   Send(id)             sends one message
+//   Change(x)            moves a position to (x, 0), with a message before and one after
 
 template <class Sender>
 void Send(benchmark::State& state, std::size_t receivers) {
@@ -41,14 +41,14 @@ void RegisterMessages(const char* who) {
   }
 }
 
-/// A payload like that of a position.
+/// A payload like that of a position change.
 struct PlainChange {
   double from[2];
   double to[2];
   bool modified;
 };
 
-/// For peers that know signals, but no positions. `Signal` is called with an id and a payload.
+/// For peers that have signals but no positions. `Signal` is called with an id and a payload.
 template <class Signal>
 class SignalSender {
  public:

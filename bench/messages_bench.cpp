@@ -1,4 +1,4 @@
-// H: messages, and position changes with the two that they send.
+// H: messages, and position changes with their two messages.
 
 #include <deque>
 #include <functional>
@@ -27,7 +27,7 @@ class OurSender {
   pos_c2DPosition position_;
 };
 
-/// Calls to each, when nobody may change anything meanwhile.
+/// Plain calls of the receivers, which must not be added or removed meanwhile.
 class PlainCalls {
  public:
   template <class Receiver>
@@ -64,7 +64,7 @@ void BuildPlainList(benchmark::State& state) {
   SetItems(state, points);
 }
 
-/// With a listener; the centre of the list, and every point with it.
+/// Moves the centre of a list that has a receiver, and with it every point.
 void MoveList(benchmark::State& state) {
   pos_c2DPositionList list;
   Fill(list);

@@ -1,4 +1,4 @@
-// C: single elements through numbers, beside numbers that keep their value on the heap.
+// C: access to single elements as numbers, compared with numbers that hold their value on the heap.
 
 #include <memory>
 #include <stdexcept>
@@ -11,7 +11,7 @@ namespace {
 
 constexpr int count = 1000;
 
-/// The same object; the compiler forgets what it knows of it.
+/// Returns `object`, about which the compiler can then assume nothing.
 template <class T>
 T& Opaque(T& object) {
   benchmark::DoNotOptimize(&object);
@@ -46,7 +46,7 @@ class HeapNumber {
   std::unique_ptr<AnyLetter> letter_;
 };
 
-/// Elements behind a letter, as in our arrays.
+/// An array that holds its elements in a letter, like ours.
 class HeapNumberArray {
  public:
   explicit HeapNumberArray(bool doubles) {

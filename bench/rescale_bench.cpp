@@ -16,7 +16,7 @@ darr_c2DArray Picture() {
   return {edge, edge, dtyp_cDataType(detail::DataTypeOf<T>), {}};
 }
 
-/// What a picture of step 1 has along an edge when it gets another one.
+/// The elements along an edge of a picture of step 1 after resampling to another step.
 int NewEdge(double step) { return static_cast<int>(std::ceil(edge / step - 1e-6)); }
 
 template <class T>
@@ -30,7 +30,7 @@ void Rescale(benchmark::State& state, double step) {
   SetItems(state, std::int64_t{NewEdge(step)} * NewEdge(step));
 }
 
-/// Over a table of indices, into new memory.
+/// A loop with a table of indices, into new memory.
 template <class T>
 void RescaleLoop(benchmark::State& state, double step) {
   const auto source = FilledBlock<T>(std::int64_t{edge} * edge);
@@ -50,7 +50,7 @@ void RescaleLoop(benchmark::State& state, double step) {
   SetItems(state, std::int64_t{size} * size);
 }
 
-/// A tile of a quarter of the area, on the same grid.
+/// Merges a tile of a quarter of the area, on the same grid.
 void Merge(benchmark::State& state) {
   darr_c2DArray target = Picture<double>();
   const darr_c2DArray tile = target.Selection(0, 0, edge / 2, edge / 2).Move(edge / 4, edge / 4);

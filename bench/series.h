@@ -7,18 +7,18 @@
 
 #include "bench.h"
 
-// A series of data with tags, as it is appended and read. The way that a `File` does it:
-//   File(std::int64_t bytes)            makes an empty file for `slots` data of so many bytes
-//   Append(datum, i), Read(i, datum)    a datum and its tag; a datum alone
-//   Find(x)                             the index of the tag at (x, 0), or -1
+// Appending to and reading of a series of data with tags. A `File` has:
+//   File(std::int64_t bytes)            creates an empty file for `slots` data of `bytes` bytes
+//   Append(datum, i), Read(i, datum)    appends a datum and its tag; reads a datum alone
+//   Find(x)                             returns the index of the tag at (x, 0), or -1
 //   Reset()                             the next append goes to index 0 again
-//   Open()                              opens the file that is there, a static member
+//   Open()                              opens the existing file; a static member
 
 constexpr int slots = 20000;
 
 using Datum = std::vector<char>;
 
-/// Where the program was started: that disk is measured. Taken away at the end.
+/// A file in the current directory, whose disk is measured. Removed at the end.
 struct TemporaryFile {
   static constexpr const char* path = "datastorage_bench.tmp";
   TemporaryFile() = default;
@@ -52,7 +52,7 @@ void Fill(File& file, std::int64_t bytes) {
   for (int i = 0; i < slots; ++i) file.Append(datum, i);
 }
 
-/// A step of 1 reads one after the other, others spread the reads over the file.
+/// A step of 1 reads the data one after the other; other steps spread the reads over the file.
 template <class File>
 void Read(benchmark::State& state, std::int64_t bytes, int step) {
   const TemporaryFile remove_at_end;
@@ -67,8 +67,8 @@ void Read(benchmark::State& state, std::int64_t bytes, int step) {
   SetItems(state, 1);
 }
 
-/// For a tag that is not there: all of them are compared. The first search, which may read them, does not
-/// count.
+/// Searches for a tag that does not exist, so that all tags are compared. The first search, which may read
+/// them from the file, is not measured.
 template <class File>
 void Search(benchmark::State& state, std::int64_t bytes) {
   const TemporaryFile remove_at_end;

@@ -1,5 +1,5 @@
 // D: appending to a series file. E: reading and opening it, searching its tags. The limits are plain
-// positioned calls.
+// positioned system calls.
 
 #if __has_include(<unistd.h>)
 #include <array>
@@ -19,7 +19,7 @@ dtsr_cDimensionArray Dimensions() {
   return dimensions;
 }
 
-/// A series of blocks of bytes.
+/// A series of plain bytes.
 class Series : public dtsr_cStoredSeries<dtsr_cFileSeriesBase> {
  public:
   explicit Series(std::int64_t)
@@ -41,7 +41,7 @@ class Series : public dtsr_cStoredSeries<dtsr_cFileSeriesBase> {
   static void Open() { benchmark::DoNotOptimize(Series().Size()); }
 };
 
-/// The calls that a series file needs at least.
+/// The fewest system calls that a series file needs.
 class PlainFile {
  public:
   explicit PlainFile(std::int64_t bytes) : step_(bytes + tag_bytes) {}

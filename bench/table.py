@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Makes one table of the benchmarks' results: ours beside the limit and the best peer, and whether that is fast
-enough. Reads files in the JSON format of Google Benchmark; the fastest repetition of each benchmark counts, in
+"""Makes a table of benchmark results: our time, the limit, the best peer, and whether the targets are met.
+Reads files in the JSON format of Google Benchmark; the fastest repetition of each benchmark counts, in
 processor time, which other programs disturb least.
 
 usage: table.py [--record PAGE] RESULTS.json...
@@ -14,12 +14,12 @@ import re
 import sys
 
 TO_NANOSECONDS = {'ns': 1, 'us': 1e3, 'ms': 1e6, 's': 1e9}
-TOLERANCE = 1.02  # repetitions differ by more
+TOLERANCE = 1.02  # repetitions can differ by 2 %
 MARKS = ('<!-- table begins -->\n', '<!-- table ends -->\n')
 
 
 def read_targets():
-    """(row pattern, compared with, must, strive), the last two None where nothing is asked for."""
+    """Yields (row pattern, compared with, must, strive); the last two are None where there is no target."""
     for line in pathlib.Path(__file__).with_name('targets.txt').read_text().splitlines():
         if line and not line.startswith('#'):
             pattern, compared_with, *ratios = line.split()
@@ -27,7 +27,7 @@ def read_targets():
 
 
 def read_rows(paths):
-    """{row: {who: the fastest run}}, a run being what the JSON file says of it with its time in nanoseconds."""
+    """Returns {row: {who: fastest run}}; a run is its JSON object, with 'time' in nanoseconds added."""
     rows = {}
     for path in paths:
         for run in json.loads(pathlib.Path(path).read_text())['benchmarks']:
@@ -42,14 +42,14 @@ def read_rows(paths):
 
 
 def in_order(row):
-    """A key for sorting: rows of one kind of work by name, and by size."""
+    """Returns a sort key: by kind of work, by name and by size."""
     work, size = row.rsplit('/', 1)
     number, unit = re.match(r'(\d*)([KM]?)', size).groups()
     return work.split('/')[0], work, int(number or 0) * {'': 1, 'K': 1 << 10, 'M': 1 << 20}[unit], size
 
 
 def significant(number):
-    """Three digits, and zeros behind them if need be."""
+    """Formats a number with three significant digits."""
     return f'{number:.0f}' if number >= 100 else f'{number:.3g}'
 
 
@@ -71,7 +71,7 @@ def rate_text(run):
 
 
 def compare(ours, others, best, compared_with):
-    """Our time in the measure of a target, or None when it was not compared with that."""
+    """Returns our time in the unit of a target, or None when there is no time to compare with."""
     if compared_with == 'ns':
         return ours
     if compared_with == 'ns_over_best':
@@ -81,7 +81,7 @@ def compare(ours, others, best, compared_with):
 
 
 def verdicts(row, ours, others, best, targets):
-    """What a row is worth by the targets that must be met, and by those to strive for."""
+    """Returns two cells: whether a row meets the targets that must be met, and those to strive for."""
     result = []
     for which in (2, 3):
         judged, misses, met = set(), [], False

@@ -1,5 +1,5 @@
-// F: two-column text. The limits are blocks read for from_chars, and lines made by to_chars, each flushed;
-// the peer is what the stream operators do.
+// F: two-column text. The limits are from_chars on a block of text, and lines made by to_chars, each flushed;
+// the peer is the stream operators.
 
 #include <array>
 #include <charconv>
@@ -79,7 +79,7 @@ struct Memory {
   std::ostringstream out;
 };
 struct File {
-  static constexpr const char* path = "datastorage_bench.tmp";  // where the program was started
+  static constexpr const char* path = "datastorage_bench.tmp";  // in the current directory
   std::ofstream out{path, std::ios::binary};
   File() = default;
   File(const File&) = delete;

@@ -5,7 +5,7 @@
 
 namespace {
 
-/// For one thread, as our messages are.
+/// A signal for one thread, like our messages.
 using Signal =
     boost::signals2::signal_type<void(unsigned long, PlainChange*),
                                  boost::signals2::keywords::mutex_type<boost::signals2::dummy_mutex>>::type;

@@ -1,4 +1,4 @@
-// Conversions and blocks by Eigen.
+// Conversions and copies of blocks by Eigen.
 
 #include <Eigen/Core>
 #include <limits>
@@ -8,7 +8,7 @@
 
 namespace {
 
-/// The type that Eigen knows for elements of type `T`.
+/// The scalar type of Eigen for elements of type `T`.
 template <class T>
 struct Scalar {
   using Type = T;

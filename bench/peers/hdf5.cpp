@@ -1,6 +1,6 @@
-// A series as an HDF5 file: its data, its tags and the number of valid data are datasets. "hdf5" lets them
-// grow in chunks, as one does there to append; "hdf5_fixed" makes them of full extent and in one piece at
-// once. Each append is flushed, so that other processes see it.
+// A series as an HDF5 file: its data, its tags and the number of valid data are datasets. In "hdf5" they grow
+// in chunks, as is usual for appending; in "hdf5_fixed" they are contiguous and have their full extent from
+// the start. Each append is flushed, so that other processes see it.
 
 #include <array>
 #include <cstdlib>
@@ -10,17 +10,17 @@
 
 namespace {
 
-/// Reports a failed call; otherwise the identifier or status it gave.
+/// The identifier or status that a call returned; ends the program when the call failed.
 template <class Result>
 Result Checked(Result result) {
   if (result < 0) std::abort();
   return result;
 }
 
-/// `count` rows of `columns` elements.
+/// A dataset of `count` rows of `columns` elements.
 class Rows {
  public:
-  /// Chunks of 0 bytes: all rows at once and in one piece.
+  /// With `chunk_bytes` 0 the dataset is contiguous and has all rows from the start.
   Rows(hid_t file, const char* name, hid_t type, hsize_t count, hsize_t columns, hsize_t chunk_bytes = 0)
       : type_(type), growing_(chunk_bytes != 0) {
     const hsize_t extents[] = {growing_ ? 0 : count, columns}, most[] = {count, columns};

@@ -1,4 +1,4 @@
-// Conversion by the loops that one writes without a library, with all that the compiler makes of them.
+// Conversion by loops as one writes them without a library, optimised by the compiler.
 
 #include <algorithm>
 #include <cmath>
@@ -9,7 +9,7 @@
 
 #if defined(__x86_64__) && defined(__GLIBC__) && !defined(__clang__)
 #if __GLIBC_PREREQ(2, 35)
-// Lets the compiler take the functions for several values at once, which the C library keeps in libmvec.
+// Lets the compiler use the vector versions of these functions, which are in libmvec of the C library.
 #define DATASTORAGE_BENCH_LIBMVEC
 extern "C" [[gnu::simd("notinbranch")]] double atan2(double, double) noexcept;
 extern "C" [[gnu::simd("notinbranch")]] float atan2f(float, float) noexcept;

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The same work by NumPy, under the names of the benchmark program and with results in the same format.
+"""The same work by NumPy, with the names and the result format of the benchmark program.
 
 usage: numpy_peer.py [--benchmark_filter=REGEX] [--benchmark_min_time=S] [--benchmark_repetitions=N] >RESULTS.json"""
 
@@ -27,7 +27,7 @@ NEW_ARRAYS = '''
 
 
 def converter(name):
-    """The source's type, the target's type, and a function that converts a source into a target."""
+    """Returns the source type, the target type, and a function that converts a source into a target."""
     source, target, part = re.fullmatch(r'(\w+?)_to_([a-z]+\d+)_?(\w*)', name).groups()
     source, target = TYPES[source], TYPES[target]
 
@@ -122,7 +122,7 @@ def rescale(dtype, step):
 
 
 def benchmarks():
-    """Pairs of a row and a function that makes what is to be timed."""
+    """Yields pairs of a row and a function that returns the function to be timed."""
     for size, n in SIZES.items():
         for name in CONVERSIONS:
             yield f'A/{name}/{size}', lambda name=name, n=n: convert(name, n)
