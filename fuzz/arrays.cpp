@@ -7,7 +7,7 @@ using namespace fuzz;
 
 namespace {
 
-/// Reads the raw form into an array that holds something else.
+/// Reads the raw form into an array with other contents.
 template <class Array>
 void ReadRaw(Array array, const std::uint8_t* bytes, std::size_t n) {
   const std::string before = RawForm(array);
@@ -17,7 +17,7 @@ void ReadRaw(Array array, const std::uint8_t* bytes, std::size_t n) {
     return;
   }
   const std::string form = RawForm(array);
-  // A header in front of an image is read, never written.
+  // A header before an image is read but never written.
   const auto used = static_cast<std::size_t>(in.Position());
   Require(Text(bytes, used).ends_with(form.substr(form.size() - static_cast<std::size_t>(array.SizeOf()))));
   Require(form.size() == used || form.size() + 4 == used);

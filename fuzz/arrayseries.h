@@ -11,8 +11,8 @@
 
 namespace fuzz {
 
-/// Stands between file streams and the system while it lives: the only file is in memory, and whoever opens a
-/// path opens that file. It grows up to a limit; then the disk is full.
+/// Replaces the system calls of file streams during its lifetime: there is a single file, in memory, which
+/// every path opens. It grows up to `Room` bytes; then the disk is full.
 class MemoryDisk {
  public:
   static constexpr std::int64_t Room = 1 << 20;
@@ -66,15 +66,16 @@ class ArraySeries : public dtsr_cFileSeriesBase {
   bool bRead(int i, darr_c1DArray& datum) const {
     return bReadDatum(i, [&](bstr_cBinary_istream& in) { return datum.Read(in); });
   }
-  /// False also when the tag reaches into the next valid datum, which in a damaged file may lie before it.
+  /// Reads a tag; false when it overlaps the next valid datum, which in a damaged file may also precede the
+  /// tag.
   bool bReadTag(int i, dtsr_cDataTag& tag) const {
     GetTag(i, tag);
     if (i + 1 >= NextWriteIndex()) return true;
     const long next = dataOffsets_[i + 1];
     return next < tagOffsets_[i] || file_.Input().Position() <= next;
   }
-  /// What only the creation of a series writes: the number of slots, and from the place of the lists up to
-  /// them.
+  /// The bytes that are written only when a series is created: the number of slots, and those from the
+  /// position of the lists up to the lists.
   std::string Fixed() const {
     using detail::SeriesHeader;
     return MemoryDisk::file.substr(SeriesHeader::TotalField, 4) +

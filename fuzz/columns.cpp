@@ -9,9 +9,9 @@ using namespace fuzz;
 
 namespace {
 
-constexpr int exact = 17;  // significant digits that tell all doubles apart
+constexpr int exact = 17;  // significant digits that distinguish all doubles
 
-/// Not-a-number reads back as one, whatever its bits.
+/// Any not-a-number equals any other, because its bits are not kept.
 bool bSame(const parr_c1DNumberArray& a, const parr_c1DNumberArray& b) {
   const auto* x = static_cast<const double*>(a.Data());
   const auto* y = static_cast<const double*>(b.Data());
@@ -46,7 +46,7 @@ void ReadTwoColumns(const std::string& text) {
   }
   std::stringstream copy;
   Require(asrw_WriteTwoColumn(copy, array, exact, 0));
-  // Positions are computed, and may be too large or too close to each other to be told apart.
+  // Positions are computed, and may be too large, or too close to each other to be distinguished.
   darr_c1DArray again;
   if (asrw_ReadTwoColumn(copy, again)) Require(bSame(again, array));
 }

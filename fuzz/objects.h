@@ -21,7 +21,7 @@ struct Ascii {
   using In = tgio_cASCII_istream;
 };
 
-/// An object of every persistent class that can be read whole, none of them in its default state.
+/// Objects of all persistent classes, none of them in its default state.
 inline auto PersistentObjects() {
   pos_c2DPositionList list;
   list.AddAtTail(new pos_c2DPosition(1, 2));
@@ -35,7 +35,7 @@ inline auto PersistentObjects() {
       darr_c2DArray(3, 2, 1.5, cal_c2DArrayCal(1, 2, 3, 4, 5, 6)));
 }
 
-/// What a tagged stream of this kind holds of the object.
+/// The object as a tagged stream of this kind.
 template <class Kind>
 std::string TaggedForm(const tgio_cTaggedStreamObject& object) {
   std::ostringstream stream;

@@ -7,7 +7,7 @@ using namespace fuzz;
 
 namespace {
 
-/// Reads a record, which writes itself exactly as it was read.
+/// Reads a record, which must then write the same bytes.
 template <class Record>
 bool Read(Record& record, const std::uint8_t* bytes, std::size_t n) {
   bstr_cMemory_istream in(bytes, static_cast<std::int64_t>(n));
@@ -20,7 +20,7 @@ bool Read(Record& record, const std::uint8_t* bytes, std::size_t n) {
   return true;
 }
 
-/// Goes through the first and the last indices of all data.
+/// Converts the first and the last linear indices to index vectors and back.
 void Visit(const dtsr_cDimensionArray& dimensions) {
   int total = 0;
   if (!bSucceeds([&] { return (total = dimensions.TotalNumberIndices()) > 0; })) return;

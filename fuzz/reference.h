@@ -12,18 +12,18 @@
 #include "objects.h"
 #include <DataStorage/interfaces/constants.h>
 
-// A second reader of tagged streams, as plain as the description of the formats. It shares nothing with the
-// library's readers but the conversion of a word to a number.
+// A second, simple reader of tagged streams as in docs/stream-formats.md. It shares only the conversion of
+// words to numbers with the library's readers.
 
 namespace fuzz {
 
-/// An atom, or a whole object.
+/// An atom or a complete object.
 struct Node {
-  bool text = false;                     // from a text stream; there names and types have names, else numbers
-  std::string name = {};                 // of an atom
-  std::string kind = {};                 // as text streams call it
-  std::string type = {};                 // of an object
-  std::string bytes = {};                // a binary payload
+  bool text = false;       // from a text stream, where names and types are words; else they are numbers
+  std::string name = {};   // of an atom
+  std::string kind = {};   // as in text streams
+  std::string type = {};   // of an object
+  std::string bytes = {};  // a binary payload
   std::vector<std::string> tokens = {};  // a value in a text stream
   std::vector<Node> atoms = {};          // of an object
 
@@ -60,7 +60,7 @@ inline bool ParseAtoms(std::string_view bytes, int depth, std::vector<Node>& ato
   return true;
 }
 
-/// Words, texts with their quotes, braces and line ends.
+/// Splits text into words, quoted texts, braces and line ends.
 inline std::vector<std::string> Tokens(const std::string& text) {
   std::vector<std::string> tokens;
   for (std::size_t i = 0, end = 0; i < text.size(); i = end) {
@@ -78,7 +78,7 @@ inline std::vector<std::string> Tokens(const std::string& text) {
   return tokens;
 }
 
-/// What a word or a text stands for.
+/// The value of a word or of a quoted text.
 inline std::optional<std::string> Decoded(const std::string& token) {
   if (token == "{" || token == "}" || token == "\n") return std::nullopt;
   if (token[0] != '"') return token;
@@ -105,7 +105,7 @@ inline std::optional<std::string> Decoded(const std::string& token) {
 
 inline bool ParseAtoms(std::span<const std::string> tokens, int depth, std::vector<Node>& atoms);
 
-/// Type, brace, atoms, brace.
+/// Parses a type and the atoms between braces.
 inline bool ParseObject(int depth, Node& object) {
   const std::span<const std::string> tokens = object.tokens;
   if (tokens.size() < 3 || !Decoded(tokens[0]) || tokens[1] != "{" || tokens.back() != "}") return false;
@@ -136,7 +136,7 @@ inline bool ParseAtoms(std::span<const std::string> tokens, int depth, std::vect
   return true;
 }
 
-/// The first object of the stream, if it is whole.
+/// The first object of the stream, if it is complete.
 template <class Kind>
 std::optional<Node> Parse(const std::string& stream) {
   std::vector<Node> whole;
@@ -179,11 +179,11 @@ std::optional<T> Number(const Node& atom, const char* kind) {
 struct Field {
   unsigned tag;
   const char* name;
-  double value;  // its default, then what was read
+  double value;  // the default until it is read
   bool whole = false;
 };
 
-/// Fills the fields that the object has.
+/// Sets the fields that the object has; false when one has the wrong type.
 inline bool Take(const Node& object, std::span<Field> fields) {
   for (const Node& atom : object.atoms) {
     for (Field& field : fields) {
@@ -215,7 +215,7 @@ std::optional<Array> Elements(dtyp_cDataType type, const std::string& bytes) {
     return Array(nx, ny, type, bytes.data() + head);
 }
 
-/// The elements of a line in text.
+/// The elements of a 1D array in a text stream.
 template <class T>
 std::optional<parr_c1DNumberArray> Elements(const std::vector<std::string>& words) {
   using Part = typename decltype([] {
@@ -266,7 +266,7 @@ bool bIs(const Node& node) {
   return node.kind == "object" && node.bCalled(node.type, type.Id(), type.Name());
 }
 
-// What the node holds becomes the value; false, and nothing has changed, when it is damaged.
+// These set the value to that of the node. They return false, and change nothing, when the node is damaged.
 inline bool Take(const Node& node, cal_c1DArrayCal& cal) {
   Field x[] = {{256, "OffsetX", 0}, {288, "DeltaX", 1}, {320, "CalIndexX", 0, true}};
   if (!Take(node, x)) return false;
@@ -308,7 +308,7 @@ inline bool Take(const Node& node, rnge_c2DRange& range) {
   range = {at[0].value, at[1].value, at[2].value, at[3].value, at[4].value};
   return true;
 }
-/// The list keeps the positions in front of the damage. In text it has none.
+/// A list keeps the positions before the damage. In text streams it has none.
 inline bool Take(const Node& node, pos_c2DPositionList& list) {
   if (node.text) return true;
   list.Clear();
@@ -357,8 +357,8 @@ inline bool Take(const Node& node, darr_c2DArray& array) {
   return TakeData<darr_c2DArray, parr_c2DNumberArray, cal_c2DArrayCal>(node, array);
 }
 
-/// Reads the first object of a stream into a copy of an object. Whether the result and the copy are what the
-/// parsed stream says; when the result is false the copy is the old object.
+/// Reads the first object of a stream into a copy of `old`. Returns whether the result and the copy agree
+/// with the parsed stream.
 template <class Kind, class Object>
 bool bReadsAsExpected(const Object& old, const std::string& bytes, const std::optional<Node>& node) {
   Object object(old);

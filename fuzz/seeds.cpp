@@ -14,7 +14,7 @@ namespace {
 
 class SeedList {
  public:
-  /// Numbers the seeds of a kind.
+  /// Adds a seed, named by its kind and a number.
   void Add(const std::string& target, const std::string& kind, std::string bytes) {
     seeds_.push_back({target, kind + std::to_string(seeds_.size()), std::move(bytes)});
   }

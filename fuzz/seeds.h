@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-/// An input that the library itself wrote, to start from.
+/// An input to start from, written by the library.
 struct Seed {
   std::string target;
   std::string name;

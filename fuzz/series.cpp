@@ -17,8 +17,7 @@ using namespace fuzz;
 
 namespace {
 
-/// Everything that can be read of a series: the raw forms of each datum and of its tag, empty where they are
-/// damaged.
+/// The readable contents of a series: the raw forms of each datum and of its tag, empty when damaged.
 using Contents = std::vector<std::string>;
 
 template <class Tag>
@@ -41,14 +40,14 @@ Contents List(const ArraySeries& series) {
 
 Contents ListFile() { return List(ArraySeries(bstr_OpenReadOnly)); }
 
-/// Whether what was whole before still is as it was.
+/// Whether everything that was readable before is unchanged.
 bool bKept(const Contents& before, const Contents& after) {
   return before.size() <= after.size() &&
          std::equal(before.begin(), before.end(), after.begin(),
                     [](const std::string& b, const std::string& a) { return b.empty() || b == a; });
 }
 
-/// What the command-line tool finds whole can be read.
+/// Data that the command-line tool finds intact can be read.
 void Verify() {
   dseries::Findings findings;
   try {
@@ -59,7 +58,7 @@ void Verify() {
   Require(findings.whole >= 0 && findings.whole <= findings.valid && findings.valid <= findings.slots);
   if (findings.fault_count > 0 || dseries::ReadHeader("series").dataType != darr_c1DArray::DataTypeID())
     return;
-  // Tags of a kind that is unknown here are found whole, and read by the programs that know them.
+  // Tags of an unknown kind are found intact, but only programs that know the kind can read them.
   dseries::Series series("series");
   if (const std::uint32_t kind = series.TagTypeID(); kind != 0 && !dseries::bKnownTagType(kind)) return;
   const Contents contents = ListFile();
@@ -78,7 +77,7 @@ void ReadDimensions(ArraySeries& series) {
   }
 }
 
-/// Appends a datum; it is in the file afterwards, or the series is as it was.
+/// Appends a datum, which is in the file afterwards; on failure the series is unchanged.
 bool bAppend(ArraySeries& series) {
   const Contents before = List(series);
   const darr_c1DArray datum(3, 42.5, cal_c1DArrayCal(1, 2, 3));
@@ -97,7 +96,7 @@ bool bAppend(ArraySeries& series) {
   return true;
 }
 
-/// Whether the file is one of a series.
+/// Reads the file without changing it; returns whether it is a series file.
 bool bLook() {
   std::unique_ptr<ArraySeries> series;
   const std::string before = MemoryDisk::file;

@@ -10,7 +10,7 @@
 
 namespace fuzz {
 
-/// Ends the program, and says where, when a promise is broken.
+/// Ends the program and prints the source line when a guarantee is broken.
 inline void Require(bool kept, const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
   if (kept) return;
   std::fprintf(stderr, "%s:%d: broken promise\n", file, line);
@@ -21,8 +21,8 @@ inline std::string Text(const std::uint8_t* bytes, std::size_t n) {
   return {reinterpret_cast<const char*>(bytes), n};
 }
 
-/// What an operation says of its success; one of the library's exceptions is a failure too, any other finds
-/// its way to the fuzzer.
+/// Returns the result of an operation, or false when it throws an exception of the library. Other exceptions
+/// reach the fuzzer.
 template <class Operation>
 bool bSucceeds(Operation operation) {
   try {

@@ -7,10 +7,10 @@ using namespace fuzz;
 
 namespace {
 
-/// Offers the next object of the stream to an object that holds something else.
+/// Reads the next object of the stream into an object with other contents; returns whether it could be read.
 template <class Kind, class Object>
 bool bTakes(Object& object, typename Kind::In& in) {
-  // The position list is the one that keeps what could be read.
+  // Only a position list keeps what was read before a failure.
   constexpr bool whole_or_not_at_all = !std::is_same_v<Object, pos_c2DPositionList>;
   tgio_cTaggedStreamObject& base = object;
   Object again(object);

@@ -4,11 +4,11 @@
 #include <cstdint>
 #include <ostream>
 
-// Each of these reads the bytes as one kind of input and ends the program when the library breaks a promise:
-// what was accepted can be written and reads back equal, and a failed read leaves the object as it was. For
-// the fuzzer as for tests; the result is always 0.
+// Each of these reads the bytes as one kind of input and ends the program when the library breaks a
+// guarantee: what was read can be written and reads back equal, and a failed read leaves the object
+// unchanged. For the fuzzer and for tests; the result is always 0.
 
-/// A series file: checked, opened to be read, appended to, emptied and appended to again.
+/// A series file: checks it, reads it, appends to it, empties it and appends again.
 int FuzzSeries(const std::uint8_t* bytes, std::size_t n);
 /// The raw forms of number arrays and data arrays in one and two dimensions.
 int FuzzRawArrays(const std::uint8_t* bytes, std::size_t n);
@@ -17,17 +17,17 @@ int FuzzBinaryTagged(const std::uint8_t* bytes, std::size_t n);
 int FuzzAsciiTagged(const std::uint8_t* bytes, std::size_t n);
 /// Columns of numbers as text.
 int FuzzColumns(const std::uint8_t* bytes, std::size_t n);
-/// A grey picture.
+/// A grey image as a bitmap.
 int FuzzBitmap(const std::uint8_t* bytes, std::size_t n);
 /// The records of series files: dimensions and tags.
 int FuzzRecords(const std::uint8_t* bytes, std::size_t n);
 
 struct FuzzTarget {
-  const char* name;  // also of its folders of inputs
+  const char* name;  // also of its input folders
   int (*run)(const std::uint8_t* bytes, std::size_t n);
 };
 
-/// How tests print it.
+/// Prints a target in test results.
 inline void PrintTo(const FuzzTarget& target, std::ostream* out) { *out << target.name; }
 
 inline constexpr FuzzTarget fuzz_targets[] = {
