@@ -10,7 +10,7 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/Base)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each package says what it is itself
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each package has a description of its own
 
 # datastorage_debian(<component> <package> <section> <description> [<component it needs>])
 function(datastorage_debian component package section description)

@@ -1,4 +1,4 @@
-# What an installation holds: the library (component runtime), what programs link against it need (dev), and the
+# Installs the library (component runtime), the files that are needed to build programs with it (dev), and the
 # command-line tool (tool).
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
@@ -9,7 +9,7 @@ install(TARGETS DataStorage EXPORT DataStorageTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT dev
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-# Callers include what is not in a folder `detail`; headers in such folders serve these headers and the sources.
+# Callers include the headers outside folders `detail`; those inside serve other headers and the sources.
 install(DIRECTORY Base/DataStorage DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev
   FILES_MATCHING REGEX "\\.(h|def)$")
 install(EXPORT DataStorageTargets NAMESPACE DataStorage:: DESTINATION ${package_dir} COMPONENT dev)
@@ -26,7 +26,7 @@ endif()
 
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
   OUTPUT_VARIABLE pkgconfig_prefix)
-cmake_path(APPEND pkgconfig_libdir "\${prefix}" ${CMAKE_INSTALL_LIBDIR})  # unless that is absolute
+cmake_path(APPEND pkgconfig_libdir "\${prefix}" ${CMAKE_INSTALL_LIBDIR})  # an absolute path has no prefix
 cmake_path(APPEND pkgconfig_includedir "\${prefix}" ${CMAKE_INSTALL_INCLUDEDIR})
 configure_file(cmake/datastorage.pc.in datastorage.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/datastorage.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)

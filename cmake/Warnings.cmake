@@ -1,4 +1,4 @@
-# The warnings that all code of this project is free of; linked privately, so that callers keep their own.
+# The warnings for all code of this project; linked privately, so that callers keep their own.
 add_library(datastorage_warnings INTERFACE)
 target_compile_options(datastorage_warnings INTERFACE
   $<$<CXX_COMPILER_ID:GNU,Clang,AppleClang>:-Wall -Wextra -Wpedantic -Wconversion -Wshadow>
