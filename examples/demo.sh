@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Shows the main job on measured data, step by step. Usage: demo.sh PROGRAM FOLDER
+# Shows the main use on measured data, step by step. Usage: demo.sh PROGRAM FOLDER
 # PROGRAM is the command-line tool; the results go to FOLDER.
 set -euo pipefail
 
@@ -21,8 +21,8 @@ dseries() {
 }
 stop() { printf '\ndemo: %s\n' "$*" >&2; exit 1; }
 
-# compare FILE INPUT: both hold positions and values; the values must be the same, and the positions too but for
-# the rounding with which they were printed.
+# compare FILE INPUT: checks that two files of positions and values have the same values, and the same
+# positions apart from the rounding of printed numbers.
 compare() {
   awk -v tolerance=0.01 '
     NR == FNR { position[FNR] = $1; value[FNR] = $2; lines = FNR; next }

@@ -13,7 +13,7 @@ struct Measured {
   dtsr_cDataTag tag;
 };
 
-/// Stands for the instrument.
+/// Takes the place of the instrument.
 Measured Measure(int i) {
   const unsigned short counts[][4] = {{7, 12, 31, 9}, {6, 15, 28, 11}, {8, 13, 40, 10}};
   const parr_c1DNumberArray elements(4, dtyp_UBin16, counts[i % 3]);
@@ -27,7 +27,7 @@ std::size_t Acquire(SpectrumSeries& series, int count) {
     waiting.push_back(Measure(i));
     try {
       for (; !waiting.empty(); waiting.pop_front())
-        series.Append(waiting.front().spectrum, waiting.front().tag);  // it is stored when this returns
+        series.Append(waiting.front().spectrum, waiting.front().tag);  // stored when this returns
     } catch (const expt_cUserException& error) {  // the disk is full or gone; the message names the file
       std::cerr << error.Message().CString() << " It is tried again with the next spectrum.\n";
     } catch (const arr_cIndexException&) {  // no slot is left

@@ -4,7 +4,7 @@
 #include <DataStorage/data/darray1d.h>
 
 int main() {
-  // A detector counted for a while at every half degree from 20 degrees on.
+  // The counts of a detector at every half degree from 20 degrees on.
   const unsigned short counts[] = {49, 39, 310, 1204, 288, 40};
   const darr_c1DArray pattern(parr_c1DNumberArray(6, dtyp_UBin16, counts), cal_c1DArrayCal(20.0, 0.5));
 
@@ -15,7 +15,7 @@ int main() {
   // A selection keeps the positions of its elements.
   darr_c1DArray peak = pattern.Selection(21.0, 22.5, rnge_IndexOuter);
 
-  // A value that the type cannot hold widens the array; one beyond the end makes it grow.
+  // A value that the type cannot hold changes the type of the array; one beyond the end extends it.
   peak.SetValue(pnum_cNumber(1203.5), 21.5);
   peak.SetValue(pnum_cNumber(40), 22.75);
 

@@ -19,7 +19,7 @@ class TravelLimit : public mesg_cReceiver {
 
     const double size = scan.SizeX();
     if (!(scan.StartX() < travel_.EndX() && scan.EndX() > travel_.StartX())) {
-      scan = change.OldRange;  // beside the travel, or not a number: refused
+      scan = change.OldRange;  // outside the travel, or not a number: refused
     } else if (size > travel_.SizeX()) {
       scan = travel_;
     } else if (scan.StartX() < travel_.StartX()) {  // moved back, not cut: a scan that is moved by its centre
@@ -33,7 +33,7 @@ class TravelLimit : public mesg_cReceiver {
   const rnge_c1DRange travel_{0.0, 100.0};
 };
 
-/// Tells what a scan has become.
+/// Prints the changes of a scan.
 class Display : public mesg_cReceiver {
  public:
   void ReceiveMessage(unsigned long id, mesg_cSender& /*scan*/, mesg_sMessageData* data) override {

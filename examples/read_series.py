@@ -1,16 +1,16 @@
 #!/usr/bin/env python3
-"""Reads a series file of 1D or 2D data arrays with nothing but Python's standard library (docs/series-file.md).
+"""Reads a series file of 1D or 2D data arrays with only Python's standard library (docs/series-file.md).
 
-read_series.py FILE prints the dimensions, and of each datum indices, tag, axes and first elements. As a module:
-for indices, tag, axes, elements in read_series.Series(path): ...
+read_series.py FILE prints the dimensions and, for each datum, its indices, tag, axes and first elements.
+As a module: for indices, tag, axes, elements in read_series.Series(path): ...
 """
 import math
 import struct
 import sys
 
-AXES = {0x0121: 1, 0x0122: 2}  # of the data, by data type
+AXES = {0x0121: 1, 0x0122: 2}  # number of axes of the data, by data type
 POSITION_TAG = 0x0132
-ELEMENTS = "BHIbhifdfd"  # element types 1 to 10, as struct calls them; the last two are complex
+ELEMENTS = "BHIbhifdfd"  # struct codes of element types 1 to 10; the last two are complex
 
 
 class Series:

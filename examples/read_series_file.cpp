@@ -11,7 +11,7 @@
 
 int main(int argc, char* argv[]) try {
   if (argc < 2) return 2;
-  // Somebody else has written it, or is writing it still.
+  // Another program has written the file, or is still writing it.
   const dtsr_cFileSeries<darr_c1DArray> file(argv[1], bstr_OpenReadOnly);
   const dtsr_cDimensionArray& dimensions = file.DimensionArray();
   for (int k = 0; k < dimensions.NumberDimensions(); ++k) {
@@ -31,7 +31,7 @@ int main(int argc, char* argv[]) try {
     if (*end != '\0') throw std::runtime_error(std::string("not a number: ") + argv[k + 2]);
   }
   const arr_cC_Array<int> indices = dimensions.IndexPosition(place);
-  for (int k = 0; k < place.Size(); ++k) {  // beyond a dimension would be the index of another datum
+  for (int k = 0; k < place.Size(); ++k) {  // outside a dimension it could be the index of another datum
     if (indices[k] < 0 || indices[k] >= dimensions.Dimension(k).Size()) {
       throw std::runtime_error("a place outside of the dimensions");
     }
@@ -39,7 +39,7 @@ int main(int argc, char* argv[]) try {
   const int i = dimensions.Index(indices);
   const darr_c1DArray datum = file.Datum(i);
 
-  // The kind of the tags is that of the file; each kind has a class to read it into.
+  // All tags of a file are of one kind; each kind has a class into which it is read.
   dtsr_cDataTag time;
   dtsr_c2DPosition position;
   const bool has_position = file.TagTypeID() == obty_2DPositionType;

@@ -11,7 +11,7 @@ void Show(const char* what, const parr_c1DNumberArray& array) {
 int main() {
   const short counts[] = {120, -3, 32000};
   parr_c1DNumberArray signal(3, dtyp_SBin16, counts);
-  const parr_c1DNumberArray measured = signal;  // shares the elements until one of the two is written
+  const parr_c1DNumberArray measured = signal;  // shares the elements until one of the two is modified
 
   signal.SetValue(pnum_cNumber(40000), 2);
   Show("takes a larger number", signal);
@@ -19,13 +19,13 @@ int main() {
   Show("takes a fraction", signal);
   Show("the copy", measured);
 
-  // The elements as they lie in memory, for a loop of one's own. What they are is told by the type.
+  // Direct access to the elements in memory; DataType() is their type.
   const auto* elements = static_cast<const double*>(signal.Data());
   double sum = 0;
   for (int i = 0; i < signal.NumIndices(); ++i) sum += elements[i];
   std::cout << "sum: " << sum << '\n';
 
-  // Into a type that cannot hold all of it: rounded to nearest, the even one of two, and cut at the limits.
+  // Conversion to a type that cannot hold all values: rounded to nearest, ties to even, limited to its range.
   Show("as bytes", conv_Convert(signal, dtyp_UBin8, conv_Real));
 
   const comp_cComplex<double> waves[] = {{3, 4}, {0, -2}};
