@@ -11,8 +11,8 @@
 
 namespace fuzz {
 
-/// Replaces the system calls of file streams during its lifetime: there is a single file, in memory, which
-/// every path opens. It grows up to `Room` bytes; then the disk is full.
+/// Replaces the system calls of file streams during its lifetime: there is a single file, in memory, whatever
+/// path is opened. It grows up to `Room` bytes; then the disk is full.
 class MemoryDisk {
  public:
   static constexpr std::int64_t Room = 1 << 20;

@@ -19,11 +19,11 @@ namespace fuzz {
 
 /// An atom or a complete object.
 struct Node {
-  bool text = false;       // from a text stream, where names and types are words; else they are numbers
-  std::string name = {};   // of an atom
-  std::string kind = {};   // as in text streams
-  std::string type = {};   // of an object
-  std::string bytes = {};  // a binary payload
+  bool text = false;                     // from a text stream; names and types are words, else numbers
+  std::string name = {};                 // of an atom
+  std::string kind = {};                 // as in text streams
+  std::string type = {};                 // of an object
+  std::string bytes = {};                // a binary payload
   std::vector<std::string> tokens = {};  // a value in a text stream
   std::vector<Node> atoms = {};          // of an object
 

@@ -24,7 +24,7 @@ const char* ParseNumber(const char* text, const char* end, double& value) {
   if (digits != text && digits != end && *digits == '-') return text;
   auto [stop, error] = std::from_chars(digits, end, value);
   if (error == std::errc::result_out_of_range) {
-    // A number too small for a double becomes 0; a larger one, or one beyond the range of long double, is
+    // A number too small for a double becomes 0; one too large, or beyond the range of long double, is
     // refused.
     long double wide = 0;
     error = std::from_chars(digits, end, wide).ec;

@@ -9,7 +9,7 @@
 #include <DataStorage/interfaces/type.h>
 #include <DataStorage/positions/pos2d.h>
 
-/// "Invalid TagTypeID.": a stream holds a tag of another kind than the one that was to be read.
+/// "Invalid TagTypeID.": a stream holds a tag of another kind than the one to be read.
 class DATASTORAGE_EXPORT dtsr_cTagTypeException : public expt_cUserException {
  public:
   /// Thrown by `dtsr_cDataTag::Read`.

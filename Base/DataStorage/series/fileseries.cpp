@@ -42,8 +42,8 @@ struct WordChange {
   std::int64_t after;
 };
 
-/// The least length of the tag at `position`. A tag of unknown kind may be of any length; it counts at least
-/// its identifier when that is the kind of the series.
+/// The minimum length of the tag at `position`. A tag of unknown kind may have any length, but begins with
+/// its identifier if that is the kind of the series.
 std::int64_t TagLength(bstr_cBinary_istream& in, std::int64_t position, unsigned int seriesKind) {
   std::uint32_t kind;
   if (in.Size() - position < detail::TagKindLength) return 0;
@@ -85,7 +85,7 @@ dtsr_cFileLockedException::dtsr_cFileLockedException(const char* file, int line,
 
 dtsr_cFileLockedException::~dtsr_cFileLockedException() = default;
 
-/// The contents of a new file. Making it does everything that can fail before the file is touched.
+/// The contents of a new file. The constructor makes all checks that need no access to the file.
 struct dtsr_cFileSeriesBase::Plan {
   Plan(const str_cString& path, const dtsr_cDimensionArray& dimensions, unsigned int dataTypeID) {
     for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
