@@ -60,7 +60,7 @@ TEST_F(Exports, Curves) {
   EXPECT_EQ(record.substr(44),
             Bytes(10.0, 10.1, 10.0 + 2 * (10.1 - 10.0)) + Bytes(1.5F, std::nanf(""), -3.0F));
   const Result result = Run("export a.dseries -o b.npy");
-  EXPECT_THAT(result.err, HasSubstr("needs 3 each of type float32"));
+  EXPECT_THAT(result.err, HasSubstr("need 3 of type float32"));
   EXPECT_FALSE(bExists("b.npy"));
   EXPECT_THAT(Run("export a.dseries -o a.txt").err, HasSubstr(".csv and .npy"));
 }

@@ -324,7 +324,7 @@ TEST_F(Outputs, HoldWhatCameThroughPipes) {
   EXPECT_THAT(Script("\"$0\" plot - <a.pgm").out, HasSubstr("┬"));
   EXPECT_THAT(Script("\"$0\" info <(cat a.dseries)").err, HasSubstr("series are not read from pipes"));
   EXPECT_EQ(Script("cat raw | \"$0\" append a.dseries - --raw 5 --type ubin8").err,
-            "dseries: standard input ends within datum 2 of it: 2 of 5 bytes; 2 data were stored\n");
+            "dseries: standard input ends within its datum 2: 2 of 5 bytes; 2 data were stored\n");
   EXPECT_THAT(Script("\"$0\" append a.dseries - --raw 2 --type ubin8 <raw").err,
               HasSubstr("room for 3 more data, and 6"));
   EXPECT_EQ(Script("cat raw | \"$0\" append a.dseries - --raw 2 --type ubin8").err,

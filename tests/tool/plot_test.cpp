@@ -113,8 +113,8 @@ TEST_F(Plots, ShowPlanesUprightWithTheirGaps) {
   Succeed("append a.dseries a.f32 --raw 3,2");
   Refuse("plot a.dseries", "choose one");
   Refuse("plot a.dseries 0 -o a.bmp", ".png, .svg and .pdf");
-  Refuse("plot a.dseries 0 -o a.dseries", "is none");
-  Refuse("plot a.dseries 0 --contrast 4,0", "neither 'full' nor two values that rise");
+  Refuse("plot a.dseries 0 -o a.dseries", "not to a.dseries");
+  Refuse("plot a.dseries 0 --contrast 4,0", "neither 'full' nor two rising values");
   Refuse("plot a.dseries 0 --log --contrast 0,4", "above 0");
   Refuse("get a.dseries 0 -o a.bmp --colors viridis", "colours go to .png");
   EXPECT_THAT(Succeed("plot a.dseries --row-at 1"), HasSubstr("\n━1━ n 0   ━2━ n 1\n"));

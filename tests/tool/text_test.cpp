@@ -81,7 +81,7 @@ TEST(Text, IsRefusedByItsLine) {
       {"1 2\nnan 3\n", "line 2: the position is not finite"},
       {"1 5\n1 6\n", "line 2: the position 1 is the same as on line 1"},
       {"1 5\n2 6\n1.5 7\n", "line 3: the position 1.5 turns back; those before it rise to 2"},
-      {"1 5\n", "one position does not give a step; --delta DX does"},
+      {"1 5\n", "one position does not give a step; --delta DX sets it"},
       {"0 1\n1 2\n3 3\n", "line 3: the position 3 is off the even grid, which has 2 there; --even"},
       {"0 1\n1 2\n2 3\n4 4\n5 5\n6 6\n", "line 4: the position 4 is off the even grid, which has 3 there"},
       {"0.0 1\n1.0 2\n2.3 3\n3.0 4\n", "line 3: the position 2.3 is off the even grid, which has 2 there"},

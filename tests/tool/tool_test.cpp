@@ -46,13 +46,13 @@ TEST_F(Refusals, OfCommandLines) {
            "--precison; did you mean '--precision'? (see dseries get --help)"},
           {"list a.dseries -json", 2, "did you mean '--json'?"},
           {"get a.dseries 99999999999999999999", 2,
-           "DATUM: '99999999999999999999' is no whole number from 0 to 2147"},
-          {"get a.dseries -i 0,-1", 2, "'-1' is no whole number from 0"},
+           "DATUM: '99999999999999999999' is not a whole number from 0 to 2147"},
+          {"get a.dseries -i 0,-1", 2, "'-1' is not a whole number from 0"},
           {"get a.dseries 0 -o ''", 2, "empty"},
           {"create a.dseries", 2, "--dim is required (see dseries create --help)"},
           {"append a.dseries", 2, "INPUT"},
           {"append a.dseries x --type float16", 2, "float16"},
-          {"append a.dseries x --raw 0", 2, "'0' is no whole number from 1"},
+          {"append a.dseries x --raw 0", 2, "'0' is not a whole number from 1"},
           {"append a.dseries x --interleaved", 2, "--raw"},
           {"append a.dseries x --at 1,2 --tag-position", 2, "--at"},
           {"get a.dseries", 2, "one of DATUM, --index, --position, --at and --time"},
@@ -122,24 +122,24 @@ TEST_F(Refusals, OfDataThatCannotBeStored) {
   Write("raw.f32", std::string(20, '\0'));
   Succeed("create a.dseries --dim n,,2,0,1");
   const std::string empty = Read("a.dseries");
-  Expect(
-      {{"append a.dseries good.txt words.txt", 1, "words.txt: line 3: '#' is not a number"},
-       {"append a.dseries glued.txt", 1, "glued.txt: line 4: '3-4' is not a number"},
-       {"append a.dseries huge.txt", 1, "huge.txt: line 2: '1e999' is not a number"},
-       {"append a.dseries odd.txt", 1, "odd.txt: line 3 has 1 field, and those before it have 2"},
-       {"append a.dseries none.txt", 1, "there is no file none.txt"},
-       {"append a.dseries -", 1, "- holds no numbers"},
-       {"append a.dseries good.txt --offset 3", 1, "positions of its own"},
-       {"append a.dseries good.txt --type sbin8", 1, "type sbin8 cannot be read back"},
-       {"append a.dseries good.txt --type complex128", 1, "complex128 cannot be read back"},
-       {"append a.dseries raw.f32 --raw 2", 1, "20 bytes are no whole number of data with 2 elements of 4"},
-       {"append a.dseries raw.f32 --raw 5 --delta 0", 1, "delta"},
-       {"append a.dseries good.txt --time 2038-01-19T03:14:08Z", 2, "to 2038-01-19T03:14:07Z"},
-       {"append a.dseries good.txt --time 99999999999999999999", 2, "does not fit"},
-       {"append a.dseries good.txt --time 2024-02-30", 2, "is not a time"},
-       {"append a.dseries good.txt --at nan,1", 1, "finite"},
-       {"append a.dseries good.txt --tag-position", 1, "two dimensions"},
-       {"append a.dseries good.txt good.txt good.txt", 1, "room for 2 more data, and 3 were given"}});
+  Expect({{"append a.dseries good.txt words.txt", 1, "words.txt: line 3: '#' is not a number"},
+          {"append a.dseries glued.txt", 1, "glued.txt: line 4: '3-4' is not a number"},
+          {"append a.dseries huge.txt", 1, "huge.txt: line 2: '1e999' is not a number"},
+          {"append a.dseries odd.txt", 1, "odd.txt: line 3 has 1 field, and those before it have 2"},
+          {"append a.dseries none.txt", 1, "there is no file none.txt"},
+          {"append a.dseries -", 1, "- holds no numbers"},
+          {"append a.dseries good.txt --offset 3", 1, "positions of its own"},
+          {"append a.dseries good.txt --type sbin8", 1, "type sbin8 cannot be read back"},
+          {"append a.dseries good.txt --type complex128", 1, "complex128 cannot be read back"},
+          {"append a.dseries raw.f32 --raw 2", 1,
+           "20 bytes are not a whole number of data with 2 elements of 4"},
+          {"append a.dseries raw.f32 --raw 5 --delta 0", 1, "delta"},
+          {"append a.dseries good.txt --time 2038-01-19T03:14:08Z", 2, "to 2038-01-19T03:14:07Z"},
+          {"append a.dseries good.txt --time 99999999999999999999", 2, "does not fit"},
+          {"append a.dseries good.txt --time 2024-02-30", 2, "is not a time"},
+          {"append a.dseries good.txt --at nan,1", 1, "finite"},
+          {"append a.dseries good.txt --tag-position", 1, "two dimensions"},
+          {"append a.dseries good.txt good.txt good.txt", 1, "room for 2 more data, and 3 were given"}});
   EXPECT_EQ(Read("a.dseries"), empty);
 
   Succeed("append a.dseries good.txt");
@@ -267,7 +267,7 @@ TEST_F(Tool, NeedsNoPermissionToWriteWhereItOnlyReads) {
     EXPECT_EQ(Run(std::string(command) + " a.dseries", nobody).status, 0) << command << Read("err.txt");
   }
   EXPECT_THAT(Run("append a.dseries one.txt --at 1,2", nobody).err,
-              HasSubstr("Can't open series file a.dseries: it can be read, but not be written"));
+              HasSubstr("Can't open series file a.dseries: it can be read, but not written"));
   EXPECT_THAT(Run("get a.dseries 0 -o one.txt", nobody).err,
               HasSubstr("one.txt cannot be written: Permission denied"));
 }

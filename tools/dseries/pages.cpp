@@ -104,9 +104,9 @@ dseries \- store measured data in series files, and find them again
     page += Footer(command->get_footer());
   }
   return page + R"(.SH EXIT STATUS
-0 when all went well, 1 when something failed or a file is broken, 2 when the command line was not understood.
-A command that stores or writes files has the status of that work, whether its messages could be written or not.
-Ended by a signal it has 128 and the number of the signal, as 130 after ^C; no file is left in part, and
+0 on success, 1 when something failed or a file is damaged, 2 when the command line is not valid.
+For a command that stores or writes files the status is that of this work, even if its messages could not be written.
+After a signal it is 128 plus the number of the signal, such as 130 after ^C; no file is left incomplete, and
 .B append
 has stored the data that it counts.
 )";

@@ -13,8 +13,8 @@ namespace {
 
 void AddHelp(CLI::App& program) {
   auto name = std::make_shared<std::string>();
-  CLI::App& command = *program.add_subcommand("help", "Explain a command, as its --help does");
-  command.add_option("COMMAND", *name, "What to explain; default: the program");
+  CLI::App& command = *program.add_subcommand("help", "Show the help of a command");
+  command.add_option("COMMAND", *name, "The command; default: the program");
   command.footer("Example:\n  dseries help append");
   command.callback([&program, name] {
     const CLI::App* meant = &program;
@@ -35,9 +35,9 @@ std::unique_ptr<CLI::App> MakeProgram() {
   auto program =
       std::make_unique<CLI::App>("Keeps measured data in series files, and finds them again.", "dseries");
   program->formatter(std::make_shared<HelpFormatter>());
-  program->set_version_flag("--version", "dseries " DSERIES_VERSION, "Tell the version and exit");
+  program->set_version_flag("--version", "dseries " DSERIES_VERSION, "Print the version and exit");
   program->require_subcommand(0, 1);
-  program->footer("'dseries COMMAND --help' explains a command and shows an example of it.");
+  program->footer("'dseries COMMAND --help' explains a command and shows an example.");
   for (const auto add : {AddCreate, AddAppend, AddInfo, AddList, AddGet, AddFind, AddPlot, AddExport, AddMap,
                          AddImage, AddConvert, AddVerify, AddRepair, AddHelp}) {
     add(*program);

@@ -77,7 +77,7 @@ int FindByTag(const Series& series, const Choice& choice) {
   if (exact >= 0) return exact;
 
   const Nearest nearest = NearestTo(series, choice, time);
-  if (nearest.datum < 0) Fail("no datum of {} can be found there: it holds none with such a tag", file);
+  if (nearest.datum < 0) Fail("no datum of {} has such a tag", file);
   if (positions && nearest.delay == 0) {
     const auto tag = series.Tag(nearest.datum);
     const auto* position = PositionOf(*tag);

@@ -60,16 +60,16 @@ void WriteColumns(const darr_c1DArray& array, const Output& output, const std::s
 
 void WritePlaneOrLine(const darr_c2DArray& array, const PlaneView& view, const Drawing& drawing,
                       const Output& output, const std::string& source) {
-  if (output.path.empty()) Fail("--output is needed to say where that is to be written");
+  if (output.path.empty()) Fail("--output is required: it names the file to write");
   if (!view.bLine()) {
     if (Extension(output.path) == ".txt") {
-      Fail("text is written of one line of 2D data: choose it by --row-at or --column-at");
+      Fail("only one line of 2D data can be written as text; choose it with --row-at or --column-at");
     }
     CheckPlaneName(output.path);
   }
   const darr_c2DArray cut = Cut(array, view);
   if (view.bLine()) return WriteColumns(Line(cut, view), output, source);
-  if (output.precision > 0) Fail("--precision is for columns of text, and {} is none", output.path);
+  if (output.precision > 0) Fail("--precision applies to columns of text, not to {}", output.path);
   WritePlane(output, cut, drawing, source);
 }
 

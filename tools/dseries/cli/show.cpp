@@ -48,7 +48,7 @@ std::string ValuesText(const Array& array) {
     sum += values[i];
     ++numbers;
   }
-  if (numbers == 0) return "none that are numbers";
+  if (numbers == 0) return "no numbers";
   const int digits = DisplayDigits(array.DataType());
   std::string text = fmt::format("{} to {}, mean {}", NumberText(low, digits), NumberText(high, digits),
                                  NumberText(sum / numbers, digits));
@@ -62,7 +62,7 @@ std::string ValuesText(const Array& array) {
 
 void AddFiles(CLI::App& command, FileList& list) {
   command.add_option("FILE", list.files, "Series files, or names of several with * in quotes")->required();
-  command.add_flag("--json", list.json, "Write JSON, of several files together");
+  command.add_flag("--json", list.json, "Write JSON; several files make one document");
 }
 
 DatumTable::DatumTable(const Series& series, unsigned int tag_type)

@@ -63,7 +63,7 @@ CLI::Validator WholeNumber(int least) {
             const char* const end = text.data() + text.size();
             const auto [stop, error] = std::from_chars(text.data(), end, number);
             if (error == std::errc() && stop == end && number >= least) return "";
-            return fmt::format("'{}' is no whole number from {} to {}", text, least,
+            return fmt::format("'{}' is not a whole number from {} to {}", text, least,
                                std::numeric_limits<int>::max());
           },
           ""};

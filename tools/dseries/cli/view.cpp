@@ -19,11 +19,11 @@ std::string RangeText(const rnge_c1DRange& range) {
 darr_c2DArray Rescaled(const darr_c2DArray& array, double dx, double dy) {
   constexpr double most = 1 << 28;
   if (!(std::isfinite(dx) && dx > 0 && std::isfinite(dy) && dy > 0)) {
-    Fail("the distances to rescale to are not above 0");
+    Fail("--rescale needs distances above 0");
   }
   const rnge_c2DRange range = array.Range();
   if (!((range.SizeX() / dx + 2) * (range.SizeY() / dy + 2) < most)) {
-    Fail("rescaled to {} x {} there would be too many elements", NumberText(dx), NumberText(dy));
+    Fail("rescaling to {} x {} would make too many elements", NumberText(dx), NumberText(dy));
   }
   return resc_Rescale(array, dx, dy);
 }
@@ -41,20 +41,20 @@ int CellAt(const cal_cArrayCal& cal, int count, double position, const char* axi
 }  // namespace
 
 void AddView(CLI::App& command, PlaneView& view) {
-  command.add_option("--region", view.region, "Only what lies between two corners, in physical units")
+  command.add_option("--region", view.region, "Only the region between two corners, in physical units")
       ->type_name("X1,Y1,X2,Y2")
       ->delimiter(',')
       ->expected(4);
   command
       .add_option("--rescale", view.rescale,
-                  "New distances of the elements, in physical units; each takes the value that was there")
+                  "New distances between elements, in physical units; each takes the value at its position")
       ->type_name("DX,DY")
       ->delimiter(',')
       ->expected(2);
   CLI::Option* row =
       command.add_option("--row-at", view.row, "Only the row at this position, as columns of text")
           ->type_name("Y");
-  command.add_option("--column-at", view.column, "Only the column at this position, likewise")
+  command.add_option("--column-at", view.column, "Only the column at this position, as columns of text")
       ->type_name("X")
       ->excludes(row);
 }
@@ -65,8 +65,8 @@ darr_c2DArray Cut(const darr_c2DArray& array, const PlaneView& view) {
     const rnge_c2DRange wanted(r[0], r[1], r[2], r[3]), covered = array.Range();
     const rnge_c2DRange common = wanted & covered;
     if (!wanted.Intersects(covered) || !(common.SizeX() > 0 && common.SizeY() > 0)) {
-      Fail("the region holds no data: they go from {} along X and {} along Y", RangeText(covered.RangeX()),
-           RangeText(covered.RangeY()));
+      Fail("the region holds no data: the data go from {} along X and {} along Y",
+           RangeText(covered.RangeX()), RangeText(covered.RangeY()));
     }
     cut = array.Selection(common, rnge_IndexOuter);
   }

@@ -54,7 +54,7 @@ TagOf TagsFor(const Series& series, const Options& options) {
   const unsigned int kind = position ? obty_2DPositionType : obty_DataTagType;
   if (const unsigned int present = series.TagTypeID(); present != 0 && present != kind) {
     if (!bKnownTagType(present)) {
-      Fail("the data in {} are tagged with {}; only a program that knows it can append", options.file,
+      Fail("the data in {} are tagged with {}; only a program that knows this kind can append", options.file,
            TagTypeName(present));
     }
     Fail("the data in {} are tagged with {}; {}", options.file, TagTypeName(present),
@@ -94,7 +94,7 @@ void CheckSlots(const Series& series, std::int64_t count) {
   const char* const file = series.FilePath().CString();
   const int room = series.Size() - series.NextWriteIndex();
   if (room == 0) {
-    Fail("{} is full: all of its {} slots are filled; go on in another series", file, series.Size());
+    Fail("{} is full: all of its {} slots are filled; continue in another series", file, series.Size());
   }
   if (count > room) {
     Fail("{} has room for {}, and {} given; store the others in another series", file,
@@ -113,7 +113,7 @@ void CheckRoom(const Series& series, const std::vector<Input<Array>>& inputs, st
   if (bytes > series.Room()) {
     Fail(
         "{} has room for {} bytes below 2 GiB, and {} would take {}; store fewer of them, elements of a "
-        "smaller --type, or go on in another series",
+        "smaller --type, or continue in another series",
         series.FilePath().CString(), std::max<std::int64_t>(series.Room(), 0), Count(count, "datum", "data"),
         bytes);
   }
@@ -215,12 +215,11 @@ void AddAppend(CLI::App& program) {
   CLI::App& command = *program.add_subcommand("append", "Store data in the next free slots of a series");
   command.add_option("FILE", options->file, "The series file")->required();
   command
-      .add_option(
-          "INPUT", options->inputs,
-          "Texts with one number a line (values) or two (position and value, the positions even within "
-          "their printed digits); for series of 2D data "
-          "grey pictures (PGM, 8-bit BMP) and raw 2D arrays (.darr); or raw numbers. - is standard "
-          "input. Names with * in quotes are taken in their natural order: run_2 before run_10")
+      .add_option("INPUT", options->inputs,
+                  "Texts with one number per line (a value) or two (a position and a value; positions evenly "
+                  "spaced within their printed digits); for series of 2D data grey pictures (PGM, 8-bit BMP) "
+                  "and raw 2D arrays (.darr); or, with --raw, raw numbers. - is standard input. Quoted names "
+                  "with * match in natural order: run_2 before run_10")
       ->required();
   command
       .add_option("--time", options->time,
@@ -239,8 +238,8 @@ void AddAppend(CLI::App& program) {
       ->excludes(at);
   CLI::Option* raw = command
                          .add_option("--raw", form.raw,
-                                     "The inputs are raw little-endian numbers, so many for each datum; of "
-                                     "2D data the bottom row first")
+                                     "The inputs are raw little-endian numbers, this many per datum; 2D data "
+                                     "begin with the bottom row")
                          ->type_name("NX[,NY]")
                          ->delimiter(',')
                          ->allow_extra_args(false)
@@ -252,10 +251,9 @@ void AddAppend(CLI::App& program) {
       ->needs(raw);
   command
       .add_option("--type", options->type,
-                  "Element type: of raw inputs (default float32); texts (default float64) "
-                  "and pictures (default ubin8) are converted to it. Integers take the nearest whole number, "
-                  "the nearest one they have for values beyond them, and 0 for not-a-number; how many values "
-                  "change is reported")
+                  "Element type: of raw inputs (default float32); texts (default float64) and pictures "
+                  "(default ubin8) are converted to it. For integers, values are rounded and cut to the "
+                  "limits of the type, and not-a-number becomes 0; the number of changed values is reported")
       ->type_name("TYPE")
       ->check(CLI::IsMember(ElementNames()));
   command
@@ -267,15 +265,14 @@ void AddAppend(CLI::App& program) {
   command
       .add_option("--missing", form.missing,
                   "Texts: a word or number that stands for a missing value, which is stored as not-a-number; "
-                  "may be repeated. Always: --, NA, N/A, nan, nothing between tabs, and of values alone an "
-                  "empty line")
+                  "may be repeated. Always recognized: --, NA, N/A, nan, an empty field between tabs and, in "
+                  "texts of values only, an empty line")
       ->type_name("WORD")
       ->allow_extra_args(false)
       ->excludes(raw);
   command
-      .add_flag(
-          "--even", form.even,
-          "Texts: take positions that are uneven, as long as the even ones lie within half a step of them")
+      .add_flag("--even", form.even,
+                "Texts: accept uneven positions that lie within half a step of even ones")
       ->excludes(raw);
   command.footer(
       "Example: two spectra, then a raster of raw data with 12 numbers for each place\n"

@@ -81,14 +81,14 @@ void AddConvert(CLI::App& program) {
   command.add_option("OUT", options->output, "The series file to make")->required();
   command
       .add_option("--type", options->type,
-                  "The new element type. Integers take the nearest whole number, the nearest one they have "
-                  "for values beyond them, and 0 for not-a-number; how many values change is reported")
+                  "The new element type. For integers, values are rounded and cut to the limits of the type, "
+                  "and not-a-number becomes 0; the number of changed values is reported")
       ->type_name("TYPE")
       ->required()
       ->check(CLI::IsMember(ElementNames()));
   command.add_flag("-f,--force", options->force, "Replace a file that exists");
   command.footer(
-      "Dimensions, positions and tags stay.\n\n"
+      "Dimensions, positions and tags are kept.\n\n"
       "Example:\n"
       "  dseries convert sst.dseries sst64.dseries --type float64");
   command.callback([options] { Convert(*options); });

@@ -35,10 +35,10 @@ void AddCreate(CLI::App& program) {
   CLI::App& command = *program.add_subcommand("create", "Make an empty series file");
   command.add_option("FILE", options->file, "The file to make, named *.dseries")->required();
   command
-      .add_option("-d,--dim", options->dimensions,
-                  "A dimension, the fastest one first: its name, its units, how many "
-                  "indices it has, the position of the first one and the step to the "
-                  "next; 'reverse' when data are taken from the highest index down")
+      .add_option(
+          "-d,--dim", options->dimensions,
+          "A dimension, the fastest one first: its name, units, number of indices, position of the first "
+          "index, and step to the next; 'reverse' if data are taken from the highest index down")
       ->type_name("NAME,UNITS,SIZE,OFFSET,DELTA[,reverse]")
       ->required()
       ->allow_extra_args(false);

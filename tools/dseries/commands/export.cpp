@@ -135,9 +135,8 @@ class NpyWriter {
       out_.Write(NpyHeader(Fields(), records_));
     } else if (array.DataType() != *type_ || extents != extents_) {
       Fail(
-          "datum {} has other elements than those before it: a .npy file of several data needs {} each of "
-          "type "
-          "{}; choose data, or write .csv",
+          "datum {} has other elements than those before it: all data in a .npy file need {} of type {}; "
+          "choose fewer data, or write .csv",
           i, fmt::join(extents_, " x "), ElementName(*type_));
     }
     bstr_cMemory_ostream record;
@@ -230,9 +229,9 @@ void AddExport(CLI::App& program) {
             "Text with commas (.csv), or records of NumPy (.npy). - is text on standard output")
       ->required();
   command.footer(
-      "Text has a line for each element: its position and value, behind the place and\n"
-      "the time of its datum unless a single one was chosen. NumPy gets a record for\n"
-      "each datum: its place, its time, and all of its positions and values.\n\n"
+      "Text has a line for each element: the place and time of its datum (unless only one\n"
+      "datum was chosen), its position and its value. NumPy gets a record for each datum:\n"
+      "its place, its time, and all of its positions and values.\n\n"
       "Example: a whole raster, a datum of it, and how Python reads them\n"
       "  dseries export sst.dseries -o sst.npy\n"
       "  dseries export sst.dseries --position 181,1 -o place.csv\n"

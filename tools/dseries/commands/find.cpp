@@ -29,7 +29,7 @@ void Find(const Options& options) {
 
 void AddFind(CLI::App& program) {
   auto options = std::make_shared<Options>();
-  CLI::App& command = *program.add_subcommand("find", "Find the first datum with a tag");
+  CLI::App& command = *program.add_subcommand("find", "Find the first datum with a given tag");
   command.add_option("FILE", options->file, "The series file")->required();
   AddTagChoice(command, options->choice);
   command.footer("Example:\n  dseries find sst.dseries --at 181,1");

@@ -74,7 +74,7 @@ void Show(const Series& series, int i, const Array& array) {
 
 void WriteOrShow(const Series& series, int i, const darr_c1DArray& array, const Options& options) {
   if (!options.view.bNone() || !options.drawing.bNone())
-    Fail("{} holds 1D data, of which nothing can be cut or drawn", options.file);
+    Fail("{} holds 1D data, which cannot be cut or drawn", options.file);
   if (options.output.path.empty()) return Show(series, i, array);
   WriteColumns(array, options.output, options.file);
 }
@@ -104,8 +104,8 @@ void AddGet(CLI::App& program) {
   AddView(command, options->view);
   AddColors(command, options->drawing);
   AddOutput(command, options->output,
-            "Write positions and values as text; of 2D data a picture (.png, .bmp, .pgm) or the raw form "
-            "(.darr), and text of one line of them. - is standard output");
+            "Write positions and values as text; 2D data as a picture (.png, .bmp, .pgm) or in raw form "
+            "(.darr), or one line of them as text. - is standard output");
   command.footer(
       "Example: the datum at 181 degrees east, 1 degree north\n"
       "  dseries get sst.dseries --position 181,1\n"

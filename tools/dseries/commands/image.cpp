@@ -46,17 +46,17 @@ void AddImage(CLI::App& program) {
   command
       .add_option("INPUT", options->input,
                   "A grey picture (PGM, 8-bit BMP), - for one on standard input, or a raw 2D array (.darr); "
-                  "'get' does the same with a datum of a series, and 'append' stores pictures there")
+                  "'get' does the same with a datum of a series, and 'append' stores pictures in a series")
       ->required();
   AddCalibration(command, options->form);
-  command.add_option("--type", options->type, "Element type; default: ubin8 from pictures")
+  command.add_option("--type", options->type, "Element type; default: ubin8 for pictures")
       ->type_name("TYPE")
       ->check(CLI::IsMember(ElementNames()));
   AddView(command, options->view);
   AddColors(command, options->drawing);
   AddOutput(command, options->output,
-            "A picture (.png, .bmp, .pgm), a raw 2D array (.darr), or the text of a line; - is standard "
-            "output. Without it the input is described");
+            "A picture (.png, .bmp, .pgm), a raw 2D array (.darr), or one line as text; - is standard "
+            "output. Default: describe the input");
   command.footer(
       "Element 0,0 is the bottom left one. A region is cut out first, then it is\n"
       "rescaled, then a line of it is taken.\n\n"

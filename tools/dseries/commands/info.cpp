@@ -103,7 +103,7 @@ void Info(const FileList& options) {
 
 void AddInfo(CLI::App& program) {
   auto options = std::make_shared<FileList>();
-  CLI::App& command = *program.add_subcommand("info", "Tell what a series file holds");
+  CLI::App& command = *program.add_subcommand("info", "Show what a series file holds");
   AddFiles(command, *options);
   command.footer("Example:\n  dseries info sst.dseries");
   command.callback([options] { Info(*options); });

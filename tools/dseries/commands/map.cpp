@@ -63,7 +63,7 @@ std::string SumText(const Options& options) {
 void Map(const Options& options) {
   options.axes ? CheckFigureName(options.output.path) : CheckPlaneName(options.output.path);
   if (const unsigned int data_type = KnownDataType(options.file); data_type != darr_c1DArray::DataTypeID()) {
-    Fail("{} holds {}; a map is made of {}", options.file, DataTypeName(data_type),
+    Fail("{} holds {}; a map needs {}", options.file, DataTypeName(data_type),
          DataTypeName(darr_c1DArray::DataTypeID()));
   }
   DataSeries<darr_c1DArray> series(options.file, bstr_OpenReadOnly);
@@ -108,18 +108,18 @@ void AddMap(CLI::App& program) {
                   "Sum the elements from this position on; default: from the first one. An element reaches "
                   "from its position up to the next one")
       ->type_name("A");
-  command.add_option("--to", options->to, "Up to this position; the same as --from for one element alone")
+  command.add_option("--to", options->to, "Up to this position; the same as --from for a single element")
       ->type_name("B");
   AddTarget(command, options->output,
             "A picture (.png, .bmp, .pgm), or the sums themselves as a raw 2D array (.darr)")
       ->required();
   command.add_flag("--axes", options->axes,
-                   "Draw axes, a title and a scale of colours around the map (.png, .svg, .pdf)");
+                   "Draw axes, a title and a colour scale around the map (.png, .svg, .pdf)");
   AddColors(command, options->drawing);
   AddLabels(command, options->drawing);
   command.footer(
       "The first dimension runs to the right and the second one upwards. Places without\n"
-      "data are drawn as those with a not-a-number in the range.\n\n"
+      "data are drawn like those whose sum is not a number.\n\n"
       "Example: the first of 12 months, then the whole year\n"
       "  dseries map sst.dseries --from 0 --to 0 -o january.png --axes\n"
       "  dseries map sst.dseries --from 0 --to 12 -o year.png --colors viridis");

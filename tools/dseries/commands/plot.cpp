@@ -59,7 +59,7 @@ Figure FigureOfSeries(const Options& options) {
       return FigureOfPlane(series.Datum(data.front()), options, caption);
     }
   } else if (!options.view.bNone()) {
-    Fail("{} holds 1D data, of which nothing can be cut", options.file);
+    Fail("{} holds 1D data, which cannot be cut", options.file);
   }
   if (data.size() > most_curves)
     Fail("{} data are too many for one plot; choose up to {}", data.size(), most_curves);
@@ -80,7 +80,7 @@ Figure FigureOfFile(const Options& options) {
       return FigureOfSeries<Array>(options);
     });
   }
-  if (!options.choice.bNone()) Fail("{} is no series, so no datum of it can be chosen", options.file);
+  if (!options.choice.bNone()) Fail("{} is not a series, so no datum can be chosen", options.file);
   const darr_c2DArray plane = ReadPlane(options.file, {}, PrintWarning);
   Caption caption = CaptionOf(options);
   if (!options.view.bLine()) return FigureOfPlane(plane, options, caption);

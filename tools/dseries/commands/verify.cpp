@@ -53,13 +53,12 @@ void VerifyAll(const std::vector<std::string>& names) {
 
 void AddVerify(CLI::App& program) {
   auto files = std::make_shared<std::vector<std::string>>();
-  CLI::App& command =
-      *program.add_subcommand("verify", "Check that everything in a series file fits together");
+  CLI::App& command = *program.add_subcommand("verify", "Check a series file for damage");
   command.add_option("FILE", *files, "Series files, or names of several with * in quotes")->required();
   command.footer(
-      "Lists everything that is broken; the exit status is 1 then. It compares header,\n"
-      "dimensions, offset lists, data and tags with each other. It cannot see a value,\n"
-      "a position or a time that became another one: the file holds no checksums.\n\n"
+      "Lists all faults; with any, the exit status is 1. It compares header, dimensions,\n"
+      "offset lists, data and tags with each other. It cannot detect a changed value,\n"
+      "position or time, as the file holds no checksums.\n\n"
       "Example:\n"
       "  dseries verify sst.dseries months.dseries");
   command.callback([files] { VerifyAll(*files); });

@@ -33,7 +33,7 @@ void ParseContrast(const std::string& text, Drawing& drawing) {
   if (drawing.full_contrast) return;
   if (!CLI::detail::lexical_cast(ends[0], low) || !CLI::detail::lexical_cast(ends[1], high) ||
       !(high > low)) {
-    throw CLI::ValidationError("--contrast: '" + text + "' is neither 'full' nor two values that rise");
+    throw CLI::ValidationError("--contrast: '" + text + "' is neither 'full' nor two rising values");
   }
   drawing.contrast = {low, high};
 }
@@ -120,24 +120,23 @@ void AddColors(CLI::App& command, Drawing& drawing) {
   command
       .add_option_function<std::string>(
           "--contrast", [&drawing](const std::string& text) { ParseContrast(text, drawing); },
-          "The values drawn darkest and lightest, of curves the ends of the axis; 'full': the lowest and the "
-          "highest; default: the 1st and the 99th percentile of the values, of curves all of them. What lies "
-          "beyond is drawn like the end, which is pointed, and counted. Not-a-number is black, in PNG "
-          "transparent, and all values are lighter than black")
+          "The values drawn darkest and lightest (for curves, the ends of the axis); 'full': the lowest and "
+          "the highest; default: the 1st and the 99th percentile of the values (for curves, all of them). "
+          "Values beyond an end are drawn like it and counted, and the end is pointed. Not-a-number is "
+          "black, in PNG transparent; all values are lighter than black")
       ->type_name("full|LOW,HIGH");
   command
-      .add_option(
-          "--colors", drawing.colors,
-          "Colours: grey or viridis; default: viridis with axes, unless the elements have 1 byte, and "
-          "grey without")
+      .add_option("--colors", drawing.colors,
+                  "Colours: grey or viridis; default: viridis with axes, unless the elements have 1 byte; "
+                  "grey otherwise")
       ->type_name("NAME")
       ->check(CLI::IsMember(ColorMap::Names()));
 }
 
 void AddLabels(CLI::App& command, Drawing& drawing) {
-  command.add_option("--x-label", drawing.x_label, "What stands at the X axis")->type_name("TEXT");
-  command.add_option("--y-label", drawing.y_label, "What stands at the Y axis")->type_name("TEXT");
-  command.add_option("--z-label", drawing.z_label, "What stands at the scale of colours")->type_name("TEXT");
+  command.add_option("--x-label", drawing.x_label, "Label of the X axis")->type_name("TEXT");
+  command.add_option("--y-label", drawing.y_label, "Label of the Y axis")->type_name("TEXT");
+  command.add_option("--z-label", drawing.z_label, "Label of the colour scale")->type_name("TEXT");
   command.add_flag("--log", drawing.logarithmic, "Logarithmic scale of the values");
 }
 

@@ -70,7 +70,7 @@ class Checker {
       return false;
     }
     if (header_.lists < Header::End) {
-      Fault("the header has the offset lists begin at byte {}, within itself", header_.lists);
+      Fault("the header puts the offset lists at byte {}, within itself", header_.lists);
       return false;
     }
     if (DataBegin() > in_.Size()) {
@@ -120,12 +120,12 @@ class Checker {
   void CheckTagType() {
     tag_type_ = header_.tagType;
     if (tag_type_ == 0 && findings_.valid > 0 && in_.Seek(tags_[0]) && bstr_ReadFields(in_, tag_type_)) {
-      Note("the header does not tell the kind of the tags; the first tag does");
+      Note("the header holds no kind of tag; the first tag gives it");
     }
     if (bKnownTagType(tag_type_)) {
       tag_ = MakeTag(tag_type_);
     } else if (tag_type_ != 0) {
-      Note("the tags hold {}; they are checked no further than their times", TagTypeName(tag_type_));
+      Note("the tags hold {}; only their times are checked", TagTypeName(tag_type_));
     }
   }
 
@@ -147,7 +147,7 @@ class Checker {
 
   void CheckPlace(int k, std::int64_t place) {
     if (place != 0 && data_[At(k)] != place) {
-      Fault("datum {} should begin at byte {}, and the offset list says {}", k, place, data_[At(k)]);
+      Fault("datum {} should begin at byte {}, but the offset list has {}", k, place, data_[At(k)]);
     }
   }
 
@@ -179,7 +179,7 @@ class Checker {
     std::uint32_t stored = 0;
     if (in_.Seek(begin) && bstr_ReadFields(in_, stored) && (stored != tag_type_ || stored == 0)) {
       if (stored == 0) {
-        Fault("the tag of datum {} is of no kind", k);
+        Fault("the tag of datum {} has no kind", k);
       } else {
         Fault("the tag of datum {} is of the kind 0x{:04x}, not 0x{:04x}", k, stored, tag_type_);
       }

@@ -20,7 +20,7 @@ T ParseField(const std::string& text, const char* what, const std::string& dimen
   const char* end = text.data() + text.size();
   const auto [stop, error] = std::from_chars(text.data(), end, value);
   if (error != std::errc() || stop != end) {
-    Fail("'{}' is no {} in the dimension '{}'", text, what, dimension);
+    Fail("'{}' is not a valid {} in the dimension '{}'", text, what, dimension);
   }
   return value;
 }
@@ -31,7 +31,7 @@ dtsr_cDimension ParseDimension(const std::string& text) {
   for (std::string field; std::getline(in, field, ',');) fields.push_back(field);
   const bool reverse = fields.size() == 6 && fields[5] == "reverse";
   if (fields.size() != 5 && !reverse) {
-    Fail("'{}' is no dimension; write it as name,units,size,offset,delta[,reverse]", text);
+    Fail("'{}' is not a dimension; write it as name,units,size,offset,delta[,reverse]", text);
   }
   const int size = ParseField<int>(fields[2], "size", text);
   const auto offset = ParseField<double>(fields[3], "offset", text);
@@ -53,8 +53,7 @@ void CheckRoom(const dtsr_cDimensionArray& dimensions) {
     if (lists.End() > detail::LastSeriesPosition) {
       Fail(
           "the dimensions have too many indices: the lists of {} slots or more would pass 2 GiB; a series "
-          "file "
-          "has up to {}, without data; lay them out over several files",
+          "file without data has up to {}; use several files",
           lists.slots, (detail::LastSeriesPosition - lists.begin) / SeriesLists::SlotBytes);
     }
   }

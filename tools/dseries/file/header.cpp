@@ -24,7 +24,7 @@ Header ReadHeader(bstr_cBinary_fstream& file) {
       "them";
   if (in.Size() == 0) Fail("{} is empty; {}", path, advice);
   if (!whole) {
-    Fail("{} is not a series file: it ends after {}, before a header would; {}", path, SizeText(in.Size()),
+    Fail("{} is not a series file: it ends after {}, within the header; {}", path, SizeText(in.Size()),
          advice);
   }
   if (!header.bSeriesFile()) {

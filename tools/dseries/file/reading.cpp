@@ -18,7 +18,7 @@ bstr_cBinary_fstream OpenToRead(const std::string& path, const char* advice) {
     if (!std::filesystem::exists(status)) Fail("there is no file {}{}", path, advice);
     if (std::filesystem::is_directory(status)) Fail("{} is a folder; name the files in it", path);
     if (!std::filesystem::is_regular_file(status)) {
-      Fail("{} is no regular file; series are not read from pipes and devices", path);
+      Fail("{} is not a regular file; series cannot be read from pipes or devices", path);
     }
     if (access(path.c_str(), R_OK) != 0) Fail("{} cannot be read: {}", path, std::strerror(errno));
     Fail("{} cannot be read", path);

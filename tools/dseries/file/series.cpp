@@ -69,7 +69,7 @@ Series::Series(const std::string& path, unsigned int data_type, bstr_eAccess acc
   message.erase(message.find_last_not_of('.') + 1);
   bstr_cBinary_fstream file(str_cString(path.c_str()), access);
   if (!file.Input().bGood() || (access != bstr_OpenReadOnly && !file.Output().bGood())) {
-    Fail("{}: it can be read, but not be written", message);
+    Fail("{}: it can be read, but not written", message);
   }
   FailForDamage(path, message);
 } catch (const expt_cProgramException&) {

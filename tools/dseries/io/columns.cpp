@@ -173,7 +173,7 @@ class ColumnReader {
   [[noreturn]] void FailForWord(std::string_view word) const {
     const std::string text = Printable(str_cString(word));
     Fail("{}: line {}: '{}' is not a number{}", path_, line_, Shortened(text, 40),
-         word.empty() || columns_.values.empty() ? "" : "; --missing takes a word for a missing value");
+         word.empty() || columns_.values.empty() ? "" : "; --missing WORD names a word for a missing value");
   }
 
   [[noreturn]] void FailForPosition(std::string_view field) const {
@@ -271,9 +271,9 @@ void CheckDirection(const std::string& path, const Columns& columns) {
   }
   Fail("{}: line {}: the position {} is off the even grid, which has {} there; {}", path, columns.lines[row],
        p[row], NumberText(even),
-       form.even         ? "more than half a step off even --even does not take it"
-       : form.delta != 0 ? "--even takes what lies within half a step"
-                         : "--even takes what lies within half a step, --delta DX gives the step");
+       form.even         ? "that is more than half a step, too far for --even"
+       : form.delta != 0 ? "--even accepts up to half a step"
+                         : "--even accepts up to half a step, --delta DX sets the step");
 }
 
 }  // namespace
@@ -311,7 +311,8 @@ Columns ReadColumns(const std::string& path, std::string_view text, const std::v
 Grid GridOf(const std::string& path, const Columns& columns, const GridForm& form) {
   const std::vector<double>& p = columns.positions;
   CheckDirection(path, columns);
-  if (p.size() < 2 && form.delta == 0) Fail("{}: one position does not give a step; --delta DX does", path);
+  if (p.size() < 2 && form.delta == 0)
+    Fail("{}: one position does not give a step; --delta DX sets it", path);
   const bool given = form.delta != 0, falls = p.size() > 1 && p[1] < p[0];
   const double step = !given  ? StepBetween(p.front(), p.back(), static_cast<double>(p.size() - 1))
                       : falls ? -std::fabs(form.delta)

@@ -72,8 +72,7 @@ std::string ReadWhole(const std::string& path) {
 }
 
 CLI::Option* AddTarget(CLI::App& command, Target& target, const std::string& help) {
-  command.add_flag("-f,--force", target.force,
-                   "Replace a series file, too; other files are replaced without it");
+  command.add_flag("-f,--force", target.force, "Also replace a series file; other files are always replaced");
   return command.add_option("-o,--output", target.path, help)
       ->type_name("OUT")
       ->transform(CLI::Validator(
@@ -94,7 +93,7 @@ void CheckEnding(const std::string& path, const std::string& what, const std::ve
     list += ending;
   }
   const bool none = std::find(endings.begin(), endings.end(), "") != endings.end();
-  Fail("{} to {} files{}, and {} is none", what, list, none ? " or those without an ending" : "", path);
+  Fail("{} to {} files{}, not to {}", what, list, none ? " or those without an ending" : "", path);
 }
 
 OutFile::OutFile(const Target& target, const std::string& source)

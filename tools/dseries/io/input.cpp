@@ -139,15 +139,15 @@ void PrintWarning(const std::string& warning) { Complain("warning: {}", warning)
 void AddCalibration(CLI::App& command, InputForm& form) {
   command
       .add_option("--offset", form.offset,
-                  "Position of the first element along each axis, where the input has no positions; of a "
-                  "picture that is the bottom left one")
+                  "Position of the first element along each axis, for inputs without positions; in a picture "
+                  "it is the bottom left one")
       ->type_name("X[,Y]")
       ->delimiter(',')
       ->allow_extra_args(false);
   command
       .add_option("--delta", form.delta,
-                  "Distance of the elements along each axis, likewise; of positions in "
-                  "texts the step, in place of that from the first to the last")
+                  "Distance between elements along each axis, for inputs without positions; for texts with "
+                  "positions the step, instead of the one from the first to the last")
       ->type_name("DX[,DY]")
       ->delimiter(',')
       ->allow_extra_args(false);

@@ -89,7 +89,7 @@ NewFile::NewFile(const std::string& name, Replace replace) : name_(name) {
     if (replace == Replace::AllButSeries && bSeriesFile(target_)) {
       Fail("{} is a series file; --force replaces it", name);
     }
-    if (!S_ISREG(present.st_mode)) Fail("{} is no regular file", name);
+    if (!S_ISREG(present.st_mode)) Fail("{} is not a regular file", name);
     if (bSeriesFile(target_)) {  // whoever appends to it would go on in a file without a name
       lock_.emplace(str_cString(target_.c_str()), bstr_OpenLocked);
       if (lock_->Lock() == bstr_LockTaken) {

@@ -167,7 +167,7 @@ Picture ReadPicture(const std::string& path) {
   for (const auto& [start, kind] : others) {
     if (bytes.starts_with(start)) Fail("{} is {}; only PGM and 8-bit grey BMP are known here", path, kind);
   }
-  Fail("{} is no picture of a kind known here (PGM or 8-bit grey BMP)", path);
+  Fail("{} is not a picture of a kind known here (PGM or 8-bit grey BMP)", path);
 }
 
 std::string AsBmp(const Picture& picture) {

@@ -123,7 +123,7 @@ RawInput::RawInput(const std::string& path, dtyp_cDataType type, const std::vect
   }
   if (!length) return;
   if (*length == 0 || *length % size_ != 0) {
-    Fail("{}: {} bytes are no whole number of data with {} elements of {} bytes", source_->Name(), *length,
+    Fail("{}: {} bytes are not a whole number of data with {} elements of {} bytes", source_->Name(), *length,
          fmt::join(extents, " x "), element_size_);
   }
   if (*length / size_ > std::numeric_limits<int>::max()) Fail("{} holds too many data", source_->Name());
@@ -140,7 +140,7 @@ bool RawInput::Next(char* bytes) {
     std::memcpy(bytes, block_.data() + (next_ - block_begin_) * size_, static_cast<std::size_t>(size_));
   } else if (const std::int64_t n = source_->Read(bytes, size_); n < size_) {
     if (n == 0 && !count_ && next_ > 0) return false;
-    Fail("{} ends within datum {} of it: {} of {} bytes", source_->Name(), next_, n, size_);
+    Fail("{} ends within its datum {}: {} of {} bytes", source_->Name(), next_, n, size_);
   }
   ++next_;
   return true;
@@ -167,7 +167,8 @@ void RawInput::TurnBlock() {
     const char* from = in_memory ? whole.data() + offset : nullptr;
     if (!in_memory) {
       rows.resize(static_cast<std::size_t>(span));
-      if (!source_->ReadAt(offset, rows.data(), span)) Fail("{} became shorter", source_->Name());
+      if (!source_->ReadAt(offset, rows.data(), span))
+        Fail("{} became shorter while it was read", source_->Name());
       from = rows.data();
     }
     for (std::int64_t r = 0; r < n; ++r) {
