@@ -322,7 +322,7 @@ TEST_F(Outputs, HoldWhatCameThroughPipes) {
   EXPECT_THAT(Script("\"$0\" append p.dseries <(cat a.pgm)").out, HasSubstr("2 of 9"));
   EXPECT_THAT(Script("\"$0\" image <(cat a.pgm)").out, HasSubstr("3 x 2 = 6 elements"));
   EXPECT_THAT(Script("\"$0\" plot - <a.pgm").out, HasSubstr("┬"));
-  EXPECT_THAT(Script("\"$0\" info <(cat a.dseries)").err, HasSubstr("series are not read from pipes"));
+  EXPECT_THAT(Script("\"$0\" info <(cat a.dseries)").err, HasSubstr("series cannot be read from pipes"));
   EXPECT_EQ(Script("cat raw | \"$0\" append a.dseries - --raw 5 --type ubin8").err,
             "dseries: standard input ends within its datum 2: 2 of 5 bytes; 2 data were stored\n");
   EXPECT_THAT(Script("\"$0\" append a.dseries - --raw 2 --type ubin8 <raw").err,

@@ -82,7 +82,7 @@ TEST_F(Pictures, OfOtherKindsAreRefusedByName) {
       {Bmp(bottom_up, 0x7FFFFFFF), "cut off"},
       {Bmp(bottom_up, 0), "3 x 0 pixels"},
       {Bmp(bottom_up).substr(0, 100), "cut off"},
-      {"", "no picture of a kind known here"}};
+      {"", "not a picture of a kind known here"}};
   for (const auto& [bytes, complaint] : cases) {
     Write("a.pic", bytes);
     Refuse("image a.pic", complaint);
@@ -110,7 +110,7 @@ TEST_F(Pictures, AreStoredInSeriesAndCutInPhysicalUnits) {
     EXPECT_EQ(Read("b.pgm"), "P5\n2 1\n255\n" + Bytes({2, 3})) << source;
     Succeed(source + " --region 10,-1,12,0 --rescale 1,0.5 -o b.pgm");
     EXPECT_EQ(Read("b.pgm"), "P5\n2 2\n255\n" + Bytes({1, 1, 4, 4})) << source;
-    Refuse(source + " --region 16,0,20,1 -o b.pgm", "holds no data: they go from 10 to 16 along X");
+    Refuse(source + " --region 16,0,20,1 -o b.pgm", "holds no data: the data go from 10 to 16 along X");
     Refuse(source + " --row-at 0 -o -", "Y 0 lies outside the data, which go from -1 to 0");
     Refuse(source + " --rescale 1e-9,1 -o b.pgm", "too many elements");
     Refuse(source + " --rescale 0,1 -o b.pgm", "not above 0");

@@ -179,7 +179,7 @@ TEST_F(Plots, ShowCurvesWithTheirGaps) {
     Succeed(std::string("plot a.dseries -o a.png ") + arguments);
     EXPECT_GT(ReadPng("a.png").size(), 100u);
   }
-  Refuse("plot a.dseries --row-at 1", "nothing can be cut");
+  Refuse("plot a.dseries --row-at 1", "cannot be cut");
   Refuse("plot a.dseries 1", "slot 1 is empty");
   Refuse("plot a.dseries 0 -p 0", "only one of DATUM");
 }

@@ -72,7 +72,7 @@ TEST(Text, IsRefusedByItsLine) {
       {"1 2\n\n3\n", "line 3 has 1 field, and those before it have 2"},
       {"1 2\n3 4 5\n", "line 2 has 3 fields"},
       {"1\n2 3\n", "line 2 has 2 fields, and those before it have 1"},
-      {"1 2\n3 4 # good\n", "line 2: '#' is not a number; --missing takes a word"},
+      {"1 2\n3 4 # good\n", "line 2: '#' is not a number; --missing WORD"},
       {"1\n+-5\n", "line 2: '+-5' is not a number"},
       {"1\n1e999\n", "line 2: '1e999' is not a number"},
       {"1\n\x1b[2J\n", "line 2: '?[2J' is not a number"},

@@ -64,7 +64,7 @@ TEST_F(Refusals, OfSeriesThatCannotBeMade) {
   Write("taken.dseries", "precious");
   Expect({{"create a.dseries --dim x,m,3,0", 1, "write it as name,units,size"},
           {"create a.dseries --dim x,m,3,0,1,backwards", 1, "write it as name,units,size"},
-          {"create a.dseries --dim x,m,3.5,0,1", 1, "'3.5' is no size"},
+          {"create a.dseries --dim x,m,3.5,0,1", 1, "'3.5' is not a valid size"},
           {"create a.dseries --dim x,m,0,0,1", 1, "not 1 or more"},
           {"create a.dseries --dim x,m,3,inf,1", 1, "not finite"},
           {"create a.dseries --dim x,m,3,0,0", 1, "not above 0"},
@@ -247,7 +247,7 @@ TEST_F(Tool, FindsWhatItLists) {
   EXPECT_EQ(offered, "find 'a b.dseries' --at -0.2,1700000000.123 --time 1970-01-01T00:00:10Z\n");
   EXPECT_THAT(Succeed(offered.substr(0, offered.size() - 1)), HasSubstr("\n    1    1,0"));
   Succeed("create c.dseries --dim n,,2,0,1");
-  EXPECT_THAT(Run("find c.dseries --time 7").err, HasSubstr("it holds none with such a tag"));
+  EXPECT_THAT(Run("find c.dseries --time 7").err, HasSubstr("no datum of c.dseries has such a tag"));
   Succeed("append c.dseries one.txt --time 7");
   EXPECT_THAT(Run("find c.dseries --time 6").err,
               HasSubstr("dseries find c.dseries --time 1970-01-01T00:00:07Z\n"));

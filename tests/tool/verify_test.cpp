@@ -107,7 +107,7 @@ TEST_F(Verify, TellsEveryKindOfDamageApart) {
 TEST_F(Verify, KnowsWhatAKilledProcessLeaves) {
   // Killed before it had counted the second datum, and before it had told the kind of its tags.
   for (const auto& [position, word, note] :
-       {std::tuple(Valid, 1, "an append was cut short"), std::tuple(TagType, 0, "the first tag does")}) {
+       {std::tuple(Valid, 1, "an append was cut short"), std::tuple(TagType, 0, "the first tag gives it")}) {
     const Result result = Damage(position, word);
     EXPECT_EQ(result.status, 0) << result.out;
     EXPECT_THAT(result.out, HasSubstr(note));

@@ -20,9 +20,9 @@ namespace {
 constexpr int exit_failure = 1;
 constexpr int exit_usage = 2;
 
-/// Standard output is what the command was called for, and it could not be written.
+/// Reports that standard output could not be written, and returns the exit status.
 int OutputFailed(int error) {
-  if (error == EPIPE) dseries::EndBy(SIGPIPE);  // nobody reads on, which is no fault
+  if (error == EPIPE) dseries::EndBy(SIGPIPE);  // the reader is gone, which is not an error
   dseries::Complain("the output could not be written: {}", std::strerror(error));
   return exit_failure;
 }

@@ -1,5 +1,5 @@
-// Writes to standard output what the program's help tells, in another form: the manual page (dseries.1), or
-// the script by which bash completes command lines (dseries.bash).
+// Writes the program's help to standard output as the manual page (dseries.1) or as the bash completion
+// script (dseries.bash).
 #include <algorithm>
 #include <fmt/format.h>
 #include <sstream>
@@ -14,7 +14,7 @@ namespace {
 
 std::vector<const CLI::App*> Commands(const CLI::App& program) { return program.get_subcommands({}); }
 
-/// Those without a place of their own on the command line.
+/// The options that are not positional.
 std::vector<const CLI::Option*> NamedOptions(const CLI::App& command) {
   return command.get_options([](const CLI::Option* option) { return option->nonpositional(); });
 }
@@ -26,7 +26,7 @@ std::string Replaced(std::string text, std::string_view from, std::string_view t
   return text;
 }
 
-/// What the value of an option is called; empty when it has none.
+/// The name of the value of an option; empty when it takes none.
 std::string ValueName(const CLI::Option& option) {
   const std::string type = option.get_type_size_max() == 0 ? "" : option.get_type_name();
   return type.substr(0, type.find(':'));
@@ -39,7 +39,7 @@ std::string Choices(const CLI::Option& option) {
   return first == std::string::npos ? "" : type.substr(first + 2, type.find('}') - first - 2);
 }
 
-/// Text for a manual page. Dashes and quotes stay what they are when they are copied into a command line.
+/// Text for a manual page. Dashes and quotes stay plain, to be copied into a command line.
 std::string Roff(const std::string& text) {
   const std::string escaped = Replaced(Replaced(Replaced(text, "\\", "\\e"), "-", "\\-"), "'", "\\(aq");
   return escaped.starts_with('.') ? "\\&" + escaped : escaped;
@@ -60,7 +60,7 @@ std::string OptionEntry(const CLI::Option& option) {
   return choices.empty() ? entry : entry + fmt::format("(one of {})\n", Replaced(Roff(choices), ",", ", "));
 }
 
-/// What stands below the options: prose and, indented, the lines of examples.
+/// The text below the options: prose and, indented, the lines of examples.
 std::string Footer(const std::string& footer) {
   enum Kind { Blank, Prose, Example } last = Blank;
   std::string text;
@@ -133,7 +133,7 @@ std::string BashCompletion(const CLI::App& program) {
   }
   values += Case("help help", commands);
   return fmt::format(
-      R"(# Commands, then options, values where there is a choice, and names of files everywhere else.
+      R"(# Completes commands, options and values where there is a choice, and otherwise file names.
 _dseries() {{
   local word=${{COMP_WORDS[COMP_CWORD]}} command=${{COMP_WORDS[1]}} words=
   if ((COMP_CWORD == 1)); then

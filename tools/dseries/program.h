@@ -5,7 +5,7 @@
 
 namespace dseries {
 
-/// The whole program as it is typed: every command with its options and its help.
+/// The command line of the program: every command with its options and its help.
 std::unique_ptr<CLI::App> MakeProgram();
 
 }  // namespace dseries

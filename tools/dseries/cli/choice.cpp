@@ -19,7 +19,7 @@ namespace dseries {
 
 namespace {
 
-/// The datum whose tag lies nearest to a place, and of those there the nearest in time.
+/// The datum whose tag is nearest to a position and, among those there, nearest in time.
 struct Nearest {
   int datum = -1;
   double distance = std::numeric_limits<double>::infinity();
@@ -40,7 +40,7 @@ Nearest NearestTo(const Series& series, const Choice& choice, long time) {
   return nearest;
 }
 
-/// Whether two numbers are the same but for the digits that lists leave out.
+/// Whether a stored number agrees with a typed one to 10 significant digits.
 bool bPrintedAs(double stored, double typed) {
   constexpr int digits = 10;
   if (stored == typed || typed == 0) return stored == typed;

@@ -8,7 +8,7 @@
 
 namespace dseries {
 
-/// Which data of a series are meant, in one of several ways; members that are empty were not given.
+/// The data of a series that a command line chooses, in one of several ways; empty members were not given.
 struct Choice {
   std::vector<int> data;         ///< linear indices
   std::vector<int> index;        ///< of one datum, along each dimension
@@ -22,12 +22,12 @@ struct Choice {
 
 enum class Many { No, Yes };
 
-/// The options of a choice of one datum, which must be given, or, by linear indices, of several. Parsing
-/// throws CLI::ParseError when data are chosen in more than one way.
+/// Adds the options that choose one datum, which is then required, or any number of data by linear index.
+/// Parsing throws CLI::ParseError when more than one way is used. AddTagChoice adds only the choice by tag.
 void AddChoice(CLI::App& command, Choice& choice, Many many);
 void AddTagChoice(CLI::App& command, Choice& choice);
 
-/// The linear indices of the data that are meant, all of them when none is. Throws Failure for places without
+/// The linear indices of the chosen data; of all data when none were chosen. Throws Failure for slots without
 /// data and for tags that no datum has.
 std::vector<int> Chosen(const Series& series, const Choice& choice);
 

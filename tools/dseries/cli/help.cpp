@@ -29,7 +29,7 @@ HelpFormatter::HelpFormatter() { column_width(name_width); }
 
 std::string HelpFormatter::make_option_opts(const CLI::Option* option) const {
   if (option->get_positional() || option->get_type_size_max() == 0) return "";
-  const std::string type = option->get_type_name();  // with what its checks demand behind a colon
+  const std::string type = option->get_type_name();  // checks append their conditions after a colon
   return ' ' + type.substr(0, type.find(':'));
 }
 

@@ -5,8 +5,8 @@
 
 namespace dseries {
 
-/// Help that fits 80 columns: descriptions are wrapped, and of what follows an option only its name for the
-/// value is shown.
+/// Help that fits 80 columns: descriptions are wrapped, and after an option only the name of its value is
+/// shown.
 class HelpFormatter : public CLI::Formatter {
  public:
   HelpFormatter();

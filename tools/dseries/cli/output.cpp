@@ -22,7 +22,7 @@ int Digits(T value) {
       std::count_if(text, std::find(text, end, 'e'), [](char c) { return c >= '0' && c <= '9'; }));
 }
 
-/// As many digits as all values need to be read back unchanged, and positions to a ten-thousandth of a step.
+/// The digits with which all values read back unchanged, and positions to a ten-thousandth of a step.
 int PrecisionFor(const darr_c1DArray& array) {
   const int n = array.NumIndices();
   const double farthest = std::max(std::fabs(array.Cal().PositionX(0)), std::fabs(array.Cal().PositionX(n)));

@@ -9,7 +9,7 @@
 
 namespace dseries {
 
-/// Where an array goes as text or as a picture; an empty path: it is only described.
+/// Where to write an array as text or as a picture; with an empty path it is only described.
 struct Output : Target {
   int precision = 0;  ///< significant digits of text; 0: as many as the values need
 };
@@ -19,8 +19,8 @@ void AddOutput(CLI::App& command, Output& output, const std::string& help);
 /// Writes positions and values as text. `source` as for WriteWhole.
 void WriteColumns(const darr_c1DArray& array, const Output& output, const std::string& source);
 
-/// Writes what is wanted of a 2D array: one line as text, anything else as WritePlane does. Throws Failure
-/// when there is no output.
+/// Writes the chosen part of a 2D array: one line as text, anything else as WritePlane does. Throws Failure
+/// without an output path.
 void WritePlaneOrLine(const darr_c2DArray& array, const PlaneView& view, const Drawing& drawing,
                       const Output& output, const std::string& source);
 

@@ -6,8 +6,7 @@
 
 namespace dseries {
 
-/// A bar on the terminal for work that takes longer than a moment. Nothing is shown where standard error is
-/// no terminal.
+/// A progress bar for work that takes longer than a moment; shown only if standard error is a terminal.
 class Progress {
  public:
   Progress(std::string what, std::int64_t total);
@@ -16,7 +15,7 @@ class Progress {
   /// Clears the bar.
   ~Progress();
 
-  /// `done` out of the total are done.
+  /// Draws the bar for `done` of the total.
   void Show(std::int64_t done);
 
  private:

@@ -10,11 +10,11 @@
 #include <DataStorage/data/darray1d.h>
 #include <DataStorage/data/darray2d.h>
 
-// How data are shown: where they lie in the series, when and where they were taken, and their elements.
+// How data are shown: their place in the series, their tags, and their elements.
 
 namespace dseries {
 
-/// The files that are shown.
+/// The files to show.
 struct FileList {
   std::vector<std::string> files;
   bool json = false;
@@ -37,13 +37,13 @@ class DatumTable {
 
 nlohmann::ordered_json DatumAsJson(const Series& series, int i);
 
-/// Adds what there is to tell of the elements: how many, where they lie, and their values.
+/// Adds rows that describe the elements: their number, positions and values.
 void AddArray(Table& table, const darr_c1DArray& array);
 void AddArray(Table& table, const darr_c2DArray& array);
-/// Digits that mean something in a value of this type.
+/// The significant digits to show of a value of this type.
 int DisplayDigits(dtyp_cDataType type);
 
-/// Writes JSON to standard output; bytes that are no UTF-8 are replaced.
+/// Writes JSON to standard output; invalid UTF-8 is replaced.
 void Print(const nlohmann::ordered_json& json);
 
 }  // namespace dseries

@@ -7,26 +7,26 @@
 
 namespace dseries {
 
-/// Columns that line up on a terminal, whatever characters they hold.
+/// Columns that line up on a terminal, for any UTF-8 text.
 class Table {
  public:
-  /// Names stand to the left, and may be shortened.
+  /// Names are aligned left and may be shortened.
   enum Align { Left, Right, Name };
 
   explicit Table(std::vector<Align> columns) : columns_(std::move(columns)) {}
 
-  /// Comes before all other rows.
+  /// Adds a row of headings. Requires that no other rows were added before.
   void Heading(std::vector<std::string> cells) {
     Row(std::move(cells));
     headings_ = rows_.size();
   }
   void Row(std::vector<std::string> cells) { rows_.push_back(std::move(cells)); }
-  /// The rows as lines, each indented by `indent` and its cells two blanks apart. Names and headings are
-  /// shortened, the longest first, until the lines fit a terminal of 80 columns.
+  /// The rows as lines, indented by `indent`, with cells two blanks apart. Names and headings are shortened,
+  /// the longest first, until the lines fit a terminal of 80 columns.
   std::string Text(int indent = 0) const;
 
  private:
-  /// How wide the columns are. A cell that is wider must be shortened.
+  /// The widths of the columns; wider cells must be shortened.
   std::vector<std::size_t> Widths(std::size_t room) const;
   bool bMayShrink(std::size_t row, std::size_t column) const {
     return row < headings_ || columns_[column] == Name;

@@ -15,8 +15,8 @@ namespace dseries {
 
 namespace {
 
-/// How many letters must be put in, left out, replaced or swapped with their neighbours to turn one word into
-/// the other.
+/// The number of insertions, deletions, replacements and swaps of neighbours that turn one word into the
+/// other.
 std::size_t Distance(const std::string& a, const std::string& b) {
   std::vector<std::vector<std::size_t>> rows(a.size() + 1, std::vector<std::size_t>(b.size() + 1));
   std::iota(rows[0].begin(), rows[0].end(), std::size_t{0});
@@ -33,7 +33,7 @@ std::size_t Distance(const std::string& a, const std::string& b) {
   return rows[a.size()][b.size()];
 }
 
-/// "; did you mean 'x'?", or nothing where none of the words is near.
+/// "; did you mean 'x'?", or empty if no word is close enough.
 std::string Suggestion(const std::string& typed, const std::vector<std::string>& words) {
   std::size_t least = std::max<std::size_t>(1, typed.size() / 3) + 1;
   std::string nearest;
@@ -94,7 +94,7 @@ std::string Explanation(const CLI::App& program, const CLI::ParseError& error, i
   std::string command;
   if (!commands.empty()) command = commands.front()->get_name() + ' ';
 
-  // In the order in which they were typed: the first one is most likely what is wrong.
+  // The first unknown argument that was typed is most likely the mistake.
   const auto first = std::find_if(argv + 1, argv + argc, [&](const char* argument) {
     return (argument[0] == '-' || commands.empty()) &&
            std::find(unknown.begin(), unknown.end(), argument) != unknown.end();

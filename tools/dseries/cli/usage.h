@@ -3,18 +3,18 @@
 #include <CLI/CLI.hpp>
 #include <string>
 
-// What is wrong with a command line, in one line each.
+// Checks of command lines, with messages of one line.
 
 namespace dseries {
 
-/// A whole number from `least` on that an int holds.
+/// A whole number from `least` to the largest int.
 CLI::Validator WholeNumber(int least);
 /// A time that a series file can hold, as ParseTime reads it.
 CLI::Validator StorableTime();
 
 /// "there is no command 'creat'; did you mean 'create'?"
 std::string NoSuchCommand(const CLI::App& program, const std::string& name);
-/// Why the arguments were not understood. A misspelt command or option is named, with what comes next to it,
+/// The message for a parse error. A misspelt command or option is reported, with the closest one that exists,
 /// rather than what is missing because of it.
 std::string Explanation(const CLI::App& program, const CLI::ParseError& error, int argc, char** argv);
 

@@ -28,7 +28,7 @@ darr_c2DArray Rescaled(const darr_c2DArray& array, double dx, double dy) {
   return resc_Rescale(array, dx, dy);
 }
 
-/// The index of the cell, of `count`, in which a position lies.
+/// The index of the cell, of `count`, that holds a position. Throws Failure when it lies outside.
 int CellAt(const cal_cArrayCal& cal, int count, double position, const char* axis) {
   const int i = cal.Index(position);
   if (i < 0 || i >= count) {

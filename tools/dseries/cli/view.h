@@ -7,14 +7,14 @@
 #include <DataStorage/data/darray1d.h>
 #include <DataStorage/data/darray2d.h>
 
-// What the commands have in common that cut 2D data arrays.
+// Options of the commands that cut 2D data arrays.
 
 namespace dseries {
 
-/// What of a 2D data array is wanted; members that are empty were not given.
+/// The chosen part of a 2D data array; empty members were not given.
 struct PlaneView {
   std::vector<double> region;    ///< two opposite corners: X1, Y1, X2, Y2
-  std::vector<double> rescale;   ///< new distances of the elements: DX, DY
+  std::vector<double> rescale;   ///< new distances between elements: DX, DY
   std::optional<double> row;     ///< the Y position of one row
   std::optional<double> column;  ///< the X position of one column
 
@@ -24,9 +24,9 @@ struct PlaneView {
 
 void AddView(CLI::App& command, PlaneView& view);
 
-/// The region, rescaled. Throws Failure when the array has nothing there.
+/// The chosen region, rescaled. Throws Failure when the array has no data there, or for invalid distances.
 darr_c2DArray Cut(const darr_c2DArray& array, const PlaneView& view);
-/// The row or column that is wanted. Throws Failure when it lies outside.
+/// The chosen row or column. Requires view.bLine(). Throws Failure when it lies outside.
 darr_c1DArray Line(const darr_c2DArray& array, const PlaneView& view);
 
 }  // namespace dseries

@@ -107,7 +107,7 @@ class Checker {
     for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
       const int size = dimensions.Dimension(d).Size();
       if (size < 1) Fault("dimension {} has the size {}", d, size);
-      if (indices <= Total()) indices *= std::max(size, 0);  // and no further, which could overflow
+      if (indices <= Total()) indices *= std::max(size, 0);  // no further: it could overflow
     }
     if (indices != Total()) Fault("the dimensions do not have {} indices, one for each slot", Total());
   }
@@ -134,7 +134,7 @@ class Checker {
       Note("the file holds {}; their places are checked, but not their bytes",
            DataTypeName(header_.dataType));
     }
-    std::int64_t place = DataBegin();  // where the next datum should begin; 0 when nobody can tell
+    std::int64_t place = DataBegin();  // where the next datum should begin; 0 if unknown
     for (int k = 0; k < findings_.valid; ++k) {
       progress(k, findings_.valid);
       const std::int64_t faults_before = findings_.fault_count;
@@ -166,7 +166,7 @@ class Checker {
     if (!bKnownDataType(header_.dataType)) return in_.Seek(end);
     if (!in_.Seek(begin) || !bReadsDatum(in_, header_.dataType)) {
       Fault("datum {} at byte {} cannot be read as one of the {}", k, begin, DataTypeName(header_.dataType));
-      return true;  // its tag may be whole
+      return true;  // its tag may be intact
     }
     if (in_.Position() != end) {
       Fault("datum {} ends at byte {}, and its tag begins at byte {}", k, in_.Position(), end);
@@ -193,14 +193,14 @@ class Checker {
     return read;
   }
 
-  /// Goes to the end of a tag of unknown length, which is where the next datum begins.
+  /// Seeks to the end of a tag of unknown length, where the next datum begins.
   bool bSkipsTag(int k) {
     const std::int64_t end = k + 1 < findings_.slots ? data_[At(k + 1)] : in_.Size();
     return end - tags_[At(k)] >= detail::PlainTagLength && end <= in_.Size() && in_.Seek(end);
   }
 
   void CheckEmptySlots() {
-    const int empty = findings_.valid;  // the first empty slot: its place is known, but nothing else
+    const int empty = findings_.valid;  // the first empty slot: only its place is listed
     if (empty == findings_.slots) return;
     const bool more = empty + 1 < findings_.slots;
     std::int64_t stray = 0;
@@ -208,7 +208,7 @@ class Checker {
       stray += tags_[At(k)] != 0;
       stray += k > empty && data_[At(k)] != 0;
     }
-    // In the order in which an append enters them, the count being last.
+    // An append writes the next place, then the place of the tag, then the count.
     const std::int64_t begin = data_[At(empty)], tag = tags_[At(empty)];
     const std::int64_t next = more ? data_[At(empty + 1)] : in_.Size();
     const bool unfinished = tag == 0 ? next > begin : begin <= tag && tag < next;

@@ -9,17 +9,16 @@ namespace dseries {
 
 /// What a check of a series file found.
 struct Findings {
-  std::vector<std::string>
-      faults;  ///< what is broken, each in a sentence; the first ones when there are many
+  std::vector<std::string> faults;  ///< one sentence each; only the first ones when there are many
   std::int64_t fault_count = 0;
-  std::vector<std::string> notes;  ///< what is unusual, but harmless
+  std::vector<std::string> notes;  ///< what is unusual but harmless
   int slots = 0;
-  int valid = 0;  ///< data that the header counts, as far as there are slots for them
-  int whole = 0;  ///< data of these that are in their places and can be read, with their tags
+  int valid = 0;  ///< data that the header counts, at most one for each slot
+  int whole = 0;  ///< those of them that are in place and readable, with their tags
 };
 
-/// Compares everything in a series file with everything else, and believes nothing. Throws Failure when it is
-/// no series file at all. `progress` is told how many of the valid data are done.
+/// Checks all parts of a series file against each other. Throws Failure when it is not a series file. Calls
+/// `progress` with the number of valid data that are done.
 Findings Check(const std::string& path, const std::function<void(int done, int valid)>& progress);
 
 }  // namespace dseries

@@ -8,16 +8,16 @@
 
 namespace dseries {
 
-/// A position with the digits that mean something: the last bits of one that was computed do not.
+/// A position without the last digits, which hold rounding errors.
 std::string PositionText(double position);
 
-/// The position of a datum along the dimensions, and that with its index and its tag, in a line.
+/// The position of a datum along the dimensions, in one line; DatumText adds its index and its tag.
 std::string PositionText(const Series& series, int i);
 std::string DatumText(const Series& series, int i);
 
-/// A coordinate of a tag, from which a search finds it again.
+/// A coordinate of a tag, with enough digits to find the tag by it.
 std::string TagText(double coordinate);
-/// The position in a tag; null where it has none.
+/// The position in a tag; null if it has none.
 const dtsr_c2DPosition* PositionOf(const dtsr_cDataTag& tag);
 
 /// Where and when the data of a series were taken, as the columns of a table: the linear index, the position
@@ -27,7 +27,7 @@ class CoordinateColumns {
   explicit CoordinateColumns(const Series& series);
 
   std::vector<std::string> Names() const;
-  /// How NumPy writes the types that Write uses.
+  /// The NumPy names of the types that Write uses.
   std::vector<std::string> NpyTypes() const;
 
   std::vector<std::string> Cells(int i) const;

@@ -42,7 +42,7 @@ dtsr_cDimension ParseDimension(const std::string& text) {
   return {size, cal_c1DArrayCal(offset, delta), fields[0].c_str(), fields[1].c_str(), reverse};
 }
 
-/// Header, dimensions and offset lists must end below 2 GiB.
+/// Throws Failure unless header, dimensions and offset lists end below 2 GiB.
 void CheckRoom(const dtsr_cDimensionArray& dimensions) {
   using detail::SeriesLists;
   bstr_cMemory_ostream records;
@@ -116,7 +116,7 @@ int LinearIndex(const dtsr_cDimensionArray& dimensions, const std::vector<double
 std::string PositionText(const dtsr_cDimension& dimension, int index, int digits) {
   const cal_cArrayCal& cal = dimension.Calibration().AxisX();
   double position = cal.Position(index);
-  if (std::fabs(position) < std::fabs(cal.Delta()) * 1e-9) position = 0;  // but for rounding
+  if (std::fabs(position) < std::fabs(cal.Delta()) * 1e-9) position = 0;  // 0 but for rounding
   std::string text = NumberText(position, digits);
   for (; digits < std::numeric_limits<double>::max_digits10; text = NumberText(position, ++digits)) {
     double read = 0;

@@ -6,7 +6,7 @@
 
 namespace dseries {
 
-/// Something that the user must be told: one line, without a full stop.
+/// An error message for the user: one line, without a full stop.
 class Failure : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;

@@ -10,14 +10,14 @@ namespace dseries {
 
 using Header = detail::SeriesHeader;
 
-/// Whether a file begins like a series file, of whatever version it is.
+/// Whether a file begins like a series file, of any version.
 bool bSeriesFile(const std::string& path);
 
-/// Reads the words at the start of a file. Throws Failure when it is not a series file of the version known
+/// Reads the header at the start of a file. Throws Failure when it is not a series file of the version known
 /// here.
 Header ReadHeader(bstr_cBinary_fstream& file);
 Header ReadHeader(const std::string& path);
-/// The data type in the header. Throws Failure, likewise, when data of this type are unknown here.
+/// The data type in the header. Throws Failure also when data of this type are unknown here.
 std::uint32_t KnownDataType(const std::string& path);
 
 }  // namespace dseries

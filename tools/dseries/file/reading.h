@@ -5,14 +5,15 @@
 #include <DataStorage/interfaces/bstr.h>
 #include <DataStorage/interfaces/expt.h>
 
-// How files are opened that may be missing or damaged.
+// Access to files that may be missing or damaged.
 
 namespace dseries {
 
-/// Opens a file for reading, or throws a Failure that says why it cannot.
+/// Opens a file for reading. Throws Failure with the reason when it cannot; `advice` follows if it is
+/// missing.
 bstr_cBinary_fstream OpenToRead(const std::string& path, const char* advice = "");
 
-/// Whether `read` succeeds: true, and nothing thrown.
+/// Whether `read` returns true; false also when it throws expt_cProgramException.
 template <class Read>
 bool bReads(Read read) {
   try {
@@ -22,7 +23,7 @@ bool bReads(Read read) {
   }
 }
 
-/// Throws a Failure about a series file that is damaged, with the commands that look further.
+/// Throws Failure for a damaged series file, with the commands that check and repair it.
 [[noreturn]] void FailForDamage(const std::string& path, const std::string& what);
 
 }  // namespace dseries

@@ -23,18 +23,17 @@ namespace dseries {
 
 namespace {
 
-/// Where a series keeps its lists. Told twice in a file: by the header, and by the dimensions, behind which
-/// the lists begin.
+/// Where the offset lists of a series are. A file holds this twice: in the header, and in the dimensions,
+/// which the lists follow.
 struct Layout {
   std::int64_t lists;
   int total;
-  std::optional<dtsr_cDimensionArray> dimensions;  ///< none: they are damaged
+  std::optional<dtsr_cDimensionArray> dimensions;  ///< none if they are damaged
 
   detail::SeriesLists Lists() const { return {lists, total}; }
 };
 
-/// Where a datum and its tag lie; `begin` is 0 for one that is lost, `tag` for a tag that
-/// is.
+/// Where a datum and its tag lie; `begin` is 0 for a lost datum, `tag` for a lost tag.
 struct Extent {
   std::int64_t begin = 0;
   std::int64_t end = 0;
@@ -42,7 +41,7 @@ struct Extent {
   std::int64_t tag_end = 0;
 };
 
-/// A datum of a kind that is unknown here.
+/// A datum of unknown kind.
 struct Bytes {
   std::string bytes;
 
@@ -56,8 +55,8 @@ struct Survivors {
   int found = 0;
 };
 
-/// Looks for the data of a damaged file, which are arrays of class `Array`, or bytes that end where the
-/// offset lists say.
+/// Finds the data of a damaged file: arrays of class `Array`, or Bytes, whose ends only the offset lists
+/// hold.
 template <class Array>
 class Search {
  public:
@@ -72,7 +71,7 @@ class Search {
     return best;
   }
 
-  /// `end` is where the lists let it end.
+  /// The datum at `begin`; none when it cannot be read. `end` is its end by the offset lists.
   std::optional<Array> Datum(std::int64_t begin, std::int64_t end) {
     Array datum;
     if (begin == 0 || !in_.Seek(begin)) return {};
@@ -86,8 +85,8 @@ class Search {
     return datum;
   }
 
-  /// The tag at a place, which its kind must allow; null when there is none. `end` is where the lists let it
-  /// end, if they do.
+  /// The tag of this kind at `begin`; null when it cannot be read. `end` is its end by the offset lists,
+  /// which only unknown kinds need.
   std::unique_ptr<dtsr_cDataTag> Tag(std::int64_t begin, std::int64_t end, unsigned int kind) {
     if (!bKnownTagType(kind) && (end - begin < detail::PlainTagLength || end > in_.Size())) return nullptr;
     std::unique_ptr<dtsr_cDataTag> tag = MakeTag(kind, end - begin);
@@ -100,13 +99,14 @@ class Search {
   }
 
  private:
-  /// As the dimensions tell it, then as the header does where that differs.
+  /// The layout by the dimensions, then the one by the header if it differs.
   std::vector<Layout> Layouts() {
     std::vector<Layout> layouts;
-    const Layout told{header_.lists, header_.total, {}};
+    const Layout by_header{header_.lists, header_.total, {}};
     if (auto layout = LayoutOfDimensions()) layouts.push_back(*std::move(layout));
-    const bool known = !layouts.empty() && layouts[0].lists == told.lists && layouts[0].total == told.total;
-    if (!known && told.Lists().bFit(in_.Size())) layouts.push_back(told);
+    const bool known =
+        !layouts.empty() && layouts[0].lists == by_header.lists && layouts[0].total == by_header.total;
+    if (!known && by_header.Lists().bFit(in_.Size())) layouts.push_back(by_header);
     return layouts;
   }
 
@@ -130,8 +130,8 @@ class Search {
     return read && layout.Lists().bFit(in_.Size()) ? std::optional(layout) : std::nullopt;
   }
 
-  /// Goes from datum to datum: each begins where the tag before it ends. Where one is broken the offset lists
-  /// tell where the next one is, if they are whole there.
+  /// Goes from datum to datum: each begins where the tag before it ends or, after a damaged one, where the
+  /// offset lists put it.
   Survivors Walk(Layout layout) {
     const int total = layout.total;
     data_.resize(static_cast<std::size_t>(total));
@@ -142,8 +142,8 @@ class Search {
     }
     Survivors survivors{std::move(layout), 0, {}, 0};
     const bool counted = header_.valid >= 0 && header_.valid <= total;
-    std::int64_t free = survivors.layout.Lists().End();  // what lies before is taken
-    std::int64_t next = free;                            // 0 when nobody can tell
+    std::int64_t free = survivors.layout.Lists().End();  // bytes before it belong to data already found
+    std::int64_t next = free;                            // 0 if unknown
     for (int k = 0; k < total; ++k) {
       const std::int64_t begin = data_[static_cast<std::size_t>(k)], tag = tags_[static_cast<std::size_t>(k)];
       if (counted && k >= header_.valid && tag == 0) break;
@@ -163,13 +163,13 @@ class Search {
     return survivors;
   }
 
-  /// Where the lists let tag k end; 0 when they do not say.
+  /// The end of tag k by the offset lists; 0 when they do not hold it.
   std::int64_t ListedTagEnd(int k) const {
     const auto next = static_cast<std::size_t>(k) + 1;
     return next < data_.size() ? data_[next] : in_.Size();
   }
 
-  /// Datum k if it is whole at `begin`: a tag follows it, or the list says that it ends where it does.
+  /// Datum k if it is intact at `begin`: a tag follows it, or it ends where the lists put its tag.
   Extent Find(std::int64_t begin, int k, unsigned int& tag_type) {
     const std::int64_t listed_end = tags_[static_cast<std::size_t>(k)];
     if (!Datum(begin, listed_end)) return {};
@@ -196,7 +196,7 @@ dtsr_cDimensionArray PlainDimension(int size) {
   return dimensions;
 }
 
-/// Throws Failure where there is no room for the data that survive.
+/// Throws Failure when the disk has no room for the surviving data.
 void CheckDisk(const std::string& path, const std::vector<Extent>& extents) {
   std::uintmax_t bytes = 0;
   for (const Extent& extent : extents) bytes += static_cast<std::uintmax_t>(extent.end - extent.begin);

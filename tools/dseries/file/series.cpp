@@ -14,7 +14,7 @@ namespace dseries {
 
 namespace {
 
-/// A tag of a kind that belongs to another program.
+/// A tag of a kind that only another program knows.
 class ForeignTag : public dtsr_cDataTag {
  public:
   ForeignTag(unsigned int kind, std::int64_t bytes)
@@ -24,7 +24,7 @@ class ForeignTag : public dtsr_cDataTag {
 
   void Read(bstr_cBinary_istream& in) override {
     dtsr_cDataTag::Read(in);
-    in.Read(rest_.data(), std::ssize(rest_));  // whether that worked is asked of the stream
+    in.Read(rest_.data(), std::ssize(rest_));  // callers check the stream
   }
   void Write(bstr_cBinary_ostream& out) const override {
     dtsr_cDataTag::Write(out);

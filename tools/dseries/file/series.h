@@ -17,27 +17,26 @@
 
 namespace dseries {
 
-/// A new tag of the given kind, to read stored ones of so many bytes into. Of kinds that are unknown here it
-/// has the time, with which all begin, and keeps the bytes behind it.
+/// A new tag of the given kind, to read stored tags of so many bytes into. For unknown kinds it holds the
+/// time, with which all tags begin, and the bytes after it.
 std::unique_ptr<dtsr_cDataTag> MakeTag(unsigned int tag_type, std::int64_t bytes = 0);
 
-/// A series in a file without its data: dimensions and tags, whatever the data are.
+/// The dimensions and tags of a series in a file, for data of any kind.
 class Series : public dtsr_cStoredSeries<dtsr_cFileSeriesBase> {
  public:
   /// Opens a series for reading.
   explicit Series(const std::string& path);
 
-  /// Taken from the first tag where the header does not tell it yet: a process may have been killed in
-  /// between. 0 when there are no tags.
+  /// Read from the first tag if the header does not hold it yet, as after a crash in between; 0 without tags.
   unsigned int TagTypeID() const override;
 
-  /// Throws Failure when one of the tags that are looked through cannot be read.
+  /// Throws Failure when a tag that is searched cannot be read.
   int DataIndex(const dtsr_cDataTag& tag, type_cBoolean compare_time) const override;
   /// The tag of datum i. Throws Failure when it cannot be read.
   std::unique_ptr<dtsr_cDataTag> Tag(int i) const;
-  /// How many bytes the file has room for behind its data: positions in it are 32-bit.
+  /// The number of bytes that can still be appended: positions in the file are 32-bit.
   std::int64_t Room() const;
-  /// How many bytes datum i takes, its tag not counted.
+  /// The size of datum i in bytes, without its tag.
   long DatumSize(int i) const { return tagOffsets_[i] - dataOffsets_[i]; }
 
  protected:
@@ -45,7 +44,7 @@ class Series : public dtsr_cStoredSeries<dtsr_cFileSeriesBase> {
   Series(const std::string& path, unsigned int data_type, bstr_eAccess access);
 };
 
-/// How many bytes a datum with so many elements takes in a file, its tag not counted.
+/// The size in bytes of a datum with so many elements in a file, without its tag.
 template <class Array>
 std::int64_t StoredSize(std::int64_t elements, dtyp_cDataType type) {
   bstr_cMemory_ostream head;
@@ -64,7 +63,7 @@ class DataSeries : public Series {
   DataSeries(const std::string& path, const dtsr_cDimensionArray& dimensions,
              unsigned int data_type = Array::DataTypeID())
       : Series(path, dimensions, data_type) {}
-  /// Opens a series that exists.
+  /// Opens an existing series.
   explicit DataSeries(const std::string& path, bstr_eAccess access = bstr_OpenExisting)
       : Series(path, Array::DataTypeID(), access) {}
 
@@ -75,9 +74,9 @@ class DataSeries : public Series {
     AppendDatum(tag, [&](bstr_cBinary_ostream& out) { return out.Write(bytes.Data(), bytes.Size()); });
   }
 
-  /// How many bytes datum i would take with elements of another type. Only its element type is read.
+  /// The size in bytes of datum i with elements of another type. Reads only its element type.
   std::int64_t SizeAs(dtyp_cDataType type, int i) {
-    // The type stands behind the calibration, in front of the extents.
+    // The type is stored between the calibration and the extents.
     constexpr int axes = std::is_same_v<Array, darr_c2DArray> ? 2 : 1;
     const std::int64_t head = StoredSize<Array>(0, type), place = head - 4 * axes - 2;
     std::uint16_t present = 0;
@@ -100,8 +99,7 @@ class DataSeries : public Series {
   }
 };
 
-/// Chooses code by what the data of a series are: calls `f` with std::type_identity of their class.
-/// `data_type` is one that is known here.
+/// Calls `f` with std::type_identity of the class of the data. Requires a known `data_type`.
 template <class F>
 auto VisitDataType(unsigned int data_type, F&& f) {
   if (data_type == darr_c2DArray::DataTypeID()) return f(std::type_identity<darr_c2DArray>());

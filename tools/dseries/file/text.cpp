@@ -16,7 +16,7 @@ namespace dseries {
 
 namespace {
 
-/// The bytes of the UTF-8 character at the start of the text; 0 where there is none.
+/// The bytes of the UTF-8 character at the start of the text; 0 if it is invalid.
 std::size_t CharacterLength(std::string_view text) {
   const auto lead = static_cast<unsigned char>(text[0]);
   const std::size_t length = lead < 0x80   ? 1
@@ -37,7 +37,7 @@ bool bFitsFile(std::int64_t seconds) {
   return seconds >= Limits::min() && seconds <= Limits::max();
 }
 
-/// The part of a match as a number, 0 where it is missing.
+/// The part of a match as a number, 0 if it is missing.
 int PartOf(const std::smatch& match, std::size_t part) {
   return match[part].matched ? std::stoi(match[part].str()) : 0;
 }

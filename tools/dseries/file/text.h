@@ -9,7 +9,7 @@
 #include <DataStorage/interfaces/str.h>
 #include <DataStorage/numbers/datatype.h>
 
-// How values are shown to people, and read from what they type.
+// Conversion of values to text for users, and from what they type.
 
 namespace dseries {
 
@@ -21,29 +21,29 @@ long ParseTime(const std::string& text);
 
 /// "1.2 MiB"; below 1 KiB "17 bytes".
 std::string SizeText(std::int64_t bytes);
-/// A number for people, who do not care for the last bits.
+/// A number rounded for display.
 std::string NumberText(double value, int digits = 10);
-/// A word of a command line as a shell takes it.
+/// A word of a command line, quoted for a shell if needed.
 std::string ShellWord(const std::string& word);
 /// "3 data", "1 datum".
 std::string Count(std::int64_t n, std::string_view singular, std::string_view plural);
 
-/// How many columns a text takes: one for each character of UTF-8.
+/// The columns that a text takes: one for each UTF-8 character.
 std::size_t Width(std::string_view text);
-/// The text, or as much of its start as fits so many columns.
+/// The text, cut to so many columns, with an ellipsis, if it is longer.
 std::string Shortened(const std::string& text, std::size_t width);
 
-/// A text from a file as one line of UTF-8 that a terminal shows as it is: control characters become '?', and
-/// bytes that are no UTF-8 the characters that Latin-1 has for them.
+/// A text from a file as one line of UTF-8 that is safe for a terminal: control characters become '?', and
+/// bytes that are not UTF-8 are taken as Latin-1.
 std::string Printable(const str_cString& text);
-/// `value` with its unit behind it.
+/// `value` followed by its units.
 std::string WithUnits(const std::string& value, const str_cString& units);
 
 /// The short name of an element type, for example "float32".
 std::string ElementName(const dtyp_cDataType& type);
 /// All short names, in the order of the types.
 const std::vector<std::string>& ElementNames();
-/// The type with this short name; a type that is none for any other text.
+/// The type with this short name; dtyp_NoType for any other text.
 dtyp_cDataType ElementType(std::string_view name);
 
 }  // namespace dseries
