@@ -77,7 +77,7 @@ TagOf TagsFor(const Series& series, const Options& options) {
   return [time](int) { return std::make_unique<dtsr_cDataTag>(time); };
 }
 
-/// All inputs, read and found good before the first of them is stored.
+/// Reads and checks all inputs, before the first of them is stored.
 template <class Array>
 std::vector<Input<Array>> ReadInputs(const Options& options) {
   std::vector<Input<Array>> inputs;
@@ -89,7 +89,7 @@ std::vector<Input<Array>> ReadInputs(const Options& options) {
   return inputs;
 }
 
-/// What is known not to fit is refused before the first datum is stored.
+/// Throws Failure, before any datum is stored, when the series has no slots for `count` data.
 void CheckSlots(const Series& series, std::int64_t count) {
   const char* const file = series.FilePath().CString();
   const int room = series.Size() - series.NextWriteIndex();
@@ -119,26 +119,26 @@ void CheckRoom(const Series& series, const std::vector<Input<Array>>& inputs, st
   }
 }
 
-/// "3 of 5 data were stored", also where nobody knows how many there are.
+/// "3 of 5 data were stored", or "3 data were stored" without a count.
 std::string StoredText(std::int64_t done, std::optional<std::int64_t> count) {
   if (count) return fmt::format("{} of {} data were stored", done, *count);
   return Count(done, "datum was stored", "data were stored");
 }
 
-/// Opens the series as its only writer. Throws Failure when another one does not end in time.
+/// Opens the series as its only writer. Throws Failure when another one holds it for too long.
 template <class Array>
 std::unique_ptr<DataSeries<Array>> OpenLocked(const Options& options) {
   using Clock = std::chrono::steady_clock;
   const auto end = Clock::now() + std::chrono::duration<double>(options.wait);
-  for (bool told = false;;) {
+  for (bool reported = false;;) {
     try {
       return std::make_unique<DataSeries<Array>>(options.file, bstr_OpenLocked);
     } catch (const dtsr_cFileLockedException& error) {
       if (Clock::now() >= end) {
         Fail("{} is being written by {}; nothing was stored", options.file, error.Holder().CString());
       }
-      if (!told) Complain("{} is being written by {}; waiting", options.file, error.Holder().CString());
-      told = true;
+      if (!reported) Complain("{} is being written by {}; waiting", options.file, error.Holder().CString());
+      reported = true;
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
   }
@@ -149,7 +149,7 @@ void AppendInputs(const Options& options) {
   const std::unique_ptr<DataSeries<Array>> locked = OpenLocked<Array>(options);
   DataSeries<Array>& series = *locked;
   const TagOf tag_of = TagsFor(series, options);
-  CheckSlots(series, static_cast<std::int64_t>(options.inputs.size()));  // each has a datum or more
+  CheckSlots(series, static_cast<std::int64_t>(options.inputs.size()));  // each holds a datum or more
 
   const std::vector<Input<Array>> inputs = ReadInputs<Array>(options);
   CheckRoom(series, inputs, StoredSize(*tag_of(0)));
@@ -157,7 +157,7 @@ void AppendInputs(const Options& options) {
   for (const Input<Array>& input : inputs)
     count = count && input.count ? std::optional(*count + *input.count) : std::nullopt;
 
-  const Deferral deferral;  // a datum is stored whole or not at all, and how many were is told
+  const Deferral deferral;  // each datum is stored whole or not at all, and their number is reported
   std::int64_t done = 0;
   try {
     Progress progress("appending", count.value_or(0));
@@ -183,7 +183,7 @@ void AppendInputs(const Options& options) {
        series.NextWriteIndex(), series.Size());
 }
 
-/// Takes out the inputs that are missing, and tells them, if there are others.
+/// Removes the missing inputs, reports and returns them, unless all are missing.
 std::vector<std::string> TakeMissing(std::vector<std::string>& inputs) {
   const auto missing = [](const std::string& path) { return path != "-" && !bExists(path); };
   const auto first = std::stable_partition(inputs.begin(), inputs.end(), std::not_fn(missing));

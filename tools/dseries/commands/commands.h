@@ -4,8 +4,8 @@
 
 namespace dseries {
 
-// Each of these adds one command to the program: its options, its help, and what it does once all of them
-// have been understood. A command that fails throws; what it found goes to standard output.
+// Each of these adds one command to the program: its options, its help, and its action, which runs after
+// parsing. A command that fails throws; its results go to standard output.
 
 void AddCreate(CLI::App& program);
 void AddAppend(CLI::App& program);

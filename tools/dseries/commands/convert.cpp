@@ -25,7 +25,7 @@ struct Options {
   bool force = false;
 };
 
-/// Refuses data that will not fit before the first of them is converted.
+/// Throws Failure, before any datum is converted, when the converted data would not fit.
 template <class Array>
 void CheckRoom(DataSeries<Array>& from, const Series& to, dtyp_cDataType type) {
   const int filled = from.NextWriteIndex();

@@ -54,7 +54,7 @@ std::string ValueText(const pnum_cNumber& value) {
   return value.StringOut(0, 0).CString();
 }
 
-/// The names of columns: those of coordinates, positions and values, all of them different.
+/// The names of the columns: coordinates, positions and values, made unique.
 template <class Array>
 std::vector<std::string> ColumnNames(std::vector<std::string> names) {
   if constexpr (std::is_same_v<Array, darr_c2DArray>) {
@@ -146,7 +146,7 @@ class NpyWriter {
       for (int k = 0; k < extents[axis]; ++k) bstr_WriteFields(record, axes[axis].Position(k));
     }
     out_.Write(Text(record));
-    bstr_cMemory_ostream raw;  // elements behind their type and extents
+    bstr_cMemory_ostream raw;  // type and extents, then the elements
     static_cast<const Numbers&>(array).Numbers::Write(raw);
     out_.Write(Text(raw).substr(sizeof(std::uint16_t) + sizeof(std::int32_t) * axes.size()));
   }

@@ -48,7 +48,7 @@ std::string ElementsText(const darr_c1DArray& array) {
   return table.Text(2);
 }
 
-/// Planes have too many elements to be shown.
+/// Empty: planes have too many elements to show.
 std::string ElementsText(const darr_c2DArray&) { return ""; }
 
 template <class Array>

@@ -43,7 +43,7 @@ rnge_c1DIndexRange Cells(const darr_c1DArray& array, double from, double to) {
   return {start, std::clamp(cells.EndIndexX(), start, array.NumIndices())};
 }
 
-/// Not-a-number for no elements.
+/// The sum of the elements; not-a-number if there are none.
 double Sum(const darr_c1DArray& array, const rnge_c1DIndexRange& cells) {
   if (cells.NumIndicesX() == 0) return no_value;
   double sum = 0;

@@ -40,7 +40,7 @@ Figure FigureOfPlane(const darr_c2DArray& array, const Options& options, const C
   return FigureOf(Cut(array, options.view), options.drawing, caption);
 }
 
-/// What a curve shows of an array.
+/// The elements of an array that a curve shows.
 darr_c1DArray LineOf(const darr_c1DArray& array, const PlaneView&) { return array; }
 darr_c1DArray LineOf(const darr_c2DArray& array, const PlaneView& view) {
   return Line(Cut(array, view), view);
@@ -89,7 +89,7 @@ Figure FigureOfFile(const Options& options) {
   return FigureOf({CurveOf(LineOf(plane, options.view), "", options.drawing)}, options.drawing, caption);
 }
 
-/// Shows the figure on standard output, as wide as the terminal is.
+/// Shows the figure on standard output, as wide as the terminal.
 void Show(const Figure& figure) {
   constexpr int usual = 80, least = 40, most = 160;
   const bool terminal = isatty(STDOUT_FILENO) != 0;

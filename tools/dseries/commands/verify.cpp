@@ -22,9 +22,9 @@ void Verify(const std::string& path) {
   }
   for (const std::string& note : findings.notes) fmt::print("{}: note: {}\n", path, note);
   for (const std::string& fault : findings.faults) fmt::print("{}: {}\n", path, fault);
-  if (const auto untold = findings.fault_count - static_cast<std::int64_t>(findings.faults.size());
-      untold > 0) {
-    fmt::print("{}: and {}\n", path, Count(untold, "more fault", "more faults"));
+  if (const auto unlisted = findings.fault_count - static_cast<std::int64_t>(findings.faults.size());
+      unlisted > 0) {
+    fmt::print("{}: and {}\n", path, Count(unlisted, "more fault", "more faults"));
   }
   if (findings.fault_count > 0) {
     Fail("{} is damaged: {}, {} of {} data are whole; 'dseries repair {} -o NEW' saves those", path,
@@ -33,7 +33,7 @@ void Verify(const std::string& path) {
   fmt::print("{}: whole, {} of {} slots filled\n", path, findings.valid, findings.slots);
 }
 
-/// Looks at all files before it complains.
+/// Checks all files before it throws.
 void VerifyAll(const std::vector<std::string>& names) {
   const std::vector<std::string> files = Expanded(names);
   if (files.size() == 1) return Verify(files.front());

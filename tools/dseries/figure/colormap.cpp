@@ -10,7 +10,7 @@ namespace {
 
 const std::vector<Rgb> greys{{0, 0, 0}, {255, 255, 255}};
 
-// Begins where the eye tells it from black, which stands for what is no number.
+// Begins at a grey that differs visibly from black, which marks not-a-number.
 const std::vector<Rgb> grey{{40, 40, 40}, {255, 255, 255}};
 
 const std::vector<Rgb> viridis{{68, 1, 84},    {72, 36, 117},  {65, 68, 135},  {53, 95, 141},

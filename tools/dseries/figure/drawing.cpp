@@ -24,7 +24,7 @@ Scale GivenContrast(const Drawing& drawing) {
   return {low, high, drawing.logarithmic};
 }
 
-/// "full", or two numbers that rise.
+/// Reads "full" or two rising numbers.
 void ParseContrast(const std::string& text, Drawing& drawing) {
   double low = 0, high = 0;
   const std::size_t comma = std::min(text.find(','), text.size());
@@ -63,7 +63,7 @@ arr_c2DNumberArray<double> DoublesOf(const darr_c2DArray& array) {
   return static_cast<arr_c2DNumberArray<double>>(doubles);
 }
 
-/// Turns the values where positions fall along an axis, so that they rise.
+/// Reverses the values along axes with falling positions.
 void TurnToRise(arr_c2DNumberArray<double>& values, const cal_c2DArrayCal& cal) {
   const std::ptrdiff_t nx = values.NumIndicesX(), ny = values.NumIndicesY();
   double* const first = values.WriteAccess();
@@ -77,7 +77,7 @@ void TurnToRise(arr_c2DNumberArray<double>& values, const cal_c2DArrayCal& cal) 
   }
 }
 
-/// From the first to behind the last of `count` elements.
+/// From the first element to the end of the last one.
 Scale Extent(const cal_cArrayCal& cal, int count) {
   Span span;
   span.Add(cal.Position(0));

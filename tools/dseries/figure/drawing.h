@@ -13,25 +13,25 @@
 
 namespace dseries {
 
-/// What the user wants of a drawing; members that are empty were not given.
+/// The options of a drawing; empty members were not given.
 struct Drawing {
   std::vector<double> contrast;  ///< values at the ends of the scale
-  bool full_contrast = false;    ///< the lowest and the highest value are its ends
+  bool full_contrast = false;    ///< its ends are the lowest and the highest value
   std::string colors;            ///< one of ColorMap::Names()
   std::string x_label;
   std::string y_label;
-  std::string z_label;  ///< of the colours of a raster
+  std::string z_label;  ///< of the colour scale
   bool logarithmic = false;
   bool steps = false;  ///< each value of a curve holds up to the next position
 
   bool bNone() const { return contrast.empty() && !full_contrast && colors.empty(); }
 };
 
-/// The options for colours, and those for labels and the logarithmic scale.
+/// Adds the options for colours, and those for labels and the logarithmic scale.
 void AddColors(CLI::App& command, Drawing& drawing);
 void AddLabels(CLI::App& command, Drawing& drawing);
 
-/// What is known of that which is drawn.
+/// The title and the default labels of a figure.
 struct Caption {
   std::string title;
   std::string subtitle;
@@ -40,10 +40,10 @@ struct Caption {
   std::string z_label;
 };
 
-/// The values with their colours: by default from the 1st to the 99th percentile of what is finite, so that a
-/// few stray ones do not spoil the picture.
+/// The values with their colours. The scale goes by default from the 1st to the 99th percentile of the finite
+/// values, so that outliers do not spoil the picture.
 Raster RasterOf(const darr_c2DArray& array, const Drawing& drawing, const std::string& default_colors);
-/// Whether the elements are drawn as the greys that they are.
+/// Whether the elements are greys themselves, drawn unchanged.
 bool bGreysThemselves(const darr_c2DArray& array, const Drawing& drawing);
 
 Curve CurveOf(const darr_c1DArray& array, const std::string& name, const Drawing& drawing);
@@ -51,8 +51,8 @@ Curve CurveOf(const darr_c1DArray& array, const std::string& name, const Drawing
 Figure FigureOf(const darr_c2DArray& array, const Drawing& drawing, const Caption& caption);
 Figure FigureOf(std::vector<Curve> curves, const Drawing& drawing, const Caption& caption);
 
-/// Draws the figure to a file, in the form that its name demands, and tells so on standard output. `source`
-/// as for WriteWhole.
+/// Draws the figure to a file, in the format of its extension, and reports it on standard output. `source` as
+/// for WriteWhole.
 void WriteFigure(const Target& target, const Figure& figure, const std::string& source);
 /// Throws Failure when WriteFigure could not write to a file of this name.
 void CheckFigureName(const std::string& path);

@@ -10,7 +10,7 @@
 
 namespace dseries {
 
-/// A line through points in the order of their x; where one of the values is not finite there is a gap.
+/// A line through points in the order of their x, with gaps at values that are not finite.
 struct Curve {
   std::string name;
   std::vector<double> x;
@@ -18,17 +18,16 @@ struct Curve {
   bool steps = false;  ///< the points are the corners of steps
 };
 
-/// Values over a plane, the bottom row first, which are drawn in colours. Not-a-number has none.
+/// Values over a plane, the bottom row first, drawn in colours. Not-a-number has no colour.
 struct Raster {
   arr_c2DNumberArray<double> values;
   Scale scale;
   ColorMap colors;
   std::string label;
-  CutOff cut_off;  ///< of the values, by the scale
+  CutOff cut_off;  ///< values outside the scale
 };
 
-/// What is to be drawn, whatever it is drawn on. All texts are UTF-8. A raster fills the axes from end to
-/// end.
+/// A figure, independent of its output. All texts are UTF-8. A raster fills the axes from end to end.
 struct Figure {
   std::string title;
   std::string subtitle;
@@ -38,26 +37,26 @@ struct Figure {
   Scale y;
   std::vector<Curve> curves;
   std::optional<Raster> raster;
-  CutOff cut_off;  ///< of the values in the curves, by the axis, or of those of the raster
+  CutOff cut_off;  ///< values of the curves or the raster outside their scale
 };
 
-/// Width over height of the raster in a figure: as the axes have it, unless that would be a mere strip.
+/// Width over height of the raster in a figure: that of the axes, unless it would be a thin strip.
 double AspectOf(const Figure& figure);
 
-/// The label of an axis, with what the numbers at it leave out.
+/// The label of an axis, with the factor that its numbers leave out.
 std::string LabelWithFactor(const std::string& label, const Scale& scale);
 
-/// Forms of files that figures are drawn to.
+/// The file formats of figures.
 enum class Paper { Png, Svg, Pdf };
 
-/// The bytes of a file with the figure. Throws Failure when it cannot be drawn.
+/// The figure as the bytes of a file. Throws Failure when it cannot be drawn.
 std::string Painted(const Figure& figure, Paper paper);
 
 /// The bytes of a PNG with one pixel for each value; not-a-number is transparent. Throws Failure when there
-/// are too many of them.
+/// are too many values.
 std::string PixelsAsPng(const Raster& raster);
 
-/// The figure as text of so many columns, with the escape sequences of a terminal if it may have colours.
+/// The figure as text of so many columns, with escape sequences for colours if `colors` is true.
 std::string DrawnAsText(const Figure& figure, int columns, bool colors);
 
 }  // namespace dseries

@@ -19,8 +19,8 @@ constexpr double title_size = 12, text_size = 10, line_height = 15;
 constexpr double curves_width = 680, curves_height = 420;
 constexpr double raster_width = 540, raster_height = 420, least_width = 420;
 constexpr double bar_width = 14, bar_gap = 18, tip = 10;
-constexpr double png_scale = 2;                                              ///< pixels of a PNG in a point
-constexpr auto places = static_cast<std::size_t>(png_scale * curves_width);  ///< that can be told apart
+constexpr double png_scale = 2;                                              ///< pixels of a PNG per point
+constexpr auto places = static_cast<std::size_t>(png_scale * curves_width);  ///< distinguishable along X
 
 constexpr Rgb ink{40, 40, 40}, pale_ink{105, 105, 105}, grid{228, 228, 228}, no_value{206, 216, 228};
 
@@ -30,8 +30,7 @@ bool bHasGaps(const Raster& raster) {
                      [&](double value) { return std::isnan(raster.scale.Part(value)); });
 }
 
-/// A curve with so many points that they lie more densely than can be seen becomes the lowest and the highest
-/// of as many as share a place.
+/// The curve, reduced to the lowest and the highest point at each place along X if it has many more points.
 Curve Thinned(const Curve& curve) {
   const std::size_t n = curve.x.size(), share = n / places;
   if (share < 4) return curve;
@@ -63,7 +62,7 @@ struct Box {
 class Painter {
  public:
   Painter(cairo_t* cairo, const Figure& figure) : cairo_(cairo), figure_(figure) {
-    // Texts are as wide on every surface.
+    // Texts have the same width on every surface.
     cairo_font_options_t* options = cairo_font_options_create();
     cairo_font_options_set_hint_metrics(options, CAIRO_HINT_METRICS_OFF);
     cairo_font_options_set_hint_style(options, CAIRO_HINT_STYLE_NONE);
@@ -121,7 +120,7 @@ class Painter {
     return extents.x_advance;
   }
 
-  /// The text, or as much of its start as fits.
+  /// The text, cut with an ellipsis if it is wider.
   std::string Fitting(std::string text, double width) {
     if (TextWidth(text) <= width) return text;
     while (!text.empty() && TextWidth(text + "…") > width) {
@@ -149,14 +148,14 @@ class Painter {
     cairo_set_source_rgb(cairo_, color.red / 255.0, color.green / 255.0, color.blue / 255.0);
   }
 
-  /// Curves that share a colour are drawn out and dashed in turn.
+  /// Curves that share a colour are solid and dashed in turn.
   void CurveStyle(std::size_t i) {
     static constexpr double dashes[] = {5, 2};
     Color(CurveColor(i));
     cairo_set_dash(cairo_, dashes, i / curve_colors % 2 == 0 ? 0 : static_cast<int>(std::size(dashes)), 0);
   }
 
-  /// A shape on a curve that tells it from the others of the same dashes without its colour.
+  /// A mark that distinguishes a curve from others with the same dashes without its colour.
   void CurveMark(std::size_t i, double x, double y) {
     constexpr double radius = 3.6, pi = std::numbers::pi;
     static constexpr struct {
@@ -204,7 +203,7 @@ class Painter {
     return widest + tick_length;
   }
 
-  /// Of what stands beside the bar of colours.
+  /// The width of the texts beside the colour bar.
   double BarTextWidth() {
     const Raster& raster = *figure_.raster;
     const double widest = Widest(raster.scale, y_ticks) + gap + LabelHeight(raster.label, raster.scale);
@@ -218,7 +217,7 @@ class Painter {
     return scale.Ticks(most);
   }
 
-  /// What lies far outside stays within the coordinates that surfaces have.
+  /// Limits points far outside to coordinates that surfaces can hold.
   static double Near(double part) { return std::clamp(part, -99.0, 99.0); }
   double X(double value) const { return frame_.x + Near(figure_.x.Part(value)) * frame_.width; }
   double Y(double value) const { return frame_.Bottom() - Near(figure_.y.Part(value)) * frame_.height; }
@@ -227,8 +226,8 @@ class Painter {
     return Header([](std::size_t, double, double) {});
   }
 
-  /// Calls `entry` with the place of the name of each curve, where there are several, and returns how high
-  /// titles and names are.
+  /// Calls `entry` with the place of the name of each curve, if there are several, and returns the height of
+  /// titles and names.
   template <class Entry>
   double Header(Entry entry) {
     double y = title_size + (figure_.subtitle.empty() ? 0 : line_height);
@@ -345,7 +344,7 @@ class Painter {
     cairo_restore(cairo_);
   }
 
-  /// Marks at some places, at which no other curve has one.
+  /// Draws marks at places where no other curve has one.
   void MarkCurve(std::size_t number, const Curve& curve) {
     constexpr double marks = 6;
     const double period = frame_.width / marks;
@@ -364,8 +363,8 @@ class Painter {
   void PaintRaster() {
     const arr_c2DNumberArray<double>& values = figure_.raster->values;
     const double across = frame_.width / values.NumIndicesX(), down = frame_.height / values.NumIndicesY();
-    // Many elements within a pixel become their mean, and larger ones keep their edges: viewers of SVG and
-    // PDF would blur them.
+    // Elements smaller than a pixel are averaged; larger ones are enlarged here, as viewers of SVG and PDF
+    // would blur their edges.
     const auto times = [](double length) { return static_cast<int>(std::ceil(png_scale * length)); };
     const int times_x = times(across), times_y = times(down);
     const Surface pixels = Enlarged(PixelsOf(*figure_.raster), times_x, times_y);
@@ -397,7 +396,7 @@ class Painter {
       cairo_pattern_add_color_stop_rgb(colors, part, color.red / 255.0, color.green / 255.0,
                                        color.blue / 255.0);
     }
-    // Ends beyond which values lie are pointed.
+    // An end is pointed if values lie beyond it.
     cairo_move_to(cairo_, bar.x, bar.y);
     cairo_line_to(cairo_, bar.x + bar.width / 2, bar.y - top);
     cairo_line_to(cairo_, bar.Right(), bar.y);

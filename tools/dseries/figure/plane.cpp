@@ -22,7 +22,7 @@ std::string DrawnText(const Raster& raster, const char* gaps) {
                      NumberText(raster.scale.High(), 6), gaps, cut_off.empty() ? "" : "; ", cut_off);
 }
 
-/// The raster in greys; what has none is black.
+/// The raster in greys; not-a-number is black.
 Picture GreysOf(const Raster& raster) {
   const auto& values = raster.values;
   Picture picture(arr_Unfilled, values.NumIndicesX(), values.NumIndicesY());

@@ -7,50 +7,50 @@
 
 namespace dseries {
 
-/// From the lowest to the highest of some values.
+/// The range from the lowest to the highest of some values.
 struct Span {
   double low = std::numeric_limits<double>::infinity();
   double high = -low;
 
-  /// Passes over values that are not finite.
+  /// Ignores values that are not finite.
   void Add(double value);
   bool bEmpty() const { return !(low <= high); }
 };
 
 /// A round number on an axis.
 struct Tick {
-  double part;  ///< where it lies, as Scale::Part tells
+  double part;  ///< its place, as Scale::Part returns it
   std::string label;
 };
 
-/// An axis between two values: where on it others lie, and which round numbers are to be marked.
+/// An axis between two values: the places of other values on it, and the round numbers to mark.
 class Scale {
  public:
-  /// From `low` up to `high`, which are moved apart where there is nothing between them. The ends of a
-  /// logarithmic axis are above 0.
+  /// From `low` up to `high`, which are moved apart if they are too close. Those of a logarithmic axis are
+  /// raised above 0.
   Scale(double low, double high, bool logarithmic = false);
-  /// Holds the span and a little more. Throws Failure when it must be logarithmic and nothing is above 0.
+  /// The span with a small margin. Throws Failure for a logarithmic axis with an empty span.
   static Scale Around(const Span& span, bool logarithmic);
 
   double Low() const { return low_; }
   double High() const { return high_; }
   bool bLogarithmic() const { return logarithmic_; }
 
-  /// 0 at the low end, 1 at the high end. Not-a-number for what has no place: not-a-number itself, and on a
-  /// logarithmic axis what is not above 0.
+  /// The place of a value: 0 at the low end, 1 at the high end. Not-a-number for not-a-number and, on a
+  /// logarithmic axis, for values not above 0.
   double Part(double value) const;
 
-  /// Hardly more than `most` of them.
+  /// The round numbers to mark, hardly more than `most`.
   std::vector<Tick> Ticks(int most) const;
-  /// What the labels have to be multiplied by, such as "×10⁶"; empty when they are the values.
+  /// The factor that the labels leave out, such as "×10⁶"; empty when there is none.
   std::string Factor() const;
 
  private:
-  /// Whether powers of ten are marked: otherwise there are too few of them.
+  /// Whether powers of ten are marked, that is, whether there are enough of them.
   bool bDecades() const;
   std::vector<Tick> EvenTicks(int most) const;
   std::vector<Tick> DecadeTicks(int most) const;
-  /// The power of ten that the labels leave out.
+  /// The exponent of the factor.
   int Exponent() const;
 
   double low_;
@@ -58,15 +58,15 @@ class Scale {
   bool logarithmic_;
 };
 
-/// How many values have no place between the ends of a scale.
+/// Counts the values outside a scale.
 struct CutOff {
   std::int64_t values = 0;  ///< all that are numbers
   std::int64_t above = 0;
   std::int64_t below = 0;
-  std::int64_t unplaced = 0;  ///< not above 0, where the scale is logarithmic
+  std::int64_t unplaced = 0;  ///< not above 0, on a logarithmic scale
 
   void Add(double value, const Scale& scale);
-  /// A sentence; empty when all have their place.
+  /// A sentence; empty when all values are on the scale.
   std::string Text() const;
 };
 

@@ -17,14 +17,14 @@ namespace {
 constexpr int x_ticks = 9, y_ticks = 7;
 constexpr int curve_rows = 18, most_raster_rows = 30;
 
-/// One place of the terminal; colours are those of the terminal where there are none.
+/// One cell of the terminal; without colours those of the terminal are used.
 struct Cell {
   std::string glyph = " ";
   std::optional<Rgb> ink;
   std::optional<Rgb> ground;
 };
 
-/// Places of the terminal, the top row first.
+/// Cells of the terminal, the top row first.
 class Canvas {
  public:
   Canvas(std::size_t width, std::size_t height) : width_(width), cells_(width * height) {}
@@ -56,12 +56,12 @@ class Canvas {
   std::vector<Cell> cells_;
 };
 
-/// Lines of dots, of which a place of the terminal holds two by four.
+/// Lines of dots, two by four in each cell.
 class Dots {
  public:
   explicit Dots(Canvas& canvas) : canvas_(canvas), masks_(canvas.Width() * canvas.Height(), 0) {}
 
-  /// From one point to another, each given by its parts of the canvas from the left and from the bottom.
+  /// Draws from one point to another, in parts of the canvas from the left and from the bottom.
   void Line(double x1, double y1, double x2, double y2, std::optional<Rgb> color) {
     const double across = (X(x2) - X(x1)), down = (Y(y2) - Y(y1));
     const double steps = std::max({std::ceil(std::fabs(across)), std::ceil(std::fabs(down)), 1.0});
@@ -91,13 +91,13 @@ class Dots {
   std::vector<unsigned> masks_;
 };
 
-/// The parts of a scale, or not-a-number, for pixels that each are the mean of the elements in them.
+/// A raster in fewer pixels, each the mean of the elements in it.
 class Pixels {
  public:
   Pixels(const Raster& raster, std::size_t width, std::size_t height)
       : raster_(raster), width_(width), height_(height) {}
 
-  /// Row 0 is the top one.
+  /// The part of the scale, or not-a-number, of a pixel. Row 0 is the top one.
   double Part(std::size_t x, std::size_t y) const {
     const auto [left, right] = Share(x, width_, raster_.values.NumIndicesX());
     const auto [bottom, top] = Share(height_ - 1 - y, height_, raster_.values.NumIndicesY());
@@ -126,7 +126,7 @@ class Pixels {
   std::size_t width_, height_;
 };
 
-/// Shades for terminals without colours. None of them is blank, as what is not a number is.
+/// Shades for terminals without colours. None is blank, as not-a-number is.
 std::string_view Shade(double part) {
   static constexpr std::array<std::string_view, 5> shades{"·", "░", "▒", "▓", "█"};
   return shades[static_cast<std::size_t>(std::lround(part * (shades.size() - 1)))];
@@ -162,12 +162,12 @@ Canvas RasterCanvas(const Figure& figure, std::size_t room, bool colors) {
   return canvas;
 }
 
-/// What stands on a curve and beside its name, so that they belong together without colours too.
+/// The mark on a curve and beside its name, which connects them without colours.
 std::string CurveMark(std::size_t i) {
   return std::string(1, i < 9 ? static_cast<char>('1' + i) : static_cast<char>('a' + (i - 9) % 26));
 }
 
-/// Puts the mark of a curve on it in some columns, in which no other curve has one.
+/// Puts the mark of a curve on it, in columns where no other curve has one.
 void MarkCurve(Canvas& canvas, const Figure& figure, std::size_t c) {
   constexpr double marks = 4;
   const Curve& curve = figure.curves[c];
@@ -221,7 +221,7 @@ Canvas CurveCanvas(const Figure& figure, std::size_t room) {
   return canvas;
 }
 
-/// The line of labels below the X axis, as many as do not touch each other, and the axis with their ticks.
+/// The X axis with its ticks, and the labels below it, as many as do not touch each other.
 struct TickLines {
   std::string axis;
   std::string labels;

@@ -31,14 +31,13 @@ bool bSameWord(std::string_view a, std::string_view b) {
                     [&](char x, char y) { return lower(x) == lower(y); });
 }
 
-/// False when the word is not a number from its first to its last character, or has none that a double holds.
-/// One that is too small for a double is 0.
+/// False when the whole word is not a number, or one too large for a double. One too small for a double is 0.
 bool ReadNumber(std::string_view word, double& value) {
   if (word.starts_with('+') && !word.starts_with("+-")) word.remove_prefix(1);
   const char* const end = word.data() + word.size();
   const auto [stop, error] = std::from_chars(word.data(), end, value);
   if (error == std::errc::result_out_of_range && stop == end) {
-    std::istringstream in{std::string(word)};  // tells the two ways out of range apart
+    std::istringstream in{std::string(word)};  // fails only for numbers that are too large
     in.imbue(std::locale::classic());
     return static_cast<bool>(in >> value);
   }
@@ -109,8 +108,8 @@ class ColumnReader {
     }
   }
 
-  /// As many words as there are columns leave nothing out, however many tabs align them. Otherwise tabs show
-  /// what is left out.
+  /// With as many words as columns no field is empty, however many tabs align them. Otherwise tabs separate
+  /// the fields, which may be empty.
   void Split(std::string_view line) {
     SplitAtBlanks(line);
     if (fields_.empty() || fields_.size() == fields_wanted_ || line.find('\t') == line.npos) return;
@@ -118,8 +117,8 @@ class ColumnReader {
     while (fields_.size() > fields_wanted_ && fields_.back().empty()) fields_.pop_back();
   }
 
-  /// The number of fields in the first line. Where one of them may be left out beside a tab, the first line
-  /// tells that leaves out none.
+  /// The number of fields in the first line or, when a tab there borders on an empty field, in the first line
+  /// without empty fields.
   std::size_t CountFields() {
     std::size_t words = 0;
     for (std::string_view rest = text_; !rest.empty();) {
@@ -153,7 +152,7 @@ class ColumnReader {
     columns_.lines.push_back(line_);
   }
 
-  /// Whether a field stands for a missing value; `value` is what it holds otherwise.
+  /// Whether a field stands for a missing value; otherwise sets `value`.
   bool bMissing(std::string_view field, double& value) const {
     if (ReadNumber(field, value)) {
       return std::find(missing_numbers_.begin(), missing_numbers_.end(), value) != missing_numbers_.end();
@@ -162,7 +161,7 @@ class ColumnReader {
     return true;
   }
 
-  /// Those for not-a-number itself are numbers.
+  /// Excludes the words for not-a-number, which are read as numbers.
   bool bMissingWord(std::string_view field) const {
     const auto same = [field](std::string_view word) { return bSameWord(field, word); };
     static constexpr std::string_view usual[] = {"", "--", "NA", "N/A"};
@@ -181,7 +180,7 @@ class ColumnReader {
     FailForWord(field);
   }
 
-  /// What is no number at all explains more than how much of it there is.
+  /// A field that is not a number explains more than the number of fields.
   [[noreturn]] void FailForCount() const {
     for (const std::string_view field : fields_) {
       if (double number; !ReadNumber(field, number) && !bMissingWord(field)) FailForWord(field);
@@ -199,12 +198,12 @@ class ColumnReader {
   std::vector<std::string> missing_words_;
   std::vector<double> missing_numbers_;
   std::size_t fields_wanted_ = 0;
-  std::vector<std::string_view> fields_;  ///< of the line
+  std::vector<std::string_view> fields_;  ///< of the current line
   int line_ = 0;
   Columns columns_;
 };
 
-/// The step that leads from the first position to the last one, with no more digits than that takes.
+/// The step from the first position to the last one, with no more digits than needed.
 double StepBetween(double first, double last, double steps) {
   const double exact = (last - first) / steps;
   const double slack =
@@ -216,8 +215,8 @@ double StepBetween(double first, double last, double steps) {
   return exact;
 }
 
-/// How far positions are from those that were meant, whatever the digits they are printed with: computed ones
-/// were added up, or kept, in floating-point numbers of one size or the other.
+/// The rounding errors of positions before they were printed: they may have been stored as float, or added up
+/// in double.
 double RoundingOf(const Columns& columns) {
   constexpr int full_double = 17, more_than_float = 12;
   const std::vector<double>& p = columns.positions;
@@ -234,7 +233,7 @@ double RoundingOf(const Columns& columns) {
   return largest * std::numeric_limits<double>::epsilon() * additions;
 }
 
-/// Throws Failure where positions do not go on as the first two do.
+/// Throws Failure where positions do not go on in the direction of the first two.
 void CheckDirection(const std::string& path, const Columns& columns) {
   const std::vector<double>& p = columns.positions;
   for (std::size_t i = 1; i < p.size(); ++i) {
@@ -249,8 +248,8 @@ void CheckDirection(const std::string& path, const Columns& columns) {
   }
 }
 
-/// Names the first line that is not one usual step behind the line before it: a missing line moves all that
-/// follow it. Otherwise, and with a given step, the one farthest off.
+/// Reports the first line that is not about a median step after the line before it: a missing line moves all
+/// that follow it. Otherwise, and with a given step, reports the one farthest off.
 [[noreturn]] void FailForUneven(const std::string& path, const Columns& columns, const cal_cArrayCal& cal,
                                 std::size_t farthest, const GridForm& form) {
   const std::vector<double>& p = columns.positions;
@@ -319,8 +318,8 @@ Grid GridOf(const std::string& path, const Columns& columns, const GridForm& for
                               : form.delta;
   const cal_cArrayCal cal(p.front(), step);
 
-  // Each position is rounded by up to half a unit, and so are the ends from which the grid comes. A missing
-  // line moves others by half a step or, with a given step, by a whole one: that must not pass for rounding.
+  // Each position is rounded by up to half a unit, and so are the ends that define the grid. A missing
+  // line moves others by half a step or, with a given step, by a whole one, which must not pass for rounding.
   const PrintedDigits& digits = columns.digits;
   const double most = std::fabs(step) / (given ? 2 : 4), rounding = RoundingOf(columns);
   const double begin = digits.Unit(p.front()), end = given ? begin : digits.Unit(p.back());

@@ -24,7 +24,7 @@ bool bWritten(int descriptor, std::string_view text) {
 void ReserveStandardStreams() {
   for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     if (fcntl(descriptor, F_GETFD) != -1) continue;
-    // The lowest free number is taken, and all below are open. What the stream is for fails.
+    // Opens as `descriptor`: the lowest free number is taken. Access is such that use of the stream fails.
     const int access = descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY;
     if (open("/dev/null", access) != descriptor) std::_Exit(EXIT_FAILURE);
   }

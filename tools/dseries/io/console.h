@@ -4,20 +4,20 @@
 #include <string_view>
 #include <utility>
 
-// What a command writes for people while it works. Its result goes to standard output by fmt::print, and main
-// fails when it cannot be written there. The messages here never throw: a full disk or a closed terminal
-// behind standard error must not end a command that stores data.
+// Messages of a command to its user. Results go to standard output by fmt::print, and main fails when they
+// cannot be written. The messages here never throw: a full disk or a closed terminal behind standard error
+// must not end a command that stores data.
 
 namespace dseries {
 
-/// Gives the numbers of standard input, output and error that the caller closed to files that can neither be
-/// read nor written, so that no file with data opens under one of them and receives the messages.
+/// Reopens standard input, output and error, if the caller closed them, so that their use fails. Otherwise a
+/// data file could open under one of their numbers and receive the messages.
 void ReserveStandardStreams();
 
 /// Writes to standard error.
 void WriteError(std::string_view text);
 
-/// "dseries: ..." on a line of standard error.
+/// Writes "dseries: ..." as a line to standard error.
 template <class... Arguments>
 void Complain(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
   WriteError("dseries: " + fmt::format(format, std::forward<Arguments>(arguments)...) + '\n');

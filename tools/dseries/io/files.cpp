@@ -77,7 +77,7 @@ CLI::Option* AddTarget(CLI::App& command, Target& target, const std::string& hel
       ->type_name("OUT")
       ->transform(CLI::Validator(
           [](std::string& path) {
-            if (path == "/dev/stdout") path = "-";  // where a file stands there, it must not be replaced
+            if (path == "/dev/stdout") path = "-";  // never replaced, even if it is a file
             return path.empty() ? "the name is empty" : "";
           },
           ""));

@@ -18,18 +18,18 @@ class Option;
 
 namespace dseries {
 
-/// The ending of a file's name, with its dot, in small letters.
+/// The extension of a file name, with its dot, in lower case.
 std::string Extension(const std::string& path);
 
-/// The name of a file without its folders, to be shown.
+/// The name of a file without its folders, for display.
 std::string FileName(const std::string& path);
 
-/// The files that are meant: where a name with *, ? or [] is not a file itself, those that it fits, run_2
-/// before run_10. A name that fits none is kept, so that it is told as a missing file.
+/// The files with these names: a name with *, ? or [] that is not a file itself gives the files that it
+/// matches, run_2 before run_10. A name that matches none is kept, to be reported as missing.
 std::vector<std::string> Expanded(const std::vector<std::string>& names);
 
-/// Does something with each file, also with those behind one where that fails, which is told. Returns with
-/// how many it failed, for CheckAll; with a single file it throws.
+/// Calls `f` with each file, reports failures and goes on. Returns the number of failures, for CheckAll; with
+/// a single file it throws instead.
 template <class F>
 int ForEach(const std::vector<std::string>& files, F f) {
   if (files.size() == 1) return f(files.front()), 0;
@@ -47,33 +47,33 @@ int ForEach(const std::vector<std::string>& files, F f) {
   }
   return failed;
 }
-/// Throws Failure when some failed.
+/// Throws Failure when any failed.
 void CheckAll(int failed, std::size_t total);
 
 /// All bytes of a file, which may be a pipe or a device, or of standard input for "-".
 std::string ReadWhole(const std::string& path);
 
-/// Where a command writes to.
+/// Where a command writes.
 struct Target {
   std::string path;    ///< empty: nowhere; - is standard output
-  bool force = false;  ///< also in place of a series file
+  bool force = false;  ///< may replace a series file
 };
 
-/// The options -o and --force.
+/// Adds the options -o, which it returns, and --force.
 CLI::Option* AddTarget(CLI::App& command, Target& target, const std::string& help);
 
-/// Throws Failure when the name of a file does not have one of these endings, "" for none at all. `what` says
-/// what is written, as in "columns of text are written".
+/// Throws Failure when a file name does not have one of these extensions, "" for none at all. `what` begins
+/// the message, such as "columns of text are written".
 void CheckEnding(const std::string& path, const std::string& what, const std::vector<std::string>& endings);
 
-/// A file that is written piece by piece, or standard output for "-". It appears under its name when it is
-/// finished, but pipes and devices are written at once.
+/// A file that is written piece by piece, or standard output for "-". It gets its name when it is finished;
+/// pipes and devices are written directly.
 class OutFile {
  public:
-  /// Throws Failure when the target is `source`, from which the bytes come, or a file that must stay.
+  /// Throws Failure when the target is `source`, the input, or must not be replaced.
   OutFile(const Target& target, const std::string& source);
 
-  /// Throws Failure when that could not be written, and std::system_error for standard output.
+  /// Throws Failure when it cannot write, and std::system_error for standard output.
   void Write(std::string_view bytes);
   void Finish();
 
@@ -83,7 +83,7 @@ class OutFile {
   [[noreturn]] void FailToWrite() const;
 
   std::string name_;
-  std::optional<NewFile> whole_;  ///< none where nothing waits for the end
+  std::optional<NewFile> whole_;  ///< none for standard output, pipes and devices
   File file_;
 };
 

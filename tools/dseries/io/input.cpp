@@ -25,11 +25,11 @@ namespace dseries {
 
 namespace {
 
-/// How many axes arrays of this class have.
+/// The number of axes of an array class.
 template <class Array>
 constexpr std::size_t axes = std::is_same_v<Array, darr_c2DArray> ? 2 : 1;
 
-/// The calibration of an array that does not tell its positions.
+/// The calibration of an input without positions.
 template <class Array>
 auto CalibrationOf(const InputForm& form) {
   const auto axis = [&form](std::size_t i) {
@@ -42,7 +42,7 @@ auto CalibrationOf(const InputForm& form) {
   }
 }
 
-/// The array in the type that is wanted, with a sentence about what that loses.
+/// The array in the requested type, with a warning about losses.
 template <class Array>
 Array Converted(const std::string& path, const Array& array, const InputForm& form, const Warn& warn) {
   if (!form.type) return array;
@@ -52,7 +52,7 @@ Array Converted(const std::string& path, const Array& array, const InputForm& fo
   return converted;
 }
 
-/// The calibration of the values in the order of the lines; below 0 in its delta where positions fall.
+/// The calibration of the values in the order of the lines; its delta is negative for falling positions.
 cal_cArrayCal CalibrationOf(const std::string& path, const Columns& columns, const InputForm& form,
                             const Warn& warn) {
   if (columns.positions.empty()) {
@@ -93,7 +93,7 @@ Input<Array> ReadRaw(const std::string& path, const InputForm& form) {
   using Numbers = std::conditional_t<axes<Array> == 2, parr_c2DNumberArray, parr_c1DNumberArray>;
   const dtyp_cDataType type = form.type.value_or(dtyp_Float32);
   const auto raw = std::make_shared<RawInput>(path, type, form.raw, form.interleaved);
-  // What the raw form of arrays has in front of the elements: their type and extents.
+  // The raw form of arrays begins with the element type and the extents.
   bstr_cMemory_ostream head;
   bstr_WriteFields(head, static_cast<std::uint16_t>(type.Type()));
   for (const int extent : form.raw) bstr_WriteFields(head, std::int32_t{extent});
@@ -176,7 +176,7 @@ void CheckForm(const InputForm& form, std::size_t axes) {
   for (const double offset : form.offset) {
     if (!std::isfinite(offset)) Fail("the offset is not finite");
   }
-  // Positions that a text has may fall.
+  // Positions in texts may fall.
   const bool may_fall = axes == 1 && form.raw.empty();
   for (const double delta : form.delta) {
     if (!std::isfinite(delta) || delta == 0 || (delta < 0 && !may_fall)) Fail("the delta is not above 0");

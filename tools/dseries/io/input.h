@@ -13,49 +13,48 @@
 
 namespace dseries {
 
-/// Data from outside that can be stored.
+/// Data read from an input, to be stored.
 template <class Array>
 struct Input {
-  std::optional<int> count;  ///< none for raw data from a pipe, whose end shows only when it is reached
-  std::int64_t bytes = 0;    ///< that each datum takes in a series file, its tag not counted
-  /// The data in their order, then none. Texts and pictures were read and found good before; raw data are
-  /// read now, which throws Failure where they break off.
+  std::optional<int> count;  ///< none for raw data from a pipe of unknown length
+  std::int64_t bytes = 0;    ///< of each datum in a series file, without its tag
+  /// Returns the data in their order, then none. Texts and pictures are already read; raw data are read by
+  /// the call, which throws Failure when they are cut off.
   std::function<std::optional<Array>()> next;
 };
 
-/// Is given a sentence about what was not kept as it stood in the input.
+/// Called with a sentence about values that differ from the input.
 using Warn = std::function<void(const std::string&)>;
-/// Writes it to standard error.
+/// Writes a warning to standard error.
 void PrintWarning(const std::string& warning);
 
-/// How the elements of an input are to be understood. The members with a number for each axis are empty when
-/// they were not given.
+/// How to read an input. Members with a number for each axis are empty when they were not given.
 struct InputForm {
-  std::optional<dtyp_cDataType> type;  ///< of the elements; default: as they come, float64 from text, float32
-                                       ///< from raw bytes
-  std::vector<double> offset;          ///< position of the first element, where the input does not tell it
-  std::vector<double> delta;           ///< distance of the elements, likewise; of the positions in texts, too
+  std::optional<dtyp_cDataType> type;  ///< of the elements; default: that of the input, float64 for text,
+                                       ///< float32 for raw bytes
+  std::vector<double> offset;          ///< position of the first element, for inputs without positions
+  std::vector<double> delta;           ///< distance between elements, also of positions in texts
   std::vector<int> raw;                ///< extents of a datum in raw bytes; empty: the input is a text, a
                                        ///< picture or the raw form of a 2D array
-  std::vector<std::string> missing;    ///< words of texts for values that are missing, beside the usual ones
+  std::vector<std::string> missing;    ///< texts: words for missing values, besides the usual ones
   bool even = false;                   ///< texts: positions need not be even, but must lie within half a step
   bool interleaved = false;  ///< raw: first element 0 of all data, then element 1 of all of them, and so on
 };
 
-/// The options for offset and delta.
+/// Adds the options for offset and delta.
 void AddCalibration(CLI::App& command, InputForm& form);
-/// Throws Failure when the form makes no sense for data of so many axes, or cannot be stored.
+/// Throws Failure when the form does not fit data with so many axes, or its type cannot be stored.
 void CheckForm(const InputForm& form, std::size_t axes);
-/// Throws Failure when series files do not give back what was stored in this type.
+/// Throws Failure when elements of this type cannot be read back from a series file.
 void CheckStorable(dtyp_cDataType type);
 
 /// Reads one file, or standard input for "-". Throws Failure when it does not have that form.
 template <class Array>
 Input<Array> ReadInput(const std::string& path, const InputForm& form, const Warn& warn);
 
-/// Whether a file is named as those are that hold the raw form of a 2D data array.
+/// Whether the file has the extension of the raw form of a 2D data array.
 bool bRawPlane(const std::string& path);
-/// Whether it is a picture or a raw form: by its name, or because series are not read from pipes.
+/// Whether a file is a picture or a raw form: by its extension, or as a pipe, from which series are not read.
 bool bPlane(const std::string& path);
 /// Reads a picture or the raw form of a 2D data array.
 darr_c2DArray ReadPlane(const std::string& path, const InputForm& form, const Warn& warn);

@@ -13,7 +13,7 @@ namespace {
 constexpr int ending_signals[] = {SIGINT, SIGTERM, SIGHUP};
 
 volatile std::sig_atomic_t deferred = 0;
-volatile std::sig_atomic_t caught = 0;  ///< the signal that was put off, or 0
+volatile std::sig_atomic_t caught = 0;  ///< the deferred signal, or 0
 Unfinished* unfinished_files = nullptr;
 
 sigset_t EndingSignals() {
@@ -23,7 +23,7 @@ sigset_t EndingSignals() {
   return set;
 }
 
-/// No handler runs while it lives.
+/// Blocks the signals while it lives.
 class Blocked {
  public:
   Blocked() {
@@ -69,7 +69,7 @@ void HandleSignals() {
 void EndBy(int signal) {
   std::signal(signal, SIG_DFL);
   std::raise(signal);
-  std::_Exit(128 + signal);  // it is blocked
+  std::_Exit(128 + signal);  // if it is blocked
 }
 
 Deferral::Deferral() {
@@ -84,7 +84,7 @@ void CheckInterruption() {
 }
 
 void AwaitInput(int descriptor) {
-  const Blocked blocked;  // up to the wait, so that no signal is missed in front of it
+  const Blocked blocked;  // until ppoll waits, so that no signal is missed before it
   CheckInterruption();
   pollfd input{descriptor, POLLIN, 0};
   ppoll(&input, 1, nullptr, &blocked.Before());

@@ -4,19 +4,19 @@
 
 #include "file/failure.h"
 
-// What ^C, SIGTERM and SIGHUP do: the files that are being made go, then the program ends by the signal, so
-// that a shell sees it. A command that changes a file piece by piece puts that off to the end of a piece.
+// On ^C, SIGTERM and SIGHUP unfinished files are removed, then the program ends by the signal, so that a
+// shell sees it. A command that changes a file piece by piece defers that to the end of a piece.
 
 namespace dseries {
 
-/// Sets up the handling of signals. Those that the caller ignores stay ignored, as nohup has it; a write into
-/// a pipe that nobody reads and one beyond the file size limit fail instead of ending the program.
+/// Sets the signal handlers. Signals that the caller ignores stay ignored, as nohup requires; writes to a
+/// closed pipe or beyond the file size limit fail instead of ending the program.
 void HandleSignals();
 
 /// Ends the program as the signal does without a handler.
 [[noreturn]] void EndBy(int signal);
 
-/// A signal arrived while it was put off.
+/// Thrown for a deferred signal.
 class Interruption : public Failure {
  public:
   Interruption(int signal, const std::string& message) : Failure(message), signal_(signal) {}
@@ -26,7 +26,7 @@ class Interruption : public Failure {
   int signal_;
 };
 
-/// While it lives signals are put off to the next call of Check.
+/// While it lives, signals are deferred to the next call of CheckInterruption.
 class Deferral {
  public:
   Deferral();
@@ -35,14 +35,14 @@ class Deferral {
   ~Deferral();
 };
 
-/// Throws Interruption when a signal was put off.
+/// Throws Interruption when there is a deferred signal.
 void CheckInterruption();
 
-/// Waits until a descriptor has bytes to read or its end. Throws Interruption when a signal was put off or
-/// arrives meanwhile.
+/// Waits until a descriptor has bytes to read or ends. Throws Interruption for a deferred signal, also when
+/// it arrives meanwhile.
 void AwaitInput(int descriptor);
 
-/// Removes the file that is being made unless it was finished, also when a signal ends the program.
+/// Removes a new file unless it was finished, also when a signal ends the program.
 class Unfinished {
  public:
   explicit Unfinished(std::string path);
@@ -53,7 +53,7 @@ class Unfinished {
   const std::string& Path() const { return path_; }
   void Finished();
 
-  /// Removes all of them; for handlers of signals.
+  /// Removes all unfinished files; for signal handlers.
   static void RemoveAll() noexcept;
 
  private:

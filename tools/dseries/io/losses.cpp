@@ -24,7 +24,7 @@ std::string PositionText(const darr_c2DArray& array, int i) {
 template <class Array>
 Array Losses::Convert(const Array& array, const std::string& name) {
   if (array.DataType() == type_) return array;
-  // By way of doubles, which hold every element: integers that narrow directly would keep their low bits.
+  // Through doubles, which hold every element: integers narrowed directly would keep their low bits.
   const Array before = conv_Convert(array, dtyp_Float64, conv_Real);
   const Array converted = conv_Convert(before, type_, conv_Real);
   const Array after = conv_Convert(converted, dtyp_Float64, conv_Real);
@@ -32,7 +32,7 @@ Array Losses::Convert(const Array& array, const std::string& name) {
   const auto* const is = static_cast<const double*>(after.Data());
   for (int i = 0; i < array.NumIndices(); ++i) {
     if (was[i] == is[i] || (std::isnan(was[i]) && std::isnan(is[i]))) continue;
-    // Whole numbers end at their limits, floating-point numbers at infinity.
+    // Integers are cut to their limits, floating-point numbers to infinity.
     const bool limited =
         std::fabs(was[i] - is[i]) > 0.5 && (std::isinf(is[i]) || type_.Type() < dtyp_Float32);
     const Kind kind = std::isnan(was[i]) ? NotANumber : limited ? Limited : Rounded;

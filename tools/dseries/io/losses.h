@@ -9,17 +9,17 @@
 
 namespace dseries {
 
-/// Converts arrays to another element type, and keeps what that loses: integers take the nearest whole
-/// number, the nearest one they have for values beyond them, and 0 for not-a-number.
+/// Converts arrays to another element type, and counts the losses: for integers, values are rounded and cut
+/// to the limits of the type, and not-a-number becomes 0.
 class Losses {
  public:
   explicit Losses(dtyp_cDataType type) : type_(type) {}
 
-  /// `name` says which array of several it is, for the text.
+  /// `name` identifies the array, if there are several, in the text.
   template <class Array>
   Array Convert(const Array& array, const std::string& name = "");
 
-  /// How many values were not kept, in which way, and which was the first of them; empty when all were kept.
+  /// The number of changed values for each kind of loss, with the first of them; empty when none changed.
   std::string Text() const;
 
  private:

@@ -19,7 +19,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// The place that links at a name lead to, whether there is a file or not.
+/// The path that a name leads to through links, whether it exists or not.
 fs::path Followed(const std::string& name) {
   constexpr int most_links = 40;
   fs::path path = name;
@@ -32,7 +32,7 @@ fs::path Followed(const std::string& name) {
   return path;
 }
 
-/// Makes an empty file of a new name beside `target`, with the permissions that new files have here.
+/// Makes an empty file with a new name beside `target`, with the default permissions.
 std::string EmptyFileBeside(const fs::path& target, const std::string& name) {
   constexpr std::size_t most_of_name = 200;  // of the 255 bytes that a name may have
   const std::string visible = target.filename().string().substr(0, most_of_name);
@@ -48,11 +48,11 @@ std::string EmptyFileBeside(const fs::path& target, const std::string& name) {
   }
 }
 
-/// Gives a file a name that must be free, without a moment in which another file could take it.
+/// Renames a file to a name that must be free, atomically if the file system can.
 bool bRenamedToFree(const char* from, const char* to) {
   if (renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0) return true;
   if (errno != EINVAL && errno != ENOSYS) return false;
-  if (bExists(to)) {  // a file system that cannot do it at once
+  if (bExists(to)) {  // not atomic on this file system
     errno = EEXIST;
     return false;
   }
@@ -90,7 +90,7 @@ NewFile::NewFile(const std::string& name, Replace replace) : name_(name) {
       Fail("{} is a series file; --force replaces it", name);
     }
     if (!S_ISREG(present.st_mode)) Fail("{} is not a regular file", name);
-    if (bSeriesFile(target_)) {  // whoever appends to it would go on in a file without a name
+    if (bSeriesFile(target_)) {  // a program that appends would continue in the unlinked file
       lock_.emplace(str_cString(target_.c_str()), bstr_OpenLocked);
       if (lock_->Lock() == bstr_LockTaken) {
         Fail("{} is being written by {}", name, HolderText(target_));

@@ -9,44 +9,43 @@
 
 namespace dseries {
 
-/// Whether there is anything of this name, a link that leads nowhere included.
+/// Whether a file, folder or link of this name exists, even a link that leads nowhere.
 bool bExists(const std::string& path);
-/// Whether the file is there and can be read only once, from its start to its end: a pipe or a device.
+/// Whether the file exists and is a pipe or a device, which can be read only once.
 bool bStream(const std::string& path);
 
-/// What may be at the place of a new file.
+/// What a new file may replace.
 enum class Replace { Nothing, AllButSeries, Anything };
 
-/// A file that is being made. It is written under a hidden name in the same folder and gets its own when it
-/// is complete; until then a file that it replaces stays, and what was not finished is removed. It has the
-/// permissions of the file that it replaces. Where its name is a link, the file that the link leads to is
-/// meant.
+/// A new file. It is written under a hidden name in the same folder and renamed when it is complete; until
+/// then a file that it replaces stays, and an unfinished one is removed. It gets the permissions of the file
+/// that it replaces. Links are followed.
 class NewFile {
  public:
-  /// Throws Failure when there is a file that must not be replaced, or nothing can be written there.
+  /// Throws Failure when a file must not be replaced, or nothing can be written there.
   NewFile(const std::string& name, Replace replace);
 
-  /// Where it is to be written; there is an empty file already.
+  /// Where to write it; an empty file is there already.
   const std::string& Path() const { return file_->Path(); }
-  /// It is complete, and closed.
+  /// Gives the file its name. Requires that it is complete and closed.
   void Finish();
 
  private:
-  std::string name_;    ///< as it was given
-  std::string target_;  ///< where links lead
+  std::string name_;    ///< as given
+  std::string target_;  ///< with links followed
   bool replaces_;
   std::optional<bstr_cBinary_fstream> lock_;  ///< of a series that is replaced
   std::optional<Unfinished> file_;
 };
 
-/// Makes a series file: `write` gets the path to write to. Throws Failure when the file has an ending that
-/// promises something else, when it exists and `force` is false, and where `write` throws.
+/// Makes a series file: calls `write` with the path to write to. Throws Failure when the name has another
+/// extension, when the file exists and `force` is false, and when `write` throws expt_cUserException.
 template <class Write>
 void MakeSeries(const std::string& name, bool force, Write write);
 
-/// A message in which a file stands under its own name.
+/// The message with `path` replaced by `name`.
 std::string Renamed(std::string message, const std::string& path, const std::string& name);
-/// Throws Failure when a file of this name is not to hold a series.
+/// Throws Failure when the name is not one of a series file.
 void CheckSeriesName(const std::string& name);
 
 template <class Write>

@@ -34,8 +34,7 @@ std::string NpyType(dtyp_cDataType type) {
   });
 }
 
-// As the documentation of numpy.lib.format has it: version 1.0, or 3.0 where the header is not in ASCII or is
-// too long for the first.
+// The format is documented in numpy.lib.format: version 1.0, or 3.0 if the header is not ASCII or too long.
 std::string NpyHeader(const std::vector<NpyField>& fields, std::optional<int> records) {
   std::string text = "{'descr': [";
   for (const NpyField& field : fields) {

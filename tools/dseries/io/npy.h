@@ -6,21 +6,21 @@
 
 #include <DataStorage/numbers/datatype.h>
 
-// Files of records as NumPy stores them (.npy): a header, behind which the records follow without padding.
+// NumPy files of records (.npy): a header, then the records without padding.
 
 namespace dseries {
 
-/// What each record holds under a name.
+/// A field of each record.
 struct NpyField {
-  std::string name;          ///< UTF-8; no two fields have the same
-  std::string type;          ///< as NumPy writes it, such as "<f8"
-  std::vector<int> extents;  ///< the slowest dimension first; none: a single value
+  std::string name;          ///< UTF-8, unique
+  std::string type;          ///< its NumPy name, such as "<f8"
+  std::vector<int> extents;  ///< the slowest dimension first; empty: a single value
 };
 
-/// How NumPy writes an element type.
+/// The NumPy name of an element type.
 std::string NpyType(dtyp_cDataType type);
 
-/// The header of a file with so many records, or with a single one that is no array.
+/// The header of a file with an array of so many records, or, without a number, with a single record.
 std::string NpyHeader(const std::vector<NpyField>& fields, std::optional<int> records);
 
 }  // namespace dseries

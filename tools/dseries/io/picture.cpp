@@ -30,7 +30,7 @@ unsigned char* Row(Picture& picture, int y) {
   return picture.WriteAccess() + std::int64_t{y} * picture.NumIndicesX();
 }
 
-/// Turns a picture whose first row is its top, or back.
+/// Swaps the top and the bottom of a picture.
 void TurnUpsideDown(Picture& picture) {
   const int nx = picture.NumIndicesX(), ny = picture.NumIndicesY();
   for (int y = 0; y < ny / 2; ++y) {
@@ -42,7 +42,7 @@ std::string_view Text(const bstr_cMemory_ostream& out) {
   return {static_cast<const char*>(out.Data()), static_cast<std::size_t>(out.Size())};
 }
 
-/// The numbers at the start of a PGM, and those of a plain one up to its end: texts between blanks and
+/// Reads a PGM. The numbers of its header, and the pixels of a plain one, are texts between blanks and
 /// comments.
 class PgmReader {
  public:
@@ -55,7 +55,7 @@ class PgmReader {
     if (maximum > 255) Fail("{} is a PGM picture of 16 bits a pixel; only 8 are known here", path_);
     if (maximum < 1) Fail("{} is a PGM picture with a maximum of {}", path_, maximum);
     const std::int64_t count = std::int64_t{width} * height;
-    const std::size_t pixels = next_ + 1;  // one blank stands in front of them
+    const std::size_t pixels = next_ + 1;  // after one blank
     if (bytes_.size() < pixels || static_cast<std::int64_t>(bytes_.size() - pixels) < count) {
       Fail("{} is cut off: it should hold {} x {} pixels", path_, width, height);
     }
@@ -93,7 +93,7 @@ class PgmReader {
   std::size_t next_ = 2;
 };
 
-/// The greys that a colour table of `count` entries gives to the pixels.
+/// The grey of each pixel value, from a colour table of `count` entries.
 std::array<unsigned char, 256> GreysOfTable(const std::string& path, bstr_cBinary_istream& in,
                                             std::uint32_t count) {
   std::array<unsigned char, 256> greys{};
@@ -126,8 +126,7 @@ Picture ReadBmp(const std::string& path, std::string_view bytes) {
   in.Seek(bmp_header_size + header);
   const auto greys = GreysOfTable(path, in, colours == 0 ? 256 : colours);
 
-  // Headers of later kinds are longer and gaps are allowed: here it is in the one form that the library
-  // reads.
+  // Headers may be longer and gaps are allowed: this is the picture in the one form that the library reads.
   bstr_cMemory_ostream bitmap;
   bstr_WriteFields(bitmap, std::uint32_t{info_header_size}, width, std::abs(height), planes, bits,
                    compression, image_size, resolution_x, resolution_y, std::uint32_t{0}, important);

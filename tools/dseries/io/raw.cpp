@@ -24,7 +24,7 @@ constexpr std::int64_t largest_file = std::numeric_limits<std::int32_t>::max();
 
 }  // namespace
 
-/// The bytes of the input: read one after the other, or, where that is possible, anywhere.
+/// The bytes of the input, read in order or, from a regular file, at any offset.
 class RawInput::Source {
  public:
   explicit Source(const std::string& path) : name_(path == "-" ? "standard input" : path) {
@@ -61,7 +61,7 @@ class RawInput::Source {
     return done;
   }
 
-  /// Reads bytes at an offset of a file that can be read anywhere; false when it has become shorter.
+  /// Reads bytes at an offset; false when the file has become shorter. Requires a regular file.
   bool ReadAt(std::int64_t offset, char* bytes, std::int64_t n) const {
     for (std::int64_t done = 0; done < n;) {
       const ssize_t part =
@@ -76,7 +76,7 @@ class RawInput::Source {
  private:
   [[noreturn]] void Refuse() const { Fail("{} cannot be read: {}", name_, std::strerror(errno)); }
 
-  /// Takes what is there, as a pipe may be slow.
+  /// Reads the bytes that are available, as a pipe may be slow.
   bool Fill() {
     if (!length_) AwaitInput(file_);
     ssize_t n = 0;
@@ -94,7 +94,7 @@ class RawInput::Source {
   std::int64_t start_ = 0;
   std::optional<std::int64_t> length_;
   std::vector<char> buffer_;
-  std::int64_t begin_ = 0, end_ = 0;  ///< what of the buffer has not been taken yet
+  std::int64_t begin_ = 0, end_ = 0;  ///< the unread part of the buffer
 };
 
 RawInput::RawInput(const std::string& path, dtyp_cDataType type, const std::vector<int>& extents,
@@ -155,10 +155,10 @@ void RawInput::TurnBlock() {
                    ? *count_
                    : std::min<std::int64_t>(*count_, next_ + std::max<std::int64_t>(block_size_ / size_, 1));
   const std::int64_t run =
-      (block_end_ - block_begin_) * element_size_;  // of a row, which holds an element of all data
+      (block_end_ - block_begin_) * element_size_;  // in a row, which holds one element of all data
   block_.resize(static_cast<std::size_t>((block_end_ - block_begin_) * size_));
 
-  // Several rows are read at once where they are short.
+  // Short rows are read several at once.
   const std::int64_t rows_at_once = std::max<std::int64_t>(read_size / row, 1);
   std::vector<char> rows;
   for (std::int64_t k = 0; k < elements; k += rows_at_once) {

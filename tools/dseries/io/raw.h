@@ -10,28 +10,28 @@
 
 namespace dseries {
 
-/// Raw elements, datum by datum, from a file, from a pipe or from standard input ("-"). Memory holds a datum
-/// and a block of the input, however long it is. Of interleaved elements (first element 0 of all data, then
-/// element 1 of all of them, and so on) a block holds some of the data, and of a pipe it must hold all.
+/// Reads raw elements, datum by datum, from a file, a pipe or standard input ("-"). Only a block of the input
+/// is in memory. Of interleaved elements (first element 0 of all data, then element 1 of all of them, and so
+/// on) a block holds some of the data or, from a pipe, all of them.
 class RawInput {
  public:
-  /// Up to so many bytes of interleaved data are held in memory.
+  /// The most bytes of interleaved data in memory.
   static constexpr std::int64_t most_interleaved = std::int64_t{256} << 20;
 
   /// Each datum has elements of `type` over these extents, X first. Throws Failure when there is no such
-  /// file, or when what is known of its length is not that of whole data.
+  /// file, or when its length is known and not a whole number of data.
   RawInput(const std::string& path, dtyp_cDataType type, const std::vector<int>& extents, bool interleaved,
            std::int64_t block_size = most_interleaved);
   RawInput(RawInput&&) noexcept;
   ~RawInput();
 
-  /// How many data there are; none for a pipe, whose end shows only when it is reached.
+  /// The number of data; none for a pipe of unknown length.
   std::optional<int> Count() const { return count_; }
   std::int64_t DatumSize() const { return size_; }
 
-  /// The elements of the next datum go to `bytes`; false at the end. Throws Failure when they cannot be read
-  /// or the input ends within them, and Interruption when a signal that was put off arrives while they are
-  /// awaited.
+  /// Reads the elements of the next datum to `bytes`; false at the end. Throws Failure when they cannot be
+  /// read or the input ends within them, and Interruption when a deferred signal arrives while it waits for
+  /// them.
   bool Next(char* bytes);
 
  private:
