@@ -6,12 +6,12 @@
 #include "test.h"
 #include <DataStorage/arrays/parray2d.h>
 
-// What the tests of arrays have in common.
+// Helpers of the tests of arrays.
 
 using fuzz::RawForm;
 using EveryElementType = detail::ElementTypes::Apply<testing::Types>;
 
-/// 1, 2, 3 ... as elements; complex ones have an imaginary part.
+/// The elements 1, 2, 3 ...; complex ones have an imaginary part.
 template <class T>
 std::vector<T> Counting(int count) {
   std::vector<T> elements;

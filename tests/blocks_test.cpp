@@ -2,8 +2,8 @@
 #include <DataStorage/data/barray.h>
 #include <DataStorage/data/darray2d.h>
 
-// Parts of arrays, taken out and copied in: all that there are in and around a small array, compared with
-// what plain loops over its numbers give.
+// Parts of arrays, selected and copied: all parts in and around a small array, compared with plain loops over
+// its numbers.
 
 namespace {
 
@@ -21,7 +21,7 @@ Numbers NumbersOf(const Array& array) {
   }
 }
 
-/// The numbers in a range of a plane of `nx` columns, and `fill` where there are none.
+/// The numbers in a range of a plane of `nx` columns, with `fill` outside the plane.
 Numbers Part(const Numbers& plane, int nx, const Range2D& range, double fill) {
   const Range2D all(0, 0, nx, static_cast<int>(plane.size()) / nx);
   Numbers part;
@@ -31,7 +31,7 @@ Numbers Part(const Numbers& plane, int nx, const Range2D& range, double fill) {
   return part;
 }
 
-/// What is between two corners, of which a line looks at the columns only.
+/// The part between two corners; lines use only the columns.
 template <class Array>
 Array Selected(const Array& whole, int x0, int y0, int x1, int y1) {
   if constexpr (requires { whole.Selection(x0, y0, x1, y1); }) {
@@ -45,7 +45,7 @@ Array Selected(const Array& whole, int x0, int y0, int x1, int y1) {
   }
 }
 
-/// The calibration by which the elements of a part keep their positions.
+/// The calibration that keeps the positions of the elements of a part.
 cal_c1DArrayCal CalOf(const cal_c1DArrayCal& cal, const Range2D& part) {
   return cal.Rebased(part.StartIndexX(), part.IndexRangeX().Contains(cal.CalIndexX()));
 }
@@ -89,12 +89,12 @@ TEST(Blocks, AreSelectedInAndBeyondTheArray) {
   CheckSelections(barr_c2DBoolArray({2, 2, mask}, cal2d), false);
 }
 
-/// Numbers that are copied from a place in one plane to a place in another one.
+/// A copy of numbers from a place in one plane to a place in another one.
 struct Copy {
   int from_x, from_y, x, y, nx, ny;
 
-  /// What the target, of 3 columns, becomes; nothing where the copy must be refused. What leaves it at the
-  /// right edge goes on in the next row.
+  /// The target, of 3 columns, after the copy; none when the copy must throw. Numbers beyond the right edge
+  /// continue in the next row.
   std::optional<Numbers> Made(const Numbers& source, int source_nx, Numbers target) const {
     if (nx == 0 || ny == 0) return target;
     const int source_ny = static_cast<int>(source.size()) / source_nx, first = 3 * y + x;
@@ -106,7 +106,7 @@ struct Copy {
   }
 };
 
-/// Lets `copy` write into a target of zeros.
+/// Calls `copy` with a target of zeros.
 template <class Array, class Function>
 void CheckCopy(Array target, const std::optional<Numbers>& expected, Function copy) {
   if (expected) {

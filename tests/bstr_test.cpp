@@ -91,7 +91,7 @@ TEST(RawStream, WritesNumbersLittleEndian) {
   EXPECT_TRUE(first == 0x01020304 && second == 0xABCD);
 }
 
-// These sanitizers end the program where there is not enough memory.
+// These sanitizers end the program when memory runs out.
 #if !defined(__has_feature)
 #define __has_feature(feature) 0
 #endif
@@ -189,7 +189,7 @@ TEST(FileStream, WindowHidesNoWriteThroughAnyCopy) {
   EXPECT_TRUE(Write(assigned.Output(), "another file"));
   EXPECT_EQ(Read(assigned.Input(), 2), "an");
   assigned = copy;
-  EXPECT_EQ(Read(assigned.Input(), 2), "23") << "not out of the window on the other file";
+  EXPECT_EQ(Read(assigned.Input(), 2), "23") << "not from the window of the other file";
   EXPECT_TRUE(assigned.Input().Seek(2));
   EXPECT_TRUE(copy.Output().Seek(2));
   EXPECT_TRUE(Write(copy.Output(), "ab") && Write(stream.Output(), "X"));
@@ -197,10 +197,10 @@ TEST(FileStream, WindowHidesNoWriteThroughAnyCopy) {
   EXPECT_EQ(Read(copy.Input(), 2), "ab");
   EXPECT_EQ(Read(assigned.Input(), 9), "ab456789X");
   EXPECT_TRUE(Write(assigned.Output(), "Y"));
-  EXPECT_EQ(Read(stream.Input(), 7), "56789Y.") << "the assigned copy wrote where the original stood";
+  EXPECT_EQ(Read(stream.Input(), 7), "56789Y.") << "the assigned copy wrote at the position of the original";
   EXPECT_FALSE(stream.Input().bGood());
 
-  // What another object appends is seen behind the end that the window knows.
+  // Bytes that another object appends are read beyond the end of the window.
   bstr_cBinary_fstream other(file.Path());
   EXPECT_TRUE(other.Output().Seek(11) && Write(other.Output(), "Z"));
   EXPECT_TRUE(copy.Input().Seek(11));
@@ -249,7 +249,7 @@ TEST(FileStream, EveryFaultShowsAndPasses) {
       failed = !use(in, out);
       EXPECT_EQ(failed, !in.bGood() || !out.bGood()) << fault;
       disk.failing_call = -1;
-      EXPECT_EQ(use(in, out), fault > 0) << "the next seek makes it good, whatever call " << fault << " did";
+      EXPECT_EQ(use(in, out), fault > 0) << "the next seek recovers from a failure of call " << fault;
     }
     EXPECT_EQ(fault, longest_move == far ? 6 : 24);
   }

@@ -16,12 +16,12 @@ TEST(Calibration, FindsIndicesAndCountsThem) {
            {unit, -0.5, -1},
            {unit, -1.5, -2},
            {wide, -1.0, 0},
-           {wide, -1000001.0, -2},  // whole deltas below the cell's begin count as the one before
+           {wide, -1000001.0, -2},  // whole deltas below the begin of a cell give the index before
            {shifted, 13.9, 4},
            {shifted, 3.9, -1},
            {falling, -1.2, 2},
            {falling, 1.2, -3},
-           // No result, or none that fits.
+           // No result, or one that does not fit.
            {unit, 1e300, INT_MAX},
            {unit, -inf, INT_MIN},
            {{0.0, 1.0, INT_MAX}, 1.0, INT_MAX},

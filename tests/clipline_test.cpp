@@ -20,7 +20,7 @@ TEST(ClipLine, CutsASegmentDownToARange) {
       {{0, 0, 4, 2}, {0, 0, 1, 0.5}},
       {{0, 0, -2, 4}, {0, 0, -0.5, 1}},
       {{-0.5, 0, 0.5, 0.2}, {-0.5, 0, 0.5, 0.2}},
-      {{0.5, 3, 3, 0.5}, none},  // its box overlaps, the line passes by a corner
+      {{0.5, 3, 3, 0.5}, none},  // its box overlaps, but the line misses the corner
       {{2, 2, 2, 2}, none},
       {{2, -5, 2, 5}, none},
       {{nan, 0, 0, 0}, none}};

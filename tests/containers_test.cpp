@@ -29,7 +29,7 @@ TYPED_TEST(StorageTest, CopiesAndFillsWithinItsBoundsOnly) {
   EXPECT_THROW(storage.CopyIn(source + 1, 1, -1, 0), arr_cIndexException);
   for (const int i : {-1, 4}) EXPECT_THROW(storage[i], arr_cIndexException);
   EXPECT_THROW(storage.SetSize(-1), arr_cSizeException);
-  TypeParam().CopyIn(nullptr, 0, 5, 0);  // nothing of nothing, wherever it begins
+  TypeParam().CopyIn(nullptr, 0, 5, 0);  // no elements, at any position
   TypeParam().CopyOut(nullptr, 0, 0, 5);
 
   storage.CopyOut(target, 2, 2, 1);
@@ -117,7 +117,7 @@ TEST(Handle, RefusesSizesAndPositionsThatItDoesNotHave) {
   EXPECT_EQ(Plane(0, 3).Row(2).NumIndices(), 0);
 }
 
-/// Notes what is announced.
+/// Logs its announcements.
 struct Announcing : arr_c2DNumberArray<int> {
   using arr_c2DNumberArray::arr_c2DNumberArray;
   using arr_c2DNumberArray::operator=;

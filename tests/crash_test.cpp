@@ -8,15 +8,15 @@
 
 #include "log.h"
 
-// What other processes, and the system, do to a series while it is open.
+// A series while other processes, and the system, interfere with it.
 
 namespace {
 
-/// What a child process and the test tell one another.
+/// Memory that a child process shares with the test.
 struct Shared {
   std::atomic<bool> started;
-  std::atomic<int> returned;  // appends since the log was empty; 0 as soon as it may be emptied
-  std::atomic<long> base;     // of the log as it will be filled next
+  std::atomic<int> returned;  // appends since the log was empty; 0 once it may be emptied
+  std::atomic<long> base;     // of the log when it is filled next
 };
 
 /// Runs `work` in a child process, which ends with 1 if an expectation failed there.
@@ -24,7 +24,7 @@ pid_t Child(const std::function<void()>& work) {
   std::fflush(nullptr);
   const pid_t child = ::fork();
   if (child == 0) {
-    ::alarm(120);  // it must not wait forever for a parent that failed
+    ::alarm(120);  // so that it does not wait forever for a parent that failed
     try {
       work();
     } catch (const std::exception& error) {
@@ -122,7 +122,7 @@ TEST(Crash, ALockEndsWithItsProcess) {
                            {[&] { Log(file, Slots(3), bstr_CreateLocked); }}}) {
     try {
       open();
-      ADD_FAILURE() << "two have the lock";
+      ADD_FAILURE() << "two processes have the lock";
     } catch (const dtsr_cFileLockedException& e) {
       const std::string holder = "process " + std::to_string(child) + " (";
       EXPECT_EQ(std::string(e.Holder().CString()).substr(0, holder.size()), holder);
@@ -131,7 +131,7 @@ TEST(Crash, ALockEndsWithItsProcess) {
     }
   }
   EXPECT_EQ(file.Bytes(), before);
-  EXPECT_EQ(CountInFile(file), 2) << "readers do not ask";
+  EXPECT_EQ(CountInFile(file), 2) << "readers take no lock";
   ::kill(child, SIGKILL);
   EXPECT_TRUE(WIFSIGNALED(StatusOf(child)));
   Log(file, bstr_OpenLocked).AppendNext();
@@ -142,7 +142,7 @@ TEST(Crash, ALockEndsWithItsProcess) {
 
 constexpr std::size_t lists_end = 95 + 3 * 8;  // of a log of three slots
 
-/// Appends while no file may become longer than this, as on a full disk.
+/// Appends with a limit on the length of files, as on a full disk.
 std::string ToldOnFullDisk(std::size_t room, Log& log) {
   rlimit before;
   ::getrlimit(RLIMIT_FSIZE, &before);
@@ -155,7 +155,7 @@ std::string ToldOnFullDisk(std::size_t room, Log& log) {
 
 void FillDisks() {
 #if defined(DATASTORAGE_PLAIN_SYSTEM)
-  std::signal(SIGXFSZ, SIG_IGN);  // which plain C++ does not know
+  std::signal(SIGXFSZ, SIG_IGN);  // the library in plain C++ does not handle it
 #endif
   const TempFile file;
   { Log(file, Slots(3)).AppendNext(); }
@@ -174,11 +174,11 @@ void FillDisks() {
 }
 
 TEST(Crash, AFullDiskIsToldAndGotOver) {
-  // In a child, whose output nobody misses while no file may grow.
+  // In a child, as its output files cannot grow either.
   EXPECT_EQ(StatusOf(Child(FillDisks)), 0);
 }
 
-/// Works on with an open log, then with the file. Only the library's errors may come out.
+/// Uses an open log, then the file. They may throw only exceptions of the library.
 void Use(Log& log, const TempFile& file) {
   const auto read = [&] { Log(file).Number(1); };
   const auto append = [&] { log.AppendNext(); };
@@ -231,7 +231,7 @@ TEST(Crash, TheFileVanishesOrChangesUnderAnOpenSeries) {
       std::string changed = whole;
       changed[at] = byte;
       file.SetBytes(changed);
-      EXPECT_EQ(log.CheckedCount(), 2);  // where the data stand is known since the opening
+      EXPECT_EQ(log.CheckedCount(), 2);  // places of data are read when a file is opened
       Use(log, file);
     }
   }

@@ -48,7 +48,7 @@ TEST(DataArray, TakesAtomsInAnyOrderAndPassesOverOthers) {
     ASSERT_TRUE(ReadAtoms(kind, {calibration, other, data, other, sbin16}, array));
     ExpectSame(array, Data<short>({1, 7}, {5, 6, 7}));
 
-    // A type that is none: its name is passed over in text, its number makes the data unreadable.
+    // An invalid type: its name is skipped in text, its number makes the data unreadable.
     EXPECT_EQ(ReadAtoms(kind, {none, data}, array), text);
     EXPECT_EQ(ReadAtoms(kind, {data, none}, array), text);
     EXPECT_EQ(array.DataType(), text ? dtyp_Float64 : dtyp_SBin16);

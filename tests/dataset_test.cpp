@@ -3,7 +3,7 @@
 
 namespace {
 
-/// What asking for a value of type T complains of.
+/// The message of the exception for a value of type T.
 template <class T>
 std::string Complaint(const data_cDataset& dataset) {
   try {

@@ -63,7 +63,7 @@ TEST(Dimension, RawFormCutAndDamaged) {
     EXPECT_EQ(ReadComplaint(read, bytes), "Can't read dimension.");
   }
   EXPECT_THROW(ReadComplaint(read, changed(0, "FF FF FF FF")), arr_cSizeException);
-  // An index that wraps around comes back, and a delta of -0.0 does not run backwards.
+  // An index that wraps around is restored, and a delta of -0.0 is not reversed.
   for (const std::string& bytes : {changed(24, "01 00 00 80"), changed(16, "00 00 00 00 00 00 00 80")}) {
     EXPECT_EQ(ReadComplaint(read, bytes), "");
     EXPECT_EQ(RawForm(read), bytes);

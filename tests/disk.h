@@ -4,7 +4,7 @@
 #include <DataStorage/interfaces/str.h>
 #include <Utility/system.h>
 
-/// A path of the running test's own, with no file there before and after.
+/// A path for the running test alone; its file is removed before and after.
 class TempFile {
  public:
   explicit TempFile(const std::string& name = "file") {
@@ -28,9 +28,9 @@ class TempFile {
   std::string path_;
 };
 
-/// Stands between file streams and the system while it lives: counts the calls, makes one of them (0 is the
-/// next one) and as many after it as told fail, may move less than it was asked to, and lets the test have a
-/// look before each write.
+/// Replaces the system calls of file streams while it lives: counts them, makes one of them (0 is the next
+/// one) and `also_failing` after it fail, moves at most `longest_move` bytes per call, and calls
+/// `before_write`.
 class FaultyDisk {
  public:
   FaultyDisk() : calls_(std::exchange(detail::file_calls, {Open, ReadAt, WriteAt, Size, real.close})) {
@@ -63,7 +63,7 @@ class FaultyDisk {
   static std::int64_t ReadAt(std::intptr_t file, void* bytes, std::int64_t n, std::int64_t position) {
     return bFails() ? -1 : real.read_at(file, bytes, std::min(n, longest_move), position);
   }
-  /// A failing write still gets half of its bytes to the disk, as one that runs full does.
+  /// A failing write still writes half of its bytes, as on a full disk.
   static std::int64_t WriteAt(std::intptr_t file, const void* bytes, std::int64_t n, std::int64_t position) {
     if (before_write) before_write();
     ++writes;

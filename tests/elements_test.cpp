@@ -18,7 +18,7 @@ std::vector<Target> Converted(const std::vector<Source>& source,
   return target;
 }
 
-/// Limits, ties and their neighbours, small numbers, then bits at random.
+/// Limits, ties and their neighbours, small numbers, then random bits.
 template <class T>
 std::vector<T> Samples(std::size_t count) {
   std::mt19937_64 random(count);
@@ -65,7 +65,7 @@ Target RealRule(Source value) {
   }
 }
 
-/// The rule for one element, with the real part of complex sources.
+/// The expected conversion of one element, with the real part of complex sources.
 template <class Target, class Source>
 Target Rule(const Source& value) {
   if constexpr (is_complex<Target>) {
@@ -85,7 +85,7 @@ bool SameBits(const std::vector<T>& a, const std::vector<T>& b) {
   return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(T)) == 0);
 }
 
-/// Calls `check` once for every way the loops may go on this machine.
+/// Calls `check` once for each implementation of the loops on this machine.
 template <class Check>
 void OnEveryPath(Check check) {
 #if defined(DATASTORAGE_WIDE_LOOPS)
@@ -157,8 +157,8 @@ TEST(Elements, OfComplexNumbersBecomeWhatTheCallerNames) {
   }
 }
 
-/// The distance of `value` from the true result in units in the last place of the latter; 0 also where both
-/// are the same infinity, zero (of the same sign) or not a number.
+/// The distance of `value` from the true result in units in the last place of the latter; 0 also if both are
+/// the same infinity, zero (of the same sign) or not a number.
 template <class T>
 double Error(T value, long double truth) {
   const T nearest = static_cast<T>(truth);

@@ -46,7 +46,7 @@ TEST(FileSeries, IsFoundAgainByIndexPositionAndTag) {
 
   Log copy(series), reader(file, bstr_OpenReadOnly);
   EXPECT_EQ(Complaint([&] { reader.ResetWriteIndex(); }), Message("Can't write to series file ", file));
-  EXPECT_EQ(reader.CheckedCount(), 3);  // which gives the sample tag
+  EXPECT_EQ(reader.CheckedCount(), 3);  // sets the sample tag
   reader = series;
   reader.Append("", dtsr_c2DPosition());
   EXPECT_EQ(reader.TagTypeID(), 0x150U);
@@ -57,7 +57,7 @@ TEST(FileSeries, IsFoundAgainByIndexPositionAndTag) {
 
 TEST(FileSeries, KnowsTheKindOfItsTags) {
   const TempFile file;
-  for (const int asked : {0, 9}) {  // there is neither such a tag nor, for the second, such a slot
+  for (const int asked : {0, 9}) {  // no such tag and, for the second, no such slot
     Log series(file, Slots(2));
     dtsr_cDataTag tag;
     EXPECT_THROW(series.GetTag(asked, tag), expt_cProgramException);
@@ -77,7 +77,7 @@ TEST(FileSeries, KnowsTheKindOfItsTags) {
   EXPECT_EQ(Complaint([&] { Log(file).DataIndex(dtsr_c2DPosition(), true); }), "Error reading 2D tag.");
 }
 
-/// A tag with more bytes than those of the library have.
+/// A tag with more bytes than the tags of the library.
 struct NotedTag : dtsr_cDataTag {
   explicit NotedTag(char letter = '?') : dtsr_cDataTag(5) { note.fill(letter); }
   type_cBoolean IsEqual(const dtsr_cDataTag& other, type_cBoolean) override {
@@ -139,7 +139,7 @@ TEST(FileSeries, RefusesHarmBeforeItIsDone) {
   EXPECT_EQ(series.CheckedCount(), 2);
 }
 
-/// A tag of so many bytes, filled up to a place that is a multiple of 16; told by the last of them.
+/// A tag of so many bytes, padded to a place that is a multiple of 16; its last byte identifies it.
 struct OwnTag : dtsr_cDataTag {
   OwnTag(int bytes, char told) : dtsr_cDataTag(0), length(bytes), last(told) {}
   type_cBoolean IsEqual(const dtsr_cDataTag& other, type_cBoolean) override {
@@ -178,8 +178,8 @@ TEST(FileSeries, TakesTagsOfOtherKinds) {
   }
 }
 
-/// Does to a log what a concrete series may do, by chance, and compares all of its tags with what stands in
-/// the file where they are said to be.
+/// Does randomly to a log what a concrete series may do, and compares all of its tags with the bytes at their
+/// places in the file.
 class Tinkerer {
  public:
   Tinkerer(const TempFile& file, std::mt19937& random)
@@ -235,7 +235,7 @@ class Tinkerer {
       if (Stored(i, bytes) == RawForm(tag)) return i;
     return -1;
   }
-  /// What was moved may have left no room where data were taken back.
+  /// May fail: moved data may have left no room behind data that were removed.
   void Append(Log& log) {
     if (log.NextWriteIndex() == log.Size()) return;
     const std::string told = Complaint([&] { log.Append(std::string(Below(30), 'd'), NewTag()); });
@@ -245,7 +245,7 @@ class Tinkerer {
     log_.file_.Output().Seek(position);
     EXPECT_TRUE(log_.file_.Output().Write(bytes.data(), std::ssize(bytes)));
   }
-  /// Datum and tag go to the end, and so does the next one.
+  /// Moves a datum and its tag to the end, where the next datum then goes.
   void Move(int i) {
     const std::string bytes = file_.Bytes(), datum = log_.Bytes(i), tag = Stored(i, bytes);
     const auto end = static_cast<long>(bytes.size());
@@ -291,7 +291,7 @@ TEST(FileSeries, SearchesAfterTheFirstAskTheSystemForNewTagsOnly) {
   }
 }
 
-/// Gives one list entry of a log of two of three records another value.
+/// The bytes of a log, with another value for one list entry.
 std::string WithEntry(std::string bytes, std::size_t at, std::int32_t value) {
   const auto* digits = reinterpret_cast<const char*>(&value);
   return bytes.replace(at, 4, std::string(digits, 4));
@@ -307,7 +307,7 @@ TEST(FileSeries, AppendsOnlyWhereNothingIsLost) {
   struct {
     std::size_t at;
     int value;
-    const char* readable;  // those of the two records that still are
+    const char* readable;  // which of the two records are readable
   } const cases[] = {{next, -1, "01"},
                      {next, 0, "01"},
                      {next, 18, "01"},
@@ -339,7 +339,7 @@ TEST(FileSeries, AppendsOnlyWhereNothingIsLost) {
                 Message("Can't write to series file ", file));
       EXPECT_EQ(file.Bytes(), damaged);
     }
-    // Corrected, it goes on.
+    // With the place corrected it can append.
     Log corrected(series);
     for (int i = 0; i < 3; ++i) {
       corrected.dataOffsets_[i] = static_cast<long>(first) + (i == 0 ? 0 : i == 1 ? 13 : 27);
@@ -359,7 +359,7 @@ TEST(FileSeries, FillsAHoleAsFarAsItReaches) {
   { Log(file, Slots(4)).AppendNext(); }
   Log series(file);
   series.AppendNext();
-  // The first record goes to the end, and the next ones where it was.
+  // The first record moves to the end, and the next ones fill its place.
   long& next = series.dataOffsets_[2];
   const long hole = series.dataOffsets_[0];
   series.file_.Output().Seek(next);
@@ -372,7 +372,7 @@ TEST(FileSeries, FillsAHoleAsFarAsItReaches) {
     EXPECT_EQ(Complaint([&] { series.Append(record, dtsr_cDataTag(2)); }),
               Message("Can't write to series file ", file));
     EXPECT_EQ(series.CheckedCount(), 2) << record;
-    series = Log(file);  // which knows the hole
+    series = Log(file);  // which finds the hole
   }
   series.Append("a", dtsr_cDataTag(2));
   EXPECT_EQ(Complaint([&] { series.Append("b", dtsr_cDataTag(3)); }),
@@ -415,7 +415,7 @@ TEST(FileSeries, RefusesDamagedFiles) {
 TEST(FileSeries, IsWholeWhereverTheWriterIsKilled) {
   const TempFile file;
   std::unique_ptr<Log> log;
-  // How many records are there each time before the system is asked to write, as if the writer ended there?
+  // Counts the records before each system call that writes, as if the writer were killed there.
   const auto watch = [&](const std::function<int()>& expected, const std::function<void()>& operation) {
     FaultyDisk disk;
     disk.before_write = [&] { EXPECT_EQ(CountInFile(file), expected()) << "after " << disk.writes; };
@@ -423,7 +423,7 @@ TEST(FileSeries, IsWholeWhereverTheWriterIsKilled) {
     return disk.writes;
   };
   watch([] { return -1; }, [&] { log = std::make_unique<Log>(file, Slots(3)); });
-  const int writes[] = {6, 5, 4};  // one more for the tag type, one less where there is no next slot
+  const int writes[] = {6, 5, 4};  // one more for the tag type, one less without a next slot
   for (int count = 0; count < 3; ++count) {
     const auto expected = [&] { return count + (FaultyDisk::writes == 5); };
     EXPECT_EQ(watch(expected, [&] { log->AppendNext(); }), writes[count]);
@@ -431,7 +431,7 @@ TEST(FileSeries, IsWholeWhereverTheWriterIsKilled) {
   watch([] { return FaultyDisk::writes == 0 ? 3 : 0; }, [&] { log->ResetWriteIndex(); });
 }
 
-/// Runs an operation with one call of the system failing, each in turn, and all the calls after it as told.
+/// Runs an operation with each system call failing in turn, and `also_failing` calls after it.
 void FailEachCall(int also_failing, const std::function<void()>& prepare,
                   const std::function<void()>& operation,
                   const std::function<void(const std::string& complaint)>& afterwards) {
@@ -448,7 +448,7 @@ void FailEachCall(int also_failing, const std::function<void()>& prepare,
     if (complaint.empty()) return;
     afterwards(complaint);
   }
-  FAIL() << "it fails for ever";
+  FAIL() << "it always fails";
 }
 
 TEST(FileSeries, SurvivesFailingWrites) {

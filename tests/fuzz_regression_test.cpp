@@ -7,7 +7,7 @@
 namespace {
 
 void Feed(const FuzzTarget& target, const std::string& bytes) {
-  // From a block of its own, in which the sanitizer sees every step beyond its ends.
+  // In a block of its own, so that the sanitizer detects accesses beyond its ends.
   const std::vector<std::uint8_t> block(bytes.begin(), bytes.end());
   EXPECT_EQ(target.run(block.data(), block.size()), 0);
 }
@@ -15,7 +15,7 @@ void Feed(const FuzzTarget& target, const std::string& bytes) {
 TEST(FuzzTargets, PastFindings) {
   for (const FuzzTarget& target : fuzz_targets) {
     const std::filesystem::path folder = std::filesystem::path(FUZZ_REGRESSIONS) / target.name;
-    if (!std::filesystem::exists(folder)) continue;  // nothing was found yet
+    if (!std::filesystem::exists(folder)) continue;  // no findings yet
     for (const auto& input : std::filesystem::directory_iterator(folder)) {
       SCOPED_TRACE(input.path());
       Feed(target, (std::ostringstream() << std::ifstream(input.path(), std::ios::binary).rdbuf()).str());
@@ -23,7 +23,7 @@ TEST(FuzzTargets, PastFindings) {
   }
 }
 
-/// What the library wrote: whole, cut off at many places, and with one bit wrong at many places.
+/// Output of the library: whole, cut off at many places, and with one bit changed at many places.
 class DamagedSeeds : public testing::TestWithParam<FuzzTarget> {};
 
 INSTANTIATE_TEST_SUITE_P(, DamagedSeeds, testing::ValuesIn(fuzz_targets),

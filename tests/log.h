@@ -10,8 +10,8 @@ inline dtsr_cDimensionArray Slots(int a, int b = 1) {
   return dimensions;
 }
 
-/// A series of records of many sizes in a file. Record i tells its number, `base` + i, by its tag, and its
-/// bytes follow from that.
+/// A series of records of many sizes in a file. The tag of record i holds its number, `base` + i, from which
+/// its bytes follow.
 class Log : public dtsr_cStoredSeries<dtsr_cFileSeriesBase> {
  public:
   Log(const TempFile& file, const dtsr_cDimensionArray& dimensions, bstr_eAccess access = bstr_CreateEmpty)
@@ -45,7 +45,7 @@ class Log : public dtsr_cStoredSeries<dtsr_cFileSeriesBase> {
     file_.Input().Read(bytes.data(), static_cast<std::int64_t>(bytes.size()));
     return bytes;
   }
-  /// How many records there are, after looking at those from `first` on.
+  /// The number of records, after checking those from `first` on.
   int CheckedCount(int first = 0) const {
     for (int i = first; i < NextWriteIndex(); ++i) {
       EXPECT_EQ(Number(i), Number(0) + i);
@@ -59,7 +59,7 @@ inline std::string Message(const char* text, const TempFile& file) {
   return (text + file.Path() + ".").CString();
 }
 
-/// How many records the file holds for one who opens it now; -1 and the reason when it is refused.
+/// The number of records in the file when it is opened now; -1, and the reason, when it cannot be opened.
 inline int CountInFile(const TempFile& file, std::string* why = nullptr) {
   int count = -1;
   const std::string complaint = Complaint([&] { count = Log(file, bstr_OpenReadOnly).CheckedCount(); });

@@ -5,7 +5,7 @@
 
 namespace {
 
-/// Copying fails when told to. A tag that is lost or freed twice is the sanitizer's business.
+/// A tag whose copying fails on demand. The sanitizers detect tags that are lost or freed twice.
 struct FailingTag : dtsr_cDataTag {
   using dtsr_cDataTag::dtsr_cDataTag;
   dtsr_cDataTag* pCopy() const override {
@@ -18,7 +18,7 @@ struct FailingTag : dtsr_cDataTag {
 struct MemorySeries : dtsr_cStoredSeries<dtsr_cMemorySeriesBase> {
   explicit MemorySeries(int size) : dtsr_cStoredSeries(size, dtsr_cDimensionArray(0)) {}
   using dtsr_cMemorySeriesBase::AbsIndex;
-  /// The times of all data, and where they are stored.
+  /// The times of all data, and their places.
   std::string Contents() const {
     std::string text;
     for (int i = 0; i < NextWriteIndex(); ++i) {

@@ -15,7 +15,7 @@ struct Receiver : mesg_cReceiver {
   }
   char name;
   std::string& log;
-  std::function<void()> on_first;  // what it does when message 1 arrives
+  std::function<void()> on_first;  // called when message 1 arrives
 };
 
 /// Four receivers a to d; a to c are attached in this order.
@@ -28,12 +28,12 @@ class Messages : public testing::Test {
   void Attach(int i, unsigned short priority = 0xFFFF) { sender->AddReceiver(*At(i), priority); }
   void Detach(int i) { sender->RemoveReceiver(*At(i)); }
   std::optional<Receiver>& At(int i) { return receivers[static_cast<std::size_t>(i)]; }
-  /// Sends message 1 from within itself; b does something else then.
+  /// Sends message 1 from within its delivery, with another action of b.
   void Again(std::function<void()> deed) {
     At(1)->on_first = std::move(deed);
     sender->SendMessage(1, nullptr);
   }
-  /// Who heard the message, in order.
+  /// The receivers of the message, in order.
   std::string Send(unsigned long id) {
     log.clear();
     const bool alive = sender && sender->SendMessage(id, nullptr);
@@ -48,7 +48,7 @@ class Messages : public testing::Test {
 
 TEST_F(Messages, GoToEachReceiverOnceInTheOrderOfPriorities) {
   Attach(3, 7);
-  Attach(0, 1);  // attached already: stays where it is
+  Attach(0, 1);  // attached already: keeps its place
   EXPECT_EQ(Send(1), "dabc");
   Sender copy(*sender);
   EXPECT_FALSE(copy.bHasReceivers());
@@ -59,9 +59,9 @@ TEST_F(Messages, GoToEachReceiverOnceInTheOrderOfPriorities) {
 
 TEST_F(Messages, SurviveWhateverAReceiverDoes) {
   struct Case {
-    std::function<void()> deed;  // of b on message 1, with a before and c behind it
-    const char* first;           // who hears message 1
-    const char* next;            // who hears message 2 afterwards
+    std::function<void()> deed;  // of b on message 1, with a before and c after it
+    const char* first;           // the receivers of message 1
+    const char* next;            // the receivers of message 2 afterwards
   };
   const std::vector<Case> cases = {
       {[&] { Detach(0), Detach(1); }, "abc", "c"},
@@ -85,7 +85,7 @@ TEST_F(Messages, SurviveWhateverAReceiverDoes) {
     for (char name : {'a', 'b', 'c', 'd'}) receivers.emplace_back(std::in_place, name, log);
     for (int each = 0; each < 3; ++each) Attach(each);
     const auto deed = cases[i].deed;
-    At(1)->on_first = [&deed] { deed(); };  // lives on when its receiver does not
+    At(1)->on_first = [&deed] { deed(); };  // outlives its receiver
     EXPECT_EQ(Send(1), cases[i].first);
     EXPECT_EQ(Send(2), cases[i].next);
   }

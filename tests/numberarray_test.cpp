@@ -94,7 +94,7 @@ TEST(NumberArray, BeginsEmptyAndRefusesWhatItCannotHold) {
   EXPECT_THROW(parr_c1DNumberArray().Value(0), arr_cIndexException);
   EXPECT_THROW(parr_c1DNumberArray(nullptr), expt_cProgramException);
   EXPECT_THROW(parr_c2DNumberArray(nullptr), expt_cProgramException);
-  parr_c1DNumberArray no_line;  // of bytes, which it stays, for it has none to widen
+  parr_c1DNumberArray no_line;  // of bytes; stays so without elements to widen
   EXPECT_THROW(no_line.SetData(Line<double>({1, 2}), Range::Null, Range(0, 2)), arr_cIndexException);
   parr_c2DNumberArray no_plane;
   EXPECT_THROW(no_plane.SetData(Plane<double>(1, {1, 2}), Range2D::Null, Range2D(0, 0, 1, 2)),
@@ -147,7 +147,7 @@ TEST(NumberArray, TakesIndicesOfAnyIntegerType) {
   check(short(2)), check('\2'), check(2), check(2U), check(2L), check(2UL), check(2LL), check(2ULL);
   EXPECT_EQ(Values(line), Values(plane));
 
-  const auto refuse = [&](auto wide) {  // which is 2 in 32 bits
+  const auto refuse = [&](auto wide) {  // 2 in 32 bits
     EXPECT_THROW(line.Value(wide), arr_cIndexException);
     EXPECT_THROW(plane.Value(wide, 0), arr_cIndexException);
     EXPECT_THROW(plane.SetValue(9, 0, wide), arr_cIndexException);
@@ -157,7 +157,7 @@ TEST(NumberArray, TakesIndicesOfAnyIntegerType) {
   EXPECT_EQ(Values(line), Values(plane));
 }
 
-/// Whether a value is there for two of these types.
+/// Whether Value takes indices of these types.
 template <class X, class Y>
 constexpr bool bReadable = requires(const darr_c2DArray& array, X x, Y y) {
   array.Value(x, y);

@@ -118,7 +118,7 @@ TEST(Positions, StayUsableWhateverReceiversDo) {
   EXPECT_EQ(*p, pos_c2DPosition(3, 3));
   last.Heard();
 
-  thrower.OnAnnouncement([&](auto&) {  // changes it again from within
+  thrower.OnAnnouncement([&](auto&) {  // nested change
     if (p->X() < 6) p->Move(1, 0);
   });
   p->SetPosition(4, 3);

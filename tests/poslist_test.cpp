@@ -25,7 +25,7 @@ pos_c2DPosition& Point(const pos_c2DPositionList& list, int place) {
   return **std::next(list.begin(), place);
 }
 
-/// A list of (0, 0), (4, 2) and (1, 10), with its centre at (2, 5), that is watched.
+/// A watched list of (0, 0), (4, 2) and (1, 10), with its centre at (2, 5).
 class PositionList : public testing::Test {
  protected:
   PositionList() {
@@ -77,7 +77,7 @@ TEST_F(PositionList, ComputesTheBoundingBoxFromHeadToTailToTheLastBit) {
   pos_c2DPositionList grown;
   double x = 0.1, y = 1e3;
   for (int i = 0; i < 500; ++i) {
-    x = x * -1.013 + 0.7;  // the order of additions shows in the rounding
+    x = x * -1.013 + 0.7;  // rounding depends on the order of additions
     y = y * 0.97 - x / 3;
     grown.AddAtTail(new pos_c2DPosition(x, y));
     if (i % 50 == 17) Point(grown, i / 2).Move(0.3, -0.1);
@@ -109,7 +109,7 @@ TEST_F(PositionList, KnowsWherePositionsAreWhoseChangeItHasNotHeard) {
   Watcher2D late(Point(list, 1)), early(Point(list, 1));
   Point(list, 1).RemoveReceiver(early);
   Point(list, 1).AddReceiver(early, 0);
-  late.OnOffer([&](auto&) { add(); });  // while the position is where it was
+  late.OnOffer([&](auto&) { add(); });  // before the position has moved
   early.OnAnnouncement([](auto&) { throw Refusal(); });
   EXPECT_THROW(Point(list, 1).SetPosition(4, 8), Refusal);
   add();
@@ -127,7 +127,7 @@ TEST_F(PositionList, IsHeardByItsOverridesWithoutAnyReceiver) {
   derived.SetPositions(list);
   EXPECT_EQ(derived.Heard(), "()o()()a");
   Point(list, 0).SetPosition(-0.0, -0.0);
-  EXPECT_FALSE(std::signbit(Point(list, 0).X())) << "the list listens";
+  EXPECT_FALSE(std::signbit(Point(list, 0).X())) << "the list is a receiver";
 }
 
 TEST_F(PositionList, MovesAsOneFigureWithItsCenter) {
@@ -151,7 +151,7 @@ TEST_F(PositionList, MovesAsOneFigureWithItsCenter) {
 }
 
 TEST_F(PositionList, TellsOfASinglePoint) {
-  list.AddAtTail(new pos_c2DPosition(0, 0));  // twice the same place
+  list.AddAtTail(new pos_c2DPosition(0, 0));  // the same place twice
   const Points before = PointsOf(list);
   watcher->OnOffer([&](auto& change) { EXPECT_EQ(PointsOf(change.NewList).back(), std::pair(6.0, -2.0)); });
   watcher->OnAnnouncement([&](auto& change) {
@@ -170,7 +170,7 @@ TEST_F(PositionList, ObeysARefusal) {
   Point(list, 1).SetPosition(9, 9);
   EXPECT_EQ(PointsOf(list), points);
   EXPECT_EQ(Center(), pos_c2DPosition(2, 5));
-  EXPECT_EQ(watcher->Heard(), "oaoa") << "announced although nothing has moved";
+  EXPECT_EQ(watcher->Heard(), "oaoa") << "announced although nothing moved";
   EXPECT_EQ(center.Heard(), "oa");
 }
 
@@ -191,7 +191,7 @@ TEST_F(PositionList, TakesOverTheShapeOfAnother) {
   EXPECT_EQ(list, source);
   EXPECT_EQ(watcher->Heard(), "oaoa");
   Point(list, 0).Move(-1, 0);
-  EXPECT_EQ(watcher->Heard(), "oa") << "the new positions are listened to";
+  EXPECT_EQ(watcher->Heard(), "oa") << "the list receives messages of the new positions";
 }
 
 TEST_F(PositionList, FollowsALimitOfItsCenter) {
@@ -232,7 +232,7 @@ TEST_F(PositionList, KeepsItsCenterRightWhenAReceiverThrows) {
   thrower.OnOffer(refuse);
   EXPECT_THROW(list.Center().Move(10, 0), Refusal);
   EXPECT_EQ(PointsOf(list), (Points{{10, 0}, {4, 2}, {1, 10}}));
-  EXPECT_EQ(Center(), pos_c2DPosition(5.5, 5)) << "the middle of what has moved and what has not";
+  EXPECT_EQ(Center(), pos_c2DPosition(5.5, 5)) << "the middle of moved and unmoved positions";
   EXPECT_THROW(list.SetPositions(source), Refusal);
   EXPECT_EQ(Center(), pos_c2DPosition(2.5, 5.5));
   Point(list, 1).RemoveReceiver(thrower);
@@ -243,18 +243,18 @@ TEST_F(PositionList, KeepsItsCenterRightWhenAReceiverThrows) {
   watcher->Heard();
   list.Center().Move(1, 1);
   Point(list, 3).Move(1, 1);
-  EXPECT_EQ(watcher->Heard(), "oaoa") << "it reacts as ever";
+  EXPECT_EQ(watcher->Heard(), "oaoa") << "it still reacts";
 }
 
 TEST_F(PositionList, MayBeReplacedWhileReceiversAreTold) {
   pos_c2DPositionList source;
   Add(source, {{1, 1}, {2, 2}});
-  // Who replaces it: a receiver of what is moved, before and after the list itself hears of it, one of the
-  // list, and one of a point that moves with the centre.
+  // The receiver that replaces it: one of the moved position, called before or after the list, one of the
+  // list, or one of a point that moves with the centre.
   enum class Meddler { Early, Late, OfList, InLoop };
   for (Meddler who : {Meddler::Early, Meddler::Late, Meddler::OfList, Meddler::InLoop})
     for (bool offered : {true, false})
-      for (int place : {of_center, 0, 2}) {  // what is moved
+      for (int place : {of_center, 0, 2}) {  // of the moved position
         list.Clear();
         Add(list, points);
         bool done = false;
@@ -274,7 +274,7 @@ TEST_F(PositionList, MayBeReplacedWhileReceiversAreTold) {
         moved.Move(1, 1);
         EXPECT_TRUE(done);
         EXPECT_EQ(list.NumberPositions(), 2);
-        EXPECT_TRUE(place == of_center || list == source);  // the centre moves what it finds
+        EXPECT_TRUE(place == of_center || list == source);  // the centre moves the positions it finds
       }
   watcher->Heard();
   Point(list, 0).Move(0, 1);
@@ -294,7 +294,7 @@ TEST_F(PositionList, IsReadBackFromABinaryStream) {
   EXPECT_TRUE(ReadAtoms(StreamKind::Binary, {{{0x7777, ""}, 1}}, read));
   EXPECT_EQ(read.NumberPositions(), 0);
   EXPECT_FALSE(ReadAtoms(StreamKind::Binary, {{{0x0100, ""}, 1.0}}, list));
-  EXPECT_EQ(list.NumberPositions(), 0) << "what could be read";
+  EXPECT_EQ(list.NumberPositions(), 0) << "only positions that could be read";
 }
 
 }  // namespace

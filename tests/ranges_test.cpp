@@ -8,7 +8,7 @@ namespace {
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 constexpr double inf = std::numeric_limits<double>::infinity();
 
-/// A range with receivers at it and at its centre.
+/// A range with receivers attached to it and to its centre.
 template <class Range, class Change, class CenterChange>
 struct Watched {
   Range range;
@@ -18,7 +18,7 @@ struct Watched {
   struct Step {
     void (*change)(Range&);
     Range after;
-    std::string heard;  // at the range and at the centre
+    std::string heard;  // by the range and by the centre
   };
   void Check(const std::vector<Step>& steps) {
     for (const Step& step : steps) {
@@ -33,7 +33,7 @@ struct Watched {
     }
     watcher.OnAnnouncement({});
   }
-  /// Whoever throws before the range has changed leaves everything as it was.
+  /// A receiver that throws before the range has changed leaves everything unchanged.
   void CheckRefusals(Range other) {
     const Range before = range;
     const auto refuse = [](auto&) { throw Refusal(); };
@@ -42,7 +42,7 @@ struct Watched {
       EXPECT_EQ(range, before);
       EXPECT_EQ(range.Center(), Range(before).Center());
     };
-    center.OnAnnouncement(refuse);  // on the way back too
+    center.OnAnnouncement(refuse);  // also while it is undone
     check([&] { range = other; });
     center.OnAnnouncement({});
     watcher.OnOffer(refuse);
@@ -51,7 +51,7 @@ struct Watched {
     watcher.OnOffer({});
     range.Center() = other.Center();
     EXPECT_EQ(range.CenterX(), other.CenterX());
-    EXPECT_EQ(range.SizeX(), before.SizeX()) << "it follows as ever";
+    EXPECT_EQ(range.SizeX(), before.SizeX()) << "it still follows";
   }
 };
 using Watched1D = Watched<rnge_c1DRange, rnge_s1DRangeChange, pos_s1DPositionChange>;
@@ -67,18 +67,17 @@ TEST(Range1D, IsSetAndFollowsItsCenter) {
   using Range = rnge_c1DRange;
   Watched1D watched{Range(5, 1)};
   const auto center_alone = [](Range& r) { r.Center().SetX(7); };
-  watched.Check(
-      {{[](Range& r) { r.SetRange(1, 5); }, {1, 5}, "|"},
-       {[](Range& r) { r.SetRange(5, 1); }, {1, 5}, "oa|"},  // the ends are compared as they are given
-       {[](Range& r) { r.SetCenter(4); }, {2, 6}, "oa|oa"},
-       {[](Range& r) { r.SetSizeX(1); }, {3.5, 4.5}, "oa|"},
-       {[](Range& r) { r = Range(8, 9); }, {8, 9}, "oa|oa"},
-       {center_alone, {6.5, 7.5}, "oa|oa"}});
+  watched.Check({{[](Range& r) { r.SetRange(1, 5); }, {1, 5}, "|"},
+                 {[](Range& r) { r.SetRange(5, 1); }, {1, 5}, "oa|"},  // the ends are compared as given
+                 {[](Range& r) { r.SetCenter(4); }, {2, 6}, "oa|oa"},
+                 {[](Range& r) { r.SetSizeX(1); }, {3.5, 4.5}, "oa|"},
+                 {[](Range& r) { r = Range(8, 9); }, {8, 9}, "oa|oa"},
+                 {center_alone, {6.5, 7.5}, "oa|oa"}});
   watched.CheckRefusals({20, 22});
 
   watched.watcher.OnOffer([](auto& change) {
     change.Modified = true;
-    change.NewRange.SetRange(6, 11);  // only its centre reaches the range
+    change.NewRange.SetRange(6, 11);  // only its centre changes the range
   });
   center_alone(watched.range);
   ExpectRange(watched.range, 8, 9);
@@ -119,10 +118,10 @@ TEST(Range2D, IsSetAndNegotiatesLikeRange1D) {
                  {[](Range& r) { r.Move(6, 5); }, {8, 9, 1, 2, 0.5}, "oa|oa"},
                  {[](Range& r) { r.Center().Move(-2, 1); }, {6, 10, 1, 2, 0.5}, "oa|oa"},
                  {[](Range& r) { r = Range(r); }, {6, 10, 1, 2, 0.5}, "|"},
-                 {[](Range& r) { r.SetRange(1, 1, 3, 3); }, {2, 2, 2, 2, 0}, "oa|oa"}});  // the angle is gone
+                 {[](Range& r) { r.SetRange(1, 1, 3, 3); }, {2, 2, 2, 2, 0}, "oa|oa"}});  // resets the angle
   watched.CheckRefusals({5, 6, 7, 9});
 
-  limit.OnOffer([](auto& change) {  // keeps out of the left half
+  limit.OnOffer([](auto& change) {  // excludes the left half
     change.Modified = change.NewRange.CenterX() < 0;
     if (change.Modified) change.NewRange.SetCenter(0, change.NewRange.CenterY());
   });
@@ -155,7 +154,7 @@ TEST(Ranges, AreHeardByTheirOverridesWithoutAnyReceiver) {
 
 TEST(Ranges, KeepTheSignOfAZeroWhileSomebodyListens) {
   const auto check = [](auto range, auto same, auto signs, auto other) {
-    for (bool asked : {false, true}) {  // who listens to its own centre is no reason to keep it
+    for (bool asked : {false, true}) {  // a centre without other receivers does not count
       if (asked) range.Center();
       same(range, asked ? 0.0 : -0.0);
       EXPECT_EQ(signs(range), std::pair(!asked, !asked));
@@ -302,7 +301,7 @@ TEST(IndexRanges, SelectTheCellsOfACalibratedAxis) {
       EXPECT_EQ(std::pair(plane.StartIndexY(), plane.EndIndexY()), found);
       EXPECT_EQ(plane.IndexRangeX(), rnge_c1DIndexRange(1, 2));
     }
-  for (double delta : {0.0, nan, inf, -1.0})  // anything, but no undefined behaviour
+  for (double delta : {0.0, nan, inf, -1.0})  // any result, but no undefined behaviour
     for (double end : {nan, inf, 3.0})
       for (rnge_eIndexSelect select : all)
         EXPECT_LE(rnge_c1DIndexRange(rnge_c1DRange(0, end), cal_c1DArrayCal(0, delta, INT_MAX), select)

@@ -1,4 +1,4 @@
-"""What examples/read_series.py reads from the tool's files is what the tool says is in them.
+"""Checks that examples/read_series.py reads from series files what the tool shows of them.
 
 usage: read_series_test.py EXAMPLES DSERIES
 """

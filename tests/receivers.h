@@ -4,8 +4,8 @@
 #include <DataStorage/interfaces/expt.h>
 #include <DataStorage/interfaces/mesg.h>
 
-/// A receiver that notes what it hears (even identifiers are offers, 'o', odd ones announcements, 'a') and
-/// does what the test wants it to: limit, refuse, throw, detach ... `Change` is the payload of the sender.
+/// A receiver that logs its messages (even identifiers are offers, 'o', odd ones announcements, 'a') and runs
+/// the actions of the test: limit, refuse, throw, detach ... `Change` is the payload of the sender.
 template <class Change>
 class Watcher : public mesg_cReceiver {
  public:
@@ -22,7 +22,7 @@ class Watcher : public mesg_cReceiver {
     on_announcement_ = std::move(action);
     return *this;
   }
-  /// What was heard since the last question.
+  /// The messages since the last call.
   std::string Heard() { return std::exchange(own_log_, {}); }
 
   void ReceiveMessage(unsigned long id, mesg_cSender&, mesg_sMessageData* data) override {
@@ -31,10 +31,10 @@ class Watcher : public mesg_cReceiver {
     own_log_ += offer ? 'o' : 'a';
     if (log_ != nullptr) *log_ += offer ? name.first : name.second;
     const Action action = offer ? on_offer_ : on_announcement_;
-    if (action) action(change);  // a copy, as it may give the watcher something else to do
+    if (action) action(change);  // a copy, as the action may replace itself
   }
 
-  std::pair<char, char> name{'o', 'a'};  // what it writes into the shared log
+  std::pair<char, char> name{'o', 'a'};  // its characters in the shared log
 
  private:
   std::string own_log_;
@@ -42,7 +42,7 @@ class Watcher : public mesg_cReceiver {
   Action on_offer_, on_announcement_;
 };
 
-/// Notes what it sends, as a watcher does, also where it has no receivers.
+/// Logs the messages that it sends, also without receivers.
 template <class Sender>
 struct Talker : Sender {
   using Sender::Sender;
@@ -54,7 +54,7 @@ struct Talker : Sender {
   std::string Heard() { return std::exchange(log, {}); }
   std::string log;
 };
-/// And what it receives: '(' and ')'.
+/// Logs also those that it receives, as '(' and ')'.
 template <class Range>
 struct Listener : Talker<Range> {
   using Talker<Range>::Talker;
@@ -65,10 +65,10 @@ struct Listener : Talker<Range> {
   }
 };
 
-/// What receivers in tests throw.
+/// The exception that receivers in tests throw.
 struct Refusal {};
 
-/// A change that the limits on an object and on its centre do not allow.
+/// Checks a change that the limits on an object and on its centre do not allow.
 template <class Function>
 void ExpectGivesUp(Function change, const char* file, const char* message) {
   try {

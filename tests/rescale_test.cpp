@@ -104,10 +104,10 @@ darr_c2DArray AsPlane(const darr_c1DArray& array) {
           {array.OffsetX(), 0, array.DeltaX(), 1, array.CalIndexX(), 0}};
 }
 
-constexpr int written = 100;  // what is written counts from here on
+constexpr int written = 100;  // the first value written
 
 /// Writes to an array with rising axes and to its mirror image. Both get the same elements, but falling axes
-/// do not grow: where the array grew for an element that was written, its image refuses.
+/// do not grow: where the array grew for a written element, its image throws.
 template <class Array>
 void CheckMirrorImage(const Array& array, bool x, bool y,
                       const std::function<void(Array&, bool, bool)>& write) {
@@ -143,8 +143,7 @@ void CheckMirrorImage(const Array& array, bool x, bool y,
 TEST(FallingAxis, IsTheMirrorImageOfARisingOneThatDoesNotGrow) {
   std::minstd_rand random(RandomSeed());
   const auto whole = [&](int from, int to) { return std::uniform_int_distribution(from, to)(random); };
-  // Often on a common grid, but never halfway between two elements, where it is open which one is the
-  // nearest.
+  // Often on a common grid, but never halfway between two elements, where the nearest one is ambiguous.
   const auto position = [&] {
     return whole(0, 1) == 0 ? whole(-4, 4) : std::uniform_real_distribution(-4.0, 4.0)(random);
   };
@@ -182,7 +181,7 @@ TEST(FallingAxis, IsTheMirrorImageOfARisingOneThatDoesNotGrow) {
     const darr_c2DArray image = resc_Rescale(Mirrored(c, fallsX, fallsY), signX * newX, signY * newY);
     EXPECT_TRUE(image.Cal() == coarse.Cal() && Bytes(image) == Bytes(coarse));
 
-    // A physical range, which runs upwards, finds one cell at most on an axis that falls.
+    // A physical range rises, so it selects at most one cell on a falling axis.
     try {
       EXPECT_LE(Mirrored(a, true, false).Selection(atX, atY, rnge_eIndexSelect(whole(0, 3))).NumIndices(), 1);
     } catch (const arr_cSizeException&) {

@@ -8,7 +8,7 @@ using namespace fuzz;
 
 namespace {
 
-/// One atom of each kind that no other object has.
+/// One atom of each kind that no other object writes.
 struct Atoms : tgio_cTaggedStreamObject {
   std::tuple<unsigned char, int, str_cString, arr_c1DNumberArray<type_cBoolean>,
              arr_c2DNumberArray<type_cBoolean>>
@@ -38,7 +38,7 @@ struct Atoms : tgio_cTaggedStreamObject {
   }
 };
 
-/// All that an object holds. Each way of writing tells what another one may lose.
+/// Everything that an object holds, in all forms, as one may lose what another one keeps.
 template <class Object>
 std::string Form(const Object& object) {
   if constexpr (std::is_base_of_v<tgio_cTaggedStreamObject, Object> &&
@@ -49,7 +49,7 @@ std::string Form(const Object& object) {
   }
 }
 
-/// Makes objects, of the edges of their values more often than of the rest.
+/// Makes random objects, with edge values more often than others.
 class Random {
  public:
   explicit Random(unsigned seed) : engine_(seed) {}
@@ -75,7 +75,7 @@ class Random {
                        Limits::quiet_NaN()};
     const std::uint64_t bits = engine_();
     std::memcpy(&value, &bits, sizeof value);
-    // Text has one not-a-number only.
+    // Text has only one not-a-number.
     if (Below(2) == 0 || !(value == value)) value = edges[bits % std::size(edges)];
   }
   template <class T>
@@ -119,7 +119,7 @@ class Random {
     dimensions = dtsr_cDimensionArray(Count());
     for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
       const auto cal = Made<cal_c1DArrayCal>();
-      // A step below zero stands in files for the reverse order of an axis whose own step is positive.
+      // In files a negative step marks an axis in reverse order, whose own step is positive.
       const bool reverse = Below(2) == 1;
       const cal_c1DArrayCal natural(cal.OffsetX(), std::abs(cal.DeltaX()), cal.CalIndexX());
       dimensions.Dimension(d) = {Made<int>(), natural, Made<str_cString>(), Made<str_cString>(),
@@ -152,7 +152,7 @@ class Random {
   std::mt19937_64 engine_;
 };
 
-/// Tries a property with many objects.
+/// Checks a property with many objects.
 void Repeat(const std::function<void(Random&)>& property) {
   Random random(RandomSeed());
   for (int i = 0; i < 1000 && !testing::Test::HasFailure(); ++i) property(random);
@@ -194,7 +194,7 @@ TEST(RoundTrip, TaggedStreams) {
   });
 }
 
-/// Changes the bytes, or cuts off, doubles, swaps or inserts some, at a few places.
+/// Changes, cuts off, doubles, swaps or inserts bytes at a few places.
 std::string Damaged(Random& random, std::string form) {
   const auto place = [&](std::size_t room) {
     return static_cast<std::size_t>(random.Below(static_cast<int>(room) + 1));

@@ -6,7 +6,7 @@
 
 using fuzz::RawForm;
 
-/// Bytes typed as hexadecimal digits, with blanks for the reader.
+/// Bytes from hexadecimal digits, which blanks may separate.
 inline std::string Hex(const std::string& digits) {
   std::string bytes;
   unsigned byte;
@@ -17,12 +17,12 @@ inline std::string Hex(const std::string& digits) {
   return bytes;
 }
 
-/// Bytes of which some are replaced.
+/// The bytes with some replaced.
 inline std::string Patched(std::string bytes, std::size_t at, const std::string& digits) {
   return bytes.replace(at, Hex(digits).size(), Hex(digits));
 }
 
-/// What a function tells the user by an exception of the series; empty when it returns.
+/// The message of the series exception that a function throws; empty when it returns.
 template <class Function>
 std::string Complaint(Function function) {
   try {
@@ -34,7 +34,7 @@ std::string Complaint(Function function) {
   }
 }
 
-/// What reading the raw form from these bytes complains of.
+/// The message of the exception when the raw form is read from these bytes; empty without one.
 template <class T>
 std::string ReadComplaint(T& object, const std::string& bytes) {
   bstr_cMemory_istream in(bytes.data(), static_cast<std::int64_t>(bytes.size()));

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// A text as a datum; one that reads "half" cannot be written as a whole.
+/// A text as a datum; writing "half" fails halfway.
 struct Text {
   static unsigned int DataTypeID() { return 0x54; }
   bool Write(bstr_cBinary_ostream& out) const {
@@ -30,7 +30,7 @@ dtsr_cDimensionArray Line(int size) {
   return line;
 }
 
-/// A tag that can be neither copied nor written when told so.
+/// A tag whose copying and writing fail on demand.
 struct StubbornTag : dtsr_c2DPosition {
   using dtsr_c2DPosition::dtsr_c2DPosition;
   dtsr_cDataTag* pCopy() const override { throw std::bad_alloc(); }
@@ -52,7 +52,7 @@ std::string Contents(const Series& series) {
   return contents;
 }
 
-/// What both kinds of series do alike.
+/// Tests of both kinds of series.
 template <class Series>
 struct StoredSeriesOf : testing::Test {
   Series New(int size) const {

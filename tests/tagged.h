@@ -16,7 +16,7 @@ bool RoundTrip(StreamKind kind, const Written& written, Read& read) {
   return tgio_cASCII_ostream(bytes).Write(written) && tgio_cASCII_istream(bytes).Read(read);
 }
 
-/// An atom typed by hand.
+/// An atom written by hand.
 struct Atom {
   detail::AtomId id;
   std::variant<unsigned char, int, double, str_cString, const tgio_cStreamObject*,
@@ -24,7 +24,7 @@ struct Atom {
       value;
 };
 
-/// Writes atoms typed by hand as an object of any type.
+/// Writes such atoms as an object of any type.
 class HandWritten : public tgio_cTaggedStreamObject {
  public:
   HandWritten(const tgio_cObjectType& type, std::vector<Atom> atoms)
@@ -52,7 +52,7 @@ class HandWritten : public tgio_cTaggedStreamObject {
   std::vector<Atom> atoms_;
 };
 
-/// Reads atoms typed by hand into an object, as if it had written them.
+/// Reads such atoms into an object, as if it had written them.
 template <class Object>
 bool ReadAtoms(StreamKind kind, std::vector<Atom> atoms, Object& object) {
   return RoundTrip(kind, HandWritten(object.ObjectType(), std::move(atoms)), object);

@@ -4,11 +4,11 @@
 
 using namespace fuzz;
 
-// What makes an object unreadable, atom by atom: each known one is given contents that it cannot have.
+// Objects made unreadable, atom by atom: each known atom gets invalid contents.
 
 namespace {
 
-/// A caller's own class: an atom of each kind, read into a record.
+/// A class of the user: an atom of each kind, read into a record.
 class Settings : public tgio_cTaggedStreamObject {
  public:
   static constexpr tgio_cObjectType _ObjectType{"settings", 0x4321};
@@ -63,7 +63,7 @@ class Settings : public tgio_cTaggedStreamObject {
   Values values_;
 };
 
-/// The stream of which an object was parsed.
+/// The stream from which an object was parsed.
 std::string Written(const Node& node, bool outermost = true) {
   std::string form;
   if (!node.text) {
@@ -93,7 +93,7 @@ std::string Written(const Node& node, bool outermost = true) {
   return form + '\n';
 }
 
-/// Everything that makes this atom one that cannot be taken.
+/// All versions of this atom that must be refused.
 std::vector<Node> Damaged(const Node& atom) {
   std::vector<Node> damaged;
   const auto add = [&](auto change) { change(damaged.emplace_back(atom)); };
@@ -105,11 +105,11 @@ std::vector<Node> Damaged(const Node& atom) {
   }
   add([](Node& each) { each.kind = "object", each.type = each.text ? "1D range" : "321"; });
   if (!atom.text) {
-    if (atom.kind == "string") return damaged;  // which may hold any bytes
+    if (atom.kind == "string") return damaged;  // may hold any bytes
     add([](Node& each) { each.bytes.pop_back(); });
     add([](Node& each) { each.bytes += '\0'; });
     add([](Node& each) { each.bytes.clear(); });
-    if (atom.kind == "byte") add([](Node& each) { each.bytes[0] = static_cast<char>(200); });  // of no type
+    if (atom.kind == "byte") add([](Node& each) { each.bytes[0] = static_cast<char>(200); });  // not a type
     if (atom.kind != "data") return damaged;
     for (const std::size_t place : {0U, 1U, 4U})  // element code, count
       for (const int change : {1, -1, 0x80})
@@ -164,7 +164,7 @@ void CheckDamage(const Object& object) {
     std::istringstream stream(Written(damaged));
     typename Kind::In in(stream);
     EXPECT_FALSE(in.Read(static_cast<tgio_cTaggedStreamObject&>(read))) << stream.str();
-    // The list keeps the positions in front of the damage.
+    // The list keeps the positions before the damage.
     if constexpr (!std::is_same_v<Object, pos_c2DPositionList>) {
       EXPECT_EQ(TaggedForm<Kind>(read), TaggedForm<Kind>(object)) << stream.str();
     }

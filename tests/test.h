@@ -28,7 +28,7 @@
 #include <variant>
 #include <vector>
 
-// What all tests include, and the names that many of them need.
+// Included by all tests, with names that many of them use.
 
 using namespace std::string_literals;
 
@@ -36,15 +36,15 @@ constexpr int largest = std::numeric_limits<int>::max();
 constexpr double infinity = std::numeric_limits<double>::infinity();
 constexpr double not_a_number = std::numeric_limits<double>::quiet_NaN();
 
-/// Whether files can be locked here; in plain C++ they cannot.
+/// Whether files can be locked here; not in plain C++.
 #if defined(DATASTORAGE_PLAIN_SYSTEM)
 constexpr bool system_has_locks = false;
 #else
 constexpr bool system_has_locks = true;
 #endif
 
-/// Where the randomness of a test begins: told, and taken from DATASTORAGE_SEED where that is set, so that a
-/// run can be had again.
+/// The seed of a random test: printed, and taken from DATASTORAGE_SEED if that is set, so that a run can be
+/// repeated.
 inline unsigned RandomSeed() {
   const char* given = std::getenv("DATASTORAGE_SEED");
   const unsigned seed =

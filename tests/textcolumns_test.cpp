@@ -80,7 +80,7 @@ TEST(TextColumns, ReadsWordsWhereverBlocksEnd) {
   }
 }
 
-/// The numbers that a text begins with, and where reading ends.
+/// The numbers at the start of a text, and the place where reading ends.
 std::pair<std::vector<double>, std::size_t> NumbersOf(const std::string& text, std::size_t most) {
   static const std::regex number(R"([+-]?(\d+\.?\d*|\.\d+)(e[+-]?\d+)?)"),
       name(R"([+-]?(inf|infinity|nan|nan\(\w*\))(?=\s|$))", std::regex::icase);
@@ -132,7 +132,7 @@ TEST(TextColumns, AreWhatTheyAreByTheFirstLine) {
   }
 }
 
-/// Begins with a text and goes on for at least 1 MiB; counts what was taken of it.
+/// Begins with a text and continues for at least 1 MiB; counts the bytes that were read.
 struct LongStream : std::streambuf {
   explicit LongStream(const std::string& start) : text(start + std::string(1000, '\n')) {}
   int underflow() override {

@@ -13,7 +13,7 @@ constexpr tgio_cObjectType a_thing("a thing", 0x1234);
 constexpr AtomId byte_atom{1, "ab"}, int_atom{2, "ac"}, double_atom{3, "ad"}, text_atom{4, "ae"},
     array_atom{5, "af"}, image_atom{6, "ag"}, inner_atom{7, "ah"};
 
-/// A thing that is written and read by functions.
+/// An object that functions write and read.
 template <class Kind>
 struct Thing : tgio_cTaggedStreamObject {
   using Out = typename Kind::Out;
@@ -63,7 +63,7 @@ TYPED_TEST(TaggedStreams, RefuseWhatIsOfAnotherTypeOrKindAndGoOn) {
     EXPECT_EQ(integers.NumIndices(), 5);
     EXPECT_TRUE(atoms.Read(array));
     EXPECT_TRUE(detail::bAtAtom(atoms, int_atom));
-    return true;  // the rest is passed over
+    return true;  // the rest is skipped
   };
   EXPECT_TRUE(in.Read(thing));
   thing.read = [](typename TypeParam::In&) -> bool { throw 1; };
@@ -85,14 +85,14 @@ TYPED_TEST(TaggedStreams, PassOverNoAtomThatCouldNotBeRead) {
       if (!atoms.Read(real)) atoms.SkipObject();
     return true;
   };
-  EXPECT_FALSE(in.Read(thing)) << "who does not care that an atom was not passed over";
+  EXPECT_FALSE(in.Read(thing)) << "ignores that an atom could not be skipped";
   thing.read = [&](auto& atoms) { return atoms.SkipObject() && !atoms.Read(real); };
-  EXPECT_FALSE(in.Read(thing)) << "who leaves it behind";
+  EXPECT_FALSE(in.Read(thing)) << "leaves the atom unread";
   thing.read = [&](auto& atoms) {
     int integer = 0;
     return !atoms.Read(real) && atoms.Read(integer) && atoms.SkipObject() && !atoms.Read(real);
   };
-  EXPECT_TRUE(in.Read(thing)) << "who reads it as something else, and behind the last one";
+  EXPECT_TRUE(in.Read(thing)) << "reads it as another type, and reads past the last atom";
 }
 
 TYPED_TEST(TaggedStreams, WriteNothingOfAnObjectThatFails) {
@@ -139,7 +139,7 @@ TYPED_TEST(TaggedStreams, NestToALimit) {
   EXPECT_FALSE(typename TypeParam::Out(deeper).Write(thing));
 }
 
-/// Writes any bytes as the contents of an array.
+/// Writes given bytes as the contents of an array.
 struct Contents : tgio_cStreamObject {
   explicit Contents(std::string its_bytes) : bytes(std::move(its_bytes)) {}
   using tgio_cStreamObject::WriteStream;
@@ -161,7 +161,7 @@ TYPED_TEST(TaggedStreams, TakeContentsOfAnArraysTypeAndSizeOnly) {
     return bool{typename TypeParam::In(stream).Read(thing)};
   };
   EXPECT_TRUE(read(plane, "\x81\1\0\0\0\2\0\0\0\2\0"s));
-  EXPECT_EQ(*reinterpret_cast<const unsigned char*>(plane.Data()), 1) << "true, whatever byte it was";
+  EXPECT_EQ(*reinterpret_cast<const unsigned char*>(plane.Data()), 1) << "true for any byte but 0";
   for (const std::string& bad : {"\x81\1\0\0\0\2\0\0\0\1"s, "\x81\1\0\0\0\2\0\0\0\1\1\1"s, "\x81\1\0"s,
                                  "\x01\1\0\0\0\1\0\0\0\1"s, "\x81\xff\xff\xff\xff\xff\xff\xff\xff\1"s})
     EXPECT_FALSE(read(plane, bad));
@@ -169,7 +169,7 @@ TYPED_TEST(TaggedStreams, TakeContentsOfAnArraysTypeAndSizeOnly) {
     EXPECT_FALSE(read(line, bad));
 }
 
-/// Reads one thing and says which byte, integer and text it found.
+/// Reads one object and returns its byte, integer and text.
 template <class Kind>
 std::string ReadAll(const std::string& bytes) {
   unsigned char byte = 0;
@@ -202,9 +202,9 @@ TEST(BinaryTaggedStreams, HaveTheseBytes) {
             object("\5\0\6\7\0\0\0\0\0\0\0\x22\1\0\0\0\xfe\xff"s));
 
   EXPECT_EQ(ReadAll<Binary>(object("\xee\0\xee\2\0\0\0\0\0\0\0xy"s + five)), "0 5");   // unknown kind
-  EXPECT_EQ(ReadAll<Binary>(object(five + "\2\0\2\3\0\0\0\0\0\0\0xyz"s)), "damaged");  // of a wrong size
-  EXPECT_EQ(ReadAll<Binary>(object("\1\0\1\2\0\0\0\0\0\0\x80x"s + five)), "damaged");  // a wild length
-  EXPECT_EQ(ReadAll<Binary>(object("\7\0\5\1\0\0\0\0\0\0\0x"s + five)), "damaged");    // without a type
+  EXPECT_EQ(ReadAll<Binary>(object(five + "\2\0\2\3\0\0\0\0\0\0\0xyz"s)), "damaged");  // wrong size
+  EXPECT_EQ(ReadAll<Binary>(object("\1\0\1\2\0\0\0\0\0\0\x80x"s + five)), "damaged");  // invalid length
+  EXPECT_EQ(ReadAll<Binary>(object("\7\0\5\1\0\0\0\0\0\0\0x"s + five)), "damaged");    // no type
   EXPECT_EQ(ReadAll<Binary>("\0\0\5\xff\xff\xff\xff\xff\xff\xff\x7f"s + five), "cut off");
 }
 

@@ -6,12 +6,12 @@
 #include "tagged.h"
 #include <DataStorage/DataStorage.h>
 
-// Two threads that share no object. What they share all the same, without seeing it, is the statics of the
-// library: these tests are there to be run under the thread sanitizer.
+// Two threads that share no object, only the static variables of the library. These tests are meant for the
+// thread sanitizer.
 
 namespace {
 
-/// Runs the same work in two threads at once; it must use only objects of its own.
+/// Runs the same work in two threads at once. Requires that it uses only its own objects.
 void InTwoThreads(const std::function<void(int thread)>& work) {
   std::latch both(2);
   const auto run = [&](int thread) {
@@ -29,7 +29,7 @@ darr_c1DArray Ramp() {
   return ramp;
 }
 
-// This one stands first, so that it meets whatever is made when it is needed for the first time.
+// Comes first, so that it tests static variables that are initialized on first use.
 TEST(Threads, ConvertNumbersAndArrays) {
   InTwoThreads([](int) {
     for (int type = dtyp_UBin8; type <= dtyp_Complex128; ++type) {
@@ -39,7 +39,7 @@ TEST(Threads, ConvertNumbersAndArrays) {
       EXPECT_EQ(number.Value(), 12.0);
 
       darr_c1DArray array = Ramp();
-      const darr_c1DArray shared = array;  // until one is written
+      const darr_c1DArray shared = array;  // until one of them is written
       array.Convert(to);
       EXPECT_EQ(array.DataType(), to);
       EXPECT_NEAR(array.Value(12).Value(), 12, 0.25);

@@ -1,5 +1,5 @@
-# A project of another kind uses the library in every way there is: installed as a shared and as a static library,
-# found by CMake and by pkg-config, and as a subdirectory.
+# An outside project uses the library in every supported way: installed as a shared and as a static library, found by
+# CMake and by pkg-config, and as a subdirectory.
 cmake_minimum_required(VERSION 3.21)
 include(${CMAKE_CURRENT_LIST_DIR}/functions.cmake)
 
@@ -29,7 +29,7 @@ function(consume prefix)
   endif()
 endfunction()
 
-# What is installed: the headers outside of `detail` are those that DataStorage.h brings in.
+# Checks the installed files: the headers outside of `detail` are those that DataStorage.h includes.
 function(contents prefix)
   file(GLOB_RECURSE files LIST_DIRECTORIES false RELATIVE ${prefix} ${prefix}/*)
   file(GLOB flavour RELATIVE ${prefix} ${prefix}/${LIBDIR}/cmake/DataStorage/DataStorageTargets-*.cmake)

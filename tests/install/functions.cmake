@@ -1,4 +1,4 @@
-# run(<variable> <command> <argument>...): what a command prints; a failure ends the test.
+# run(<variable> <command> <argument>...): sets the variable to the output of a command; a failure ends the test.
 function(run variable)
   execute_process(COMMAND ${ARGN} RESULT_VARIABLE failed OUTPUT_VARIABLE output ERROR_VARIABLE errors)
   if(failed)
@@ -8,7 +8,7 @@ function(run variable)
   set(${variable} "${output}" PARENT_SCOPE)
 endfunction()
 
-# same(<what> <list> <list>): fails where one has what the other has not.
+# same(<what> <list> <list>): fails unless both lists have the same entries.
 function(same what is should)
   list(SORT is)
   list(SORT should)
@@ -20,7 +20,7 @@ function(same what is should)
   endif()
 endfunction()
 
-# public_headers(<variable> <folder>): what DataStorage.h brings in, as paths in that folder.
+# public_headers(<variable> <folder>): sets the variable to the headers that DataStorage.h includes, as paths in that folder.
 function(public_headers variable folder)
   run(headers ${CXX} -std=c++20 -MM -I${folder} ${folder}/DataStorage/DataStorage.h)
   string(REPLACE "${folder}/" "" headers "${headers}")

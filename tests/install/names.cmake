@@ -1,5 +1,5 @@
-# Programs that use the library meet its own names only: the shared library exports what its headers say, and the
-# headers leave no macros behind but those of the library and of the standard library.
+# Programs that use the library get only its own names: the shared library exports what its headers declare, and the
+# headers define no macros but those of the library and of the standard library.
 cmake_minimum_required(VERSION 3.21)
 include(${CMAKE_CURRENT_LIST_DIR}/functions.cmake)
 
@@ -29,7 +29,7 @@ foreach(symbol IN LISTS symbols)
   endif()
 endforeach()
 
-# The names of the macros that a source has before its end.
+# The names of the macros that are defined at the end of a source.
 function(macros variable source)
   file(WRITE ${SCRATCH}/macros.cpp "${source}\n")
   run(text ${CXX} -std=c++20 -I${BASE} -dM -E ${SCRATCH}/macros.cpp)

@@ -35,7 +35,7 @@ class Exports : public Tool {
 TEST_F(Exports, Curves) {
   Write("a.txt", "10 1.5\n10.1 nan\n10.2 -3\n");
   Write("b.txt", "10 0.1\n10.1 2\n");
-  // Names as nobody should choose them, in reverse order and at a place in text that is not exact.
+  // Difficult names, reverse order, and a position that is not exact in text.
   Succeed("create a.dseries --dim \"value,°,2,0.1,0.2,reverse\" --dim \"it's \\\"Länge\\\",m,2,5,1\"");
   Succeed("append a.dseries a.txt --type float32 --at 0.1,2 --time 7");
   EXPECT_EQ(Succeed("export a.dseries 0 -o -"), "position,value\n10,1.5\n10.1,nan\n10.2,-3\n");

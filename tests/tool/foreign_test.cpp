@@ -6,7 +6,7 @@ using testing::HasSubstr;
 
 namespace {
 
-/// A tag of another program: it adds a temperature to the time.
+/// A tag of another program, with a temperature besides the time.
 class OwnTag : public dtsr_cDataTag {
  public:
   OwnTag(long time, double temperature) : dtsr_cDataTag(time), temperature_(temperature) {}
@@ -21,7 +21,7 @@ class OwnTag : public dtsr_cDataTag {
   double temperature_;
 };
 
-/// Its series, whose data are texts.
+/// The series of that program, whose data are texts.
 class OwnSeries : public dseries::Series {
  public:
   OwnSeries(const std::string& path, int size) : Series(path, Line(size), 0x888) {}
@@ -37,12 +37,12 @@ class OwnSeries : public dseries::Series {
   }
 };
 
-// Where the words of the file stand that are damaged here.
+// The places of the words that are damaged here.
 constexpr std::size_t Valid = dseries::Header::ValidField, Lists = dseries::Header::ListsField;
 
 class Foreign : public Tool {
  protected:
-  /// Three data in so many slots.
+  /// Makes a series of three data in so many slots.
   void Make(int slots) {
     OwnSeries series(folder_ / "a.dseries", slots);
     for (int i = 0; i < 3; ++i)

@@ -1,5 +1,4 @@
-// What the tool writes: files under their names, messages, and the status that tells whether data were
-// stored.
+// The output of the tool: files, messages, and the exit status.
 #include <chrono>
 #include <csignal>
 #include <cstring>
@@ -30,7 +29,7 @@ namespace {
 class Outputs : public Tool {
  protected:
   Outputs() {
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) std::signal(signal, SIG_DFL);  // as a terminal has it
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) std::signal(signal, SIG_DFL);  // as in a terminal
     Write("one.txt", "1\n2\n3\n");
     Write("a.pgm", "P5\n3 2\n255\n123456");
     Succeed("create a.dseries --dim n,,9,0,1");
@@ -41,7 +40,7 @@ class Outputs : public Tool {
     Succeed("append r.dseries one.txt --time 7");
     series_ = Read("a.dseries");
   }
-  /// Runs a script of bash, in which "$0" is the program.
+  /// Runs a bash script, in which "$0" is the program.
   Result Script(const std::string& script) { return Run("", "bash -c '" + script + "'"); }
   /// Changes a 32-bit word of a file.
   void Patch(const std::string& name, std::size_t place, std::int32_t word) {
@@ -49,13 +48,13 @@ class Outputs : public Tool {
     std::memcpy(bytes.data() + place, &word, sizeof word);
     Write(name, bytes);
   }
-  /// Where the offset lists of a series begin.
+  /// The place of the offset lists of a series.
   std::size_t Lists() const {
     std::int32_t lists;
     std::memcpy(&lists, series_.data() + dseries::Header::ListsField, sizeof lists);
     return static_cast<std::size_t>(lists);
   }
-  /// How many valid data the header of a series counts.
+  /// The number of valid data in the header of a series.
   int Stored(const std::string& name) {
     std::int32_t stored = -1;
     std::ifstream file(folder_ / name, std::ios::binary);
@@ -71,7 +70,7 @@ TEST_F(Outputs, HaveTheStatusOfTheWorkWhereverMessagesGo) {
   const std::string appended = Read("a.dseries");
   const struct {
     const char* arguments;
-    bool stores;  // or standard output is the result
+    bool stores;  // false: its result goes to standard output
   } commands[] = {{"append a.dseries one.txt --time 8", true},
                   {"create new.dseries --force --dim n,,9,0,1", true},
                   {"convert a.dseries new.dseries --force --type float32", true},
@@ -185,7 +184,7 @@ TEST_F(Outputs, AppearUnderTheirNameOnlyWhole) {
     EXPECT_THAT(result.err, Not(HasSubstr(".part"))) << command;
     EXPECT_EQ(Files(), files) << command;
   }
-  // What is replaced stays until then, as do its permissions; links lead to the file that is meant.
+  // A replaced file stays until then, and its permissions remain; links are followed.
   Write("old.txt", "old");
   std::filesystem::permissions(folder_ / "old.txt", std::filesystem::perms(0640));
   std::filesystem::create_symlink("old.txt", folder_ / "link.txt");
@@ -223,7 +222,7 @@ TEST_F(Outputs, GoWhenASignalEndsTheProgram) {
     EXPECT_EXIT(interrupted(), testing::KilledBySignal(signal), "");
     EXPECT_EQ(Files(), "a.dseries a.pgm err.txt one.txt out.txt p.dseries r.dseries ");
   }
-  // Two that make the same file at once: the second one must not take the place of the first.
+  // Two that make the same file at once: the second one must not replace the first.
   dseries::NewFile first(target, dseries::Replace::Nothing), second(target, dseries::Replace::Nothing);
   first.Finish();
   EXPECT_THROW(second.Finish(), dseries::Failure);
@@ -234,9 +233,9 @@ TEST_F(Outputs, OfAppendEndBehindTheDatumInProgress) {
     Write("a.dseries", series_);
     std::filesystem::remove(folder_ / "fifo");
     ASSERT_EQ(mkfifo((folder_ / "fifo").c_str(), 0600), 0);
-    const int fifo = open((folder_ / "fifo").c_str(), O_RDWR);  // with an end that does not come
+    const int fifo = open((folder_ / "fifo").c_str(), O_RDWR);  // keeps it open, so that it does not end
     std::thread sender([&] {
-      const char data[20] = {};  // of two data and a half
+      const char data[20] = {};  // two data and a half
       EXPECT_EQ(write(fifo, data, sizeof data), 20);
       for (int i = 0; i < 2000 && Stored("a.dseries") < 3; ++i) {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
@@ -255,7 +254,7 @@ TEST_F(Outputs, OfAppendEndBehindTheDatumInProgress) {
 }
 
 TEST_F(Outputs, RefuseWhatCannotFitBeforeTheyBegin) {
-  // Datum 1 begins where a datum of 3 doubles and its tag end right at the last byte that a file can have.
+  // Datum 1 begins where a datum of 3 doubles and its tag just fit below the 2 GiB limit of a file.
   constexpr std::int32_t last = 0x7FFFFFFF, needed = 26 + 3 * 8 + 8;
   Patch("a.dseries", Lists() + 4, last - needed);
   std::filesystem::resize_file(folder_ / "a.dseries", last - needed);  // most of it is a hole
@@ -333,7 +332,7 @@ TEST_F(Outputs, HoldWhatCameThroughPipes) {
   // Memory does not grow with the input.
   Succeed("create big.dseries --dim n,,99,0,1");
 #if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer)
-  const std::string limit;  // the sanitizer takes memory of its own
+  const std::string limit;  // the sanitizer needs memory itself
 #else
   const std::string limit = "ulimit -v 120000; ";
 #endif
@@ -358,7 +357,7 @@ TEST_F(Outputs, OfSeveralFilesDoNotStopAtAMissingOne) {
   }
 }
 
-/// Raw data as a literal reading of the bytes has them.
+/// Compares raw data with a direct reading of the bytes.
 TEST_F(Outputs, HoldRawDataHoweverTheyAreRead) {
   for (const int elements : {1, 2, 5}) {
     for (const int count : {1, 3, 70}) {

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# The manual page and the completion of bash know every command and option, and bash offers what fits.
+# The manual page and the bash completion cover every command and option, and bash completes words.
 # usage: pages_test.sh DSERIES FOLDER
 set -uo pipefail
 dseries=$1
@@ -9,7 +9,7 @@ source "$2/dseries.bash" || exit
 failures=0
 complain() { echo "$*" >&2; failures=$((failures + 1)); }
 
-# offered WORD...: what is offered for the last one of the words behind 'dseries'.
+# offered WORD...: the completions of the last one of the words after 'dseries'.
 offered() {
   COMP_WORDS=(dseries "$@") COMP_CWORD=$# COMPREPLY=()
   _dseries

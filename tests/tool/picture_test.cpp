@@ -21,7 +21,7 @@ std::string Floats(std::initializer_list<float> values) {
   return bytes;
 }
 
-/// A BMP of 3 x 2 pixels by hand: 8 bits unless other, grey unless `red` is added to its colours.
+/// A BMP of 3 x 2 pixels made by hand, grey unless `red` is added to its colours.
 std::string Bmp(const std::string& pixels, int height = 2, int bits = 8, int compression = 0, int red = 0) {
   std::string bmp = "BM" + Bytes({0x3E, 4, 0, 0, 0, 0, 0, 0, 0x36, 4, 0, 0, 40, 0, 0, 0, 3, 0, 0, 0}) +
                     Bytes({height & 0xFF, height >> 8 & 0xFF, height >> 16 & 0xFF, height >> 24 & 0xFF}) +
@@ -30,7 +30,7 @@ std::string Bmp(const std::string& pixels, int height = 2, int bits = 8, int com
   return bmp + pixels;
 }
 
-// What every form of this picture must come to: the top row is 1 2 3, the bottom row 4 5 6.
+// The result of every form of this picture: the top row is 1 2 3, the bottom row 4 5 6.
 const std::string bottom_up = Bytes({4, 5, 6, 0, 1, 2, 3, 0});
 const std::string pgm = "P5\n3 2\n255\n" + Bytes({1, 2, 3, 4, 5, 6});
 
@@ -45,7 +45,7 @@ class Pictures : public Tool {
 };
 
 TEST_F(Pictures, ComeUprightFromEveryFormToEveryOther) {
-  std::string later = Bmp(bottom_up);  // a longer header, and a gap in front of the pixels
+  std::string later = Bmp(bottom_up);  // a longer header, and a gap before the pixels
   later.replace(10, 8, Bytes({0x3E + 124 - 40, 4, 0, 0, 124, 0, 0, 0}));
   later.insert(54, std::string(124 - 40, '\0')).insert(later.size() - 8, 8, '\x77');
   Write("raw.pgm", pgm);
@@ -127,7 +127,7 @@ TEST_F(Pictures, AreStoredInSeriesAndCutInPhysicalUnits) {
 }
 
 TEST_F(Pictures, MapARaster) {
-  // Four elements at each of 2 x 2 places, the fourth of which is never filled.
+  // Four elements at each of 2 x 2 places; the fourth place stays empty.
   Write("a.f32", Floats({1, 2, 3, 4, 10, 20, 30, 40, 5, std::nanf(""), 7, 8}));
   Succeed("create a.dseries --dim x,m,2,0,1,reverse --dim y,m,2,5,1");
   Succeed("append a.dseries a.f32 --raw 4 --offset 0.1 --delta 0.1");

@@ -97,7 +97,7 @@ TEST_F(Plots, ShowPlanesUprightWithTheirGaps) {
   const std::string text = Succeed("plot a.dseries --contrast 0,4");
   EXPECT_THAT(text, StartsWith("a.dseries\ndatum 0: n 0, 1970-01-01T00:00:07Z\ny\n"));
   const auto at = [&text](const char* glyph) { return text.find(glyph); };
-  EXPECT_LT(at("▒▒▓▓"), at("····"));  // the top row first; blank where there is no value
+  EXPECT_LT(at("▒▒▓▓"), at("····"));  // the top row first; blank without a value
   EXPECT_THAT(text, HasSubstr("··       "));
   EXPECT_THAT(text, Not(HasSubstr("\x1b")));
 
@@ -121,7 +121,7 @@ TEST_F(Plots, ShowPlanesUprightWithTheirGaps) {
 }
 
 TEST_F(Plots, TellWhatTheirScaleCutsOff) {
-  // How wide the topmost row of the scale of colours is: a tip is narrow.
+  // The width of the top row of the colour scale, which is narrow for a tip.
   const auto bar_top = [this] {
     Succeed("plot a.dseries -o a.png");
     for (const auto& row : ReadPng("a.png")) {
@@ -201,7 +201,7 @@ TEST_F(Plots, TellCurvesApartWithoutColours) {
   }
   EXPECT_EQ(marks, "22221111");
 
-  // The highest pixels of each curve below its name belong to the marks: those of squares are many.
+  // Below the names, the highest pixels of each curve belong to its marks: squares have many.
   Succeed("plot a.dseries --contrast -1,2 -o a.png");
   const Pixels figure = ReadPng("a.png");
   const auto top_pixels = [&figure](std::int64_t color) {
@@ -226,8 +226,7 @@ TEST_F(Plots, ShowTheOneHighValueAmongMany) {
   std::set<std::size_t> columns;
   for (std::size_t y = figure.size() / 3; y < figure.size() / 2; ++y) {
     for (std::size_t x = 0; x < figure[y].size(); ++x) {
-      if ((figure[y][x] >> 16) < 100 && (figure[y][x] & 0xFF) > 150)
-        columns.insert(x);  // the blue of the curve
+      if ((figure[y][x] >> 16) < 100 && (figure[y][x] & 0xFF) > 150) columns.insert(x);  // blue, as the curve
     }
   }
   EXPECT_TRUE(columns.size() > 0 && columns.size() < 5);

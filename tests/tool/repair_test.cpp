@@ -9,12 +9,12 @@ using testing::HasSubstr;
 
 namespace {
 
-// Where the words of the file stand that these tests damage: one dimension of five slots, three of them
+// The places of the words that these tests damage. The file has one dimension of five slots, three of them
 // filled with two 8-byte floats each.
 constexpr int TagType = 10, Total = 14, Valid = 18, Lists = 22, DimensionCount = 26, Size = 30,
               TextLength = 54, DataOffsets = 63, TagOffsets = 83, Datum0 = 103, Tag0 = 145, Datum1 = 153,
               Tag1 = 195, Datum2 = 203, Tag2 = 245, End = 253;
-constexpr int Count = 22;  // of the elements, within a datum
+constexpr int Count = 22;  // place of the element count in a datum
 
 struct Damage {
   int position;
@@ -36,7 +36,7 @@ class Repair : public Tool {
     }
   }
 
-  /// What is said when the file is repaired with some words changed and cut at `size`.
+  /// Repairs the file with some words changed and cut at `size`.
   Result Mend(std::initializer_list<Damage> damages, int size = End) {
     std::string bytes = bytes_;
     for (const auto& [position, word] : damages) {
@@ -53,7 +53,7 @@ class Repair : public Tool {
     return result;
   }
 
-  /// The saved data as they stand in the new file: "012" when all are there, a dot for one without elements.
+  /// The data in the new file: "012" when all are there, a dot for one without elements.
   std::string Saved() {
     std::string saved;
     for (const std::string& text : texts_) {

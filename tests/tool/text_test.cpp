@@ -16,7 +16,7 @@ namespace {
 
 constexpr double nan = std::numeric_limits<double>::quiet_NaN();
 
-/// What is complained of; empty when the text is taken.
+/// The message of the Failure; empty when the text is accepted.
 std::string Complaint(const std::string& text, const GridForm& form = {}) {
   try {
     const Columns columns = ReadColumns("a.txt", text, {"x", "-9"});
@@ -27,7 +27,7 @@ std::string Complaint(const std::string& text, const GridForm& form = {}) {
   }
 }
 
-/// The calibration as "offset delta", and the line that is moved most where one is.
+/// The calibration as "offset delta", and the line that is moved most, if any.
 std::string GridText(const std::string& text, const GridForm& form = {}) {
   const Columns columns = ReadColumns("a.txt", text, {});
   const dseries::Grid grid = GridOf("a.txt", columns, form);
@@ -108,7 +108,7 @@ TEST(Text, GivesTheStepOfAllItsPositions) {
   EXPECT_EQ(GridText("4 7\n", {false, 0.5}), "4 0.5");
 }
 
-/// Grids as programs print them: with so many decimals or digits, zeros left out or not.
+/// Grids as programs print them: with so many decimals or digits, with or without trailing zeros.
 TEST(Text, TakesEveryPrintedGridButNoneWithAGap) {
   const unsigned seed = std::random_device()();
   SCOPED_TRACE(seed);

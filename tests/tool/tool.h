@@ -12,27 +12,27 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-/// What a run of the program came to.
+/// The result of a run of the program.
 struct Result {
   int status;
   std::string out;
   std::string err;
 };
 
-/// Runs the program in a folder of its own.
+/// Runs the program in its own folder.
 class Tool : public testing::Test {
  protected:
   Tool() { std::filesystem::create_directories(folder_); }
   ~Tool() override { std::filesystem::remove_all(folder_); }
 
-  /// By a shell: `before` is put in front of the program, and the arguments may redirect its streams.
+  /// Runs it in a shell: `before` precedes the program, and the arguments may redirect its streams.
   Result Run(const std::string& arguments, const std::string& before = "") {
     const std::string command = "cd " + folder_.string() + " && " + before +
                                 " " DSERIES " </dev/null >out.txt 2>err.txt " + arguments;
     const int status = std::system(command.c_str());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Read("out.txt"), Read("err.txt")};
   }
-  /// Runs what must succeed, and returns its output.
+  /// Runs a command that must succeed, and returns its output.
   std::string Succeed(const std::string& arguments) {
     const Result result = Run(arguments);
     EXPECT_EQ(result.status, 0) << arguments << "\n" << result.err;
@@ -46,7 +46,7 @@ class Tool : public testing::Test {
   void Write(const std::string& name, const std::string& bytes) {
     std::ofstream(folder_ / name, std::ios::binary) << bytes;
   }
-  /// The names of all files, each with a blank behind it.
+  /// The names of all files, each followed by a blank.
   std::string Files() {
     std::set<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(folder_))

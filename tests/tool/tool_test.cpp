@@ -78,7 +78,7 @@ TEST_F(Refusals, OfSeriesThatCannotBeMade) {
   EXPECT_FALSE(bExists("a.dseries"));
   EXPECT_EQ(Read("taken.dseries"), "precious");
 
-  // The file that a failed create made goes, the one that it was to replace stays.
+  // A failed create removes its new file, and keeps the one to be replaced.
   for (const char* arguments :
        {"create a.dseries --dim x,m,3000,0,1", "create taken.dseries --force --dim x,m,3000,0,1"}) {
     const Result result = Run(arguments, "ulimit -f 4;");
@@ -241,7 +241,7 @@ TEST_F(Tool, FindsWhatItLists) {
     EXPECT_EQ(Succeed(find + " --time " + time), Succeed(find)) << find;
   }
   EXPECT_EQ(word, "1,2");
-  // What was rounded further is offered as it has to be typed.
+  // For numbers that were rounded further, the command that finds them is shown.
   const std::string refused = Run("find 'a b.dseries' --at -0.19,1700000000 --time 31").err;
   const std::string offered = refused.substr(refused.find("dseries find") + 8);
   EXPECT_EQ(offered, "find 'a b.dseries' --at -0.2,1700000000.123 --time 1970-01-01T00:00:10Z\n");
@@ -260,7 +260,7 @@ TEST_F(Tool, NeedsNoPermissionToWriteWhereItOnlyReads) {
   std::filesystem::permissions(folder_ / "a.dseries", std::filesystem::perms(0444));
   std::filesystem::permissions(folder_, std::filesystem::perms(0777));
   const std::string nobody = geteuid() == 0 ? "setpriv --reuid=65534 --regid=65534 --clear-groups" : "";
-  if (Run("--help", nobody).status != 0) GTEST_SKIP() << "cannot become somebody without permissions";
+  if (Run("--help", nobody).status != 0) GTEST_SKIP() << "cannot become a user without permissions";
   for (const char* command : {"info", "list", "get -i 0", "find --at 1,2", "verify"}) {
     std::filesystem::remove(folder_ / "out.txt");
     std::filesystem::remove(folder_ / "err.txt");
@@ -310,7 +310,8 @@ TEST(Format, Values) {
   table.Row({"°E", "1"});
   table.Row({"mm", "10"});
   EXPECT_EQ(table.Text(1), " °E   1\n mm  10\n");
-  Table wide({Table::Name, Table::Right, Table::Left});  // what is no name stays whole, and makes it too wide
+  Table wide(
+      {Table::Name, Table::Right, Table::Left});  // other columns are never shortened, so it is too wide
   wide.Heading({"°°°°°°°°°", "heading", "1"});
   wide.Row({"name", std::string(75, '7'), "x"});
   EXPECT_EQ(wide.Text(),
@@ -334,11 +335,11 @@ TEST_F(Tool, TakesSeveralFilesInTheirNaturalOrder) {
   Write("run_3.dseries", "damaged");
   const Result result = Run("verify 'run_*.dseries'");
   EXPECT_EQ(result.status, 1);
-  EXPECT_THAT(result.out, HasSubstr("run_10.dseries: whole"));  // the last one is looked at as well
+  EXPECT_THAT(result.out, HasSubstr("run_10.dseries: whole"));  // the last one is checked as well
   EXPECT_EQ(result.err, "dseries: 1 of 4 files are not whole\n");
 }
 
-/// What the help shows is run as it is shown, on files of the names that it uses.
+/// Runs the examples of the help, on files with the names that it uses.
 TEST_F(Tool, DoesWhatItsHelpShows) {
   const std::string data = EXAMPLE_DATA;
   for (const auto& [from, to] :

@@ -11,8 +11,8 @@ using testing::HasSubstr;
 
 namespace {
 
-// Where the words of the file stand that these tests damage: one dimension of three slots, two of them filled
-// with two 8-byte floats each.
+// The places of the words that these tests damage. The file has one dimension of three slots, two of them
+// filled with two 8-byte floats each.
 constexpr int DataType = 6, TagType = 10, Total = 14, Valid = 18, Lists = 22, DimensionCount = 26, Size = 30,
               TextLength = 54, DataOffsets = 63, TagOffsets = 75, Datum0 = 87, Tag0 = 129, Datum1 = 137,
               Tag1 = 179, End = 187;
@@ -27,7 +27,7 @@ class Verify : public Tool {
     ASSERT_EQ(bytes_.size(), std::size_t{End});
   }
 
-  /// What is said of the file with one word changed and cut at `size`.
+  /// Verifies the file with one word changed and cut at `size`.
   Result Damage(int position, std::int32_t word, int size = End) {
     std::string bytes = bytes_;
     std::memcpy(bytes.data() + position, &word, sizeof word);
@@ -90,7 +90,7 @@ TEST_F(Verify, TellsEveryKindOfDamageApart) {
   EXPECT_THAT(Damage(Tag0 + 4, 8, Tag1 - 1).out, HasSubstr("datum 1 is cut off: it should end at byte 179"));
   EXPECT_THAT(Damage(Tag0 + 4, 8, Tag1 - 1).err,
               HasSubstr("1 of 2 data are whole; 'dseries repair a.dseries -o NEW' saves those"));
-  // What is missing must not become zeros in front of the next datum.
+  // An append must not fill the gap with zeros.
   EXPECT_THAT(Run("append a.dseries numbers.txt").err, HasSubstr("cut off within its data"));
   EXPECT_EQ(Read("a.dseries").size(), std::size_t{Tag1 - 1});
   Damage(Tag1, 0);
@@ -105,7 +105,7 @@ TEST_F(Verify, TellsEveryKindOfDamageApart) {
 }
 
 TEST_F(Verify, KnowsWhatAKilledProcessLeaves) {
-  // Killed before it had counted the second datum, and before it had told the kind of its tags.
+  // Killed before it wrote the count of the second datum, and before it wrote the kind of its tags.
   for (const auto& [position, word, note] :
        {std::tuple(Valid, 1, "an append was cut short"), std::tuple(TagType, 0, "the first tag gives it")}) {
     const Result result = Damage(position, word);
@@ -118,7 +118,7 @@ TEST_F(Verify, KnowsWhatAKilledProcessLeaves) {
   }
 }
 
-/// Reads all of a file whose header may say anything.
+/// Reads all of a file with any header.
 void ReadAll(const std::string& path) {
   try {
     dseries::DataSeries<darr_c1DArray> series(path, bstr_OpenReadOnly);

@@ -1,12 +1,12 @@
-// What a program outside the project relies on: the headers, the exported symbols, and exceptions that keep
-// their types on their way out of the library.
+// Checks what a program outside the project needs: the headers, the exported symbols, and exceptions that
+// keep their types when they leave the library.
 #include <sstream>
 
 #include <DataStorage/DataStorage.h>
 
 namespace {
 
-/// Arrays of any element type have their virtual functions from the library.
+/// Links the virtual functions of arrays of any element type, which are in the library.
 template <class T>
 bool bArraysLink() {
   const arr_c1DNumberArray<T> line(2);
