@@ -1,7 +1,7 @@
 cmake_minimum_required(VERSION 3.21)
 
-# The folders that each folder may include besides itself; all point down to interfaces. Only the header of the whole
-# library is in no folder.
+# The folders that each folder may include besides itself; all point down to interfaces. Only the header of
+# the whole library is in no folder.
 set(numbers interfaces)
 set(calibration interfaces numbers)
 set(positions ${calibration} calibration)

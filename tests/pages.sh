@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# Checks the pages: a code block under the name of an example equals that file, and a block that begins with a command
-# ("$ ...") shows its output.
+# Checks the pages: a code block under the name of an example equals that file, and a block that begins with a
+# command ("$ ...") shows its output.
 #
 # usage: pages.sh ROOT BUILD SCRATCH [--write]
-# The commands run in the folder SCRATCH, which looks like ROOT with BUILD as its release build. --write updates the
-# pages.
+# The commands run in the folder SCRATCH, which looks like ROOT with BUILD as its release build. --write
+# updates the pages.
 set -euo pipefail
 root=$1 build=$2 scratch=$3
 

@@ -1,5 +1,5 @@
-# An outside project uses the library in every supported way: installed as a shared and as a static library, found by
-# CMake and by pkg-config, and as a subdirectory.
+# An outside project uses the library in every supported way: installed as a shared and as a static library,
+# found by CMake and by pkg-config, and as a subdirectory.
 cmake_minimum_required(VERSION 3.21)
 include(${CMAKE_CURRENT_LIST_DIR}/functions.cmake)
 

@@ -1,4 +1,4 @@
-# run(<variable> <command> <argument>...): sets the variable to the output of a command; a failure ends the test.
+# run(<variable> <command> <argument>...): sets the variable to the output; a failure ends the test.
 function(run variable)
   execute_process(COMMAND ${ARGN} RESULT_VARIABLE failed OUTPUT_VARIABLE output ERROR_VARIABLE errors)
   if(failed)
@@ -20,7 +20,8 @@ function(same what is should)
   endif()
 endfunction()
 
-# public_headers(<variable> <folder>): sets the variable to the headers that DataStorage.h includes, as paths in that folder.
+# public_headers(<variable> <folder>): sets the variable to the headers that DataStorage.h includes, as paths
+# in that folder.
 function(public_headers variable folder)
   run(headers ${CXX} -std=c++20 -MM -I${folder} ${folder}/DataStorage/DataStorage.h)
   string(REPLACE "${folder}/" "" headers "${headers}")

@@ -1,5 +1,5 @@
-# Programs that use the library get only its own names: the shared library exports what its headers declare, and the
-# headers define no macros but those of the library and of the standard library.
+# Programs that use the library get only its own names: the shared library exports what its headers declare,
+# and the headers define no macros but those of the library and of the standard library.
 cmake_minimum_required(VERSION 3.21)
 include(${CMAKE_CURRENT_LIST_DIR}/functions.cmake)
 

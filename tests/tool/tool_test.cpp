@@ -310,8 +310,7 @@ TEST(Format, Values) {
   table.Row({"°E", "1"});
   table.Row({"mm", "10"});
   EXPECT_EQ(table.Text(1), " °E   1\n mm  10\n");
-  Table wide(
-      {Table::Name, Table::Right, Table::Left});  // other columns are never shortened, so it is too wide
+  Table wide({Table::Name, Table::Right, Table::Left});  // the numbers are not shortened: too wide
   wide.Heading({"°°°°°°°°°", "heading", "1"});
   wide.Row({"name", std::string(75, '7'), "x"});
   EXPECT_EQ(wide.Text(),

@@ -91,7 +91,7 @@ class Dots {
   std::vector<unsigned> masks_;
 };
 
-/// A raster in fewer pixels, each the mean of the elements in it.
+/// A raster as pixels, each the mean of the elements in it.
 class Pixels {
  public:
   Pixels(const Raster& raster, std::size_t width, std::size_t height)
