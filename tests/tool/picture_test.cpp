@@ -113,9 +113,9 @@ TEST_F(Pictures, AreStoredInSeriesAndCutInPhysicalUnits) {
     Refuse(source + " --region 16,0,20,1 -o b.pgm", "holds no data: the data go from 10 to 16 along X");
     Refuse(source + " --row-at 0 -o -", "Y 0 lies outside the data, which go from -1 to 0");
     Refuse(source + " --rescale 1e-9,1 -o b.pgm", "too many elements");
-    Refuse(source + " --rescale 0,1 -o b.pgm", "not above 0");
+    Refuse(source + " --rescale 0,1 -o b.pgm", "distances above 0");
     Refuse(source + " -o b.gif", ".bmp, .pgm and .darr");
-    Refuse(source + " --row-at -1", "--output is needed");
+    Refuse(source + " --row-at -1", "--output is required");
   }
   Succeed("get a.dseries 3 --contrast 7,10 -o b.pgm");
   EXPECT_EQ(Read("b.pgm"), "P5\n3 2\n255\n" + Bytes({183, 255, 0, 40, 40, 112}));  // 9 10 nan over 6 7 8

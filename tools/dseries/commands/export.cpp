@@ -229,9 +229,9 @@ void AddExport(CLI::App& program) {
             "Text with commas (.csv), or records of NumPy (.npy). - is text on standard output")
       ->required();
   command.footer(
-      "Text has a line for each element: the place and time of its datum (unless only one\n"
-      "datum was chosen), its position and its value. NumPy gets a record for each datum:\n"
-      "its place, its time, and all of its positions and values.\n\n"
+      "Text has a line for each element: the place and time of its datum (unless only\n"
+      "one datum was chosen), its position and its value. NumPy gets a record for each\n"
+      "datum: its place, its time, and all of its positions and values.\n\n"
       "Example: a whole raster, a datum of it, and how Python reads them\n"
       "  dseries export sst.dseries -o sst.npy\n"
       "  dseries export sst.dseries --position 181,1 -o place.csv\n"

@@ -53,9 +53,9 @@ void AddRepair(CLI::App& program) {
   command.add_option("-o,--output", options->output, "The file to make")->type_name("NEW")->required();
   command.add_flag("-f,--force", options->force, "Replace a file that exists");
   command.footer(
-      "Lists what is lost. Data keep their indices: an array without elements takes the\n"
-      "place of a lost datum that has others after it. Data of an unknown kind are copied\n"
-      "byte for byte, where the offset lists give their places.\n\n"
+      "Lists what is lost. Data keep their indices: an array without elements takes\n"
+      "the place of a lost datum that has others after it. Data of an unknown kind are\n"
+      "copied byte for byte, where the offset lists give their places.\n\n"
       "Example:\n"
       "  dseries repair broken.dseries -o saved.dseries");
   command.callback([options] { Repair(*options); });

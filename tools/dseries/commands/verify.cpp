@@ -56,9 +56,9 @@ void AddVerify(CLI::App& program) {
   CLI::App& command = *program.add_subcommand("verify", "Check a series file for damage");
   command.add_option("FILE", *files, "Series files, or names of several with * in quotes")->required();
   command.footer(
-      "Lists all faults; with any, the exit status is 1. It compares header, dimensions,\n"
-      "offset lists, data and tags with each other. It cannot detect a changed value,\n"
-      "position or time, as the file holds no checksums.\n\n"
+      "Lists all faults; with any, the exit status is 1. It compares header,\n"
+      "dimensions, offset lists, data and tags with each other. It cannot detect a\n"
+      "changed value, position or time, as the file holds no checksums.\n\n"
       "Example:\n"
       "  dseries verify sst.dseries months.dseries");
   command.callback([files] { VerifyAll(*files); });
