@@ -15,7 +15,7 @@ class Table {
 
   explicit Table(std::vector<Align> columns) : columns_(std::move(columns)) {}
 
-  /// Adds a row of headings. Requires that no other rows were added before.
+  /// Adds a row of headings. Requires that all rows before it are headings.
   void Heading(std::vector<std::string> cells) {
     Row(std::move(cells));
     headings_ = rows_.size();
