@@ -2,7 +2,7 @@
 #include <iterator>
 
 #include <DataStorage/interfaces/expt.h>
-#include <DataStorage/positions/detail/change.h>
+#include <DataStorage/positions/detail/negotiate.h>
 #include <DataStorage/positions/poslist.h>
 
 namespace {

@@ -1,5 +1,5 @@
 #include <DataStorage/interfaces/expt.h>
-#include <DataStorage/positions/detail/change.h>
+#include <DataStorage/positions/detail/negotiate.h>
 #include <DataStorage/positions/range2d.h>
 
 namespace {
