@@ -38,8 +38,6 @@ struct Attachment {
 /// written.
 class Delivery {
  public:
-  explicit Delivery(mesg_cSender& sender) noexcept
-      : sender_(&sender), outer_(std::exchange(sender.deliveries_, this)) {}
   Delivery(const Delivery&) = delete;
   Delivery& operator=(const Delivery&) = delete;
   ~Delivery() {
@@ -47,26 +45,28 @@ class Delivery {
   }
 
   /// Delivers a message; returns false when the sender was destroyed.
-  bool Run(unsigned long id, mesg_sMessageData* data) {
-    mesg_cSender& sender = *sender_;
+  static bool ToAll(mesg_cSender& sender, unsigned long id, mesg_sMessageData* data) {
+    Delivery delivery(sender, sender.deliveries_);
     const std::uint64_t end = attachments.load(std::memory_order_relaxed);
     for (const Attachment* each = sender.receivers_; each != nullptr;) {
-      current_ = each;
+      delivery.current_ = each;
       if (each->serial < end) each->receiver->ReceiveMessage(id, sender, data);
-      each = current_ != nullptr ? each->next : next_;
+      each = delivery.current_ != nullptr ? each->next : delivery.next_;
     }
-    while (queued_ != nullptr && !queued_->empty() && sender_ != nullptr) {
-      const Message message = std::move(queued_->front());
-      queued_->pop_front();
-      sender_->SendMessage(message.id, message.data.get());
-    }
-    return sender_ != nullptr;
+    return delivery.bEnd();
+  }
+  /// The same for a sender with one receiver and no other delivery in progress, the most frequent case, in a
+  /// third of the time.
+  static bool ToOne(mesg_cSender& sender, unsigned long id, mesg_sMessageData* data) {
+    Delivery delivery(sender, nullptr);
+    sender.receivers_->receiver->ReceiveMessage(id, sender, data);
+    return delivery.bEnd();
   }
 
   /// Keeps a message until the outermost delivery has ended.
   void Queue(unsigned long id, std::unique_ptr<mesg_sMessageData> data) {
     if (outer_ != nullptr) return outer_->Queue(id, std::move(data));
-    if (queued_ == nullptr) queued_ = std::make_unique<std::deque<Message>>();
+    if (queued_ == nullptr) queued_ = std::make_unique<Messages>();
     queued_->push_back({id, std::move(data)});
   }
 
@@ -86,13 +86,33 @@ class Delivery {
     unsigned long id;
     std::unique_ptr<mesg_sMessageData> data;
   };
+  struct Messages : std::deque<Message> {
+    [[gnu::noinline]] ~Messages();  // few deliveries have one
+  };
+
+  Delivery(mesg_cSender& sender, Delivery* outer) noexcept : sender_(&sender), outer_(outer) {
+    sender.deliveries_ = this;
+  }
+  bool bEnd() {
+    if (queued_ != nullptr) SendQueued();
+    return sender_ != nullptr;
+  }
+  [[gnu::cold]] void SendQueued() {
+    while (!queued_->empty() && sender_ != nullptr) {
+      const Message message = std::move(queued_->front());
+      queued_->pop_front();
+      sender_->SendMessage(message.id, message.data.get());
+    }
+  }
 
   mesg_cSender* sender_;  // null once the sender was destroyed
   Delivery* outer_;
-  const Attachment* current_ = nullptr;          // being called; null when it was removed meanwhile
-  const Attachment* next_ = nullptr;             // where to continue then
-  std::unique_ptr<std::deque<Message>> queued_;  // of the outermost delivery only
+  const Attachment* current_ = nullptr;  // being called; null when it was removed meanwhile
+  const Attachment* next_ = nullptr;     // where to continue then
+  std::unique_ptr<Messages> queued_;     // of the outermost delivery only
 };
+
+Delivery::Messages::~Messages() = default;
 
 void Attachment::Make(mesg_cSender& sender, mesg_cReceiver& receiver, unsigned short priority,
                       Attachment* predecessor) {
@@ -144,7 +164,9 @@ void mesg_cSender::QueueMessage(unsigned long id, std::unique_ptr<mesg_sMessageD
 }
 
 type_cBoolean mesg_cSender::SendMessage(unsigned long id, mesg_sMessageData* data) {
-  return receivers_ == nullptr || detail::Delivery(*this).Run(id, data);
+  if (receivers_ == nullptr) return true;
+  const bool simple = receivers_->next == nullptr && deliveries_ == nullptr;
+  return simple ? detail::Delivery::ToOne(*this, id, data) : detail::Delivery::ToAll(*this, id, data);
 }
 
 bool mesg_cSender::bHasReceiversBeside(const mesg_cReceiver& receiver) const noexcept {

@@ -81,7 +81,6 @@ struct DATASTORAGE_EXPORT pos_s1DPositionChange : public mesg_sMessageData {
 
  private:
   friend class pos_c1DPosition;
-  pos_s1DPositionChange(const pos_c1DPosition& from, const pos_c1DPosition& to) noexcept
-      : OldPosition(from), NewPosition(to) {}
+  pos_s1DPositionChange(const pos_c1DPosition& from, double x) noexcept : OldPosition(from), NewPosition(x) {}
   ~pos_s1DPositionChange() override;
 };

@@ -27,7 +27,7 @@ void pos_c2DPosition::SetPosition(double x, double y) {
   if (!bHasReceivers() && (same || detail::bExactly(*this)))
     return Take(x, y);  // a zero may get another sign
   if (same) return;
-  pos_s2DPositionChange change(*this, {x, y});
+  pos_s2DPositionChange change(*this, x, y);
   detail::Announce(*this, messages, change, [&] {
     if (change.Modified) return Take(change.NewPosition);
     Take(x, y);
