@@ -45,6 +45,14 @@ Block<T> FilledBlock(std::int64_t count, T value = T()) {
   return block;
 }
 
+/// The same object; the compiler forgets what it knows of it.
+template <class T>
+T& Opaque(T& object) {
+  benchmark::DoNotOptimize(&object);
+  benchmark::ClobberMemory();
+  return object;
+}
+
 inline void SetBytes(benchmark::State& state, std::int64_t bytes) {
   state.SetBytesProcessed(state.iterations() * bytes);
 }

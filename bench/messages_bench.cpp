@@ -1,7 +1,6 @@
 // H: messages, and position changes with their two messages.
 
 #include <deque>
-#include <functional>
 #include <vector>
 
 #include "messages.h"
@@ -27,21 +26,6 @@ class OurSender {
   pos_c2DPosition position_;
 };
 
-/// Plain calls of the receivers, which must not be added or removed meanwhile.
-class PlainCalls {
- public:
-  template <class Receiver>
-  void connect(Receiver receiver) {
-    receivers_.emplace_back(receiver);
-  }
-  void operator()(unsigned long id, PlainChange* change) {
-    for (auto& each : receivers_) each(id, change);
-  }
-
- private:
-  std::vector<std::function<void(unsigned long, PlainChange*)>> receivers_;
-};
-
 constexpr int points = 10000;
 
 void Fill(pos_c2DPositionList& list) {
@@ -55,11 +39,28 @@ void BuildList(benchmark::State& state) {
   }
   SetItems(state, points);
 }
+void BuildListAtHead(benchmark::State& state) {
+  for (auto _ : state) {
+    pos_c2DPositionList list;
+    for (int i = 0; i < points; ++i) list.AddAtHead(new pos_c2DPosition(i % 173, i % 37));
+  }
+  SetItems(state, points);
+}
 void BuildPlainList(benchmark::State& state) {
   for (auto _ : state) {
     std::vector<std::unique_ptr<pos_c2DPosition>> list;
     for (int i = 0; i < points; ++i) list.push_back(std::make_unique<pos_c2DPosition>(i % 173, i % 37));
     benchmark::DoNotOptimize(list.data());
+  }
+  SetItems(state, points);
+}
+
+/// Moves each position of a list without receivers.
+void MoveEachPosition(benchmark::State& state) {
+  pos_c2DPositionList list;
+  Fill(list);
+  for (auto _ : state) {
+    for (pos_c2DPosition* each : list) each->Move(1, 0);
   }
   SetItems(state, points);
 }
@@ -76,10 +77,12 @@ void MoveList(benchmark::State& state) {
 
 [[maybe_unused]] const bool registered = [] {
   RegisterMessages<OurSender>("ours");
-  RegisterMessages<SignalSender<PlainCalls>>("limit");
   Register("H/build_position_list/10000", "ours", BuildList);
   Register("H/build_position_list/10000", "heap", BuildPlainList);
+  Register("H/build_position_list_at_head/10000", "ours", BuildListAtHead);
+  Register("H/build_position_list_at_head/10000", "heap", BuildPlainList);
   Register("H/move_position_list/10000", "ours", MoveList);
+  Register("H/move_each_position/10000", "ours", MoveEachPosition);
   return true;
 }();
 

@@ -1,3 +1,5 @@
+#include <random>
+
 #include "receivers.h"
 #include "tagged.h"
 #include <DataStorage/positions/poslist.h>
@@ -114,6 +116,40 @@ TEST_F(PositionList, KnowsWherePositionsAreWhoseChangeItHasNotHeard) {
   EXPECT_THROW(Point(list, 1).SetPosition(4, 8), Refusal);
   add();
   EXPECT_EQ(Center(), pos_c2DPosition(4, 4));
+}
+
+TEST(PositionListCenter, IsTheSameWhetherItIsLookedAtOrNot) {
+  std::mt19937 random(1);
+  const auto below = [&random](int n) { return static_cast<int>(random() % static_cast<unsigned>(n)); };
+  for (int round = 0; round < 2000; ++round) {
+    pos_c2DPositionList seen, unseen, shape;
+    seen.Center();  // is moved with every change from now on
+    shape.AddAtTail(new pos_c2DPosition(3, 4));
+    const auto both = [&](auto change) {
+      change(seen);
+      change(unseen);
+    };
+    for (int step = below(12); step >= 0; --step) {
+      const double x = below(1000) / 7.0, y = below(1000) / 3.0;
+      const int count = seen.NumberPositions(), i = count > 0 ? below(count) : -1;
+      const int what = i < 0 ? below(2) : below(9);
+      both([&](pos_c2DPositionList& list) {
+        if (what == 0) list.AddAtTail(new pos_c2DPosition(x, y));
+        if (what == 1) list.AddAtHead(new pos_c2DPosition(x, y));
+        if (what == 2 || what == 3) Point(list, i).SetPosition(x, y);
+        if (what == 4) Point(list, i).RemoveReceiver(list);
+        if (what == 5) Point(list, i).AddReceiver(list, 0xFFFF);
+        if (what == 6) list.SetPositions(shape);
+        if (what == 7) list.Clear();
+        if (what == 8) {
+          Watcher2D watcher(Point(list, i));
+          watcher.OnAnnouncement([&](auto&) { list.AddAtHead(new pos_c2DPosition(y, x)); });
+          Point(list, i).Move(x, y);
+        }
+      });
+    }
+    ASSERT_EQ(unseen.Center(), seen.Center()) << round;
+  }
 }
 
 TEST_F(PositionList, IsHeardByItsOverridesWithoutAnyReceiver) {

@@ -8,7 +8,22 @@
 #include <DataStorage/interfaces/persistent.h>
 #include <DataStorage/positions/detail/center.h>
 
+class pos_c2DPosition;
 struct pos_s2DPositionChange;
+
+namespace detail {
+
+/// What owns positions that it has to follow.
+class PositionOwner {
+ public:
+  /// Called before a position changes, whether messages are sent or not.
+  virtual void PositionChanges(const pos_c2DPosition& position) noexcept = 0;
+
+ protected:
+  ~PositionOwner() = default;
+};
+
+}  // namespace detail
 
 /// A position in a plane, in physical units, that notifies its receivers of every change, as pos_c1DPosition
 /// does (`pos_2DPositionChanging`, `pos_2DPositionChanged`).
@@ -62,9 +77,9 @@ class DATASTORAGE_EXPORT pos_c2DPosition : public detail::Persistent<pos_c2DPosi
  protected:
   /// Sets the coordinates without messages and limits, for derived classes without receivers.
   void Take(double x, double y) noexcept {
+    if (owner_ != nullptr) owner_->PositionChanges(*this);
     x_ = x;
     y_ = y;
-    if (boxed_ != nullptr) *boxed_ = false;
   }
 
  private:
@@ -84,7 +99,7 @@ class DATASTORAGE_EXPORT pos_c2DPosition : public detail::Persistent<pos_c2DPosi
 
   double x_;
   double y_;
-  bool* boxed_ = nullptr;  // flag of the list that owns it, cleared by every change, also without messages
+  detail::PositionOwner* owner_ = nullptr;  // the list that owns it
 };
 
 extern template class detail::Persistent<pos_c2DPosition>;
@@ -107,7 +122,7 @@ struct DATASTORAGE_EXPORT pos_s2DPositionChange : public mesg_sMessageData {
 
  private:
   friend class pos_c2DPosition;
-  pos_s2DPositionChange(const pos_c2DPosition& from, const pos_c2DPosition& to) noexcept
-      : OldPosition(from), NewPosition(to) {}
+  pos_s2DPositionChange(const pos_c2DPosition& from, double x, double y) noexcept
+      : OldPosition(from), NewPosition(x, y) {}
   ~pos_s2DPositionChange() override;
 };

@@ -20,7 +20,7 @@ pos_sPosListChange::~pos_sPosListChange() = default;
 
 pos_c2DPositionList::pos_c2DPositionList(const pos_c2DPositionList& other) : pos_c2DPositionList() {
   AppendCopies(other);
-  center_.Move(*this, *other.center_);
+  center_.Move(*this, other.OwnCenter());
 }
 
 pos_c2DPositionList::~pos_c2DPositionList() { Clear(); }
@@ -38,7 +38,7 @@ void pos_c2DPositionList::Append(std::unique_ptr<pos_c2DPosition> position) {
   position->AddReceiver(*this, mesg_LowestPriority);
   list_cPtrList::InsertAtTail(position.get());
   pos_c2DPosition& added = *position.release();
-  added.boxed_ = &boxed_;
+  added.owner_ = this;
   // The box is computed from head to tail, so a position at the tail is the next step.
   if (boxed_) box_ = {box_.x.Hull({added.X(), 0}), box_.y.Hull({added.Y(), 0})};
 }
@@ -58,12 +58,13 @@ void pos_c2DPositionList::AddAtHead(pos_c2DPosition* position) {
   std::unique_ptr<pos_c2DPosition> owner(position);
   owner->AddReceiver(*this, mesg_LowestPriority);
   list_cPtrList::InsertAtHead(position);
-  owner.release()->boxed_ = &boxed_;
+  owner.release()->owner_ = this;
   boxed_ = false;
   Recenter();
 }
 
 void pos_c2DPositionList::Clear() noexcept {
+  OwnCenter();
   ++generation_;
   boxed_ = false;
   for (const pos_c2DPosition* each : *this) delete each;
@@ -88,13 +89,34 @@ pos_c2DPosition pos_c2DPositionList::CenterPos() const noexcept {
 bool pos_c2DPositionList::bUnheard() const noexcept { return !bHasReceivers() && detail::bExactly(*this); }
 
 void pos_c2DPositionList::Recenter() {
-  if (begin() != end()) center_.Move(*this, CenterPos());
+  if (begin() == end()) return;
+  if (center_.bGivenOut() || !detail::bExactly(*this))
+    center_.Move(*this, CenterPos());
+  else
+    centered_ = false;
 }
 
-std::optional<int> pos_c2DPositionList::PlaceOf(const mesg_cSender& position) const noexcept {
-  const auto found = std::find(begin(), end(), &position);
-  if (found == end()) return std::nullopt;
-  return static_cast<int>(std::distance(begin(), found));
+const pos_c2DPosition& pos_c2DPositionList::OwnCenter() const noexcept {
+  if (!centered_) center_.Take(CenterPos());
+  centered_ = true;
+  return *center_;
+}
+
+void pos_c2DPositionList::PositionChanges(const pos_c2DPosition& position) noexcept {
+  // The list hears of this change, and nobody else can look at the centre before that.
+  const bool only = !center_.bQuiet() && position.bHasReceivers() && !position.bHasReceiversBeside(*this) &&
+                    detail::bExactly(position);
+  if (!only) OwnCenter();
+  boxed_ = false;
+}
+
+bool pos_c2DPositionList::bOwns(const mesg_cSender& sender) const noexcept {
+  const auto* const position = dynamic_cast<const pos_c2DPosition*>(&sender);
+  return position != nullptr && position->owner_ == this;
+}
+
+int pos_c2DPositionList::PlaceOf(const mesg_cSender& position) const noexcept {
+  return static_cast<int>(std::distance(begin(), std::find(begin(), end(), &position)));
 }
 
 template <class Function>
@@ -114,7 +136,7 @@ void pos_c2DPositionList::MoveAll(const pos_c2DPosition& by) {
 }
 
 void pos_c2DPositionList::MoveTo(const pos_c2DPosition& center) {
-  MoveAll(center - *center_);
+  MoveAll(center - OwnCenter());
   Recenter();
 }
 
@@ -153,8 +175,13 @@ pos_c2DPositionList pos_c2DPositionList::Conjugate() const {
 void pos_c2DPositionList::ReceiveMessage(unsigned long id, mesg_cSender& sender, mesg_sMessageData* data) {
   if (id != pos_2DPositionChanging && id != pos_2DPositionChanged) return;
   if (center_.bQuiet()) return;
+  const bool center = center_.bSends(sender);
+  if (!center && !bOwns(sender)) return;
+  const bool unheard = bUnheard();
+  if (unheard && id == pos_2DPositionChanging) return;
+  if (unheard && !center) return Recenter();
   std::optional<int> place;
-  if (!center_.bSends(sender) && !(place = PlaceOf(sender))) return;
+  if (!center) place = PlaceOf(sender);
   auto& move = static_cast<pos_s2DPositionChange&>(*data);
   if (id == pos_2DPositionChanging)
     Offer(move, place);
@@ -163,7 +190,7 @@ void pos_c2DPositionList::ReceiveMessage(unsigned long id, mesg_cSender& sender,
 }
 
 void pos_c2DPositionList::Offer(pos_s2DPositionChange& move, std::optional<int> place) {
-  if (move.Modified || bUnheard()) return;
+  if (move.Modified) return;
   pos_sPosListChange change(*this, *this);
   if (place)
     change.NewList.Replace(*place, move.NewPosition);
@@ -188,7 +215,7 @@ void pos_c2DPositionList::Follow(const pos_s2DPositionChange& move, std::optiona
     MoveAll(move.NewPosition - move.OldPosition);
   if (!change) return;
   change->NewList.AppendCopies(*this);
-  change->NewList.center_.Move(change->NewList, *center_);
+  change->NewList.center_.Move(change->NewList, OwnCenter());
   SendMessage(messages.changed, change.get());
 }
 

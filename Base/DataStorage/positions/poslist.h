@@ -22,12 +22,14 @@ struct pos_sPosListChange;
 /// throws, the exception reaches the caller; the positions keep their values of that moment, and the centre
 /// returns to their middle.
 ///
-/// Adding at the tail takes constant time unless a position has moved since the last one was added. Adding at
-/// the head and moving a position take linear time.
+/// Adding a position and moving one take constant time until `Center()` is called for the first time; from
+/// then on linear time, but for adding at the tail when no position has moved since the last one was added.
+/// Each change of a list that has receivers takes linear time.
 class DATASTORAGE_EXPORT pos_c2DPositionList : public list_cPtrList<pos_c2DPosition>,
                                                public tgio_cTaggedStreamObject,
                                                public mesg_cSender,
-                                               public mesg_cReceiver {
+                                               public mesg_cReceiver,
+                                               private detail::PositionOwner {
  public:
   static const tgio_cObjectType _ObjectType;  ///< obty_2DPosListType
 
@@ -51,7 +53,10 @@ class DATASTORAGE_EXPORT pos_c2DPositionList : public list_cPtrList<pos_c2DPosit
   /// The number of positions; takes linear time.
   int NumberPositions() const noexcept;
   /// The centre, which the list owns; moving it moves the list.
-  pos_c2DPosition& Center() { return center_.GiveOut(*this); }
+  pos_c2DPosition& Center() {
+    OwnCenter();
+    return center_.GiveOut(*this);
+  }
 
   /// Moves each position to that of the same index in `source`, if there is one; the positions keep their
   /// receivers. Throws expt_cUserException when the limits of the list and of its centre do not agree within
@@ -93,13 +98,18 @@ class DATASTORAGE_EXPORT pos_c2DPositionList : public list_cPtrList<pos_c2DPosit
   pos_c2DPosition CenterPos() const noexcept;
   /// Moves the positions, and the centre with them to `center`.
   void MoveTo(const pos_c2DPosition& center);
-  /// Moves the centre to the middle of the positions, if there are any.
+  /// Moves the centre to the middle of the positions, if there are any; later, when nobody can see it now.
   void Recenter();
+  /// The centre, up to date.
+  const pos_c2DPosition& OwnCenter() const noexcept;
+  void PositionChanges(const pos_c2DPosition& position) noexcept override;
 
   /// Whether messages of the list need not be sent.
   bool bUnheard() const noexcept;
-  /// The index of a position; none when it is not in the list.
-  std::optional<int> PlaceOf(const mesg_cSender& position) const noexcept;
+  /// Whether a message comes from a position of the list.
+  bool bOwns(const mesg_cSender& sender) const noexcept;
+  /// The index of a position of the list.
+  int PlaceOf(const mesg_cSender& position) const noexcept;
   // These change positions without moving the centre; ForEach moves it to the middle when a receiver throws.
   void Replace(int place, const pos_c2DPosition& position);
   template <class Function>
@@ -112,10 +122,12 @@ class DATASTORAGE_EXPORT pos_c2DPositionList : public list_cPtrList<pos_c2DPosit
   template <class Adopt>
   void Negotiate(const pos_c2DPositionList& source, Adopt adopt);
 
-  detail::OwnedCenter<pos_c2DPosition> center_;  // quiet also while the list moves its positions
-  unsigned generation_ = 0;                      // changes when the positions are deleted
+  // Quiet also while the list moves its positions.
+  mutable detail::OwnedCenter<pos_c2DPosition> center_;
+  mutable bool centered_ = true;  // false when the centre has to be moved to the middle of the positions
+  unsigned generation_ = 0;       // changes when the positions are deleted
   mutable BoundingBox box_{};
-  mutable bool boxed_ = false;  // whether box_ is up to date; each position clears it when it changes
+  mutable bool boxed_ = false;  // whether box_ is up to date
 };
 
 /// The payload of the messages of a list of positions.

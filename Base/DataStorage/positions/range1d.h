@@ -106,6 +106,7 @@ class DATASTORAGE_EXPORT rnge_c1DRange : public detail::Persistent<rnge_c1DRange
   detail::Interval ValuesMoved(const pos_c1DPosition& by) const noexcept {
     return {StartX() + by.X(), EndX() + by.X()};
   }
+  const pos_c1DPosition& OwnCenter() const noexcept { return *center_; }
   pos_c1DPosition Middle() const noexcept { return CenterX(); }
   void MoveTo(const pos_c1DPosition& center) { SetCenter(center.X()); }
 

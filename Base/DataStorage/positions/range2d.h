@@ -154,6 +154,7 @@ class DATASTORAGE_EXPORT rnge_c2DRange : public detail::Persistent<rnge_c2DRange
   detail::Rectangle ValuesMoved(const pos_c2DPosition& by) const noexcept {
     return {{CenterX() + by.X(), SizeX()}, {CenterY() + by.Y(), SizeY()}, Angle()};
   }
+  const pos_c2DPosition& OwnCenter() const noexcept { return *center_; }
   pos_c2DPosition Middle() const noexcept { return {CenterX(), CenterY()}; }
   void MoveTo(const pos_c2DPosition& center) { SetCenter(center.X(), center.Y()); }
 

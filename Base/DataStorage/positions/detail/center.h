@@ -29,6 +29,10 @@ class OwnedCenter {
     return position_;
   }
 
+  /// Whether callers may hold a reference to the centre.
+  bool bGivenOut() const noexcept { return attached_; }
+  /// Takes over coordinates without messages. Requires that the centre was not given out.
+  void Take(const Position& to) noexcept { position_.Take(to); }
   /// Whether `sender` is the centre.
   bool bSends(const mesg_cSender& sender) const noexcept { return &sender == &position_; }
   /// Whether the centre has receivers other than the owner.

@@ -47,7 +47,7 @@ template <class Owner>
 void OwnedCenter<Position>::Move(Owner& owner, const Position& to) {
   if (!bExactly(owner)) GiveOut(owner);  // a derived owner may override ReceiveMessage
   const auto quiet = Quiet();
-  if (position_ == to && !bHeard(owner)) position_.Take(to);  // copies the signs of zeros
+  if (owner.OwnCenter() == to && !bHeard(owner)) position_.Take(to);  // copies the signs of zeros
   position_ = to;
 }
 
@@ -58,12 +58,12 @@ template <class Position>
 template <class Owner, class Change, class Adopt>
 bool OwnedCenter<Position>::Negotiate(Owner& owner, const ChangeMessages& messages, Change& change,
                                       Owner& proposal, Adopt adopt) {
-  const Position before = position_;
+  const Position before = owner.OwnCenter();
   const auto undo = [&] { Move(owner, before); };
   for (int offer = 0; offer < MaxOffers; ++offer) {
     {
       const OnException guard(undo);
-      const Position wanted = *proposal.center_;
+      const Position wanted = proposal.OwnCenter();
       Move(owner, wanted);
       if (!bSamePlace(position_, wanted)) proposal.MoveTo(position_);
       owner.SendMessage(messages.changing, &change);
