@@ -113,6 +113,31 @@ TYPED_TEST(TaggedStreams, WriteNothingOfAnObjectThatFails) {
   EXPECT_FALSE(out.Write(plain));
 }
 
+TYPED_TEST(TaggedStreams, HoldLargeArraysAmongOtherAtoms) {
+  constexpr int count = 20'000;  // more than is copied into the draft of a binary object
+  using Elements = arr_c1DNumberArray<double>;
+  const auto filled = [](double value) { return Elements(count, nullptr, value, true); };
+  Thing<TypeParam> failing, outer;
+  failing.write = [&](auto& out) { return WriteAtom(out, filled(7), array_atom) && false; };
+  outer.write = [&](auto& out) {
+    Elements changed = filled(1);  // ends, or changes, before the object is complete
+    bool written = WriteAtom(out, 1, int_atom) && WriteAtom(out, changed, array_atom);
+    changed = 2.0;
+    written = written && !WriteAtom(out, failing, inner_atom) && WriteAtom(out, 2, int_atom);
+    return written && WriteAtom(out, changed, array_atom) && WriteAtom(out, 3, int_atom);
+  };
+  int i = 0, j = 0, k = 0;
+  Elements a, b;
+  outer.read = [&](auto& in) { return in.Read(i) && in.Read(a) && in.Read(j) && in.Read(b) && in.Read(k); };
+  std::stringstream stream;
+  ASSERT_TRUE(typename TypeParam::Out(stream).Write(outer) && typename TypeParam::In(stream).Read(outer));
+  EXPECT_EQ(std::vector({i, j, k}), std::vector({1, 2, 3}));
+  for (const auto& [array, value] : {std::pair(a, 1.0), std::pair(b, 2.0)}) {
+    ASSERT_EQ(array.NumIndices(), count);
+    EXPECT_EQ(std::count(array.Data(), array.Data() + count, value), count);
+  }
+}
+
 TYPED_TEST(TaggedStreams, NestToALimit) {
   int depth = 1;
   int limit = tgio_MaxNesting;

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdint>
+#include <memory>
 #include <type_traits>
 
 #include <DataStorage/interfaces/arr.h>
@@ -20,6 +21,9 @@ using detail::SwapToLittleEndian;
 /// The number of real numbers in an element: two for complex types.
 template <class T>
 constexpr std::size_t NumParts = sizeof(T) / detail::WordSize<T>;
+
+/// Elements of at least so many bytes are not copied into the draft of an object.
+constexpr std::size_t LargeBlock = 1 << 16;
 
 /// The element code in streams: the family in the upper three bits, the size in bytes below. Persistent.
 template <class T>
@@ -54,11 +58,10 @@ bool ReadCode(tgio_cBinary_istream& in) {
 template <class Array, class T>
 bool WriteElements(tgio_cBinary_ostream& out, const Array& array, const T* elements) {
   const std::size_t bytes = static_cast<std::size_t>(array.NumIndices()) * sizeof(T);
-  if constexpr (detail::bLittleEndian<T>) return out.WriteBytes(elements, bytes);
-  Array swapped(array);
-  T* const target = swapped.WriteAccess();
-  SwapToLittleEndian(target, array.NumIndices());
-  return out.WriteBytes(target, bytes);
+  if (detail::bLittleEndian<T> && bytes < LargeBlock) return out.WriteBytes(elements, bytes);
+  const auto owner = std::make_shared<Array>(array);  // shares the elements
+  if constexpr (!detail::bLittleEndian<T>) SwapToLittleEndian(owner->WriteAccess(), array.NumIndices());
+  return out.WriteBytes(owner, owner->Data(), bytes);
 }
 
 template <class T>

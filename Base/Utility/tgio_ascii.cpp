@@ -82,6 +82,7 @@ struct detail::TextFormat {
 
   /// Anything but an object ends with its line.
   static bool Load(std::istream& in, std::string& object, Atom& atom) {
+    object.clear();
     if (bEnded(in) || !AppendToEnd(in, object)) return false;
     atom = MakeAtom({}, object);
     return true;
@@ -197,8 +198,7 @@ type_cBoolean tgio_cASCII_ostream::Write(const tgio_cTaggedStreamObject& object)
   (draft_.bytes = WordOf(AtomKind::Object)) += ' ';
   if (!AppendObject(object)) return false;
   draft_.bytes += '\n';
-  out_.write(draft_.bytes.data(), static_cast<std::streamsize>(draft_.bytes.size()));
-  return out_.good();
+  return draft_.WriteTo(out_);
 }
 
 type_cBoolean tgio_cASCII_ostream::Write(unsigned char value, const str_cString& name, type_cBoolean) {

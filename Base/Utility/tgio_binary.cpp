@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <limits>
 #include <ostream>
+#include <utility>
 
 #include <DataStorage/interfaces/detail/littleendian.h>
 #include <Utility/tgio_reader.h>
@@ -40,18 +41,18 @@ struct detail::BinaryFormat {
 
   static bool bEnded(std::istream& in) { return in.peek() == std::istream::traits_type::eof(); }
 
-  static bool Load(std::istream& in, std::string& object, Atom& atom) {
+  static bool Load(std::istream& in, ByteBlock& object, Atom& atom) {
+    object.Clear();
     char bytes[HeaderSize];
     if (!in.read(bytes, sizeof bytes)) return false;
     const Header header = LoadHeader(bytes);
-    while (object.size() < header.length) {
-      const std::size_t old = object.size();
-      const auto block =
-          static_cast<std::size_t>(std::min<std::uint64_t>(header.length - old, std::max(old, FirstBlock)));
-      object.resize(old + block);
-      if (!in.read(object.data() + old, static_cast<std::streamsize>(block))) return false;
+    while (object.Size() < header.length) {
+      const auto arrived = static_cast<std::size_t>(std::max<std::streamsize>(in.rdbuf()->in_avail(), 0));
+      const auto block = static_cast<std::size_t>(std::min<std::uint64_t>(
+          header.length - object.Size(), std::max({object.Size(), FirstBlock, arrived})));
+      if (!in.read(object.Append(block), static_cast<std::streamsize>(block))) return false;
     }
-    atom = {true, header.tag, header.kind, object};
+    atom = {true, header.tag, header.kind, object.Bytes()};
     return true;
   }
 
@@ -107,13 +108,14 @@ type_cBoolean tgio_cBinary_istream::ReadBytes(void* bytes, std::size_t n) {
 template <class Compose>
 bool tgio_cBinary_ostream::WriteAtom(unsigned short tag, AtomKind kind, Compose compose) {
   return draft_.Undoable([&] {
-    const std::size_t start = draft_.bytes.size();
+    const std::size_t place = draft_.bytes.size();
+    const std::size_t start = draft_.Size() + HeaderSize;
     draft_.bytes.append(HeaderSize, '\0');
     if (!compose()) return false;
-    char* header = draft_.bytes.data() + start;
+    char* header = draft_.bytes.data() + place;
     StoreLittleEndian<std::uint16_t>(header, tag);
     header[2] = static_cast<char>(kind);
-    StoreLittleEndian<std::uint64_t>(header + 3, draft_.bytes.size() - start - HeaderSize);
+    StoreLittleEndian<std::uint64_t>(header + 3, draft_.Size() - start);
     return true;
   });
 }
@@ -140,10 +142,10 @@ bool tgio_cBinary_ostream::WriteObject(const tgio_cTaggedStreamObject& object, u
 
 type_cBoolean tgio_cBinary_ostream::Write(const tgio_cTaggedStreamObject& object) {
   if (!draft_.bInside(Inside::Nothing)) return false;
-  draft_.bytes.clear();
-  if (!WriteObject(object, 0)) return false;
-  out_->write(draft_.bytes.data(), static_cast<std::streamsize>(draft_.bytes.size()));
-  return out_->good();
+  draft_.Clear();
+  const bool written = WriteObject(object, 0) && draft_.WriteTo(*out_);
+  draft_.Clear();
+  return written;
 }
 
 type_cBoolean tgio_cBinary_ostream::Write(unsigned char value, unsigned short tag) {
@@ -176,4 +178,26 @@ type_cBoolean tgio_cBinary_ostream::WriteBytes(const void* bytes, std::size_t n)
   if (!draft_.bInside(Inside::StreamObject)) return false;
   draft_.bytes.append(static_cast<const char*>(bytes), n);
   return true;
+}
+
+type_cBoolean tgio_cBinary_ostream::WriteBytes(std::shared_ptr<const void> owner, const void* bytes,
+                                               std::size_t n) {
+  if (out_ == nullptr) return WriteBytes(bytes, n);
+  if (!draft_.bInside(Inside::StreamObject)) return false;
+  draft_.AppendBlock(std::move(owner), {static_cast<const char*>(bytes), n});
+  return true;
+}
+
+bool detail::ObjectDraft::WriteTo(std::ostream& out) const {
+  std::size_t written = 0;
+  const auto write = [&out](std::string_view text) {
+    out.write(text.data(), static_cast<std::streamsize>(text.size()));
+  };
+  for (const Block& each : blocks_) {
+    write(std::string_view(bytes).substr(written, each.place - written));
+    write(each.block);
+    written = each.place;
+  }
+  write(std::string_view(bytes).substr(written));
+  return out.good();
 }

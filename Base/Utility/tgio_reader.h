@@ -9,7 +9,7 @@
 //
 //   Stream, Type    the reader, and the type of its object type identifiers
 //   bEnded          whether a stream has ended
-//   Load            reads the next whole object from a stream, as an atom
+//   Load            reads the next whole object from a stream into memory, as an atom
 //   Take            removes the first atom from others, or none at their end; false for a damaged one
 //   TakeObject      splits the contents of an object's atom into its type and its atoms
 //   TakeData        the data of a stream object, from the contents of its atom
@@ -38,9 +38,8 @@ bool TaggedReader<Format, Name>::bWhole(const Atom& atom, int depth) {
 template <class Format, class Name>
 bool TaggedReader<Format, Name>::Load() {
   if (cursor_.atom.present) return true;
-  object_.clear();
   Atom atom;
-  if (!Format::Load(*in_, object_, atom)) return false;
+  if (!Format::Load(*in_, static_cast<typename Format::Stream&>(*this).object_, atom)) return false;
   if (atom.kind != AtomKind::Object || !bWhole(atom, 0)) atom.kind = AtomKind::None;
   cursor_.atom = std::move(atom);
   return true;

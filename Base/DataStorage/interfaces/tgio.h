@@ -5,9 +5,13 @@
 
 #include <cstddef>
 #include <iosfwd>
+#include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
+#include <DataStorage/interfaces/detail/byteblock.h>
 #include <DataStorage/interfaces/detail/scopedvalue.h>
 #include <DataStorage/interfaces/export.h>
 #include <DataStorage/interfaces/str.h>
@@ -91,7 +95,7 @@ namespace detail {
 /// The kinds of atoms. The values are persistent: binary streams hold them.
 enum class AtomKind : unsigned char { None = 0, Byte, Int, Double, String, Object, StreamObject };
 
-/// The state of a writer: the bytes of the outermost object so far, and whether it is inside an object.
+/// The state of a writer: the outermost object so far, and whether it is inside an object.
 class ObjectDraft {
  public:
   enum class Inside : unsigned char { Nothing, Object, StreamObject };
@@ -101,6 +105,20 @@ class ObjectDraft {
   bool bInside(Inside inside) const noexcept { return inside_ == inside; }
   /// The number of open objects.
   int Depth() const noexcept { return depth_; }
+  /// The number of bytes, blocks included.
+  std::size_t Size() const noexcept { return bytes.size() + block_bytes_; }
+
+  /// Appends bytes that are not copied, because `owner` keeps them unchanged.
+  void AppendBlock(std::shared_ptr<const void> owner, std::string_view block) {
+    blocks_.push_back({bytes.size(), std::move(owner), block});
+    block_bytes_ += block.size();
+  }
+  void Clear() noexcept {
+    bytes.clear();
+    DropBlocks(0);
+  }
+  /// Writes everything; returns false when the stream fails.
+  bool WriteTo(std::ostream& out) const;
 
   /// Calls `write` inside a nested object or stream object; returns false when objects would nest too deep.
   template <class Function>
@@ -114,19 +132,34 @@ class ObjectDraft {
   template <class Function>
   bool Undoable(Function write) {
     struct Undo {
-      std::string& bytes;
-      const std::size_t start;
+      ObjectDraft& draft;
+      const std::size_t bytes = draft.bytes.size();
+      const std::size_t blocks = draft.blocks_.size();
       bool complete = false;
       ~Undo() {
-        if (!complete) bytes.resize(start);
+        if (complete) return;
+        draft.bytes.resize(bytes);
+        draft.DropBlocks(blocks);
       }
-    } undo{bytes, bytes.size()};
+    } undo{*this};
     return undo.complete = write();
   }
 
-  std::string bytes;
+  std::string bytes;  ///< without the blocks
 
  private:
+  struct Block {
+    std::size_t place;  // in `bytes`
+    std::shared_ptr<const void> owner;
+    std::string_view block;
+  };
+
+  void DropBlocks(std::size_t kept) noexcept {
+    for (; blocks_.size() > kept; blocks_.pop_back()) block_bytes_ -= blocks_.back().block.size();
+  }
+
+  std::vector<Block> blocks_;
+  std::size_t block_bytes_ = 0;
   Inside inside_;
   int depth_ = 0;
 };
@@ -182,7 +215,7 @@ class DATASTORAGE_EXPORT TaggedReader {
   explicit TaggedReader(std::string_view data) noexcept : cursor_{{}, {}, data, 1, false} {}
   ~TaggedReader() = default;
 
-  Cursor cursor_;  ///< points into `object_`
+  Cursor cursor_;  ///< points into the bytes of the outermost object, which the derived class holds
 
  private:
   friend Format;
@@ -200,7 +233,6 @@ class DATASTORAGE_EXPORT TaggedReader {
   bool ReadAtoms(tgio_cTaggedStreamObject& object);
 
   std::istream* in_ = nullptr;  // null for a lone stream object
-  std::string object_;          // the bytes of the outermost object
 };
 
 struct DATASTORAGE_EXPORT BinaryFormat;
@@ -233,6 +265,9 @@ class DATASTORAGE_EXPORT tgio_cBinary_ostream {
 
   /// Writes the next bytes of the current stream object unchanged.
   type_cBoolean WriteBytes(const void* bytes, std::size_t n);
+  /// The same without a copy of the bytes in memory. Requires that they do not change as long as `owner`
+  /// exists, which is kept until the outermost object has been written.
+  type_cBoolean WriteBytes(std::shared_ptr<const void> owner, const void* bytes, std::size_t n);
 
  private:
   friend class tgio_cStreamObject;
@@ -275,9 +310,12 @@ class DATASTORAGE_EXPORT tgio_cBinary_istream
 
  private:
   friend class tgio_cStreamObject;
+  friend TaggedReader;
 
   /// Reads a lone stream object.
   explicit tgio_cBinary_istream(std::string_view bytes) noexcept : TaggedReader(bytes) {}
+
+  detail::ByteBlock object_;  // the bytes of the outermost object
 };
 
 /// Writes objects as text, one atom per line; otherwise like tgio_cBinary_ostream. The text does not depend
@@ -332,4 +370,9 @@ class DATASTORAGE_EXPORT tgio_cASCII_istream : public detail::TaggedReader<detai
   std::string_view ReadWord();
   /// How many characters of the current stream object are left; each word takes at least two.
   std::size_t CharactersLeft() const noexcept { return cursor_.data.size(); }
+
+ private:
+  friend TaggedReader;
+
+  std::string object_;  // the text of the outermost object
 };
