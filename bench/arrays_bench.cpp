@@ -37,6 +37,18 @@ void FirstWrite(benchmark::State& state, std::int64_t n) {
   SetBytes(state, 2 * 8 * n);
 }
 
+/// Writes all elements of a copy.
+void Overwrite(benchmark::State& state, std::int64_t n) {
+  const parr_c1DNumberArray source(static_cast<int>(n), Double);
+  const parr_c1DNumberArray array(static_cast<int>(n), Double);
+  for (auto _ : state) {
+    parr_c1DNumberArray copy(array);
+    copy.SetSelection(source, 0);
+    benchmark::DoNotOptimize(copy.Data());
+  }
+  SetBytes(state, 2 * 8 * n);
+}
+
 constexpr int skipped = 16;  // elements before a selection
 
 void Selection1D(benchmark::State& state, std::int64_t n) {
@@ -114,6 +126,8 @@ void StridedLoop(benchmark::State& state, int edge) {
     const std::string size = std::string("/") + name;
     Register("B/first_write" + size, "ours", FirstWrite, n);
     Register("B/first_write" + size, "limit", CopyIntoNewBlock, 8 * n, std::int64_t{0});
+    Register("B/overwrite" + size, "ours", Overwrite, n);
+    Register("B/overwrite" + size, "limit", CopyIntoNewBlock, 8 * n, std::int64_t{0});
     Register("B/selection_1d" + size, "ours", Selection1D, n);
     Register("B/selection_1d" + size, "limit", CopyIntoNewBlock, 8 * n, std::int64_t{8} * skipped);
     Register("B/store_1d" + size, "ours", Store1D<double>, n);

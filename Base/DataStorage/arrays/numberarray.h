@@ -13,8 +13,22 @@
 
 namespace detail {
 
-/// Common base of one- and two-dimensional number arrays: an envelope that owns exactly one letter, the
-/// object that holds the elements. `Letter` is parr_c1DArray or parr_c2DArray.
+/// Base of letters, the objects that hold the elements of number arrays. Copies of an array share one until
+/// one of them is modified.
+class NumberLetter : public Counted {
+ public:
+  /// The type of the elements of a TypedLetter; `dtyp_NoType` of a letter of another class.
+  dtyp_eDataType Type() const noexcept { return type_; }
+
+ protected:
+  explicit NumberLetter(dtyp_eDataType type = dtyp_NoType) noexcept : type_(type) {}
+
+ private:
+  dtyp_eDataType type_;
+};
+
+/// Common base of one- and two-dimensional number arrays: an envelope with one letter. `Letter` is
+/// parr_c1DArray or parr_c2DArray.
 ///
 /// Copies share their elements until one of them is modified. Distinct objects may be used from different
 /// threads; one object, or copies that share elements, from one thread at a time.
@@ -81,16 +95,38 @@ class DATASTORAGE_EXPORT NumberArray : public tgio_cTaggedStreamObject {
   };
 
  protected:
-  /// Takes ownership of `letter`; throws expt_cProgramException when it is null.
+  /// Takes ownership of `letter`; throws expt_cProgramException when it is null or of another class than
+  /// TypedLetter.
   explicit NumberArray(std::unique_ptr<Letter> letter) : letter_(std::move(letter)) {
-    if (letter_ == nullptr) Letter::source_file.ThrowProgramError();
+    if (!letter_ || letter_->Type() == dtyp_NoType) Letter::source_file.ThrowProgramError();
   }
-  /// Shares the elements.
-  NumberArray(const NumberArray& other) : tgio_cTaggedStreamObject(other), letter_(other.letter_->Clone()) {}
-  /// Shares the elements from now on.
-  NumberArray& operator=(const NumberArray& other) {
-    if (this != &other) letter_ = other.letter_->Clone();
-    return *this;
+  /// Shares the letter.
+  NumberArray(const NumberArray&) = default;
+  NumberArray& operator=(const NumberArray&) = default;
+
+  /// The letter, to be modified: one that no other array shares.
+  Letter& Own() {
+    if (letter_.bShared()) CopyLetter();
+    return letter_.Write();
+  }
+  /// The letter as the class that it is, or null when that is another one.
+  template <class T>
+  const typename Letter::template Typed<T>* IfTyped() const {
+    const bool typed = letter_->Type() == DataTypeOf<T>;
+    return typed ? static_cast<const typename Letter::template Typed<T>*>(&*letter_) : nullptr;
+  }
+  /// The same, to be modified.
+  template <class T>
+  typename Letter::template Typed<T>* OwnIfTyped() {
+    const bool typed = letter_->Type() == DataTypeOf<T>;
+    return typed ? static_cast<typename Letter::template Typed<T>*>(&Own()) : nullptr;
+  }
+  /// Calls `f` with the letter as the class that it is: no virtual call stands in the way of inlining.
+  template <class F>
+  auto VisitTyped(F f) const {
+    if (const auto* doubles = IfTyped<double>()) return f(*doubles);  // the most frequent type
+    return VisitElementType(letter_->Type(),
+                            [&]<class T>(std::type_identity<T>) { return f(*IfTyped<T>()); });
   }
 
   /// A new letter of the given extents. The elements are copied from `data`, which needs no alignment, or
@@ -106,7 +142,10 @@ class DATASTORAGE_EXPORT NumberArray : public tgio_cTaggedStreamObject {
   template <class Store>
   void StoreInCommonType(const pnum_cNumber& value, Store store);
 
-  std::unique_ptr<Letter> letter_;  ///< never null
+  Shared<Letter> letter_;  ///< never none
+
+ private:
+  void CopyLetter();
 };
 
 /// A letter that holds its elements in a container of `T`: the part that does not depend on the number of
@@ -115,7 +154,8 @@ template <class Letter, class Container, class T>
 class DATASTORAGE_EXPORT TypedLetter : public Letter {
  public:
   /// Shares the elements of the container.
-  explicit TypedLetter(Container elements = Container()) : elements_(std::move(elements)) {}
+  explicit TypedLetter(Container elements = Container())
+      : Letter(DataTypeOf<T>), elements_(std::move(elements)) {}
 
   /// See parr_c1DArray and parr_c2DArray.
   dtyp_cDataType DataType() const override { return DataTypeOf<T>; }

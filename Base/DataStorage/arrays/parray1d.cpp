@@ -20,16 +20,6 @@ std::unique_ptr<parr_c1DArray> parr_c1DTypedNumberArray<T>::Clone() const {
 }
 
 template <class T>
-pnum_cNumber parr_c1DTypedNumberArray<T>::Value(int i) const {
-  return pnum_cNumber(this->elements_[i]);
-}
-
-template <class T>
-void parr_c1DTypedNumberArray<T>::SetValue(const pnum_cNumber& value, int i) {
-  if (i >= 0 && i < NumIndices()) this->elements_.SetValue(this->Element(value), i);
-}
-
-template <class T>
 std::unique_ptr<parr_c1DArray> parr_c1DTypedNumberArray<T>::Selection(const rnge_c1DIndexRange& range) const {
   if (range.IsNull()) return Clone();
   return std::make_unique<parr_c1DTypedNumberArray>(
@@ -74,15 +64,13 @@ parr_c1DNumberArray::parr_c1DNumberArray(parr_c1DArray* letter)
 
 const tgio_cObjectType& parr_c1DNumberArray::ObjectType() const { return _ObjectType; }
 
-pnum_cNumber parr_c1DNumberArray::Value(int i) const { return letter_->Value(i); }
-
-void parr_c1DNumberArray::SetValue(const pnum_cNumber& value, int i) {
-  StoreInCommonType(value, [&](const pnum_cNumber& common) { letter_->SetValue(common, i); });
+void parr_c1DNumberArray::SetAnyValue(const pnum_cNumber& value, int i) {
+  StoreInCommonType(value, [&](const pnum_cNumber& common) { Own().SetValue(common, i); });
 }
 
 parr_c1DNumberArray& parr_c1DNumberArray::operator=(const pnum_cNumber& value) {
   if (value.DataType() == DataType()) {
-    letter_->SetAll(value);
+    Own().SetAll(value);
   } else {
     *this = parr_c1DNumberArray(NumIndices(), value);
   }
@@ -102,16 +90,17 @@ void parr_c1DNumberArray::SetData(const parr_c1DNumberArray& source, const rnge_
   detail::CheckBlock(from.StartIndexX(), count, source.NumIndices());
   detail::CheckBlock(to.StartIndexX(), count, NumIndices());
   if (source.DataType() == common) {
-    letter_->SetData(*source.letter_, from, to);
+    Own().SetData(*source.letter_, from, to);
     return;
   }
   // Converts only the elements that are copied, directly into their place.
   detail::VisitElementType(common.Type(), [&]<class T>(std::type_identity<T>) {
-    auto& elements = static_cast<parr_c1DTypedNumberArray<T>&>(*letter_).Elements();
+    auto& elements = OwnIfTyped<T>()->Elements();
+    T* const target = count == NumIndices() ? elements.WriteAccess(arr_Unfilled) : elements.WriteAccess();
     const auto* block = static_cast<const unsigned char*>(source.Data()) +
                         std::int64_t{from.StartIndexX()} * source.DataType().SizeOf();
     conv_ConvertElements(source.DataType().Type(), common.Type(), count, conv_Real, block,
-                         elements.WriteAccess() + to.StartIndexX());
+                         target + to.StartIndexX());
     return true;
   });
 }

@@ -7,8 +7,9 @@ template <class T>
 class parr_c1DTypedNumberArray;
 
 /// The letter of a 1D number array: the object that holds its elements, all of one type.
-class DATASTORAGE_EXPORT parr_c1DArray {
+class DATASTORAGE_EXPORT parr_c1DArray : public detail::NumberLetter {
  public:
+  using NumberLetter::NumberLetter;
   virtual ~parr_c1DArray();
 
   /// The type of the elements.
@@ -69,8 +70,10 @@ class DATASTORAGE_EXPORT parr_c1DTypedNumberArray final
   /// See parr_c1DArray.
   std::unique_ptr<parr_c1DArray> Clone() const override;
   int NumIndices() const override { return this->elements_.NumIndices(); }
-  pnum_cNumber Value(int i) const override;
-  void SetValue(const pnum_cNumber& value, int i) override;
+  pnum_cNumber Value(int i) const override { return pnum_cNumber(this->elements_[i]); }
+  void SetValue(const pnum_cNumber& value, int i) override {
+    if (i >= 0 && i < NumIndices()) this->elements_.WriteAccess()[i] = this->Element(value);
+  }
   std::unique_ptr<parr_c1DArray> Selection(const rnge_c1DIndexRange& range) const override;
   void SetData(const parr_c1DArray& source, const rnge_c1DIndexRange& source_range,
                const rnge_c1DIndexRange& target_range) override;
@@ -99,7 +102,8 @@ class DATASTORAGE_EXPORT parr_c1DNumberArray : public detail::NumberArray<parr_c
   template <detail::ElementType T>
   parr_c1DNumberArray(const arr_c1DNumberArray<T>& elements)
       : NumberArray(std::make_unique<parr_c1DTypedNumberArray<T>>(elements)) {}
-  /// Takes ownership of `letter`; null throws expt_cProgramException.
+  /// Takes ownership of `letter`; throws expt_cProgramException for null and for other letters than
+  /// parr_c1DTypedNumberArray.
   explicit parr_c1DNumberArray(parr_c1DArray* letter);
   parr_c1DNumberArray(const parr_c1DNumberArray&) = default;
   parr_c1DNumberArray& operator=(const parr_c1DNumberArray&) = default;
@@ -111,7 +115,9 @@ class DATASTORAGE_EXPORT parr_c1DNumberArray : public detail::NumberArray<parr_c
   int Dimension() const noexcept { return 1; }
 
   /// Element `i`. A complex element without an imaginary part is returned as a real number.
-  pnum_cNumber Value(int i) const;
+  pnum_cNumber Value(int i) const {
+    return VisitTyped([=](const auto& letter) { return letter.Value(i); });
+  }
   /// The same for other integer types; a value that does not fit an int is out of range.
   template <detail::WideInteger T>
   pnum_cNumber Value(T i) const {
@@ -119,7 +125,10 @@ class DATASTORAGE_EXPORT parr_c1DNumberArray : public detail::NumberArray<parr_c
   }
   /// Sets element `i`. The array first takes a type that holds its elements and `value`. For an index outside
   /// the array nothing is stored.
-  void SetValue(const pnum_cNumber& value, int i);
+  void SetValue(const pnum_cNumber& value, int i) {
+    auto* const doubles = value.DataType() == dtyp_Float64 ? OwnIfTyped<double>() : nullptr;
+    doubles != nullptr ? doubles->SetValue(value, i) : SetAnyValue(value, i);
+  }
   /// The same for other integer types; a value that does not fit an int is out of range.
   template <detail::WideInteger T>
   void SetValue(const pnum_cNumber& value, T i) {
@@ -151,4 +160,7 @@ class DATASTORAGE_EXPORT parr_c1DNumberArray : public detail::NumberArray<parr_c
   static const dtyp_cDataType t1DValueArray;    ///< dtyp_Float64
   static const dtyp_cDataType t1DCountArray;    ///< dtyp_SBin32
   static const dtyp_cDataType t1DComplexArray;  ///< dtyp_Complex128
+
+ private:
+  void SetAnyValue(const pnum_cNumber& value, int i);
 };

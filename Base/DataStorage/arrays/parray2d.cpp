@@ -24,16 +24,6 @@ std::unique_ptr<parr_c2DArray> parr_c2DTypedNumberArray<T>::Clone() const {
 }
 
 template <class T>
-pnum_cNumber parr_c2DTypedNumberArray<T>::Value(int x, int y) const {
-  return pnum_cNumber(this->elements_.Value(x, y));
-}
-
-template <class T>
-void parr_c2DTypedNumberArray<T>::SetValue(const pnum_cNumber& value, int x, int y) {
-  this->elements_.SetValue(this->Element(value), x, y);
-}
-
-template <class T>
 std::unique_ptr<parr_c2DArray> parr_c2DTypedNumberArray<T>::Selection(const rnge_c2DIndexRange& range) const {
   if (range.IsNull()) return Clone();
   return std::make_unique<parr_c2DTypedNumberArray>(
@@ -98,15 +88,13 @@ rnge_c2DIndexRange parr_c2DNumberArray::IndexRange() const {
   return rnge_c2DIndexRange(0, 0, NumIndicesX(), NumIndicesY());
 }
 
-pnum_cNumber parr_c2DNumberArray::Value(int x, int y) const { return letter_->Value(x, y); }
-
-void parr_c2DNumberArray::SetValue(const pnum_cNumber& value, int x, int y) {
-  StoreInCommonType(value, [&](const pnum_cNumber& common) { letter_->SetValue(common, x, y); });
+void parr_c2DNumberArray::SetAnyValue(const pnum_cNumber& value, int x, int y) {
+  StoreInCommonType(value, [&](const pnum_cNumber& common) { Own().SetValue(common, x, y); });
 }
 
 parr_c2DNumberArray& parr_c2DNumberArray::operator=(const pnum_cNumber& value) {
   if (value.DataType() == DataType()) {
-    letter_->SetAll(value);
+    Own().SetAll(value);
   } else {
     *this = parr_c2DNumberArray(NumIndicesX(), NumIndicesY(), value);
   }
@@ -130,18 +118,19 @@ void parr_c2DNumberArray::SetData(const parr_c2DNumberArray& source, const rnge_
   detail::CheckBlock(first, nx, NumIndices());
   detail::CheckBlock(first + (ny - 1) * NumIndicesX(), nx, NumIndices());
   if (source.DataType() == common) {
-    letter_->SetData(*source.letter_, from, to);
+    Own().SetData(*source.letter_, from, to);
     return;
   }
   // Converts only the elements that are copied, directly into their place.
   const auto* block = static_cast<const unsigned char*>(source.Data());
   const std::int64_t corner = std::int64_t{from.StartIndexY()} * source.NumIndicesX() + from.StartIndexX();
   detail::VisitElementType(common.Type(), [&]<class T>(std::type_identity<T>) {
-    T* elements = static_cast<parr_c2DTypedNumberArray<T>&>(*letter_).Elements().WriteAccess();
+    auto& elements = OwnIfTyped<T>()->Elements();
+    T* const target = nx * ny == NumIndices() ? elements.WriteAccess(arr_Unfilled) : elements.WriteAccess();
     for (std::int64_t y = 0; y < ny; ++y) {
       conv_ConvertElements(source.DataType().Type(), common.Type(), nx, conv_Real,
                            block + (corner + y * source.NumIndicesX()) * source.DataType().SizeOf(),
-                           elements + first + y * NumIndicesX());
+                           target + first + y * NumIndicesX());
     }
     return true;
   });

@@ -7,8 +7,9 @@ template <class T>
 class parr_c2DTypedNumberArray;
 
 /// The letter of a 2D number array: the object that holds its elements, all of one type.
-class DATASTORAGE_EXPORT parr_c2DArray {
+class DATASTORAGE_EXPORT parr_c2DArray : public detail::NumberLetter {
  public:
+  using NumberLetter::NumberLetter;
   virtual ~parr_c2DArray();
 
   /// The type of the elements.
@@ -76,8 +77,10 @@ class DATASTORAGE_EXPORT parr_c2DTypedNumberArray final
   std::unique_ptr<parr_c2DArray> Clone() const override;
   int NumIndicesX() const override { return this->elements_.NumIndicesX(); }
   int NumIndicesY() const override { return this->elements_.NumIndicesY(); }
-  pnum_cNumber Value(int x, int y) const override;
-  void SetValue(const pnum_cNumber& value, int x, int y) override;
+  pnum_cNumber Value(int x, int y) const override { return pnum_cNumber(this->elements_.Value(x, y)); }
+  void SetValue(const pnum_cNumber& value, int x, int y) override {
+    this->elements_.SetValue(this->Element(value), x, y);
+  }
   std::unique_ptr<parr_c2DArray> Selection(const rnge_c2DIndexRange& range) const override;
   void SetData(const parr_c2DArray& source, const rnge_c2DIndexRange& source_range,
                const rnge_c2DIndexRange& target_range) override;
@@ -104,7 +107,8 @@ class DATASTORAGE_EXPORT parr_c2DNumberArray : public detail::NumberArray<parr_c
   template <detail::ElementType T>
   parr_c2DNumberArray(const arr_c2DNumberArray<T>& elements)
       : NumberArray(std::make_unique<parr_c2DTypedNumberArray<T>>(elements)) {}
-  /// Takes ownership of `letter`; null throws expt_cProgramException.
+  /// Takes ownership of `letter`; throws expt_cProgramException for null and for other letters than
+  /// parr_c2DTypedNumberArray.
   explicit parr_c2DNumberArray(parr_c2DArray* letter);
   parr_c2DNumberArray(const parr_c2DNumberArray&) = default;
   parr_c2DNumberArray& operator=(const parr_c2DNumberArray&) = default;
@@ -121,7 +125,9 @@ class DATASTORAGE_EXPORT parr_c2DNumberArray : public detail::NumberArray<parr_c
 
   /// Element (x, y). Only the position y * nx + x is checked: an x that is too large reaches into the rows
   /// that follow. A complex element without an imaginary part is returned as a real number.
-  pnum_cNumber Value(int x, int y) const;
+  pnum_cNumber Value(int x, int y) const {
+    return VisitTyped([=](const auto& letter) { return letter.Value(x, y); });
+  }
   /// The same for other integer types; an index that does not fit an int throws arr_cIndexException.
   template <class X, detail::WideWith<X> Y>
   pnum_cNumber Value(X x, Y y) const {
@@ -130,7 +136,10 @@ class DATASTORAGE_EXPORT parr_c2DNumberArray : public detail::NumberArray<parr_c
   }
   /// Sets element (x, y), checked in the same way. The array first takes a type that holds its elements and
   /// `value`.
-  void SetValue(const pnum_cNumber& value, int x, int y);
+  void SetValue(const pnum_cNumber& value, int x, int y) {
+    auto* const doubles = value.DataType() == dtyp_Float64 ? OwnIfTyped<double>() : nullptr;
+    doubles != nullptr ? doubles->SetValue(value, x, y) : SetAnyValue(value, x, y);
+  }
   /// The same for other integer types; an index that does not fit an int throws arr_cIndexException.
   template <class X, detail::WideWith<X> Y>
   void SetValue(const pnum_cNumber& value, X x, Y y) {
@@ -165,8 +174,9 @@ class DATASTORAGE_EXPORT parr_c2DNumberArray : public detail::NumberArray<parr_c
   /// A typed array that shares the elements. Throws expt_cProgramException when their type is not `T`.
   template <detail::ElementType T>
   operator arr_c2DNumberArray<T>() const {
-    if (DataType() != detail::DataTypeOf<T>) parr_c2DArray::source_file.ThrowProgramError();
-    return static_cast<const parr_c2DTypedNumberArray<T>&>(*letter_).Elements();
+    const auto* const typed = IfTyped<T>();
+    if (typed == nullptr) parr_c2DArray::source_file.ThrowProgramError();
+    return typed->Elements();
   }
 
   static const tgio_cObjectType _ObjectType;    ///< obty_2DParrayType
@@ -175,6 +185,7 @@ class DATASTORAGE_EXPORT parr_c2DNumberArray : public detail::NumberArray<parr_c
   static const dtyp_cDataType t2DComplexArray;  ///< dtyp_Complex64
 
  private:
+  void SetAnyValue(const pnum_cNumber& value, int x, int y);
   /// The indices as int; throws arr_cIndexException when one does not fit.
   std::pair<int, int> Indices(std::int64_t x, std::int64_t y) const;
 };

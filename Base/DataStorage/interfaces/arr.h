@@ -75,11 +75,7 @@ class DATASTORAGE_EXPORT arr_cHandle {
   }
   /// The elements for writing, copied first if another handle shares them.
   T* Unshare() {
-    if (storage_.bShared()) {
-      std::unique_ptr<arr_cArray<T>> own = NewStorage(storage_.Size());
-      own->CopyIn(storage_.Data(), storage_.Size(), 0, 0);
-      storage_ = detail::SharedStorage<T>(std::move(own));
-    }
+    if (storage_.bShared()) CopyStorage();
     return storage_.Data();
   }
   /// The same without copying the values. Requires that every element is written next.
@@ -93,6 +89,12 @@ class DATASTORAGE_EXPORT arr_cHandle {
   detail::SharedStorage<T> storage_;  ///< empty in a handle constructed without elements
 
  private:
+  [[gnu::noinline]] void CopyStorage() {
+    std::unique_ptr<arr_cArray<T>> own = NewStorage(storage_.Size());
+    own->CopyIn(storage_.Data(), storage_.Size(), 0, 0);
+    storage_ = detail::SharedStorage<T>(std::move(own));
+  }
+
   T fill_;
 };
 
@@ -144,7 +146,8 @@ class DATASTORAGE_EXPORT arr_c1DArray : public arr_cHandle<T, int> {
   void SetBlock(const T* source, std::int64_t count, std::int64_t offset) {
     detail::CheckBlock(offset, count, this->NumIndices());
     if (count == 0) return;
-    std::copy_n(source, count, this->Unshare() + offset);
+    T* const elements = count == this->NumIndices() ? this->UnshareUnfilled() : this->Unshare();
+    std::copy_n(source, count, elements + offset);
     this->Changed(static_cast<int>(offset), static_cast<int>(offset + count - 1));
   }
 
@@ -197,6 +200,8 @@ class DATASTORAGE_EXPORT arr_c1D_C_Array : public arr_c1DArray<T> {
 
   /// The elements for writing, copied first if another array shares them. Null when there are none.
   T* WriteAccess() { return this->Unshare(); }
+  /// The same when all of them are written next: elements that others share are not copied.
+  T* WriteAccess(arr_sUnfilled) { return this->UnshareUnfilled(); }
 
  protected:
   /// Uninitialised elements.
@@ -296,7 +301,8 @@ class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T, int, int> {
     const std::int64_t last = RowStart(block.x, std::int64_t{block.y} + block.ny - 1);
     detail::CheckBlock(first, block.nx, this->NumIndices());
     detail::CheckBlock(last, block.nx, this->NumIndices());
-    T* target = this->Unshare() + first;
+    const bool whole = block.nx == nx_ && block.ny == ny_;
+    T* const target = (whole ? this->UnshareUnfilled() : this->Unshare()) + first;
     if (block.nx == nx_ && sourceStride == nx_) {
       std::copy_n(source, sourceStride * block.ny, target);
     } else {
@@ -379,6 +385,8 @@ class DATASTORAGE_EXPORT arr_c2D_C_Array : public arr_c2DArray<T> {
   /// The elements in storage order for writing, copied first if another array shares them. Null when there
   /// are none.
   T* WriteAccess() { return this->Unshare(); }
+  /// The same when all of them are written next: elements that others share are not copied.
+  T* WriteAccess(arr_sUnfilled) { return this->UnshareUnfilled(); }
 
  protected:
   /// Uninitialised elements.

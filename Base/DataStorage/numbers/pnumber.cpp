@@ -50,12 +50,6 @@ comp_cComplex<T> FromDouble(double value, std::type_identity<comp_cComplex<T>>) 
   return static_cast<T>(value);
 }
 
-double ToDouble(auto value) { return static_cast<double>(value); }
-template <class T>
-double ToDouble(const comp_cComplex<T>& value) {
-  return ToDouble(value.Real());
-}
-
 }  // namespace
 
 constinit const dtyp_cDataType pnum_cNumber::tComplexNumber = dtyp_Complex128;
@@ -80,16 +74,17 @@ std::ostream& pnum_cTypedNumber<T>::Output(std::ostream& out) const {
 
 pnum_cNumber::pnum_cNumber(dtyp_cDataType type) : pnum_cNumber(0.0, type) {}
 
-pnum_cNumber::pnum_cNumber(double value, dtyp_cDataType type)
-    : letter_(detail::VisitElementType(
-          type.Type(), [&](auto element_type) { return MakeLetter(FromDouble(value, element_type)); })) {
-  if (!letter_) source_file.ThrowProgramError();
+pnum_cNumber::pnum_cNumber(double value, dtyp_cDataType type) {
+  detail::VisitElementType(type.Type(),
+                           [&](auto element_type) { return Store(FromDouble(value, element_type)); });
+  if (!DataType().HasDataType()) source_file.ThrowProgramError();
 }
 
-double pnum_cNumber::ValueAsDouble() const noexcept {
-  return detail::VisitElementType(DataType().Type(), [this]<class T>(std::type_identity<T>) {
-    return ToDouble(*static_cast<const T*>(Data()));
-  });
+std::unique_ptr<pnum_cLetter> pnum_cNumber::Letter() const {
+  return detail::VisitElementType(
+      type_, [this]<class T>(std::type_identity<T>) -> std::unique_ptr<pnum_cLetter> {
+        return std::make_unique<pnum_cTypedNumber<T>>(*static_cast<const T*>(Data()));
+      });
 }
 
 int pnum_cNumber::Count() const {
@@ -101,11 +96,11 @@ int pnum_cNumber::Count() const {
 
 void pnum_cNumber::Convert(dtyp_cDataType type, conv_eComplexConversion conversion) {
   if (type == DataType()) return;
-  pnum_cLetter* const letter = detail::VisitElementType(type.Type(), [&]<class T>(std::type_identity<T>) {
+  const bool converted = detail::VisitElementType(type.Type(), [&]<class T>(std::type_identity<T>) {
     T value;
-    conv_ConvertElements(DataType().Type(), detail::DataTypeOf<T>, 1, conversion, Data(), &value);
-    return MakeLetter(value);
+    conv_ConvertElements(type_, detail::DataTypeOf<T>, 1, conversion, Data(), &value);
+    Store(value);
+    return true;
   });
-  if (!letter) source_file.ThrowProgramError();
-  letter_ = letter;
+  if (!converted) source_file.ThrowProgramError();
 }

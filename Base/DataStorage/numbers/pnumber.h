@@ -28,8 +28,6 @@ class DATASTORAGE_EXPORT pnum_cLetter {
   virtual str_cString StringOut(int width, int precision) const = 0;
   /// Writes the value as a number, also that of a one-byte type.
   virtual std::ostream& Output(std::ostream& out) const = 0;
-  /// Constructs a copy of the letter at `place`. Requires room for any letter there.
-  virtual pnum_cLetter* CloneAt(void* place) const noexcept = 0;
   virtual ~pnum_cLetter();
 };
 
@@ -45,9 +43,6 @@ class pnum_cTypedNumber final : public pnum_cLetter {
   const void* Data() const noexcept override { return &value_; }
   str_cString StringOut(int width, int precision) const override;
   std::ostream& Output(std::ostream& out) const override;
-  pnum_cLetter* CloneAt(void* place) const noexcept override {
-    return ::new (place) pnum_cTypedNumber(*this);
-  }
 
  private:
   T value_;
@@ -63,18 +58,18 @@ class pnum_cTypedNumber final : public pnum_cLetter {
 class DATASTORAGE_EXPORT pnum_cNumber : public tgio_cTaggedStreamObject {
  public:
   /// A number of the element type that corresponds to the C++ type of `value`.
-  pnum_cNumber(unsigned char value) noexcept : letter_(MakeLetter(value)) {}
-  pnum_cNumber(unsigned short value) noexcept : letter_(MakeLetter(value)) {}
-  pnum_cNumber(unsigned int value) noexcept : letter_(MakeLetter(value)) {}
-  pnum_cNumber(char value) noexcept : letter_(MakeLetter(value)) {}
-  pnum_cNumber(short value) noexcept : letter_(MakeLetter(value)) {}
-  pnum_cNumber(int value) noexcept : letter_(MakeLetter(value)) {}
-  pnum_cNumber(float value = 0) noexcept : letter_(MakeLetter(value)) {}
-  pnum_cNumber(double value) noexcept : letter_(MakeLetter(value)) {}
+  pnum_cNumber(unsigned char value) noexcept { Store(value); }
+  pnum_cNumber(unsigned short value) noexcept { Store(value); }
+  pnum_cNumber(unsigned int value) noexcept { Store(value); }
+  pnum_cNumber(char value) noexcept { Store(value); }
+  pnum_cNumber(short value) noexcept { Store(value); }
+  pnum_cNumber(int value) noexcept { Store(value); }
+  pnum_cNumber(float value = 0) noexcept { Store(value); }
+  pnum_cNumber(double value) noexcept { Store(value); }
   /// A complex number; a real one when the magnitude of the imaginary part is below the smallest normal
   /// number of its type.
-  pnum_cNumber(const comp_cComplex<float>& value) noexcept : letter_(MakeLetterOfComplex(value)) {}
-  pnum_cNumber(const comp_cComplex<double>& value) noexcept : letter_(MakeLetterOfComplex(value)) {}
+  pnum_cNumber(const comp_cComplex<float>& value) noexcept { StoreComplex(value); }
+  pnum_cNumber(const comp_cComplex<double>& value) noexcept { StoreComplex(value); }
   /// A zero of that type; throws `expt_cProgramException` when it is not an element type.
   pnum_cNumber(dtyp_cDataType type);
   pnum_cNumber(dtyp_eDataType type) : pnum_cNumber(dtyp_cDataType(type)) {}
@@ -83,18 +78,8 @@ class DATASTORAGE_EXPORT pnum_cNumber : public tgio_cTaggedStreamObject {
   /// an element type.
   pnum_cNumber(double value, dtyp_cDataType type);
 
-  /// A number of the same type and value.
-  pnum_cNumber(const pnum_cNumber& other) noexcept
-      : tgio_cTaggedStreamObject(other), letter_(other.letter_->CloneAt(place_)) {}
-  /// Copies the value and its type.
-  pnum_cNumber& operator=(const pnum_cNumber& other) noexcept {
-    if (this != &other) letter_ = other.letter_->CloneAt(place_);
-    return *this;
-  }
-  ~pnum_cNumber() = default;
-
   /// The type of the value.
-  dtyp_cDataType DataType() const noexcept { return letter_->DataType(); }
+  dtyp_cDataType DataType() const noexcept { return type_; }
   /// The size of the value in bytes.
   int SizeOf() const noexcept { return DataType().SizeOf(); }
   /// Whether the type is an integer or a float.
@@ -102,7 +87,7 @@ class DATASTORAGE_EXPORT pnum_cNumber : public tgio_cTaggedStreamObject {
   /// Whether the type is complex, even if the imaginary part is zero.
   type_cBoolean IsComplex() const noexcept { return DataType().IsComplex(); }
   /// The address of the value in the C++ type of `DataType()`; valid until the number is changed.
-  const void* Data() const noexcept { return letter_->Data(); }
+  const void* Data() const noexcept { return value_; }
 
   /// Always 1: a number counts as an array with one element.
   int NumIndices() const noexcept { return 1; }
@@ -111,7 +96,14 @@ class DATASTORAGE_EXPORT pnum_cNumber : public tgio_cTaggedStreamObject {
 
   /// The value as a double; the real part of a complex number.
   double Value() const noexcept {
-    return DataType() == dtyp_Float64 ? *static_cast<const double*>(Data()) : ValueAsDouble();
+    if (type_ == dtyp_Float64) return *static_cast<const double*>(Data());  // the most frequent type
+    return detail::VisitElementType(type_, [this]<class T>(std::type_identity<T>) {
+      const T& value = *static_cast<const T*>(Data());
+      if constexpr (detail::FamilyOf<T> == detail::Family::Complex)
+        return static_cast<double>(value.Real());
+      else
+        return static_cast<double>(value);
+    });
   }
   /// `Value()` truncated toward zero; throws `expt_cUserException` when `Value()` is NaN or outside the range
   /// of `int`, as 2147483647.5 is.
@@ -122,7 +114,7 @@ class DATASTORAGE_EXPORT pnum_cNumber : public tgio_cTaggedStreamObject {
 
   /// The value as text; `width` and `precision` as for `str_cString`, applied to each part of a complex
   /// number.
-  str_cString StringOut(int width, int precision) const { return letter_->StringOut(width, precision); }
+  str_cString StringOut(int width, int precision) const { return Letter()->StringOut(width, precision); }
 
   static const dtyp_cDataType tComplexNumber;  ///< the preferred type of complex values
   static const dtyp_cDataType tValueNumber;    ///< the preferred type of measured values
@@ -130,30 +122,27 @@ class DATASTORAGE_EXPORT pnum_cNumber : public tgio_cTaggedStreamObject {
 
   /// Writes the value as a number, also that of a one-byte type.
   friend std::ostream& operator<<(std::ostream& out, const pnum_cNumber& number) {
-    return number.letter_->Output(out);
+    return number.Letter()->Output(out);
   }
 
  private:
-  using LargestLetter = pnum_cTypedNumber<comp_cComplex<double>>;
+  /// A letter with the value, which knows its text.
+  std::unique_ptr<pnum_cLetter> Letter() const;
 
-  double ValueAsDouble() const noexcept;
-
-  /// Constructs a letter over the present one, which owns nothing and so needs no destruction.
   template <class T>
-  pnum_cLetter* MakeLetter(const T& value) noexcept {
-    using Letter = pnum_cTypedNumber<T>;
-    static_assert(std::is_trivially_destructible_v<T>);
-    static_assert(sizeof(Letter) <= sizeof place_ && alignof(Letter) <= alignof(LargestLetter));
-    return ::new (place_) Letter(value);
+  void Store(const T& value) noexcept {
+    static_assert(std::is_trivially_copyable_v<T> && sizeof(T) <= sizeof value_);
+    ::new (value_) T(value);
+    type_ = detail::DataTypeOf<T>;
   }
 
   template <class T>
-  pnum_cLetter* MakeLetterOfComplex(const comp_cComplex<T>& value) noexcept {
+  void StoreComplex(const comp_cComplex<T>& value) noexcept {
     const bool real = -std::numeric_limits<T>::min() < value.Imaginary() &&
                       value.Imaginary() < std::numeric_limits<T>::min();
-    return real ? MakeLetter(value.Real()) : MakeLetter(value);
+    real ? Store(value.Real()) : Store(value);
   }
 
-  alignas(LargestLetter) std::byte place_[sizeof(LargestLetter)];
-  pnum_cLetter* letter_;  // points into place_
+  dtyp_eDataType type_ = dtyp_NoType;
+  alignas(double) std::byte value_[sizeof(comp_cComplex<double>)];
 };

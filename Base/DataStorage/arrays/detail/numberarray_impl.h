@@ -54,6 +54,11 @@ std::unique_ptr<Letter> NumberArray<Letter>::CreateLetter(const pnum_cNumber& va
 }
 
 template <class Letter>
+void NumberArray<Letter>::CopyLetter() {
+  letter_ = Shared<Letter>(letter_->Clone());
+}
+
+template <class Letter>
 template <class Store>
 void NumberArray<Letter>::StoreInCommonType(const pnum_cNumber& value, Store store) {
   if (value.DataType() == DataType()) return store(value);
@@ -82,7 +87,7 @@ void NumberArray<Letter>::Convert(dtyp_cDataType type, conv_eComplexConversion c
         return letter;
       });
   if (converted == nullptr) Letter::source_file.ThrowProgramError();
-  letter_ = std::move(converted);
+  letter_ = Shared<Letter>(std::move(converted));
 }
 
 template <class Letter>
@@ -115,7 +120,7 @@ type_cBoolean NumberArray<Letter>::Read(bstr_cBinary_istream& in) {
     return std::make_unique<typename Letter::template Typed<T>>();
   });
   if (letter == nullptr || !letter->ReadRaw(in) || !in.bGood()) return false;
-  letter_ = std::move(letter);
+  letter_ = Shared<Letter>(std::move(letter));
   return true;
 }
 

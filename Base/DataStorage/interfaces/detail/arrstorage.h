@@ -9,6 +9,7 @@
 #include <utility>
 
 #include <DataStorage/interfaces/arrerror.h>
+#include <DataStorage/interfaces/detail/shared.h>
 #include <DataStorage/interfaces/export.h>
 #include <DataStorage/interfaces/lgar.h>
 
@@ -26,9 +27,6 @@ struct arr_sUnfilled {};
 inline constexpr arr_sUnfilled arr_Unfilled{};
 
 namespace detail {
-
-template <class T>
-class SharedStorage;
 
 /// The largest int is not a valid size: index arithmetic returns it for every larger count, so that these are
 /// rejected.
@@ -69,7 +67,7 @@ inline std::int64_t CheckedIndex(std::int64_t i, std::int64_t size) {
 
 /// A block of elements that are copied one by one with their own assignment operator.
 template <class T>
-class DATASTORAGE_EXPORT arr_cArray {
+class DATASTORAGE_EXPORT arr_cArray : public detail::Counted {
  public:
   /// `n` value-initialised elements (zeros for numbers, null for pointers).
   explicit arr_cArray(int n = 0) : arr_cArray(arr_Unfilled, n) {
@@ -150,13 +148,10 @@ class DATASTORAGE_EXPORT arr_cArray {
   }
 
  private:
-  friend class detail::SharedStorage<T>;
-
   std::size_t Bytes() const noexcept { return static_cast<std::size_t>(size_) * sizeof(T); }
 
   T* block_ = nullptr;
   std::int64_t size_ = 0;
-  std::int64_t references_ = 0;  // number of handles that share this storage; never copied
 };
 
 /// A block of trivially copyable elements, which are copied as raw memory.
@@ -215,32 +210,13 @@ namespace detail {
 
 /// A counted reference to a storage object, held by every handle that shares it; empty by default.
 template <class T>
-class SharedStorage {
+class SharedStorage : public Shared<arr_cArray<T>> {
  public:
-  SharedStorage() noexcept = default;
-  explicit SharedStorage(std::unique_ptr<arr_cArray<T>> storage) noexcept : storage_(storage.release()) {
-    Add();
-  }
-  SharedStorage(const SharedStorage& other) noexcept : storage_(other.storage_) { Add(); }
-  SharedStorage& operator=(SharedStorage other) noexcept {
-    std::swap(storage_, other.storage_);
-    return *this;
-  }
-  ~SharedStorage() {
-    if (storage_ != nullptr && --storage_->references_ == 0) delete storage_;
-  }
+  using Shared<arr_cArray<T>>::Shared;
 
-  std::int64_t Size() const noexcept { return storage_ == nullptr ? 0 : storage_->size_; }
-  const T* Data() const noexcept { return storage_ == nullptr ? nullptr : storage_->block_; }
-  T* Data() noexcept { return storage_ == nullptr ? nullptr : storage_->block_; }
-  bool bShared() const noexcept { return storage_ != nullptr && storage_->references_ > 1; }
-  bool operator==(const SharedStorage& other) const noexcept { return storage_ == other.storage_; }
-
- private:
-  void Add() noexcept {
-    if (storage_ != nullptr) ++storage_->references_;
-  }
-  arr_cArray<T>* storage_ = nullptr;
+  std::int64_t Size() const noexcept { return *this ? (**this).Size() : 0; }
+  const T* Data() const noexcept { return *this ? (**this).Data() : nullptr; }
+  T* Data() noexcept { return *this ? this->Write().Data() : nullptr; }
 };
 
 }  // namespace detail
