@@ -15,7 +15,7 @@
 #include <DataStorage/numbers/datatype.h>
 #include <DataStorage/numbers/elements.h>
 
-/// Interface of the object that holds the value of a pnum_cNumber: its letter.
+/// The letter of a number: its value as an object that is used without knowledge of the type.
 class DATASTORAGE_EXPORT pnum_cLetter {
  public:
   /// The type of the value.
