@@ -106,7 +106,7 @@ TYPED_TEST(TaggedStreams, WriteNothingOfAnObjectThatFails) {
   EXPECT_EQ(stream.str(), "");
 
   outer.write = [&](auto& atoms) {
-    return !WriteAtom(atoms, failing, inner_atom) && WriteAtom(atoms, 2, int_atom);
+    return !atoms.Write(plain) && !WriteAtom(atoms, failing, inner_atom) && WriteAtom(atoms, 2, int_atom);
   };
   EXPECT_EQ(TaggedForm<TypeParam>(outer), TaggedForm<TypeParam>(plain));
   stream.setstate(std::ios::badbit);
