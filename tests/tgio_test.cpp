@@ -99,6 +99,9 @@ TYPED_TEST(TaggedStreams, WriteNothingOfAnObjectThatFails) {
   std::ostringstream stream;
   typename TypeParam::Out out(stream);
   const HandWritten plain(a_thing, {{int_atom, 2}});
+  if constexpr (std::is_same_v<TypeParam, Binary>) {
+    EXPECT_FALSE(out.WriteBytes("", 1) || out.WriteBytes(nullptr, "", 1)) << "no array is open";
+  }
   EXPECT_FALSE(WriteAtom(out, 1, int_atom) || WriteAtom(out, plain, inner_atom)) << "no object is open";
   Thing<TypeParam> failing, outer;
   failing.write = [](auto& atoms) { return WriteAtom(atoms, 1, int_atom) && false; };
@@ -111,6 +114,11 @@ TYPED_TEST(TaggedStreams, WriteNothingOfAnObjectThatFails) {
   EXPECT_EQ(TaggedForm<TypeParam>(outer), TaggedForm<TypeParam>(plain));
   stream.setstate(std::ios::badbit);
   EXPECT_FALSE(out.Write(plain));
+  EXPECT_THROW(stream.exceptions(std::ios::badbit), std::ios::failure);
+  EXPECT_THROW(out.Write(plain), std::ios::failure);
+  stream.clear();
+  EXPECT_TRUE(out.Write(plain));
+  EXPECT_EQ(stream.str(), TaggedForm<TypeParam>(plain));
 }
 
 TYPED_TEST(TaggedStreams, HoldLargeArraysAmongOtherAtoms) {
@@ -278,7 +286,7 @@ TEST(ASCIITaggedStreams, AreReadHoweverTheyAreLaidOut) {
       {"ab byte 7x", "damaged"},
       {"ac int 5 5", "damaged"},
       {"ac int 2147483648", "damaged"},
-      {"ah object other {\nab byte 7\n}\nac int 5", "0 5"},
+      {"ah object other {\nab byte 7\n} \t\nac int 5", "0 5"},
       {"{ }\nac int 5", "damaged"},
       {"\"\" int 5\nac int 5", "damaged"},
       {"ah object {\n}\nac int 5", "damaged"},
