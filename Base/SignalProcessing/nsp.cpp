@@ -13,6 +13,7 @@
 
 namespace {
 
+using detail::BitsOf;
 using detail::ForEachElement;
 
 // The functions of one element have no branches, only selections of values, so that compilers vectorise the
@@ -33,9 +34,6 @@ template <>
 DATASTORAGE_IN_LINE double FromInteger(unsigned int value) {
   return static_cast<double>(static_cast<int>(value ^ 0x80000000u)) + 2147483648.0;
 }
-
-template <class Float>
-using BitsOf = std::conditional_t<sizeof(Float) == 4, std::int32_t, std::int64_t>;
 
 /// Whether the mantissa of `Float` holds every `Integer` and two more bits.
 template <class Integer, class Float>
@@ -78,12 +76,25 @@ void WithIntegerOf(int word_size, int flags, F f) {
   });
 }
 
-/// `condition ? a : b`, written with bit masks because compilers turn the operator into branches, or
-/// duplicate later conditions for each outcome; both make loops much slower.
+/// `condition ? a : b`, written with bit masks: compilers move what follows the operator into its branches,
+/// and then multiply every number by both factors, which may make it too small and processors slow.
 template <class T>
 DATASTORAGE_IN_LINE T Choose(bool condition, T a, T b) {
   const BitsOf<T> mask = -static_cast<BitsOf<T>>(condition);
   return std::bit_cast<T>((std::bit_cast<BitsOf<T>>(a) & mask) | (std::bit_cast<BitsOf<T>>(b) & ~mask));
+}
+
+/// The larger part of a number without its sign, or a part that is not a number.
+template <class T>
+DATASTORAGE_IN_LINE T LargerPart(const comp_cComplex<T>& value) {
+  const T a = std::abs(value.Real());
+  const T b = std::abs(value.Imaginary());
+  return a > b ? a : b;
+}
+
+template <class T>
+DATASTORAGE_IN_LINE T Magnitude(const comp_cComplex<T>& value) {
+  return std::sqrt(value.Real() * value.Real() + value.Imaginary() * value.Imaginary());
 }
 
 /// Numbers below `small` are multiplied by `up` and those above `large` by `down`, powers of two, so that
@@ -100,86 +111,106 @@ struct Range<double> {
 };
 
 template <class T>
-DATASTORAGE_IN_LINE T Magnitude(const comp_cComplex<T>& value) {
+DATASTORAGE_IN_LINE bool MagnitudeIsRare(const comp_cComplex<T>& value) {
+  const T larger = LargerPart(value);
+  const T nonzero = larger == 0 ? 1 : larger;
+  return !((nonzero >= Range<T>::small) & (nonzero <= Range<T>::large));
+}
+
+template <class T>
+DATASTORAGE_IN_LINE T RareMagnitude(const comp_cComplex<T>& value) {
   using R = Range<T>;
   constexpr T infinity = std::numeric_limits<T>::infinity();
   const T a = std::abs(value.Real());
   const T b = std::abs(value.Imaginary());
-  const T larger = a > b ? a : b;
+  const T larger = LargerPart(value);
   const T factor = Choose(larger > R::large, R::down, Choose(larger < R::small, R::up, T(1)));
   const T back = Choose(larger > R::large, 1 / R::down, Choose(larger < R::small, 1 / R::up, T(1)));
-  const T x = a * factor;
-  const T y = b * factor;
-  const T result = std::sqrt(x * x + y * y) * back;
-  return Choose((a == infinity) | (b == infinity), infinity, result);
+  const T result = Magnitude<T>({a * factor, b * factor}) * back;
+  const bool infinite = (a == infinity) | (b == infinity);
+  return infinite ? infinity : result;
 }
 
-/// atan(q) = q + q^3 p(q^2) for |q| <= tan(pi/8): minimax coefficients of p (relative error of the result:
-/// 2^-30 for floats, 2^-59 for doubles), and pi/4 as a sum whose first part can be multiplied by 0 to 4
-/// exactly.
+/// atan(q) = q + q^3 p(q^2) for |q| <= tan(pi/8): coefficients of p with the least greatest relative error
+/// (2^-59 and 2^-30 of the result), and pi/4 as a sum whose first part can be multiplied by 0 to 4 exactly.
+/// Polynomials are summed in pairs: short chains of operations are faster than a long one.
 template <class T>
 struct ArcTangent;
 template <>
 struct ArcTangent<float> {
-  static constexpr float p[] = {-0.33333315505f, 0.19998489426f, -0.14243848541f, 0.10596000007f,
-                                -0.060834491676f};
   static constexpr float quarter_pi = 0x1.921fb0p-1f, quarter_pi_rest = 0x1.5110b4p-23f;
+  DATASTORAGE_IN_LINE static float P(float z) {
+    constexpr float p[] = {-0.33333315505f, 0.19998489426f, -0.14243848541f, 0.10596000007f,
+                           -0.060834491676f};
+    const float z2 = z * z;
+    return (p[0] + z * p[1]) + z2 * ((p[2] + z * p[3]) + z2 * p[4]);
+  }
 };
 template <>
 struct ArcTangent<double> {
-  static constexpr double p[] = {-0.33333333333333199108, 0.19999999999954081579,   -0.14285714280248449058,
-                                 0.11111110786134361559,  -0.090908978363374562747, 0.076920616349433430344,
-                                 -0.06663120357255814895, 0.058480087098933599404,  -0.050398445322611828979,
-                                 0.038078294992402855865, -0.017922249820150334933};
   static constexpr double quarter_pi = 0x1.921fb54442d18p-1, quarter_pi_rest = 0x1.1a62633145c07p-55;
+  DATASTORAGE_IN_LINE static double P(double z) {
+    constexpr double p[] = {-0.33333333333333199108, 0.19999999999954081579,   -0.14285714280248449058,
+                            0.11111110786134361559,  -0.090908978363374562747, 0.076920616349433430344,
+                            -0.06663120357255814895, 0.058480087098933599404,  -0.050398445322611828979,
+                            0.038078294992402855865, -0.017922249820150334933};
+    const double z2 = z * z;
+    const double z4 = z2 * z2;
+    return ((p[0] + z * p[1]) + z2 * (p[2] + z * p[3])) +
+           z4 * (((p[4] + z * p[5]) + z2 * (p[6] + z * p[7])) + z4 * ((p[8] + z * p[9]) + z2 * p[10]));
+  }
 };
-
-/// Sums even and odd powers separately: two short dependency chains are faster than a long one.
-template <class T, std::size_t n>
-DATASTORAGE_IN_LINE T Polynomial(const T (&coefficients)[n], T z) {
-  T sums[2] = {0, 0};
-  for (std::size_t i = n; i-- > 0;) sums[i % 2] = sums[i % 2] * (z * z) + coefficients[i];
-  return sums[0] + z * sums[1];
-}
 
 template <class T>
 DATASTORAGE_IN_LINE T Phase(const comp_cComplex<T>& value) {
   using A = ArcTangent<T>;
-  constexpr T infinity = std::numeric_limits<T>::infinity();
   constexpr T tan_eighth_pi = T(0.41421356237309504880);
   const T x = value.Real();
   const T y = value.Imaginary();
   const T abs_x = std::abs(x);
   const T abs_y = std::abs(y);
 
-  // The tangent of the angle to the nearer axis or, beyond pi/8, to the diagonal. The largest numbers are
-  // scaled down so that their sum stays finite.
+  // The tangent of the angle to the nearer axis or, beyond pi/8, to the diagonal.
   const bool steep = abs_y > abs_x;
-  const T minor = Choose(steep, abs_x, abs_y);
-  const T major = Choose(steep, abs_y, abs_x);
-  const bool both_infinite = (minor == infinity) & (major == infinity);
-  const bool diagonal = (minor > tan_eighth_pi * major) | both_infinite;
-  const T factor = Choose(major > std::numeric_limits<T>::max() / 4, T(0.25), T(1));
-  const T sum = major * factor + minor * factor;
-  const T ratio = Choose(diagonal, minor - major, minor) * factor / Choose(diagonal, sum, major * factor);
-  const T q = Choose(both_infinite | (sum == 0), T(0), ratio);
-  const T z = q * q;
-  const T angle = q + q * (z * Polynomial(A::p, z));
+  const T minor = steep ? abs_x : abs_y;
+  const T major = steep ? abs_y : abs_x;
+  const bool diagonal = minor > tan_eighth_pi * major;
+  const T divisor = diagonal ? minor + major : major;
+  const T tangent = (diagonal ? minor - major : minor) / (major == 0 ? 1 : divisor);
 
-  // Add the angle to, or subtract it from, its multiple of pi/4.
-  const bool backward = std::copysign(T(1), x) < 0;
-  T quarters = Choose(diagonal, T(1), T(0));
-  quarters = Choose(steep, 2 - quarters, quarters);
-  quarters = Choose(backward, 4 - quarters, quarters);
-  const T rest = quarters * A::quarter_pi_rest + Choose(steep != backward, -angle, angle);
+  // The angle lies on one side or the other of a multiple of pi/4.
+  const T forward = std::copysign(T(1), x);
+  const T side = steep ? -forward : forward;
+  const T quarters = (steep ? T(2) : 2 - 2 * forward) + (diagonal ? side : T(0));
+  const T q = tangent * side;
+  const T z = tangent * tangent;
+  const T rest = (quarters * A::quarter_pi_rest + q) + q * z * A::P(z);
   return std::copysign(quarters * A::quarter_pi + rest, y);
+}
+
+/// Where the sum of the parts is out of range.
+template <class T>
+DATASTORAGE_IN_LINE bool PhaseIsRare(const comp_cComplex<T>& value) {
+  return LargerPart(value) > std::numeric_limits<T>::max() / 4;
+}
+
+/// Beside an infinite part a finite one counts as 0; two that are infinite are equal.
+template <class T>
+DATASTORAGE_IN_LINE T RarePhase(const comp_cComplex<T>& value) {
+  constexpr T infinity = std::numeric_limits<T>::infinity();
+  const T larger = LargerPart(value);
+  const T factor = Choose(larger == infinity, T(0), Choose(PhaseIsRare(value), T(0.25), T(1)));
+  const auto scaled = [=](T part) {
+    return std::abs(part) == infinity ? std::copysign(T(1), part) : part * factor;
+  };
+  return Phase<T>({scaled(value.Real()), scaled(value.Imaginary())});
 }
 
 template <class Float, class Integer>
 void RoundToIntegers(const Float* source, Integer* target, std::int64_t count) {
   std::int64_t done = 0;
 #if defined(DATASTORAGE_WIDE_LOOPS)
-  if (detail::WideLoops()) done = detail::RoundBlocks(source, target, count);
+  if (detail::VectorBits() >= 256) done = detail::RoundBlocks(source, target, count);
 #endif
   ForEachElement<ToInteger<Integer, Float>>(source + done, target + done, count - done);
 }
@@ -221,10 +252,10 @@ void nspcbImag(const comp_cComplex<float>* source, float* target, std::int64_t c
   ForEachElement<Imaginary<float>>(source, target, count);
 }
 void nspcbMag(const comp_cComplex<float>* source, float* target, std::int64_t count) {
-  ForEachElement<Magnitude<float>>(source, target, count);
+  ForEachElement<Magnitude<float>, MagnitudeIsRare<float>, RareMagnitude<float>>(source, target, count);
 }
 void nspcbPhase(const comp_cComplex<float>* source, float* target, std::int64_t count) {
-  ForEachElement<Phase<float>>(source, target, count);
+  ForEachElement<Phase<float>, PhaseIsRare<float>, RarePhase<float>>(source, target, count);
 }
 
 void nspzbReal(const comp_cComplex<double>* source, double* target, std::int64_t count) {
@@ -234,8 +265,8 @@ void nspzbImag(const comp_cComplex<double>* source, double* target, std::int64_t
   ForEachElement<Imaginary<double>>(source, target, count);
 }
 void nspzbMag(const comp_cComplex<double>* source, double* target, std::int64_t count) {
-  ForEachElement<Magnitude<double>>(source, target, count);
+  ForEachElement<Magnitude<double>, MagnitudeIsRare<double>, RareMagnitude<double>>(source, target, count);
 }
 void nspzbPhase(const comp_cComplex<double>* source, double* target, std::int64_t count) {
-  ForEachElement<Phase<double>>(source, target, count);
+  ForEachElement<Phase<double>, PhaseIsRare<double>, RarePhase<double>>(source, target, count);
 }

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <type_traits>
 
 /// Marks functions of one element: compilers vectorise loops over them only when they are inlined.
 #if defined(__GNUC__)
@@ -15,14 +17,43 @@
 
 namespace detail {
 
+/// A signed integer as wide as `T`.
+template <class T>
+using BitsOf = std::conditional_t<sizeof(T) == 4, std::int32_t, std::int64_t>;
+
 #if defined(DATASTORAGE_WIDE_LOOPS)
-/// Whether loops use 256-bit vectors: true when the processor has AVX2; tests change it. The results are the
-/// same either way, since the wide loops use no fused multiply-add.
-inline bool& WideLoops() {
-  static bool wide = __builtin_cpu_supports("avx2");
-  return wide;
+/// How many bits the vectors of loops have: 512 when the processor has AVX-512 (with its instructions for
+/// small and for 64-bit elements), 256 when it has AVX2, or 128; tests change it. The results are the same
+/// each way, since no loop uses fused multiply-add.
+inline int& VectorBits() {
+  static int bits = __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512bw") &&
+                            __builtin_cpu_supports("avx512dq")
+                        ? 512
+                    : __builtin_cpu_supports("avx2") ? 256
+                                                     : 128;
+  return bits;
+}
+
+template <auto loop, class... Arguments>
+[[gnu::target("avx512vl,avx512bw,avx512dq")]] void With512Bits(Arguments... arguments) {
+  loop(arguments...);
+}
+template <auto loop, class... Arguments>
+[[gnu::target("avx2")]] void With256Bits(Arguments... arguments) {
+  loop(arguments...);
 }
 #endif
+
+/// Calls `loop`, compiled for the widest vectors of this processor up to `most_bits`. It must be
+/// DATASTORAGE_IN_LINE.
+template <int most_bits, auto loop, class... Arguments>
+void WithVectors(Arguments... arguments) {
+#if defined(DATASTORAGE_WIDE_LOOPS)
+  if (most_bits == 512 && VectorBits() == 512) return With512Bits<loop>(arguments...);
+  if (VectorBits() >= 256) return With256Bits<loop>(arguments...);
+#endif
+  loop(arguments...);
+}
 
 template <auto element, class Source, class Target>
 DATASTORAGE_IN_LINE void ElementLoop(const Source* __restrict source, Target* __restrict target,
@@ -30,20 +61,45 @@ DATASTORAGE_IN_LINE void ElementLoop(const Source* __restrict source, Target* __
   for (std::int64_t i = 0; i < count; ++i) target[i] = element(source[i]);
 }
 
-#if defined(DATASTORAGE_WIDE_LOOPS)
-template <auto element, class Source, class Target>
-[[gnu::target("avx2")]] void WideElementLoop(const Source* source, Target* target, std::int64_t count) {
-  ElementLoop<element>(source, target, count);
+/// The same; returns whether `is_rare` holds for an element.
+template <auto element, auto is_rare, class Source, class Target>
+DATASTORAGE_IN_LINE bool CheckedElementLoop(const Source* __restrict source, Target* __restrict target,
+                                            std::int64_t count) {
+  BitsOf<Target> any_is_rare = 0;
+  for (std::int64_t i = 0; i < count; ++i) {
+    const Source value = source[i];
+    target[i] = element(value);
+    any_is_rare |= is_rare(value);
+  }
+  return any_is_rare != 0;
 }
-#endif
 
-/// Sets target[i] = element(source[i]) for `count` elements. Requires that `element` is DATASTORAGE_IN_LINE.
+/// By blocks that stay in the first cache. One in which an element is rare is done again by `rare_element`,
+/// and as long as there are some in each, the next ones are done so only.
+template <auto element, auto is_rare, auto rare_element, class Source, class Target>
+DATASTORAGE_IN_LINE void ElementLoopByBlocks(const Source* source, Target* target, std::int64_t count) {
+  constexpr std::int64_t block_size = 512;
+  bool rare = false;
+  for (std::int64_t done = 0; done < count; done += block_size) {
+    const std::int64_t n = std::min(block_size, count - done);
+    if (!rare) rare = CheckedElementLoop<element, is_rare>(source + done, target + done, n);
+    if (rare) rare = CheckedElementLoop<rare_element, is_rare>(source + done, target + done, n);
+  }
+}
+
+/// target[i] = element(source[i]). `element` must be DATASTORAGE_IN_LINE. Wider vectors would not make loops
+/// faster that mainly read and write.
 template <auto element, class Source, class Target>
 void ForEachElement(const Source* source, Target* target, std::int64_t count) {
-#if defined(DATASTORAGE_WIDE_LOOPS)
-  if (WideLoops()) return WideElementLoop<element>(source, target, count);
-#endif
-  ElementLoop<element>(source, target, count);
+  WithVectors<256, ElementLoop<element, Source, Target>>(source, target, count);
+}
+
+/// The same for an `element` that takes longer and is not right where `is_rare` holds; `rare_element` is
+/// right for every source.
+template <auto element, auto is_rare, auto rare_element, class Source, class Target>
+void ForEachElement(const Source* source, Target* target, std::int64_t count) {
+  WithVectors<512, ElementLoopByBlocks<element, is_rare, rare_element, Source, Target>>(source, target,
+                                                                                        count);
 }
 
 }  // namespace detail
