@@ -137,6 +137,27 @@ TYPED_TEST(ElementsOf, WriteEveryTargetElementAndNothingElse) {
   });
 }
 
+TEST(Elements, OfLargeTargetsFollowTheRuleWhereverTheyLie) {
+  const auto check = []<class Source, class Target>(Source, Target, std::size_t offset) {
+    const std::size_t count = (std::size_t{33} << 20) / sizeof(Target) + 7;
+    const std::vector<Source> samples = Samples<Source>(5003);
+    std::vector<Source> source(count);
+    std::vector<unsigned char> target(offset + (count + 9) * sizeof(Target), 0xa5), expected = target;
+    for (std::size_t i = 0; i < count; ++i) {
+      source[i] = samples[i % samples.size()];
+      const Target value = Rule<Target>(source[i]);
+      std::memcpy(&expected[offset + i * sizeof(Target)], &value, sizeof(Target));
+    }
+    conv_ConvertElements(detail::DataTypeOf<Source>, detail::DataTypeOf<Target>,
+                         static_cast<std::int64_t>(count), conv_Real, source.data(), &target[offset]);
+    EXPECT_TRUE(target == expected) << detail::ShortName(detail::DataTypeOf<Target>) << ", " << offset;
+  };
+  check(short(), double(), 0);
+  check(float(), int(), 4);
+  check(short(), comp_cComplex<double>(), 0);
+  check(short(), comp_cComplex<double>(), 8);  // no element begins where a line of the caches does
+}
+
 TEST(Elements, OfUnknownTypesAreLeftAlone) {
   for (const int bad : {-1, 0, detail::ElementTypes::size + 1}) {
     const double source = 1;

@@ -1,11 +1,16 @@
 #include <algorithm>
 #include <array>
 #include <concepts>
+#include <cstddef>
+#include <iterator>
 #include <type_traits>
 
 #include <DataStorage/interfaces/detail/elementloop.h>
 #include <DataStorage/interfaces/detail/nsp.h>
 #include <DataStorage/numbers/elements.h>
+#if defined(DATASTORAGE_WIDE_LOOPS)
+#include <immintrin.h>
+#endif
 
 namespace {
 
@@ -135,12 +140,76 @@ struct Table {
 /// The conversions, indexed by source and target type, each counted from 0.
 constexpr auto& conversions = detail::ElementTypes::Apply<Table>::rows;
 
+/// Null when one of the types is none of the element types.
+Conversion ConversionOf(dtyp_eDataType source_type, dtyp_eDataType target_type) {
+  const auto from = static_cast<std::size_t>(source_type - dtyp_UBin8);
+  const auto to = static_cast<std::size_t>(target_type - dtyp_UBin8);
+  return from < conversions.size() && to < conversions.size() ? conversions[from][to] : nullptr;
+}
+
+#if defined(DATASTORAGE_WIDE_LOOPS)
+constexpr std::int64_t line_size = 64;  ///< bytes of a line of the caches
+
+/// From an address to the next one where a line begins.
+std::int64_t BytesToLine(const void* address) {
+  return -reinterpret_cast<std::intptr_t>(address) & (line_size - 1);
+}
+
+/// Copies `count` bytes, whole lines, past the caches; both blocks are aligned like lines.
+[[gnu::target("avx2")]] void StreamLines(const std::byte* source, std::byte* target, std::int64_t count) {
+  const auto* from = reinterpret_cast<const __m256i*>(source);
+  for (auto* to = reinterpret_cast<__m256i*>(target); to != reinterpret_cast<__m256i*>(target + count); ++to)
+    _mm256_stream_si256(to, _mm256_load_si256(from++));
+}
+
+/// Where ordinary stores, which read each line before they write to it, lose: measured with a last cache of
+/// 32 MiB, streaming takes 1.5 of their time for targets of 8 MiB, and 0.8, 0.7, and 0.5 for 16, 32 and 128.
+constexpr std::int64_t streamed_size = std::int64_t{32} << 20;
+
+/// By way of blocks that stay in the first cache. Converts fewer elements than a block in the ordinary way
+/// before the first whole line of the target and after the last whole block.
+void ConvertStreaming(Conversion convert, const std::byte* source, std::int64_t source_size,
+                      std::byte* target, std::int64_t target_size, std::int64_t count,
+                      conv_eComplexConversion complex_conversion) {
+  const auto convert_next = [&](std::byte* to, std::int64_t n) {
+    convert(source, to, n, complex_conversion);
+    source += n * source_size;
+    target += n * target_size;
+    count -= n;
+  };
+  alignas(line_size) std::byte block[4096];
+  const std::int64_t block_size = std::ssize(block) / target_size;
+  convert_next(target, BytesToLine(target) / target_size);
+  while (count >= block_size) {
+    convert_next(block, block_size);
+    StreamLines(block, target - std::ssize(block), std::ssize(block));
+  }
+  _mm_sfence();
+  convert_next(target, count);
+}
+#endif
+
 }  // namespace
+
+void detail::ConvertIntoNewMemory(dtyp_eDataType source_type, dtyp_eDataType target_type, std::int64_t count,
+                                  conv_eComplexConversion complex_conversion, const void* source,
+                                  void* target) {
+  if (const Conversion convert = ConversionOf(source_type, target_type))
+    convert(source, target, count, complex_conversion);
+}
 
 void conv_ConvertElements(dtyp_eDataType source_type, dtyp_eDataType target_type, std::int64_t count,
                           conv_eComplexConversion complex_conversion, const void* source, void* target) {
-  const auto from = static_cast<std::size_t>(source_type - dtyp_UBin8);
-  const auto to = static_cast<std::size_t>(target_type - dtyp_UBin8);
-  if (from < conversions.size() && to < conversions.size())
-    conversions[from][to](source, target, count, complex_conversion);
+  const Conversion convert = ConversionOf(source_type, target_type);
+  if (convert == nullptr) return;
+#if defined(DATASTORAGE_WIDE_LOOPS)
+  const std::int64_t size = dtyp_cDataType(target_type).SizeOf();
+  // Copies are those of the C library, and phases take longer than any stores.
+  if (count >= streamed_size / size && source_type != target_type && complex_conversion != conv_Phase &&
+      detail::VectorBits() >= 256 && BytesToLine(target) % size == 0)
+    return ConvertStreaming(convert, static_cast<const std::byte*>(source),
+                            dtyp_cDataType(source_type).SizeOf(), static_cast<std::byte*>(target), size,
+                            count, complex_conversion);
+#endif
+  convert(source, target, count, complex_conversion);
 }

@@ -27,3 +27,12 @@ enum conv_eComplexConversion : int {
 DATASTORAGE_EXPORT void conv_ConvertElements(dtyp_eDataType source_type, dtyp_eDataType target_type,
                                              std::int64_t count, conv_eComplexConversion complex_conversion,
                                              const void* source, void* target);
+
+namespace detail {
+
+/// The same where nothing has been written to the target since the system supplied its memory: then its zeros
+/// are in the caches, and stores that go past these would take longer.
+void ConvertIntoNewMemory(dtyp_eDataType source_type, dtyp_eDataType target_type, std::int64_t count,
+                          conv_eComplexConversion complex_conversion, const void* source, void* target);
+
+}  // namespace detail

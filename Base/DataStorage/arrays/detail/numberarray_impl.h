@@ -82,7 +82,7 @@ void NumberArray<Letter>::Convert(dtyp_cDataType type, conv_eComplexConversion c
   auto converted =
       VisitElementType(type.Type(), [&]<class T>(std::type_identity<T>) -> std::unique_ptr<Letter> {
         auto letter = letter_->template UnfilledLike<T>();
-        conv_ConvertElements(DataType().Type(), type.Type(), NumIndices(), complex_conversion, Data(),
+        ConvertIntoNewMemory(DataType().Type(), type.Type(), NumIndices(), complex_conversion, Data(),
                              letter->Elements().WriteAccess());
         return letter;
       });
