@@ -57,7 +57,11 @@ using AllPairs =
              Pair<Complex64, float, conv_Magnitude>, Pair<Complex128, double, conv_Magnitude>,
              Pair<Complex128, short, conv_Magnitude>, Pair<Complex64, float, conv_Phase>,
              Pair<Complex128, double, conv_Phase>>;
-/// Conversions that are also measured into new memory.
+/// Those whose targets take more bytes than their sources.
+using WideningPairs = PairList<Pair<unsigned char, unsigned short>, Pair<unsigned short, float>,
+                               Pair<unsigned short, double>, Pair<unsigned int, double>, Pair<float, double>,
+                               Pair<short, Complex64>, Pair<float, Complex64>, Pair<double, Complex128>>;
+/// Those that are measured into new memory as well.
 using PairsForNewArrays = PairList<Pair<unsigned short, float>, Pair<float, double>, Pair<double, float>,
                                    Pair<double, short>, Pair<Complex128, double, conv_Magnitude>>;
 
@@ -105,9 +109,9 @@ std::string ConversionRow(const char* work, const Size& size) {
   return std::string(work) + '/' + Pair::Name() + '/' + size.name;
 }
 
-template <class Way>
+template <class Way, class Pairs = AllPairs>
 void RegisterConversions() {
-  AllPairs::ForEach([]<class Pair>(Pair) {
+  Pairs::ForEach([]<class Pair>(Pair) {
     for (const Size& size : sizes)
       Register(ConversionRow<Pair>("A", size), Way::template name<Pair>, Convert<Way, Pair>, size.elements);
   });

@@ -6,6 +6,9 @@
 #include <type_traits>
 
 #include "../conversion.h"
+#if defined(__AVX__)
+#include <immintrin.h>
+#endif
 
 #if defined(__x86_64__) && defined(__GLIBC__) && !defined(__clang__)
 #if __GLIBC_PREREQ(2, 35)
@@ -66,9 +69,48 @@ struct Loop {
   }
 };
 
+/// The root of the sum of the squares: wrong where a square is out of range.
+struct Squares {
+  template <class Pair>
+  static constexpr const char* name = "squares";
+  template <class Pair>
+  static void Convert(const typename Pair::Source* source, typename Pair::Target* target,
+                      std::int64_t count) {
+    for (std::int64_t i = 0; i < count; ++i) {
+      const auto re = source[i].Real(), im = source[i].Imaginary();
+      target[i] = std::sqrt(re * re + im * im);
+    }
+  }
+};
+
+#if defined(__AVX__)
+/// By stores that go past the caches, from a block that stays in the first one; `count` fills whole blocks.
+struct Streaming {
+  template <class Pair>
+  static void Convert(const typename Pair::Source* source, typename Pair::Target* target,
+                      std::int64_t count) {
+    __m256i block[4096 / sizeof(__m256i)];
+    constexpr std::int64_t n = 4096 / sizeof(typename Pair::Target);
+    for (std::int64_t done = 0; done < count; done += n) {
+      Loop::Convert<Pair>(source + done, reinterpret_cast<typename Pair::Target*>(block), n);
+      auto* out = reinterpret_cast<__m256i*>(target + done);
+      for (const __m256i& value : block) _mm256_stream_si256(out++, value);
+    }
+    _mm_sfence();
+  }
+};
+#endif
+
 [[maybe_unused]] const bool registered = [] {
   RegisterConversions<Loop>();
   RegisterConversionsIntoNewMemory<Loop>();
+  RegisterConversions<
+      Squares, PairList<Pair<Complex64, float, conv_Magnitude>, Pair<Complex128, double, conv_Magnitude>>>();
+#if defined(__AVX__)
+  WideningPairs::ForEach([]<class Pair>(Pair) {
+    Register(ConversionRow<Pair>("A", sizes[2]), "streaming", Convert<Streaming, Pair>, sizes[2].elements);
+  });
+#endif
   return true;
 }();
 
