@@ -20,11 +20,17 @@ using detail::ForEachElement;
 // loops over them.
 
 template <class Float, class Integer>
-DATASTORAGE_IN_LINE Float FromInteger(Integer value) {
+DATASTORAGE_IN_LINE Float Cast(Integer value) {
   return static_cast<Float>(value);
 }
 
-// AVX2 cannot convert unsigned 32-bit integers to floats; both of these round at most once.
+template <class Float, class Integer>
+DATASTORAGE_IN_LINE Float FromInteger(Integer value) {
+  return Cast<Float>(value);
+}
+
+// Before AVX-512 there is no vector instruction for unsigned integers of 32 bits; both of these round at most
+// once.
 template <>
 DATASTORAGE_IN_LINE float FromInteger(unsigned int value) {
   return static_cast<float>(static_cast<int>(value >> 16)) * 65536.0f +
@@ -218,7 +224,14 @@ void RoundToIntegers(const Float* source, Integer* target, std::int64_t count) {
 template <class Float>
 void IntToFloat(const void* source, Float* target, std::int64_t count, int word_size, int flags) {
   WithIntegerOf(word_size, flags, [=]<class Integer>(std::type_identity<Integer>) {
-    ForEachElement<FromInteger<Float, Integer>>(static_cast<const Integer*>(source), target, count);
+    const auto* integers = static_cast<const Integer*>(source);
+#if defined(DATASTORAGE_WIDE_LOOPS)
+    if constexpr (std::is_same_v<Integer, unsigned int>)
+      if (detail::VectorBits() == 512)
+        return detail::With512Bits<detail::ElementLoop<Cast<Float, Integer>, Integer, Float>>(integers,
+                                                                                              target, count);
+#endif
+    ForEachElement<FromInteger<Float, Integer>>(integers, target, count);
   });
 }
 
