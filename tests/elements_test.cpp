@@ -203,8 +203,11 @@ TYPED_TEST(ComplexElementsOf, MagnitudeAndPhaseAreAccurateEverywhere) {
   using C = comp_cComplex<T>;
   std::vector<C> source;
   const std::vector<T> special = Samples<T>(12 + 17 * 30);
+  constexpr T smallest = std::numeric_limits<T>::denorm_min();
   for (const T re : special)
     for (const T im : special) source.push_back({re, im});
+  for (int re = -20; re <= 20; ++re)
+    for (int im = -20; im <= 20; ++im) source.push_back({T(re) * smallest, T(im) * smallest});
   std::mt19937 random(1);
   std::uniform_real_distribution<T> part(-1, 1);
   for (int i = 0; i < 300'000; ++i) {  // with a special one far from others here and there

@@ -98,29 +98,35 @@ DATASTORAGE_IN_LINE T LargerPart(const comp_cComplex<T>& value) {
   return a > b ? a : b;
 }
 
+/// Whether the larger part is neither 0 nor in the range of `lowest` to `highest`.
+template <class T>
+DATASTORAGE_IN_LINE bool IsOutside(const comp_cComplex<T>& value, T lowest, T highest) {
+  const T larger = LargerPart(value);
+  const T nonzero = larger == 0 ? 1 : larger;
+  return !((nonzero >= lowest) & (nonzero <= highest));
+}
+
 template <class T>
 DATASTORAGE_IN_LINE T Magnitude(const comp_cComplex<T>& value) {
   return std::sqrt(value.Real() * value.Real() + value.Imaginary() * value.Imaginary());
 }
 
 /// Numbers below `small` are multiplied by `up` and those above `large` by `down`, powers of two, so that
-/// their squares and the sum of the squares are in range.
+/// their squares and the sum of these are in range and as exact as others.
 template <class T>
 struct Range;
 template <>
 struct Range<float> {
-  static constexpr float small = 0x1p-40f, large = 0x1p60f, up = 0x1p100f, down = 0x1p-80f;
+  static constexpr float small = 0x1p-60f, large = 0x1p62f, up = 0x1p100f, down = 0x1p-80f;
 };
 template <>
 struct Range<double> {
-  static constexpr double small = 0x1p-400, large = 0x1p500, up = 0x1p600, down = 0x1p-600;
+  static constexpr double small = 0x1p-500, large = 0x1p510, up = 0x1p600, down = 0x1p-600;
 };
 
 template <class T>
 DATASTORAGE_IN_LINE bool MagnitudeIsRare(const comp_cComplex<T>& value) {
-  const T larger = LargerPart(value);
-  const T nonzero = larger == 0 ? 1 : larger;
-  return !((nonzero >= Range<T>::small) & (nonzero <= Range<T>::large));
+  return IsOutside(value, Range<T>::small, Range<T>::large);
 }
 
 template <class T>
@@ -194,18 +200,26 @@ DATASTORAGE_IN_LINE T Phase(const comp_cComplex<T>& value) {
   return std::copysign(quarters * A::quarter_pi + rest, y);
 }
 
-/// Where the sum of the parts is out of range.
+/// Smaller numbers do not have the digits for a product with the tangent, and the sum of larger ones may be
+/// out of range.
+template <class T>
+constexpr T phase_small = std::numeric_limits<T>::min();
+template <class T>
+constexpr T phase_large = std::numeric_limits<T>::max() / 4;
+
 template <class T>
 DATASTORAGE_IN_LINE bool PhaseIsRare(const comp_cComplex<T>& value) {
-  return LargerPart(value) > std::numeric_limits<T>::max() / 4;
+  return IsOutside(value, phase_small<T>, phase_large<T>);
 }
 
 /// Beside an infinite part a finite one counts as 0; two that are infinite are equal.
 template <class T>
 DATASTORAGE_IN_LINE T RarePhase(const comp_cComplex<T>& value) {
   constexpr T infinity = std::numeric_limits<T>::infinity();
+  constexpr T up = 4 / std::numeric_limits<T>::epsilon();
   const T larger = LargerPart(value);
-  const T factor = Choose(larger == infinity, T(0), Choose(PhaseIsRare(value), T(0.25), T(1)));
+  const T finite = Choose(larger > phase_large<T>, T(0.25), Choose(larger < phase_small<T>, up, T(1)));
+  const T factor = Choose(larger == infinity, T(0), finite);
   const auto scaled = [=](T part) {
     return std::abs(part) == infinity ? std::copysign(T(1), part) : part * factor;
   };

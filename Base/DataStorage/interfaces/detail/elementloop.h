@@ -49,7 +49,8 @@ template <auto loop, class... Arguments>
 template <int most_bits, auto loop, class... Arguments>
 void WithVectors(Arguments... arguments) {
 #if defined(DATASTORAGE_WIDE_LOOPS)
-  if (most_bits == 512 && VectorBits() == 512) return With512Bits<loop>(arguments...);
+  if constexpr (most_bits == 512)
+    if (VectorBits() == 512) return With512Bits<loop>(arguments...);
   if (VectorBits() >= 256) return With256Bits<loop>(arguments...);
 #endif
   loop(arguments...);
