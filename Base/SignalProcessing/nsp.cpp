@@ -29,8 +29,7 @@ DATASTORAGE_IN_LINE Float FromInteger(Integer value) {
   return Cast<Float>(value);
 }
 
-// Before AVX-512 there is no vector instruction for unsigned integers of 32 bits; both of these round at most
-// once.
+// Only AVX-512 can convert unsigned 32-bit integers to floats; both of these round at most once.
 template <>
 DATASTORAGE_IN_LINE float FromInteger(unsigned int value) {
   return static_cast<float>(static_cast<int>(value >> 16)) * 65536.0f +
@@ -112,7 +111,7 @@ DATASTORAGE_IN_LINE T Magnitude(const comp_cComplex<T>& value) {
 }
 
 /// Numbers below `small` are multiplied by `up` and those above `large` by `down`, powers of two, so that
-/// their squares and the sum of these are in range and as exact as others.
+/// their squares and the sum of the squares are in range and as exact as those of other numbers.
 template <class T>
 struct Range;
 template <>
@@ -143,9 +142,9 @@ DATASTORAGE_IN_LINE T RareMagnitude(const comp_cComplex<T>& value) {
   return infinite ? infinity : result;
 }
 
-/// atan(q) = q + q^3 p(q^2) for |q| <= tan(pi/8): coefficients of p with the least greatest relative error
-/// (2^-59 and 2^-30 of the result), and pi/4 as a sum whose first part can be multiplied by 0 to 4 exactly.
-/// Polynomials are summed in pairs: short chains of operations are faster than a long one.
+/// atan(q) = q + q^3 p(q^2) for |q| <= tan(pi/8): minimax coefficients of p (relative error of the result:
+/// 2^-30 for floats, 2^-59 for doubles), and pi/4 as a sum whose first part can be multiplied by 0 to 4
+/// exactly. The polynomials are summed in pairs: short dependency chains are faster than a long one.
 template <class T>
 struct ArcTangent;
 template <>
@@ -200,8 +199,8 @@ DATASTORAGE_IN_LINE T Phase(const comp_cComplex<T>& value) {
   return std::copysign(quarters * A::quarter_pi + rest, y);
 }
 
-/// Smaller numbers do not have the digits for a product with the tangent, and the sum of larger ones may be
-/// out of range.
+/// Below the first, numbers have too few digits for a product with the tangent; above the second, their sum
+/// may be out of range.
 template <class T>
 constexpr T phase_small = std::numeric_limits<T>::min();
 template <class T>
@@ -212,7 +211,7 @@ DATASTORAGE_IN_LINE bool PhaseIsRare(const comp_cComplex<T>& value) {
   return IsOutside(value, phase_small<T>, phase_large<T>);
 }
 
-/// Beside an infinite part a finite one counts as 0; two that are infinite are equal.
+/// A finite part beside an infinite one counts as 0; two infinite parts as equal.
 template <class T>
 DATASTORAGE_IN_LINE T RarePhase(const comp_cComplex<T>& value) {
   constexpr T infinity = std::numeric_limits<T>::infinity();

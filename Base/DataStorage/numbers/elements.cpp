@@ -140,7 +140,7 @@ struct Table {
 /// The conversions, indexed by source and target type, each counted from 0.
 constexpr auto& conversions = detail::ElementTypes::Apply<Table>::rows;
 
-/// Null when one of the types is none of the element types.
+/// The conversion of two types; null when one of them is not an element type.
 Conversion ConversionOf(dtyp_eDataType source_type, dtyp_eDataType target_type) {
   const auto from = static_cast<std::size_t>(source_type - dtyp_UBin8);
   const auto to = static_cast<std::size_t>(target_type - dtyp_UBin8);
@@ -148,26 +148,27 @@ Conversion ConversionOf(dtyp_eDataType source_type, dtyp_eDataType target_type) 
 }
 
 #if defined(DATASTORAGE_WIDE_LOOPS)
-constexpr std::int64_t line_size = 64;  ///< bytes of a line of the caches
+constexpr std::int64_t line_size = 64;  ///< bytes of a cache line
 
-/// From an address to the next one where a line begins.
+/// The number of bytes from an address to the next beginning of a cache line.
 std::int64_t BytesToLine(const void* address) {
   return -reinterpret_cast<std::intptr_t>(address) & (line_size - 1);
 }
 
-/// Copies `count` bytes, whole lines, past the caches; both blocks are aligned like lines.
+/// Copies `count` bytes past the caches. Requires whole cache lines, and both blocks aligned to them.
 [[gnu::target("avx2")]] void StreamLines(const std::byte* source, std::byte* target, std::int64_t count) {
   const auto* from = reinterpret_cast<const __m256i*>(source);
   for (auto* to = reinterpret_cast<__m256i*>(target); to != reinterpret_cast<__m256i*>(target + count); ++to)
     _mm256_stream_si256(to, _mm256_load_si256(from++));
 }
 
-/// Where ordinary stores, which read each line before they write to it, lose: measured with a last cache of
-/// 32 MiB, streaming takes 1.5 of their time for targets of 8 MiB, and 0.8, 0.7, and 0.5 for 16, 32 and 128.
+/// From this size of a target on, in bytes, streaming is faster than ordinary stores, which read each line
+/// before they write to it. Measured with a last-level cache of 32 MiB: 1.5 of their time for 8 MiB, 0.8 for
+/// 16, 0.7 for 32 and 0.5 for 128.
 constexpr std::int64_t streamed_size = std::int64_t{32} << 20;
 
-/// By way of blocks that stay in the first cache. Converts fewer elements than a block in the ordinary way
-/// before the first whole line of the target and after the last whole block.
+/// Converts into a block that stays in the first-level cache and copies that past the caches; the elements
+/// before the first whole line of the target and after the last whole block in the ordinary way.
 void ConvertStreaming(Conversion convert, const std::byte* source, std::int64_t source_size,
                       std::byte* target, std::int64_t target_size, std::int64_t count,
                       conv_eComplexConversion complex_conversion) {
@@ -204,7 +205,7 @@ void conv_ConvertElements(dtyp_eDataType source_type, dtyp_eDataType target_type
   if (convert == nullptr) return;
 #if defined(DATASTORAGE_WIDE_LOOPS)
   const std::int64_t size = dtyp_cDataType(target_type).SizeOf();
-  // Copies are those of the C library, and phases take longer than any stores.
+  // Equal types are copied by the C library; phases take longer than any stores.
   if (count >= streamed_size / size && source_type != target_type && complex_conversion != conv_Phase &&
       detail::VectorBits() >= 256 && BytesToLine(target) % size == 0)
     return ConvertStreaming(convert, static_cast<const std::byte*>(source),

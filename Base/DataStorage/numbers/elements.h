@@ -30,8 +30,8 @@ DATASTORAGE_EXPORT void conv_ConvertElements(dtyp_eDataType source_type, dtyp_eD
 
 namespace detail {
 
-/// The same where nothing has been written to the target since the system supplied its memory: then its zeros
-/// are in the caches, and stores that go past these would take longer.
+/// Like conv_ConvertElements, for a target that the system supplied and nothing was written to: its zeros are
+/// in the caches, so stores that go past these would take longer.
 void ConvertIntoNewMemory(dtyp_eDataType source_type, dtyp_eDataType target_type, std::int64_t count,
                           conv_eComplexConversion complex_conversion, const void* source, void* target);
 

@@ -22,7 +22,7 @@ template <class T>
 using BitsOf = std::conditional_t<sizeof(T) == 4, std::int32_t, std::int64_t>;
 
 #if defined(DATASTORAGE_WIDE_LOOPS)
-/// How many bits the vectors of loops have: 512 when the processor has AVX-512 (with its instructions for
+/// The width of the vectors in loops, in bits: 512 when the processor has AVX-512 (with its instructions for
 /// small and for 64-bit elements), 256 when it has AVX2, or 128; tests change it. The results are the same
 /// each way, since no loop uses fused multiply-add.
 inline int& VectorBits() {
@@ -44,7 +44,7 @@ template <auto loop, class... Arguments>
 }
 #endif
 
-/// Calls `loop`, compiled for the widest vectors of this processor up to `most_bits`. It must be
+/// Calls `loop`, compiled for the widest vectors of this processor up to `most_bits`. Requires that it is
 /// DATASTORAGE_IN_LINE.
 template <int most_bits, auto loop, class... Arguments>
 void WithVectors(Arguments... arguments) {
@@ -75,8 +75,8 @@ DATASTORAGE_IN_LINE bool CheckedElementLoop(const Source* __restrict source, Tar
   return any_is_rare != 0;
 }
 
-/// By blocks that stay in the first cache. One in which an element is rare is done again by `rare_element`,
-/// and as long as there are some in each, the next ones are done so only.
+/// The same in blocks that stay in the first-level cache. A block with a rare element is computed again by
+/// `rare_element`; the blocks after it only by that, up to one without a rare element.
 template <auto element, auto is_rare, auto rare_element, class Source, class Target>
 DATASTORAGE_IN_LINE void ElementLoopByBlocks(const Source* source, Target* target, std::int64_t count) {
   constexpr std::int64_t block_size = 512;
@@ -88,15 +88,15 @@ DATASTORAGE_IN_LINE void ElementLoopByBlocks(const Source* source, Target* targe
   }
 }
 
-/// target[i] = element(source[i]). `element` must be DATASTORAGE_IN_LINE. Wider vectors would not make loops
-/// faster that mainly read and write.
+/// Sets target[i] = element(source[i]) for `count` elements. Requires that `element` is DATASTORAGE_IN_LINE.
+/// Uses at most 256 bits, as loops that mainly read and write are not faster with more.
 template <auto element, class Source, class Target>
 void ForEachElement(const Source* source, Target* target, std::int64_t count) {
   WithVectors<256, ElementLoop<element, Source, Target>>(source, target, count);
 }
 
-/// The same for an `element` that takes longer and is not right where `is_rare` holds; `rare_element` is
-/// right for every source.
+/// The same for an `element` that takes longer and is wrong where `is_rare` holds; `rare_element` is right
+/// everywhere.
 template <auto element, auto is_rare, auto rare_element, class Source, class Target>
 void ForEachElement(const Source* source, Target* target, std::int64_t count) {
   WithVectors<512, ElementLoopByBlocks<element, is_rare, rare_element, Source, Target>>(source, target,
