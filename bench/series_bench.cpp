@@ -2,13 +2,8 @@
 // positioned system calls.
 
 #if __has_include(<unistd.h>)
-#include <array>
-#include <cstdlib>
-#include <fcntl.h>
-#include <unistd.h>
-
-#include "series.h"
-#include <DataStorage/series/detail/seriesformat.h>
+#include "plainfile.h"
+#include <DataStorage/data/darray1d.h>
 #include <DataStorage/series/storedseries.h>
 
 namespace {
@@ -24,7 +19,7 @@ class Series : public dtsr_cStoredSeries<dtsr_cFileSeriesBase> {
  public:
   explicit Series(std::int64_t)
       : dtsr_cStoredSeries(TemporaryFile::path, Dimensions(), 1, bstr_CreateEmpty) {}
-  Series() : dtsr_cStoredSeries(TemporaryFile::path, 1, bstr_OpenExisting) {}
+  Series(std::int64_t, Existing) : dtsr_cStoredSeries(TemporaryFile::path, 1, bstr_OpenExisting) {}
 
   void Append(const Datum& datum, int i) {
     AppendDatum(dtsr_c2DPosition(i, 0, i), [&](bstr_cBinary_ostream& out) {
@@ -38,63 +33,32 @@ class Series : public dtsr_cStoredSeries<dtsr_cFileSeriesBase> {
     });
   }
   int Find(int x) const { return DataIndex(dtsr_c2DPosition(x, 0, 0), false); }
-  static void Open() { benchmark::DoNotOptimize(Series().Size()); }
+  static void Open() { benchmark::DoNotOptimize(Series(0, Existing()).Size()); }
 };
 
-/// The fewest system calls that a series file needs.
-class PlainFile {
+/// A series of 1D arrays, which write themselves. Their raw form has 26 bytes beside the elements.
+class ArraySeries {
  public:
-  explicit PlainFile(std::int64_t bytes) : step_(bytes + tag_bytes) {}
-  PlainFile(const PlainFile&) = delete;
-  PlainFile& operator=(const PlainFile&) = delete;
-  ~PlainFile() { ::close(file_); }
-
-  void Append(const Datum& datum, int i) {
-    const std::int64_t at = data_at + i * step_;
-    Write(datum.data(), datum.size(), at);
-    Write(tag_.data(), tag_.size(), at + static_cast<std::int64_t>(datum.size()));
-    Write(&at, 4, lists_at.DataEntry(i));
-    Write(&at, 4, lists_at.TagEntry(i));
-    Write(&i, 4, detail::SeriesHeader::ValidField);
-  }
-  void Reset() {}
-  void Read(int i, Datum& datum) { Read(datum.data(), datum.size(), data_at + i * step_); }
-  int Find(int) {
-    for (int i = 0; i < slots; ++i) {
-      Read(tag_.data(), tag_.size(), data_at + (i + 1) * step_ - tag_bytes);
-      benchmark::DoNotOptimize(tag_);
-    }
-    return -1;
-  }
-  static void Open() {
-    PlainFile file(0);
-    std::array<char, lists_at.begin> header{};
-    std::vector<char> lists(data_at - lists_at.begin);
-    file.Read(header.data(), header.size(), 0);
-    file.Read(lists.data(), lists.size(), lists_at.begin);
-    benchmark::DoNotOptimize(lists.data());
-  }
+  explicit ArraySeries(std::int64_t bytes)
+      : array_(static_cast<int>(bytes - 26), dtyp_UBin8, cal_c1DArrayCal()),
+        series_(TemporaryFile::path, Dimensions(), bstr_CreateEmpty) {}
+  void Append(const Datum&, int i) { series_.Append(array_, dtsr_c2DPosition(i, 0, i)); }
+  void Reset() { series_.ResetWriteIndex(); }
 
  private:
-  static constexpr std::int64_t tag_bytes = detail::PositionTagLength;
-  static constexpr detail::SeriesLists lists_at{detail::SeriesHeader::End, slots};  // without dimensions
-  static constexpr std::int64_t data_at = lists_at.End();
-
-  void Write(const void* bytes, std::size_t n, std::int64_t at) {
-    if (::pwrite(file_, bytes, n, at) != static_cast<ssize_t>(n)) std::abort();
-  }
-  void Read(void* bytes, std::size_t n, std::int64_t at) {
-    if (::pread(file_, bytes, n, at) != static_cast<ssize_t>(n)) std::abort();
-  }
-
-  int file_ = ::open(TemporaryFile::path, O_RDWR | O_CREAT, 0666);
-  std::int64_t step_;
-  std::array<char, tag_bytes> tag_{};
+  darr_c1DArray array_;
+  dtsr_cFileSeries<darr_c1DArray> series_;
 };
 
 [[maybe_unused]] const bool registered = [] {
   RegisterSeries<Series>("ours");
   RegisterSeries<PlainFile>("limit");
+  Register("E/first_search/16B", "ours", FirstSearch<Series>, 16);
+  for (const auto& [size, bytes] :
+       {std::pair("64B", 64), std::pair("4K", 4096), std::pair("64K", 65536), std::pair("1M", 1 << 20)}) {
+    Register(std::string("D/append_array/") + size, "ours", Append<ArraySeries>, bytes);
+    Register(std::string("D/append_array/") + size, "limit", Append<PlainFile>, bytes);
+  }
   return true;
 }();
 

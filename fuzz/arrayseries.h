@@ -40,11 +40,12 @@ class MemoryDisk {
     std::copy_n(file.data() + (moved > 0 ? position : 0), moved, static_cast<char*>(bytes));
     return moved;
   }
-  static std::int64_t WriteAt(std::intptr_t, const void* bytes, std::int64_t n, std::int64_t position) {
-    const std::int64_t moved = std::clamp<std::int64_t>(Room - position, 0, n);
+  static std::int64_t WriteAt(std::intptr_t, detail::Bytes head, detail::Bytes bytes, std::int64_t position) {
+    const std::string all = std::string(head.begin(), head.end()).append(bytes.begin(), bytes.end());
+    const std::int64_t moved = std::clamp<std::int64_t>(Room - position, 0, std::ssize(all));
     if (moved == 0) return -1;
     if (Size(1) < position + moved) file.resize(static_cast<std::size_t>(position + moved));
-    std::copy_n(static_cast<const char*>(bytes), moved, file.data() + position);
+    std::copy_n(all.begin(), moved, file.begin() + position);
     return moved;
   }
   static std::int64_t Size(std::intptr_t) { return static_cast<std::int64_t>(file.size()); }

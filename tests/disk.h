@@ -63,12 +63,19 @@ class FaultyDisk {
   static std::int64_t ReadAt(std::intptr_t file, void* bytes, std::int64_t n, std::int64_t position) {
     return bFails() ? -1 : real.read_at(file, bytes, std::min(n, longest_move), position);
   }
-  /// A failing write still writes half of its bytes, as on a full disk.
-  static std::int64_t WriteAt(std::intptr_t file, const void* bytes, std::int64_t n, std::int64_t position) {
+  /// A failing write still gets half of its bytes to the disk, as one that runs full does.
+  static std::int64_t WriteAt(std::intptr_t file, detail::Bytes head, detail::Bytes bytes,
+                              std::int64_t position) {
     if (before_write) before_write();
     ++writes;
-    if (!bFails()) return real.write_at(file, bytes, std::min(n, longest_move), position);
-    real.write_at(file, bytes, n / 2, position);
+    const std::int64_t n = std::ssize(head) + std::ssize(bytes);
+    const auto write = [&](std::int64_t most) {
+      const auto first = head.first(std::min(head.size(), static_cast<std::size_t>(most)));
+      const auto rest = static_cast<std::size_t>(most) - first.size();
+      return real.write_at(file, first, bytes.first(std::min(bytes.size(), rest)), position);
+    };
+    if (!bFails()) return write(std::min(n, longest_move));
+    write(n / 2);
     return -1;
   }
   static std::int64_t Size(std::intptr_t file) { return bFails() ? -1 : real.size(file); }

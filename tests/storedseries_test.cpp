@@ -4,6 +4,8 @@
 #include <deque>
 
 #include "log.h"
+#include <DataStorage/data/darray1d.h>
+#include <DataStorage/data/darray2d.h>
 
 namespace {
 
@@ -171,6 +173,34 @@ TEST(StoredSeries, GoesOnWithTheFileThatIsThere) {
     file.SetBytes(other);
     EXPECT_THROW(open(3), expt_cUserException);
     EXPECT_EQ(file.Bytes(), other);
+  }
+}
+
+TEST(StoredSeries, ArraysReachTheFileInOneWrite) {
+  const TempFile file;
+  for (const std::int64_t longest_move : {std::int64_t{1} << 30, std::int64_t{7}, std::int64_t{30}}) {
+    for (const int n : {0, 3, 508, 509, 5000}) {  // 508 of 8 bytes are still copied behind what precedes them
+      darr_c1DArray line(n, dtyp_Float64, cal_c1DArrayCal(3, 0.5, 1));
+      darr_c2DArray plane(n, 2, dtyp_SBin16, cal_c2DArrayCal({1, 2, 3}, {4, 5, 6}));
+      for (int i = 0; i < n; ++i) {
+        line.SetValue(i, i);
+        plane.SetValue(i, i, 1);
+      }
+      const auto append = [&](const auto& array) {
+        using Array = std::decay_t<decltype(array)>;
+        dtsr_cFileSeries<Array> series(file.Path(), Line(3));
+        series.Append(array, dtsr_cDataTag(1));
+        FaultyDisk disk;
+        disk.longest_move = longest_move;
+        series.Append(array, dtsr_cDataTag(2));
+        EXPECT_TRUE(disk.writes == 5 || longest_move < 100) << n;
+        EXPECT_EQ(RawForm(series.Datum(1)), RawForm(array)) << n;
+        const std::string stored = RawForm(array) + RawForm(dtsr_cDataTag(2));
+        EXPECT_EQ(file.Bytes().substr(file.Bytes().size() - stored.size()), stored) << n;
+      };
+      append(line);
+      append(plane);
+    }
   }
 }
 

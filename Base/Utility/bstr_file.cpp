@@ -24,7 +24,11 @@ constexpr std::int64_t FirstWindow = 4 * 1024;
 constexpr std::int64_t NearStep = 8 * 1024;
 /// Reads from this size on gain nothing from the window and bypass it.
 constexpr std::int64_t DirectRead = 4 * 1024;
-/// Most kept records are no longer than this.
+Bytes BytesAt(const void* bytes, std::int64_t n) {
+  return {static_cast<const unsigned char*>(bytes), static_cast<std::size_t>(n)};
+}
+
+/// Most records that are kept are no longer than this.
 constexpr std::size_t LikelyRecord = 64;
 
 }  // namespace
@@ -165,16 +169,19 @@ class OpenFile {
     return done;
   }
 
-  /// Returns false when not all bytes could be written.
-  bool Write(const unsigned char* bytes, std::int64_t n, std::int64_t position) {
+  /// False when not all of it could be written. `head` is short.
+  bool Write(Bytes head, Bytes bytes, std::int64_t position) {
+    const std::int64_t end = position + std::ssize(head) + std::ssize(bytes);
     ++writes_;
-    kept_.Drop(position, position + n);
-    while (n > 0) {
-      const std::int64_t moved = file_calls.write_at(file_, bytes, std::min(n, LargestTransfer), position);
+    kept_.Drop(position, end);
+    while (position < end) {
+      const Bytes now = bytes.first(std::min(bytes.size(), static_cast<std::size_t>(LargestTransfer)));
+      const std::int64_t moved = file_calls.write_at(file_, head, now, position);
       if (moved <= 0) return false;
-      bytes += moved;
-      n -= moved;
       position += moved;
+      const std::size_t of_head = std::min(static_cast<std::size_t>(moved), head.size());
+      head = head.subspan(of_head);
+      bytes = bytes.subspan(static_cast<std::size_t>(moved) - of_head);
     }
     reached_ = std::max(reached_, position);
     return true;
@@ -306,10 +313,13 @@ class FileOutput final : public bstr_cBinary_ostream {
  public:
   explicit FileOutput(std::shared_ptr<OpenFile> file) : file_(std::move(file)), good_(file_->bWritable()) {}
 
-  type_cBoolean Write(const void* bytes, std::int64_t n) override {
-    good_ = good_ && n >= 0 && n <= end_ - position_ &&
-            file_->Write(static_cast<const unsigned char*>(bytes), n, position_);
-    if (good_) position_ += n;
+  type_cBoolean Write(const void* bytes, std::int64_t n) override { return WriteTwo(nullptr, 0, bytes, n); }
+
+  type_cBoolean WriteTwo(const void* head, std::int64_t head_n, const void* bytes, std::int64_t n) override {
+    const std::int64_t room = end_ - position_;
+    good_ = good_ && head_n >= 0 && n >= 0 && head_n <= room && n <= room - head_n &&
+            file_->Write(BytesAt(head, head_n), BytesAt(bytes, n), position_);
+    if (good_) position_ += head_n + n;
     return good_;
   }
 

@@ -1,12 +1,20 @@
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <new>
 #include <stdexcept>
+#include <utility>
 
 #include <DataStorage/interfaces/bstr.h>
+#include <DataStorage/interfaces/detail/gatheredoutput.h>
 
 bstr_cBinary_istream::~bstr_cBinary_istream() = default;
 bstr_cBinary_ostream::~bstr_cBinary_ostream() = default;
+
+type_cBoolean bstr_cBinary_ostream::WriteTwo(const void* head, std::int64_t head_n, const void* bytes,
+                                             std::int64_t n) {
+  return Write(head, head_n) && Write(bytes, n);
+}
 
 type_cBoolean bstr_cMemory_istream::Read(void* bytes, std::int64_t n) {
   const std::int64_t there = size_ - position_;
@@ -51,3 +59,17 @@ type_cBoolean bstr_cMemory_ostream::Seek(std::int64_t position) {
   if (good_) position_ = position;
   return good_;
 }
+
+namespace detail {
+
+type_cBoolean GatheredOutput::Write(const void* bytes, std::int64_t n) {
+  const auto* from = static_cast<const unsigned char*>(bytes);
+  if (n >= 0 && n <= std::ssize(held_) - held_n_) {
+    std::copy_n(from, n, held_.begin() + held_n_);
+    held_n_ += n;
+    return out_.bGood();
+  }
+  return out_.WriteTwo(held_.data(), std::exchange(held_n_, 0), bytes, n);
+}
+
+}  // namespace detail

@@ -1,7 +1,7 @@
 // All system calls of the library, and the replacement in standard C++ for systems without them.
 
 #if __has_include(<unistd.h>) && __has_include(<sys/file.h>) && \
-    __has_include(<sys/mman.h>) && !defined(DATASTORAGE_PLAIN_SYSTEM)
+    __has_include(<sys/mman.h>) && __has_include(<sys/uio.h>) && !defined(DATASTORAGE_PLAIN_SYSTEM)
 #define DATASTORAGE_POSIX
 #ifndef _FILE_OFFSET_BITS
 #define _FILE_OFFSET_BITS 64
@@ -19,12 +19,14 @@
 #if __has_include(<sys/sysmacros.h>)
 #include <sys/sysmacros.h>
 #endif
+#include <sys/uio.h>
 #include <unistd.h>
 #else
 #include <filesystem>
 #include <fstream>
 #endif
 
+#include <iterator>
 #include <memory>
 #include <new>
 #include <string>
@@ -34,6 +36,7 @@
 
 namespace {
 
+using detail::Bytes;
 using detail::NoFile;
 
 #if defined(DATASTORAGE_POSIX)
@@ -112,9 +115,13 @@ std::int64_t ReadAt(std::intptr_t file, void* bytes, std::int64_t n, std::int64_
       [&] { return ::pread(Descriptor(file), bytes, static_cast<std::size_t>(n), position); });
 }
 
-std::int64_t WriteAt(std::intptr_t file, const void* bytes, std::int64_t n, std::int64_t position) {
-  return Uninterrupted(
-      [&] { return ::pwrite(Descriptor(file), bytes, static_cast<std::size_t>(n), position); });
+std::int64_t WriteAt(std::intptr_t file, Bytes head, Bytes bytes, std::int64_t position) {
+  if (head.empty()) {
+    return Uninterrupted([&] { return ::pwrite(Descriptor(file), bytes.data(), bytes.size(), position); });
+  }
+  const auto piece = [](Bytes b) { return iovec{const_cast<unsigned char*>(b.data()), b.size()}; };
+  const std::array pieces{piece(head), piece(bytes)};
+  return Uninterrupted([&] { return ::pwritev(Descriptor(file), pieces.data(), pieces.size(), position); });
 }
 
 /// The first line of a system file; empty when it cannot be read.
@@ -184,9 +191,13 @@ std::int64_t ReadAt(std::intptr_t file, void* bytes, std::int64_t n, std::int64_
   return Seek(file, position) ? Buffer(file).sgetn(static_cast<char*>(bytes), n) : -1;
 }
 
-std::int64_t WriteAt(std::intptr_t file, const void* bytes, std::int64_t n, std::int64_t position) {
+std::int64_t WriteAt(std::intptr_t file, Bytes head, Bytes bytes, std::int64_t position) {
   if (!Seek(file, position)) return -1;
-  const auto moved = Buffer(file).sputn(static_cast<const char*>(bytes), n);
+  const auto put = [file](Bytes b) {
+    return Buffer(file).sputn(reinterpret_cast<const char*>(b.data()), std::ssize(b));
+  };
+  auto moved = put(head);
+  if (moved == std::ssize(head)) moved += put(bytes);
   return Buffer(file).pubsync() == 0 ? moved : -1;
 }
 

@@ -1,21 +1,25 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <string>
 
 #include <DataStorage/interfaces/bstr.h>
 
 namespace detail {
 
-/// All system calls of the file stream. Tests replace entries to make the disk fail.
+using Bytes = std::span<const unsigned char>;
+
+/// All that the file stream asks of the system. Tests replace entries to make the disk fail.
 struct FileCalls {
   /// Opens a regular file and returns its handle for the calls below, or `NoFile`; `TakenFile` or
   /// `UnlockableFile` when the requested lock fails.
   std::intptr_t (*open)(const char* path, bstr_eAccess access);
-  /// Read or write up to `n` bytes. Return how many; 0 at the end of the file; negative on an error.
+  /// Both return the bytes moved, which may be fewer than asked for; 0 at the end of the file; negative on an
+  /// error.
   std::int64_t (*read_at)(std::intptr_t file, void* bytes, std::int64_t n, std::int64_t position);
-  std::int64_t (*write_at)(std::intptr_t file, const void* bytes, std::int64_t n, std::int64_t position);
-  /// The current length; negative on an error.
+  std::int64_t (*write_at)(std::intptr_t file, Bytes head, Bytes bytes, std::int64_t position);
+  /// The length as it is now; negative on an error.
   std::int64_t (*size)(std::intptr_t file);
   void (*close)(std::intptr_t file);
 };

@@ -61,8 +61,8 @@ class DATASTORAGE_EXPORT NumberArray : public tgio_cTaggedStreamObject {
   type_cBoolean Write(tgio_cASCII_ostream& out) const override;
   type_cBoolean Write(tgio_cBinary_ostream& out) const override;
 
-  /// Writes the raw form: element type (2 bytes), extents (4 bytes each), elements. Returns false when the
-  /// stream fails.
+  /// The raw form: element type (2 bytes), extents (4 bytes each), elements. False when the stream failed. It
+  /// is written in one piece.
   type_cBoolean Write(bstr_cBinary_ostream& out) const;
   /// Reads the raw form of the floating-point types and of the integer types except dtyp_SBin8. Returns false
   /// and leaves the array unchanged for other types, for extents that no array can have, and when the stream
@@ -142,10 +142,10 @@ class DATASTORAGE_EXPORT NumberArray : public tgio_cTaggedStreamObject {
   template <class Store>
   void StoreInCommonType(const pnum_cNumber& value, Store store);
 
-  Shared<Letter> letter_;  ///< never none
+  /// The raw form, field by field.
+  type_cBoolean WriteRawParts(bstr_cBinary_ostream& out) const;
 
- private:
-  void CopyLetter();
+  std::unique_ptr<Letter> letter_;  ///< never null
 };
 
 /// A letter that holds its elements in a container of `T`: the part that does not depend on the number of

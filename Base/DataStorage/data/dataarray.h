@@ -3,6 +3,7 @@
 #include <DataStorage/data/calibrated.h>
 #include <DataStorage/interfaces/bstr.h>
 #include <DataStorage/interfaces/constants.h>
+#include <DataStorage/interfaces/detail/gatheredoutput.h>
 #include <DataStorage/interfaces/tgio.h>
 #include <DataStorage/numbers/datatype.h>
 
@@ -52,9 +53,10 @@ class DATASTORAGE_EXPORT DataArray : public Calibrated<Numbers, Calibration> {
   type_cBoolean Read(tgio_cASCII_istream& in) override { return ReadAtoms(in); }
   type_cBoolean Read(tgio_cBinary_istream& in) override { return ReadAtoms(in); }
 
-  /// Writes the raw form: the calibration, then the raw form of the number array.
+  /// The raw form: the calibration, then the raw form of the number array. It is written in one piece.
   type_cBoolean Write(bstr_cBinary_ostream& out) const {
-    return WriteRawCalibration(out, cal_) && Numbers::Write(out);
+    GatheredOutput gathered(out);
+    return WriteRawCalibration(gathered, cal_) && this->WriteRawParts(gathered) && gathered.Finish();
   }
   /// Reads the raw form; returns false and leaves the array unchanged on failure.
   type_cBoolean Read(bstr_cBinary_istream& in) {

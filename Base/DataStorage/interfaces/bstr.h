@@ -52,7 +52,10 @@ class DATASTORAGE_EXPORT bstr_cBinary_ostream {
   /// Writes `n` bytes at the position, overwriting or extending the data. A stream that is not good writes
   /// nothing.
   virtual type_cBoolean Write(const void* bytes, std::int64_t n) = 0;
-  /// Moves to any position of 0 or more; a gap left by a later write reads as zeros.
+  /// Writes `head_n` bytes and `n` others behind them: what `Write` does with both in one block of memory. A
+  /// file stream does it with one call of the system; a stream that does not override it writes twice.
+  virtual type_cBoolean WriteTwo(const void* head, std::int64_t head_n, const void* bytes, std::int64_t n);
+  /// Goes to any position that is not negative; a gap that a later write leaves reads as zeros.
   virtual type_cBoolean Seek(std::int64_t position) = 0;
   /// The position of the next byte to write.
   virtual std::int64_t Position() const = 0;

@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <memory>
-#include <new>
 #include <string>
 #include <type_traits>
 
@@ -67,11 +66,9 @@ class DataSeries : public Series {
   explicit DataSeries(const std::string& path, bstr_eAccess access = bstr_OpenExisting)
       : Series(path, Array::DataTypeID(), access) {}
 
-  /// Stores a datum and its tag in the next slot. The datum goes to the file in one write.
+  /// Stores a datum and its tag in the next slot.
   void Append(const Array& datum, const dtsr_cDataTag& tag) {
-    bstr_cMemory_ostream bytes;
-    if (!datum.Write(bytes)) throw std::bad_alloc();
-    AppendDatum(tag, [&](bstr_cBinary_ostream& out) { return out.Write(bytes.Data(), bytes.Size()); });
+    AppendDatum(tag, [&](bstr_cBinary_ostream& out) { return datum.Write(out); });
   }
 
   /// The size in bytes of datum i with elements of another type. Reads only its element type.

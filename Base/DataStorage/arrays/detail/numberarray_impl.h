@@ -3,6 +3,7 @@
 #include <limits>
 
 #include <DataStorage/arrays/numberarray.h>
+#include <DataStorage/interfaces/detail/gatheredoutput.h>
 
 // Definitions of detail::NumberArray, and helpers of the two source files that instantiate it.
 
@@ -104,8 +105,13 @@ type_cBoolean NumberArray<Letter>::Write(tgio_cBinary_ostream& out) const {
 
 template <class Letter>
 type_cBoolean NumberArray<Letter>::Write(bstr_cBinary_ostream& out) const {
-  return bstr_WriteFields(out, static_cast<unsigned short>(DataType().Type())) && letter_->WriteRaw(out) &&
-         out.bGood();
+  GatheredOutput gathered(out);
+  return WriteRawParts(gathered) && gathered.Finish();
+}
+
+template <class Letter>
+type_cBoolean NumberArray<Letter>::WriteRawParts(bstr_cBinary_ostream& out) const {
+  return bstr_WriteFields(out, static_cast<unsigned short>(DataType().Type())) && letter_->WriteRaw(out);
 }
 
 /// Raw forms of signed bytes and complex numbers can be written, but reading them has always been refused.
