@@ -1,5 +1,7 @@
 #include <algorithm>
 #include <array>
+#include <cstring>
+#include <iterator>
 #include <limits>
 #include <utility>
 #include <vector>
@@ -28,6 +30,8 @@ Bytes BytesAt(const void* bytes, std::int64_t n) {
   return {static_cast<const unsigned char*>(bytes), static_cast<std::size_t>(n)};
 }
 
+/// Records that are read in one go, while the first cache still holds those before.
+constexpr std::int64_t RecordsAtOnce = 256;
 /// Most records that are kept are no longer than this.
 constexpr std::size_t LikelyRecord = 64;
 
@@ -47,17 +51,66 @@ class KeptPieces {
   /// extend it.
   void Keep(const unsigned char* bytes, std::int64_t n, std::int64_t position) {
     DropFrom(position);
-    if (position != end_) {
-      pieces_.push_back({static_cast<std::uint32_t>(position), static_cast<std::uint32_t>(bytes_.size())});
-      end_ = position;
-    }
-    bytes_.insert(bytes_.end(), bytes, bytes + n);
-    end_ = position + n;
+    if (position != end_) BeginPiece(position);
+    Lengthen(bytes, n);
     Select(pieces_.size() - 1);
   }
 
-  /// The likely length of a record at `position`: that of the last piece; 0 when there is none or `position`
-  /// continues it.
+  /// Keeps records of `length` bytes in the same way, each as a piece of its own, that lie in the bytes of
+  /// the file from `begin` on, up to the first one that does not or is out of order. Returns how many these
+  /// are. Memory for `expected` records is taken at once when some is needed.
+  std::int64_t KeepRecords(const long* positions, std::int64_t n, std::int64_t length, Bytes file,
+                           std::int64_t begin, std::int64_t expected) {
+    ReserveMore(pieces_, n, expected);
+    ReserveMore(bytes_, n * length, expected * length);
+    DropFrom(positions[0]);
+    const std::size_t pieces_before = pieces_.size(), bytes_before = bytes_.size();
+    pieces_.resize(pieces_before + static_cast<std::size_t>(n));
+    bytes_.resize(bytes_before + static_cast<std::size_t>(n * length));
+    const std::int64_t last = begin + std::ssize(file) - length;
+    auto end = static_cast<std::uint32_t>(bytes_before);
+    Piece* piece = pieces_.data() + pieces_before;
+    unsigned char* record = bytes_.data() + bytes_before;
+    std::int64_t count = 0;
+    for (std::int64_t least = begin; count < n; ++count) {
+      const std::int64_t position = positions[count];
+      if (position < least || position > last) break;
+      CopyRecord(file.data() + (position - begin), length, record);
+      record += length;
+      end += static_cast<std::uint32_t>(length);
+      *piece++ = {static_cast<std::uint32_t>(position), end};
+      least = position + length;
+    }
+    bytes_.resize(end);
+    pieces_.resize(pieces_before + static_cast<std::size_t>(count));
+    if (count > 0) {
+      end_ = positions[count - 1] + length;
+      Select(pieces_.size() - 1);
+    }
+    return count;
+  }
+
+  /// Where the last piece ends in the file.
+  std::int64_t End() const { return end_; }
+  /// The last `n` bytes that were kept.
+  Bytes Newest(std::int64_t n) const { return Bytes(bytes_).last(static_cast<std::size_t>(n)); }
+
+  /// The records of `length` bytes at these positions, as many as are kept one behind the other.
+  Bytes Records(const long* positions, std::int64_t n, std::int64_t length) {
+    if (n == 0 || !bFind(positions[0])) return {};
+    const std::size_t first = piece_, begin = Begin(first);
+    const auto stride = static_cast<std::size_t>(length);
+    const std::size_t most = std::min(static_cast<std::size_t>(n), pieces_.size() - first);
+    std::size_t count = 0;
+    while (count < most && pieces_[first + count].position == positions[count] &&
+           pieces_[first + count].end == begin + (count + 1) * stride) {
+      ++count;
+    }
+    if (count > 0) Select(first + count - 1);
+    return Bytes(bytes_).subspan(begin, count * stride);
+  }
+
+  /// How long a record at `position` may be: as long as the last piece, 0 when it is no other record.
   std::int64_t LikelyLength(std::int64_t position) const {
     return pieces_.empty() || position == end_ ? 0 : end_ - pieces_.back().position;
   }
@@ -85,7 +138,7 @@ class KeptPieces {
  private:
   struct Piece {
     std::uint32_t position;  // in the file, which ends below 2^31
-    std::uint32_t bytes;     // where its bytes begin; they end where those of the next piece begin
+    std::uint32_t end;       // where its bytes end; they begin where those of the piece before do
   };
   struct Found {
     bool bHolds(std::int64_t position, std::int64_t n) const {
@@ -100,29 +153,58 @@ class KeptPieces {
            (piece + 1 == pieces_.size() || position < pieces_[piece + 1].position);
   }
 
-  void Select(std::size_t index) {
-    const Piece& piece = pieces_[index];
-    const std::size_t end = index + 1 < pieces_.size() ? pieces_[index + 1].bytes : bytes_.size();
-    piece_ = index;
-    found_.begin = piece.position;
-    found_.end = found_.begin + static_cast<std::int64_t>(end - piece.bytes);
-    found_.bytes = bytes_.data() + piece.bytes;
+  std::size_t Begin(std::size_t piece) const { return piece == 0 ? 0 : pieces_[piece - 1].end; }
+
+  void Select(std::size_t piece) {
+    const std::size_t begin = Begin(piece);
+    piece_ = piece;
+    found_.begin = pieces_[piece].position;
+    found_.end = found_.begin + static_cast<std::int64_t>(pieces_[piece].end - begin);
+    found_.bytes = bytes_.data() + begin;
+  }
+
+  /// Takes memory for `expected` elements more, at least for as many as there are, when it is needed for `n`.
+  template <class T>
+  static void ReserveMore(std::vector<T>& vector, std::int64_t n, std::int64_t expected) {
+    const std::size_t size = vector.size();
+    if (static_cast<std::size_t>(n) <= vector.capacity() - size) return;
+    vector.reserve(size + std::max(size, static_cast<std::size_t>(expected)));
+  }
+
+  /// Those of the usual length without a call.
+  static void CopyRecord(const unsigned char* from, std::int64_t length, unsigned char* to) {
+    constexpr std::int64_t usual = 24;
+    if (length == usual) {
+      std::memcpy(to, from, usual);
+    } else {
+      std::memcpy(to, from, static_cast<std::size_t>(length));
+    }
+  }
+
+  /// Begins a piece behind the last one, without any bytes as yet.
+  void BeginPiece(std::int64_t position) {
+    pieces_.push_back({static_cast<std::uint32_t>(position), static_cast<std::uint32_t>(bytes_.size())});
+    end_ = position;
+  }
+
+  void Lengthen(const unsigned char* bytes, std::int64_t n) {
+    bytes_.insert(bytes_.end(), bytes, bytes + n);
+    pieces_.back().end = static_cast<std::uint32_t>(bytes_.size());
+    end_ += n;
   }
 
   /// Drops everything kept from `position` on.
   void DropFrom(std::int64_t position) {
     if (position >= end_) return;
     found_ = {};
-    while (!pieces_.empty() && pieces_.back().position >= position) {
-      bytes_.resize(pieces_.back().bytes);
-      pieces_.pop_back();
-    }
+    while (!pieces_.empty() && pieces_.back().position >= position) pieces_.pop_back();
     end_ = -1;
-    if (pieces_.empty()) return;
-    const Piece& last = pieces_.back();
-    const auto length = static_cast<std::int64_t>(bytes_.size() - last.bytes);
-    end_ = std::min(last.position + length, position);
-    bytes_.resize(last.bytes + static_cast<std::size_t>(end_ - last.position));
+    if (pieces_.empty()) return bytes_.clear();
+    Piece& last = pieces_.back();
+    const std::size_t begin = Begin(pieces_.size() - 1);
+    end_ = std::min(std::int64_t{last.position} + static_cast<std::int64_t>(last.end - begin), position);
+    last.end = static_cast<std::uint32_t>(begin + static_cast<std::size_t>(end_ - last.position));
+    bytes_.resize(last.end);
   }
 
   std::vector<Piece> pieces_;
@@ -139,6 +221,7 @@ class OpenFile {
     const bool whole =
         path == path.CString();  // the system would stop at a zero byte and open something else
     if (whole) file_ = file_calls.open(path.CString(), access);
+    reached_ = bReadable() ? 0 : -1;
   }
   OpenFile(const OpenFile&) = delete;
   OpenFile& operator=(const OpenFile&) = delete;
@@ -192,7 +275,7 @@ class OpenFile {
   /// Whether the file is at least this long. Calls the system only beyond the length known so far; a file
   /// truncated since then shows when it is read.
   bool bReaches(std::int64_t position) {
-    if (position > reached_) reached_ = Size();
+    if (position > reached_ && bReadable()) reached_ = Size();
     return position <= reached_;
   }
 
@@ -204,7 +287,7 @@ class OpenFile {
  private:
   std::intptr_t file_ = NoFile;
   bstr_eAccess access_;
-  std::int64_t reached_ = 0;
+  std::int64_t reached_;  // -1 where there is no file
   std::uint64_t writes_ = 0;
   KeptPieces kept_;
 };
@@ -224,7 +307,11 @@ class FileInput final : public bstr_cBinary_istream {
 
   type_cBoolean Read(void* bytes, std::int64_t n) override {
     auto* to = static_cast<unsigned char*>(bytes);
-    good_ = good_ && n >= 0 && ((keeping_ && file_->Kept().Copy(to, n, position_)) || ReadElsewhere(to, n));
+    if (good_ && !keeping_ && n > 0 && bWindowHolds(n, position_)) {
+      std::memcpy(to, AtInWindow(position_), static_cast<std::size_t>(n));
+    } else {
+      good_ = good_ && n >= 0 && ((keeping_ && file_->Kept().Copy(to, n, position_)) || ReadElsewhere(to, n));
+    }
     if (good_) position_ += n;
     return good_;
   }
@@ -237,9 +324,30 @@ class FileInput final : public bstr_cBinary_istream {
   }
 
   type_cBoolean Seek(std::int64_t position) override {
-    good_ = file_->bReadable() && position >= 0 && file_->bReaches(position);
+    good_ = position >= 0 && file_->bReaches(position);
     if (good_) position_ = position;
     return good_;
+  }
+
+  /// As bstr_cKeptReading tells.
+  Bytes Records(const long* positions, std::int64_t n, std::int64_t length) {
+    const std::int64_t most = std::min(n, RecordsAtOnce);
+    KeptPieces& kept = file_->Kept();
+    Bytes records = kept.Records(positions, most, length);
+    std::int64_t count = std::ssize(records) / length;
+    if (count == 0) {
+      while (count < most && (count == 0 || positions[count] >= kept.End()) &&
+             bInWindow(length, positions[count])) {
+        count +=
+            kept.KeepRecords(positions + count, most - count, length, Window(), window_start_, n - count);
+      }
+      records = kept.Newest(count * length);
+    }
+    if (count > 0) {
+      position_ = positions[count - 1] + length;
+      good_ = true;
+    }
+    return records;
   }
 
   std::int64_t Position() const override { return position_; }
@@ -268,7 +376,6 @@ class FileInput final : public bstr_cBinary_istream {
   }
 
   bool ReadHere(unsigned char* bytes, std::int64_t n) {
-    if (window_writes_ != file_->Writes()) window_length_ = 0;
     const std::int64_t held = CopyFromWindow(bytes, n, position_);
     bytes += held;
     n -= held;
@@ -279,12 +386,27 @@ class FileInput final : public bstr_cBinary_istream {
     return CopyFromWindow(bytes, n, position) == n;
   }
 
-  /// Copies those of `n` bytes from `position` on that the window holds; returns how many.
-  std::int64_t CopyFromWindow(unsigned char* bytes, std::int64_t n, std::int64_t position) const {
+  bool bWindowIsNew() const { return window_writes_ == file_->Writes(); }
+  bool bWindowHolds(std::int64_t n, std::int64_t position) const {
     const std::int64_t offset = position - window_start_;
-    if (offset < 0 || offset >= window_length_) return 0;
-    const std::int64_t held = std::min(n, window_length_ - offset);
-    std::copy_n(window_.get() + offset, held, bytes);
+    return offset >= 0 && n <= window_length_ - offset && bWindowIsNew();
+  }
+  /// Moves the window where need be.
+  bool bInWindow(std::int64_t n, std::int64_t position) {
+    if (position < 0 || position > LargestFile - n) return false;
+    if (!bWindowHolds(n, position)) MoveWindow(n, position);
+    return bWindowHolds(n, position);
+  }
+  Bytes Window() const { return BytesAt(window_.get(), window_length_); }
+  const unsigned char* AtInWindow(std::int64_t position) const {
+    return window_.get() + (position - window_start_);
+  }
+
+  /// Copies what the window holds of `n` bytes from `position` on; returns how many these are.
+  std::int64_t CopyFromWindow(unsigned char* bytes, std::int64_t n, std::int64_t position) const {
+    if (!bWindowHolds(1, position)) return 0;
+    const std::int64_t held = std::min(n, window_start_ + window_length_ - position);
+    std::copy_n(AtInWindow(position), held, bytes);
     return held;
   }
 
@@ -292,7 +414,7 @@ class FileInput final : public bstr_cBinary_istream {
   void MoveWindow(std::int64_t n, std::int64_t position) {
     if (!window_) window_ = std::make_unique_for_overwrite<unsigned char[]>(WindowSize);
     const std::int64_t step = position - (window_start_ + window_length_);
-    const bool onwards = window_length_ > 0 && step >= 0 && step < NearStep;
+    const bool onwards = window_length_ > 0 && bWindowIsNew() && step > -n && step < NearStep;
     const std::int64_t room = onwards ? WindowSize : FirstWindow;
     window_length_ = file_->Read(window_.get(), n, room, position);
     window_start_ = position;
@@ -388,4 +510,9 @@ void bstr_cBinary_fstream::LimitOutput(std::int64_t place, std::int64_t end) noe
 bstr_cKeptReading::bstr_cKeptReading(bstr_cBinary_fstream& file, std::int64_t position)
     : input_(*file.input_), keeping_(file.input_->Keeping(), true) {
   file.input_->Seek(position);
+}
+
+std::span<const unsigned char> bstr_cKeptReading::Records(bstr_cBinary_fstream& file, const long* positions,
+                                                          std::int64_t n, std::int64_t length) {
+  return file.input_->Records(positions, n, length);
 }

@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <vector>
 
 #include <DataStorage/interfaces/detail/littleendian.h>
@@ -209,6 +210,13 @@ class DATASTORAGE_EXPORT bstr_cKeptReading {
 
   /// The input of the file stream.
   bstr_cBinary_istream& Input() noexcept { return input_; }
+
+  /// The records of `length` bytes, less than 4 KiB, at the first of `n` positions, one behind the other:
+  /// from memory, or else read and kept. They may be fewer than `n`; none where the first one cannot be read
+  /// or is kept as a piece of another length. They are valid until the file stream is used again, whose input
+  /// stands behind the last one.
+  static std::span<const unsigned char> Records(bstr_cBinary_fstream& file, const long* positions,
+                                                std::int64_t n, std::int64_t length);
 
  private:
   bstr_cBinary_istream& input_;

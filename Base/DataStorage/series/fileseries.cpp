@@ -5,10 +5,12 @@
 #include <iterator>
 #include <limits>
 #include <string>
+#include <typeinfo>
 #include <utility>
 #include <vector>
 
 #include <DataStorage/interfaces/constants.h>
+#include <DataStorage/interfaces/detail/elementloop.h>
 #include <DataStorage/interfaces/expt.h>
 #include <DataStorage/series/detail/seriesformat.h>
 #include <DataStorage/series/fileseries.h>
@@ -35,7 +37,71 @@ struct UnreadList : arr_cArray<long> {
   explicit UnreadList(int slots) : arr_cArray(arr_Unfilled, slots) {}
 };
 
-/// A 4-byte field of the file to be changed, with its old and new value.
+/// An entry as the file has it: 32 bits.
+using PackedEntry = std::int32_t;
+
+/// Reads the packed entries of a list into the end of its memory.
+bool ReadPacked(bstr_cBinary_istream& in, arr_cArray<long>& list, const unsigned char*& packed) {
+  const std::int64_t bytes = list.Size() * std::int64_t{sizeof(PackedEntry)};
+  auto* const begin = reinterpret_cast<unsigned char*>(list.Data() + list.Size()) - bytes;
+  packed = begin;
+  return in.Read(begin, bytes);
+}
+
+PackedEntry EntryAt(const unsigned char* packed, std::int64_t k) {
+  return detail::LoadLittleEndian<PackedEntry>(packed + k * std::int64_t{sizeof(PackedEntry)});
+}
+
+/// That of entries that are not negative is exact.
+PackedEntry Difference(PackedEntry a, PackedEntry b) {
+  return static_cast<PackedEntry>(static_cast<std::uint32_t>(a) - static_cast<std::uint32_t>(b));
+}
+
+/// Spreads packed entries where no other packed ones are. Returns a negative number unless all of them lie
+/// between two places; the second one may be negative.
+DATASTORAGE_IN_LINE PackedEntry SpreadLoop(const unsigned char* packed, std::int64_t count, long* entries,
+                                           PackedEntry lowest, PackedEntry highest) {
+  PackedEntry signs = 0;
+  for (std::int64_t k = 0; k < count; ++k) {
+    const PackedEntry entry = EntryAt(packed, k);
+    signs |= entry | Difference(entry, lowest) | Difference(highest, entry);
+    entries[k] = entry;
+  }
+  return signs;
+}
+
+#if defined(DATASTORAGE_WIDE_LOOPS)
+[[gnu::target("avx2")]] PackedEntry WideSpreadLoop(const unsigned char* packed, std::int64_t count,
+                                                   long* entries, PackedEntry lowest, PackedEntry highest) {
+  return SpreadLoop(packed, count, entries, lowest, highest);
+}
+#endif
+
+PackedEntry Spread(const unsigned char* packed, std::int64_t count, long* entries, PackedEntry lowest,
+                   PackedEntry highest) {
+#if defined(DATASTORAGE_WIDE_LOOPS)
+  if (detail::WideLoops()) return WideSpreadLoop(packed, count, entries, lowest, highest);
+#endif
+  return SpreadLoop(packed, count, entries, lowest, highest);
+}
+
+/// Spreads the packed entries from the beginning of the list. Returns whether the first `counted` of them lie
+/// between two places.
+bool Unpack(const unsigned char* packed, arr_cArray<long>& list, int counted, PackedEntry lowest,
+            PackedEntry highest) {
+  PackedEntry signs = 0;
+  // In halves of what is left, because where these are written nothing is packed that is still needed.
+  for (int begin = 0, end; begin < list.Size(); begin = end) {
+    end = begin + std::max((list.Size() - begin) / 2, 1);
+    if (begin < counted) end = std::min(end, counted);
+    const PackedEntry here = Spread(packed + begin * std::int64_t{sizeof(PackedEntry)}, end - begin,
+                                    list.Data() + begin, lowest, highest);
+    if (begin < counted) signs |= here;
+  }
+  return signs >= 0;
+}
+
+/// Four bytes of the file that change, and what they were.
 struct WordChange {
   std::int64_t position;
   std::int64_t before;
@@ -152,8 +218,18 @@ dtsr_cFileSeriesBase::dtsr_cFileSeriesBase(const str_cString& path, unsigned int
   offsetListPosition_ = header.lists;
   dataOffsets_ = UnreadList(header.total);
   tagOffsets_ = UnreadList(header.total);
-  if (!ReadLists() || !bGood()) ThrowCannotRead();
-  if (!readOnly_) GuardNextPlace();
+  const unsigned char *data = nullptr, *tags = nullptr;
+  const bool read =
+      in.Seek(offsetListPosition_) && ReadPacked(in, dataOffsets_, data) && ReadPacked(in, tagOffsets_, tags);
+  if (!read || !bGood()) ThrowCannotRead();
+  // Where all data but the newest lie between the lists and the next place, only that one can be in its way.
+  const int others = std::max(writeIndex_ - 1, 0);
+  const auto begin = static_cast<PackedEntry>(Lists().End());
+  const PackedEntry next = writeIndex_ < Size() ? std::max(EntryAt(data, writeIndex_), 0) : 0;
+  const auto end = static_cast<PackedEntry>(next - detail::PositionTagLength);
+  const bool data_between = Unpack(data, dataOffsets_, others, begin, end);
+  const bool tags_between = Unpack(tags, tagOffsets_, others, begin, end);
+  if (!readOnly_) GuardNextPlace(data_between && tags_between ? others : 0);
 }
 
 dtsr_cFileSeriesBase::~dtsr_cFileSeriesBase() = default;
@@ -195,6 +271,33 @@ void dtsr_cFileSeriesBase::GetTag(int i, dtsr_cDataTag& tag) const {
   if (!bGood()) source_file.ThrowUserError("Can't read tag.");
 }
 
+int dtsr_cFileSeriesBase::FirstLike(const dtsr_cDataTag& tag, type_cBoolean compareTime) const {
+  const bool placed = typeid(tag) == typeid(dtsr_c2DPosition);
+  if (!placed && typeid(tag) != typeid(dtsr_cDataTag)) return 0;
+  const int n = std::min(writeIndex_, Size());
+  if (n > 0 && !sampleTag_) sampleTag_.reset(tag.pCopy());
+  const auto* const place = placed ? static_cast<const dtsr_c2DPosition*>(&tag) : nullptr;
+  const double x = placed ? place->X() : 0, y = placed ? place->Y() : 0;
+  const unsigned int kind = tag.TagTypeID();
+  const long time = tag.Time();
+  const auto bLike = [&](const unsigned char* record) {
+    return (!placed || (detail::LoadLittleEndian<double>(record + 8) == x &&
+                        detail::LoadLittleEndian<double>(record + 16) == y)) &&
+           (!compareTime || detail::LoadLittleEndian<std::int32_t>(record + 4) == time) &&
+           detail::LoadLittleEndian<std::uint32_t>(record) == kind;
+  };
+  const std::int64_t length = placed ? detail::PositionTagLength : detail::PlainTagLength;
+  for (int i = 0; i < n;) {
+    const auto records = bstr_cKeptReading::Records(file_, &tagOffsets_[i], n - i, length);
+    if (records.empty()) return i;
+    const unsigned char* const end = records.data() + records.size();
+    for (const unsigned char* record = records.data(); record != end; record += length, ++i) {
+      if (bLike(record)) return i;
+    }
+  }
+  return n;
+}
+
 void dtsr_cFileSeriesBase::SetNewestTag(const dtsr_cDataTag& tag) {
   const int i = writeIndex_;
   if (i >= Size()) arr_IndexError(i, Size());
@@ -211,7 +314,7 @@ void dtsr_cFileSeriesBase::SetNewestTag(const dtsr_cDataTag& tag) {
   const bstr_cMemory_ostream& tagBytes = tagOutput.Tag();
   const std::int64_t nextData = tagOffset + tagBytes.Size();
   const bool behindAll = bBehindAll(place);
-  if (!tagBytes.bGood() || (!behindAll && nextData - place > RoomAt(place))) ThrowCannotWrite();
+  if (!tagBytes.bGood() || (!behindAll && nextData - place > RoomAt(place, 0))) ThrowCannotWrite();
 
   // In this order, so that a process that opens the file in between, or after this process was killed, finds
   // the offsets of all data that are counted.
@@ -292,21 +395,6 @@ bool dtsr_cFileSeriesBase::WritePointers() {
 
 SeriesLists dtsr_cFileSeriesBase::Lists() const { return {offsetListPosition_, Size()}; }
 
-bool dtsr_cFileSeriesBase::ReadLists() {
-  bstr_cBinary_istream& in = file_.Input();
-  if (!in.Seek(offsetListPosition_)) return false;
-  std::array<std::int32_t, ListBlock> block;
-  for (arr_cArray<long>* list : {&dataOffsets_, &tagOffsets_}) {
-    long* const end = list->Data() + list->Size();
-    for (long* entry = list->Data(); entry != end;) {
-      const std::int64_t n = std::min<std::int64_t>(ListBlock, end - entry);
-      if (!bstr_ReadNumbers(in, block.data(), n)) return false;
-      entry = std::copy_n(block.data(), n, entry);
-    }
-  }
-  return true;
-}
-
 bool dtsr_cFileSeriesBase::WriteLists() {
   bstr_cBinary_ostream& out = file_.Output();
   if (!out.Seek(offsetListPosition_)) return false;
@@ -323,15 +411,15 @@ bool dtsr_cFileSeriesBase::WriteLists() {
   return true;
 }
 
-/// The number of bytes from `place` to the next valid datum or tag. `NoRoom` when `place` is in one, and when
-/// valid data overlap the lists, which an append writes too.
-std::int64_t dtsr_cFileSeriesBase::RoomAt(std::int64_t place) const {
-  bstr_cBinary_fstream file(file_);  // a position of its own, for reading tags
+/// How many bytes can be written at `place` before they reach a valid datum, from `first` on, or its tag.
+/// `NoRoom` also where the lists share their bytes with valid data, because an append writes these too.
+std::int64_t dtsr_cFileSeriesBase::RoomAt(std::int64_t place, int first) const {
+  bstr_cBinary_fstream file(file_);  // another position for the tags that are looked at
   bstr_cBinary_istream& in = file.Input();
   const std::int64_t listsEnd = Lists().End();
   if (place < listsEnd || !in.Seek(place)) return NoRoom;
   std::int64_t end = Unlimited;
-  for (int k = 0; k < writeIndex_; ++k) {
+  for (int k = first; k < writeIndex_; ++k) {
     const std::int64_t data = dataOffsets_[k];
     const std::int64_t tag = tagOffsets_[k];
     if (data < listsEnd || tag < listsEnd) return NoRoom;
@@ -346,13 +434,13 @@ std::int64_t dtsr_cFileSeriesBase::RoomAt(std::int64_t place) const {
   return end == Unlimited ? end : end - place;
 }
 
-/// Prevents the concrete series from writing the next datum over valid ones. Needed when its place was read
-/// from the file or lies between valid data.
-void dtsr_cFileSeriesBase::GuardNextPlace() {
+/// Sees to it that the concrete series cannot write the next datum over others. For places that were read
+/// from the file, and those in between valid data. Data before `first` are not in the way.
+void dtsr_cFileSeriesBase::GuardNextPlace(int first) {
   ForgetNextPlace();
   if (writeIndex_ >= Size()) return;
   long& place = dataOffsets_[writeIndex_];
-  const std::int64_t room = RoomAt(place);
+  const std::int64_t room = RoomAt(place, first);
   if (room == Unlimited) {
     tail_ = place;
   } else if (room == NoRoom) {

@@ -164,14 +164,15 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
   // Moves from a temporary copy; the file comes first, because only that can fail.
   dtsr_cFileSeriesBase& operator=(dtsr_cFileSeriesBase&&) = default;
 
+  /// The first datum whose tag may equal `tag`; the number of valid data when there is none.
+  int FirstLike(const dtsr_cDataTag& tag, type_cBoolean compareTime) const;
   detail::SeriesLists Lists() const;
   bool bGood() const { return readOnly_ ? file_.Input().bGood() : file_.bGood(); }
-  bool ReadLists();
   bool WriteLists();
   bool WritePointers();
   bool bBehindAll(std::int64_t place) const { return tail_ >= 0 && place >= tail_; }
-  std::int64_t RoomAt(std::int64_t place) const;
-  void GuardNextPlace();
+  std::int64_t RoomAt(std::int64_t place, int first) const;
+  void GuardNextPlace(int first = 0);
   void ForgetNextPlace();
   [[noreturn]] void ThrowCannotOpen(int line = __builtin_LINE()) const;
   [[noreturn]] void ThrowCannotRead(int line = __builtin_LINE()) const;

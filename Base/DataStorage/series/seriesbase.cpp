@@ -5,10 +5,15 @@
 dtsr_cDataSeriesBase::~dtsr_cDataSeriesBase() = default;
 
 int dtsr_cDataSeriesBase::DataIndex(const dtsr_cDataTag& tag, type_cBoolean compareTime) const {
+  return DataIndexFrom(0, tag, compareTime);
+}
+
+int dtsr_cDataSeriesBase::DataIndexFrom(int first, const dtsr_cDataTag& tag,
+                                        type_cBoolean compareTime) const {
   const int n = NextWriteIndex();
   const unsigned int kind = tag.TagTypeID();
   const std::unique_ptr<dtsr_cDataTag> stored(tag.pCopy());
-  for (int i = 0; i < n; ++i) {
+  for (int i = first; i < n; ++i) {
     stored->filledFrom_ = kind;
     try {
       GetTag(i, *stored);

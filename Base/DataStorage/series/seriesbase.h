@@ -62,6 +62,8 @@ class DATASTORAGE_EXPORT dtsr_cDataSeriesBase {
  protected:
   /// The dimensions change only by assignment.
   explicit dtsr_cDataSeriesBase(const dtsr_cDimensionArray& dimensions) : dimensions_(dimensions) {}
+  /// `DataIndex` from datum `first` on.
+  int DataIndexFrom(int first, const dtsr_cDataTag& tag, type_cBoolean compareTime) const;
   dtsr_cDataSeriesBase& operator=(dtsr_cDataSeriesBase&&) noexcept = default;
 
  private:

@@ -98,7 +98,7 @@ std::unique_ptr<dtsr_cDataTag> Series::Tag(int i) const {
 
 int Series::DataIndex(const dtsr_cDataTag& tag, type_cBoolean compare_time) const {
   int i = -1;
-  if (!bReads([&] { return i = dtsr_cDataSeriesBase::DataIndex(tag, compare_time), true; })) {
+  if (!bReads([&] { return i = dtsr_cStoredSeries::DataIndex(tag, compare_time), true; })) {
     FailForDamage(FilePath().CString(), fmt::format("a tag of {} cannot be read", FilePath().CString()));
   }
   return i;
