@@ -53,7 +53,10 @@ class ArraySeries {
 [[maybe_unused]] const bool registered = [] {
   RegisterSeries<Series>("ours");
   RegisterSeries<PlainFile>("limit");
-  Register("E/first_search/16B", "ours", FirstSearch<Series>, 16);
+  for (const auto& [size, bytes] : {std::pair("16B", 16), std::pair("4K", 4096)}) {
+    Register(std::string("E/first_search/") + size, "ours", FirstSearch<Series>, bytes);
+    Register(std::string("E/first_search/") + size, "limit", FirstSearch<PlainFile>, bytes);
+  }
   for (const auto& [size, bytes] :
        {std::pair("64B", 64), std::pair("4K", 4096), std::pair("64K", 65536), std::pair("1M", 1 << 20)}) {
     Register(std::string("D/append_array/") + size, "ours", Append<ArraySeries>, bytes);

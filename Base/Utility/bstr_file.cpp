@@ -26,14 +26,26 @@ constexpr std::int64_t FirstWindow = 4 * 1024;
 constexpr std::int64_t NearStep = 8 * 1024;
 /// Reads from this size on gain nothing from the window and bypass it.
 constexpr std::int64_t DirectRead = 4 * 1024;
-Bytes BytesAt(const void* bytes, std::int64_t n) {
-  return {static_cast<const unsigned char*>(bytes), static_cast<std::size_t>(n)};
-}
-
 /// Records that are read in one go, while the first cache still holds those before.
 constexpr std::int64_t RecordsAtOnce = 256;
 /// Most records that are kept are no longer than this.
 constexpr std::size_t LikelyRecord = 64;
+
+Bytes BytesAt(const void* bytes, std::int64_t n) {
+  return {static_cast<const unsigned char*>(bytes), static_cast<std::size_t>(n)};
+}
+
+/// As many bytes as a tag or a small datum has are copied without a call.
+inline bool bFew(std::int64_t n) { return n >= 16 && n <= 32; }
+inline void CopyFew(const unsigned char* from, std::int64_t n, unsigned char* to) {
+  std::memcpy(to, from, 16);
+  std::memcpy(to + n - 16, from + n - 16, 16);
+}
+
+inline void CopyRecord(const unsigned char* from, std::int64_t n, unsigned char* to) {
+  if (bFew(n)) return CopyFew(from, n, to);
+  std::memcpy(to, from, static_cast<std::size_t>(n));
+}
 
 }  // namespace
 
@@ -61,16 +73,17 @@ class KeptPieces {
   /// are. Memory for `expected` records is taken at once when some is needed.
   std::int64_t KeepRecords(const long* positions, std::int64_t n, std::int64_t length, Bytes file,
                            std::int64_t begin, std::int64_t expected) {
+    const std::int64_t last = begin + std::ssize(file) - length;
+    if (n > 1 && positions[1] > last) n = 1;  // records among large data
     ReserveMore(pieces_, n, expected);
     ReserveMore(bytes_, n * length, expected * length);
     DropFrom(positions[0]);
-    const std::size_t pieces_before = pieces_.size(), bytes_before = bytes_.size();
-    pieces_.resize(pieces_before + static_cast<std::size_t>(n));
-    bytes_.resize(bytes_before + static_cast<std::size_t>(n * length));
-    const std::int64_t last = begin + std::ssize(file) - length;
-    auto end = static_cast<std::uint32_t>(bytes_before);
-    Piece* piece = pieces_.data() + pieces_before;
-    unsigned char* record = bytes_.data() + bytes_before;
+    auto end = static_cast<std::uint32_t>(bytes_.size());
+    const std::size_t pieces = pieces_.size();
+    pieces_.resize(pieces + static_cast<std::size_t>(n));
+    bytes_.resize(end + static_cast<std::size_t>(n * length));
+    Piece* piece = pieces_.data() + pieces;
+    unsigned char* record = bytes_.data() + end;
     std::int64_t count = 0;
     for (std::int64_t least = begin; count < n; ++count) {
       const std::int64_t position = positions[count];
@@ -82,7 +95,7 @@ class KeptPieces {
       least = position + length;
     }
     bytes_.resize(end);
-    pieces_.resize(pieces_before + static_cast<std::size_t>(count));
+    pieces_.resize(pieces + static_cast<std::size_t>(count));
     if (count > 0) {
       end_ = positions[count - 1] + length;
       Select(pieces_.size() - 1);
@@ -169,16 +182,6 @@ class KeptPieces {
     const std::size_t size = vector.size();
     if (static_cast<std::size_t>(n) <= vector.capacity() - size) return;
     vector.reserve(size + std::max(size, static_cast<std::size_t>(expected)));
-  }
-
-  /// Those of the usual length without a call.
-  static void CopyRecord(const unsigned char* from, std::int64_t length, unsigned char* to) {
-    constexpr std::int64_t usual = 24;
-    if (length == usual) {
-      std::memcpy(to, from, usual);
-    } else {
-      std::memcpy(to, from, static_cast<std::size_t>(length));
-    }
   }
 
   /// Begins a piece behind the last one, without any bytes as yet.
@@ -278,6 +281,8 @@ class OpenFile {
     if (position > reached_ && bReadable()) reached_ = Size();
     return position <= reached_;
   }
+  /// How long it is known to be; -1 where there is no file.
+  std::int64_t Reached() const { return reached_; }
 
   /// The number of writes so far.
   std::uint64_t Writes() const { return writes_; }
@@ -287,7 +292,7 @@ class OpenFile {
  private:
   std::intptr_t file_ = NoFile;
   bstr_eAccess access_;
-  std::int64_t reached_;  // -1 where there is no file
+  std::int64_t reached_;
   std::uint64_t writes_ = 0;
   KeptPieces kept_;
 };
@@ -307,13 +312,10 @@ class FileInput final : public bstr_cBinary_istream {
 
   type_cBoolean Read(void* bytes, std::int64_t n) override {
     auto* to = static_cast<unsigned char*>(bytes);
-    if (good_ && !keeping_ && n > 0 && bWindowHolds(n, position_)) {
-      std::memcpy(to, AtInWindow(position_), static_cast<std::size_t>(n));
-    } else {
-      good_ = good_ && n >= 0 && ((keeping_ && file_->Kept().Copy(to, n, position_)) || ReadElsewhere(to, n));
-    }
-    if (good_) position_ += n;
-    return good_;
+    if (!good_ || keeping_ || !bFew(n) || !bWindowHolds(n, position_)) return ReadElsewhere(to, n);
+    CopyFew(AtInWindow(position_), n, to);
+    position_ += n;
+    return true;
   }
 
   type_cBoolean Skip(std::int64_t n) override {
@@ -324,9 +326,9 @@ class FileInput final : public bstr_cBinary_istream {
   }
 
   type_cBoolean Seek(std::int64_t position) override {
-    good_ = position >= 0 && file_->bReaches(position);
-    if (good_) position_ = position;
-    return good_;
+    if (position < 0 || position > file_->Reached()) return SeekFar(position);
+    position_ = position;
+    return good_ = true;
   }
 
   /// As bstr_cKeptReading tells.
@@ -359,11 +361,26 @@ class FileInput final : public bstr_cBinary_istream {
   const OpenFile& File() const { return *file_; }
 
  private:
-  /// Reads what is not in the piece found last. Not inline, to keep Read short.
+  /// Where it is not known whether the file is that long. This and the next function are not inline, so that
+  /// the usual seeks and reads are short.
+  [[gnu::noinline]] bool SeekFar(std::int64_t position) {
+    good_ = position >= 0 && file_->bReaches(position);
+    if (good_) position_ = position;
+    return good_;
+  }
+
+  /// All but the few bytes that the window holds.
   [[gnu::noinline]] bool ReadElsewhere(unsigned char* bytes, std::int64_t n) {
-    if (!keeping_) return ReadHere(bytes, n);
+    good_ = good_ && n >= 0 && (keeping_ ? ReadKept(bytes, n) : ReadHere(bytes, n));
+    if (good_) position_ += n;
+    return good_;
+  }
+
+  bool ReadKept(unsigned char* bytes, std::int64_t n) {
     KeptPieces& kept = file_->Kept();
-    if (kept.bFind(position_) && kept.Copy(bytes, n, position_)) return true;
+    if (kept.Copy(bytes, n, position_) || (kept.bFind(position_) && kept.Copy(bytes, n, position_))) {
+      return true;
+    }
     std::array<unsigned char, LikelyRecord> record;  // one read instead of several
     const std::int64_t length = std::min(kept.LikelyLength(position_), std::ssize(record));
     if (length > n && position_ <= LargestFile - length && ReadHere(record.data(), length)) {
@@ -472,6 +489,17 @@ class FileOutput final : public bstr_cBinary_ostream {
 
 }  // namespace detail
 
+namespace {
+
+detail::FileInput& FileSide(const std::unique_ptr<bstr_cBinary_istream>& input) {
+  return static_cast<detail::FileInput&>(*input);
+}
+detail::FileOutput& FileSide(const std::unique_ptr<bstr_cBinary_ostream>& output) {
+  return static_cast<detail::FileOutput&>(*output);
+}
+
+}  // namespace
+
 str_cString bstr_LockHolder(const str_cString& path) {
   return str_cString(detail::LockHolder(path.CString()));
 }
@@ -484,35 +512,32 @@ bstr_cBinary_fstream::bstr_cBinary_fstream(const str_cString& path, bstr_eAccess
 
 bstr_cBinary_fstream::bstr_cBinary_fstream(const bstr_cBinary_fstream& other)
     : path_(other.path_),
-      input_(std::make_unique<detail::FileInput>(*other.input_)),
-      output_(std::make_unique<detail::FileOutput>(*other.output_)) {}
+      input_(std::make_unique<detail::FileInput>(FileSide(other.input_))),
+      output_(std::make_unique<detail::FileOutput>(FileSide(other.output_))) {}
 
 bstr_cBinary_fstream& bstr_cBinary_fstream::operator=(const bstr_cBinary_fstream& other) {
   path_ = other.path_;
-  *input_ = *other.input_;
-  *output_ = *other.output_;
+  FileSide(input_) = FileSide(other.input_);
+  FileSide(output_) = FileSide(other.output_);
   return *this;
 }
 
 bstr_cBinary_fstream::~bstr_cBinary_fstream() = default;
 
-bstr_cBinary_istream& bstr_cBinary_fstream::Input() noexcept { return *input_; }
-bstr_cBinary_ostream& bstr_cBinary_fstream::Output() noexcept { return *output_; }
-
 type_cBoolean bstr_cBinary_fstream::bGood() const noexcept { return input_->bGood() && output_->bGood(); }
 
-bstr_eLock bstr_cBinary_fstream::Lock() const noexcept { return input_->File().Lock(); }
+bstr_eLock bstr_cBinary_fstream::Lock() const noexcept { return FileSide(input_).File().Lock(); }
 
 void bstr_cBinary_fstream::LimitOutput(std::int64_t place, std::int64_t end) noexcept {
-  output_->Limit(place, end);
+  FileSide(output_).Limit(place, end);
 }
 
 bstr_cKeptReading::bstr_cKeptReading(bstr_cBinary_fstream& file, std::int64_t position)
-    : input_(*file.input_), keeping_(file.input_->Keeping(), true) {
-  file.input_->Seek(position);
+    : input_(*file.input_), keeping_(FileSide(file.input_).Keeping(), true) {
+  FileSide(file.input_).Seek(position);
 }
 
 std::span<const unsigned char> bstr_cKeptReading::Records(bstr_cBinary_fstream& file, const long* positions,
                                                           std::int64_t n, std::int64_t length) {
-  return file.input_->Records(positions, n, length);
+  return FileSide(file.input_).Records(positions, n, length);
 }

@@ -74,12 +74,10 @@ class Columns {
 };
 
 [[maybe_unused]] const bool registered = [] {
-  for (const auto& [size, bytes] : {std::pair("16B", 16), std::pair("4K", 4096)}) {
-    Register(std::string("E/read/") + size, "mapped", Read<MappedFile>, bytes, 1);
-    Register(std::string("E/read_random/") + size, "mapped", Read<MappedFile>, bytes, 7919);
-    Register(std::string("E/search/") + size, "columns", Search<Columns>, bytes);
-  }
+  Register("E/read/16B", "mapped", Read<MappedFile>, 16, 1);
   Register("E/first_search/16B", "window", FirstSearch<WindowFile>, 16);
+  Register("E/search/16B", "columns", Search<Columns>, 16);
+  Register("E/search/4K", "columns", Search<Columns>, 4096);
   return true;
 }();
 

@@ -137,13 +137,7 @@ enum bstr_eLock {
 /// the system does not report the holder. Linux reports processes on the same machine.
 DATASTORAGE_EXPORT str_cString bstr_LockHolder(const str_cString& path);
 
-namespace detail {
-class OpenFile;
-class FileInput;
-class FileOutput;
-}  // namespace detail
-
-/// A file open for reading and writing; its input and its output each have a position of their own.
+/// A file opened for reading and writing, with an input and an output side that have positions of their own.
 ///
 /// A write reaches the operating system before it returns: other processes see it, and it survives if this
 /// process is killed. Nothing is synced to the disk. A write that would end past 2^31 - 1 bytes fails and
@@ -174,11 +168,11 @@ class DATASTORAGE_EXPORT bstr_cBinary_fstream {
   bstr_cBinary_fstream& operator=(const bstr_cBinary_fstream& other);
   ~bstr_cBinary_fstream();
 
-  /// The input, with a position of its own; valid as long as this object.
-  bstr_cBinary_istream& Input() noexcept;
-  /// The output, with a position of its own; valid as long as this object.
-  bstr_cBinary_ostream& Output() noexcept;
-  /// The path given to the constructor.
+  /// The side to read from, with a position of its own; valid as long as this object.
+  bstr_cBinary_istream& Input() noexcept { return *input_; }
+  /// The side to write to, with a position of its own; valid as long as this object.
+  bstr_cBinary_ostream& Output() noexcept { return *output_; }
+  /// As it was given.
   const str_cString& Path() const noexcept { return path_; }
   /// Whether input and output are good; always false for a read-only stream.
   type_cBoolean bGood() const noexcept;
@@ -192,8 +186,8 @@ class DATASTORAGE_EXPORT bstr_cBinary_fstream {
  private:
   friend class bstr_cKeptReading;
   str_cString path_;
-  std::unique_ptr<detail::FileInput> input_;
-  std::unique_ptr<detail::FileOutput> output_;
+  std::unique_ptr<bstr_cBinary_istream> input_;   // a detail::FileInput
+  std::unique_ptr<bstr_cBinary_ostream> output_;  // a detail::FileOutput
 };
 
 /// A scope in which reads of less than 4 KiB from the input of a file stream are kept in memory and reused,

@@ -80,10 +80,10 @@ DatumTable::DatumTable(const Series& series, unsigned int tag_type)
   if (known) table_.Heading(std::move(units));
 }
 
-void DatumTable::Row(int i) {
+Table::Cells DatumTable::Cells(int i) const {
   const dtsr_cDimensionArray& dimensions = series_.DimensionArray();
   const arr_cC_Array<int> index = dimensions.IndexPosition(i);
-  std::vector<std::string> cells{std::to_string(i), fmt::format("{}", fmt::join(VectorOf(index), ","))};
+  Table::Cells cells{std::to_string(i), fmt::format("{}", fmt::join(VectorOf(index), ","))};
   for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
     cells.push_back(PositionText(dimensions.Dimension(d), index[d]));
   }
@@ -92,7 +92,7 @@ void DatumTable::Row(int i) {
   if (const auto* position = PositionOf(*tag)) {
     cells.insert(cells.end(), {TagText(position->X()), TagText(position->Y())});
   }
-  table_.Row(std::move(cells));
+  return cells;
 }
 
 nlohmann::ordered_json DatumAsJson(const Series& series, int i) {
@@ -125,8 +125,10 @@ void AddArray(Table& table, const darr_c2DArray& array) {
 
 int DisplayDigits(dtyp_cDataType type) { return type == dtyp_Float32 ? 7 : 10; }
 
-void Print(const nlohmann::ordered_json& json) {
-  fmt::print("{}\n", json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace));
+std::string JsonText(const nlohmann::ordered_json& json) {
+  return json.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }
+
+void Print(const nlohmann::ordered_json& json) { fmt::print("{}\n", JsonText(json)); }
 
 }  // namespace dseries

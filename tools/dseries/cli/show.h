@@ -27,10 +27,16 @@ class DatumTable {
  public:
   /// `tag_type` is that of the series.
   DatumTable(const Series& series, unsigned int tag_type);
-  void Row(int i);
+  void Row(int i) { table_.Row(Cells(i)); }
+  /// The headings, and the rows.
   std::string Text() const { return table_.Text(); }
+  /// As in Table, for data that are too many to be kept.
+  void Measure(int i) { table_.Measure(Cells(i)); }
+  std::string Line(int i) const { return table_.Line(Cells(i)); }
 
  private:
+  Table::Cells Cells(int i) const;
+
   const Series& series_;
   Table table_;
 };
@@ -43,7 +49,9 @@ void AddArray(Table& table, const darr_c2DArray& array);
 /// The significant digits to show of a value of this type.
 int DisplayDigits(dtyp_cDataType type);
 
-/// Writes JSON to standard output; invalid UTF-8 is replaced.
+/// JSON; bytes that are no UTF-8 are replaced.
+std::string JsonText(const nlohmann::ordered_json& json);
+/// Writes it to standard output.
 void Print(const nlohmann::ordered_json& json);
 
 }  // namespace dseries

@@ -1,8 +1,8 @@
 #include <fmt/format.h>
 #include <memory>
 #include <nlohmann/json.hpp>
+#include <set>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "cli/show.h"
@@ -14,35 +14,60 @@ namespace dseries {
 
 namespace {
 
-nlohmann::ordered_json ListAsJson(const std::string& file) {
-  const Series series(file);
-  auto list = nlohmann::ordered_json::array();
-  for (int i = 0; i < series.NextWriteIndex(); ++i) list.push_back(DatumAsJson(series, i));
-  return list;
+// Data are looked at twice: first whether all can be read, and how wide their columns are, then to write each
+// without keeping it. So a list takes no more memory for many data than for few, and is written as a whole or
+// not at all.
+
+/// A text as a part of a larger one, where a margin stands before its lines.
+std::string Within(const std::string& margin, const std::string& text) {
+  std::string lines;
+  for (const char c : text) {
+    lines += c;
+    if (c == '\n') lines += margin;
+  }
+  return lines;
 }
 
-std::string ListAsText(const std::string& file) {
+/// Writes `before`, then the array of the data.
+void ListAsJson(const std::string& file, const std::string& margin, const std::string& before) {
+  const Series series(file);
+  const int n = series.NextWriteIndex();
+  for (int i = 0; i < n; ++i) series.Tag(i);
+  const std::string inner = margin + "  ";
+  fmt::print("{}[", before);
+  for (int i = 0; i < n; ++i) {
+    fmt::print("{}\n{}{}", i > 0 ? "," : "", inner, Within(inner, JsonText(DatumAsJson(series, i))));
+  }
+  fmt::print("{}]", n > 0 ? '\n' + margin : "");
+}
+
+void ListAsText(const std::string& file, const std::string& before) {
   const Series series(file);
   const int n = series.NextWriteIndex();
   DatumTable table(series, series.TagTypeID());
-  for (int i = 0; i < n; ++i) table.Row(i);
-  return table.Text();
+  for (int i = 0; i < n; ++i) table.Measure(i);
+  fmt::print("{}{}", before, table.Text());
+  for (int i = 0; i < n; ++i) fmt::print("{}", table.Line(i));
 }
 
 void List(const FileList& options) {
   const std::vector<std::string> files = Expanded(options.files);
-  auto all = nlohmann::ordered_json::object();
-  bool first = true;
+  const bool object = options.json && files.size() > 1;
+  std::set<std::string> listed;
+  if (object) fmt::print("{{");
   const int failed = ForEach(files, [&](const std::string& file) {
-    if (options.json) {
-      all[file] = ListAsJson(file);
-      return;
+    if (object) {
+      if (listed.count(file) > 0) return;
+      ListAsJson(file, "  ", fmt::format("{}\n  {}: ", listed.empty() ? "" : ",", JsonText(file)));
+    } else if (options.json) {
+      ListAsJson(file, "", "");
+    } else {
+      ListAsText(file, files.size() > 1 ? fmt::format("{}{}\n", listed.empty() ? "" : "\n", file) : "");
     }
-    const std::string text = ListAsText(file);
-    if (files.size() > 1) fmt::print("{}{}\n", std::exchange(first, false) ? "" : "\n", file);
-    fmt::print("{}", text);
+    listed.insert(file);
   });
-  if (options.json) Print(files.size() == 1 ? all.front() : all);
+  if (object) fmt::print("{}}}", listed.empty() ? "" : "\n");
+  if (options.json) fmt::print("\n");
   CheckAll(failed, files.size());
 }
 

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "file/header.h"
+#include "file/kinds.h"
 #include "file/reading.h"
 #include <DataStorage/interfaces/constants.h>
 
@@ -85,11 +86,25 @@ unsigned int Series::TagTypeID() const {
   return tag_type;
 }
 
+// Tags are read past what the library keeps of them in memory: a command looks at most of them once.
+
+bool Series::bReadTag(int i, dtsr_cDataTag& tag) const {
+  bstr_cBinary_istream& in = file_.Input();
+  in.Seek(tagOffsets_[i]);
+  tag.Read(in);
+  return in.bGood();
+}
+
 std::unique_ptr<dtsr_cDataTag> Series::Tag(int i) const {
-  std::int64_t end = file_.Input().Size();
-  if (i + 1 < Size()) end = std::min<std::int64_t>(end, dataOffsets_[i + 1]);
-  std::unique_ptr<dtsr_cDataTag> tag = MakeTag(TagTypeID(), end - tagOffsets_[i]);
-  if (!bReads([&] { return GetTag(i, *tag), true; })) {
+  const unsigned int tag_type = TagTypeID();
+  std::int64_t bytes = 0;
+  if (!bKnownTagType(tag_type)) {
+    std::int64_t end = file_.Input().Size();
+    if (i + 1 < Size()) end = std::min<std::int64_t>(end, dataOffsets_[i + 1]);
+    bytes = end - tagOffsets_[i];
+  }
+  std::unique_ptr<dtsr_cDataTag> tag = MakeTag(tag_type, bytes);
+  if (!bReads([&] { return bReadTag(i, *tag); })) {
     FailForDamage(FilePath().CString(),
                   fmt::format("the tag of datum {} of {} cannot be read", i, FilePath().CString()));
   }
@@ -97,11 +112,23 @@ std::unique_ptr<dtsr_cDataTag> Series::Tag(int i) const {
 }
 
 int Series::DataIndex(const dtsr_cDataTag& tag, type_cBoolean compare_time) const {
-  int i = -1;
-  if (!bReads([&] { return i = dtsr_cStoredSeries::DataIndex(tag, compare_time), true; })) {
-    FailForDamage(FilePath().CString(), fmt::format("a tag of {} cannot be read", FilePath().CString()));
+  const std::unique_ptr<dtsr_cDataTag> stored(tag.pCopy());
+  for (int i = 0; i < NextWriteIndex(); ++i) {
+    bool same_kind = true;
+    const bool read = bReads([&]() -> bool {
+      try {
+        return bReadTag(i, *stored);
+      } catch (const dtsr_cTagTypeException&) {
+        same_kind = false;
+        return true;
+      }
+    });
+    if (!read) {
+      FailForDamage(FilePath().CString(), fmt::format("a tag of {} cannot be read", FilePath().CString()));
+    }
+    if (same_kind && stored->IsEqual(tag, compare_time)) return i;
   }
-  return i;
+  return -1;
 }
 
 std::int64_t Series::Room() const {

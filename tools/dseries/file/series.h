@@ -41,6 +41,10 @@ class Series : public dtsr_cStoredSeries<dtsr_cFileSeriesBase> {
  protected:
   Series(const std::string& path, const dtsr_cDimensionArray& dimensions, unsigned int data_type);
   Series(const std::string& path, unsigned int data_type, bstr_eAccess access);
+
+ private:
+  /// Throws what the tag does.
+  bool bReadTag(int i, dtsr_cDataTag& tag) const;
 };
 
 /// The size in bytes of a datum with so many elements in a file, without its tag.

@@ -1,0 +1,73 @@
+#!/usr/bin/env python3
+"""Makes a table of how the cost of a series grows with the number of its data: what the library takes for one
+datum, and time and peak memory of the command-line tool. The fastest of several runs counts.
+
+usage: growth.py [--record PAGE] GROWTH DSERIES
+
+GROWTH is the program built from growth.cpp. With --record the table replaces the one between the two marks in
+the page."""
+
+import json
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+import time
+
+NUMBERS = (1000, 10_000, 100_000, 1_000_000)
+STEPS = ('append', 'open', 'first search', 'later search', 'read')
+COMMANDS = ('list', 'list --json', 'info', 'find', 'verify')
+RUNS = 3
+MARKS = ('<!-- growth begins -->\n', '<!-- growth ends -->\n')
+
+
+def run_tool(tool, arguments):
+    """Seconds, and the peak memory in MiB."""
+    begin = time.monotonic()
+    process = subprocess.Popen([tool, *arguments], stdout=subprocess.DEVNULL)
+    _, status, usage = os.wait4(process.pid, 0)
+    process.returncode = os.waitstatus_to_exitcode(status)
+    if process.returncode != 0:
+        sys.exit(f'{tool} {" ".join(arguments)} failed')
+    return time.monotonic() - begin, usage.ru_maxrss / 1024
+
+
+def arguments_of(command, path, number):
+    name, *options = command.split()
+    return [name, path, *options, *(['--at', f'{number - 1},0'] if name == 'find' else [])]
+
+
+def row(program, tool, number, path):
+    runs = [json.loads(subprocess.run([program, path, str(number)], check=True, capture_output=True).stdout)
+            for _ in range(RUNS)]
+    cells = [f'{number:,}']
+    cells += [f'{min(run[step] for run in runs):.3g} ns' for step in STEPS]
+    for command in COMMANDS:
+        taken = [run_tool(tool, arguments_of(command, path, number)) for _ in range(RUNS)]
+        cells.append(f'{min(run[0] for run in taken):.3g} s, {max(run[1] for run in taken):.0f} MiB')
+    return cells
+
+
+def main(arguments):
+    page = None
+    if arguments[:1] == ['--record']:
+        page = pathlib.Path(arguments[1])
+        arguments = arguments[2:]
+    program, tool = (os.path.abspath(path) for path in arguments)
+    lines = [['data', *STEPS, *(f'`{command}`' for command in COMMANDS)]]
+    lines.append(['--:'] * len(lines[0]))
+    with tempfile.TemporaryDirectory(dir='.') as folder:  # that disk is measured
+        for number in NUMBERS:
+            lines.append(row(program, tool, number, os.path.join(folder, 'growth.dseries')))
+    widths = [max(len(line[column]) for line in lines) for column in range(len(lines[0]))]
+    table = ''.join('| ' + ' | '.join(cell.rjust(width) for cell, width in zip(line, widths)) + ' |\n'
+                    for line in lines)
+    if page:
+        before, rest = page.read_text().split(MARKS[0])
+        after = rest.split(MARKS[1])[1]
+        page.write_text(before + MARKS[0] + '\n' + table + '\n' + MARKS[1] + after)
+    print(table, end='')
+
+
+main(sys.argv[1:])
