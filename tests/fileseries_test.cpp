@@ -1,4 +1,5 @@
 #include "log.h"
+#include <DataStorage/interfaces/detail/elementloop.h>
 
 namespace {
 
@@ -221,7 +222,8 @@ class Tinkerer {
     const std::string bytes = file_.Bytes();
     for (int i = 0; i < log_.NextWriteIndex(); ++i) Compare(i, bytes);
     const dtsr_c2DPosition tag = NewTag();
-    EXPECT_EQ(log_.DataIndex(tag, true), Index(tag, bytes));
+    EXPECT_EQ(log_.DataIndex(tag, true), Index(tag, bytes, 0));
+    EXPECT_EQ(log_.DataIndex(tag, false), Index(tag, bytes, 8));
   }
 
  private:
@@ -230,9 +232,10 @@ class Tinkerer {
   std::string Stored(int i, const std::string& bytes) const {
     return bytes.substr(static_cast<std::size_t>(log_.tagOffsets_[i]), 24);
   }
-  int Index(const dtsr_c2DPosition& tag, const std::string& bytes) const {
+  /// Of the first tag with the same bytes from `first` on.
+  int Index(const dtsr_c2DPosition& tag, const std::string& bytes, std::size_t first) const {
     for (int i = 0; i < log_.NextWriteIndex(); ++i)
-      if (Stored(i, bytes) == RawForm(tag)) return i;
+      if (Stored(i, bytes).substr(first) == RawForm(tag).substr(first)) return i;
     return -1;
   }
   /// May fail: moved data may have left no room behind data that were removed.
@@ -291,7 +294,62 @@ TEST(FileSeries, SearchesAfterTheFirstAskTheSystemForNewTagsOnly) {
   }
 }
 
-/// The bytes of a log, with another value for one list entry.
+/// Tags by the hundred, between data of these sizes: both kinds, each sought among its own and among the
+/// others.
+TEST(FileSeries, FindsEachOfManyTags) {
+  constexpr int n = 700;
+  const TempFile file;
+  for (const std::size_t size : {0, 16, 300, 5000}) {
+    Log placed(file, Slots(n + 1));
+    for (int i = 0; i < n; ++i) placed.Append(std::string(size, 'd'), dtsr_c2DPosition(i % 350, -0.0, i));
+    placed.Append("", dtsr_c2DPosition(std::nan(""), 1, 1));
+    const TempFile other("other");
+    Log plain(other, Slots(n));
+    for (int i = 0; i < n; ++i) plain.Append(std::string(size, 'd'), dtsr_cDataTag(1000 - i));
+    for (const int i : {0, 1, 255, 256, 257, 349, 350, 511, 512, 699}) {
+      const Log found(file, bstr_OpenReadOnly), series(other, bstr_OpenReadOnly);
+      for (int times = 0; times < 2; ++times) {
+        EXPECT_EQ(found.DataIndex(dtsr_c2DPosition(i % 350, 0.0, i), true), i) << size;
+        EXPECT_EQ(found.file_.Input().Position(), found.tagOffsets_[i] + 24);
+        EXPECT_EQ(found.DataIndex(dtsr_c2DPosition(i % 350, 0.0, -1), false), i % 350);
+        EXPECT_EQ(found.DataIndex(dtsr_c2DPosition(i % 350, 0.0, -1), true), -1);
+        EXPECT_EQ(found.DataIndex(dtsr_cDataTag(i), true), -1);
+        EXPECT_EQ(series.DataIndex(dtsr_cDataTag(1000 - i), true), i) << size;
+        EXPECT_EQ(series.DataIndex(dtsr_cDataTag(0), false), 0);
+        EXPECT_EQ(series.DataIndex(dtsr_c2DPosition(i, 0, i), false), -1);
+      }
+    }
+    EXPECT_EQ(placed.DataIndex(dtsr_c2DPosition(std::nan(""), 1, 1), true), -1);
+    EXPECT_EQ(std::unique_ptr<dtsr_cDataTag>(plain.pSampleTag())->Time(), 1000);
+  }
+}
+
+TEST(FileSeries, ReadsListsOfAnyLength) {
+  const TempFile file;
+  std::mt19937 random(RandomSeed());
+  for (const int n : {1, 2, 3, 7, 64, 65, 1000, 8191}) {
+    { Log(file, Slots(n)); }
+    std::string bytes = file.Bytes();
+    std::vector<std::int32_t> entries(2 * static_cast<std::size_t>(n));
+    for (auto& entry : entries) entry = static_cast<std::int32_t>(random());
+    std::memcpy(bytes.data() + bytes.size() - 4 * entries.size(), entries.data(), 4 * entries.size());
+    file.SetBytes(bytes);
+    const auto check = [&] {
+      const Log series(file, bstr_OpenReadOnly);
+      for (int i = 0; i < n; ++i) {
+        ASSERT_EQ(series.dataOffsets_[i], entries[static_cast<std::size_t>(i)]) << n;
+        ASSERT_EQ(series.tagOffsets_[i], entries[static_cast<std::size_t>(n + i)]) << n;
+      }
+    };
+    check();
+#if defined(DATASTORAGE_WIDE_LOOPS)
+    const detail::ScopedValue narrow(detail::WideLoops(), false);
+    check();
+#endif
+  }
+}
+
+/// Gives one list entry of a log of two of three records another value.
 std::string WithEntry(std::string bytes, std::size_t at, std::int32_t value) {
   const auto* digits = reinterpret_cast<const char*>(&value);
   return bytes.replace(at, 4, std::string(digits, 4));

@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <fstream>
 #include <memory>
+#include <nlohmann/json.hpp>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -357,7 +358,24 @@ TEST_F(Outputs, OfSeveralFilesDoNotStopAtAMissingOne) {
   }
 }
 
-/// Compares raw data with a direct reading of the bytes.
+TEST_F(Outputs, OfListsAreWholeOrNone) {
+  using nlohmann::json;
+  Succeed("create e.dseries --dim n,,9,0,1");
+  EXPECT_EQ(Succeed("list --json e.dseries"), "[]\n");
+  Write("cut.dseries", series_.substr(0, series_.size() - 1));
+  for (const char* command : {"list cut.dseries", "list --json cut.dseries"}) {
+    const Result result = Run(command);
+    EXPECT_EQ(result.status, 1) << command;
+    EXPECT_EQ(result.out, "") << command;
+  }
+  const json all = json::parse(Run("list --json cut.dseries e.dseries p.dseries a.dseries p.dseries").out);
+  EXPECT_EQ(all, (json{{"e.dseries", json::array()},
+                       {"p.dseries", json::parse(Succeed("list --json p.dseries"))},
+                       {"a.dseries", json::parse(Succeed("list --json a.dseries"))}}));
+  EXPECT_EQ(Run("list --json none.dseries cut.dseries").out, "{}\n");
+}
+
+/// Raw data as a literal reading of the bytes has them.
 TEST_F(Outputs, HoldRawDataHoweverTheyAreRead) {
   for (const int elements : {1, 2, 5}) {
     for (const int count : {1, 3, 70}) {
