@@ -13,7 +13,6 @@ import pathlib
 import subprocess
 import sys
 import tempfile
-import time
 
 NUMBERS = (1000, 10_000, 100_000, 1_000_000)
 STEPS = ('append', 'open', 'first search', 'later search', 'read')
@@ -22,15 +21,15 @@ RUNS = 3
 MARKS = ('<!-- growth begins -->\n', '<!-- growth ends -->\n')
 
 
-def run_tool(tool, arguments):
-    """Seconds, and the peak memory in MiB."""
-    begin = time.monotonic()
-    process = subprocess.Popen([tool, *arguments], stdout=subprocess.DEVNULL)
-    _, status, usage = os.wait4(process.pid, 0)
-    process.returncode = os.waitstatus_to_exitcode(status)
-    if process.returncode != 0:
-        sys.exit(f'{tool} {" ".join(arguments)} failed')
-    return time.monotonic() - begin, usage.ru_maxrss / 1024
+def output(*command):
+    return json.loads(subprocess.run(command, check=True, capture_output=True).stdout)
+
+
+def time_text(nanoseconds):
+    for unit, factor in (('s', 1e9), ('ms', 1e6), ('us', 1e3), ('ns', 1)):
+        if nanoseconds >= factor:
+            return f'{nanoseconds / factor:.3g} {unit}'
+    return f'{nanoseconds:.3g} ns'
 
 
 def arguments_of(command, path, number):
@@ -39,13 +38,13 @@ def arguments_of(command, path, number):
 
 
 def row(program, tool, number, path):
-    runs = [json.loads(subprocess.run([program, path, str(number)], check=True, capture_output=True).stdout)
-            for _ in range(RUNS)]
+    runs = [output(program, path, str(number)) for _ in range(RUNS)]
     cells = [f'{number:,}']
-    cells += [f'{min(run[step] for run in runs):.3g} ns' for step in STEPS]
+    cells += [time_text(min(run[step] for run in runs)) for step in STEPS]
     for command in COMMANDS:
-        taken = [run_tool(tool, arguments_of(command, path, number)) for _ in range(RUNS)]
-        cells.append(f'{min(run[0] for run in taken):.3g} s, {max(run[1] for run in taken):.0f} MiB')
+        taken = [output(program, 'run', tool, *arguments_of(command, path, number)) for _ in range(RUNS)]
+        cells.append(f'{time_text(1e9 * min(run["seconds"] for run in taken))}, '
+                     f'{max(run["mebibytes"] for run in taken):.0f} MiB')
     return cells
 
 
