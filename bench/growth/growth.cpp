@@ -3,7 +3,6 @@
 // and writes how long it took, in seconds, and the most memory that it had, in MiB, as JSON; what it writes
 // goes nowhere.
 
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
@@ -11,6 +10,7 @@
 #include <string_view>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <DataStorage/data/darray1d.h>
@@ -20,37 +20,39 @@ namespace {
 
 using Series = dtsr_cFileSeries<darr_c1DArray>;
 
-template <class Work>
-double Seconds(const Work& work) {
-  const auto begin = std::chrono::steady_clock::now();
-  work();
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+double ProcessorSeconds() {
+  timespec now;
+  ::clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
+  return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
 }
 
 template <class Work>
 void Measure(const char* step, int data, const Work& work) {
-  std::cout << ", \"" << step << "\": " << 1e9 * Seconds(work) / data;
+  const double begin = ProcessorSeconds();
+  work();
+  std::cout << ", \"" << step << "\": " << 1e9 * (ProcessorSeconds() - begin) / data;
 }
 
 void Search(const Series& series) {
   if (series.DataIndex(dtsr_c2DPosition(-1, 0, 0), false) >= 0) std::abort();
 }
 
+double Seconds(const timeval& time) {
+  return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
+}
+
 void Run(char** command) {
+  const pid_t process = ::fork();
+  if (process == 0) {
+    if (std::freopen("/dev/null", "w", stdout) != nullptr) ::execv(command[0], command);
+    ::_exit(127);
+  }
   int status = 0;
   rusage usage{};
-  const double seconds = Seconds([&] {
-    const pid_t process = ::fork();
-    if (process == 0) {
-      const bool silent = std::freopen("/dev/null", "w", stdout) != nullptr;
-      if (silent) ::execv(command[0], command);
-      ::_exit(127);
-    }
-    if (process < 0 || ::wait4(process, &status, 0, &usage) != process || status != 0) std::exit(1);
-  });
-  // Linux counts in KiB.
-  std::cout << "{\"seconds\": " << seconds
-            << ", \"mebibytes\": " << static_cast<double>(usage.ru_maxrss) / 1024 << "}\n";
+  if (process < 0 || ::wait4(process, &status, 0, &usage) != process || status != 0) std::exit(1);
+  std::cout << "{\"seconds\": " << Seconds(usage.ru_utime) + Seconds(usage.ru_stime)
+            << ", \"mebibytes\": " << static_cast<double>(usage.ru_maxrss) / 1024
+            << "}\n";  // of KiB, on Linux
 }
 
 void Grow(const char* path, int data) {
