@@ -4,7 +4,6 @@
 #include <iterator>
 #include <limits>
 #include <utility>
-#include <vector>
 
 #include <DataStorage/interfaces/bstr.h>
 #include <Utility/system.h>
@@ -49,6 +48,34 @@ inline void CopyRecord(const unsigned char* from, std::int64_t n, unsigned char*
 
 }  // namespace
 
+/// Elements that are made by writing them behind the last one, and are not filled before.
+template <class T>
+class Row {
+ public:
+  /// Takes memory for `n` elements more, and, when some is needed, for `expected` and as many as there are.
+  void Reserve(std::int64_t n, std::int64_t expected = 0) {
+    if (n <= capacity_ - (end_ - begin())) return;
+    const std::int64_t size = end_ - begin(), capacity = size + std::max({n, expected, size});
+    auto larger = std::make_unique_for_overwrite<T[]>(static_cast<std::size_t>(capacity));
+    end_ = std::copy_n(begin(), size, larger.get());
+    elements_ = std::move(larger);
+    capacity_ = capacity;
+  }
+  void EndAt(T* end) { end_ = end; }
+
+  T* begin() const { return elements_.get(); }
+  T* end() const { return end_; }
+  T& back() const { return end_[-1]; }
+  T& operator[](std::size_t i) const { return elements_[i]; }
+  bool empty() const { return end_ == begin(); }
+  std::size_t size() const { return static_cast<std::size_t>(end_ - begin()); }
+
+ private:
+  std::unique_ptr<T[]> elements_;
+  T* end_ = nullptr;
+  std::int64_t capacity_ = 0;
+};
+
 /// Pieces of a file that are kept in memory, in the order of their positions.
 class KeptPieces {
  public:
@@ -73,17 +100,13 @@ class KeptPieces {
   /// are. Memory for `expected` records is taken at once when some is needed.
   std::int64_t KeepRecords(const long* positions, std::int64_t n, std::int64_t length, Bytes file,
                            std::int64_t begin, std::int64_t expected) {
-    const std::int64_t last = begin + std::ssize(file) - length;
-    if (n > 1 && positions[1] > last) n = 1;  // records among large data
-    ReserveMore(pieces_, n, expected);
-    ReserveMore(bytes_, n * length, expected * length);
+    pieces_.Reserve(n, expected);
+    bytes_.Reserve(n * length, expected * length);
     DropFrom(positions[0]);
     auto end = static_cast<std::uint32_t>(bytes_.size());
-    const std::size_t pieces = pieces_.size();
-    pieces_.resize(pieces + static_cast<std::size_t>(n));
-    bytes_.resize(end + static_cast<std::size_t>(n * length));
-    Piece* piece = pieces_.data() + pieces;
-    unsigned char* record = bytes_.data() + end;
+    Piece* piece = pieces_.end();
+    unsigned char* record = bytes_.end();
+    const std::int64_t last = begin + std::ssize(file) - length;
     std::int64_t count = 0;
     for (std::int64_t least = begin; count < n; ++count) {
       const std::int64_t position = positions[count];
@@ -94,8 +117,8 @@ class KeptPieces {
       *piece++ = {static_cast<std::uint32_t>(position), end};
       least = position + length;
     }
-    bytes_.resize(end);
-    pieces_.resize(pieces + static_cast<std::size_t>(count));
+    bytes_.EndAt(record);
+    pieces_.EndAt(piece);
     if (count > 0) {
       end_ = positions[count - 1] + length;
       Select(pieces_.size() - 1);
@@ -106,7 +129,7 @@ class KeptPieces {
   /// Where the last piece ends in the file.
   std::int64_t End() const { return end_; }
   /// The last `n` bytes that were kept.
-  Bytes Newest(std::int64_t n) const { return Bytes(bytes_).last(static_cast<std::size_t>(n)); }
+  Bytes Newest(std::int64_t n) const { return BytesAt(bytes_.end() - n, n); }
 
   /// The records of `length` bytes at these positions, as many as are kept one behind the other.
   Bytes Records(const long* positions, std::int64_t n, std::int64_t length) {
@@ -120,7 +143,7 @@ class KeptPieces {
       ++count;
     }
     if (count > 0) Select(first + count - 1);
-    return Bytes(bytes_).subspan(begin, count * stride);
+    return {bytes_.begin() + begin, count * stride};
   }
 
   /// How long a record at `position` may be: as long as the last piece, 0 when it is no other record.
@@ -130,7 +153,7 @@ class KeptPieces {
 
   /// Drops the bytes [begin, end), which are about to change in the file, and everything kept after them.
   void Drop(std::int64_t begin, std::int64_t end) {
-    if (begin >= end_ || end <= pieces_.front().position) return;
+    if (begin >= end_ || end <= pieces_[0].position) return;
     if (bFind(end - 1) && found_.end > begin) DropFrom(begin);
   }
 
@@ -173,25 +196,20 @@ class KeptPieces {
     piece_ = piece;
     found_.begin = pieces_[piece].position;
     found_.end = found_.begin + static_cast<std::int64_t>(pieces_[piece].end - begin);
-    found_.bytes = bytes_.data() + begin;
-  }
-
-  /// Takes memory for `expected` elements more, at least for as many as there are, when it is needed for `n`.
-  template <class T>
-  static void ReserveMore(std::vector<T>& vector, std::int64_t n, std::int64_t expected) {
-    const std::size_t size = vector.size();
-    if (static_cast<std::size_t>(n) <= vector.capacity() - size) return;
-    vector.reserve(size + std::max(size, static_cast<std::size_t>(expected)));
+    found_.bytes = bytes_.begin() + begin;
   }
 
   /// Begins a piece behind the last one, without any bytes as yet.
   void BeginPiece(std::int64_t position) {
-    pieces_.push_back({static_cast<std::uint32_t>(position), static_cast<std::uint32_t>(bytes_.size())});
+    pieces_.Reserve(1);
+    *pieces_.end() = {static_cast<std::uint32_t>(position), static_cast<std::uint32_t>(bytes_.size())};
+    pieces_.EndAt(pieces_.end() + 1);
     end_ = position;
   }
 
   void Lengthen(const unsigned char* bytes, std::int64_t n) {
-    bytes_.insert(bytes_.end(), bytes, bytes + n);
+    bytes_.Reserve(n);
+    bytes_.EndAt(std::copy_n(bytes, n, bytes_.end()));
     pieces_.back().end = static_cast<std::uint32_t>(bytes_.size());
     end_ += n;
   }
@@ -200,21 +218,21 @@ class KeptPieces {
   void DropFrom(std::int64_t position) {
     if (position >= end_) return;
     found_ = {};
-    while (!pieces_.empty() && pieces_.back().position >= position) pieces_.pop_back();
+    while (!pieces_.empty() && pieces_.back().position >= position) pieces_.EndAt(pieces_.end() - 1);
     end_ = -1;
-    if (pieces_.empty()) return bytes_.clear();
+    if (pieces_.empty()) return bytes_.EndAt(bytes_.begin());
     Piece& last = pieces_.back();
     const std::size_t begin = Begin(pieces_.size() - 1);
     end_ = std::min(std::int64_t{last.position} + static_cast<std::int64_t>(last.end - begin), position);
     last.end = static_cast<std::uint32_t>(begin + static_cast<std::size_t>(end_ - last.position));
-    bytes_.resize(last.end);
+    bytes_.EndAt(bytes_.begin() + last.end);
   }
 
-  std::vector<Piece> pieces_;
-  std::vector<unsigned char> bytes_;
-  std::int64_t end_ = -1;  // end position of the last piece
-  std::size_t piece_ = 0;  // index of the piece found last
-  Found found_;            // the same piece; empty after it changed
+  Row<Piece> pieces_;
+  Row<unsigned char> bytes_;
+  std::int64_t end_ = -1;  // of the last piece
+  std::size_t piece_ = 0;  // that was found last
+  Found found_;            // the same, while it is as it was
 };
 
 /// One open file, shared by the two sides of a stream and of its copies.

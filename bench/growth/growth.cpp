@@ -1,7 +1,10 @@
-// growth FILE DATA makes a series file of so many small data and reads it again. Writes how long each step
-// took for one datum, in nanoseconds, as JSON. The file stays. growth run PROGRAM ARGUMENT... runs a program
-// and writes how long it took, in seconds, and the most memory that it had, in MiB, as JSON; what it writes
-// goes nowhere.
+// growth FILE DATA makes a series file of so many small data and reads it again. It writes how long each step
+// took for one datum, in nanoseconds, as JSON. The file stays.
+//
+// growth run PROGRAM ARGUMENT... runs a program. It writes how long that took, in seconds, and the most
+// memory that the program had, in MiB, as JSON; what the program writes goes nowhere.
+//
+// All times are those of the processor, which other programs disturb least.
 
 #include <cstdio>
 #include <cstdlib>
