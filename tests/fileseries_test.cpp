@@ -222,8 +222,8 @@ class Tinkerer {
     const std::string bytes = file_.Bytes();
     for (int i = 0; i < log_.NextWriteIndex(); ++i) Compare(i, bytes);
     const dtsr_c2DPosition tag = NewTag();
-    EXPECT_EQ(log_.DataIndex(tag, true), Index(tag, bytes, 0));
-    EXPECT_EQ(log_.DataIndex(tag, false), Index(tag, bytes, 8));
+    EXPECT_EQ(log_.DataIndex(tag, true), Index(tag, bytes, true));
+    EXPECT_EQ(log_.DataIndex(tag, false), Index(tag, bytes, false));
   }
 
  private:
@@ -232,10 +232,13 @@ class Tinkerer {
   std::string Stored(int i, const std::string& bytes) const {
     return bytes.substr(static_cast<std::size_t>(log_.tagOffsets_[i]), 24);
   }
-  /// Of the first tag with the same bytes from `first` on.
-  int Index(const dtsr_c2DPosition& tag, const std::string& bytes, std::size_t first) const {
-    for (int i = 0; i < log_.NextWriteIndex(); ++i)
-      if (Stored(i, bytes).substr(first) == RawForm(tag).substr(first)) return i;
+  /// Of the first tag with the same bytes, or with the same but for those of the time.
+  int Index(const dtsr_c2DPosition& tag, const std::string& bytes, bool compare_time) const {
+    for (int i = 0; i < log_.NextWriteIndex(); ++i) {
+      std::string stored = Stored(i, bytes), sought = RawForm(tag);
+      if (!compare_time && stored.size() == sought.size()) stored.replace(4, 4, sought, 4, 4);
+      if (stored == sought) return i;
+    }
     return -1;
   }
   /// May fail: moved data may have left no room behind data that were removed.

@@ -271,6 +271,8 @@ void dtsr_cFileSeriesBase::GetTag(int i, dtsr_cDataTag& tag) const {
   if (!bGood()) source_file.ThrowUserError("Can't read tag.");
 }
 
+/// Passes over tags that differ, as they lie in the file, from one of the classes dtsr_cDataTag and
+/// dtsr_c2DPosition themselves; nothing is known of others.
 int dtsr_cFileSeriesBase::FirstLike(const dtsr_cDataTag& tag, type_cBoolean compareTime) const {
   const bool placed = typeid(tag) == typeid(dtsr_c2DPosition);
   if (!placed && typeid(tag) != typeid(dtsr_cDataTag)) return 0;
@@ -286,7 +288,9 @@ int dtsr_cFileSeriesBase::FirstLike(const dtsr_cDataTag& tag, type_cBoolean comp
            (!compareTime || detail::LoadLittleEndian<std::int32_t>(record + 4) == time) &&
            detail::LoadLittleEndian<std::uint32_t>(record) == kind;
   };
-  const std::int64_t length = placed ? detail::PositionTagLength : detail::PlainTagLength;
+  // As long as those of the series, so that searches for either kind keep the same records.
+  const bool positions = placed || tagTypeID_ == obty_2DPositionType;
+  const std::int64_t length = positions ? detail::PositionTagLength : detail::PlainTagLength;
   for (int i = 0; i < n;) {
     const auto records = bstr_cKeptReading::Records(file_, &tagOffsets_[i], n - i, length);
     if (records.empty()) return i;
