@@ -46,14 +46,16 @@ class DATASTORAGE_EXPORT dtsr_cStoredSeries : public Store, public dtsr_cDataSer
   int Size() const override { return Store::Size(); }
   int NextWriteIndex() const override { return Store::NextWriteIndex(); }
   void ResetWriteIndex() override { Store::ResetWriteIndex(); }
+  dtsr_cDataTag* pSampleTag() const override { return Store::pSampleTag(); }
+  unsigned int TagTypeID() const override { return Store::TagTypeID(); }
+
   /// Final, because searches compare tags where the store keeps them. A class that makes its tags otherwise
   /// joins the store and dtsr_cDataSeriesBase itself.
   void GetTag(int i, dtsr_cDataTag& tag) const final { Store::GetTag(i, tag); }
+  /// What the base returns, without GetTag for tags that the store can tell apart.
   int DataIndex(const dtsr_cDataTag& tag, type_cBoolean compareTime) const override {
     return DataIndexFrom(Store::FirstLike(tag, compareTime), tag, compareTime);
   }
-  dtsr_cDataTag* pSampleTag() const override { return Store::pSampleTag(); }
-  unsigned int TagTypeID() const override { return Store::TagTypeID(); }
 
  protected:
   /// Creates a series in memory.
