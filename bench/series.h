@@ -7,14 +7,14 @@
 
 #include "bench.h"
 
-// A series of data with tags, as it is appended and read. The way that a `File` does it:
-//   File(std::int64_t bytes)            makes an empty file for `slots` data of so many bytes
-//   File(std::int64_t bytes, Existing)  opens the file that is there
-//   Append(datum, i), Read(i, datum)    a datum and its tag; a datum alone
-//   Find(x)                             the index of the tag at (x, 0), or -1
+// Appending to and reading of a series of data with tags. A `File` has:
+//   File(std::int64_t bytes)            creates an empty file for `slots` data of `bytes` bytes
+//   File(std::int64_t bytes, Existing)  opens the existing file
+//   Append(datum, i), Read(i, datum)    appends a datum and its tag; reads a datum alone
+//   Find(x)                             returns the index of the tag at (x, 0), or -1
 //   Reset()                             the next append goes to index 0 again
-//   Open()                              opens the file that is there and closes it, a static member
-// Peers that do one kind of work only have what that needs.
+//   Open()                              opens the existing file and closes it; a static member
+// Peers that do one kind of work have only what that needs.
 
 constexpr int slots = 20000;
 
@@ -22,7 +22,7 @@ using Datum = std::vector<char>;
 
 struct Existing {};
 
-/// Where the program was started: that disk is measured. Taken away at the end.
+/// A file in the current directory, whose disk is measured. Removed at the end.
 struct TemporaryFile {
   static constexpr const char* path = "datastorage_bench.tmp";
   TemporaryFile() = default;

@@ -63,7 +63,7 @@ class FaultyDisk {
   static std::int64_t ReadAt(std::intptr_t file, void* bytes, std::int64_t n, std::int64_t position) {
     return bFails() ? -1 : real.read_at(file, bytes, std::min(n, longest_move), position);
   }
-  /// A failing write still gets half of its bytes to the disk, as one that runs full does.
+  /// A failing write still writes half of its bytes, as on a full disk.
   static std::int64_t WriteAt(std::intptr_t file, detail::Bytes head, detail::Bytes bytes,
                               std::int64_t position) {
     if (before_write) before_write();

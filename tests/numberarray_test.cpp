@@ -188,6 +188,21 @@ TEST(NumberArray, TakesOneNumberForAllElementsAndConverts) {
   EXPECT_EQ(empty.DataType(), dtyp_UBin8);
 }
 
+TEST(NumberArray, KeepsWhatABlockOfAnotherShapeLeaves) {
+  const double old[] = {1, 2, 3, 4, 5, 6};
+  const float block[] = {10, 20, 30, 40, 50, 60};
+  for (const dtyp_eDataType type : {dtyp_Float32, dtyp_Float64}) {
+    parr_c2DNumberArray target(2, 3, dtyp_Float64, old);
+    const parr_c2DNumberArray shared(target);
+    parr_c2DNumberArray source(3, 2, dtyp_Float32, block);
+    source.Convert(type);
+    target.SetData(source, rnge_c2DIndexRange::Null, rnge_c2DIndexRange(0, 0, 3, 2));
+    EXPECT_THAT(
+        std::vector(static_cast<const double*>(target.Data()), static_cast<const double*>(target.Data()) + 6),
+        testing::ElementsAre(10, 20, 40, 50, 60, 6));
+  }
+}
+
 TEST(NumberArray, TakesWholeArraysWhereNoRangeIsNamed) {
   const parr_c1DNumberArray source = Line<int>({1, 2, 3});
   parr_c1DNumberArray line(4, Type(dtyp_SBin32), nullptr);

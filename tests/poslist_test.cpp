@@ -152,6 +152,16 @@ TEST(PositionListCenter, IsTheSameWhetherItIsLookedAtOrNot) {
   }
 }
 
+TEST_F(PositionList, ShowsItsOldCenterThoughAReceiverHasAddedAPosition) {
+  Limit([&, added = false](auto&) mutable {
+    if (!std::exchange(added, true)) list.AddAtTail(new pos_c2DPosition(-94, 10));
+  });
+  std::optional<pos_c2DPosition> old;
+  watcher->OnAnnouncement([&](auto& change) { old = change.OldList.Center(); });
+  Point(list, 0).SetPosition(-100, 0);
+  EXPECT_EQ(old, pos_c2DPosition(-45, 5));
+}
+
 TEST_F(PositionList, IsHeardByItsOverridesWithoutAnyReceiver) {
   Listener<pos_c2DPositionList> derived;
   Add(derived, {{0, 0}, {2, 2}});

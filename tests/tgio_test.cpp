@@ -123,26 +123,36 @@ TYPED_TEST(TaggedStreams, WriteNothingOfAnObjectThatFails) {
 
 TYPED_TEST(TaggedStreams, HoldLargeArraysAmongOtherAtoms) {
   constexpr int count = 20'000;  // more than is copied into the draft of a binary object
-  using Elements = arr_c1DNumberArray<double>;
-  const auto filled = [](double value) { return Elements(count, nullptr, value, true); };
+  const auto filled = [](double value) {
+    return darr_c1DArray(count, pnum_cNumber(value), cal_c1DArrayCal::Default);
+  };
+  arr_c1DNumberArray<double> frame(count);
+  double* const elements = frame.WriteAccess();
   Thing<TypeParam> failing, outer;
-  failing.write = [&](auto& out) { return WriteAtom(out, filled(7), array_atom) && false; };
+  failing.write = [&](auto& out) { return WriteAtom(out, filled(7), inner_atom) && false; };
   outer.write = [&](auto& out) {
-    Elements changed = filled(1);  // ends, or changes, before the object is complete
-    bool written = WriteAtom(out, 1, int_atom) && WriteAtom(out, changed, array_atom);
-    changed = 2.0;
+    darr_c1DArray changed = filled(1);  // ends, or changes, before the object is complete
+    bool written = WriteAtom(out, 1, int_atom) && WriteAtom(out, changed, inner_atom);
+    changed = pnum_cNumber(2.0);
     written = written && !WriteAtom(out, failing, inner_atom) && WriteAtom(out, 2, int_atom);
-    return written && WriteAtom(out, changed, array_atom) && WriteAtom(out, 3, int_atom);
+    written = written && WriteAtom(out, changed, inner_atom) && WriteAtom(out, frame, array_atom);
+    std::fill_n(elements, count, 3.0);
+    return written && WriteAtom(out, frame, array_atom) && WriteAtom(out, 3, int_atom);
   };
   int i = 0, j = 0, k = 0;
-  Elements a, b;
-  outer.read = [&](auto& in) { return in.Read(i) && in.Read(a) && in.Read(j) && in.Read(b) && in.Read(k); };
+  darr_c1DArray a, b;
+  arr_c1DNumberArray<double> c, d;
+  outer.read = [&](auto& in) {
+    return in.Read(i) && in.Read(a) && in.Read(j) && in.Read(b) && in.Read(c) && in.Read(d) && in.Read(k);
+  };
   std::stringstream stream;
   ASSERT_TRUE(typename TypeParam::Out(stream).Write(outer) && typename TypeParam::In(stream).Read(outer));
   EXPECT_EQ(std::vector({i, j, k}), std::vector({1, 2, 3}));
-  for (const auto& [array, value] : {std::pair(a, 1.0), std::pair(b, 2.0)}) {
+  const std::pair<parr_c1DNumberArray, double> arrays[] = {{a, 1}, {b, 2}, {c, 0}, {d, 3}};
+  for (const auto& [array, value] : arrays) {
     ASSERT_EQ(array.NumIndices(), count);
-    EXPECT_EQ(std::count(array.Data(), array.Data() + count, value), count);
+    const auto* const read = static_cast<const double*>(array.Data());
+    EXPECT_EQ(std::count(read, read + count, value), count);
   }
 }
 

@@ -27,7 +27,7 @@ constexpr std::int64_t NearStep = 8 * 1024;
 constexpr std::int64_t DirectRead = 4 * 1024;
 /// Records that are read in one go, while the first cache still holds those before.
 constexpr std::int64_t RecordsAtOnce = 256;
-/// Most records that are kept are no longer than this.
+/// Most kept records are no longer than this.
 constexpr std::size_t LikelyRecord = 64;
 
 Bytes BytesAt(const void* bytes, std::int64_t n) {
@@ -146,7 +146,8 @@ class KeptPieces {
     return {bytes_.begin() + begin, count * stride};
   }
 
-  /// How long a record at `position` may be: as long as the last piece, 0 when it is no other record.
+  /// The likely length of a record at `position`: that of the last piece; 0 when there is none or `position`
+  /// continues it.
   std::int64_t LikelyLength(std::int64_t position) const {
     return pieces_.empty() || position == end_ ? 0 : end_ - pieces_.back().position;
   }
@@ -437,7 +438,7 @@ class FileInput final : public bstr_cBinary_istream {
     return window_.get() + (position - window_start_);
   }
 
-  /// Copies what the window holds of `n` bytes from `position` on; returns how many these are.
+  /// Copies those of `n` bytes from `position` on that the window holds; returns how many.
   std::int64_t CopyFromWindow(unsigned char* bytes, std::int64_t n, std::int64_t position) const {
     if (!bWindowHolds(1, position)) return 0;
     const std::int64_t held = std::min(n, window_start_ + window_length_ - position);

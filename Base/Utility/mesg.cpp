@@ -55,8 +55,8 @@ class Delivery {
     }
     return delivery.bEnd();
   }
-  /// The same for a sender with one receiver and no other delivery in progress, the most frequent case, in a
-  /// third of the time.
+  /// The same for a sender with one receiver and no other delivery in progress, the most frequent case, in
+  /// two thirds of the time.
   static bool ToOne(mesg_cSender& sender, unsigned long id, mesg_sMessageData* data) {
     Delivery delivery(sender, nullptr);
     sender.receivers_->receiver->ReceiveMessage(id, sender, data);

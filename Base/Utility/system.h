@@ -10,7 +10,7 @@ namespace detail {
 
 using Bytes = std::span<const unsigned char>;
 
-/// All that the file stream asks of the system. Tests replace entries to make the disk fail.
+/// All system calls of the file stream. Tests replace entries to make the disk fail.
 struct FileCalls {
   /// Opens a regular file and returns its handle for the calls below, or `NoFile`; `TakenFile` or
   /// `UnlockableFile` when the requested lock fails.
@@ -19,7 +19,7 @@ struct FileCalls {
   /// error.
   std::int64_t (*read_at)(std::intptr_t file, void* bytes, std::int64_t n, std::int64_t position);
   std::int64_t (*write_at)(std::intptr_t file, Bytes head, Bytes bytes, std::int64_t position);
-  /// The length as it is now; negative on an error.
+  /// The current length; negative on an error.
   std::int64_t (*size)(std::intptr_t file);
   void (*close)(std::intptr_t file);
 };

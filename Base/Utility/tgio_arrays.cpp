@@ -56,9 +56,9 @@ bool ReadCode(tgio_cBinary_istream& in) {
 }
 
 template <class Array, class T>
-bool WriteElements(tgio_cBinary_ostream& out, const Array& array, const T* elements) {
+bool WriteElements(tgio_cBinary_ostream& out, const Array& array, const T* elements, bool share) {
   const std::size_t bytes = static_cast<std::size_t>(array.NumIndices()) * sizeof(T);
-  if (detail::bLittleEndian<T> && bytes < LargeBlock) return out.WriteBytes(elements, bytes);
+  if (detail::bLittleEndian<T> && (!share || bytes < LargeBlock)) return out.WriteBytes(elements, bytes);
   const auto owner = std::make_shared<Array>(array);  // shares the elements
   if constexpr (!detail::bLittleEndian<T>) SwapToLittleEndian(owner->WriteAccess(), array.NumIndices());
   return out.WriteBytes(owner, owner->Data(), bytes);
@@ -111,8 +111,9 @@ bool ReadNumber(tgio_cASCII_istream& in, comp_cComplex<T>& value) {
 }  // namespace
 
 template <class T>
-type_cBoolean arr_c1DNumberArray<T>::WriteStream(tgio_cBinary_ostream& out) const {
-  return WriteCode<T>(out) && WriteCount(out, this->NumIndices()) && WriteElements(out, *this, this->Data());
+type_cBoolean arr_c1DNumberArray<T>::WriteStream(tgio_cBinary_ostream& out, bool share) const {
+  return WriteCode<T>(out) && WriteCount(out, this->NumIndices()) &&
+         WriteElements(out, *this, this->Data(), share);
 }
 
 template <class T>
@@ -151,9 +152,9 @@ type_cBoolean arr_c1DNumberArray<T>::ReadStream(tgio_cASCII_istream& in) {
 }
 
 template <class T>
-type_cBoolean arr_c2DNumberArray<T>::WriteStream(tgio_cBinary_ostream& out) const {
+type_cBoolean arr_c2DNumberArray<T>::WriteStream(tgio_cBinary_ostream& out, bool share) const {
   return WriteCode<T>(out) && WriteCount(out, this->NumIndicesX()) && WriteCount(out, this->NumIndicesY()) &&
-         WriteElements(out, *this, this->Data());
+         WriteElements(out, *this, this->Data(), share);
 }
 
 template <class T>

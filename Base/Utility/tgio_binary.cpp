@@ -14,12 +14,24 @@ namespace {
 
 using detail::AtomKind;
 using detail::LoadLittleEndian;
+using detail::ObjectDraft;
 using detail::StoreLittleEndian;
-using Inside = detail::ObjectDraft::Inside;
+using Inside = ObjectDraft::Inside;
 
 constexpr std::size_t HeaderSize = 2 + 1 + 8;
 constexpr std::size_t TypeSize = 2;
 constexpr std::size_t FirstBlock = 1 << 16;  // allocated before the real amount of data is known
+
+constexpr std::size_t MostGrowth = 16;  // of what has arrived, even when a stream claims to hold more
+
+/// The number of bytes that the stream says it holds; 0 when it does not say.
+std::size_t Arrived(std::istream& in) noexcept {
+  try {
+    return static_cast<std::size_t>(std::max<std::streamsize>(in.rdbuf()->in_avail(), 0));
+  } catch (...) {
+    return 0;
+  }
+}
 
 struct Header {
   unsigned short tag;
@@ -47,10 +59,11 @@ struct detail::BinaryFormat {
     if (!in.read(bytes, sizeof bytes)) return false;
     const Header header = LoadHeader(bytes);
     while (object.Size() < header.length) {
-      const auto arrived = static_cast<std::size_t>(std::max<std::streamsize>(in.rdbuf()->in_avail(), 0));
-      const auto block = static_cast<std::size_t>(std::min<std::uint64_t>(
-          header.length - object.Size(), std::max({object.Size(), FirstBlock, arrived})));
-      if (!in.read(object.Append(block), static_cast<std::streamsize>(block))) return false;
+      const std::size_t least = std::max(object.Size(), FirstBlock);
+      const std::size_t block = std::clamp(Arrived(in), least, MostGrowth * least);
+      const auto wanted =
+          static_cast<std::size_t>(std::min<std::uint64_t>(header.length - object.Size(), block));
+      if (!in.read(object.Append(wanted), static_cast<std::streamsize>(wanted))) return false;
     }
     atom = {true, header.tag, header.kind, object.Bytes()};
     return true;
@@ -142,10 +155,11 @@ bool tgio_cBinary_ostream::WriteObject(const tgio_cTaggedStreamObject& object, u
 
 type_cBoolean tgio_cBinary_ostream::Write(const tgio_cTaggedStreamObject& object) {
   if (!draft_.bInside(Inside::Nothing)) return false;
-  draft_.Clear();
-  const bool written = WriteObject(object, 0) && draft_.WriteTo(*out_);
-  draft_.Clear();
-  return written;
+  struct Clearing {
+    ObjectDraft& draft;
+    ~Clearing() { draft.Clear(); }
+  } const clearing{draft_};  // also when the stream throws
+  return WriteObject(object, 0) && draft_.WriteTo(*out_);
 }
 
 type_cBoolean tgio_cBinary_ostream::Write(unsigned char value, unsigned short tag) {

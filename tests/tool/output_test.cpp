@@ -375,7 +375,7 @@ TEST_F(Outputs, OfListsAreWholeOrNone) {
   EXPECT_EQ(Run("list --json none.dseries cut.dseries").out, "{}\n");
 }
 
-/// Raw data as a literal reading of the bytes has them.
+/// Compares raw data with a direct reading of the bytes.
 TEST_F(Outputs, HoldRawDataHoweverTheyAreRead) {
   for (const int elements : {1, 2, 5}) {
     for (const int count : {1, 3, 70}) {

@@ -61,8 +61,8 @@ class DATASTORAGE_EXPORT NumberArray : public tgio_cTaggedStreamObject {
   type_cBoolean Write(tgio_cASCII_ostream& out) const override;
   type_cBoolean Write(tgio_cBinary_ostream& out) const override;
 
-  /// The raw form: element type (2 bytes), extents (4 bytes each), elements. False when the stream failed. It
-  /// is written in one piece.
+  /// Writes the raw form in one piece: element type (2 bytes), extents (4 bytes each), elements. Returns
+  /// false when the stream fails.
   type_cBoolean Write(bstr_cBinary_ostream& out) const;
   /// Reads the raw form of the floating-point types and of the integer types except dtyp_SBin8. Returns false
   /// and leaves the array unchanged for other types, for extents that no array can have, and when the stream
@@ -95,11 +95,9 @@ class DATASTORAGE_EXPORT NumberArray : public tgio_cTaggedStreamObject {
   };
 
  protected:
-  /// Takes ownership of `letter`; throws expt_cProgramException when it is null or of another class than
-  /// TypedLetter.
-  explicit NumberArray(std::unique_ptr<Letter> letter) : letter_(std::move(letter)) {
-    if (!letter_ || letter_->Type() == dtyp_NoType) Letter::source_file.ThrowProgramError();
-  }
+  /// Takes ownership of `letter`; copies the elements when it is not a TypedLetter. Throws
+  /// expt_cProgramException when it is null or the type of its elements is none.
+  explicit NumberArray(std::unique_ptr<Letter> letter);
   /// Shares the letter.
   NumberArray(const NumberArray&) = default;
   NumberArray& operator=(const NumberArray&) = default;
@@ -142,10 +140,29 @@ class DATASTORAGE_EXPORT NumberArray : public tgio_cTaggedStreamObject {
   template <class Store>
   void StoreInCommonType(const pnum_cNumber& value, Store store);
 
-  /// The raw form, field by field.
+  /// Writes the raw form field by field.
   type_cBoolean WriteRawParts(bstr_cBinary_ostream& out) const;
 
-  std::unique_ptr<Letter> letter_;  ///< never null
+  Shared<Letter> letter_;  ///< never none
+
+ private:
+  void CopyLetter();
+};
+
+/// Writes the elements of a container to which nobody has a pointer for writing.
+template <class Container>
+class SharedElements final : public tgio_cStreamObject {
+ public:
+  explicit SharedElements(const Container& elements) noexcept : elements_(elements) {}
+  using tgio_cStreamObject::ReadStream;
+  using tgio_cStreamObject::WriteStream;
+  type_cBoolean ReadStream(tgio_cBinary_istream&) override { return false; }
+  type_cBoolean WriteStream(tgio_cBinary_ostream& out) const override {
+    return elements_.WriteStream(out, true);
+  }
+
+ private:
+  const Container& elements_;
 };
 
 /// A letter that holds its elements in a container of `T`: the part that does not depend on the number of
@@ -165,7 +182,7 @@ class DATASTORAGE_EXPORT TypedLetter : public Letter {
     return out.Write(elements_, name, false);
   }
   type_cBoolean WriteData(tgio_cBinary_ostream& out, unsigned short tag) const override {
-    return out.Write(elements_, tag);
+    return out.Write(SharedElements<Container>(elements_), tag);
   }
 
   /// The elements; valid as long as the letter exists.

@@ -9,7 +9,7 @@ class parr_c1DTypedNumberArray;
 /// The letter of a 1D number array: the object that holds its elements, all of one type.
 class DATASTORAGE_EXPORT parr_c1DArray : public detail::NumberLetter {
  public:
-  using NumberLetter::NumberLetter;
+  parr_c1DArray() noexcept = default;
   virtual ~parr_c1DArray();
 
   /// The type of the elements.
@@ -58,6 +58,11 @@ class DATASTORAGE_EXPORT parr_c1DArray : public detail::NumberLetter {
 
   /// Reads the element type of a raw form.
   static unsigned short ReadRawType(bstr_cBinary_istream& in);
+
+ private:
+  template <class Letter, class Container, class T>
+  friend class detail::TypedLetter;
+  explicit parr_c1DArray(dtyp_eDataType type) noexcept : NumberLetter(type) {}
 };
 
 /// The letter of a 1D number array whose elements are of type `T`.
@@ -102,8 +107,8 @@ class DATASTORAGE_EXPORT parr_c1DNumberArray : public detail::NumberArray<parr_c
   template <detail::ElementType T>
   parr_c1DNumberArray(const arr_c1DNumberArray<T>& elements)
       : NumberArray(std::make_unique<parr_c1DTypedNumberArray<T>>(elements)) {}
-  /// Takes ownership of `letter`; throws expt_cProgramException for null and for other letters than
-  /// parr_c1DTypedNumberArray.
+  /// Takes ownership of `letter`, which must not be modified any more; copies the elements when it is not a
+  /// parr_c1DTypedNumberArray. Null throws expt_cProgramException.
   explicit parr_c1DNumberArray(parr_c1DArray* letter);
   parr_c1DNumberArray(const parr_c1DNumberArray&) = default;
   parr_c1DNumberArray& operator=(const parr_c1DNumberArray&) = default;

@@ -126,7 +126,8 @@ void parr_c2DNumberArray::SetData(const parr_c2DNumberArray& source, const rnge_
   const std::int64_t corner = std::int64_t{from.StartIndexY()} * source.NumIndicesX() + from.StartIndexX();
   detail::VisitElementType(common.Type(), [&]<class T>(std::type_identity<T>) {
     auto& elements = OwnIfTyped<T>()->Elements();
-    T* const target = nx * ny == NumIndices() ? elements.WriteAccess(arr_Unfilled) : elements.WriteAccess();
+    const bool whole = nx == NumIndicesX() && ny == NumIndicesY();
+    T* const target = whole ? elements.WriteAccess(arr_Unfilled) : elements.WriteAccess();
     for (std::int64_t y = 0; y < ny; ++y) {
       conv_ConvertElements(source.DataType().Type(), common.Type(), nx, conv_Real,
                            block + (corner + y * source.NumIndicesX()) * source.DataType().SizeOf(),

@@ -9,7 +9,7 @@ class parr_c2DTypedNumberArray;
 /// The letter of a 2D number array: the object that holds its elements, all of one type.
 class DATASTORAGE_EXPORT parr_c2DArray : public detail::NumberLetter {
  public:
-  using NumberLetter::NumberLetter;
+  parr_c2DArray() noexcept = default;
   virtual ~parr_c2DArray();
 
   /// The type of the elements.
@@ -64,6 +64,11 @@ class DATASTORAGE_EXPORT parr_c2DArray : public detail::NumberLetter {
 
   /// Reads the element type of a raw form, skipping the binary image header that may precede it.
   static unsigned short ReadRawType(bstr_cBinary_istream& in);
+
+ private:
+  template <class Letter, class Container, class T>
+  friend class detail::TypedLetter;
+  explicit parr_c2DArray(dtyp_eDataType type) noexcept : NumberLetter(type) {}
 };
 
 /// The letter of a 2D number array whose elements are of type `T`.
@@ -107,8 +112,8 @@ class DATASTORAGE_EXPORT parr_c2DNumberArray : public detail::NumberArray<parr_c
   template <detail::ElementType T>
   parr_c2DNumberArray(const arr_c2DNumberArray<T>& elements)
       : NumberArray(std::make_unique<parr_c2DTypedNumberArray<T>>(elements)) {}
-  /// Takes ownership of `letter`; throws expt_cProgramException for null and for other letters than
-  /// parr_c2DTypedNumberArray.
+  /// Takes ownership of `letter`, which must not be modified any more; copies the elements when it is not a
+  /// parr_c2DTypedNumberArray. Null throws expt_cProgramException.
   explicit parr_c2DNumberArray(parr_c2DArray* letter);
   parr_c2DNumberArray(const parr_c2DNumberArray&) = default;
   parr_c2DNumberArray& operator=(const parr_c2DNumberArray&) = default;

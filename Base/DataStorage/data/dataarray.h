@@ -53,7 +53,7 @@ class DATASTORAGE_EXPORT DataArray : public Calibrated<Numbers, Calibration> {
   type_cBoolean Read(tgio_cASCII_istream& in) override { return ReadAtoms(in); }
   type_cBoolean Read(tgio_cBinary_istream& in) override { return ReadAtoms(in); }
 
-  /// The raw form: the calibration, then the raw form of the number array. It is written in one piece.
+  /// Writes the raw form in one piece: the calibration, then the raw form of the number array.
   type_cBoolean Write(bstr_cBinary_ostream& out) const {
     GatheredOutput gathered(out);
     return WriteRawCalibration(gathered, cal_) && this->WriteRawParts(gathered) && gathered.Finish();

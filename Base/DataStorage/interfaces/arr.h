@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <memory>
+#include <type_traits>
 #include <utility>
 
 #include <DataStorage/interfaces/detail/arrstorage.h>
@@ -83,6 +84,11 @@ class DATASTORAGE_EXPORT arr_cHandle {
     if (storage_.bShared()) storage_ = detail::SharedStorage<T>(NewStorage(storage_.Size()));
     return storage_.Data();
   }
+  /// The elements, to be written, of which the next `count` assignments set as many. Elements of class types
+  /// are copied first even when all are set, because an assignment may throw.
+  T* UnshareFor(std::int64_t count) {
+    return count == NumIndices() && std::is_nothrow_copy_assignable_v<T> ? UnshareUnfilled() : Unshare();
+  }
   /// Sets the value that selections give to positions outside the array.
   void SetFillValue(const T& value) { fill_ = value; }
 
@@ -146,8 +152,7 @@ class DATASTORAGE_EXPORT arr_c1DArray : public arr_cHandle<T, int> {
   void SetBlock(const T* source, std::int64_t count, std::int64_t offset) {
     detail::CheckBlock(offset, count, this->NumIndices());
     if (count == 0) return;
-    T* const elements = count == this->NumIndices() ? this->UnshareUnfilled() : this->Unshare();
-    std::copy_n(source, count, elements + offset);
+    std::copy_n(source, count, this->UnshareFor(count) + offset);
     this->Changed(static_cast<int>(offset), static_cast<int>(offset + count - 1));
   }
 
@@ -231,7 +236,10 @@ class DATASTORAGE_EXPORT arr_c1DNumberArray : public arr_c1D_C_Array<T>, public 
   type_cBoolean ReadStream(tgio_cASCII_istream& in) override;
   type_cBoolean ReadStream(tgio_cBinary_istream& in) override;
   type_cBoolean WriteStream(tgio_cASCII_ostream& out) const override;
-  type_cBoolean WriteStream(tgio_cBinary_ostream& out) const override;
+  type_cBoolean WriteStream(tgio_cBinary_ostream& out) const override { return WriteStream(out, false); }
+  /// The same; with `share`, large elements are not copied in memory. Requires then that no pointer of
+  /// `WriteAccess` is written through until the outermost object has been written.
+  type_cBoolean WriteStream(tgio_cBinary_ostream& out, bool share) const;
 };
 
 /// A rectangular block of a two-dimensional array: its corner and its extents, in elements.
@@ -302,7 +310,7 @@ class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T, int, int> {
     detail::CheckBlock(first, block.nx, this->NumIndices());
     detail::CheckBlock(last, block.nx, this->NumIndices());
     const bool whole = block.nx == nx_ && block.ny == ny_;
-    T* const target = (whole ? this->UnshareUnfilled() : this->Unshare()) + first;
+    T* const target = this->UnshareFor(whole ? this->NumIndices() : 0) + first;
     if (block.nx == nx_ && sourceStride == nx_) {
       std::copy_n(source, sourceStride * block.ny, target);
     } else {
@@ -434,5 +442,8 @@ class DATASTORAGE_EXPORT arr_c2DNumberArray : public arr_c2D_C_Array<T>, public 
 
   /// In binary streams the element code, the extents and the elements.
   type_cBoolean ReadStream(tgio_cBinary_istream& in) override;
-  type_cBoolean WriteStream(tgio_cBinary_ostream& out) const override;
+  type_cBoolean WriteStream(tgio_cBinary_ostream& out) const override { return WriteStream(out, false); }
+  /// The same; with `share`, large elements are not copied in memory. Requires then that no pointer of
+  /// `WriteAccess` is written through until the outermost object has been written.
+  type_cBoolean WriteStream(tgio_cBinary_ostream& out, bool share) const;
 };

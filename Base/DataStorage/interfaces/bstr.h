@@ -53,10 +53,10 @@ class DATASTORAGE_EXPORT bstr_cBinary_ostream {
   /// Writes `n` bytes at the position, overwriting or extending the data. A stream that is not good writes
   /// nothing.
   virtual type_cBoolean Write(const void* bytes, std::int64_t n) = 0;
-  /// Writes `head_n` bytes and `n` others behind them: what `Write` does with both in one block of memory. A
-  /// file stream does it with one call of the system; a stream that does not override it writes twice.
+  /// Writes `head_n` bytes and `n` bytes after them, as `Write` does with one block. File streams write both
+  /// in one system call; the default calls `Write` twice.
   virtual type_cBoolean WriteTwo(const void* head, std::int64_t head_n, const void* bytes, std::int64_t n);
-  /// Goes to any position that is not negative; a gap that a later write leaves reads as zeros.
+  /// Moves to any position of 0 or more; a gap left by a later write reads as zeros.
   virtual type_cBoolean Seek(std::int64_t position) = 0;
   /// The position of the next byte to write.
   virtual std::int64_t Position() const = 0;
@@ -137,7 +137,7 @@ enum bstr_eLock {
 /// the system does not report the holder. Linux reports processes on the same machine.
 DATASTORAGE_EXPORT str_cString bstr_LockHolder(const str_cString& path);
 
-/// A file opened for reading and writing, with an input and an output side that have positions of their own.
+/// A file open for reading and writing; its input and its output each have a position of their own.
 ///
 /// A write reaches the operating system before it returns: other processes see it, and it survives if this
 /// process is killed. Nothing is synced to the disk. A write that would end past 2^31 - 1 bytes fails and
@@ -168,11 +168,11 @@ class DATASTORAGE_EXPORT bstr_cBinary_fstream {
   bstr_cBinary_fstream& operator=(const bstr_cBinary_fstream& other);
   ~bstr_cBinary_fstream();
 
-  /// The side to read from, with a position of its own; valid as long as this object.
+  /// The input, with a position of its own; valid as long as this object.
   bstr_cBinary_istream& Input() noexcept { return *input_; }
-  /// The side to write to, with a position of its own; valid as long as this object.
+  /// The output, with a position of its own; valid as long as this object.
   bstr_cBinary_ostream& Output() noexcept { return *output_; }
-  /// As it was given.
+  /// The path given to the constructor.
   const str_cString& Path() const noexcept { return path_; }
   /// Whether input and output are good; always false for a read-only stream.
   type_cBoolean bGood() const noexcept;
@@ -205,10 +205,10 @@ class DATASTORAGE_EXPORT bstr_cKeptReading {
   /// The input of the file stream.
   bstr_cBinary_istream& Input() noexcept { return input_; }
 
-  /// The records of `length` bytes, less than 4 KiB, at the first of `n` positions, one behind the other:
-  /// from memory, or else read and kept. They may be fewer than `n`; none where the first one cannot be read
-  /// or is kept as a piece of another length. They are valid until the file stream is used again, whose input
-  /// stands behind the last one.
+  /// Returns the records of `length` bytes, less than 4 KiB, at the first of `n` positions, one after the
+  /// other, from memory or, when they are not there, read and kept. Returns fewer than `n` where that is all
+  /// that is at hand, and none when the first cannot be read or is kept with another length. They are valid
+  /// until the file stream is used again; its input is then after the last one.
   static std::span<const unsigned char> Records(bstr_cBinary_fstream& file, const long* positions,
                                                 std::int64_t n, std::int64_t length);
 

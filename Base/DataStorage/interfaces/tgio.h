@@ -241,7 +241,7 @@ struct DATASTORAGE_EXPORT TextFormat;
 }  // namespace detail
 
 /// Writes objects to a `std::ostream` opened in binary mode. Requires that the stream outlives this object. A
-/// whole object is composed in memory and written at once: an object whose Write fails leaves nothing in the
+/// whole object is composed before any of it is written: an object whose Write fails leaves nothing in the
 /// stream. All operations return false on failure and when called in the wrong place: atoms are written from
 /// an object's Write, bytes from a stream object's WriteStream.
 class DATASTORAGE_EXPORT tgio_cBinary_ostream {

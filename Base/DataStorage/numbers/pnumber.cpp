@@ -80,11 +80,17 @@ pnum_cNumber::pnum_cNumber(double value, dtyp_cDataType type) {
   if (!DataType().HasDataType()) source_file.ThrowProgramError();
 }
 
-std::unique_ptr<pnum_cLetter> pnum_cNumber::Letter() const {
-  return detail::VisitElementType(
-      type_, [this]<class T>(std::type_identity<T>) -> std::unique_ptr<pnum_cLetter> {
-        return std::make_unique<pnum_cTypedNumber<T>>(*static_cast<const T*>(Data()));
-      });
+str_cString pnum_cNumber::StringOut(int width, int precision) const {
+  return detail::VisitElementType(type_, [&]<class T>(std::type_identity<T>) {
+    return pnum_cTypedNumber<T>(*static_cast<const T*>(Data())).StringOut(width, precision);
+  });
+}
+
+std::ostream& operator<<(std::ostream& out, const pnum_cNumber& number) {
+  detail::VisitElementType(number.type_, [&]<class T>(std::type_identity<T>) {
+    pnum_cTypedNumber<T>(*static_cast<const T*>(number.Data())).Output(out);
+  });
+  return out;
 }
 
 int pnum_cNumber::Count() const {

@@ -114,21 +114,16 @@ class DATASTORAGE_EXPORT pnum_cNumber : public tgio_cTaggedStreamObject {
 
   /// The value as text; `width` and `precision` as for `str_cString`, applied to each part of a complex
   /// number.
-  str_cString StringOut(int width, int precision) const { return Letter()->StringOut(width, precision); }
+  str_cString StringOut(int width, int precision) const;
 
   static const dtyp_cDataType tComplexNumber;  ///< the preferred type of complex values
   static const dtyp_cDataType tValueNumber;    ///< the preferred type of measured values
   static const dtyp_cDataType tCountNumber;    ///< the preferred type of counts
 
   /// Writes the value as a number, also that of a one-byte type.
-  friend std::ostream& operator<<(std::ostream& out, const pnum_cNumber& number) {
-    return number.Letter()->Output(out);
-  }
+  friend DATASTORAGE_EXPORT std::ostream& operator<<(std::ostream& out, const pnum_cNumber& number);
 
  private:
-  /// A letter with the value, which knows its text.
-  std::unique_ptr<pnum_cLetter> Letter() const;
-
   template <class T>
   void Store(const T& value) noexcept {
     static_assert(std::is_trivially_copyable_v<T> && sizeof(T) <= sizeof value_);

@@ -97,15 +97,16 @@ void pos_c2DPositionList::Recenter() {
 }
 
 const pos_c2DPosition& pos_c2DPositionList::OwnCenter() const noexcept {
-  if (!centered_) center_.Take(CenterPos());
+  if (!centered_ && begin() != end()) center_.Take(CenterPos());
   centered_ = true;
   return *center_;
 }
 
 void pos_c2DPositionList::PositionChanges(const pos_c2DPosition& position) noexcept {
-  // The list hears of this change, and nobody else can look at the centre before that.
-  const bool only = !center_.bQuiet() && position.bHasReceivers() && !position.bHasReceiversBeside(*this) &&
-                    detail::bExactly(position);
+  // When nothing but this list, which has no receivers, hears of the change, nothing reads the centre before
+  // the list moves it.
+  const bool only = bUnheard() && !center_.bQuiet() && position.bHasReceivers() &&
+                    !position.bHasReceiversBeside(*this) && detail::bExactly(position);
   if (!only) OwnCenter();
   boxed_ = false;
 }

@@ -22,9 +22,10 @@ struct pos_sPosListChange;
 /// throws, the exception reaches the caller; the positions keep their values of that moment, and the centre
 /// returns to their middle.
 ///
-/// Adding a position and moving one take constant time until `Center()` is called for the first time; from
-/// then on linear time, but for adding at the tail when no position has moved since the last one was added.
-/// Each change of a list that has receivers takes linear time.
+/// Adding a position takes constant time until `Center()` is called for the first time, and so does moving
+/// one that has no other receiver, when the list has none and none of them is of a derived class. All other
+/// changes take linear time, except adding at the tail when no position has moved since the last one was
+/// added.
 class DATASTORAGE_EXPORT pos_c2DPositionList : public list_cPtrList<pos_c2DPosition>,
                                                public tgio_cTaggedStreamObject,
                                                public mesg_cSender,

@@ -10,7 +10,6 @@
 #include <vector>
 
 #include <DataStorage/interfaces/constants.h>
-#include <DataStorage/interfaces/detail/elementloop.h>
 #include <DataStorage/interfaces/expt.h>
 #include <DataStorage/series/detail/seriesformat.h>
 #include <DataStorage/series/fileseries.h>
@@ -37,10 +36,10 @@ struct UnreadList : arr_cArray<long> {
   explicit UnreadList(int slots) : arr_cArray(arr_Unfilled, slots) {}
 };
 
-/// An entry as the file has it: 32 bits.
+/// An entry of the lists in the file.
 using PackedEntry = std::int32_t;
 
-/// Reads the packed entries of a list into the end of its memory.
+/// Reads the packed entries of a list into the end of the memory of `list`.
 bool ReadPacked(bstr_cBinary_istream& in, arr_cArray<long>& list, const unsigned char*& packed) {
   const std::int64_t bytes = list.Size() * std::int64_t{sizeof(PackedEntry)};
   auto* const begin = reinterpret_cast<unsigned char*>(list.Data() + list.Size()) - bytes;
@@ -52,15 +51,15 @@ PackedEntry EntryAt(const unsigned char* packed, std::int64_t k) {
   return detail::LoadLittleEndian<PackedEntry>(packed + k * std::int64_t{sizeof(PackedEntry)});
 }
 
-/// That of entries that are not negative is exact.
+/// a - b; exact unless one of them is negative.
 PackedEntry Difference(PackedEntry a, PackedEntry b) {
   return static_cast<PackedEntry>(static_cast<std::uint32_t>(a) - static_cast<std::uint32_t>(b));
 }
 
-/// Spreads packed entries where no other packed ones are. Returns a negative number unless all of them lie
-/// between two places; the second one may be negative.
-DATASTORAGE_IN_LINE PackedEntry SpreadLoop(const unsigned char* packed, std::int64_t count, long* entries,
-                                           PackedEntry lowest, PackedEntry highest) {
+/// Spreads packed entries to places where no packed ones are. Returns a negative number unless all of them
+/// are in the range of `lowest` to `highest`, which may be negative.
+PackedEntry Spread(const unsigned char* packed, std::int64_t count, long* entries, PackedEntry lowest,
+                   PackedEntry highest) {
   PackedEntry signs = 0;
   for (std::int64_t k = 0; k < count; ++k) {
     const PackedEntry entry = EntryAt(packed, k);
@@ -70,27 +69,12 @@ DATASTORAGE_IN_LINE PackedEntry SpreadLoop(const unsigned char* packed, std::int
   return signs;
 }
 
-#if defined(DATASTORAGE_WIDE_LOOPS)
-[[gnu::target("avx2")]] PackedEntry WideSpreadLoop(const unsigned char* packed, std::int64_t count,
-                                                   long* entries, PackedEntry lowest, PackedEntry highest) {
-  return SpreadLoop(packed, count, entries, lowest, highest);
-}
-#endif
-
-PackedEntry Spread(const unsigned char* packed, std::int64_t count, long* entries, PackedEntry lowest,
-                   PackedEntry highest) {
-#if defined(DATASTORAGE_WIDE_LOOPS)
-  if (detail::WideLoops()) return WideSpreadLoop(packed, count, entries, lowest, highest);
-#endif
-  return SpreadLoop(packed, count, entries, lowest, highest);
-}
-
-/// Spreads the packed entries from the beginning of the list. Returns whether the first `counted` of them lie
-/// between two places.
+/// Unpacks a list in its own memory, from the beginning. Returns whether the first `counted` entries are in
+/// the range of `lowest` to `highest`.
 bool Unpack(const unsigned char* packed, arr_cArray<long>& list, int counted, PackedEntry lowest,
             PackedEntry highest) {
   PackedEntry signs = 0;
-  // In halves of what is left, because where these are written nothing is packed that is still needed.
+  // In halves of the rest: the memory that they are written to holds no packed entries that are still needed.
   for (int begin = 0, end; begin < list.Size(); begin = end) {
     end = begin + std::max((list.Size() - begin) / 2, 1);
     if (begin < counted) end = std::min(end, counted);
@@ -101,7 +85,7 @@ bool Unpack(const unsigned char* packed, arr_cArray<long>& list, int counted, Pa
   return signs >= 0;
 }
 
-/// Four bytes of the file that change, and what they were.
+/// A 4-byte field of the file to be changed, with its old and new value.
 struct WordChange {
   std::int64_t position;
   std::int64_t before;
@@ -222,7 +206,7 @@ dtsr_cFileSeriesBase::dtsr_cFileSeriesBase(const str_cString& path, unsigned int
   const bool read =
       in.Seek(offsetListPosition_) && ReadPacked(in, dataOffsets_, data) && ReadPacked(in, tagOffsets_, tags);
   if (!read || !bGood()) ThrowCannotRead();
-  // Where all data but the newest lie between the lists and the next place, only that one can be in its way.
+  // When all data but the newest lie between the lists and the next place, only the newest can be in its way.
   const int others = std::max(writeIndex_ - 1, 0);
   const auto begin = static_cast<PackedEntry>(Lists().End());
   const PackedEntry next = writeIndex_ < Size() ? std::max(EntryAt(data, writeIndex_), 0) : 0;
@@ -271,8 +255,8 @@ void dtsr_cFileSeriesBase::GetTag(int i, dtsr_cDataTag& tag) const {
   if (!bGood()) source_file.ThrowUserError("Can't read tag.");
 }
 
-/// Passes over tags that differ, as they lie in the file, from one of the classes dtsr_cDataTag and
-/// dtsr_c2DPosition themselves; nothing is known of others.
+/// Compares the bytes of tags in the file with those of `tag` when that is exactly a dtsr_cDataTag or a
+/// dtsr_c2DPosition; returns 0 for tags of other classes.
 int dtsr_cFileSeriesBase::FirstLike(const dtsr_cDataTag& tag, type_cBoolean compareTime) const {
   const bool placed = typeid(tag) == typeid(dtsr_c2DPosition);
   if (!placed && typeid(tag) != typeid(dtsr_cDataTag)) return 0;
@@ -288,7 +272,7 @@ int dtsr_cFileSeriesBase::FirstLike(const dtsr_cDataTag& tag, type_cBoolean comp
            (!compareTime || detail::LoadLittleEndian<std::int32_t>(record + 4) == time) &&
            detail::LoadLittleEndian<std::uint32_t>(record) == kind;
   };
-  // As long as those of the series, so that searches for either kind keep the same records.
+  // The length of the series' own tags, so that searches for either kind keep the same records.
   const bool positions = placed || tagTypeID_ == obty_2DPositionType;
   const std::int64_t length = positions ? detail::PositionTagLength : detail::PlainTagLength;
   for (int i = 0; i < n;) {
@@ -415,10 +399,10 @@ bool dtsr_cFileSeriesBase::WriteLists() {
   return true;
 }
 
-/// How many bytes can be written at `place` before they reach a valid datum, from `first` on, or its tag.
-/// `NoRoom` also where the lists share their bytes with valid data, because an append writes these too.
+/// The number of bytes from `place` to the next valid datum or tag, those before datum `first` ignored.
+/// `NoRoom` when `place` is in one, and when valid data overlap the lists, which an append writes too.
 std::int64_t dtsr_cFileSeriesBase::RoomAt(std::int64_t place, int first) const {
-  bstr_cBinary_fstream file(file_);  // another position for the tags that are looked at
+  bstr_cBinary_fstream file(file_);  // a position of its own, for reading tags
   bstr_cBinary_istream& in = file.Input();
   const std::int64_t listsEnd = Lists().End();
   if (place < listsEnd || !in.Seek(place)) return NoRoom;
@@ -438,8 +422,8 @@ std::int64_t dtsr_cFileSeriesBase::RoomAt(std::int64_t place, int first) const {
   return end == Unlimited ? end : end - place;
 }
 
-/// Sees to it that the concrete series cannot write the next datum over others. For places that were read
-/// from the file, and those in between valid data. Data before `first` are not in the way.
+/// Prevents the concrete series from writing the next datum over valid ones. Needed when its place was read
+/// from the file or lies between valid data. Requires that data before `first` are not in the way.
 void dtsr_cFileSeriesBase::GuardNextPlace(int first) {
   ForgetNextPlace();
   if (writeIndex_ >= Size()) return;

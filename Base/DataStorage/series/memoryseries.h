@@ -46,9 +46,9 @@ class DATASTORAGE_EXPORT dtsr_cMemorySeriesBase {
  private:
   template <class Store>
   friend class dtsr_cStoredSeries;
-  /// Like that of the file store; every tag may equal it.
+  /// As in the file store; any tag may equal it.
   static int FirstLike(const dtsr_cDataTag&, type_cBoolean) { return 0; }
-  // Of a copy that is not used any more.
+  // Moves from a temporary copy.
   dtsr_cMemorySeriesBase& operator=(dtsr_cMemorySeriesBase&&) noexcept = default;
 
   arr_cArray<detail::TagPointer> tags_;  // null until one is stored

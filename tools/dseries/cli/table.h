@@ -18,7 +18,7 @@ class Table {
   explicit Table(std::vector<Align> columns)
       : columns_(std::move(columns)), most_(columns_.size(), 0), least_(columns_.size(), 0) {}
 
-  /// Comes before all other rows.
+  /// Adds a row of headings. Requires that all rows before it are headings.
   void Heading(Cells cells) {
     Measure(cells, true);
     rows_.push_back(std::move(cells));
@@ -28,8 +28,8 @@ class Table {
     Measure(cells, false);
     rows_.push_back(std::move(cells));
   }
-  /// The rows as lines, each indented by `indent` and its cells two blanks apart. Names and headings are
-  /// shortened, the longest first, until the lines fit a terminal of 80 columns.
+  /// The rows as lines, indented by `indent`, with cells two blanks apart. Names and headings are shortened,
+  /// the longest first, until the lines fit a terminal of 80 columns.
   std::string Text(int indent = 0) const;
 
   /// For rows that are too many to be kept: gives one room, before the text is made.
@@ -41,7 +41,7 @@ class Table {
   static constexpr std::size_t Terminal = 80;
 
   void Measure(const Cells& cells, bool heading);
-  /// How wide the columns are. A cell that is wider must be shortened.
+  /// The widths of the columns; wider cells must be shortened.
   std::vector<std::size_t> Widths(std::size_t room) const;
   std::string Line(const Cells& cells, const std::vector<std::size_t>& widths, bool heading) const;
   bool bMayShrink(bool heading, std::size_t column) const { return heading || columns_[column] == Name; }

@@ -29,6 +29,20 @@ int BlockEnd(const NumberArray<Letter>& array, int start, int count) {
 }
 
 template <class Letter>
+NumberArray<Letter>::NumberArray(std::unique_ptr<Letter> letter) {
+  if (letter != nullptr && letter->Type() == dtyp_NoType) {
+    letter = VisitElementType(
+        letter->DataType().Type(), [&]<class T>(std::type_identity<T>) -> std::unique_ptr<Letter> {
+          auto typed = letter->template UnfilledLike<T>();
+          lgar_memcpy(typed->Elements().WriteAccess(), letter->Data(), letter->NumIndices(), sizeof(T));
+          return typed;
+        });
+  }
+  if (letter == nullptr) Letter::source_file.ThrowProgramError();
+  letter_ = Shared<Letter>(std::move(letter));
+}
+
+template <class Letter>
 template <class... Extents>
 std::unique_ptr<Letter> NumberArray<Letter>::CreateLetter(dtyp_cDataType type, const void* data,
                                                           Extents... extents) {

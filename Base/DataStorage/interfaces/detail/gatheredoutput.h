@@ -10,12 +10,12 @@
 
 namespace detail {
 
-/// Gathers small pieces, so that an object that writes itself field by field reaches the stream behind it in
-/// one piece: together with a large piece that follows them, or by `Finish`. What was gathered and not
-/// finished is not written.
+/// Gathers small writes, so that an object that writes field by field reaches the underlying stream in one
+/// piece: together with a large write that follows, or by `Finish`. Without `Finish` the gathered bytes are
+/// not written.
 class DATASTORAGE_EXPORT GatheredOutput final : public bstr_cBinary_ostream {
  public:
-  /// The stream must outlive this one.
+  /// Requires that `out` outlives this object.
   explicit GatheredOutput(bstr_cBinary_ostream& out) : out_(out) {}
 
   type_cBoolean Write(const void* bytes, std::int64_t n) override;
@@ -24,13 +24,13 @@ class DATASTORAGE_EXPORT GatheredOutput final : public bstr_cBinary_ostream {
   type_cBoolean SetEnd(std::int64_t position) override { return Finish() && out_.SetEnd(position); }
   type_cBoolean bGood() const override { return out_.bGood(); }
 
-  /// Writes what was gathered.
+  /// Writes the gathered bytes.
   type_cBoolean Finish() {
     return (held_n_ == 0 || out_.Write(held_.data(), std::exchange(held_n_, 0))) && out_.bGood();
   }
 
  private:
-  // Elements of up to this much are copied in less time than a call with two pieces takes longer.
+  // Copying up to this many bytes takes less time than a system call with two pieces costs more.
   static constexpr std::size_t Room = 4 * 1024 + 64;
 
   bstr_cBinary_ostream& out_;
