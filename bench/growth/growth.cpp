@@ -1,11 +1,15 @@
 // growth FILE DATA makes a series file of so many small data and reads it again. It writes how long each step
 // took for one datum, in nanoseconds, as JSON. The file stays.
 //
+// growth list POINTS makes a list of so many positions and moves them, many short lists one after the other.
+// It writes how long each step took for one position, in nanoseconds, as JSON.
+//
 // growth run PROGRAM ARGUMENT... runs a program. It writes how long that took, in seconds, and the most
 // memory that the program had, in MiB, as JSON; what the program writes goes nowhere.
 //
 // All times are those of the processor, which other programs disturb least.
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <iostream>
@@ -15,8 +19,10 @@
 #include <sys/wait.h>
 #include <time.h>
 #include <unistd.h>
+#include <vector>
 
 #include <DataStorage/data/darray1d.h>
+#include <DataStorage/positions/poslist.h>
 #include <DataStorage/series/storedseries.h>
 
 namespace {
@@ -80,11 +86,39 @@ void Grow(const char* path, int data) {
   std::cout << "}\n";
 }
 
+struct Listener : mesg_cReceiver {
+  void ReceiveMessage(unsigned long, mesg_cSender&, mesg_sMessageData*) override {}
+};
+
+void GrowList(int points) {
+  std::vector<pos_c2DPositionList> lists(static_cast<std::size_t>(std::max(100'000 / points, 1)));
+  const auto measure = [&](const char* step, auto work) {
+    Measure(step, points * static_cast<int>(lists.size()),
+            [&] { std::for_each(lists.begin(), lists.end(), work); });
+  };
+  const auto add = [points](auto&& insert) {
+    for (int i = 0; i < points; ++i) insert(new pos_c2DPosition(i % 173, i % 37));
+  };
+  std::cout << "{\"points\": " << points;
+  measure("add at tail", [&](auto& list) { add([&](pos_c2DPosition* each) { list.AddAtTail(each); }); });
+  measure("move each", [](auto& list) {
+    for (pos_c2DPosition* each : list) each->Move(1, 0);
+  });
+  measure("clear", [](auto& list) { list.Clear(); });
+  measure("add at head", [&](auto& list) { add([&](pos_c2DPosition* each) { list.AddAtHead(each); }); });
+  Listener listener;
+  for (pos_c2DPositionList& list : lists) list.AddReceiver(listener, 0xFFFF);
+  measure("move all, heard", [](auto& list) { list.Center().Move(1, 0); });
+  std::cout << "}\n";
+}
+
 }  // namespace
 
 int main(int, char** arguments) {
   if (std::string_view(arguments[1]) == "run") {
     Run(arguments + 2);
+  } else if (std::string_view(arguments[1]) == "list") {
+    GrowList(std::atoi(arguments[2]));
   } else {
     Grow(arguments[1], std::atoi(arguments[2]));
   }

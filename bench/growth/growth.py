@@ -1,11 +1,12 @@
 #!/usr/bin/env python3
-"""Makes a table of how the cost of a series grows with the number of its data: what the library takes for one
-datum, and time and peak memory of the command-line tool. The fastest of several runs counts.
+"""Makes tables of how costs grow: of a series with the number of its data (what the library takes for one datum,
+and time and peak memory of the command-line tool), and of a list with the number of its positions (for one
+position). The fastest of several runs counts.
 
 usage: growth.py [--record PAGE] GROWTH DSERIES
 
-GROWTH is the program built from growth.cpp. With --record the table replaces the one between the two marks in
-the page."""
+GROWTH is the program built from growth.cpp. With --record the tables replace those between the two
+marks in the page."""
 
 import json
 import os
@@ -16,6 +17,8 @@ import tempfile
 
 NUMBERS = (1000, 10_000, 100_000, 1_000_000)
 STEPS = ('append', 'open', 'first search', 'later search', 'read')
+POINTS = (10, 100, 1000, 10_000, 100_000)
+LIST_STEPS = ('add at tail', 'add at head', 'move each', 'move all, heard')
 COMMANDS = ('list', 'list --json', 'info', 'find', 'verify')
 RUNS = 3
 MARKS = ('<!-- growth begins -->\n', '<!-- growth ends -->\n')
@@ -48,6 +51,18 @@ def row(program, tool, number, path):
     return cells
 
 
+def list_row(program, points):
+    runs = [output(program, 'list', str(points)) for _ in range(RUNS)]
+    return [f'{points:,}', *(time_text(min(run[step] for run in runs)) for step in LIST_STEPS)]
+
+
+def table_text(lines):
+    lines.insert(1, ['--:'] * len(lines[0]))
+    widths = [max(len(line[column]) for line in lines) for column in range(len(lines[0]))]
+    return ''.join('| ' + ' | '.join(cell.rjust(width) for cell, width in zip(line, widths)) + ' |\n'
+                   for line in lines)
+
+
 def main(arguments):
     page = None
     if arguments[:1] == ['--record']:
@@ -55,13 +70,11 @@ def main(arguments):
         arguments = arguments[2:]
     program, tool = (os.path.abspath(path) for path in arguments)
     lines = [['data', *STEPS, *(f'`{command}`' for command in COMMANDS)]]
-    lines.append(['--:'] * len(lines[0]))
     with tempfile.TemporaryDirectory(dir='.') as folder:  # that disk is measured
         for number in NUMBERS:
             lines.append(row(program, tool, number, os.path.join(folder, 'growth.dseries')))
-    widths = [max(len(line[column]) for line in lines) for column in range(len(lines[0]))]
-    table = ''.join('| ' + ' | '.join(cell.rjust(width) for cell, width in zip(line, widths)) + ' |\n'
-                    for line in lines)
+    lists = [['points', *LIST_STEPS], *(list_row(program, points) for points in POINTS)]
+    table = table_text(lines) + '\n' + table_text(lists)
     if page:
         before, rest = page.read_text().split(MARKS[0])
         after = rest.split(MARKS[1])[1]
