@@ -56,7 +56,7 @@ bool ReadCode(tgio_cBinary_istream& in) {
 }
 
 template <class Array, class T>
-bool WriteElements(tgio_cBinary_ostream& out, const Array& array, const T* elements, bool share) {
+bool Append(tgio_cBinary_ostream& out, const Array& array, const T* elements, bool share) {
   const std::size_t bytes = static_cast<std::size_t>(array.NumIndices()) * sizeof(T);
   if (detail::bLittleEndian<T> && (!share || bytes < LargeBlock)) return out.WriteBytes(elements, bytes);
   const auto owner = std::make_shared<Array>(array);  // shares the elements
@@ -111,9 +111,13 @@ bool ReadNumber(tgio_cASCII_istream& in, comp_cComplex<T>& value) {
 }  // namespace
 
 template <class T>
-type_cBoolean arr_c1DNumberArray<T>::WriteStream(tgio_cBinary_ostream& out, bool share) const {
-  return WriteCode<T>(out) && WriteCount(out, this->NumIndices()) &&
-         WriteElements(out, *this, this->Data(), share);
+type_cBoolean arr_c1DNumberArray<T>::WriteStream(tgio_cBinary_ostream& out) const {
+  return WriteElements(out, false);
+}
+
+template <class T>
+type_cBoolean arr_c1DNumberArray<T>::WriteElements(tgio_cBinary_ostream& out, bool share) const {
+  return WriteCode<T>(out) && WriteCount(out, this->NumIndices()) && Append(out, *this, this->Data(), share);
 }
 
 template <class T>
@@ -152,9 +156,14 @@ type_cBoolean arr_c1DNumberArray<T>::ReadStream(tgio_cASCII_istream& in) {
 }
 
 template <class T>
-type_cBoolean arr_c2DNumberArray<T>::WriteStream(tgio_cBinary_ostream& out, bool share) const {
+type_cBoolean arr_c2DNumberArray<T>::WriteStream(tgio_cBinary_ostream& out) const {
+  return WriteElements(out, false);
+}
+
+template <class T>
+type_cBoolean arr_c2DNumberArray<T>::WriteElements(tgio_cBinary_ostream& out, bool share) const {
   return WriteCode<T>(out) && WriteCount(out, this->NumIndicesX()) && WriteCount(out, this->NumIndicesY()) &&
-         WriteElements(out, *this, this->Data(), share);
+         Append(out, *this, this->Data(), share);
 }
 
 template <class T>

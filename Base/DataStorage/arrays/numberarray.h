@@ -21,6 +21,7 @@ class NumberLetter : public Counted {
   dtyp_eDataType Type() const noexcept { return type_; }
 
  protected:
+  /// `type` is that of a TypedLetter.
   explicit NumberLetter(dtyp_eDataType type = dtyp_NoType) noexcept : type_(type) {}
 
  private:
@@ -153,12 +154,13 @@ class DATASTORAGE_EXPORT NumberArray : public tgio_cTaggedStreamObject {
 template <class Container>
 class SharedElements final : public tgio_cStreamObject {
  public:
+  /// Requires that `elements` outlives this object.
   explicit SharedElements(const Container& elements) noexcept : elements_(elements) {}
   using tgio_cStreamObject::ReadStream;
   using tgio_cStreamObject::WriteStream;
   type_cBoolean ReadStream(tgio_cBinary_istream&) override { return false; }
   type_cBoolean WriteStream(tgio_cBinary_ostream& out) const override {
-    return elements_.WriteStream(out, true);
+    return elements_.WriteElements(out, true);
   }
 
  private:

@@ -236,10 +236,11 @@ class DATASTORAGE_EXPORT arr_c1DNumberArray : public arr_c1D_C_Array<T>, public 
   type_cBoolean ReadStream(tgio_cASCII_istream& in) override;
   type_cBoolean ReadStream(tgio_cBinary_istream& in) override;
   type_cBoolean WriteStream(tgio_cASCII_ostream& out) const override;
-  type_cBoolean WriteStream(tgio_cBinary_ostream& out) const override { return WriteStream(out, false); }
-  /// The same; with `share`, large elements are not copied in memory. Requires then that no pointer of
+  type_cBoolean WriteStream(tgio_cBinary_ostream& out) const override;
+
+  /// The binary form; with `share`, large elements are not copied in memory. Requires then that no pointer of
   /// `WriteAccess` is written through until the outermost object has been written.
-  type_cBoolean WriteStream(tgio_cBinary_ostream& out, bool share) const;
+  type_cBoolean WriteElements(tgio_cBinary_ostream& out, bool share) const;
 };
 
 /// A rectangular block of a two-dimensional array: its corner and its extents, in elements.
@@ -442,8 +443,9 @@ class DATASTORAGE_EXPORT arr_c2DNumberArray : public arr_c2D_C_Array<T>, public 
 
   /// In binary streams the element code, the extents and the elements.
   type_cBoolean ReadStream(tgio_cBinary_istream& in) override;
-  type_cBoolean WriteStream(tgio_cBinary_ostream& out) const override { return WriteStream(out, false); }
-  /// The same; with `share`, large elements are not copied in memory. Requires then that no pointer of
+  type_cBoolean WriteStream(tgio_cBinary_ostream& out) const override;
+
+  /// The binary form; with `share`, large elements are not copied in memory. Requires then that no pointer of
   /// `WriteAccess` is written through until the outermost object has been written.
-  type_cBoolean WriteStream(tgio_cBinary_ostream& out, bool share) const;
+  type_cBoolean WriteElements(tgio_cBinary_ostream& out, bool share) const;
 };
