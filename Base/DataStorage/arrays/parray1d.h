@@ -86,6 +86,10 @@ class DATASTORAGE_EXPORT parr_c1DTypedNumberArray final
   type_cBoolean WriteRaw(bstr_cBinary_ostream& out) const override;
 };
 
+#define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) \
+  extern template class DATASTORAGE_EXPORT parr_c1DTypedNumberArray<type>;
+#include <DataStorage/interfaces/elementtypes.def>
+
 /// A one-dimensional array of numbers whose element type is chosen at run time. Elements are read and set as
 /// pnum_cNumber; `Data()` returns them as a block. Copies are cheap: they share the elements until one is
 /// modified. Distinct objects may be used from different threads; one object, or copies that share elements,

@@ -95,6 +95,10 @@ class DATASTORAGE_EXPORT parr_c2DTypedNumberArray final
   type_cBoolean WriteRaw(bstr_cBinary_ostream& out) const override;
 };
 
+#define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) \
+  extern template class DATASTORAGE_EXPORT parr_c2DTypedNumberArray<type>;
+#include <DataStorage/interfaces/elementtypes.def>
+
 /// A two-dimensional array of numbers whose element type is chosen at run time; otherwise like
 /// parr_c1DNumberArray. Element (x, y) is at position y * nx + x, x running fastest.
 class DATASTORAGE_EXPORT parr_c2DNumberArray : public detail::NumberArray<parr_c2DArray> {
