@@ -302,7 +302,7 @@ TEST(FileSeries, SearchesAfterTheFirstAskTheSystemForNewTagsOnly) {
 TEST(FileSeries, FindsEachOfManyTags) {
   constexpr int n = 700;
   const TempFile file;
-  for (const std::size_t size : {0, 16, 300, 5000}) {
+  for (const std::size_t size : {0u, 16u, 300u, 5000u}) {
     Log placed(file, Slots(n + 1));
     for (int i = 0; i < n; ++i) placed.Append(std::string(size, 'd'), dtsr_c2DPosition(i % 350, -0.0, i));
     placed.Append("", dtsr_c2DPosition(std::nan(""), 1, 1));
