@@ -153,6 +153,7 @@ TEST(StoredSeries, InMemoryIsARing) {
 }
 
 TEST(StoredSeries, GoesOnWithTheFileThatIsThere) {
+  if (!system_has_locks) GTEST_SKIP() << "plain C++ has no file locks";
   const TempFile file;
   const auto open = [&](int size) { return File::OpenOrCreate(file.Path(), Line(size)); };
   for (const char* text : {"a", "b", "c"}) {
@@ -177,6 +178,7 @@ TEST(StoredSeries, GoesOnWithTheFileThatIsThere) {
 }
 
 TEST(StoredSeries, ArraysReachTheFileInOneWrite) {
+  if (!system_has_locks) GTEST_SKIP() << "plain C++ has no file locks";
   const TempFile file;
   for (const std::int64_t longest_move : {std::int64_t{1} << 30, std::int64_t{7}, std::int64_t{30}}) {
     for (const int n : {0, 3, 508, 509, 5000}) {  // 508 of 8 bytes are still copied behind what precedes them
@@ -205,6 +207,7 @@ TEST(StoredSeries, ArraysReachTheFileInOneWrite) {
 }
 
 TEST(StoredSeries, NoFaultOfTheSystemEmptiesAFile) {
+  if (!system_has_locks) GTEST_SKIP() << "plain C++ has no file locks";
   const TempFile file;
   File(file.Path(), Line(3)).Append({"kept"}, dtsr_cDataTag(7));
   const std::string whole = file.Bytes();
@@ -220,6 +223,7 @@ TEST(StoredSeries, NoFaultOfTheSystemEmptiesAFile) {
 }
 
 TEST(StoredSeries, RefusesDamagedAndHalfData) {
+  if (!system_has_locks) GTEST_SKIP() << "plain C++ has no file locks";
   const TempFile file;
   {
     File series(file.Path(), Line(4));
