@@ -20,9 +20,11 @@ write_basic_package_version_file(DataStorageConfigVersion.cmake COMPATIBILITY Sa
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/DataStorageConfig.cmake
   ${CMAKE_CURRENT_BINARY_DIR}/DataStorageConfigVersion.cmake DESTINATION ${package_dir} COMPONENT dev)
 
+set(pkgconfig_flags ${DATASTORAGE_CALLER_FLAGS})
 if(NOT BUILD_SHARED_LIBS)
-  set(pkgconfig_definitions -DDATASTORAGE_STATIC)
+  list(APPEND pkgconfig_flags -DDATASTORAGE_STATIC)
 endif()
+list(JOIN pkgconfig_flags " " pkgconfig_flags)
 
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
   OUTPUT_VARIABLE pkgconfig_prefix)

@@ -6,10 +6,13 @@ function(datastorage_missing package option debian)
 endfunction()
 
 # datastorage_package(<package> <option> <debian>): finds a package that an optional part of the build needs.
-# A macro, so that the caller gets the variables that the package sets.
+# A macro, so that the caller gets the variables that the package sets. Where Cross.cmake has made the targets of the
+# package, they are named behind; then it is not searched for.
 macro(datastorage_package package option debian)
-  find_package(${package} QUIET)
-  if(NOT ${package}_FOUND)
-    datastorage_missing(${package} ${option} ${debian})
+  if(NOT TARGET "${ARGN}")
+    find_package(${package} QUIET)
+    if(NOT ${package}_FOUND)
+      datastorage_missing(${package} ${option} ${debian})
+    endif()
   endif()
 endmacro()

@@ -5,6 +5,8 @@
 
 #include <DataStorage/interfaces/str.h>
 
+constinit const str_cString str_cString::Null;
+
 namespace {
 
 std::string RightAligned(std::string_view sign, std::string_view digits, std::size_t zeros, int width) {

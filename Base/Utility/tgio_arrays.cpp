@@ -182,8 +182,8 @@ type_cBoolean arr_c2DNumberArray<T>::ReadStream(tgio_cBinary_istream& in) {
 }
 
 #define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) \
-  template class arr_c1DNumberArray<type>;                                 \
-  template class arr_c2DNumberArray<type>;
+  template class DATASTORAGE_INSTANCE arr_c1DNumberArray<type>;                                 \
+  template class DATASTORAGE_INSTANCE arr_c2DNumberArray<type>;
 #include <DataStorage/interfaces/elementtypes.def>
-template class arr_c1DNumberArray<type_cBoolean>;
-template class arr_c2DNumberArray<type_cBoolean>;
+template class DATASTORAGE_INSTANCE arr_c1DNumberArray<type_cBoolean>;
+template class DATASTORAGE_INSTANCE arr_c2DNumberArray<type_cBoolean>;

@@ -151,7 +151,7 @@ struct detail::TextFormat {
   }
 };
 
-template class detail::TaggedReader<detail::TextFormat, str_cString>;
+template class DATASTORAGE_INSTANCE detail::TaggedReader<detail::TextFormat, str_cString>;
 
 std::string_view tgio_cASCII_istream::ReadWord() {
   const Lexeme lexeme = detail::TakeBehindLineEnds(cursor_.data);

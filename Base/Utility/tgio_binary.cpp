@@ -108,7 +108,7 @@ struct detail::BinaryFormat {
   static bool ReadData(tgio_cTaggedStreamObject&, Stream&) noexcept { return false; }
 };
 
-template class detail::TaggedReader<detail::BinaryFormat, unsigned short>;
+template class DATASTORAGE_INSTANCE detail::TaggedReader<detail::BinaryFormat, unsigned short>;
 
 type_cBoolean tgio_cBinary_istream::ReadBytes(void* bytes, std::size_t n) {
   if (n > cursor_.data.size()) return false;

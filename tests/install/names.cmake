@@ -9,12 +9,19 @@ foreach(header IN LISTS headers)
   string(APPEND texts "${text}")
 endforeach()
 
-string(REGEX MATCHALL "(class|struct) DATASTORAGE_EXPORT [A-Za-z0-9_]+|DATASTORAGE_EXPORT [^;({]*[ *&][A-Za-z0-9_]+\\("
+string(REGEX MATCHALL "(class|struct) DATASTORAGE_(EXPORT|TEMPLATE) [A-Za-z0-9_]+|DATASTORAGE_EXTERN\\([A-Za-z0-9_]+|DATASTORAGE_EXPORT [^;({]*[ *&][A-Za-z0-9_]+\\("
   declared "${texts}")
-list(TRANSFORM declared REPLACE "^.*[ *&]([A-Za-z0-9_]+)\\(?$" "\\1")
+list(TRANSFORM declared REPLACE "^.*[ *&(]([A-Za-z0-9_]+)\\(?$" "\\1")
 list(APPEND declared operator)
 
-run(symbols ${NM} -D -C --defined-only ${LIBRARY})
+if(LIBRARY MATCHES "\\.dll\\.a$")
+  # An import library has its own names too, and prefixes. GCC exports type information of some hidden templates.
+  set(list "${NM} --defined-only ${LIBRARY} | grep ' [TI] .*_Z' | grep -v _ZTIN6detail14SharedElements")
+  string(APPEND list " | sed 's/__\\(imp\\|nm\\)_//'")
+else()
+  set(list "${NM} -D --defined-only ${LIBRARY}")
+endif()
+run(symbols sh -c "${list} | c++filt")
 string(REGEX REPLACE "[][;]" "" symbols "${symbols}")
 string(REGEX MATCHALL "[^\n]+" symbols "${symbols}")
 foreach(symbol IN LISTS symbols)

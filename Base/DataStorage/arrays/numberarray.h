@@ -34,7 +34,7 @@ class NumberLetter : public Counted {
 /// Copies share their elements until one of them is modified. Distinct objects may be used from different
 /// threads; one object, or copies that share elements, from one thread at a time.
 template <class Letter>
-class DATASTORAGE_EXPORT NumberArray : public tgio_cTaggedStreamObject {
+class DATASTORAGE_TEMPLATE NumberArray : public tgio_cTaggedStreamObject {
  public:
   virtual ~NumberArray() = default;
 
@@ -170,7 +170,7 @@ class SharedElements final : public tgio_cStreamObject {
 /// A letter that holds its elements in a container of `T`: the part that does not depend on the number of
 /// dimensions.
 template <class Letter, class Container, class T>
-class DATASTORAGE_EXPORT TypedLetter : public Letter {
+class DATASTORAGE_TEMPLATE TypedLetter : public Letter {
  public:
   /// Shares the elements of the container.
   explicit TypedLetter(Container elements = Container())

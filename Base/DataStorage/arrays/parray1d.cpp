@@ -118,7 +118,7 @@ parr_c1DNumberArray parr_c1DNumberArray::Selection(int first, int second) const 
   return Selection(rnge_c1DIndexRange(first, second));
 }
 
-template class detail::NumberArray<parr_c1DArray>;
+template class DATASTORAGE_INSTANCE detail::NumberArray<parr_c1DArray>;
 #define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) \
-  template class parr_c1DTypedNumberArray<type>;
+  template class DATASTORAGE_INSTANCE parr_c1DTypedNumberArray<type>;
 #include <DataStorage/interfaces/elementtypes.def>

@@ -67,7 +67,7 @@ class DATASTORAGE_EXPORT parr_c1DArray : public detail::NumberLetter {
 
 /// The letter of a 1D number array whose elements are of type `T`.
 template <class T>
-class DATASTORAGE_EXPORT parr_c1DTypedNumberArray final
+class DATASTORAGE_TEMPLATE parr_c1DTypedNumberArray final
     : public detail::TypedLetter<parr_c1DArray, arr_c1DNumberArray<T>, T> {
  public:
   using detail::TypedLetter<parr_c1DArray, arr_c1DNumberArray<T>, T>::TypedLetter;
@@ -87,8 +87,10 @@ class DATASTORAGE_EXPORT parr_c1DTypedNumberArray final
 };
 
 #define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) \
-  extern template class DATASTORAGE_EXPORT parr_c1DTypedNumberArray<type>;
+  DATASTORAGE_EXTERN(parr_c1DTypedNumberArray<type>);
 #include <DataStorage/interfaces/elementtypes.def>
+
+DATASTORAGE_EXTERN(detail::NumberArray<parr_c1DArray>);
 
 /// A one-dimensional array of numbers whose element type is chosen at run time. Elements are read and set as
 /// pnum_cNumber; `Data()` returns them as a block. Copies are cheap: they share the elements until one is

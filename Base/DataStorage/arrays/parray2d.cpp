@@ -157,7 +157,7 @@ std::pair<int, int> parr_c2DNumberArray::Indices(std::int64_t x, std::int64_t y)
   return indices;
 }
 
-template class detail::NumberArray<parr_c2DArray>;
+template class DATASTORAGE_INSTANCE detail::NumberArray<parr_c2DArray>;
 #define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) \
-  template class parr_c2DTypedNumberArray<type>;
+  template class DATASTORAGE_INSTANCE parr_c2DTypedNumberArray<type>;
 #include <DataStorage/interfaces/elementtypes.def>

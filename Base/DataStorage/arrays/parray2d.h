@@ -73,7 +73,7 @@ class DATASTORAGE_EXPORT parr_c2DArray : public detail::NumberLetter {
 
 /// The letter of a 2D number array whose elements are of type `T`.
 template <class T>
-class DATASTORAGE_EXPORT parr_c2DTypedNumberArray final
+class DATASTORAGE_TEMPLATE parr_c2DTypedNumberArray final
     : public detail::TypedLetter<parr_c2DArray, arr_c2DNumberArray<T>, T> {
  public:
   using detail::TypedLetter<parr_c2DArray, arr_c2DNumberArray<T>, T>::TypedLetter;
@@ -96,8 +96,10 @@ class DATASTORAGE_EXPORT parr_c2DTypedNumberArray final
 };
 
 #define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) \
-  extern template class DATASTORAGE_EXPORT parr_c2DTypedNumberArray<type>;
+  DATASTORAGE_EXTERN(parr_c2DTypedNumberArray<type>);
 #include <DataStorage/interfaces/elementtypes.def>
+
+DATASTORAGE_EXTERN(detail::NumberArray<parr_c2DArray>);
 
 /// A two-dimensional array of numbers whose element type is chosen at run time; otherwise like
 /// parr_c1DNumberArray. Element (x, y) is at position y * nx + x, x running fastest.

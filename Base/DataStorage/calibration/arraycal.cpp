@@ -43,5 +43,5 @@ int cal_cArrayCal::operator==(const cal_cArrayCal& other) const noexcept {
   return offset_ == other.offset_ && delta_ == other.delta_ && calIndex_ == other.calIndex_;
 }
 
-template class detail::Persistent<cal_c1DArrayCal>;
-template class detail::Persistent<cal_c2DArrayCal>;
+template class DATASTORAGE_INSTANCE detail::Persistent<cal_c1DArrayCal>;
+template class DATASTORAGE_INSTANCE detail::Persistent<cal_c2DArrayCal>;

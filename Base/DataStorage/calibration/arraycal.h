@@ -9,7 +9,19 @@
 #include <DataStorage/interfaces/type.h>
 
 namespace detail {
+
 struct AxisAtoms;
+
+/// A product, rounded before it is added to something, so that positions have the same bits everywhere, even
+/// in callers' code whose compiler may fuse both operations.
+constexpr double Rounded(double product) noexcept {
+#if defined(__GNUC__) && __has_builtin(__builtin_assoc_barrier)
+  return __builtin_assoc_barrier(product);
+#else
+  return product;  // others fuse operations of one expression only
+#endif
+}
+
 }  // namespace detail
 
 /// The calibration of one axis: maps the indices of array elements to physical positions. Every index step is
@@ -44,7 +56,7 @@ class DATASTORAGE_EXPORT cal_cArrayCal {
   /// The position of an index. The difference from the reference index is computed in 32 bits and wraps.
   constexpr double Position(int index) const noexcept {
     const unsigned steps = static_cast<unsigned>(index) - static_cast<unsigned>(calIndex_);
-    return static_cast<double>(static_cast<int>(steps)) * delta_ + offset_;
+    return detail::Rounded(static_cast<double>(static_cast<int>(steps)) * delta_) + offset_;
   }
   /// The distance between indices that differ by `count`.
   constexpr double Distance(int count) const noexcept { return static_cast<double>(count) * delta_; }
@@ -147,6 +159,9 @@ class DATASTORAGE_EXPORT CalibratedXY : public CalibratedX {
 
 }  // namespace detail
 
+class DATASTORAGE_EXPORT cal_c1DArrayCal;
+DATASTORAGE_EXTERN(detail::Persistent<cal_c1DArrayCal>);
+
 /// The persistent calibration of one axis, called X. Atoms missing in a tagged stream are read as those of
 /// `Default`.
 class DATASTORAGE_EXPORT cal_c1DArrayCal : public detail::Persistent<cal_c1DArrayCal>,
@@ -188,7 +203,8 @@ class DATASTORAGE_EXPORT cal_c1DArrayCal : public detail::Persistent<cal_c1DArra
   void FromRecord(const Axis& record) { x_ = record.x; }
 };
 
-extern template class detail::Persistent<cal_c1DArrayCal>;
+class DATASTORAGE_EXPORT cal_c2DArrayCal;
+DATASTORAGE_EXTERN(detail::Persistent<cal_c2DArrayCal>);
 
 /// The persistent calibration of a plane: one axis X and one axis Y.
 class DATASTORAGE_EXPORT cal_c2DArrayCal : public detail::Persistent<cal_c2DArrayCal>,
@@ -240,5 +256,3 @@ class DATASTORAGE_EXPORT cal_c2DArrayCal : public detail::Persistent<cal_c2DArra
     y_ = record.y;
   }
 };
-
-extern template class detail::Persistent<cal_c2DArrayCal>;

@@ -19,7 +19,7 @@ inline cal_c2DArrayCal Rebased(const cal_c2DArrayCal& cal, const rnge_c2DIndexRa
 /// Common base of data arrays and masks: elements, and the calibration that maps their indices to physical
 /// positions. `Values` holds the elements.
 template <class Values, class Calibration>
-class DATASTORAGE_EXPORT Calibrated : public Values {
+class DATASTORAGE_TEMPLATE Calibrated : public Values {
   static constexpr bool bHasY = std::is_base_of_v<CalibratedXY, Calibration>;
   using PositionRange = std::conditional_t<bHasY, rnge_c2DRange, rnge_c1DRange>;
 

@@ -39,7 +39,7 @@ inline type_cBoolean ReadRawCalibration(bstr_cBinary_istream& in, cal_c2DArrayCa
 /// Common base of one- and two-dimensional data arrays: calibrated numbers and their persistence. `Numbers`
 /// is the number array, `Calibration` its calibration.
 template <class Numbers, class Calibration>
-class DATASTORAGE_EXPORT DataArray : public Calibrated<Numbers, Calibration> {
+class DATASTORAGE_TEMPLATE DataArray : public Calibrated<Numbers, Calibration> {
  public:
   /// Writes the atoms of the number array, and the calibration as a nested object.
   type_cBoolean Write(tgio_cASCII_ostream& out) const override {
@@ -67,7 +67,7 @@ class DATASTORAGE_EXPORT DataArray : public Calibrated<Numbers, Calibration> {
   }
 
   /// Collects the atoms of an array that is read from a tagged stream.
-  struct DATASTORAGE_EXPORT sDarrayData : Record<sDarrayData, typename Numbers::sParrayData> {
+  struct DATASTORAGE_TEMPLATE sDarrayData : Record<sDarrayData, typename Numbers::sParrayData> {
     Calibration cal;  ///< the default until the calibration is read
     /// The atom in addition to those of the numbers.
     static auto Fields(auto& record) {

@@ -6,6 +6,7 @@
 #include <type_traits>
 #include <utility>
 
+#include <DataStorage/interfaces/comp.h>
 #include <DataStorage/interfaces/detail/arrstorage.h>
 #include <DataStorage/interfaces/export.h>
 #include <DataStorage/interfaces/tgio.h>
@@ -37,7 +38,7 @@ T* CopyFilledOut(const T* row, std::int64_t size, std::int64_t begin, std::int64
 /// Base of one- and two-dimensional handles: shared storage, copy on write, a fill value. `Index` is one int
 /// per dimension.
 template <class T, class... Index>
-class DATASTORAGE_EXPORT arr_cHandle {
+class DATASTORAGE_TEMPLATE arr_cHandle {
  public:
   virtual ~arr_cHandle() = default;
 
@@ -106,7 +107,7 @@ class DATASTORAGE_EXPORT arr_cHandle {
 
 /// A one-dimensional array that shares its elements with its copies until one of them is written.
 template <class T>
-class DATASTORAGE_EXPORT arr_c1DArray : public arr_cHandle<T, int> {
+class DATASTORAGE_TEMPLATE arr_c1DArray : public arr_cHandle<T, int> {
   using Handle = arr_cHandle<T, int>;
 
  public:
@@ -187,7 +188,7 @@ class DATASTORAGE_EXPORT arr_c1DArray : public arr_cHandle<T, int> {
 
 /// A one-dimensional array of trivially copyable elements, which are copied as raw memory.
 template <class T>
-class DATASTORAGE_EXPORT arr_c1D_C_Array : public arr_c1DArray<T> {
+class DATASTORAGE_TEMPLATE arr_c1D_C_Array : public arr_c1DArray<T> {
  public:
   arr_c1D_C_Array() = default;
   /// Like the constructor of arr_c1DArray.
@@ -218,7 +219,7 @@ class DATASTORAGE_EXPORT arr_c1D_C_Array : public arr_c1DArray<T> {
 /// A one-dimensional array that can be written to tagged streams: of the ten element types and of
 /// type_cBoolean.
 template <class T>
-class DATASTORAGE_EXPORT arr_c1DNumberArray : public arr_c1D_C_Array<T>, public tgio_cStreamObject {
+class DATASTORAGE_TEMPLATE arr_c1DNumberArray : public arr_c1D_C_Array<T>, public tgio_cStreamObject {
  public:
   using arr_c1D_C_Array<T>::arr_c1D_C_Array;
   using arr_c1D_C_Array<T>::operator=;
@@ -254,7 +255,7 @@ struct arr_s2DBlock {
 /// A two-dimensional array that shares its elements with its copies until one of them is written. The element
 /// (x, y) is at position y * nx + x of the storage.
 template <class T>
-class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T, int, int> {
+class DATASTORAGE_TEMPLATE arr_c2DArray : public arr_cHandle<T, int, int> {
   using Handle = arr_cHandle<T, int, int>;
 
  public:
@@ -372,7 +373,7 @@ class DATASTORAGE_EXPORT arr_c2DArray : public arr_cHandle<T, int, int> {
 
 /// A two-dimensional array of trivially copyable elements, which are copied as raw memory.
 template <class T>
-class DATASTORAGE_EXPORT arr_c2D_C_Array : public arr_c2DArray<T> {
+class DATASTORAGE_TEMPLATE arr_c2D_C_Array : public arr_c2DArray<T> {
  public:
   arr_c2D_C_Array() = default;
   /// Like the constructor of arr_c2DArray.
@@ -407,7 +408,7 @@ class DATASTORAGE_EXPORT arr_c2D_C_Array : public arr_c2DArray<T> {
 /// A two-dimensional array that can be written to tagged streams: of the ten element types and of
 /// type_cBoolean.
 template <class T>
-class DATASTORAGE_EXPORT arr_c2DNumberArray : public arr_c2D_C_Array<T>, public tgio_cStreamObject {
+class DATASTORAGE_TEMPLATE arr_c2DNumberArray : public arr_c2D_C_Array<T>, public tgio_cStreamObject {
  public:
   using arr_c2D_C_Array<T>::arr_c2D_C_Array;
   using arr_c2D_C_Array<T>::operator=;
@@ -449,3 +450,10 @@ class DATASTORAGE_EXPORT arr_c2DNumberArray : public arr_c2D_C_Array<T>, public 
   /// `WriteAccess` is written through until the outermost object has been written.
   type_cBoolean WriteElements(tgio_cBinary_ostream& out, bool share) const;
 };
+
+#define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) \
+  DATASTORAGE_EXTERN(arr_c1DNumberArray<type>);                            \
+  DATASTORAGE_EXTERN(arr_c2DNumberArray<type>);
+#include <DataStorage/interfaces/elementtypes.def>
+DATASTORAGE_EXTERN(arr_c1DNumberArray<type_cBoolean>);
+DATASTORAGE_EXTERN(arr_c2DNumberArray<type_cBoolean>);

@@ -11,7 +11,7 @@
 /// A complex number as files and arrays hold it: only the real part, then the imaginary part. Converts from
 /// and to `std::complex<T>`.
 template <class T>
-class DATASTORAGE_EXPORT comp_cComplex {
+class DATASTORAGE_TEMPLATE comp_cComplex {
  public:
   /// From the two parts, or from a `std::complex`.
   constexpr comp_cComplex(T real = T(), T imaginary = T()) noexcept : real_(real), imaginary_(imaginary) {}

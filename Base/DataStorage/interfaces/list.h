@@ -7,7 +7,7 @@
 /// A doubly linked list of pointers. The list does not own the objects; a derived class that does overrides
 /// the functions that add and remove pointers.
 template <class T>
-class DATASTORAGE_EXPORT list_cPtrList {
+class DATASTORAGE_TEMPLATE list_cPtrList {
  public:
   /// Iterates over the pointers.
   using const_iterator = typename std::list<T*>::const_iterator;

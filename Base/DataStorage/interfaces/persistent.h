@@ -49,7 +49,7 @@ Field<Value> Atom(unsigned short tag, const char* name, Value& value) noexcept {
 /// Base of the records that atoms are read into. `Self::Fields(record)` returns the fields as a tuple, in the
 /// order in which they are written; all other atoms are passed to `Base`.
 template <class Self, class Base = tgio_cTaggedStreamObject>
-struct DATASTORAGE_EXPORT Record : public Base {
+struct DATASTORAGE_TEMPLATE Record : public Base {
   /// Reads the current atom into its field. An atom that holds another kind of value makes reading the object
   /// fail.
   type_cBoolean ReadAtom(tgio_cBinary_istream& in) override { return ReadField(in); }
@@ -75,7 +75,7 @@ struct DATASTORAGE_EXPORT Record : public Base {
 /// Base of the persistent classes whose atoms are the fields of a record. `Class::ToRecord()` returns a
 /// record of the values, `Class::FromRecord(record)` sets them from one that was read.
 template <class Class>
-class DATASTORAGE_EXPORT Persistent : public tgio_cTaggedStreamObject {
+class DATASTORAGE_TEMPLATE Persistent : public tgio_cTaggedStreamObject {
  public:
   /// The object type of the class.
   const tgio_cObjectType& ObjectType() const override { return Class::_ObjectType; }

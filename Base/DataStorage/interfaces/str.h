@@ -50,6 +50,3 @@ class DATASTORAGE_EXPORT str_cString {
  private:
   std::string text_;
 };
-
-// Inline, so that it is initialised before every static object of a file that includes this header.
-inline const str_cString str_cString::Null;

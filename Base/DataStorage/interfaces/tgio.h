@@ -166,7 +166,7 @@ class ObjectDraft {
 
 /// The common part of the readers of both forms. `Format` parses the form; a `Name` identifies its atoms.
 template <class Format, class Name>
-class DATASTORAGE_EXPORT TaggedReader {
+class DATASTORAGE_TEMPLATE TaggedReader {
  public:
   TaggedReader(const TaggedReader&) = delete;
   TaggedReader& operator=(const TaggedReader&) = delete;
@@ -285,6 +285,8 @@ class DATASTORAGE_EXPORT tgio_cBinary_ostream {
   detail::ObjectDraft draft_;
 };
 
+DATASTORAGE_EXTERN(detail::TaggedReader<detail::BinaryFormat, unsigned short>);
+
 /// Reads what tgio_cBinary_ostream wrote, from a `std::istream` opened in binary mode, which need not be
 /// seekable. Requires that the stream outlives this object. A whole object is read and checked before any of
 /// its atoms is passed on; memory is allocated as data arrive, never by a length that the data claim.
@@ -355,6 +357,8 @@ class DATASTORAGE_EXPORT tgio_cASCII_ostream {
   detail::ObjectDraft draft_;
   std::size_t line_start_ = 0;  // of the last line in the draft
 };
+
+DATASTORAGE_EXTERN(detail::TaggedReader<detail::TextFormat, str_cString>);
 
 /// Reads what tgio_cASCII_ostream wrote; otherwise like tgio_cBinary_istream.
 class DATASTORAGE_EXPORT tgio_cASCII_istream : public detail::TaggedReader<detail::TextFormat, str_cString> {

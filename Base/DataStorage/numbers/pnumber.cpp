@@ -69,7 +69,7 @@ std::ostream& pnum_cTypedNumber<T>::Output(std::ostream& out) const {
 }
 
 #define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) \
-  template class pnum_cTypedNumber<type>;
+  template class DATASTORAGE_INSTANCE pnum_cTypedNumber<type>;
 #include <DataStorage/interfaces/elementtypes.def>
 
 pnum_cNumber::pnum_cNumber(dtyp_cDataType type) : pnum_cNumber(0.0, type) {}

@@ -49,7 +49,7 @@ class pnum_cTypedNumber final : public pnum_cLetter {
 };
 
 #define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) \
-  extern template class DATASTORAGE_EXPORT pnum_cTypedNumber<type>;
+  DATASTORAGE_EXTERN(pnum_cTypedNumber<type>);
 #include <DataStorage/interfaces/elementtypes.def>
 
 /// A single number of any element type. It always holds a value; only assignment and `Convert` change the

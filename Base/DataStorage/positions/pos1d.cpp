@@ -10,7 +10,7 @@ constexpr detail::ChangeMessages messages{pos_1DPositionChanging, pos_1DPosition
 constinit const tgio_cObjectType pos_c1DPosition::_ObjectType(obty_1DPositionString, obty_1DPositionType);
 constinit const pos_c1DPosition pos_c1DPosition::Null;
 
-template class detail::Persistent<pos_c1DPosition>;
+template class DATASTORAGE_INSTANCE detail::Persistent<pos_c1DPosition>;
 
 pos_s1DPositionChange::~pos_s1DPositionChange() = default;
 

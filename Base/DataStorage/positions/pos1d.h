@@ -7,6 +7,9 @@
 
 struct pos_s1DPositionChange;
 
+class DATASTORAGE_EXPORT pos_c1DPosition;
+DATASTORAGE_EXTERN(detail::Persistent<pos_c1DPosition>);
+
 /// A position on one axis, in physical units, that notifies its receivers of every change.
 ///
 /// A new value is first offered (`pos_1DPositionChanging`): a receiver may limit it by changing the payload's
@@ -67,8 +70,6 @@ class DATASTORAGE_EXPORT pos_c1DPosition : public detail::Persistent<pos_c1DPosi
 
   double x_;
 };
-
-extern template class detail::Persistent<pos_c1DPosition>;
 
 /// The payload of the messages of a 1D position.
 struct DATASTORAGE_EXPORT pos_s1DPositionChange : public mesg_sMessageData {

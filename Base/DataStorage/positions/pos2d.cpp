@@ -13,7 +13,7 @@ constexpr detail::ChangeMessages messages{pos_2DPositionChanging, pos_2DPosition
 constinit const tgio_cObjectType pos_c2DPosition::_ObjectType(obty_2DPositionString, obty_2DPositionType);
 constinit const pos_c2DPosition pos_c2DPosition::Null;
 
-template class detail::Persistent<pos_c2DPosition>;
+template class DATASTORAGE_INSTANCE detail::Persistent<pos_c2DPosition>;
 
 pos_s2DPositionChange::~pos_s2DPositionChange() = default;
 

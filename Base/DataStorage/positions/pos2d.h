@@ -25,6 +25,9 @@ class PositionOwner {
 
 }  // namespace detail
 
+class DATASTORAGE_EXPORT pos_c2DPosition;
+DATASTORAGE_EXTERN(detail::Persistent<pos_c2DPosition>);
+
 /// A position in a plane, in physical units, that notifies its receivers of every change, as pos_c1DPosition
 /// does (`pos_2DPositionChanging`, `pos_2DPositionChanged`).
 class DATASTORAGE_EXPORT pos_c2DPosition : public detail::Persistent<pos_c2DPosition>, public mesg_cSender {
@@ -101,8 +104,6 @@ class DATASTORAGE_EXPORT pos_c2DPosition : public detail::Persistent<pos_c2DPosi
   double y_;
   detail::PositionOwner* owner_ = nullptr;  // the list that owns it
 };
-
-extern template class detail::Persistent<pos_c2DPosition>;
 
 /// The length of the segment from a to b.
 DATASTORAGE_EXPORT double pos_Distance(const pos_c2DPosition& a, const pos_c2DPosition& b) noexcept;

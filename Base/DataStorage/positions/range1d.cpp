@@ -13,7 +13,7 @@ constinit const tgio_cObjectType rnge_c1DRange::_ObjectType(obty_1DRangeString, 
 constinit const rnge_c1DIndexRange rnge_c1DIndexRange::Null;
 constinit const rnge_c1DRange rnge_c1DRange::Null;
 
-template class detail::Persistent<rnge_c1DRange>;
+template class DATASTORAGE_INSTANCE detail::Persistent<rnge_c1DRange>;
 
 rnge_s1DRangeChange::~rnge_s1DRangeChange() = default;
 

@@ -8,6 +8,9 @@
 class rnge_c1DIndexRange;
 struct rnge_s1DRangeChange;
 
+class DATASTORAGE_EXPORT rnge_c1DRange;
+DATASTORAGE_EXTERN(detail::Persistent<rnge_c1DRange>);
+
 /// An interval on one axis, in physical units, that notifies its receivers of every change and has a centre
 /// that callers can move.
 ///
@@ -121,8 +124,6 @@ class DATASTORAGE_EXPORT rnge_c1DRange : public detail::Persistent<rnge_c1DRange
   detail::Interval values_;
   detail::OwnedCenter<pos_c1DPosition> center_;
 };
-
-extern template class detail::Persistent<rnge_c1DRange>;
 
 /// The smallest range that contains both.
 DATASTORAGE_EXPORT rnge_c1DRange operator|(const rnge_c1DRange& a, const rnge_c1DRange& b) noexcept;

@@ -16,7 +16,7 @@ constinit const tgio_cObjectType rnge_c2DRange::_ObjectType(obty_2DRangeString, 
 constinit const rnge_c2DIndexRange rnge_c2DIndexRange::Null;
 constinit const rnge_c2DRange rnge_c2DRange::Null;
 
-template class detail::Persistent<rnge_c2DRange>;
+template class DATASTORAGE_INSTANCE detail::Persistent<rnge_c2DRange>;
 
 rnge_s2DRangeChange::~rnge_s2DRangeChange() = default;
 

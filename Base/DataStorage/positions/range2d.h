@@ -11,6 +11,9 @@
 class rnge_c2DIndexRange;
 struct rnge_s2DRangeChange;
 
+class DATASTORAGE_EXPORT rnge_c2DRange;
+DATASTORAGE_EXTERN(detail::Persistent<rnge_c2DRange>);
+
 /// A rectangle in the plane, in physical units: a centre, two widths and an angle in radians by which it is
 /// rotated counter-clockwise (Y points up). The point (u, v) of the rectangle's own frame, |u| <= Xwidth / 2
 /// and |v| <= Ywidth / 2, lies at
@@ -174,8 +177,6 @@ class DATASTORAGE_EXPORT rnge_c2DRange : public detail::Persistent<rnge_c2DRange
   detail::Rectangle values_;
   detail::OwnedCenter<pos_c2DPosition> center_;
 };
-
-extern template class detail::Persistent<rnge_c2DRange>;
 
 /// The smallest range with the angle zero that contains both; a copy of `Null` when one of them is rotated.
 DATASTORAGE_EXPORT rnge_c2DRange operator|(const rnge_c2DRange& a, const rnge_c2DRange& b) noexcept;

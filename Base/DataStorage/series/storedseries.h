@@ -29,7 +29,7 @@
 ///
 /// The store is the first base class, because it must open the file before the dimensions are read from it.
 template <class Store>
-class DATASTORAGE_EXPORT dtsr_cStoredSeries : public Store, public dtsr_cDataSeriesBase {
+class DATASTORAGE_TEMPLATE dtsr_cStoredSeries : public Store, public dtsr_cDataSeriesBase {
  public:
   dtsr_cStoredSeries(const dtsr_cStoredSeries&) = default;
   /// Assigns the store and the dimensions.
@@ -80,7 +80,7 @@ class DATASTORAGE_EXPORT dtsr_cStoredSeries : public Store, public dtsr_cDataSer
 /// A series in memory that keeps the newest data with their tags, in a ring: when it is full, a new datum
 /// replaces the oldest. Data are copied. An operation that throws leaves the series unchanged.
 template <class T>
-class DATASTORAGE_EXPORT dtsr_cMemorySeries : public dtsr_cStoredSeries<dtsr_cMemorySeriesBase> {
+class DATASTORAGE_TEMPLATE dtsr_cMemorySeries : public dtsr_cStoredSeries<dtsr_cMemorySeriesBase> {
   using Series = dtsr_cStoredSeries<dtsr_cMemorySeriesBase>;
 
  public:
@@ -142,7 +142,7 @@ class DATASTORAGE_EXPORT dtsr_cMemorySeries : public dtsr_cStoredSeries<dtsr_cMe
 ///
 /// Failures and locks are as described for dtsr_cFileSeriesBase.
 template <class T>
-class DATASTORAGE_EXPORT dtsr_cFileSeries : public dtsr_cStoredSeries<dtsr_cFileSeriesBase> {
+class DATASTORAGE_TEMPLATE dtsr_cFileSeries : public dtsr_cStoredSeries<dtsr_cFileSeriesBase> {
   using Series = dtsr_cStoredSeries<dtsr_cFileSeriesBase>;
   static_assert(
       requires(T & read, const T& written, bstr_cBinary_istream& in, bstr_cBinary_ostream& out) {

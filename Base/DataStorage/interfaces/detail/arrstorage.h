@@ -67,7 +67,7 @@ inline std::int64_t CheckedIndex(std::int64_t i, std::int64_t size) {
 
 /// A block of elements that are copied one by one with their own assignment operator.
 template <class T>
-class DATASTORAGE_EXPORT arr_cArray : public detail::Counted {
+class DATASTORAGE_TEMPLATE arr_cArray : public detail::Counted {
  public:
   /// `n` value-initialised elements (zeros for numbers, null for pointers).
   explicit arr_cArray(int n = 0) : arr_cArray(arr_Unfilled, n) {
@@ -156,7 +156,7 @@ class DATASTORAGE_EXPORT arr_cArray : public detail::Counted {
 
 /// A block of trivially copyable elements, which are copied as raw memory.
 template <class T>
-class DATASTORAGE_EXPORT arr_cC_Array : public arr_cArray<T> {
+class DATASTORAGE_TEMPLATE arr_cC_Array : public arr_cArray<T> {
   static_assert(std::is_trivially_copyable_v<T> && std::is_trivially_destructible_v<T>);
 
  public:
