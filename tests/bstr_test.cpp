@@ -1,6 +1,6 @@
-#include <unistd.h>
+#include <filesystem>
 
-#include "disk.h"
+#include "process.h"
 #include <DataStorage/interfaces/bstr.h>
 
 namespace {
@@ -164,9 +164,9 @@ TEST(FileStream, HoldsALockUntilItsLastCopyIsGone) {
     }
   }
   EXPECT_EQ(file.Bytes(), "old");
-  EXPECT_EQ(std::string(bstr_LockHolder(file.Path()).CString())
-                .find("process " + std::to_string(::getpid()) + " ("),
-            0U);
+  const std::string named = bstr_LockHolder(file.Path()).CString();
+  EXPECT_EQ(named.starts_with("process " + std::to_string(ProcessId()) + " ("), system_knows_holders)
+      << named;
   copy = bstr_cBinary_fstream(other_file.Path());
   EXPECT_EQ(bstr_LockHolder(file.Path()), "");
   EXPECT_EQ(lock(bstr_OpenLocked), bstr_LockHeld);
@@ -176,6 +176,51 @@ TEST(FileStream, HoldsALockUntilItsLastCopyIsGone) {
   EXPECT_EQ(lock(bstr_OpenLocked), bstr_LockMissing);
   EXPECT_FALSE(bstr_cBinary_fstream(file.Path(), bstr_OpenLocked).bGood());
   detail::file_calls = calls;
+}
+
+TEST(FileStream, TakesAnyNameOfAFileAndNoneOfADevice) {
+  const TempFile folder("folder");
+  std::vector<std::string> made{folder.Path().CString()};  // folders, then files
+  for (int depth = 0; depth < 2; ++depth) made.push_back(made.back() + '/' + std::string(150, 'x'));
+  for (const std::string& path : made) MakeFolder(path);
+  for (const std::string& name : {made.front() + "/Größe 測定 №1.dseries", made.back() + "/file"}) {
+    bstr_cBinary_fstream file(str_cString(name.c_str()), bstr_CreateEmpty);
+    EXPECT_TRUE(Write(file.Output(), "0123")) << name;
+    EXPECT_EQ(Read(bstr_cBinary_fstream(str_cString(name.c_str()), bstr_OpenReadOnly).Input(), 4), "0123");
+    made.push_back(name);
+  }
+  EXPECT_TRUE(std::filesystem::exists(std::filesystem::path(made.front()) / u8"Größe 測定 №1.dseries"));
+  std::for_each(made.rbegin(), made.rend(), Remove);
+
+#if defined(_WIN32)
+  const char* const others[] = {"NUL",         "nul",        "CON",       "COM1",
+                                "aux.dseries", "\\\\.\\NUL", "\\\\.\\C:", "\\\\.\\pipe\\datastorage",
+                                "file:stream", "\xFF"};
+#else
+  const char* const others[] = {"/dev/null", "/dev/zero", "/dev/tty"};
+#endif
+  for (const char* const name : others) {
+    for (int access = bstr_CreateOrOpen; access <= bstr_CreateNew; ++access) {
+      bstr_cBinary_fstream stream(name, static_cast<bstr_eAccess>(access));
+      EXPECT_FALSE(stream.Input().bGood() || stream.Output().bGood()) << name << ' ' << access;
+    }
+  }
+}
+
+TEST(FileStream, LocksNobodyOut) {
+  const TempFile file, renamed("renamed"), kept("kept");
+  bstr_cBinary_fstream writer(file.Path(), system_has_locks ? bstr_CreateLocked : bstr_CreateEmpty);
+  EXPECT_TRUE(Write(writer.Output(), "01"));
+  bstr_cBinary_fstream reader(file.Path(), bstr_OpenReadOnly);
+  EXPECT_EQ(file.Bytes(), "01") << "other programs read it";
+  EXPECT_EQ(std::rename(file.Path().CString(), renamed.Path().CString()), 0);
+  EXPECT_TRUE(Write(writer.Output(), "23"));
+  std::filesystem::copy_file(renamed.Path().CString(), kept.Path().CString());
+  EXPECT_EQ(kept.Bytes(), "0123");
+  EXPECT_EQ(std::remove(renamed.Path().CString()), 0);
+  EXPECT_TRUE(Write(writer.Output(), "45"));
+  EXPECT_EQ(Read(reader.Input(), 6), "012345") << "open streams outlive the name";
+  EXPECT_EQ(bstr_cBinary_fstream(renamed.Path(), bstr_OpenExisting).bGood(), bUnderWine());
 }
 
 TEST(FileStream, WindowHidesNoWriteThroughAnyCopy) {

@@ -13,9 +13,16 @@ class TempFile {
     for (char& c : path_) c = c == '/' && &c > path_.data() + testing::TempDir().size() ? '_' : c;
     std::remove(path_.c_str());
   }
+  /// Refers to the file of another process.
+  struct Borrowed {
+    std::string path;
+  };
+  explicit TempFile(const Borrowed& borrowed) : path_(borrowed.path), owned_(false) {}
   TempFile(const TempFile&) = delete;
   TempFile& operator=(const TempFile&) = delete;
-  ~TempFile() { std::remove(path_.c_str()); }
+  ~TempFile() {
+    if (owned_) std::remove(path_.c_str());
+  }
 
   str_cString Path() const { return str_cString(path_.c_str()); }
   void SetBytes(const std::string& bytes) const { std::ofstream(path_, std::ios::binary) << bytes; }
@@ -26,6 +33,7 @@ class TempFile {
 
  private:
   std::string path_;
+  bool owned_ = true;
 };
 
 /// Replaces the system calls of file streams while it lives: counts them, makes one of them (0 is the next

@@ -24,7 +24,7 @@ class Log : public dtsr_cStoredSeries<dtsr_cFileSeriesBase> {
   using dtsr_cFileSeriesBase::UpdatePointers;
   using dtsr_cFileSeriesBase::writeIndex_;
 
-  static std::string Record(long number) {
+  static std::string Record(std::int64_t number) {
     return std::string(static_cast<std::size_t>(5 + number * number % 2999), static_cast<char>('a' + number));
   }
   void Append(const std::string& record, const dtsr_cDataTag& tag) {

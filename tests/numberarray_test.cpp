@@ -153,7 +153,7 @@ TEST(NumberArray, TakesIndicesOfAnyIntegerType) {
     EXPECT_THROW(plane.SetValue(9, 0, wide), arr_cIndexException);
     line.SetValue(9, wide);
   };
-  refuse((1LL << 32) + 2), refuse((1ULL << 63) + 2), refuse(-(1L << 32) + 2);
+  refuse((1LL << 32) + 2), refuse((1ULL << 63) + 2), refuse(-(1LL << 32) + 2);
   EXPECT_EQ(Values(line), Values(plane));
 }
 

@@ -42,6 +42,12 @@ constexpr bool system_has_locks = false;
 #else
 constexpr bool system_has_locks = true;
 #endif
+/// Whether the holder of a lock can be named.
+#if defined(__linux__)
+constexpr bool system_knows_holders = system_has_locks;
+#else
+constexpr bool system_knows_holders = false;
+#endif
 
 /// The seed of a random test: printed, and taken from DATASTORAGE_SEED if that is set, so that a run can be
 /// repeated.

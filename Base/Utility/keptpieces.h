@@ -117,7 +117,7 @@ class KeptPieces {
     const auto stride = static_cast<std::size_t>(length);
     const std::size_t most = std::min(static_cast<std::size_t>(n), pieces_.size() - first);
     std::size_t count = 0;
-    while (count < most && pieces_[first + count].position == positions[count] &&
+    while (count < most && pieces_[first + count].position == std::int64_t{positions[count]} &&
            pieces_[first + count].end == begin + (count + 1) * stride) {
       ++count;
     }

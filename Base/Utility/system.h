@@ -1,22 +1,26 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <span>
 #include <string>
 
 #include <DataStorage/interfaces/bstr.h>
 
+// What the library asks of the operating system: system_posix.cpp, system_windows.cpp or, where neither fits,
+// system_plain.cpp. No other file calls the system.
+
 namespace detail {
 
 using Bytes = std::span<const unsigned char>;
 
-/// All system calls of the file stream. Tests replace entries to make the disk fail.
+/// The calls of the file stream. Tests replace entries to make the disk fail.
 struct FileCalls {
   /// Opens a regular file and returns its handle for the calls below, or `NoFile`; `TakenFile` or
   /// `UnlockableFile` when the requested lock fails.
   std::intptr_t (*open)(const char* path, bstr_eAccess access);
-  /// Both return the bytes moved, which may be fewer than asked for; 0 at the end of the file; negative on an
-  /// error.
+  /// Both move at most 2^30 bytes a piece and return how many, which may be fewer than asked for; 0 at the
+  /// end of the file; negative on an error.
   std::int64_t (*read_at)(std::intptr_t file, void* bytes, std::int64_t n, std::int64_t position);
   std::int64_t (*write_at)(std::intptr_t file, Bytes head, Bytes bytes, std::int64_t position);
   /// The current length; negative on an error.
@@ -35,6 +39,9 @@ constexpr bool bLocks(bstr_eAccess access) {
 
 /// The process that holds the lock of a file: its identifier and, if available, its name; empty when unknown.
 std::string LockHolder(const char* path);
+
+/// Advises the system to use huge pages for a block of memory, which is valid in any case.
+void UseHugePages(void* block, std::size_t bytes) noexcept;
 
 extern FileCalls file_calls;
 

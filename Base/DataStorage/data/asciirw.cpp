@@ -18,18 +18,34 @@ constexpr bool bSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 const char* SkipSpace(const char* text, const char* end) { return std::find_if_not(text, end, bSpace); }
 
+/// Whether a number that is out of the range of doubles is too small for them rather than too large: whether
+/// the exponent leaves its first digit other than 0 behind the decimal point. Parsing as a `long double`
+/// would not say it on every platform.
+bool bTooSmall(const char* text, const char* end) {
+  std::int64_t digits_before_point = 0;
+  bool significant = false, behind_point = false;
+  for (; text != end && *text != 'e' && *text != 'E'; ++text) {
+    if (*text == '.') behind_point = true;
+    if (*text < '0' || *text > '9') continue;
+    significant = significant || *text != '0';
+    if (significant != behind_point) digits_before_point += significant ? 1 : -1;
+  }
+  if (text != end) ++text;
+  if (text != end && *text == '+') ++text;
+  std::int64_t exponent = 0;
+  const bool huge = std::from_chars(text, end, exponent).ec == std::errc::result_out_of_range;
+  return huge ? *text == '-' : exponent < -digits_before_point;
+}
+
 /// Reads the number at the start of a text. Returns the end of the number, or `text` when there is none.
 const char* ParseNumber(const char* text, const char* end, double& value) {
   const char* digits = text != end && *text == '+' ? text + 1 : text;
   if (digits != text && digits != end && *digits == '-') return text;
   auto [stop, error] = std::from_chars(digits, end, value);
   if (error == std::errc::result_out_of_range) {
-    // A number too small for a double becomes 0; one too large, or beyond the range of long double, is
-    // refused.
-    long double wide = 0;
-    error = std::from_chars(digits, end, wide).ec;
-    if (error != std::errc() || std::fabs(wide) > std::numeric_limits<double>::max()) return text;
-    value = static_cast<double>(wide);
+    if (!bTooSmall(digits, stop)) return text;
+    value = *digits == '-' ? -0.0 : 0.0;
+    return stop;
   }
   return error == std::errc() ? stop : text;
 }

@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <cstdint>
+#include <ctime>
 #include <limits>
 
 #include <DataStorage/interfaces/constants.h>
@@ -10,9 +12,11 @@ namespace {
 
 constexpr detail::SourceFile source_file{"DataSeries"};
 
+/// The largest time also stands for later ones where a `long` has 32 bits; see dtsr_cDataTag::Now.
 bool bFitsStream(long time) {
   using Limits = std::numeric_limits<std::int32_t>;
-  return time >= Limits::min() && time <= Limits::max();
+  const bool later = time == std::numeric_limits<long>::max() && std::time(nullptr) > time;
+  return time >= Limits::min() && time <= Limits::max() && !later;
 }
 
 }  // namespace
@@ -41,6 +45,11 @@ void dtsr_cDataTag::Read(bstr_cBinary_istream& in) {
 void dtsr_cDataTag::Write(bstr_cBinary_ostream& out) const {
   if (bFitsStream(time_)) bstr_WriteFields(out, std::uint32_t{TagTypeID()}, static_cast<std::int32_t>(time_));
   if (!bFitsStream(time_) || !out.bGood()) source_file.ThrowUserError("Can't write TagTypeID.");
+}
+
+long dtsr_cDataTag::Now() {
+  using Limits = std::numeric_limits<long>;
+  return static_cast<long>(std::min<std::int64_t>(std::time(nullptr), Limits::max()));
 }
 
 unsigned int dtsr_cDataTag::TagTypeID() const { return obty_DataTagType; }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <ctime>
 #include <memory>
 
 #include <DataStorage/interfaces/bstr.h>
@@ -55,8 +54,9 @@ class DATASTORAGE_EXPORT dtsr_cDataTag {
   long Time() const noexcept { return time_; }
 
  protected:
-  /// The current time.
-  static long Now() { return static_cast<long>(std::time(nullptr)); }
+  /// The current time; from 2038 on, where a `long` has 32 bits, its largest value, which `Write` then
+  /// refuses.
+  static long Now();
 
  private:
   friend class dtsr_cDataSeriesBase;

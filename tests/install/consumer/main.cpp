@@ -83,7 +83,8 @@ bool bSeries() {
   {
     dtsr_cFileSeries<darr_c1DArray> series(path, line, bstr_CreateLocked);
     series.Append(darr_c1DArray(3, pnum_cNumber(7), cal_c1DArrayCal()), dtsr_c2DPosition(1, 2, 3));
-    if (!bThrows<dtsr_cFileLockedException>([&] { dtsr_cFileSeries<darr_c1DArray> second(path); })) return false;
+    if (!bThrows<dtsr_cFileLockedException>([&] { dtsr_cFileSeries<darr_c1DArray> second(path); }))
+      return false;
   }
   bool read = false;
   {

@@ -1,11 +1,9 @@
-// All system calls of the library, and the replacement in standard C++ for systems without them.
+// The system calls of the library on POSIX systems.
 
-#if __has_include(<unistd.h>) && __has_include(<sys/file.h>) && \
-    __has_include(<sys/mman.h>) && __has_include(<sys/uio.h>) && !defined(DATASTORAGE_PLAIN_SYSTEM)
-#define DATASTORAGE_POSIX
 #ifndef _FILE_OFFSET_BITS
 #define _FILE_OFFSET_BITS 64
 #endif
+
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -13,6 +11,7 @@
 #include <fcntl.h>
 #include <fstream>
 #include <sstream>
+#include <string>
 #include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -21,25 +20,13 @@
 #endif
 #include <sys/uio.h>
 #include <unistd.h>
-#else
-#include <filesystem>
-#include <fstream>
-#endif
 
-#include <iterator>
-#include <memory>
-#include <new>
-#include <string>
-
-#include <DataStorage/interfaces/lgar.h>
 #include <Utility/system.h>
 
 namespace {
 
 using detail::Bytes;
 using detail::NoFile;
-
-#if defined(DATASTORAGE_POSIX)
 
 static_assert(sizeof(off_t) == sizeof(std::int64_t));
 
@@ -157,81 +144,17 @@ std::string HolderOf(const std::string& name_in_locks) {
   return {};
 }
 
-#else
-
-std::filebuf& Buffer(std::intptr_t file) { return *reinterpret_cast<std::filebuf*>(file); }
-
-std::int64_t FileSize(std::intptr_t file) {
-  return static_cast<std::int64_t>(Buffer(file).pubseekoff(0, std::ios::end));
-}
-
-void CloseFile(std::intptr_t file) { delete &Buffer(file); }
-
-std::intptr_t OpenRegularFile(const char* path, bstr_eAccess access) {
-  if (detail::bLocks(access)) return detail::UnlockableFile;  // fails rather than opening without a lock
-  std::error_code error;
-  const auto kind = std::filesystem::status(path, error).type();
-  const bool missing = kind == std::filesystem::file_type::not_found;
-  if (!missing && kind != std::filesystem::file_type::regular) return NoFile;
-
-  auto mode = std::ios::binary | std::ios::in;
-  if (access != bstr_OpenReadOnly) mode |= std::ios::out;
-  if (access == bstr_CreateEmpty || (access == bstr_CreateOrOpen && missing)) mode |= std::ios::trunc;
-  auto buffer = std::make_unique<std::filebuf>();
-  buffer->pubsetbuf(nullptr, 0);  // unbuffered: writes reach the system at once
-  if (!buffer->open(path, mode)) return NoFile;
-  return reinterpret_cast<std::intptr_t>(buffer.release());
-}
-
-bool Seek(std::intptr_t file, std::int64_t position) {
-  return Buffer(file).pubseekpos(position) == std::filebuf::pos_type(position);
-}
-
-std::int64_t ReadAt(std::intptr_t file, void* bytes, std::int64_t n, std::int64_t position) {
-  return Seek(file, position) ? Buffer(file).sgetn(static_cast<char*>(bytes), n) : -1;
-}
-
-std::int64_t WriteAt(std::intptr_t file, Bytes head, Bytes bytes, std::int64_t position) {
-  if (!Seek(file, position)) return -1;
-  const auto put = [file](Bytes b) {
-    return Buffer(file).sputn(reinterpret_cast<const char*>(b.data()), std::ssize(b));
-  };
-  auto moved = put(head);
-  if (moved == std::ssize(head)) moved += put(bytes);
-  return Buffer(file).pubsync() == 0 ? moved : -1;
-}
-
-#endif
-
-/// Blocks from LargeBlock on use huge pages: there the time that the system takes to provide pages dominates.
-constexpr std::size_t HugePage = std::size_t{2} << 20;
-constexpr std::size_t LargeBlock = 2 * HugePage;
-
 }  // namespace
 
 constinit detail::FileCalls detail::file_calls = {OpenRegularFile, ReadAt, WriteAt, FileSize, CloseFile};
 
-std::string detail::LockHolder([[maybe_unused]] const char* path) {
-#if defined(DATASTORAGE_POSIX)
+std::string detail::LockHolder(const char* path) {
   struct stat status;
-  if (::stat(path, &status) == 0) return HolderOf(NameInLocks(status));
-#endif
-  return {};
+  return ::stat(path, &status) == 0 ? HolderOf(NameInLocks(status)) : std::string();
 }
 
-void* lgar_AllocateBlock(std::size_t bytes) {
-  if (bytes < LargeBlock) return ::operator new(bytes);
-  void* block = ::operator new (bytes, std::align_val_t{HugePage});
-#if defined(DATASTORAGE_POSIX) && defined(MADV_HUGEPAGE)
-  ::madvise(block, bytes, MADV_HUGEPAGE);  // only a hint: the block is valid without it
+void detail::UseHugePages([[maybe_unused]] void* block, [[maybe_unused]] std::size_t bytes) noexcept {
+#if defined(MADV_HUGEPAGE)
+  ::madvise(block, bytes, MADV_HUGEPAGE);
 #endif
-  return block;
-}
-
-void lgar_FreeBlock(void* block, std::size_t bytes) noexcept {
-  if (bytes < LargeBlock) {
-    ::operator delete(block);
-  } else {
-    ::operator delete (block, std::align_val_t{HugePage});
-  }
 }
