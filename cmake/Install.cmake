@@ -40,4 +40,7 @@ if(TARGET dseries)
   install(FILES ${pages}/dseries.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
   install(FILES ${pages}/dseries.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
     RENAME dseries COMPONENT tool)
+  install(FILES ${pages}/dseries.zsh DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/vendor-completions
+    RENAME _dseries COMPONENT tool)
+  install(FILES ${pages}/dseries.fish DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT tool)
 endif()

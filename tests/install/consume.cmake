@@ -55,7 +55,8 @@ if(TOOL)
   file(GLOB_RECURSE files RELATIVE ${SCRATCH}/tool ${SCRATCH}/tool/*)
   list(REMOVE_ITEM files ${shared})
   same("files of the tool" "${files}"
-    "bin/dseries;share/bash-completion/completions/dseries;share/man/man1/dseries.1")
+    "bin/dseries;share/bash-completion/completions/dseries;share/fish/vendor_completions.d/dseries.fish;\
+share/man/man1/dseries.1;share/zsh/vendor-completions/_dseries")
   run(ignored ${SCRATCH}/tool/bin/dseries --version)
 endif()
 

@@ -1,5 +1,7 @@
-// Writes the program's help to standard output as the manual page (dseries.1) or as the bash completion
-// script (dseries.bash).
+// dseries_pages FILE: writes the program's help to standard output in the form that the file name stands for:
+// the manual page (dseries.1), what a shell needs to complete command lines (dseries.bash, dseries.zsh,
+// dseries.fish), or pages for the documentation, of all commands (dseries.md) and of each
+// (dseries-append.md).
 #include <algorithm>
 #include <fmt/format.h>
 #include <sstream>
@@ -37,6 +39,16 @@ std::string Choices(const CLI::Option& option) {
   const std::string type = option.get_type_name();
   const auto first = type.find(":{");
   return first == std::string::npos ? "" : type.substr(first + 2, type.find('}') - first - 2);
+}
+
+/// What a shell shows beside a completion: the begin of the description, without characters that it would
+/// take as its own.
+std::string Hint(std::string description) {
+  for (const char* end : {". ", "; ", ": "})
+    description.resize(std::min(description.find(end), description.size()));
+  for (const char* special : {"'", "[", "]", ":", "`", "$", "\\"})
+    description = Replaced(description, special, " ");
+  return description;
 }
 
 /// Text for a manual page. Dashes and quotes stay plain, to be copied into a command line.
@@ -152,10 +164,102 @@ complete -o default -F _dseries dseries
       commands, Replaced(CLI::detail::join(NamedOptions(program), names), ",", " "), options, values);
 }
 
+std::string ZshCompletion(const CLI::App& program) {
+  std::string commands, cases;
+  for (const CLI::App* command : Commands(program)) {
+    commands += fmt::format("    '{}:{}'\n", command->get_name(), Hint(command->get_description()));
+    cases += fmt::format("    {}) _arguments -S", command->get_name());
+    for (const CLI::Option* option : NamedOptions(*command)) {
+      const std::string value = ValueName(*option);
+      const std::string choices = Choices(*option);
+      const std::string values = choices.empty() ? "_files" : '(' + Replaced(choices, ",", " ") + ')';
+      std::istringstream names(option->get_name(false, true));
+      for (std::string name; std::getline(names, name, ',');) {
+        cases += fmt::format(" \\\n      '*{}[{}]{}'", name, Hint(option->get_description()),
+                             value.empty() ? "" : fmt::format(":{}:{}", Hint(value), values));
+      }
+    }
+    cases += " \\\n      '*:file:_files' ;;\n";
+  }
+  return fmt::format(R"(#compdef dseries
+# Completes commands, options and values where there is a choice, and otherwise file names.
+_dseries() {{
+  local -a commands=(
+{}  )
+  if ((CURRENT == 2)); then
+    _describe command commands
+    _arguments '--version[Print the version and exit]' '--help[Print this help message and exit]'
+    return
+  fi
+  shift words
+  ((CURRENT--))
+  case $words[1] in
+{}  esac
+}}
+_dseries "$@"
+)",
+                     commands, cases);
+}
+
+std::string FishCompletion(const CLI::App& program) {
+  std::string text =
+      "# Completes commands, options and values where there is a choice, and otherwise file names.\n"
+      "complete -c dseries -n __fish_use_subcommand -l version -d 'Print the version and exit'\n"
+      "complete -c dseries -n __fish_use_subcommand -l help -d 'Print this help message and exit'\n";
+  for (const CLI::App* command : Commands(program)) {
+    text += fmt::format("complete -c dseries -n __fish_use_subcommand -f -a {} -d '{}'\n",
+                        command->get_name(), Hint(command->get_description()));
+    for (const CLI::Option* option : NamedOptions(*command)) {
+      text += fmt::format("complete -c dseries -n '__fish_seen_subcommand_from {}'", command->get_name());
+      std::istringstream names(option->get_name(false, true));
+      for (std::string name; std::getline(names, name, ',');) {
+        text += name.starts_with("--") ? " -l " + name.substr(2) : " -s " + name.substr(1);
+      }
+      const std::string choices = Choices(*option);
+      if (!choices.empty()) {
+        text += fmt::format(" -x -a '{}'", Replaced(choices, ",", " "));
+      } else if (!ValueName(*option).empty()) {
+        text += " -r";
+      }
+      text += fmt::format(" -d '{}'\n", Hint(option->get_description()));
+    }
+  }
+  return text;
+}
+
+std::string CommandPage(const CLI::App& command) {
+  return fmt::format("# dseries {}\n\n```text\n{}```\n", command.get_name(),
+                     dseries::HelpFormatter().make_help(&command, "dseries " + command.get_name(),
+                                                        CLI::AppFormatMode::Normal));
+}
+
+/// The page that leads to those of the commands.
+std::string ToolPage(const CLI::App& program) {
+  std::string page = fmt::format("# The command-line tool dseries\n\n{}\n\n", program.get_description());
+  for (const CLI::App* command : Commands(program)) {
+    page += fmt::format("- [dseries {0}](dseries-{0}.md): {1}\n", command->get_name(),
+                        command->get_description());
+  }
+  return page;
+}
+
+/// The page of this name; empty when there is none.
+std::string Page(const CLI::App& program, const std::string& name) {
+  if (name == "dseries.1") return ManualPage(program);
+  if (name == "dseries.bash") return BashCompletion(program);
+  if (name == "dseries.zsh") return ZshCompletion(program);
+  if (name == "dseries.fish") return FishCompletion(program);
+  if (name == "dseries.md") return ToolPage(program);
+  for (const CLI::App* command : Commands(program)) {
+    if (name == "dseries-" + command->get_name() + ".md") return CommandPage(*command);
+  }
+  return {};
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  const std::string page = argc == 2 ? argv[1] : "";
-  const auto program = dseries::MakeProgram();
-  fmt::print("{}", page == "dseries.1" ? ManualPage(*program) : BashCompletion(*program));
+  const std::string page = argc == 2 ? Page(*dseries::MakeProgram(), argv[1]) : "";
+  fmt::print("{}", page);
+  return page.empty() ? 2 : 0;
 }
