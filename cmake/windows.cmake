@@ -17,3 +17,5 @@ find_program(wine NAMES wine wine64 PATHS /usr/lib/wine)
 if(wine)
   set(CMAKE_CROSSCOMPILING_EMULATOR ${wine})
 endif()
+
+set(DATASTORAGE_FIGURES OFF CACHE BOOL "The distribution has no cairo for Windows")

@@ -1,5 +1,4 @@
 #include <cerrno>
-#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <exception>
@@ -12,6 +11,7 @@
 #include "cli/usage.h"
 #include "io/console.h"
 #include "io/interrupt.h"
+#include "io/system.h"
 #include "program.h"
 #include <DataStorage/interfaces/expt.h>
 
@@ -22,7 +22,7 @@ constexpr int exit_usage = 2;
 
 /// Reports that standard output could not be written, and returns the exit status.
 int OutputFailed(int error) {
-  if (error == EPIPE) dseries::EndBy(SIGPIPE);  // the reader is gone, which is not an error
+  dseries::EndIfUnread(error);  // the reader is gone, which is not an error
   dseries::Complain("the output could not be written: {}", std::strerror(error));
   return exit_failure;
 }
@@ -46,7 +46,7 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  dseries::ReserveStandardStreams();
+  dseries::PrepareProgram(argc, argv);
   dseries::HandleSignals();
   try {
     return Run(argc, argv);

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include "io/console.h"
+#include "io/system.h"
 
 namespace dseries {
 
@@ -19,7 +19,7 @@ constexpr std::int64_t bar_width = 40;
 Progress::Progress(std::string what, std::int64_t total)
     : what_(std::move(what)),
       total_(std::max<std::int64_t>(total, 1)),
-      terminal_(isatty(STDERR_FILENO) != 0),
+      terminal_(bTerminal(standard_error)),
       next_(Clock::now() + patience) {}
 
 Progress::~Progress() {

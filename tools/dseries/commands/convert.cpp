@@ -1,4 +1,3 @@
-#include <filesystem>
 #include <fmt/format.h>
 #include <memory>
 #include <string>
@@ -13,6 +12,7 @@
 #include "io/input.h"
 #include "io/losses.h"
 #include "io/newfile.h"
+#include "io/system.h"
 
 namespace dseries {
 
@@ -57,10 +57,7 @@ void Convert(const Options& options) {
   const dtyp_cDataType type = ElementType(options.type);
   CheckStorable(type);
   const unsigned int data_type = KnownDataType(options.file);
-  std::error_code ignored;
-  if (std::filesystem::equivalent(options.file, options.output, ignored)) {
-    Fail("{} is the series itself", options.output);
-  }
+  if (bSameFile(options.file, options.output)) Fail("{} is the series itself", options.output);
   Losses losses(type);
   int count = 0;
   MakeSeries(options.output, options.force, [&](const std::string& path) {

@@ -1,4 +1,3 @@
-#include <filesystem>
 #include <fmt/format.h>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -12,6 +11,7 @@
 #include "file/dimensions.h"
 #include "file/header.h"
 #include "file/kinds.h"
+#include "file/reading.h"
 #include "file/series.h"
 #include "file/text.h"
 #include "io/files.h"
@@ -51,7 +51,7 @@ nlohmann::ordered_json InfoAsJson(const std::string& file) {
   const int filled = series.NextWriteIndex();
   const unsigned int tag_type = series.TagTypeID();
   nlohmann::ordered_json json{{"file", file},
-                              {"bytes", static_cast<std::int64_t>(std::filesystem::file_size(file))},
+                              {"bytes", OpenToRead(file).Input().Size()},
                               {"data", DataTypeName(header.dataType)},
                               {"slots", series.Size()},
                               {"filled", filled},
@@ -82,7 +82,7 @@ std::string InfoAsText(const std::string& file) {
     table.Row({"taken", fmt::format("{} to {}", TimeText(series.Tag(0)->Time()),
                                     TimeText(series.Tag(filled - 1)->Time()))});
   }
-  table.Row({"size", SizeText(static_cast<std::int64_t>(std::filesystem::file_size(file)))});
+  table.Row({"size", SizeText(OpenToRead(file).Input().Size())});
   return fmt::format("{}\n{}\n{}", file, table.Text(2), DimensionsAsText(series.DimensionArray()));
 }
 

@@ -3,9 +3,7 @@
 #include <fmt/format.h>
 #include <memory>
 #include <string>
-#include <sys/ioctl.h>
 #include <type_traits>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -19,6 +17,7 @@
 #include "file/series.h"
 #include "io/files.h"
 #include "io/input.h"
+#include "io/system.h"
 
 namespace dseries {
 
@@ -92,10 +91,8 @@ Figure FigureOfFile(const Options& options) {
 /// Shows the figure on standard output, as wide as the terminal.
 void Show(const Figure& figure) {
   constexpr int usual = 80, least = 40, most = 160;
-  const bool terminal = isatty(STDOUT_FILENO) != 0;
-  winsize size{};
-  const bool known = terminal && ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-  const int columns = known ? std::clamp<int>(size.ws_col, least, most) : usual;
+  const bool terminal = bTerminal(standard_output);
+  const int columns = std::clamp(TerminalWidth().value_or(usual), least, most);
   fmt::print("{}", DrawnAsText(figure, columns, terminal && std::getenv("NO_COLOR") == nullptr));
 }
 

@@ -1,4 +1,3 @@
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -11,6 +10,7 @@
 #include "file/salvage.h"
 #include "io/console.h"
 #include "io/newfile.h"
+#include "io/system.h"
 
 namespace dseries {
 
@@ -25,10 +25,7 @@ struct Options {
 void Repair(const Options& options) {
   bstr_cBinary_fstream damaged = OpenToRead(options.file);
   const Header header = ReadHeader(damaged);
-  std::error_code ignored;
-  if (std::filesystem::equivalent(options.file, options.output, ignored)) {
-    Fail("{} is the damaged file itself", options.output);
-  }
+  if (bSameFile(options.file, options.output)) Fail("{} is the damaged file itself", options.output);
   Salvaged saved{};
   MakeSeries(options.output, options.force, [&](const std::string& path) {
     std::optional<Progress> bar;

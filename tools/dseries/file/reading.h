@@ -1,5 +1,6 @@
 #pragma once
 
+#include <filesystem>
 #include <string>
 
 #include <DataStorage/interfaces/bstr.h>
@@ -8,6 +9,9 @@
 // Access to files that may be missing or damaged.
 
 namespace dseries {
+
+/// A name of a file, which is UTF-8 on Windows.
+std::filesystem::path PathOf(const std::string& name);
 
 /// Opens a file for reading. Throws Failure with the reason when it cannot; `advice` follows if it is
 /// missing.

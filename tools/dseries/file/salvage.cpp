@@ -201,7 +201,7 @@ void CheckDisk(const std::string& path, const std::vector<Extent>& extents) {
   std::uintmax_t bytes = 0;
   for (const Extent& extent : extents) bytes += static_cast<std::uintmax_t>(extent.end - extent.begin);
   std::error_code unknown;
-  const auto space = std::filesystem::space(path, unknown);
+  const auto space = std::filesystem::space(PathOf(path), unknown);
   if (!unknown && space.available < bytes) {
     Fail("the data that survive take {}, and there is room for {}",
          SizeText(static_cast<std::int64_t>(bytes)), SizeText(static_cast<std::int64_t>(space.available)));

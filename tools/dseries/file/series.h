@@ -36,7 +36,7 @@ class Series : public dtsr_cStoredSeries<dtsr_cFileSeriesBase> {
   /// The number of bytes that can still be appended: positions in the file are 32-bit.
   std::int64_t Room() const;
   /// The size of datum i in bytes, without its tag.
-  long DatumSize(int i) const { return tagOffsets_[i] - dataOffsets_[i]; }
+  std::int64_t DatumSize(int i) const { return std::int64_t{tagOffsets_[i]} - dataOffsets_[i]; }
 
  protected:
   Series(const std::string& path, const dtsr_cDimensionArray& dimensions, unsigned int data_type);

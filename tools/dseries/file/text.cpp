@@ -6,7 +6,7 @@
 #include <charconv>
 #include <chrono>
 #include <cstddef>
-#include <fmt/chrono.h>
+#include <fmt/format.h>
 #include <limits>
 #include <regex>
 
@@ -63,7 +63,14 @@ std::int64_t ParseIso(const std::string& text) {
 }  // namespace
 
 std::string TimeText(long seconds) {
-  return fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(static_cast<std::time_t>(seconds)));
+  using namespace std::chrono;
+  const sys_seconds time{std::chrono::seconds(seconds)};
+  const auto day = floor<days>(time);
+  const year_month_day date(day);
+  const hh_mm_ss clock(time - day);
+  return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z", static_cast<int>(date.year()),
+                     static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+                     clock.hours().count(), clock.minutes().count(), clock.seconds().count());
 }
 
 long ParseTime(const std::string& text) {
@@ -93,14 +100,19 @@ std::string SizeText(std::int64_t bytes) {
 std::string NumberText(double value, int digits) { return fmt::format("{:.{}g}", value, digits); }
 
 std::string ShellWord(const std::string& word) {
-  const auto plain = [](char c) {
+#if defined(_WIN32)
+  constexpr std::string_view marks = "+,-./:=@_\\", quote = "\"", quoted_quote = "\\\"";
+#else
+  constexpr std::string_view marks = "%+,-./:=@_", quote = "'", quoted_quote = "'\\''";
+#endif
+  const auto plain = [marks](char c) {
     return (c & 0x80) != 0 || std::isalnum(static_cast<unsigned char>(c)) != 0 ||
-           std::string_view("%+,-./:=@_").find(c) != std::string_view::npos;
+           marks.find(c) != std::string_view::npos;
   };
   if (!word.empty() && std::all_of(word.begin(), word.end(), plain)) return word;
-  std::string quoted = "'";
-  for (const char c : word) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  return quoted + "'";
+  std::string quoted(quote);
+  for (const char c : word) quoted += c == quote.front() ? quoted_quote : std::string_view(&c, 1);
+  return quoted.append(quote);
 }
 
 std::string Count(std::int64_t n, std::string_view singular, std::string_view plural) {

@@ -10,10 +10,6 @@
 
 namespace dseries {
 
-/// Reopens standard input, output and error, if the caller closed them, so that their use fails. Otherwise a
-/// data file could open under one of their numbers and receive the messages.
-void ReserveStandardStreams();
-
 /// Writes to standard error.
 void WriteError(std::string_view text);
 

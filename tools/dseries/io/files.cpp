@@ -7,57 +7,46 @@
 #include <cstring>
 #include <filesystem>
 #include <fmt/format.h>
-#include <glob.h>
 
 #include "file/failure.h"
+#include "file/reading.h"
 #include "file/text.h"
+#include "io/system.h"
 
 namespace dseries {
 
-namespace fs = std::filesystem;
-
 std::string Extension(const std::string& path) {
-  std::string extension = fs::path(path).extension().string();
+  std::string extension = PathOf(path).extension().string();
   std::transform(extension.begin(), extension.end(), extension.begin(),
                  [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
   return extension;
 }
 
 std::string FileName(const std::string& path) {
-  return Printable(str_cString(fs::path(path).filename().c_str()));
+  return Printable(str_cString(PathOf(path).filename().string().c_str()));
 }
 
 std::vector<std::string> Expanded(const std::vector<std::string>& names) {
   std::vector<std::string> files;
   for (const std::string& name : names) {
-    if (name.find_first_of("*?[") == std::string::npos || bExists(name)) {
-      files.push_back(name);
-      continue;
-    }
-    glob_t found{};
-    if (glob(name.c_str(), GLOB_NOSORT, nullptr, &found) != 0) {
-      files.push_back(name);
-      continue;
-    }
-    const auto first = files.insert(files.end(), found.gl_pathv, found.gl_pathv + found.gl_pathc);
-    globfree(&found);
-    std::sort(first, files.end(), [](const std::string& a, const std::string& b) {
-      return strverscmp(a.c_str(), b.c_str()) < 0;
-    });
+    const bool pattern = name.find_first_of("*?[") != std::string::npos && !bExists(name);
+    std::vector<std::string> found = pattern ? Matching(name) : std::vector<std::string>();
+    if (found.empty()) found = {name};
+    std::move(found.begin(), found.end(), std::back_inserter(files));
   }
   return files;
 }
 
 std::string ReadWhole(const std::string& path) {
   const bool standard = path == "-";
-  std::error_code ignored;
-  if (!standard && fs::is_directory(path, ignored)) Fail("{} is a folder", path);
-  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(
-      standard ? stdin : std::fopen(path.c_str(), "rb"), std::fclose);
+  if (!standard && KindOf(path) == FileKind::Folder) Fail("{} is a folder", path);
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(standard ? stdin : OpenToReadBytes(path),
+                                                             std::fclose);
   if (file == nullptr && errno == ENOENT) Fail("there is no file {}", path);
   if (file == nullptr) Fail("{} cannot be read: {}", path, std::strerror(errno));
   constexpr std::size_t block = 1 << 16;
-  const auto size = fs::file_size(path, ignored);  // only a hint
+  std::error_code ignored;
+  const auto size = std::filesystem::file_size(PathOf(path), ignored);  // only a hint
   std::string bytes;
   if (!ignored) bytes.reserve(size + block);
   for (std::size_t used = 0, n = block; n > 0; used += n) {
@@ -99,10 +88,9 @@ void CheckEnding(const std::string& path, const std::string& what, const std::ve
 OutFile::OutFile(const Target& target, const std::string& source)
     : name_(target.path), file_(nullptr, std::fclose) {
   if (name_ == "-") return;
-  std::error_code ignored;
-  if (fs::equivalent(name_, source, ignored)) Fail("{} is the input itself", name_);
+  if (bSameFile(name_, source)) Fail("{} is the input itself", name_);
   if (!bStream(name_)) whole_.emplace(name_, target.force ? Replace::Anything : Replace::AllButSeries);
-  file_.reset(std::fopen(whole_ ? whole_->Path().c_str() : name_.c_str(), "wb"));
+  file_.reset(OpenToWriteBytes(whole_ ? whole_->Path() : name_));
   if (file_ == nullptr) FailToWrite();
 }
 

@@ -4,17 +4,14 @@
 
 #include "file/failure.h"
 
-// On ^C, SIGTERM and SIGHUP unfinished files are removed, then the program ends by the signal, so that a
-// shell sees it. A command that changes a file piece by piece defers that to the end of a piece.
+// On ^C, SIGTERM and SIGHUP, and when a console closes, unfinished files are removed, then the program ends
+// by the signal, so that a shell sees it. A command that changes a file piece by piece defers that to the end
+// of a piece.
 
 namespace dseries {
 
-/// Sets the signal handlers. Signals that the caller ignores stay ignored, as nohup requires; writes to a
-/// closed pipe or beyond the file size limit fail instead of ending the program.
+/// Sets the handler of signals; see OnEnding.
 void HandleSignals();
-
-/// Ends the program as the signal does without a handler.
-[[noreturn]] void EndBy(int signal);
 
 /// Thrown for a deferred signal.
 class Interruption : public Failure {
@@ -37,10 +34,6 @@ class Deferral {
 
 /// Throws Interruption when there is a deferred signal.
 void CheckInterruption();
-
-/// Waits until a descriptor has bytes to read or ends. Throws Interruption for a deferred signal, also when
-/// it arrives meanwhile.
-void AwaitInput(int descriptor);
 
 /// Removes a new file unless it was finished, also when a signal ends the program.
 class Unfinished {

@@ -4,22 +4,18 @@
 #include <string>
 
 #include "io/interrupt.h"
+#include "io/system.h"
 #include <DataStorage/interfaces/bstr.h>
 #include <DataStorage/interfaces/expt.h>
 
 namespace dseries {
-
-/// Whether a file, folder or link of this name exists, even a link that leads nowhere.
-bool bExists(const std::string& path);
-/// Whether the file exists and is a pipe or a device, which can be read only once.
-bool bStream(const std::string& path);
 
 /// What a new file may replace.
 enum class Replace { Nothing, AllButSeries, Anything };
 
 /// A new file. It is written under a hidden name in the same folder and renamed when it is complete; until
 /// then a file that it replaces stays, and an unfinished one is removed. It gets the permissions of the file
-/// that it replaces. Links are followed.
+/// that it replaces, on Windows those of its folder. Links are followed.
 class NewFile {
  public:
   /// Throws Failure when a file must not be replaced, or nothing can be written there.

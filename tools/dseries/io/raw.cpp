@@ -3,17 +3,16 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <fcntl.h>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
+#include <iterator>
 #include <limits>
-#include <sys/stat.h>
-#include <unistd.h>
 #include <utility>
 
 #include "file/failure.h"
 #include "file/text.h"
 #include "io/interrupt.h"
+#include "io/system.h"
 
 namespace dseries {
 
@@ -27,20 +26,15 @@ constexpr std::int64_t largest_file = std::numeric_limits<std::int32_t>::max();
 /// The bytes of the input, read in order or, from a regular file, at any offset.
 class RawInput::Source {
  public:
-  explicit Source(const std::string& path) : name_(path == "-" ? "standard input" : path) {
-    file_ = path == "-" ? STDIN_FILENO : open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
-    if (file_ < 0 && errno == ENOENT) Fail("there is no file {}", path);
-    struct stat status {};
-    if (file_ < 0 || fstat(file_, &status) != 0) Refuse();
-    if (S_ISDIR(status.st_mode)) Fail("{} is a folder", name_);
-    if (!S_ISREG(status.st_mode)) return;
-    start_ = lseek(file_, 0, SEEK_CUR);  // standard input may have been read in part
-    length_ = std::max<std::int64_t>(status.st_size - start_, 0);
-  }
-  Source(const Source&) = delete;
-  Source& operator=(const Source&) = delete;
-  ~Source() {
-    if (file_ > STDIN_FILENO) close(file_);
+  explicit Source(const std::string& path) : name_(path == "-" ? "standard input" : path), file_(path) {
+    if (!file_.bOpen() && KindOf(path) == FileKind::Folder) Fail("{} is a folder", path);
+    if (!file_.bOpen() && errno == ENOENT) Fail("there is no file {}", path);
+    const FileKind kind = file_.bOpen() ? file_.Kind() : FileKind::Missing;
+    if (kind == FileKind::Missing) Refuse();
+    if (kind == FileKind::Folder) Fail("{} is a folder", name_);
+    if (kind == FileKind::Stream) return;
+    start_ = file_.Position();
+    length_ = std::max<std::int64_t>(file_.Size() - start_, 0);
   }
 
   const std::string& Name() const { return name_; }
@@ -64,11 +58,10 @@ class RawInput::Source {
   /// Reads bytes at an offset; false when the file has become shorter. Requires a regular file.
   bool ReadAt(std::int64_t offset, char* bytes, std::int64_t n) const {
     for (std::int64_t done = 0; done < n;) {
-      const ssize_t part =
-          pread(file_, bytes + done, static_cast<std::size_t>(n - done), start_ + offset + done);
-      if (part < 0 && errno != EINTR) Refuse();
+      const std::int64_t part = file_.ReadAt(bytes + done, n - done, start_ + offset + done);
+      if (part < 0) Refuse();
       if (part == 0) return false;
-      if (part > 0) done += part;
+      done += part;
     }
     return true;
   }
@@ -78,11 +71,7 @@ class RawInput::Source {
 
   /// Reads the bytes that are available, as a pipe may be slow.
   bool Fill() {
-    if (!length_) AwaitInput(file_);
-    ssize_t n = 0;
-    do {
-      n = read(file_, buffer_.data(), buffer_.size());
-    } while (n < 0 && errno == EINTR);
+    const std::int64_t n = file_.Read(buffer_.data(), std::ssize(buffer_), CheckInterruption);
     if (n < 0) Refuse();
     begin_ = 0;
     end_ = n;
@@ -90,7 +79,7 @@ class RawInput::Source {
   }
 
   std::string name_;
-  int file_;
+  InputFile file_;
   std::int64_t start_ = 0;
   std::optional<std::int64_t> length_;
   std::vector<char> buffer_;

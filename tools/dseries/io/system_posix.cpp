@@ -1,0 +1,222 @@
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <filesystem>
+#include <glob.h>
+#include <poll.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "file/failure.h"
+#include "io/system.h"
+
+namespace dseries {
+
+void PrepareProgram(int&, char**&) {
+  for (const int descriptor : {standard_input, standard_output, standard_error}) {
+    if (fcntl(descriptor, F_GETFD) != -1) continue;
+    // Opens as `descriptor`: the lowest free number is taken. Access is such that use of the stream fails.
+    const int access = descriptor == standard_input ? O_WRONLY : O_RDONLY;
+    if (open("/dev/null", access) != descriptor) std::_Exit(EXIT_FAILURE);
+  }
+}
+
+bool bWritten(int stream, std::string_view text) {
+  while (!text.empty()) {
+    const ssize_t n = write(stream, text.data(), text.size());
+    if (n < 0 && errno != EINTR) return false;
+    if (n > 0) text.remove_prefix(static_cast<std::size_t>(n));
+  }
+  return true;
+}
+
+bool bTerminal(int stream) { return isatty(stream) != 0; }
+
+std::optional<int> TerminalWidth() {
+  winsize size{};
+  const bool known = ioctl(standard_output, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+  return known ? std::optional<int>(size.ws_col) : std::nullopt;
+}
+
+namespace {
+
+FileKind KindOf(const struct stat& status) {
+  return S_ISREG(status.st_mode)   ? FileKind::Regular
+         : S_ISDIR(status.st_mode) ? FileKind::Folder
+                                   : FileKind::Stream;
+}
+
+}  // namespace
+
+FileKind KindOf(const std::string& path) {
+  struct stat status {};
+  return stat(path.c_str(), &status) == 0 ? KindOf(status) : FileKind::Missing;
+}
+
+bool bExists(const std::string& path) {
+  struct stat status {};
+  return lstat(path.c_str(), &status) == 0;
+}
+
+std::string Followed(const std::string& name) {
+  constexpr int most_links = 40;
+  std::filesystem::path path = name;
+  std::error_code error;
+  for (int i = 0; std::filesystem::is_symlink(std::filesystem::symlink_status(path, error)); ++i) {
+    if (i == most_links) Fail("{} is a link that leads to itself", name);
+    const std::filesystem::path to = std::filesystem::read_symlink(path, error);
+    path = to.is_absolute() ? to : path.parent_path() / to;
+  }
+  return path.string();
+}
+
+bool bSameFile(const std::string& a, const std::string& b) {
+  struct stat first {
+  }, second{};
+  return stat(a.c_str(), &first) == 0 && stat(b.c_str(), &second) == 0 && first.st_dev == second.st_dev &&
+         first.st_ino == second.st_ino;
+}
+
+bool bWritable(const std::string& path) { return access(path.c_str(), W_OK) == 0; }
+
+std::FILE* OpenToReadBytes(const std::string& path) { return std::fopen(path.c_str(), "rb"); }
+std::FILE* OpenToWriteBytes(const std::string& path) { return std::fopen(path.c_str(), "wb"); }
+
+bool bMadeEmpty(const std::string& path) {
+  const int file = open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+  return file >= 0 && close(file) == 0;
+}
+
+void CopyPermissions(const std::string& from, const std::string& to) {
+  struct stat status {};
+  if (stat(from.c_str(), &status) == 0) chmod(to.c_str(), status.st_mode & 07777);
+}
+
+bool bRenamedOver(const std::string& from, const std::string& to) {
+  return std::rename(from.c_str(), to.c_str()) == 0;
+}
+
+bool bRenamedToFree(const std::string& from, const std::string& to) {
+  if (renameat2(AT_FDCWD, from.c_str(), AT_FDCWD, to.c_str(), RENAME_NOREPLACE) == 0) return true;
+  if (errno != EINVAL && errno != ENOSYS) return false;
+  if (bExists(to)) {  // not atomic on this file system
+    errno = EEXIST;
+    return false;
+  }
+  return bRenamedOver(from, to);
+}
+
+void RemoveFile(const char* path) noexcept { unlink(path); }
+
+std::vector<std::string> Matching(const std::string& pattern) {
+  glob_t found{};
+  if (glob(pattern.c_str(), GLOB_NOSORT, nullptr, &found) != 0) return {};
+  std::vector<std::string> names(found.gl_pathv, found.gl_pathv + found.gl_pathc);
+  globfree(&found);
+  std::sort(names.begin(), names.end(),
+            [](const std::string& a, const std::string& b) { return strverscmp(a.c_str(), b.c_str()) < 0; });
+  return names;
+}
+
+InputFile::InputFile(const std::string& path)
+    : descriptor_(path == "-" ? standard_input : open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY)) {}
+
+InputFile::~InputFile() {
+  if (descriptor_ > standard_input) close(descriptor_);
+}
+
+FileKind InputFile::Kind() const {
+  struct stat status {};
+  return fstat(descriptor_, &status) == 0 ? KindOf(status) : FileKind::Missing;
+}
+
+std::int64_t InputFile::Size() const {
+  struct stat status {};
+  return fstat(descriptor_, &status) == 0 ? status.st_size : -1;
+}
+
+std::int64_t InputFile::Position() const { return lseek(descriptor_, 0, SEEK_CUR); }
+
+std::int64_t InputFile::ReadAt(char* bytes, std::int64_t n, std::int64_t position) const {
+  for (;;) {
+    const ssize_t part = pread(descriptor_, bytes, static_cast<std::size_t>(n), position);
+    if (part >= 0 || errno != EINTR) return part;
+  }
+}
+
+// Signals.
+
+namespace {
+
+constexpr std::array ending_signals{SIGINT, SIGTERM, SIGHUP};
+
+bool (*program_ends)(int signal) = nullptr;
+sigset_t mask_before;  ///< while signals are blocked
+
+sigset_t EndingSignals() {
+  sigset_t set;
+  sigemptyset(&set);
+  for (const int signal : ending_signals) sigaddset(&set, signal);
+  return set;
+}
+
+extern "C" void OnSignal(int signal) {
+  if (!program_ends(signal)) return;
+  std::signal(signal, SIG_DFL);
+  std::raise(signal);  // is delivered when this handler returns
+}
+
+}  // namespace
+
+void OnEnding(bool (*ends)(int signal)) {
+  program_ends = ends;
+  struct sigaction action {};
+  action.sa_handler = OnSignal;
+  action.sa_mask = EndingSignals();
+  action.sa_flags = SA_RESTART;
+  for (const int signal : ending_signals) {
+    struct sigaction before {};
+    sigaction(signal, nullptr, &before);
+    if (before.sa_handler != SIG_IGN) sigaction(signal, &action, nullptr);
+  }
+  std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
+}
+
+EndingHeld::EndingHeld() {
+  const sigset_t set = EndingSignals();
+  sigprocmask(SIG_BLOCK, &set, &mask_before);
+}
+
+EndingHeld::~EndingHeld() { sigprocmask(SIG_SETMASK, &mask_before, nullptr); }
+
+std::int64_t InputFile::Read(char* bytes, std::int64_t n, void (*check)()) {
+  {
+    const EndingHeld held;  // until ppoll waits, so that no signal is missed before it
+    check();
+    pollfd input{descriptor_, POLLIN, 0};
+    ppoll(&input, 1, nullptr, &mask_before);
+    check();
+  }
+  for (;;) {
+    const ssize_t part = read(descriptor_, bytes, static_cast<std::size_t>(n));
+    if (part >= 0 || errno != EINTR) return part;
+  }
+}
+
+void EndBy(int signal) {
+  std::signal(signal, SIG_DFL);
+  std::raise(signal);
+  std::_Exit(128 + signal);  // if it is blocked
+}
+
+void EndIfUnread(int error) {
+  if (error == EPIPE) EndBy(SIGPIPE);
+}
+
+}  // namespace dseries
