@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Compares the command-line tool of another platform with that of this machine: both do the same work, which must
-# leave the same bytes and the same texts. Usage: tool.sh NATIVE PROGRAM [ARGUMENT...]
+# Compares the command-line tool of another platform with that of this machine: both do the same work, which
+# must leave the same bytes and the same texts. Usage: tool.sh NATIVE PROGRAM [ARGUMENT...]
 # NATIVE is the tool of this machine; PROGRAM and its arguments run the other one, such as: wine64 dseries.exe
 set -euo pipefail
 

@@ -11,9 +11,9 @@
 /// "nan", in upper or lower case, are numbers when they are whole words, but not as the beginning of "Info"
 /// or "Nanometres". White space, line ends included, separates numbers. There are no headers and no comments.
 ///
-/// On Windows open the files to be read with `std::ios::binary`: in text mode the positions of a stream, to which
-/// the functions return, do not count the characters, and data would be skipped or read twice. The line ends of
-/// Windows are white space too.
+/// On Windows open the files to be read with `std::ios::binary`: in text mode the positions of a stream, to
+/// which the functions return, do not count the characters, and data would be skipped or read twice. The line
+/// ends of Windows are white space too.
 
 /// The layout of a text.
 enum asrw_eFormat {

@@ -145,13 +145,13 @@ DATASTORAGE_EXPORT str_cString bstr_LockHolder(const str_cString& path);
 /// process rewrites there may be read with their old values until the input reads elsewhere. Appended bytes,
 /// and writes through this object or a copy of it, are always seen.
 ///
-/// Only regular files can be opened. On Windows a path is UTF-8 and may have any length that the file system takes;
-/// names of devices (NUL, COM1) and of streams within a file (with a colon) are refused. Others may read, write,
-/// rename and remove a file that is open. The handle is not inherited by child processes.
+/// Only regular files can be opened. On Windows a path is UTF-8 and may have any length that the file system
+/// takes; names of devices (NUL, COM1) and of streams within a file (with a colon) are refused. Others may
+/// read, write, rename and remove a file that is open. The handle is not inherited by child processes.
 ///
-/// On POSIX systems the first stream opened for writing makes the process ignore SIGXFSZ,
-/// the signal for an exceeded file size limit, unless the program handles it: by default it would end the
-/// program. The write fails instead.
+/// On POSIX systems the first stream opened for writing makes the process ignore SIGXFSZ, the signal for an
+/// exceeded file size limit, unless the program handles it: by default it would end the program. The write
+/// fails instead.
 ///
 /// A copy refers to the same open file and has positions of its own; the last copy closes the file. Distinct
 /// objects may be used from different threads; one object, or copies that share a file, from one thread at a
@@ -161,8 +161,8 @@ DATASTORAGE_EXPORT str_cString bstr_LockHolder(const str_cString& path);
 /// lock that another holds fails at once, without waiting. Streams opened without a lock, above all readers,
 /// are not affected. The system releases the lock when the last copy of the stream is destroyed or its
 /// process ends; a child process forked meanwhile that does not replace its program holds it too. Systems for
-/// which the library uses only standard C++ have no locks: there the ways of opening with a lock fail, since a
-/// second writer would destroy what the first one stores.
+/// which the library uses only standard C++ have no locks: there the ways of opening with a lock fail, since
+/// a second writer would destroy what the first one stores.
 class DATASTORAGE_EXPORT bstr_cBinary_fstream {
  public:
   /// Opens the file; check `bGood()` of input and output. One that is not good now never will be.
