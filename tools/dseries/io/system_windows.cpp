@@ -316,23 +316,41 @@ FileKind InputFile::Kind() const {
   const HANDLE file = HandleOf(descriptor_);
   SetLastError(NO_ERROR);
   const DWORD type = GetFileType(file);
-  if (type == FILE_TYPE_UNKNOWN && GetLastError() != NO_ERROR && !Failed()) return FileKind::Missing;
-  return type == FILE_TYPE_DISK ? FileKind::Regular : FileKind::Stream;  // folders cannot be opened
+  if (type == FILE_TYPE_DISK) return FileKind::Regular;  // folders cannot be opened
+  if (type != FILE_TYPE_UNKNOWN || GetLastError() == NO_ERROR) return FileKind::Stream;
+  Failed();
+  return FileKind::Missing;
 }
 
 std::int64_t InputFile::Size() const { return _filelengthi64(descriptor_); }
 
 std::int64_t InputFile::Position() const { return _lseeki64(descriptor_, 0, SEEK_CUR); }
 
-std::int64_t InputFile::ReadAt(char* bytes, std::int64_t n, std::int64_t position) const {
+namespace {
+
+/// Reads from a position, or the next bytes if `place` is null. Returns how many; 0 at the end, -1 on an
+/// error.
+std::int64_t ReadBytes(int descriptor, char* bytes, std::int64_t n, OVERLAPPED* place) {
   constexpr std::int64_t most = 1 << 30;
+  DWORD part = 0;
+  SetLastError(NO_ERROR);
+  const bool read =
+      ReadFile(HandleOf(descriptor), bytes, static_cast<DWORD>(std::min(n, most)), &part, place) != 0;
+  const DWORD error = GetLastError();
+  const bool interrupted = part == 0 && error == ERROR_OPERATION_ABORTED;  // a console succeeds then
+  if ((read && !interrupted) || error == ERROR_BROKEN_PIPE || error == ERROR_HANDLE_EOF) return part;
+  Failed();
+  if (interrupted) errno = EINTR;
+  return -1;
+}
+
+}  // namespace
+
+std::int64_t InputFile::ReadAt(char* bytes, std::int64_t n, std::int64_t position) const {
   OVERLAPPED place{};
   place.Offset = static_cast<DWORD>(position);
   place.OffsetHigh = static_cast<DWORD>(position >> 32);
-  DWORD part = 0;
-  if (ReadFile(HandleOf(descriptor_), bytes, static_cast<DWORD>(std::min(n, most)), &part, &place) != 0)
-    return part;
-  return GetLastError() == ERROR_HANDLE_EOF || Failed() ? 0 : -1;
+  return ReadBytes(descriptor_, bytes, n, &place);
 }
 
 // The end of the program.
@@ -376,20 +394,13 @@ EndingHeld::EndingHeld() { ending.lock(); }
 EndingHeld::~EndingHeld() { ending.unlock(); }
 
 std::int64_t InputFile::Read(char* bytes, std::int64_t n, void (*check)()) {
-  constexpr std::int64_t most = 1 << 30;
   check();
-  DWORD part = 0;
   SetReading(true);
-  SetLastError(NO_ERROR);
-  const bool read =
-      ReadFile(HandleOf(descriptor_), bytes, static_cast<DWORD>(std::min(n, most)), &part, nullptr) != 0;
-  const DWORD error = GetLastError();
+  const std::int64_t part = ReadBytes(descriptor_, bytes, n, nullptr);
   SetReading(false);
-  if (part == 0 && error == ERROR_OPERATION_ABORTED) Sleep(100);  // a console returns before ^C is reported
+  if (part < 0 && errno == EINTR) Sleep(100);  // a console returns before it reports ^C
   check();
-  if (read || error == ERROR_BROKEN_PIPE || error == ERROR_HANDLE_EOF) return part;
-  SetLastError(error);
-  return Failed() ? 0 : -1;
+  return part;
 }
 
 void EndBy(int) { std::_Exit(static_cast<int>(STATUS_CONTROL_C_EXIT)); }
