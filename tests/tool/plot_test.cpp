@@ -7,7 +7,7 @@
 #include <memory>
 #include <set>
 
-#include "figure/scale.h"
+#include "figure/figure.h"
 #include "file/text.h"
 #include "tool.h"
 
@@ -47,6 +47,25 @@ TEST(Scale, MarksRoundNumbersWhereTheyLie) {
         }
       }
     }
+  }
+  // Powers of ten at the very ends are marked.
+  for (const auto& [first, last] :
+       {std::pair(-300, 300), {-300, -299}, {299, 300}, {0, 1}, {0, 3}, {-7, 2}, {-3, 18}, {4, 22}}) {
+    for (const int most : {2, 5, 9}) {
+      const auto ticks = dseries::Scale(std::pow(10, first), std::pow(10, last), true).Ticks(most);
+      EXPECT_LE(ticks.size(), static_cast<std::size_t>(most) + 1) << first << ' ' << last;
+      EXPECT_NEAR(ticks.front().part, 0, last - first > most ? 0.5 : 1e-6) << first << ' ' << last;
+      EXPECT_NEAR(ticks.back().part, 1, last - first > most ? 0.5 : 1e-6) << first << ' ' << last;
+      EXPECT_NEAR(value_of(ticks.back().label) / std::pow(10, first + (last - first) * ticks.back().part), 1,
+                  1e-6);
+    }
+  }
+  EXPECT_THAT(dseries::Scale(1, 100, true).Ticks(9), testing::SizeIs(7));  // 1, 2, 5, 10, ...
+  for (const double same : {1e-300, 1e-5, 7.0, 1e300}) {
+    const auto ticks = dseries::Scale::Around({same, same}, true).Ticks(5);
+    EXPECT_TRUE(std::any_of(ticks.begin(), ticks.end(), [](const auto& tick) {
+      return std::fabs(tick.part - 0.5) < 0.3;
+    })) << same;
   }
   const dseries::Scale point(5, 5), none = dseries::Scale::Around({}, false);
   EXPECT_EQ(point.Part(5), 0.5);
@@ -179,9 +198,64 @@ TEST_F(Plots, ShowCurvesWithTheirGaps) {
     Succeed(std::string("plot a.dseries -o a.png ") + arguments);
     EXPECT_GT(ReadPng("a.png").size(), 100u);
   }
-  Refuse("plot a.dseries --row-at 1", "cannot be cut");
+  Refuse("plot a.dseries --row-at 1", "--row-at and --column-at are for 2D data");
   Refuse("plot a.dseries 1", "slot 1 is empty");
   Refuse("plot a.dseries 0 -p 0", "only one of DATUM");
+}
+
+TEST(TerminalPictures, FitEveryWindow) {
+  using dseries::Scale;
+  const std::string words = "a title of several words, longer than the window is wide";
+  dseries::Figure curves{words, words, words, words, {-1e7, 1e7}, {-123456, 0.5}, {}, {}, {}};
+  for (int c = 0; c < 3; ++c) curves.curves.push_back({words, {-1e7, 0, 1e7}, {-123456, 0.5 * c, 0}});
+  curves.cut_off = {9999, 17, 18, 19};
+  dseries::Figure raster = curves;
+  raster.curves.clear();
+  raster.raster = {arr_c2DNumberArray<double>(7, 3, nullptr, 1.0, true),
+                   Scale(-1.2345e-7, 6.789e20),
+                   dseries::ColorMap::Greys(),
+                   words,
+                   {9, 1, 1, 0}};
+  for (const dseries::Figure* figure : {&curves, &raster}) {
+    for (int columns = 12; columns < 90; columns += columns < 40 ? 1 : 7) {
+      for (int rows = 3; rows < 60; rows += rows < 20 ? 1 : 5) {
+        std::istringstream lines(DrawnAsText(*figure, columns, rows, false));
+        int count = 0;
+        for (std::string line; std::getline(lines, line); ++count) {
+          EXPECT_LE(dseries::Width(line), static_cast<std::size_t>(columns)) << line << rows;
+        }
+        EXPECT_TRUE(2 <= count && count <= rows) << count << " of " << rows << ' ' << columns;
+      }
+    }
+    EXPECT_THAT(DrawnAsText(*figure, 80, 50, false), HasSubstr(words + '\n' + words));
+  }
+}
+
+TEST_F(Plots, StackDataAsOnePicture) {
+  Write("a.txt", "0 1\n1 2\n2 3\n");
+  Write("b.txt", "1 7\n2 8\n3 9\n");
+  Write("c.txt", "0.5 1\n1.5 2\n");
+  Succeed("create a.dseries --dim T,K,4,10,5,reverse");
+  Succeed("append a.dseries a.txt b.txt a.txt c.txt");
+  const std::string text = Succeed("plot a.dseries :3 --heat --contrast 1,9");
+  EXPECT_THAT(text, StartsWith("a.dseries\n3 data\nT (K)\n"));
+  // The bottom row is that of the lowest position, which was stored last.
+  std::istringstream lines(text);
+  std::vector<std::string> rows;
+  for (std::string line; std::getline(lines, line);) {
+    const std::size_t axis = std::min(line.find("│"), line.find("┤"));
+    if (axis != line.npos) rows.push_back(line.substr(axis + 3));
+  }
+  ASSERT_GT(rows.size(), 8u);
+  EXPECT_THAT(rows.front(), StartsWith("·"));
+  EXPECT_THAT(rows[rows.size() / 2], StartsWith("  "));
+  EXPECT_THAT(rows[rows.size() / 2], testing::EndsWith("█"));
+  EXPECT_EQ(rows.back(), rows.front());
+  EXPECT_THAT(Succeed("plot a.dseries 0,2 --heat"), HasSubstr("T (K)"));
+  EXPECT_THAT(Succeed("plot a.dseries 0,1,0 --heat"), HasSubstr("data in the order chosen"));
+  EXPECT_THAT(Succeed("plot a.dseries 1 --heat --region 1.5,2.5 -o a.png"), HasSubstr("a.png: drawn"));
+  Refuse("plot a.dseries --heat", "the axes of data 3 and 2 differ");
+  Refuse("plot a.dseries 0 --heat --row-at 1", "--row-at and --column-at are for 2D data");
 }
 
 TEST_F(Plots, TellCurvesApartWithoutColours) {

@@ -46,7 +46,7 @@ TEST_F(Refusals, OfCommandLines) {
            "--precison; did you mean '--precision'? (see dseries get --help)"},
           {"list a.dseries -json", 2, "did you mean '--json'?"},
           {"get a.dseries 99999999999999999999", 2,
-           "DATUM: '99999999999999999999' is not a whole number from 0 to 2147"},
+           "DATUM: '99999999999999999999' is not a linear index, such as 7 or -1"},
           {"get a.dseries -i 0,-1", 2, "'-1' is not a whole number from 0"},
           {"get a.dseries 0 -o ''", 2, "empty"},
           {"create a.dseries", 2, "--dim is required (see dseries create --help)"},
@@ -349,8 +349,8 @@ TEST_F(Tool, DoesWhatItsHelpShows) {
   }
   Succeed("create spectra.dseries --dim sample,,2,1,1");
   Succeed("create cells.dseries --images --dim cell,,1,0,1");
-  for (const char* command : {"create", "append", "info", "list", "get", "find", "plot", "export", "map",
-                              "image", "convert", "verify", "repair", "help"}) {
+  for (const char* command : {"create", "append", "label", "info", "list", "get", "find", "plot", "export",
+                              "map", "image", "convert", "verify", "repair", "help"}) {
     if (command == std::string("repair"))
       std::filesystem::copy_file(folder_ / "sst.dseries", folder_ / "broken.dseries");
     std::istringstream help(Succeed(std::string(command) + " --help"));

@@ -38,8 +38,8 @@ std::unique_ptr<CLI::App> MakeProgram() {
   program->set_version_flag("--version", "dseries " DSERIES_VERSION, "Print the version and exit");
   program->require_subcommand(0, 1);
   program->footer("'dseries COMMAND --help' explains a command and shows an example.");
-  for (const auto add : {AddCreate, AddAppend, AddInfo, AddList, AddGet, AddFind, AddPlot, AddExport, AddMap,
-                         AddImage, AddConvert, AddVerify, AddRepair, AddHelp}) {
+  for (const auto add : {AddCreate, AddAppend, AddLabel, AddInfo, AddList, AddGet, AddFind, AddPlot,
+                         AddExport, AddMap, AddImage, AddConvert, AddVerify, AddRepair, AddHelp}) {
     add(*program);
   }
   return program;

@@ -1,7 +1,8 @@
 #include "cli/help.h"
 
 #include <cstddef>
-#include <sstream>
+
+#include "file/text.h"
 
 namespace dseries {
 
@@ -9,19 +10,6 @@ namespace {
 
 constexpr std::size_t terminal_width = 80;
 constexpr std::size_t name_width = 24;
-
-std::string Wrap(const std::string& text, std::size_t width) {
-  std::string wrapped;
-  std::size_t column = 0;
-  std::istringstream words(text);
-  for (std::string word; words >> word;) {
-    const bool fits = column + 1 + word.size() <= width;
-    if (column > 0) wrapped += fits ? ' ' : '\n';
-    column = (column > 0 && fits ? column + 1 : 0) + word.size();
-    wrapped += word;
-  }
-  return wrapped;
-}
 
 }  // namespace
 
@@ -34,7 +22,7 @@ std::string HelpFormatter::make_option_opts(const CLI::Option* option) const {
 }
 
 std::string HelpFormatter::make_option_desc(const CLI::Option* option) const {
-  return Wrap(option->get_description(), terminal_width - name_width);
+  return Wrapped(option->get_description(), terminal_width - name_width);
 }
 
 }  // namespace dseries

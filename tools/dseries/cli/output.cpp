@@ -58,7 +58,7 @@ void WriteColumns(const darr_c1DArray& array, const Output& output, const std::s
   WriteWhole(output, text.view(), source);
 }
 
-void WritePlaneOrLine(const darr_c2DArray& array, const PlaneView& view, const Drawing& drawing,
+void WritePlaneOrLine(const darr_c2DArray& array, const View& view, const Drawing& drawing,
                       const Output& output, const std::string& source) {
   if (output.path.empty()) Fail("--output is required: it names the file to write");
   if (!view.bLine()) {

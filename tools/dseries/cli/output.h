@@ -21,7 +21,7 @@ void WriteColumns(const darr_c1DArray& array, const Output& output, const std::s
 
 /// Writes the chosen part of a 2D array: one line as text, anything else as WritePlane does. Throws Failure
 /// without an output path.
-void WritePlaneOrLine(const darr_c2DArray& array, const PlaneView& view, const Drawing& drawing,
+void WritePlaneOrLine(const darr_c2DArray& array, const View& view, const Drawing& drawing,
                       const Output& output, const std::string& source);
 
 }  // namespace dseries

@@ -1,11 +1,10 @@
 #include "cli/show.h"
 
 #include <algorithm>
-#include <cmath>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
-#include <limits>
 #include <nlohmann/json.hpp>
+#include <utility>
 
 #include "file/coordinates.h"
 #include "file/dimensions.h"
@@ -24,46 +23,24 @@ std::vector<Table::Align> Alignments(const Series& series, unsigned int tag_type
   return columns;
 }
 
-std::string AxisText(const cal_cArrayCal& cal, int n) {
-  return fmt::format("from {} to {} in steps of {}", NumberText(cal.Position(0)),
-                     NumberText(cal.Position(n - 1)), NumberText(cal.Delta()));
-}
+// Data are looked at twice: first whether all can be read, and how wide their columns are, then to write each
+// without keeping it.
+class DatumTable {
+ public:
+  /// `tag_type` is that of the series.
+  DatumTable(const Series& series, unsigned int tag_type);
+  /// The headings.
+  std::string Text() const { return table_.Text(); }
+  /// As in Table, for data that are too many to be kept.
+  void Measure(int i) { table_.Measure(Cells(i)); }
+  std::string Line(int i) const { return table_.Line(Cells(i)); }
 
-template <class Array>
-std::string ElementsText(const Array& array) {
-  return Count(array.NumIndices(), "element", "elements") + " of type " + ElementName(array.DataType());
-}
+ private:
+  Table::Cells Cells(int i) const;
 
-template <class Array>
-std::string ValuesText(const Array& array) {
-  Array doubles(array);
-  doubles.Convert(dtyp_Float64);
-  const auto* values = static_cast<const double*>(doubles.Data());
-  double low = std::numeric_limits<double>::infinity(), high = -low, sum = 0;
-  int numbers = 0;
-  for (int i = 0; i < array.NumIndices(); ++i) {
-    if (std::isnan(values[i])) continue;
-    low = std::min(low, values[i]);
-    high = std::max(high, values[i]);
-    sum += values[i];
-    ++numbers;
-  }
-  if (numbers == 0) return "no numbers";
-  const int digits = DisplayDigits(array.DataType());
-  std::string text = fmt::format("{} to {}, mean {}", NumberText(low, digits), NumberText(high, digits),
-                                 NumberText(sum / numbers, digits));
-  if (const int others = array.NumIndices() - numbers; others > 0) {
-    text += fmt::format(", {} not a number", others);
-  }
-  return text;
-}
-
-}  // namespace
-
-void AddFiles(CLI::App& command, FileList& list) {
-  command.add_option("FILE", list.files, "Series files, or names of several with * in quotes")->required();
-  command.add_flag("--json", list.json, "Write JSON; several files make one document");
-}
+  const Series& series_;
+  Table table_;
+};
 
 DatumTable::DatumTable(const Series& series, unsigned int tag_type)
     : series_(series), table_(Alignments(series, tag_type)) {
@@ -107,20 +84,106 @@ nlohmann::ordered_json DatumAsJson(const Series& series, int i) {
   return json;
 }
 
-void AddArray(Table& table, const darr_c1DArray& array) {
-  const int n = array.NumIndices();
-  table.Row({"data", ElementsText(array) + (n == 0 ? "" : ", " + AxisText(array.Cal().AxisX(), n))});
-  table.Row({"values", ValuesText(array)});
+/// Calls `f` with the index of each of the data, or of all.
+template <class F>
+void ForEachOf(const Series& series, const std::optional<std::vector<int>>& data, F f) {
+  const int n = data ? static_cast<int>(data->size()) : series.NextWriteIndex();
+  for (int k = 0; k < n; ++k) f(data ? (*data)[static_cast<std::size_t>(k)] : k);
 }
 
-void AddArray(Table& table, const darr_c2DArray& array) {
+/// A text as a part of a larger one, where a margin stands before its lines.
+std::string Within(const std::string& margin, const std::string& text) {
+  std::string lines;
+  for (const char c : text) {
+    lines += c;
+    if (c == '\n') lines += margin;
+  }
+  return lines;
+}
+
+/// A text after a label, if there is one.
+std::string After(const Label& label, const std::string& text) {
+  const std::string before = LabelText(label);
+  return before.empty() ? text : before + ' ' + text;
+}
+
+std::string AxisText(const Label& label, const cal_cArrayCal& cal, int n) {
+  return After(label, fmt::format("from {} to {} in steps of {}", NumberText(cal.Position(0)),
+                                  NumberText(cal.Position(n - 1)), NumberText(cal.Delta())));
+}
+
+template <class Array>
+std::string ElementsText(const Array& array) {
+  return Count(array.NumIndices(), "element", "elements") + " of type " + ElementName(array.DataType());
+}
+
+template <class Array>
+std::string ValuesText(const Label& label, const Array& array) {
+  Statistics statistics;
+  statistics.Add(array);
+  return After(label, StatisticsText(statistics, DisplayDigits(array.DataType())));
+}
+
+}  // namespace
+
+void AddFiles(CLI::App& command, FileList& list) {
+  command.add_option("FILE", list.files, "Series files, or names of several with * in quotes")->required();
+  command.add_flag("--json", list.json, "Write JSON; several files make one document");
+}
+
+void PrintTable(const Series& series, const std::optional<std::vector<int>>& data,
+                const std::string& before) {
+  DatumTable table(series, series.TagTypeID());
+  ForEachOf(series, data, [&](int i) { table.Measure(i); });
+  fmt::print("{}{}", before, table.Text());
+  ForEachOf(series, data, [&](int i) { fmt::print("{}", table.Line(i)); });
+}
+
+void PrintJson(const Series& series, const std::optional<std::vector<int>>& data, const std::string& margin,
+               const std::string& before) {
+  ForEachOf(series, data, [&](int i) { series.Tag(i); });
+  const std::string inner = margin + "  ";
+  fmt::print("{}[", before);
+  const char* separator = "";
+  ForEachOf(series, data, [&](int i) {
+    fmt::print("{}\n{}{}", std::exchange(separator, ","), inner,
+               Within(inner, JsonText(DatumAsJson(series, i))));
+  });
+  fmt::print("{}]", *separator == '\0' ? "" : '\n' + margin);
+}
+
+void AddArray(Table& table, const darr_c1DArray& array, const Labels& labels) {
+  const int n = array.NumIndices();
+  table.Row(
+      {"data", ElementsText(array) + (n == 0 ? "" : ", " + AxisText(labels.x, array.Cal().AxisX(), n))});
+  table.Row({"values", ValuesText(labels.value, array)});
+}
+
+void AddArray(Table& table, const darr_c2DArray& array, const Labels& labels) {
   const int nx = array.NumIndicesX(), ny = array.NumIndicesY();
   table.Row({"data", fmt::format("{} x {} = {}", nx, ny, ElementsText(array))});
   if (array.NumIndices() > 0) {
-    table.Row({"x", AxisText(array.Cal().AxisX(), nx)});
-    table.Row({"y", AxisText(array.Cal().AxisY(), ny)});
+    table.Row({"x", AxisText(labels.x, array.Cal().AxisX(), nx)});
+    table.Row({"y", AxisText(labels.y, array.Cal().AxisY(), ny)});
   }
-  table.Row({"values", ValuesText(array)});
+  table.Row({"values", ValuesText(labels.value, array)});
+}
+
+void AddAttributes(Table& table, const Labels& labels) {
+  constexpr std::size_t longest = 24;
+  for (const auto& [name, value] : labels.attributes.items()) {
+    const std::string text = value.is_string() ? value.get<std::string>() : value.dump();
+    table.Row({Shortened(Printable(name.c_str()), longest), Printable(text.c_str())});
+  }
+}
+
+std::string StatisticsText(const Statistics& statistics, int digits) {
+  if (statistics.numbers == 0) return "no numbers";
+  const auto& [low, high] = statistics.extremes;
+  std::string text = fmt::format("{} to {}, mean {}", NumberText(low, digits), NumberText(high, digits),
+                                 NumberText(statistics.Mean(), digits));
+  if (statistics.not_a_numbers > 0) text += fmt::format(", {} not a number", statistics.not_a_numbers);
+  return text;
 }
 
 int DisplayDigits(dtyp_cDataType type) { return type == dtyp_Float32 ? 7 : 10; }

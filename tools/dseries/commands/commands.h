@@ -9,6 +9,7 @@ namespace dseries {
 
 void AddCreate(CLI::App& program);
 void AddAppend(CLI::App& program);
+void AddLabel(CLI::App& program);
 void AddInfo(CLI::App& program);
 void AddList(CLI::App& program);
 void AddGet(CLI::App& program);

@@ -2,6 +2,7 @@
 #include <memory>
 #include <string>
 
+#include "cli/labels.h"
 #include "cli/progress.h"
 #include "commands/commands.h"
 #include "file/failure.h"
@@ -11,7 +12,6 @@
 #include "io/console.h"
 #include "io/input.h"
 #include "io/losses.h"
-#include "io/newfile.h"
 #include "io/system.h"
 
 namespace dseries {
@@ -60,7 +60,7 @@ void Convert(const Options& options) {
   if (bSameFile(options.file, options.output)) Fail("{} is the series itself", options.output);
   Losses losses(type);
   int count = 0;
-  MakeSeries(options.output, options.force, [&](const std::string& path) {
+  MakeLabelledSeries(options.output, options.force, LabelsOf(options.file), [&](const std::string& path) {
     count = VisitDataType(data_type, [&]<class Array>(std::type_identity<Array>) {
       return CopyConverted<Array>(options, path, type, losses);
     });
@@ -83,9 +83,9 @@ void AddConvert(CLI::App& program) {
       ->type_name("TYPE")
       ->required()
       ->check(CLI::IsMember(ElementNames()));
-  command.add_flag("-f,--force", options->force, "Replace a file that exists");
+  command.add_flag("-f,--force", options->force, "Replace a file that exists, and its labels");
   command.footer(
-      "Dimensions, positions and tags are kept.\n\n"
+      "Dimensions, positions, tags and labels are kept.\n\n"
       "Example:\n"
       "  dseries convert sst.dseries sst64.dseries --type float64");
   command.callback([options] { Convert(*options); });

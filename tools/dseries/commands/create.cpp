@@ -3,10 +3,10 @@
 #include <type_traits>
 #include <vector>
 
+#include "cli/labels.h"
 #include "commands/commands.h"
 #include "file/dimensions.h"
 #include "file/series.h"
-#include "io/newfile.h"
 
 namespace dseries {
 
@@ -17,14 +17,18 @@ struct Options {
   std::vector<std::string> dimensions;
   bool images = false;
   bool force = false;
+  LabelEdits labels;
 };
 
 void Create(const Options& options) {
   const dtsr_cDimensionArray dimensions = ParseDimensions(options.dimensions);
-  MakeSeries(options.file, options.force, [&](const std::string& path) {
-    VisitDataType(
-        options.images ? darr_c2DArray::DataTypeID() : darr_c1DArray::DataTypeID(),
-        [&]<class Array>(std::type_identity<Array>) { const DataSeries<Array> series(path, dimensions); });
+  const unsigned int data_type = options.images ? darr_c2DArray::DataTypeID() : darr_c1DArray::DataTypeID();
+  Labels labels;
+  Edit(labels, options.labels, data_type);
+  MakeLabelledSeries(options.file, options.force, labels, [&](const std::string& path) {
+    VisitDataType(data_type, [&]<class Array>(std::type_identity<Array>) {
+      const DataSeries<Array> series(path, dimensions);
+    });
   });
 }
 
@@ -43,11 +47,15 @@ void AddCreate(CLI::App& program) {
       ->required()
       ->allow_extra_args(false);
   command.add_flag("--images", options->images, "For 2D data (pictures and the like) instead of 1D data");
-  command.add_flag("-f,--force", options->force, "Replace a file that exists");
+  command.add_flag("-f,--force", options->force, "Replace a file that exists, and its labels");
+  AddLabelEdits(command, options->labels);
   command.footer(
       "Example: a raster of 180 x 90 places\n"
       "  dseries create sst.dseries --dim longitude,degrees_east,180,21,2 \\\n"
       "                             --dim latitude,degrees_north,90,-89,2\n"
+      "Spectra, and what their axes are\n"
+      "  dseries create samples.dseries --dim sample,,20,1,1 \\\n"
+      "    --x 'Energy (eV)' --value counts --set operator='J. Doe'\n"
       "12 pictures, one of each month\n"
       "  dseries create months.dseries --images --dim month,,12,0,1");
   command.callback([options] { Create(*options); });

@@ -12,7 +12,9 @@
 #include <vector>
 
 #include "cli/choice.h"
+#include "cli/labels.h"
 #include "cli/progress.h"
+#include "cli/view.h"
 #include "commands/commands.h"
 #include "file/coordinates.h"
 #include "file/failure.h"
@@ -31,6 +33,7 @@ namespace {
 struct Options {
   std::string file;
   Choice choice;
+  View view;
   Target output;
 };
 
@@ -56,13 +59,11 @@ std::string ValueText(const pnum_cNumber& value) {
 
 /// The names of the columns: coordinates, positions and values, made unique.
 template <class Array>
-std::vector<std::string> ColumnNames(std::vector<std::string> names) {
-  if constexpr (std::is_same_v<Array, darr_c2DArray>) {
-    names.insert(names.end(), {"position_x", "position_y"});
-  } else {
-    names.push_back("position");
-  }
-  names.push_back("value");
+std::vector<std::string> ColumnNames(std::vector<std::string> names, const Labels& labels) {
+  const bool plane = std::is_same_v<Array, darr_c2DArray>;
+  names.push_back(LabelText(labels.x, plane ? "position_x" : "position"));
+  if (plane) names.push_back(LabelText(labels.y, "position_y"));
+  names.push_back(LabelText(labels.value, "value"));
   for (auto name = names.begin(); name != names.end(); ++name) {
     const std::string wanted = *name;
     for (int n = 2; std::find(names.begin(), name, *name) != name; ++n)
@@ -90,11 +91,11 @@ std::string CsvLine(const std::vector<std::string>& cells) {
 template <class Array>
 class CsvWriter {
  public:
-  CsvWriter(const Series& series, bool single, OutFile& out)
+  CsvWriter(const Series& series, const Labels& labels, bool single, OutFile& out)
       : coordinates_(series), single_(single), out_(out) {
     std::vector<std::string> names;
     if (!single) names = coordinates_.Names();
-    out_.Write(CsvLine(ColumnNames<Array>(std::move(names))) + '\n');
+    out_.Write(CsvLine(ColumnNames<Array>(std::move(names), labels)) + '\n');
   }
 
   void Write(int i, const Array& array) {
@@ -160,7 +161,7 @@ class NpyWriter {
   }
 
   std::vector<NpyField> Fields() const {
-    const std::vector<std::string> names = ColumnNames<Array>(coordinates_.Names());
+    const std::vector<std::string> names = ColumnNames<Array>(coordinates_.Names(), {});
     std::vector<std::string> types = coordinates_.NpyTypes();
     std::vector<std::vector<int>> extents(types.size());
     for (const int extent : extents_) {
@@ -182,11 +183,11 @@ class NpyWriter {
 };
 
 template <class Array, class Writer>
-void WriteData(DataSeries<Array>& series, const std::vector<int>& data, Writer writer) {
+void WriteData(DataSeries<Array>& series, const std::vector<int>& data, const View& view, Writer writer) {
   Progress progress("exporting", static_cast<std::int64_t>(data.size()));
   std::int64_t done = 0;
   for (const int i : data) {
-    writer.Write(i, series.Datum(i));
+    writer.Write(i, Cut(series.Datum(i), view));
     progress.Show(++done);
   }
 }
@@ -197,12 +198,13 @@ void ExportSeries(const Options& options, bool npy) {
   const std::vector<int> data = Chosen(series, options.choice);
   const bool single = !options.choice.bNone() && data.size() == 1;
   if (data.empty()) Fail("{} holds no data yet", options.file);
+  const Labels labels = LabelsOf(options.file);
   OutFile out(options.output, options.file);
   if (npy) {
     const std::optional<int> records = single ? std::nullopt : std::optional(static_cast<int>(data.size()));
-    WriteData(series, data, NpyWriter<Array>(series, records, out));
+    WriteData(series, data, options.view, NpyWriter<Array>(series, records, out));
   } else {
-    WriteData(series, data, CsvWriter<Array>(series, single, out));
+    WriteData(series, data, options.view, CsvWriter<Array>(series, labels, single, out));
   }
   out.Finish();
   if (options.output.path != "-") {
@@ -225,13 +227,15 @@ void AddExport(CLI::App& program) {
   CLI::App& command = *program.add_subcommand("export", "Write data as a table for other programs");
   command.add_option("FILE", options->file, "The series file")->required();
   AddChoice(command, options->choice, Many::Yes);
+  AddRegion(command, options->view);
   AddTarget(command, options->output,
             "Text with commas (.csv), or records of NumPy (.npy). - is text on standard output")
       ->required();
   command.footer(
       "Text has a line for each element: the place and time of its datum (unless only\n"
-      "one datum was chosen), its position and its value. NumPy gets a record for each\n"
-      "datum: its place, its time, and all of its positions and values.\n\n"
+      "one datum was chosen), its position and its value, under the labels of the\n"
+      "series. NumPy gets a record for each datum: its place, its time, and all of its\n"
+      "positions and values, always named position and value.\n\n"
       "Example: a whole raster, a datum of it, and how Python reads them\n"
       "  dseries export sst.dseries -o sst.npy\n"
       "  dseries export sst.dseries --position 181,1 -o place.csv\n"

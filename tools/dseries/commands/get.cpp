@@ -4,6 +4,7 @@
 #include <type_traits>
 
 #include "cli/choice.h"
+#include "cli/labels.h"
 #include "cli/output.h"
 #include "cli/show.h"
 #include "cli/table.h"
@@ -26,18 +27,18 @@ namespace {
 struct Options {
   std::string file;
   Choice choice;
-  PlaneView view;
+  View view;
   Drawing drawing;
   Output output;
 };
 
 /// All elements of a short array, both ends of a long one.
-std::string ElementsText(const darr_c1DArray& array) {
+std::string ElementsText(const darr_c1DArray& array, const Labels& labels) {
   constexpr int short_array = 24, ends = 8;
   const int n = array.NumIndices();
   const int digits = DisplayDigits(array.DataType());
   Table table({Table::Right, Table::Right});
-  table.Heading({"position", "value"});
+  table.Heading({LabelText(labels.x, "position"), LabelText(labels.value, "value")});
   for (int i = 0; i < n; ++i) {
     if (n > short_array && i == ends) {
       table.Row({"...", "..."});
@@ -49,7 +50,7 @@ std::string ElementsText(const darr_c1DArray& array) {
 }
 
 /// Empty: planes have too many elements to show.
-std::string ElementsText(const darr_c2DArray&) { return ""; }
+std::string ElementsText(const darr_c2DArray&, const Labels&) { return ""; }
 
 template <class Array>
 void Show(const Series& series, int i, const Array& array) {
@@ -67,16 +68,18 @@ void Show(const Series& series, int i, const Array& array) {
   if (const auto* position = PositionOf(*tag)) {
     table.Row({"tag", fmt::format("{}, {}", TagText(position->X()), TagText(position->Y()))});
   }
-  AddArray(table, array);
+  const Labels labels = LabelsOf(series.FilePath().CString());
+  AddArray(table, array, labels);
   fmt::print("datum {} of {}\n{}", i, series.FilePath().CString(), table.Text(2));
-  if (const std::string elements = ElementsText(array); !elements.empty()) fmt::print("\n{}", elements);
+  if (const std::string elements = ElementsText(array, labels); !elements.empty())
+    fmt::print("\n{}", elements);
 }
 
 void WriteOrShow(const Series& series, int i, const darr_c1DArray& array, const Options& options) {
-  if (!options.view.bNone() || !options.drawing.bNone())
-    Fail("{} holds 1D data, which cannot be cut or drawn", options.file);
-  if (options.output.path.empty()) return Show(series, i, array);
-  WriteColumns(array, options.output, options.file);
+  if (!options.drawing.bNone()) Fail("1D data are drawn by 'dseries plot', not by get");
+  const darr_c1DArray cut = Cut(array, options.view);
+  if (options.output.path.empty()) return Show(series, i, cut);
+  WriteColumns(cut, options.output, options.file);
 }
 
 void WriteOrShow(const Series& series, int i, const darr_c2DArray& array, const Options& options) {
@@ -89,7 +92,7 @@ void WriteOrShow(const Series& series, int i, const darr_c2DArray& array, const 
 void Get(const Options& options) {
   VisitDataType(KnownDataType(options.file), [&]<class Array>(std::type_identity<Array>) {
     DataSeries<Array> series(options.file, bstr_OpenReadOnly);
-    const int i = Chosen(series, options.choice).front();
+    const int i = ChosenOne(series, options.choice);
     WriteOrShow(series, i, series.Datum(i), options);
   });
 }

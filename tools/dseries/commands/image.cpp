@@ -20,7 +20,7 @@ struct Options {
   std::string input;
   InputForm form;
   std::string type;
-  PlaneView view;
+  View view;
   Drawing drawing;
   Output output;
 };
@@ -33,7 +33,7 @@ void Image(Options options) {
     return WritePlaneOrLine(array, options.view, options.drawing, options.output, options.input);
   }
   Table table({Table::Left, Table::Left});
-  AddArray(table, array);
+  AddArray(table, array, {});
   fmt::print("{}\n{}", options.input, table.Text(2));
 }
 

@@ -1,4 +1,6 @@
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <fmt/format.h>
 #include <memory>
@@ -8,6 +10,8 @@
 #include <vector>
 
 #include "cli/choice.h"
+#include "cli/labels.h"
+#include "cli/stack.h"
 #include "cli/view.h"
 #include "commands/commands.h"
 #include "figure/drawing.h"
@@ -15,6 +19,7 @@
 #include "file/failure.h"
 #include "file/header.h"
 #include "file/series.h"
+#include "file/text.h"
 #include "io/files.h"
 #include "io/input.h"
 #include "io/system.h"
@@ -26,23 +31,45 @@ namespace {
 struct Options {
   std::string file;
   Choice choice;
-  PlaneView view;
+  View view;
   Drawing drawing;
+  bool heat = false;
   Target output;
 };
 
 constexpr std::size_t most_curves = 12;
 
-Caption CaptionOf(const Options& options) { return {FileName(options.file), "", "x", "y", ""}; }
+/// The labels of a plane.
+Caption CaptionOf(const Options& options, const Labels& labels) {
+  return {TitleOf(labels, options.file), "", LabelText(labels.x, "x"), LabelText(labels.y, "y"),
+          LabelText(labels.value)};
+}
+
+/// Changes the labels to those of curves; `position` is the name of their X axis without a label.
+void LabelCurves(Caption& caption, const Options& options, const Labels& labels, const char* position) {
+  caption.x_label = options.view.column ? caption.y_label : LabelText(labels.x, position);
+  caption.y_label = LabelText(labels.value, "value");
+}
 
 Figure FigureOfPlane(const darr_c2DArray& array, const Options& options, const Caption& caption) {
   return FigureOf(Cut(array, options.view), options.drawing, caption);
 }
 
 /// The elements of an array that a curve shows.
-darr_c1DArray LineOf(const darr_c1DArray& array, const PlaneView&) { return array; }
-darr_c1DArray LineOf(const darr_c2DArray& array, const PlaneView& view) {
-  return Line(Cut(array, view), view);
+darr_c1DArray LineOf(const darr_c1DArray& array, const View& view) { return Cut(array, view); }
+darr_c1DArray LineOf(const darr_c2DArray& array, const View& view) { return Line(Cut(array, view), view); }
+
+/// A picture of the data, datum against position.
+Figure FigureOfStack(const Stack& stack, std::size_t data, const Options& options, Caption caption,
+                     const Labels& labels) {
+  if (data > 1) {
+    caption.subtitle = Count(static_cast<std::int64_t>(data), "datum", "data");
+    if (!stack.place.empty()) caption.subtitle += ": " + stack.place;
+  }
+  caption.x_label = LabelText(labels.x, "position");
+  caption.y_label = stack.row_label;
+  caption.to_scale = false;
+  return FigureOf(stack.plane, options.drawing, caption);
 }
 
 template <class Array>
@@ -50,26 +77,30 @@ Figure FigureOfSeries(const Options& options) {
   DataSeries<Array> series(options.file, bstr_OpenReadOnly);
   const std::vector<int> data = Chosen(series, options.choice);
   if (data.empty()) Fail("{} holds no data yet", options.file);
-  Caption caption = CaptionOf(options);
+  const Labels labels = LabelsOf(options.file);
+  Caption caption = CaptionOf(options, labels);
   if (data.size() == 1) caption.subtitle = DatumText(series, data.front());
-  if constexpr (std::is_same_v<Array, darr_c2DArray>) {
+  constexpr bool plane = std::is_same_v<Array, darr_c2DArray>;
+  if constexpr (plane) {
+    if (options.heat) Fail("{} holds 2D data; --heat makes a picture of many 1D data", options.file);
     if (!options.view.bLine()) {
       if (data.size() > 1) Fail("{} data cannot be drawn over each other; choose one", data.size());
       return FigureOfPlane(series.Datum(data.front()), options, caption);
     }
-  } else if (!options.view.bNone()) {
-    Fail("{} holds 1D data, which cannot be cut", options.file);
+  } else if (options.heat) {
+    return FigureOfStack(StackOf(series, data, options.view), data.size(), options, caption, labels);
   }
-  if (data.size() > most_curves)
-    Fail("{} data are too many for one plot; choose up to {}", data.size(), most_curves);
+  if (data.size() > most_curves) {
+    Fail("{} data are too many for one plot; choose up to {}, or draw 1D data as one picture with --heat",
+         data.size(), most_curves);
+  }
   std::vector<Curve> curves;
   curves.reserve(data.size());
   for (const int i : data) {
     curves.push_back(
         CurveOf(LineOf(series.Datum(i), options.view), PositionText(series, i), options.drawing));
   }
-  caption.x_label = options.view.column ? "y" : std::is_same_v<Array, darr_c2DArray> ? "x" : "position";
-  caption.y_label = "value";
+  LabelCurves(caption, options, labels, plane ? "x" : "position");
   return FigureOf(std::move(curves), options.drawing, caption);
 }
 
@@ -81,19 +112,20 @@ Figure FigureOfFile(const Options& options) {
   }
   if (!options.choice.bNone()) Fail("{} is not a series, so no datum can be chosen", options.file);
   const darr_c2DArray plane = ReadPlane(options.file, {}, PrintWarning);
-  Caption caption = CaptionOf(options);
+  Caption caption = CaptionOf(options, {});
   if (!options.view.bLine()) return FigureOfPlane(plane, options, caption);
-  caption.x_label = options.view.column ? "y" : "x";
-  caption.y_label = "value";
+  LabelCurves(caption, options, {}, "x");
   return FigureOf({CurveOf(LineOf(plane, options.view), "", options.drawing)}, options.drawing, caption);
 }
 
-/// Shows the figure on standard output, as wide as the terminal.
+/// Shows the figure on standard output, so that it fits the terminal.
 void Show(const Figure& figure) {
-  constexpr int usual = 80, least = 40, most = 160;
+  constexpr int usual = 80, least = 12, most = 160, least_rows = 3;
   const bool terminal = bTerminal(standard_output);
-  const int columns = std::clamp(TerminalWidth().value_or(usual), least, most);
-  fmt::print("{}", DrawnAsText(figure, columns, terminal && std::getenv("NO_COLOR") == nullptr));
+  const auto window = TerminalSize();
+  const int columns = window ? std::clamp(window->columns, least, most) : usual;
+  const int rows = window ? std::max(window->rows - 1, least_rows) : 0;  // one for the prompt
+  fmt::print("{}", DrawnAsText(figure, columns, rows, terminal && std::getenv("NO_COLOR") == nullptr));
 }
 
 void Plot(const Options& options) {
@@ -115,20 +147,24 @@ void AddPlot(CLI::App& program) {
       ->required();
   AddChoice(command, options->choice, Many::Yes);
   AddView(command, options->view);
+  command.add_flag("--heat", options->heat,
+                   "Draw 1D data as one picture: a row for each datum, its values as colours");
   AddColors(command, options->drawing);
   AddLabels(command, options->drawing);
   command.add_flag("--steps", options->drawing.steps, "Curves hold each value up to the next position");
   AddTarget(command, options->output, "Draw to a file (.png, .svg, .pdf)");
   command.footer(
-      "1D data become curves, several of them in one plot; 2D data become a map in\n"
-      "colours, or curves along a row or a column of them.\n\n"
+      "1D data become curves, several of them in one plot, or rows of one picture; 2D\n"
+      "data become a map in colours, or curves along a row or a column of them.\n\n"
       "Example: two spectra in the terminal, and one as a picture\n"
-      "  dseries plot spectra.dseries 0 1\n"
+      "  dseries plot spectra.dseries 0,1\n"
       "  dseries plot spectra.dseries 0 --log --x-label \"2θ (°)\" --y-label counts \\\n"
       "    -o spectrum.png\n"
       "A map, and how it changes along the equator\n"
       "  dseries plot months.dseries 0 --contrast full -o january.svg\n"
-      "  dseries plot months.dseries 0 6 --row-at 0");
+      "  dseries plot months.dseries 0 6 --row-at 0\n"
+      "The months along the equator, as one picture\n"
+      "  dseries plot sst.dseries --where latitude=0 --heat -o equator.png");
   command.callback([options] { Plot(*options); });
 }
 

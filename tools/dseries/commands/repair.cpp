@@ -2,6 +2,7 @@
 #include <optional>
 #include <string>
 
+#include "cli/labels.h"
 #include "cli/progress.h"
 #include "commands/commands.h"
 #include "file/failure.h"
@@ -9,7 +10,6 @@
 #include "file/reading.h"
 #include "file/salvage.h"
 #include "io/console.h"
-#include "io/newfile.h"
 #include "io/system.h"
 
 namespace dseries {
@@ -27,7 +27,7 @@ void Repair(const Options& options) {
   const Header header = ReadHeader(damaged);
   if (bSameFile(options.file, options.output)) Fail("{} is the damaged file itself", options.output);
   Salvaged saved{};
-  MakeSeries(options.output, options.force, [&](const std::string& path) {
+  MakeLabelledSeries(options.output, options.force, LabelsOf(options.file), [&](const std::string& path) {
     std::optional<Progress> bar;
     const SalvageReport report{[](const std::string& sentence) { Note("{}", sentence); },
                                [&bar](int done, int data) {
@@ -48,11 +48,11 @@ void AddRepair(CLI::App& program) {
       *program.add_subcommand("repair", "Save what is whole in a damaged series file into a new one");
   command.add_option("FILE", options->file, "The damaged file; it is only read")->required();
   command.add_option("-o,--output", options->output, "The file to make")->type_name("NEW")->required();
-  command.add_flag("-f,--force", options->force, "Replace a file that exists");
+  command.add_flag("-f,--force", options->force, "Replace a file that exists, and its labels");
   command.footer(
       "Lists what is lost. Data keep their indices: an array without elements takes\n"
       "the place of a lost datum that has others after it. Data of an unknown kind are\n"
-      "copied byte for byte, where the offset lists give their places.\n\n"
+      "copied byte for byte, where the offset lists give their places. Labels are kept.\n\n"
       "Example:\n"
       "  dseries repair broken.dseries -o saved.dseries");
   command.callback([options] { Repair(*options); });

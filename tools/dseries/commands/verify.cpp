@@ -7,12 +7,28 @@
 #include "commands/commands.h"
 #include "file/check.h"
 #include "file/failure.h"
+#include "file/header.h"
+#include "file/labels.h"
 #include "file/text.h"
 #include "io/files.h"
+#include <DataStorage/interfaces/constants.h>
 
 namespace dseries {
 
 namespace {
+
+/// Why the labels beside a file cannot be used; empty when they can.
+std::string LabelFault(const std::string& path, std::vector<std::string>& notes) {
+  try {
+    const Labels labels = ReadLabels(path);
+    if (!labels.y.bEmpty() && ReadHeader(path).dataType == obty_1DDataArrayType) {
+      notes.push_back("the labels name a Y axis, and 1D data have none");
+    }
+    return "";
+  } catch (const Failure& failure) {
+    return failure.what();
+  }
+}
 
 void Verify(const std::string& path) {
   Findings findings;
@@ -20,17 +36,20 @@ void Verify(const std::string& path) {
     Progress progress("verifying", 100);
     findings = Check(path, [&](int done, int valid) { progress.Show(std::int64_t{100} * done / valid); });
   }
+  const std::string label_fault = LabelFault(path, findings.notes);
   for (const std::string& note : findings.notes) fmt::print("{}: note: {}\n", path, note);
   for (const std::string& fault : findings.faults) fmt::print("{}: {}\n", path, fault);
   if (const auto unlisted = findings.fault_count - static_cast<std::int64_t>(findings.faults.size());
       unlisted > 0) {
     fmt::print("{}: and {}\n", path, Count(unlisted, "more fault", "more faults"));
   }
+  if (!label_fault.empty()) fmt::print("{}: {}\n", path, label_fault);
   if (findings.fault_count > 0) {
     Fail("{} is damaged: {}, {} of {} data are whole; 'dseries repair {} -o NEW' saves those", path,
          Count(findings.fault_count, "fault", "faults"), findings.whole, findings.valid, ShellWord(path));
   }
   fmt::print("{}: whole, {} of {} slots filled\n", path, findings.valid, findings.slots);
+  if (!label_fault.empty()) Fail("the labels of {} are damaged", path);
 }
 
 /// Checks all files before it throws.
@@ -57,8 +76,9 @@ void AddVerify(CLI::App& program) {
   command.add_option("FILE", *files, "Series files, or names of several with * in quotes")->required();
   command.footer(
       "Lists all faults; with any, the exit status is 1. It compares header,\n"
-      "dimensions, offset lists, data and tags with each other. It cannot detect a\n"
-      "changed value, position or time, as the file holds no checksums.\n\n"
+      "dimensions, offset lists, data and tags with each other, and reads the labels\n"
+      "beside the file. It cannot detect a changed value, position or time, as the\n"
+      "file holds no checksums.\n\n"
       "Example:\n"
       "  dseries verify sst.dseries months.dseries");
   command.callback([files] { VerifyAll(*files); });

@@ -104,7 +104,8 @@ Figure Blank(const Drawing& drawing, const Caption& caption, const Scale& x, con
           y,
           {},
           {},
-          {}};
+          {},
+          caption.to_scale};
 }
 
 Raster Scaled(const arr_c2DNumberArray<double>& values, const Scale& scale, const ColorMap& colors,

@@ -38,6 +38,7 @@ struct Caption {
   std::string x_label;
   std::string y_label;
   std::string z_label;
+  bool to_scale = true;  ///< the axes have the same units
 };
 
 /// The values with their colours. The scale goes by default from the 1st to the 99th percentile of the finite

@@ -5,7 +5,7 @@ namespace dseries {
 double AspectOf(const Figure& figure) {
   constexpr double longest = 4, other = 1.4;
   const double aspect = (figure.x.High() - figure.x.Low()) / (figure.y.High() - figure.y.Low());
-  return aspect > longest || aspect < 1 / longest ? other : aspect;
+  return !figure.to_scale || aspect > longest || aspect < 1 / longest ? other : aspect;
 }
 
 std::string LabelWithFactor(const std::string& label, const Scale& scale) {

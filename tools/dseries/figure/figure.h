@@ -37,10 +37,12 @@ struct Figure {
   Scale y;
   std::vector<Curve> curves;
   std::optional<Raster> raster;
-  CutOff cut_off;  ///< values of the curves or the raster outside their scale
+  CutOff cut_off;        ///< values of the curves or the raster outside their scale
+  bool to_scale = true;  ///< a unit of a raster is as long along X as along Y
 };
 
-/// Width over height of the raster in a figure: that of the axes, unless it would be a thin strip.
+/// Width over height of the raster in a figure: that of the axes if they are to scale, unless it would be a
+/// thin strip.
 double AspectOf(const Figure& figure);
 
 /// The label of an axis, with the factor that its numbers leave out.
@@ -56,7 +58,8 @@ std::string Painted(const Figure& figure, Paper paper);
 /// are too many values.
 std::string PixelsAsPng(const Raster& raster);
 
-/// The figure as text of so many columns, with escape sequences for colours if `colors` is true.
-std::string DrawnAsText(const Figure& figure, int columns, bool colors);
+/// The figure as text of so many columns, 12 or more, with escape sequences for colours if `colors` is true.
+/// In at most so many rows, 3 or more, if they are not 0: where they are few, titles and labels are left out.
+std::string DrawnAsText(const Figure& figure, int columns, int rows, bool colors);
 
 }  // namespace dseries

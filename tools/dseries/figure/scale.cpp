@@ -75,7 +75,9 @@ double Scale::Part(double value) const {
 
 std::vector<Tick> Scale::Ticks(int most) const { return bDecades() ? DecadeTicks(most) : EvenTicks(most); }
 
-bool Scale::bDecades() const { return logarithmic_ && DecadeOf(high_) - DecadeOf(low_ * (1 - 1e-9)) > 1; }
+int Scale::FirstDecade() const { return static_cast<int>(std::ceil(std::log10(low_) - 1e-9)); }
+
+bool Scale::bDecades() const { return logarithmic_ && DecadeOf(high_) > FirstDecade(); }
 
 int Scale::Exponent() const {
   const int exponent = DecadeOf(std::max(std::fabs(low_), std::fabs(high_)));
@@ -125,13 +127,24 @@ std::string CutOff::Text() const {
 
 std::vector<Tick> Scale::DecadeTicks(int most) const {
   constexpr int plain = 4;  // decades up to which a number is as short as a power
-  const int first = DecadeOf(low_ * (1 - 1e-9)) + 1, last = DecadeOf(high_);
-  const int step = (last - first) / std::max(most, 1) + 1;
+  const int first = FirstDecade(), last = DecadeOf(high_);
+  const int steps = std::max(most, 1), least = (last - first + steps - 1) / steps;
+  // Multiples of 1, 2, 5, 10, 20, ... decades, unless only one of them lies here.
+  const int step = std::max(static_cast<int>(std::lround(RoundStep(least))), 1);
+  int begin = static_cast<int>(std::ceil(static_cast<double>(first) / step)) * step;
+  if (begin + step > last) begin = first;
+  // Few powers leave room for the numbers between them.
+  static constexpr int factors[] = {1, 2, 5};
+  const bool finer = 3 * (last - first + 1) <= most;
   std::vector<Tick> ticks;
-  for (int decade = first; decade <= last; decade += step) {
-    const double value = std::pow(10, decade);
-    ticks.push_back(
-        {Part(value), std::abs(decade) <= plain ? fmt::format("{:g}", value) : PowerText(decade)});
+  for (int decade = finer ? begin - 1 : begin; decade <= last; decade += step) {
+    for (int f = 0; f < (finer ? 3 : 1); ++f) {
+      const double value = factors[f] * std::pow(10, decade);
+      if (finer && (value < low_ * (1 - 1e-9) || value > high_ * (1 + 1e-9))) continue;
+      const std::string power =
+          f == 0 ? PowerText(decade) : fmt::format("{}×{}", factors[f], PowerText(decade));
+      ticks.push_back({Part(value), std::abs(decade) <= plain ? fmt::format("{:g}", value) : power});
+    }
   }
   return ticks;
 }

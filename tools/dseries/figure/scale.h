@@ -46,6 +46,8 @@ class Scale {
   std::string Factor() const;
 
  private:
+  /// The exponent of the lowest power of ten on a logarithmic axis.
+  int FirstDecade() const;
   /// Whether powers of ten are marked, that is, whether there are enough of them.
   bool bDecades() const;
   std::vector<Tick> EvenTicks(int most) const;

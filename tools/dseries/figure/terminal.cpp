@@ -132,11 +132,13 @@ std::string_view Shade(double part) {
   return shades[static_cast<std::size_t>(std::lround(part * (shades.size() - 1)))];
 }
 
-Canvas RasterCanvas(const Figure& figure, std::size_t room, bool colors) {
+Canvas RasterCanvas(const Figure& figure, std::size_t room, std::size_t most_rows, bool colors) {
   const double aspect = AspectOf(figure);
-  const double width = std::min(static_cast<double>(room), 2 * most_raster_rows * aspect);
+  const double widest = figure.to_scale ? 2 * static_cast<double>(most_rows) * aspect : 1e9;
+  const double width = std::min(static_cast<double>(room), widest);
   const auto columns = static_cast<std::size_t>(std::max(width, 1.0));
-  const auto rows = static_cast<std::size_t>(std::max(std::lround(width / aspect / 2), 1L));
+  const auto rows =
+      std::clamp<std::size_t>(static_cast<std::size_t>(std::lround(width / aspect / 2)), 1, most_rows);
   Canvas canvas(columns, rows);
   const Raster& raster = *figure.raster;
   const Pixels pixels(raster, columns, colors ? 2 * rows : rows);
@@ -198,8 +200,8 @@ void MarkCurve(Canvas& canvas, const Figure& figure, std::size_t c) {
   for (std::size_t i = 0; i < curve.x.size() && !marked; ++i) mark(std::round(x_of(i)), y_of(i));
 }
 
-Canvas CurveCanvas(const Figure& figure, std::size_t room) {
-  Canvas canvas(room, curve_rows);
+Canvas CurveCanvas(const Figure& figure, std::size_t room, std::size_t rows) {
+  Canvas canvas(room, rows);
   Dots dots(canvas);
   for (std::size_t c = 0; c < figure.curves.size(); ++c) {
     const Curve& curve = figure.curves[c];
@@ -231,37 +233,43 @@ TickLines XTicks(const Scale& scale, std::size_t width, std::size_t room) {
   for (int most = x_ticks;; --most) {
     TickLines lines;
     std::vector<std::string_view> axis(width, "─");
-    bool fits = true;
+    bool all_fit = true;
     for (const Tick& tick : scale.Ticks(most)) {
       const auto column = static_cast<std::size_t>(std::lround(tick.part * static_cast<double>(width - 1)));
       const std::size_t length = Width(tick.label), used = Width(lines.labels);
       const std::size_t start =
           std::min(column - std::min(column, length / 2), room - std::min(room, length));
-      fits = fits && (used == 0 || start >= used + 2);
       axis[column] = "┬";
-      lines.labels += std::string(start - std::min(start, used), ' ') + tick.label;
+      const bool fits = length <= room && (used == 0 || start >= used + 2);
+      all_fit = all_fit && fits;
+      if (fits) lines.labels += std::string(start - used, ' ') + tick.label;
     }
-    if (!fits && most > 2) continue;
+    if (!all_fit && most > 2) continue;
     for (const std::string_view piece : axis) lines.axis += piece;
     return lines;
   }
 }
 
-std::string ColorLine(const Raster& raster, bool colors) {
-  constexpr std::size_t width = 20;
-  Canvas bar(width, 1);
-  for (std::size_t x = 0; x < width; ++x) {
-    const double part = static_cast<double>(x) / (width - 1);
+std::string ColorLine(const Raster& raster, std::size_t width, bool colors) {
+  constexpr std::size_t least = 4, most = 20;
+  const std::string low = NumberText(raster.scale.Low(), 5) + (raster.cut_off.below > 0 ? " ◀" : " ");
+  const std::string high = (raster.cut_off.above > 0 ? "▶ " : " ") + NumberText(raster.scale.High(), 5);
+  const std::size_t ends = Width(low) + Width(high);
+  if (ends + least > width) return Shortened(low + "…" + high, width);
+  const std::size_t length = std::min(most, width - ends), rest = width - ends - length;
+  Canvas bar(length, 1);
+  for (std::size_t x = 0; x < length; ++x) {
+    const double part = static_cast<double>(x) / static_cast<double>(length - 1);
     bar.At(x, 0) = colors ? Cell{"█", raster.colors.At(part), {}} : Cell{std::string(Shade(part)), {}, {}};
   }
-  return fmt::format("{} {}{}{} {}{}{}", NumberText(raster.scale.Low(), 5),
-                     raster.cut_off.below > 0 ? "◀" : "", bar.Row(0, colors),
-                     raster.cut_off.above > 0 ? "▶" : "", NumberText(raster.scale.High(), 5),
-                     raster.label.empty() ? "" : "  ", raster.label);
+  const std::string line = low + bar.Row(0, colors) + high;
+  return raster.label.empty() || rest < 4 ? line : line + "  " + Shortened(raster.label, rest - 2);
 }
 
+/// The names of the curves, if there are several.
 std::string NameLines(const Figure& figure, std::size_t width, bool colors) {
   constexpr std::size_t mark_width = 3, gap = 3;
+  if (figure.curves.size() < 2) return "";
   std::string lines;
   std::size_t column = 0;
   for (std::size_t i = 0; i < figure.curves.size(); ++i) {
@@ -276,23 +284,67 @@ std::string NameLines(const Figure& figure, std::size_t width, bool colors) {
     column = (column > 0 && fits ? column + gap : 0) + length;
     lines += mark.Row(0, colors) + ' ' + name;
   }
-  return lines + '\n';
+  return lines;
+}
+
+/// The texts around the picture, in their order.
+enum Part { Title, Subtitle, Names, YLabel, XTickLabels, XLabel, Colors, CutOffs, parts };
+using Texts = std::array<std::string, parts>;
+
+std::size_t RowsOf(const Texts& texts) {
+  return std::accumulate(texts.begin(), texts.end(), std::size_t{0}, [](std::size_t rows, const auto& text) {
+    return rows + (text.empty() ? 0 : 1) +
+           static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+  });
+}
+
+/// Leaves out texts, those that are missed least first, until they take at most so many rows.
+void Reduce(Texts& texts, std::size_t most) {
+  for (const Part part : {Subtitle, XLabel, YLabel, Title, Colors, XTickLabels, CutOffs, Names}) {
+    if (RowsOf(texts) <= most) return;
+    texts[part].clear();
+  }
 }
 
 }  // namespace
 
-std::string DrawnAsText(const Figure& figure, int columns, bool colors) {
-  const std::vector<Tick> ticks = figure.y.Ticks(y_ticks);
-  const std::size_t margin =
-      std::accumulate(ticks.begin(), ticks.end(), std::size_t{0},
-                      [](auto most, auto& tick) { return std::max(most, Width(tick.label)); });
-  const std::size_t width = static_cast<std::size_t>(columns), room = width - margin - 3;
-  Canvas canvas = figure.raster ? RasterCanvas(figure, room, colors) : CurveCanvas(figure, room);
+std::string DrawnAsText(const Figure& figure, int columns, int rows, bool colors) {
+  constexpr std::size_t least_room = 5, least_rows = 4;
+  std::vector<Tick> ticks = figure.y.Ticks(y_ticks);
+  const auto margin_of = [](const std::vector<Tick>& marks) {
+    return std::accumulate(marks.begin(), marks.end(), std::size_t{0},
+                           [](auto most, auto& tick) { return std::max(most, Width(tick.label)); });
+  };
+  const auto width = static_cast<std::size_t>(columns);
+  if (margin_of(ticks) + 3 + least_room > width) ticks.clear();
+  const std::size_t margin = margin_of(ticks), room = width - margin - 3;
 
-  std::string text = Shortened(figure.title, width) + '\n';
-  if (!figure.subtitle.empty()) text += Shortened(figure.subtitle, width) + '\n';
-  if (figure.curves.size() > 1) text += NameLines(figure, width, colors);
-  text += Shortened(LabelWithFactor(figure.y_label, figure.y), width) + '\n';
+  Texts texts{Shortened(figure.title, width),
+              Shortened(figure.subtitle, width),
+              NameLines(figure, width, colors),
+              Shortened(LabelWithFactor(figure.y_label, figure.y), width),
+              " ",  // depends on the picture
+              Shortened(LabelWithFactor(figure.x_label, figure.x), width - margin - 2),
+              figure.raster ? ColorLine(*figure.raster, width, colors) : "",
+              Wrapped(figure.cut_off.Text(), width)};
+  std::size_t canvas_rows = figure.raster ? most_raster_rows : curve_rows;
+  if (rows > 0) {
+    const std::size_t most = static_cast<std::size_t>(rows) - 1;  // without the axis
+    Reduce(texts, most - std::min(most, least_rows));
+    canvas_rows = std::clamp<std::size_t>(most - std::min(most, RowsOf(texts)), 1, canvas_rows);
+  }
+  Canvas canvas = figure.raster ? RasterCanvas(figure, room, canvas_rows, colors)
+                                : CurveCanvas(figure, room, canvas_rows);
+  const TickLines x = XTicks(figure.x, canvas.Width(), room);
+  const std::string indent(margin + 2, ' ');
+  if (!texts[XTickLabels].empty()) texts[XTickLabels] = indent + x.labels;
+  if (std::string& label = texts[XLabel]; !label.empty()) {
+    label = indent + std::string((canvas.Width() - std::min(canvas.Width(), Width(label))) / 2, ' ') + label;
+  }
+
+  std::string text;
+  const auto add = [&text](const std::string& lines) { text += lines.empty() ? "" : lines + '\n'; };
+  for (const Part part : {Title, Subtitle, Names, YLabel}) add(texts[part]);
   for (std::size_t row = 0; row < canvas.Height(); ++row) {
     std::string label;
     for (const Tick& tick : ticks) {
@@ -300,18 +352,10 @@ std::string DrawnAsText(const Figure& figure, int columns, bool colors) {
       if (std::min(static_cast<std::size_t>(top), canvas.Height() - 1) == row) label = tick.label;
     }
     const std::string blanks(margin - Width(label), ' ');
-    text += fmt::format("{}{} {}{}\n", blanks, label, label.empty() ? "│" : "┤", canvas.Row(row, colors));
+    add(fmt::format("{}{} {}{}", blanks, label, label.empty() ? "│" : "┤", canvas.Row(row, colors)));
   }
-  const TickLines x = XTicks(figure.x, canvas.Width(), room);
-  const std::string indent(margin + 2, ' ');
-  text += fmt::format("{} └{}\n{}{}\n", std::string(margin, ' '), x.axis, indent, x.labels);
-  if (const std::string label = LabelWithFactor(figure.x_label, figure.x); !label.empty()) {
-    const std::string fitting = Shortened(label, width - margin - 2);
-    text += indent + std::string((canvas.Width() - std::min(canvas.Width(), Width(fitting))) / 2, ' ') +
-            fitting + '\n';
-  }
-  if (figure.raster) text += ColorLine(*figure.raster, colors) + '\n';
-  if (const std::string cut_off = figure.cut_off.Text(); !cut_off.empty()) text += cut_off + '\n';
+  add(std::string(margin, ' ') + " └" + x.axis);
+  for (const Part part : {XTickLabels, XLabel, Colors, CutOffs}) add(texts[part]);
   return text;
 }
 

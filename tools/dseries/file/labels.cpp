@@ -4,18 +4,17 @@
 #include <cerrno>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <initializer_list>
 #include <iterator>
-#include <memory>
 #include <optional>
 #include <random>
 #include <regex>
 
 #include "file/failure.h"
+#include "file/reading.h"
 #include "file/text.h"
 
 namespace dseries {
@@ -40,13 +39,12 @@ std::string_view Trimmed(std::string_view text) {
 bool bUnits(std::string_view text) {
   constexpr std::size_t longest = 40;
   static const std::regex factor(
-      "(?:(?:[yzafpnumcdhkMGTPEZY]|µ|μ|da)?"
-      "(?:m|g|s|A|K|mol|cd|Hz|N|Pa|J|W|C|V|F|Ω|[Oo]hm|S|Wb|T|H|lm|lx|Bq|Gy|Sv|kat|eV|bar|[lL]|u|Da|rad|sr|"
-      "Torr|"
-      "b)|min|h|d|sec|°|deg|°C|degC|°F|Å|Angstrom|%|ppm|ppb|a\\.u\\.|arb\\. "
-      "?u(?:nits|\\.)|counts?|cts|cps|px|"
-      "pixels?|dBm?|rpm|atm|1)"
-      "(?:\\^?(?:-|−)?[0-9]|⁻|⁰|¹|²|³|⁴|⁵|⁶|⁷|⁸|⁹)*"
+      "(?:(?:[yzafpnumcdhkMGTPEZY]|µ|μ|da)?"  // of SI units
+      "(?:m|g|s|A|K|mol|cd|Hz|N|Pa|J|W|C|V|F|Ω|[Oo]hm|S|Wb|T|H|lm|lx|Bq|Gy|Sv|kat|rad|sr|"
+      "eV|bar|[lL]|u|Da|Torr|b)|"
+      "sec|min|h|d|rpm|°|deg|°C|degC|°F|Å|Angstrom|atm|%|ppm|ppb|dBm?|"
+      "a\\.u\\.|arb\\. ?u(?:nits|\\.)|counts?|cts|cps|px|pixels?)"
+      "(?:\\^?(?:-|−)?[0-9]|⁻|⁰|¹|²|³|⁴|⁵|⁶|⁷|⁸|⁹)*"  // exponents
       "(?:(?: ?(?:\\*|·|/) ?| |\\.)(?=.)|$)");
   std::cmatch match;
   const char *at = text.data(), *const end = at + text.size();
@@ -76,11 +74,11 @@ std::size_t BracketAtEnd(std::string_view text) {
 /// The bytes of a regular file; none if there is no file.
 std::optional<std::string> BytesOf(const std::string& path) {
   std::error_code error;
-  const fs::file_status status = fs::status(path, error);
+  const fs::file_status status = fs::status(PathOf(path), error);
   if (status.type() == fs::file_type::not_found) return {};
   if (fs::is_directory(status)) FailFor(path, "it is a folder");
   if (!fs::is_regular_file(status)) FailFor(path, "it is not a regular file");
-  std::ifstream in(path, std::ios::binary);
+  std::ifstream in(PathOf(path), std::ios::binary);
   std::string bytes(most_bytes + 1, '\0');
   in.read(bytes.data(), std::ssize(bytes));
   if (in.bad() || !in.is_open()) FailFor(path, std::strerror(errno));
@@ -147,7 +145,7 @@ void Set(Json& object, const char* name, const T& value) {
   if (!value.empty()) object[name] = value;
 }
 
-/// An object with the members of `before` that have not been set.
+/// Adds the members of `before`, if it is an object, whose names are not known here.
 void AddOthers(Json& object, const Json& before, std::initializer_list<std::string_view> known) {
   if (!before.is_object()) return;
   for (const auto& [name, value] : before.items()) {
@@ -183,10 +181,10 @@ class Temporary {
   }
 
   bool bWritten(std::string_view bytes) const {
-    std::FILE* file = std::fopen(path_.string().c_str(), "wbx");
-    if (file == nullptr) return false;
-    const bool written = std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
-    return (std::fclose(file) == 0) && written;
+    std::ofstream out(path_, std::ios::binary);
+    out.write(bytes.data(), std::ssize(bytes));
+    out.close();
+    return out.good();
   }
   const fs::path& Path() const { return path_; }
 
@@ -194,8 +192,8 @@ class Temporary {
   fs::path path_;
 };
 
-[[noreturn]] void FailToWrite(const fs::path& path, const std::string& reason) {
-  Fail("the labels in {} cannot be written: {}", path.string(), reason);
+[[noreturn]] void FailToWrite(const std::string& name, const std::string& reason) {
+  Fail("the labels in {} cannot be written: {}", name, reason);
 }
 
 }  // namespace
@@ -241,12 +239,13 @@ Labels::Json Labels::AsJson() const {
 }
 
 std::string LabelsPath(const std::string& series) {
+  std::string name = series;
   std::error_code error;
-  const fs::path followed =
-      fs::is_symlink(fs::symlink_status(series, error)) ? fs::canonical(series, error) : fs::path(series);
-  fs::path path = error ? fs::path(series) : followed;
-  path += path.extension() == ".dseries" ? ".json" : ".dseries.json";
-  return path.string();
+  if (fs::is_symlink(fs::symlink_status(PathOf(series), error))) {
+    const auto followed = fs::canonical(PathOf(series), error).u8string();
+    if (!error) name.assign(followed.begin(), followed.end());
+  }
+  return name + (name.ends_with(".dseries") ? ".json" : ".dseries.json");
 }
 
 Labels ReadLabels(const std::string& series) {
@@ -261,15 +260,16 @@ Labels ReadLabels(const std::string& series) {
 }
 
 void WriteLabels(const std::string& series, const Labels& labels) {
+  const std::string name = LabelsPath(series);
   std::error_code error;
-  fs::path path = LabelsPath(series);
+  fs::path path = PathOf(name);
   if (const fs::path followed = fs::canonical(path, error); !error) path = followed;
   const fs::file_status present = fs::status(path, error);
-  if (fs::is_directory(present)) FailToWrite(path, "it is a folder");
+  if (fs::is_directory(present)) FailToWrite(name, "it is a folder");
   const Json json = labels.AsJson();
   if (json.empty()) {
     fs::remove(path, error);
-    if (error) FailToWrite(path, error.message());
+    if (error) FailToWrite(name, error.message());
     return;
   }
   std::string bytes;
@@ -277,21 +277,20 @@ void WriteLabels(const std::string& series, const Labels& labels) {
     bytes = json.dump(2) + '\n';
     LabelsIn(Parsed(bytes));
   } catch (const Json::exception&) {
-    FailToWrite(path, "a text is not UTF-8");
+    FailToWrite(name, "a text is not UTF-8");
   } catch (const Failure& failure) {
-    FailToWrite(path, failure.what());
+    FailToWrite(name, failure.what());
   }
-  if (std::ssize(bytes) > most_bytes) FailToWrite(path, "they take more than " + SizeText(most_bytes));
-  if (fs::exists(present)) {
-    const std::unique_ptr<std::FILE, int (*)(std::FILE*)> writable(std::fopen(path.string().c_str(), "r+b"),
-                                                                   std::fclose);
-    if (writable == nullptr) FailToWrite(path, std::strerror(errno));
+  if (std::ssize(bytes) > most_bytes) FailToWrite(name, "they take more than " + SizeText(most_bytes));
+  errno = 0;
+  if (fs::exists(present) && !std::fstream(path, std::ios::in | std::ios::out).is_open()) {
+    FailToWrite(name, std::strerror(errno));
   }
   const Temporary file(path);
-  if (!file.bWritten(bytes)) FailToWrite(path, std::strerror(errno));
+  if (!file.bWritten(bytes)) FailToWrite(name, std::strerror(errno));
   if (fs::exists(present)) fs::permissions(file.Path(), present.permissions(), error);
   fs::rename(file.Path(), path, error);
-  if (error) FailToWrite(path, error.message());
+  if (error) FailToWrite(name, error.message());
 }
 
 Labels::Json ParseAttribute(const std::string& text) {

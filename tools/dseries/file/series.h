@@ -1,7 +1,14 @@
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
+#include <functional>
+#include <iterator>
+#include <limits>
 #include <memory>
+#include <numeric>
+#include <optional>
 #include <string>
 #include <type_traits>
 
@@ -20,6 +27,40 @@ namespace dseries {
 /// time, with which all tags begin, and the bytes after it.
 std::unique_ptr<dtsr_cDataTag> MakeTag(unsigned int tag_type, std::int64_t bytes = 0);
 
+/// What stands before the elements of a datum of class `Array`.
+template <class Array>
+struct DatumHead {
+  static constexpr int axes = std::is_same_v<Array, darr_c2DArray> ? 2 : 1;
+  static constexpr int bytes = axes * (8 + 8 + 4) + 2 + axes * 4;
+
+  std::array<cal_cArrayCal, axes> cals;
+  dtyp_cDataType type;
+  std::array<std::int32_t, axes> extents{};
+
+  /// False when it is cut off or holds impossible numbers.
+  bool Read(bstr_cBinary_istream& in) {
+    for (cal_cArrayCal& cal : cals) {
+      double offset = 0, delta = 0;
+      std::int32_t index = 0;
+      if (!bstr_ReadFields(in, offset, delta, index)) return false;
+      cal = cal_cArrayCal(offset, delta, index);
+    }
+    std::uint16_t stored = 0;
+    if (!bstr_ReadFields(in, stored) || stored < dtyp_UBin8 || stored > dtyp_Complex128) return false;
+    type = dtyp_cDataType(static_cast<dtyp_eDataType>(stored));
+    if (!bstr_ReadNumbers(in, extents.data(), axes)) return false;
+    const bool valid = std::all_of(extents.begin(), extents.end(), [](std::int32_t n) { return n >= 0; });
+    return valid && Elements() <= std::numeric_limits<std::int32_t>::max();
+  }
+  /// The size in bytes of the datum.
+  std::int64_t Size() const { return bytes + Elements() * type.SizeOf(); }
+
+ private:
+  std::int64_t Elements() const {
+    return std::accumulate(extents.begin(), extents.end(), std::int64_t{1}, std::multiplies<>());
+  }
+};
+
 /// The dimensions and tags of a series in a file, for data of any kind.
 class Series : public dtsr_cStoredSeries<dtsr_cFileSeriesBase> {
  public:
@@ -37,6 +78,18 @@ class Series : public dtsr_cStoredSeries<dtsr_cFileSeriesBase> {
   std::int64_t Room() const;
   /// The size of datum i in bytes, without its tag.
   std::int64_t DatumSize(int i) const { return std::int64_t{tagOffsets_[i]} - dataOffsets_[i]; }
+  /// What stands before the elements of datum i, an array of this class; none when it is damaged.
+  /// Reads no elements.
+  template <class Array>
+  std::optional<DatumHead<Array>> Head(int i) const {
+    DatumHead<Array> head;
+    std::array<char, DatumHead<Array>::bytes> bytes{};
+    bstr_cBinary_istream& in = file_.Input();
+    if (!in.Seek(dataOffsets_[i]) || !in.Read(bytes.data(), std::ssize(bytes))) return {};
+    bstr_cMemory_istream fields(bytes.data(), std::ssize(bytes));
+    if (!head.Read(fields)) return {};
+    return head;
+  }
 
  protected:
   Series(const std::string& path, const dtsr_cDimensionArray& dimensions, unsigned int data_type);
@@ -50,9 +103,7 @@ class Series : public dtsr_cStoredSeries<dtsr_cFileSeriesBase> {
 /// The size in bytes of a datum with so many elements in a file, without its tag.
 template <class Array>
 std::int64_t StoredSize(std::int64_t elements, dtyp_cDataType type) {
-  bstr_cMemory_ostream head;
-  Array().Write(head);
-  return head.Size() + elements * type.SizeOf();
+  return DatumHead<Array>::bytes + elements * type.SizeOf();
 }
 
 /// The same for a tag.
@@ -75,20 +126,11 @@ class DataSeries : public Series {
     AppendDatum(tag, [&](bstr_cBinary_ostream& out) { return datum.Write(out); });
   }
 
-  /// The size in bytes of datum i with elements of another type. Reads only its element type.
+  /// The size in bytes of datum i with elements of another type. Reads no elements.
   std::int64_t SizeAs(dtyp_cDataType type, int i) {
-    // The type is stored between the calibration and the extents.
-    constexpr int axes = std::is_same_v<Array, darr_c2DArray> ? 2 : 1;
-    const std::int64_t head = StoredSize<Array>(0, type), place = head - 4 * axes - 2;
-    std::uint16_t present = 0;
-    bstr_cBinary_istream& in = file_.Input();
-    if (!in.Seek(dataOffsets_[i] + place) || !bstr_ReadFields(in, present) || present < dtyp_UBin8 ||
-        present > dtyp_Complex128) {
-      Fail("datum {} of {} cannot be read", i, FilePath().CString());
-    }
-    const std::int64_t elements =
-        (DatumSize(i) - head) / dtyp_cDataType(static_cast<dtyp_eDataType>(present)).SizeOf();
-    return head + elements * type.SizeOf();
+    const auto head = Head<Array>(i);
+    if (!head) Fail("datum {} of {} cannot be read", i, FilePath().CString());
+    return StoredSize<Array>((DatumSize(i) - DatumHead<Array>::bytes) / head->type.SizeOf(), type);
   }
 
   /// Reads datum i.

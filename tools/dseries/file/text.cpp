@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 #include <limits>
 #include <regex>
+#include <sstream>
 
 #include "file/failure.h"
 
@@ -129,6 +130,19 @@ std::string Shortened(const std::string& text, std::size_t width) {
   std::size_t end = 0;
   for (std::size_t column = 0; column + 1 < width; ++column) end += CharacterLength(text.substr(end, 4));
   return text.substr(0, end) + "…";
+}
+
+std::string Wrapped(const std::string& text, std::size_t width) {
+  std::string wrapped;
+  std::size_t column = 0;
+  std::istringstream words(text);
+  for (std::string word; words >> word;) {
+    const bool fits = column + 1 + Width(word) <= width;
+    if (column > 0) wrapped += fits ? ' ' : '\n';
+    column = (column > 0 && fits ? column + 1 : 0) + Width(word);
+    wrapped += word;
+  }
+  return wrapped;
 }
 
 std::string Printable(const str_cString& text) {

@@ -33,6 +33,9 @@ std::size_t Width(std::string_view text);
 /// The text, cut to so many columns, with an ellipsis, if it is longer.
 std::string Shortened(const std::string& text, std::size_t width);
 
+/// The text in lines of at most so many columns, broken at blanks; a longer word has a line of its own.
+std::string Wrapped(const std::string& text, std::size_t width);
+
 /// A text from a file as one line of UTF-8 that is safe for a terminal: control characters become '?', and
 /// bytes that are not UTF-8 are taken as Latin-1.
 std::string Printable(const str_cString& text);

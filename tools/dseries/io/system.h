@@ -23,8 +23,11 @@ constexpr int standard_input = 0, standard_output = 1, standard_error = 2;
 bool bWritten(int stream, std::string_view text);
 /// Whether a standard stream is a terminal that follows ANSI escape sequences.
 bool bTerminal(int stream);
-/// The columns of the terminal behind standard output.
-std::optional<int> TerminalWidth();
+struct WindowSize {
+  int columns, rows;
+};
+/// The size of the terminal behind standard output.
+std::optional<WindowSize> TerminalSize();
 
 // Files.
 

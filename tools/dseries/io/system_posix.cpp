@@ -37,10 +37,10 @@ bool bWritten(int stream, std::string_view text) {
 
 bool bTerminal(int stream) { return isatty(stream) != 0; }
 
-std::optional<int> TerminalWidth() {
+std::optional<WindowSize> TerminalSize() {
   winsize size{};
-  const bool known = ioctl(standard_output, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-  return known ? std::optional<int>(size.ws_col) : std::nullopt;
+  const bool known = ioctl(standard_output, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 && size.ws_row > 0;
+  return known ? std::optional(WindowSize{size.ws_col, size.ws_row}) : std::nullopt;
 }
 
 namespace {

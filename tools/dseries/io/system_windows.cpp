@@ -158,10 +158,11 @@ bool bTerminal(int stream) {
          SetConsoleMode(HandleOf(stream), mode | ENABLE_VIRTUAL_TERMINAL_PROCESSING) != 0;
 }
 
-std::optional<int> TerminalWidth() {
+std::optional<WindowSize> TerminalSize() {
   CONSOLE_SCREEN_BUFFER_INFO screen;
   if (GetConsoleScreenBufferInfo(HandleOf(standard_output), &screen) == 0) return std::nullopt;
-  return screen.srWindow.Right - screen.srWindow.Left + 1;
+  const SMALL_RECT& window = screen.srWindow;
+  return WindowSize{window.Right - window.Left + 1, window.Bottom - window.Top + 1};
 }
 
 FileKind KindOf(const std::string& path) {
