@@ -114,7 +114,7 @@ TEST_F(Refusals, OfFilesThatAreNoSeries) {
 }
 
 TEST_F(Refusals, OfDataThatCannotBeStored) {
-  Write("words.txt", "1 5\n2 6\n3 7 # note\n");
+  Write("words.txt", "1 5\n2 6\n3 7 note\n");
   Write("glued.txt", "1\n2\n\n3-4\n");
   Write("huge.txt", "1\n1e999\n");
   Write("odd.txt", "1 5\n2 6\n3\n");
@@ -122,7 +122,7 @@ TEST_F(Refusals, OfDataThatCannotBeStored) {
   Write("raw.f32", std::string(20, '\0'));
   Succeed("create a.dseries --dim n,,2,0,1");
   const std::string empty = Read("a.dseries");
-  Expect({{"append a.dseries good.txt words.txt", 1, "words.txt: line 3: '#' is not a number"},
+  Expect({{"append a.dseries good.txt words.txt", 1, "words.txt: line 3: 'note' is not a number"},
           {"append a.dseries glued.txt", 1, "glued.txt: line 4: '3-4' is not a number"},
           {"append a.dseries huge.txt", 1, "huge.txt: line 2: '1e999' is not a number"},
           {"append a.dseries odd.txt", 1, "odd.txt: line 3 has 1 field, and those before it have 2"},

@@ -81,9 +81,13 @@ TagOf TagsFor(const Series& series, const Options& options) {
 template <class Array>
 std::vector<Input<Array>> ReadInputs(const Options& options) {
   std::vector<Input<Array>> inputs;
+  std::string told;  // once for files that look alike
   Progress progress("reading", static_cast<std::int64_t>(options.inputs.size()));
   for (const std::string& path : options.inputs) {
     inputs.push_back(ReadInput<Array>(path, options.form, PrintWarning));
+    const std::string& found = inputs.back().found;
+    if (!found.empty() && found != told) Complain("{}: {}", path, found);
+    told = found;
     progress.Show(static_cast<std::int64_t>(inputs.size()));
   }
   return inputs;
@@ -107,7 +111,7 @@ void CheckRoom(const Series& series, const std::vector<Input<Array>>& inputs, st
   std::int64_t count = 0, bytes = 0;
   for (const Input<Array>& input : inputs) {
     count += input.count.value_or(1);
-    bytes += input.count.value_or(1) * (input.bytes + tag_size);
+    bytes += input.bytes + input.count.value_or(1) * tag_size;
   }
   CheckSlots(series, count);
   if (bytes > series.Room()) {
@@ -262,14 +266,7 @@ void AddAppend(CLI::App& program) {
       ->type_name("SECONDS")
       ->check(CLI::NonNegativeNumber);
   AddCalibration(command, form);
-  command
-      .add_option("--missing", form.missing,
-                  "Texts: a word or number that stands for a missing value, which is stored as not-a-number; "
-                  "may be repeated. Always recognized: --, NA, N/A, nan, an empty field between tabs and, in "
-                  "texts of values only, an empty line")
-      ->type_name("WORD")
-      ->allow_extra_args(false)
-      ->excludes(raw);
+  AddTextForm(command, form.text, raw);
   command
       .add_flag("--even", form.even,
                 "Texts: accept uneven positions that lie within half a step of even ones")

@@ -1,14 +1,15 @@
 #include "io/columns.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cctype>
 #include <charconv>
 #include <cmath>
 #include <cstddef>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <iterator>
-#include <locale>
-#include <sstream>
+#include <map>
+#include <utility>
 
 #include "file/failure.h"
 #include "file/text.h"
@@ -17,190 +18,328 @@ namespace dseries {
 
 namespace {
 
-bool bBlank(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+/// The columns that are read.
+struct Selection {
+  std::optional<std::size_t> position;
+  std::vector<std::size_t> values;
+  std::optional<std::size_t> datum, time, tag_x;  ///< in a table that 'dseries export' has written
 
-std::string_view Trimmed(std::string_view text) {
-  while (!text.empty() && bBlank(text.front())) text.remove_prefix(1);
-  while (!text.empty() && bBlank(text.back())) text.remove_suffix(1);
-  return text;
+  bool bTable() const { return datum.has_value(); }
+};
+
+/// A table of several data has the columns datum, ..., time, perhaps tag_x and tag_y, position and value; a
+/// name that was taken before has a number behind it.
+std::optional<Selection> TableOf(const std::vector<std::string>& names) {
+  const std::size_t n = names.size();
+  const auto is = [&](std::size_t behind, std::string_view name) {
+    if (n <= behind) return false;
+    const std::string_view column = names[n - 1 - behind];
+    return column == name || (column.starts_with(name) && column[name.size()] == '_' &&
+                              column.find_first_not_of("0123456789", name.size() + 1) == column.npos);
+  };
+  if (n < 4 || names.front() != "datum" || !is(0, "value") || !is(1, "position")) return {};
+  const bool tagged = is(2, "tag_y") && is(3, "tag_x");
+  const std::size_t time = tagged ? 4 : 2;
+  if (!is(time, "time")) return {};
+  return Selection{n - 2, {n - 1}, 0, n - 1 - time, tagged ? std::optional(n - 4) : std::nullopt};
 }
 
-bool bSameWord(std::string_view a, std::string_view b) {
-  const auto lower = [](char c) { return std::tolower(static_cast<unsigned char>(c)); };
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(),
-                    [&](char x, char y) { return lower(x) == lower(y); });
-}
-
-/// False when the whole word is not a number, or one too large for a double. One too small for a double is 0.
-bool ReadNumber(std::string_view word, double& value) {
-  if (word.starts_with('+') && !word.starts_with("+-")) word.remove_prefix(1);
-  const char* const end = word.data() + word.size();
-  const auto [stop, error] = std::from_chars(word.data(), end, value);
-  if (error == std::errc::result_out_of_range && stop == end) {
-    std::istringstream in{std::string(word)};  // fails only for numbers that are too large
-    in.imbue(std::locale::classic());
-    return static_cast<bool>(in >> value);
-  }
-  return error == std::errc() && stop == end;
-}
-
-class ColumnReader {
+class ColumnChooser {
  public:
-  ColumnReader(const std::string& path, std::string_view text, const std::vector<std::string>& missing)
-      : path_(path), text_(text) {
-    static constexpr std::string_view byte_order_mark = "\xEF\xBB\xBF";
-    if (text_.starts_with(byte_order_mark)) text_.remove_prefix(byte_order_mark.size());
-    text_ = text_.substr(0, text_.size() - TrailingBlanks());
-    for (const std::string& word : missing) {
-      missing_words_.emplace_back(Trimmed(word));
-      if (double number; ReadNumber(missing_words_.back(), number)) missing_numbers_.push_back(number);
+  ColumnChooser(const std::string& path, const Layout& layout) : path_(path), layout_(layout) {}
+
+  Selection Usual() const {
+    if (const auto table = TableOf(layout_.names)) return *table;
+    Selection selection;
+    for (std::size_t f = 0; f < layout_.fields; ++f) {
+      if (layout_.numeric[f]) selection.values.push_back(f);
+      const std::string& unread = layout_.unread[f];
+      if (layout_.numeric[f] || (f > 0 && unread.empty())) continue;
+      Fail("{}: {} holds no numbers{}; --columns chooses others, by number or name (0 first: no positions)",
+           path_, ColumnText(f),
+           unread.empty() ? "" : fmt::format(", '{}' for one", Shortened(Printable(unread.c_str()), 40)));
     }
+    if (selection.values.size() > 1) {
+      selection.position = 0;
+      selection.values.erase(selection.values.begin());
+    }
+    return selection;
   }
 
-  Columns Read() {
-    fields_wanted_ = CountFields();
-    std::string_view rest = text_;
-    while (!rest.empty()) {
-      const std::string_view line = TakeLine(rest);
-      ++line_;
-      Split(line);
-      if (!fields_.empty() || fields_wanted_ == 1) TakeFields();
+  /// Reads "1,3-5", "Energy,Counts" and the like.
+  Selection Given(const std::string& text) const {
+    std::vector<std::size_t> chosen;
+    bool none = false;
+    std::string_view rest = text;
+    for (bool more = true; more;) {
+      const std::size_t comma = rest.find(',');
+      const std::string_view item = Trimmed(rest.substr(0, comma));
+      if (item == "0" && chosen.empty() && !none) {
+        none = true;
+      } else {
+        Take(item, chosen);
+      }
+      more = comma != rest.npos;
+      rest.remove_prefix(more ? comma + 1 : 0);
     }
-    if (columns_.values.empty()) Fail("{} holds no numbers", path_);
-    if (std::ssize(columns_.values) > std::numeric_limits<int>::max())
-      Fail("{} holds too many values", path_);
-    return std::move(columns_);
+    Selection selection;
+    if (!none && chosen.size() > 1) {
+      selection.position = chosen.front();
+      chosen.erase(chosen.begin());
+    }
+    if (chosen.empty()) Fail("--columns {} names no column of values", text);
+    selection.values = chosen;
+    return selection;
   }
 
  private:
-  std::size_t TrailingBlanks() const {
-    const auto last = std::find_if_not(text_.rbegin(), text_.rend(), bBlank);
-    return static_cast<std::size_t>(last - text_.rbegin());
+  std::string ColumnText(std::size_t f) const {
+    const std::string name = layout_.names.empty() ? "" : Printable(str_cString(layout_.names[f]));
+    return fmt::format("column {}{}", f + 1, name.empty() ? "" : " '" + Shortened(name, 40) + '\'');
   }
 
-  static std::string_view TakeLine(std::string_view& rest) {
-    const std::size_t end = std::min(rest.find('\n'), rest.size());
-    const std::string_view line = rest.substr(0, end);
-    rest.remove_prefix(std::min(end + 1, rest.size()));
-    return line;
-  }
-
-  void SplitAtBlanks(std::string_view line) {
-    fields_.clear();
-    const char* c = line.data();
-    const char* const end = c + line.size();
-    for (;;) {
-      while (c != end && bBlank(*c)) ++c;
-      if (c == end) return;
-      const char* const first = c;
-      while (c != end && !bBlank(*c)) ++c;
-      fields_.emplace_back(first, c);
+  void Take(std::string_view item, std::vector<std::size_t>& chosen) const {
+    if (const auto named = Named(item)) return chosen.push_back(*named);
+    const std::size_t dash = item.find('-');
+    const auto first = NumberIn(item.substr(0, dash));
+    const auto last = dash == item.npos         ? first
+                      : dash + 1 == item.size() ? std::optional(layout_.fields)
+                                                : NumberIn(item.substr(dash + 1));
+    if (!first || !last || *first < 1 || *last < *first) {
+      Fail("{}: --columns: there is no column '{}'{}", path_, item,
+           layout_.names.empty() ? "" : fmt::format("; there are {}", fmt::join(layout_.names, ", ")));
     }
-  }
-
-  void SplitAtTabs(std::string_view line) {
-    fields_.clear();
-    for (;;) {
-      const std::size_t tab = line.find('\t');
-      fields_.push_back(Trimmed(line.substr(0, tab)));
-      if (tab == line.npos) return;
-      line.remove_prefix(tab + 1);
+    if (*last > layout_.fields) {
+      Fail("{}: --columns: there is no column {}; the text has {}", path_, *last,
+           Count(static_cast<std::int64_t>(layout_.fields), "column", "columns"));
     }
+    for (std::size_t f = *first; f <= *last; ++f) chosen.push_back(f - 1);
   }
 
-  /// With as many words as columns no field is empty, however many tabs align them. Otherwise tabs separate
-  /// the fields, which may be empty.
-  void Split(std::string_view line) {
-    SplitAtBlanks(line);
-    if (fields_.empty() || fields_.size() == fields_wanted_ || line.find('\t') == line.npos) return;
-    SplitAtTabs(line);
-    while (fields_.size() > fields_wanted_ && fields_.back().empty()) fields_.pop_back();
+  static std::optional<std::size_t> NumberIn(std::string_view text) {
+    std::size_t number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
   }
 
-  /// The number of fields in the first line or, when a tab there borders on an empty field, in the first line
-  /// without empty fields.
-  std::size_t CountFields() {
-    std::size_t words = 0;
-    for (std::string_view rest = text_; !rest.empty();) {
+  /// The column of this name, with or without its units.
+  std::optional<std::size_t> Named(std::string_view item) const {
+    if (item.empty()) return {};
+    for (std::size_t f = 0; f < layout_.names.size(); ++f) {
+      const std::string_view name = layout_.names[f];
+      if (name == item) return f;
+    }
+    for (std::size_t f = 0; f < layout_.names.size(); ++f) {
+      const std::string_view name = layout_.names[f],
+                             without = Trimmed(name.substr(0, name.find_first_of("([/")));
+      if (without == item) return f;
+    }
+    return {};
+  }
+
+  const std::string& path_;
+  const Layout& layout_;
+};
+
+class ColumnReader {
+ public:
+  ColumnReader(const std::string& path, std::string_view text, const TextForm& form)
+      : path_(path),
+        text_(text),
+        missing_(form.missing),
+        layout_(FindLayout(path, text, form, missing_)),
+        splitter_(layout_.notation.delimiter, form.CommentMarks(), missing_),
+        line_(layout_.first_line - 1) {
+    const ColumnChooser chooser(path, layout_);
+    selection_ = form.columns.empty() ? chooser.Usual() : chooser.Given(form.columns);
+    usual_ = form.columns.empty();
+  }
+
+  Text Read() {
+    BeginPart();
+    // A comment that begins in a column which is not read would not be noticed there.
+    const bool all = selection_.values.size() + (selection_.position ? 1 : 0) == layout_.fields;
+    std::string_view rest = text_.substr(layout_.begin);
+    while (!rest.empty()) {
       const std::string_view line = TakeLine(rest);
-      SplitAtBlanks(line);
-      if (words == 0) words = fields_.size();
-      if (words == 0) continue;
-      if (line.find('\t') == line.npos) break;
-      SplitAtTabs(line);
-      const bool whole = std::none_of(fields_.begin(), fields_.end(), [](auto f) { return f.empty(); });
-      if (whole) return fields_.size();
+      ++line_;
+      if (!all || !bTaken(splitter_.Split(line, layout_.fields))) TakeOther(line);
     }
-    return words;
+    if (result_.parts.back().lines.size() > std::size_t{std::numeric_limits<int>::max()})
+      Fail("{} holds too many values", path_);
+    result_.found = Found();
+    return std::move(result_);
   }
 
-  void TakeFields() {
-    if (fields_.size() > 2 || (!fields_.empty() && fields_.size() != fields_wanted_)) FailForCount();
+ private:
+  using Fields = std::vector<std::string_view>;
+
+  std::string NameOf(std::size_t f) const {
+    return layout_.names.empty() ? "" : Printable(str_cString(layout_.names[f]));
+  }
+
+  void BeginPart() {
+    part_ = &result_.parts.emplace_back();
+    part_->data.resize(selection_.values.size());
+    if (selection_.bTable()) return;
+    if (selection_.position) part_->position_name = NameOf(*selection_.position);
+    for (std::size_t i = 0; i < selection_.values.size(); ++i)
+      part_->data[i].name = NameOf(selection_.values[i]);
+  }
+
+  /// Adds the numbers of a line; false when it does not hold what it should. A line without its comment has
+  /// fewer fields, so one that fails here after its first number is not tried again.
+  bool bTaken(const Fields& fields) {
+    if (fields.size() != layout_.fields) return false;
+    const char decimal = layout_.notation.decimal;
     double position = 0, value = 0;
-    const std::string_view last = fields_.empty() ? "" : fields_.back();
-    if (fields_wanted_ == 2) {
-      if (!ReadNumber(fields_[0], position)) FailForPosition(fields_[0]);
-      if (!std::isfinite(position)) Fail("{}: line {}: the position is not finite", path_, line_);
-      columns_.positions.push_back(position);
-      columns_.digits.Add(fields_[0]);
+    if (selection_.position) {
+      const std::string_view field = fields[*selection_.position];
+      if (!ReadNumber(field, position, decimal) || !std::isfinite(position)) return false;
     }
-    if (bMissing(last, value)) {
-      value = std::numeric_limits<double>::quiet_NaN();
-      if (columns_.missing++ == 0) columns_.first_missing = line_;
+    if (selection_.bTable()) TakeStamp(fields);
+    for (std::size_t i = 0; i < selection_.values.size(); ++i) {
+      const std::string_view field = fields[selection_.values[i]];
+      Values& column = part_->data[i];
+      if (!ReadNumber(field, value, decimal)) {
+        if (!missing_.bWord(field)) return false;
+        AddMissing(column);
+      } else if (missing_.bNumber(value)) {
+        AddMissing(column);
+      } else {
+        column.values.push_back(value);
+      }
     }
-    columns_.values.push_back(value);
-    columns_.lines.push_back(line_);
-  }
-
-  /// Whether a field stands for a missing value; otherwise sets `value`.
-  bool bMissing(std::string_view field, double& value) const {
-    if (ReadNumber(field, value)) {
-      return std::find(missing_numbers_.begin(), missing_numbers_.end(), value) != missing_numbers_.end();
+    if (selection_.position) {
+      part_->positions.push_back(position);
+      part_->digits.Add(fields[*selection_.position]);
     }
-    if (!bMissingWord(field)) FailForWord(field);
+    part_->lines.push_back(line_);
     return true;
   }
 
-  /// Excludes the words for not-a-number, which are read as numbers.
-  bool bMissingWord(std::string_view field) const {
-    const auto same = [field](std::string_view word) { return bSameWord(field, word); };
-    static constexpr std::string_view usual[] = {"", "--", "NA", "N/A"};
-    return std::any_of(std::begin(usual), std::end(usual), same) ||
-           std::any_of(missing_words_.begin(), missing_words_.end(), same);
+  void AddMissing(Values& column) const {
+    column.values.push_back(std::numeric_limits<double>::quiet_NaN());
+    if (column.missing++ == 0) column.first_missing = line_;
   }
 
-  [[noreturn]] void FailForWord(std::string_view word) const {
-    const std::string text = Printable(str_cString(word));
-    Fail("{}: line {}: '{}' is not a number{}", path_, line_, Shortened(text, 40),
-         word.empty() || columns_.values.empty() ? "" : "; --missing WORD names a word for a missing value");
+  /// Begins a part where the number of the datum changes.
+  void TakeStamp(const Fields& fields) {
+    const std::string_view datum = fields[*selection_.datum];
+    if (part_->stamp && datum == datum_) return;
+    if (part_->stamp) BeginPart();
+    datum_ = datum;
+    try {
+      part_->stamp = Stamp{ParseTime(std::string(fields[*selection_.time])), {}};
+    } catch (const Failure& failure) {
+      Fail("{}: line {}: {}", path_, line_, failure.what());
+    }
+    if (!selection_.tag_x) return;
+    double x = 0, y = 0;
+    for (const auto& [field, value] :
+         {std::pair(fields[*selection_.tag_x], &x), std::pair(fields[*selection_.tag_x + 1], &y)})
+      if (!ReadNumber(field, *value)) FailForField(path_, line_, field);
+    part_->stamp->position = {x, y};
   }
 
-  [[noreturn]] void FailForPosition(std::string_view field) const {
-    if (bMissingWord(field)) Fail("{}: line {}: the position is missing", path_, line_);
-    FailForWord(field);
+  /// Takes a line that may be blank or hold a comment. In a text of values only, a blank line is a missing
+  /// value.
+  void TakeOther(std::string_view line) {
+    const std::string_view part = splitter_.WithoutComment(line);
+    if (Trimmed(part).empty()) {
+      if (part.size() == line.size() && layout_.fields == 1) bTaken({""});
+      return;
+    }
+    const Fields& fields = splitter_.Split(part, layout_.fields);
+    if (!fields.empty() && !bTaken(fields)) FailForLine(fields);
   }
 
   /// A field that is not a number explains more than the number of fields.
-  [[noreturn]] void FailForCount() const {
-    for (const std::string_view field : fields_) {
-      if (double number; !ReadNumber(field, number) && !bMissingWord(field)) FailForWord(field);
+  [[noreturn]] void FailForLine(const Fields& fields) const {
+    const bool whole = fields.size() == layout_.fields;
+    const auto check = [&](std::string_view field) {
+      double number = 0;
+      if (ReadNumber(field, number, layout_.notation.decimal) || missing_.bWord(field)) return;
+      FailForField(path_, line_, field,
+                   field.empty()
+                       ? ""
+                       : "; --missing WORD names a word for a missing value, and --comment MARK a comment");
+    };
+    if (whole && selection_.position) {
+      const std::string_view field = fields[*selection_.position];
+      if (missing_.bWord(field)) Fail("{}: line {}: the position is missing", path_, line_);
+      check(field);
     }
-    const std::string count = Count(static_cast<std::int64_t>(fields_.size()), "field", "fields");
-    if (columns_.values.empty()) {
-      Fail("{}: line {} has {}; a text has one number on each line (values) or two (position and value)",
-           path_, line_, count);
+    if (whole) {
+      for (const std::size_t f : selection_.values) check(fields[f]);
+      Fail("{}: line {}: the position is not finite", path_, line_);
     }
-    Fail("{}: line {} has {}, and those before it have {}", path_, line_, count, fields_wanted_);
+    for (std::size_t f = 0; f < fields.size(); ++f) {
+      if (f >= layout_.fields || layout_.numeric[f]) check(fields[f]);
+    }
+    Fail("{}: line {} has {}, and those before it have {}", path_, line_,
+         Count(static_cast<std::int64_t>(fields.size()), "field", "fields"), layout_.fields);
+  }
+
+  /// The name of a column in quotes, or else its number.
+  std::string Quoted(std::size_t f) const {
+    const std::string name = NameOf(f);
+    return name.empty() ? fmt::format("column {}", f + 1) : '\'' + Shortened(name, 40) + '\'';
+  }
+
+  std::string Found() const {
+    const auto& [delimiter, decimal] = layout_.notation;
+    const bool blanks = delimiter == ' ' || delimiter == '\t',
+               numeric = layout_.numeric == std::vector<bool>(layout_.fields, true);
+    if (blanks && decimal == '.' && layout_.fields <= 2 && numeric && layout_.names.empty() &&
+        layout_.header_lines == 0)
+      return "";
+    std::vector<std::string> found;
+    if (layout_.fields > 1) {
+      std::string_view rest = text_.substr(layout_.begin);
+      const bool tabs = TakeLine(rest).find('\t') != rest.npos;
+      found.push_back("columns separated by " + (!blanks ? fmt::format("'{}'", delimiter)
+                                                 : tabs  ? "tabs"
+                                                         : "blanks"));
+    }
+    if (layout_.assumed) found.emplace_back("not numbers with a decimal comma (--decimal , reads them so)");
+    if (decimal == ',') found.emplace_back("decimal comma");
+    if (layout_.header_lines > 0) found.push_back(Count(layout_.header_lines, "header line", "header lines"));
+    std::string columns;
+    if (selection_.bTable()) {
+      columns = Count(std::ssize(result_.parts), "datum", "data") + " as 'dseries export' writes them";
+    } else {
+      columns = selection_.position ? fmt::format("positions {}, values ", Quoted(*selection_.position))
+                                    : "values ";
+      constexpr std::size_t most = 5;
+      const std::size_t n = selection_.values.size();
+      for (std::size_t i = 0; i < n; ++i) {
+        if (n > most && i == most - 2) {
+          columns += ", ...";
+          i = n - 1;
+        }
+        columns += (i == 0 ? "" : ", ") + Quoted(selection_.values[i]);
+      }
+      if (n > 1) columns += fmt::format(" ({} data)", n);
+      for (std::size_t f = 0; usual_ && f < layout_.fields; ++f) {
+        if (!layout_.numeric[f]) columns += fmt::format(", {} without numbers left out", Quoted(f));
+      }
+    }
+    return fmt::format("{}{}{}", fmt::join(found, ", "), found.empty() ? "" : "; ", columns);
   }
 
   const std::string& path_;
   std::string_view text_;
-  std::vector<std::string> missing_words_;
-  std::vector<double> missing_numbers_;
-  std::size_t fields_wanted_ = 0;
-  std::vector<std::string_view> fields_;  ///< of the current line
-  int line_ = 0;
-  Columns columns_;
+  MissingWords missing_;
+  Layout layout_;
+  Splitter splitter_;
+  Selection selection_;
+  bool usual_ = true;
+  int line_;
+  std::string datum_;  ///< the number of the datum of the last part
+  Text result_;
+  Columns* part_ = nullptr;
 };
 
 /// The step from the first position to the last one, with no more digits than needed.
@@ -285,9 +424,9 @@ void PrintedDigits::Add(std::string_view number) {
     if (c >= '0' && c <= '9') {
       digits += digits > 0 || c != '0';
       behind_point += point;
-    } else if (c == '.') {
+    } else if (c == '.' || c == ',') {
       point = true;
-    } else if (c == 'e' || c == 'E') {
+    } else if (c == 'e' || c == 'E' || c == 'd' || c == 'D') {
       const std::size_t sign = i + 1 < number.size() && number[i + 1] == '+';
       std::from_chars(number.data() + i + 1 + sign, number.data() + number.size(), exponent);
       break;
@@ -303,8 +442,54 @@ double PrintedDigits::Unit(double number) const {
   return std::max(behind_point, std::pow(10, std::floor(std::log10(std::fabs(number))) - significant + 1));
 }
 
-Columns ReadColumns(const std::string& path, std::string_view text, const std::vector<std::string>& missing) {
-  return ColumnReader(path, text, missing).Read();
+void AddTextForm(CLI::App& command, TextForm& form, CLI::Option* raw) {
+  const auto add = [&](CLI::Option* option, const char* type) {
+    option->type_name(type)->allow_extra_args(false);
+    if (raw != nullptr) option->excludes(raw);
+  };
+  add(command.add_option(
+          "--columns", form.columns,
+          "Texts: the columns to read, by number or by a name in the header: that of the "
+          "positions, 0 for none, then those of the values, which become a datum each. Default: "
+          "all that hold numbers; a single column holds values"),
+      "LIST");
+  add(command.add_option("--skip", form.skip, "Texts: the number of lines at the start that hold no data")
+          ->check(CLI::NonNegativeNumber),
+      "N");
+  add(command
+          .add_option_function<std::string>(
+              "--delimiter",
+              [&form](const std::string& text) {
+                static const std::map<std::string, char> names{
+                    {"space", ' '}, {"tab", '\t'}, {"comma", ','},     {" ", ' '},
+                    {"\t", '\t'},   {",", ','},    {"semicolon", ';'}, {";", ';'}};
+                form.delimiter = names.at(text);
+              },
+              "Texts: what separates the columns: space (and tabs), tab, comma or semicolon; default: found "
+              "out")
+          ->check(CLI::IsMember({"space", "tab", "comma", "semicolon", " ", "\t", ",", ";"})),
+      "MARK");
+  add(command
+          .add_option_function<std::string>(
+              "--decimal", [&form](const std::string& text) { form.decimal = text[0]; },
+              "Texts: the decimal mark, . or ,; default: found out")
+          ->check(CLI::IsMember({".", ","})),
+      "MARK");
+  add(command.add_option(
+          "--comment", form.comments,
+          "Texts: a mark that begins a comment, at the start of a line or behind a blank; may be "
+          "repeated. Default: # % ; //"),
+      "MARK");
+  add(command.add_option("--missing", form.missing,
+                         "Texts: a word or number that stands for a missing value, which is stored as "
+                         "not-a-number; may be repeated. Always recognized: --, NA, N/A, nan, an empty field "
+                         "and, in texts of values only, an empty line"),
+      "WORD");
+}
+
+Text ReadColumns(const std::string& path, std::string bytes, const TextForm& form) {
+  const std::string text = TextOf(path, std::move(bytes));
+  return ColumnReader(path, text, form).Read();
 }
 
 Grid GridOf(const std::string& path, const Columns& columns, const GridForm& form) {

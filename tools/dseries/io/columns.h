@@ -5,11 +5,18 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
+#include "io/layout.h"
 #include <DataStorage/calibration/arraycal.h>
 
 // Texts of numbers, line by line.
+
+namespace CLI {
+class App;
+class Option;
+}  // namespace CLI
 
 namespace dseries {
 
@@ -24,21 +31,44 @@ struct PrintedDigits {
   double Unit(double number) const;
 };
 
-/// Values, with positions if the text has them.
-struct Columns {
-  std::vector<double> positions;  ///< empty: the text has none
-  std::vector<double> values;     ///< not-a-number for missing ones
-  std::vector<int> lines;         ///< the line of each, from 1
-  PrintedDigits digits;           ///< of the positions
-  int missing = 0;                ///< the number of missing values
-  int first_missing = 0;          ///< the line of the first of them
+/// When and where a datum was taken.
+struct Stamp {
+  long time = 0;
+  std::optional<std::pair<double, double>> position;
 };
 
-/// Reads lines of one field (a value) or two (a position and a value), as many as the first line has. Fields
-/// are separated by blanks or tabs. Words for missing values, which `missing` adds to, and empty fields
-/// between tabs become not-a-number; so do empty lines in a text of one column. Throws Failure, with the
-/// line, for anything else that is not a number.
-Columns ReadColumns(const std::string& path, std::string_view text, const std::vector<std::string>& missing);
+/// A column of values.
+struct Values {
+  std::vector<double> values;  ///< not-a-number for missing ones
+  std::string name;            ///< with units in brackets; empty: not known
+  int missing = 0;             ///< the number of missing values
+  int first_missing = 0;       ///< the line of the first of them
+};
+
+/// Columns of values, with positions if the text has them.
+struct Columns {
+  std::vector<double> positions;  ///< empty: the text has none
+  std::string position_name;      ///< as that of values
+  std::vector<int> lines;         ///< the line of each row, from 1
+  PrintedDigits digits;           ///< of the positions
+  std::vector<Values> data;       ///< one or more
+  std::optional<Stamp> stamp;     ///< in the tables that 'dseries export' writes
+};
+
+struct Text {
+  std::vector<Columns>
+      parts;          ///< several: a table that 'dseries export' has written, with a part for each datum
+  std::string found;  ///< what the text looks like, in a line; empty for plain numbers, one or two on a line
+};
+
+/// Adds the options for the form of texts, which exclude `raw`.
+void AddTextForm(CLI::App& command, TextForm& form, CLI::Option* raw = nullptr);
+
+/// Reads a text of numbers in columns. By default the first column holds the positions and each further one
+/// the values of a datum; a single column holds values. Words for missing values and empty fields become
+/// not-a-number; so do empty lines in a text of one column. Comments and, in a text of several columns, empty
+/// lines are skipped. Throws Failure, with the line, for anything else that is not a number.
+Text ReadColumns(const std::string& path, std::string bytes, const TextForm& form);
 
 /// How the grid of positions is found.
 struct GridForm {

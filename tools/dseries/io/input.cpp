@@ -52,6 +52,18 @@ Array Converted(const std::string& path, const Array& array, const InputForm& fo
   return converted;
 }
 
+/// Arrays that were read whole.
+template <class Array>
+Input<Array> Whole(std::vector<Array> arrays) {
+  std::int64_t bytes = 0;
+  for (const Array& array : arrays) bytes += StoredSize<Array>(array.NumIndices(), array.DataType());
+  const int count = static_cast<int>(arrays.size());
+  return {count, bytes, [left = std::move(arrays), i = std::size_t{0}]() mutable -> std::optional<Array> {
+            if (i == left.size()) return {};
+            return std::exchange(left[i++], Array());  // frees the memory
+          }};
+}
+
 /// The calibration of the values in the order of the lines; its delta is negative for falling positions.
 cal_cArrayCal CalibrationOf(const std::string& path, const Columns& columns, const InputForm& form,
                             const Warn& warn) {
@@ -71,21 +83,39 @@ cal_cArrayCal CalibrationOf(const std::string& path, const Columns& columns, con
   return grid.cal;
 }
 
-darr_c1DArray ReadText(const std::string& path, const InputForm& form, const Warn& warn) {
-  Columns columns = ReadColumns(path, ReadWhole(path), form.missing);
-  if (columns.missing > 0) {
-    warn(fmt::format("{}: {} missing and read as not-a-number, the first on line {}", path,
-                     Count(columns.missing, "value is", "values are"), columns.first_missing));
+/// The data of a text, each in the order of rising positions.
+Input<darr_c1DArray> ReadText(const std::string& path, std::string bytes, const InputForm& form,
+                              const Warn& warn) {
+  Text text = ReadColumns(path, std::move(bytes), form.text);
+  std::vector<darr_c1DArray> arrays;
+  std::vector<Stamp> stamps;
+  for (Columns& part : text.parts) {
+    for (const Values& column : part.data) {
+      if (column.missing > 0) {
+        warn(fmt::format("{}: {} missing and read as not-a-number, the first on line {}", path,
+                         Count(column.missing, "value is", "values are"), column.first_missing));
+      }
+    }
+    const int n = static_cast<int>(part.lines.size());
+    cal_cArrayCal cal = CalibrationOf(path, part, form, warn);
+    const bool falls = cal.Delta() < 0;
+    if (falls)
+      cal = cal_cArrayCal(form.delta.empty() ? part.positions.back() : cal.Position(n - 1), -cal.Delta());
+    for (Values& column : part.data) {
+      if (falls) std::reverse(column.values.begin(), column.values.end());
+      const darr_c1DArray array(arr_c1DNumberArray<double>(n, column.values.data()), cal_c1DArrayCal(cal));
+      arrays.push_back(Converted(path, array, form, warn));
+      std::exchange(column.values, {});  // frees the memory
+    }
+    if (part.stamp) stamps.push_back(*part.stamp);
   }
-  const int n = static_cast<int>(columns.values.size());
-  cal_cArrayCal cal = CalibrationOf(path, columns, form, warn);
-  if (cal.Delta() < 0) {
-    std::reverse(columns.values.begin(), columns.values.end());
-    const double last = form.delta.empty() ? columns.positions.back() : cal.Position(n - 1);
-    cal = cal_cArrayCal(last, -cal.Delta());
-  }
-  const darr_c1DArray array(arr_c1DNumberArray<double>(n, columns.values.data()), cal_c1DArrayCal(cal));
-  return Converted(path, array, form, warn);
+  const Columns& first = text.parts.front();
+  Input<darr_c1DArray> input = Whole(std::move(arrays));
+  input.found = std::move(text.found);
+  input.stamps = std::move(stamps);
+  input.x = first.position_name;
+  if (first.data.size() == 1) input.value = first.data.front().name;
+  return input;
 }
 
 template <class Array>
@@ -107,14 +137,8 @@ Input<Array> ReadRaw(const std::string& path, const InputForm& form) {
     if (!numbers.Read(in)) Fail("there is not enough memory");
     return Array(numbers, cal);
   };
-  return {raw->Count(), StoredSize<Array>(raw->DatumSize() / type.SizeOf(), type), next};
-}
-
-/// An array that was read whole.
-template <class Array>
-Input<Array> Single(const Array& array) {
-  return {1, StoredSize<Array>(array.NumIndices(), array.DataType()),
-          [left = std::optional(array)]() mutable { return std::exchange(left, {}); }};
+  const std::int64_t size = StoredSize<Array>(raw->DatumSize() / type.SizeOf(), type);
+  return {raw->Count(), size * raw->Count().value_or(1), next};
 }
 
 darr_c2DArray ReadRawPlane(const std::string& path) {
@@ -206,9 +230,9 @@ template <class Array>
 Input<Array> ReadInput(const std::string& path, const InputForm& form, const Warn& warn) {
   if (!form.raw.empty()) return ReadRaw<Array>(path, form);
   if constexpr (axes<Array> == 2) {
-    return Single(ReadPlane(path, form, warn));
+    return Whole(std::vector{ReadPlane(path, form, warn)});
   } else {
-    return Single(ReadText(path, form, warn));
+    return ReadText(path, ReadWhole(path), form, warn);
   }
 }
 

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "io/columns.h"
 #include <DataStorage/data/darray1d.h>
 #include <DataStorage/data/darray2d.h>
 
@@ -17,10 +18,13 @@ namespace dseries {
 template <class Array>
 struct Input {
   std::optional<int> count;  ///< none for raw data from a pipe of unknown length
-  std::int64_t bytes = 0;    ///< of each datum in a series file, without its tag
+  std::int64_t bytes = 0;    ///< of all data in a series file, without their tags; of one if `count` is none
   /// Returns the data in their order, then none. Texts and pictures are already read; raw data are read by
   /// the call, which throws Failure when they are cut off.
   std::function<std::optional<Array>()> next;
+  std::string found = {};          ///< what was found out about the input, in a line; empty: the usual
+  std::vector<Stamp> stamps = {};  ///< of each datum, if the input has them
+  std::string x = {}, value = {};  ///< names of the positions and the values, with units in brackets
 };
 
 /// Called with a sentence about values that differ from the input.
@@ -36,8 +40,8 @@ struct InputForm {
   std::vector<double> delta;           ///< distance between elements, also of positions in texts
   std::vector<int> raw;                ///< extents of a datum in raw bytes; empty: the input is a text, a
                                        ///< picture or the raw form of a 2D array
-  std::vector<std::string> missing;    ///< texts: words for missing values, besides the usual ones
-  bool even = false;                   ///< texts: positions need not be even, but must lie within half a step
+  TextForm text;
+  bool even = false;         ///< texts: positions need not be even, but must lie within half a step
   bool interleaved = false;  ///< raw: first element 0 of all data, then element 1 of all of them, and so on
 };
 
