@@ -37,7 +37,15 @@ std::unique_ptr<CLI::App> MakeProgram() {
   program->formatter(std::make_shared<HelpFormatter>());
   program->set_version_flag("--version", "dseries " DSERIES_VERSION, "Print the version and exit");
   program->require_subcommand(0, 1);
-  program->footer("'dseries COMMAND --help' explains a command and shows an example.");
+  program->footer(
+      "From a text of numbers to a picture:\n"
+      "  dseries append spectra.dseries spectrum.txt --new\n"
+      "  dseries plot spectra.dseries\n"
+      "  dseries plot spectra.dseries -o spectrum.png\n\n"
+      "'dseries COMMAND --help' explains a command and shows an example.");
+  program->callback([&program = *program] {
+    if (program.get_subcommands().empty()) throw CLI::CallForHelp();
+  });
   for (const auto add : {AddCreate, AddAppend, AddLabel, AddInfo, AddList, AddGet, AddFind, AddPlot,
                          AddExport, AddMap, AddImage, AddConvert, AddVerify, AddRepair, AddHelp}) {
     add(*program);

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdint>
 #include <ctime>
+#include <filesystem>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <functional>
@@ -16,9 +17,11 @@
 #include "cli/progress.h"
 #include "cli/usage.h"
 #include "commands/commands.h"
+#include "file/dimensions.h"
 #include "file/failure.h"
 #include "file/header.h"
 #include "file/kinds.h"
+#include "file/labels.h"
 #include "file/series.h"
 #include "file/text.h"
 #include "io/console.h"
@@ -39,42 +42,60 @@ struct Options {
   InputForm form;
   std::string type;
   std::string time;
+  bool file_time = false;
   std::vector<double> at;
   bool tag_position = false;
   double wait = 10;  ///< seconds for another writer
+  // Of a new series:
+  bool create = false;
+  bool images = false;
+  std::vector<std::string> dimensions;
+  int slots = 1000;
 };
 
-/// Makes the tag of the datum in a slot.
-using TagOf = std::function<std::unique_ptr<dtsr_cDataTag>(int slot)>;
+/// When and where the data of an input were taken: one stamp for each, or one for all.
+template <class Array>
+std::vector<Stamp> StampsOf(const Input<Array>& input, const std::string& path, const Options& options,
+                            long now) {
+  std::vector<Stamp> stamps = input.stamps.empty() ? std::vector{Stamp{now, {}}} : input.stamps;
+  for (Stamp& stamp : stamps) {
+    if (!options.time.empty()) stamp.time = ParseTime(options.time);
+    if (options.file_time) stamp.time = ModificationTime(path);
+    if (!options.at.empty()) stamp.position = {options.at[0], options.at[1]};
+    if (stamp.position && (!std::isfinite(stamp.position->first) || !std::isfinite(stamp.position->second)))
+      Fail("a tag needs a finite position");
+  }
+  return stamps;
+}
 
-TagOf TagsFor(const Series& series, const Options& options) {
-  const long time =
-      options.time.empty() ? ParseTime(std::to_string(std::time(nullptr))) : ParseTime(options.time);
-  const bool position = options.tag_position || !options.at.empty();
+/// Throws Failure when the series cannot take tags with positions or, if `position` is false, without them.
+void CheckTags(const Series& series, const Options& options, bool position) {
   const unsigned int kind = position ? obty_2DPositionType : obty_DataTagType;
   if (const unsigned int present = series.TagTypeID(); present != 0 && present != kind) {
     if (!bKnownTagType(present)) {
       Fail("the data in {} are tagged with {}; only a program that knows this kind can append", options.file,
            TagTypeName(present));
     }
-    Fail("the data in {} are tagged with {}; {}", options.file, TagTypeName(present),
-         position ? "leave out --at and --tag-position" : "add --at X,Y or --tag-position");
+    const bool given = options.tag_position || !options.at.empty();
+    Fail("the data in {} are tagged with {}{}", options.file, TagTypeName(present),
+         !position ? "; add --at X,Y or --tag-position"
+         : given   ? "; leave out --at and --tag-position"
+                   : ", and those to append with a position as well");
   }
+  if (options.tag_position && series.DimensionArray().NumberDimensions() < 2) {
+    Fail("--tag-position needs two dimensions, and {} has fewer", options.file);
+  }
+}
+
+std::unique_ptr<dtsr_cDataTag> TagFor(const Series& series, int slot, const Stamp& stamp,
+                                      const Options& options) {
   if (options.tag_position) {
-    if (series.DimensionArray().NumberDimensions() < 2) {
-      Fail("--tag-position needs two dimensions, and {} has fewer", options.file);
-    }
-    return [&series, time](int slot) {
-      const arr_cC_Array<double> at = series.DimensionArray().Position(slot);
-      return std::make_unique<dtsr_c2DPosition>(at[0], at[1], time);
-    };
+    const arr_cC_Array<double> at = series.DimensionArray().Position(slot);
+    return std::make_unique<dtsr_c2DPosition>(at[0], at[1], stamp.time);
   }
-  if (position) {
-    const double x = options.at[0], y = options.at[1];
-    if (!std::isfinite(x) || !std::isfinite(y)) Fail("a tag needs a finite position");
-    return [=](int) { return std::make_unique<dtsr_c2DPosition>(x, y, time); };
-  }
-  return [time](int) { return std::make_unique<dtsr_cDataTag>(time); };
+  if (stamp.position)
+    return std::make_unique<dtsr_c2DPosition>(stamp.position->first, stamp.position->second, stamp.time);
+  return std::make_unique<dtsr_cDataTag>(stamp.time);
 }
 
 /// Reads and checks all inputs, before the first of them is stored.
@@ -148,29 +169,69 @@ std::unique_ptr<DataSeries<Array>> OpenLocked(const Options& options) {
   }
 }
 
+/// The number of data, if it is known of every input.
 template <class Array>
-void AppendInputs(const Options& options) {
-  const std::unique_ptr<DataSeries<Array>> locked = OpenLocked<Array>(options);
-  DataSeries<Array>& series = *locked;
-  const TagOf tag_of = TagsFor(series, options);
-  CheckSlots(series, static_cast<std::int64_t>(options.inputs.size()));  // each holds a datum or more
-
-  const std::vector<Input<Array>> inputs = ReadInputs<Array>(options);
-  CheckRoom(series, inputs, StoredSize(*tag_of(0)));
+std::optional<std::int64_t> CountOf(const std::vector<Input<Array>>& inputs) {
   std::optional<std::int64_t> count = 0;
   for (const Input<Array>& input : inputs)
     count = count && input.count ? std::optional(*count + *input.count) : std::nullopt;
+  return count;
+}
+
+/// Makes a series for the inputs, which were read; by default over one dimension that counts the data.
+template <class Array>
+void Create(const Options& options, const std::vector<Input<Array>>& inputs) {
+  const std::int64_t slots = std::max<std::int64_t>(options.slots, CountOf(inputs).value_or(0));
+  const std::vector<std::string> counts{fmt::format("number,,{},0,1", slots)};
+  const dtsr_cDimensionArray dimensions =
+      ParseDimensions(options.dimensions.empty() ? counts : options.dimensions);
+  MakeSeries(options.file, false,
+             [&](const std::string& path) { const DataSeries<Array> series(path, dimensions); });
+}
+
+/// The labels in the header of an input become those of a series without labels.
+template <class Array>
+void LabelSeries(const Options& options, const Input<Array>& input) {
+  if (input.x.empty() && input.value.empty()) return;
+  Labels labels = ReadLabels(options.file);
+  if (!labels.x.bEmpty() || !labels.value.bEmpty()) return;
+  labels.x = ParseLabel(input.x);
+  labels.value = ParseLabel(input.value);
+  if (!labels.x.bEmpty() || !labels.value.bEmpty()) WriteLabels(options.file, labels);
+}
+
+template <class Array>
+void Store(DataSeries<Array>& series, const std::vector<Input<Array>>& inputs, const Options& options) {
+  const long now = ParseTime(std::to_string(std::time(nullptr)));
+  std::vector<std::vector<Stamp>> stamps;
+  for (std::size_t i = 0; i < inputs.size(); ++i)
+    stamps.push_back(StampsOf(inputs[i], options.inputs[i], options, now));
+  const auto position = [](const auto& stamp) { return stamp.position.has_value(); };
+  const bool positions = position(stamps.front().front());
+  for (std::size_t i = 0; i < inputs.size(); ++i) {
+    if (std::count_if(stamps[i].begin(), stamps[i].end(), position) !=
+        (positions ? std::ssize(stamps[i]) : 0))
+      Fail(
+          "{}: the data have positions in their tags and those of {} have none, or the reverse; --at X,Y or "
+          "--tag-position sets them",
+          options.inputs[i], options.inputs.front());
+  }
+  CheckTags(series, options, positions || options.tag_position);
+  CheckRoom(series, inputs, StoredSize(*TagFor(series, 0, stamps.front().front(), options)));
+  const std::optional<std::int64_t> count = CountOf(inputs);
 
   const Deferral deferral;  // each datum is stored whole or not at all, and their number is reported
   std::int64_t done = 0;
   try {
     Progress progress("appending", count.value_or(0));
-    for (const Input<Array>& input : inputs) {
-      while (const std::optional<Array> datum = input.next()) {
+    for (std::size_t i = 0; i < inputs.size(); ++i) {
+      std::size_t n = 0;
+      while (const std::optional<Array> datum = inputs[i].next()) {
         CheckInterruption();
-        if (series.NextWriteIndex() == series.Size())
-          Fail("{} is full, and there are more data", options.file);
-        series.Append(*datum, *tag_of(series.NextWriteIndex()));
+        const int slot = series.NextWriteIndex();
+        if (slot == series.Size()) Fail("{} is full, and there are more data", options.file);
+        const Stamp& stamp = stamps[i][std::min(n++, stamps[i].size() - 1)];
+        series.Append(*datum, *TagFor(series, slot, stamp, options));
         ++done;
         if (count) progress.Show(done);
       }
@@ -187,6 +248,29 @@ void AppendInputs(const Options& options) {
        series.NextWriteIndex(), series.Size());
 }
 
+template <class Array>
+void AppendInputs(const Options& options) {
+  std::vector<Input<Array>> inputs;
+  if (options.create) {
+    if (bExists(options.file)) Fail("{} exists already; leave out --new to append to it", options.file);
+    CheckSeriesName(options.file);
+    inputs = ReadInputs<Array>(options);
+    Create(options, inputs);
+  }
+  const std::unique_ptr<DataSeries<Array>> series = OpenLocked<Array>(options);
+  try {
+    if (!options.create) {
+      CheckSlots(*series, static_cast<std::int64_t>(options.inputs.size()));  // each holds a datum or more
+      inputs = ReadInputs<Array>(options);
+    }
+    Store(*series, inputs, options);
+  } catch (...) {
+    if (options.create && series->NextWriteIndex() == 0) std::filesystem::remove(options.file);
+    throw;
+  }
+  LabelSeries(options, inputs.front());
+}
+
 /// Removes the missing inputs, reports and returns them, unless all are missing.
 std::vector<std::string> TakeMissing(std::vector<std::string>& inputs) {
   const auto missing = [](const std::string& path) { return path != "-" && !bExists(path); };
@@ -198,11 +282,21 @@ std::vector<std::string> TakeMissing(std::vector<std::string>& inputs) {
   return taken;
 }
 
+/// Whether the inputs of a new series are planes, as the first of them is.
+bool bPlanes(const Options& options) {
+  const std::string& first = options.inputs.front();
+  if (!options.form.raw.empty()) return options.form.raw.size() == 2;
+  return options.images || (first != "-" && !bStream(first) && bPlane(first));
+}
+
 void Append(Options options) {
   options.inputs = Expanded(options.inputs);
   const std::vector<std::string> missing = TakeMissing(options.inputs);
   if (!options.type.empty()) options.form.type = ElementType(options.type);
-  VisitDataType(KnownDataType(options.file), [&]<class Array>(std::type_identity<Array>) {
+  const unsigned int type = !options.create    ? KnownDataType(options.file)
+                            : bPlanes(options) ? darr_c2DArray::DataTypeID()
+                                               : darr_c1DArray::DataTypeID();
+  VisitDataType(type, [&]<class Array>(std::type_identity<Array>) {
     CheckForm(options.form, std::is_same_v<Array, darr_c2DArray> ? 2 : 1);
     AppendInputs<Array>(options);
   });
@@ -220,10 +314,10 @@ void AddAppend(CLI::App& program) {
   command.add_option("FILE", options->file, "The series file")->required();
   command
       .add_option("INPUT", options->inputs,
-                  "Texts with one number per line (a value) or two (a position and a value; positions evenly "
-                  "spaced within their printed digits); for series of 2D data grey pictures (PGM, 8-bit BMP) "
-                  "and raw 2D arrays (.darr); or, with --raw, raw numbers. - is standard input. Quoted names "
-                  "with * match in natural order: run_2 before run_10")
+                  "Texts with numbers in columns: values, or positions (evenly spaced within their printed "
+                  "digits) and the values of one datum or more; for series of 2D data grey pictures (PGM, "
+                  "8-bit BMP) and raw 2D arrays (.darr); or, with --raw, raw numbers. - is standard input. "
+                  "Quoted names with * match in natural order: run_2 before run_10")
       ->required();
   command
       .add_option("--time", options->time,
@@ -231,6 +325,10 @@ void AddAppend(CLI::App& program) {
                   "seconds since 1970; default: now")
       ->type_name("TIME")
       ->check(StorableTime());
+  command
+      .add_flag("--file-time", options->file_time,
+                "The data were taken when their input file was last changed")
+      ->excludes("--time");
   CLI::Option* at = command.add_option("--at", options->at, "Where the data were taken")
                         ->type_name("X,Y")
                         ->delimiter(',')
@@ -271,7 +369,27 @@ void AddAppend(CLI::App& program) {
       .add_flag("--even", form.even,
                 "Texts: accept uneven positions that lie within half a step of even ones")
       ->excludes(raw);
+  CLI::Option* create = command.add_flag(
+      "--new", options->create,
+      "Make the series file first, for data of the kind of the first input: over the dimensions of --dim, or "
+      "over one that counts the data");
+  command.add_option("-d,--dim", options->dimensions, "--new: a dimension, as in 'dseries create'")
+      ->type_name("NAME,UNITS,SIZE,OFFSET,DELTA[,reverse]")
+      ->allow_extra_args(false)
+      ->needs(create);
+  command
+      .add_option("--slots", options->slots,
+                  "--new: the most data that the series can hold; default: 1000, or as many as are given")
+      ->type_name("N")
+      ->check(WholeNumber(1))
+      ->needs(create)
+      ->excludes("--dim");
+  command.add_flag("--images", options->images, "--new: for 2D data, where the first input does not say so")
+      ->needs(create);
   command.footer(
+      "What a text looks like is found out and reported in a line: what separates its\n"
+      "columns, its decimal mark, its header. Names and units in a header become the\n"
+      "labels of a series without labels.\n\n"
       "Example: two spectra, then a raster of raw data with 12 numbers for each place\n"
       "  dseries append spectra.dseries first.dat second.dat --time 2024-02-29T12:00\n"
       "  dseries append sst.dseries sst.f32 --raw 12 --interleaved --tag-position\n"

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -58,6 +59,14 @@ std::string ReadWhole(const std::string& path) {
     Fail("{} cannot be read: {}", standard ? "standard input" : path, std::strerror(errno));
   }
   return bytes;
+}
+
+long ModificationTime(const std::string& path) {
+  std::error_code error;
+  const auto time = fs::last_write_time(path, error);
+  if (path == "-" || error) Fail("--file-time: it is not known when {} was last changed", path);
+  const auto seconds = std::chrono::floor<std::chrono::seconds>(std::chrono::file_clock::to_sys(time));
+  return ParseTime(std::to_string(seconds.time_since_epoch().count()));
 }
 
 CLI::Option* AddTarget(CLI::App& command, Target& target, const std::string& help) {

@@ -53,6 +53,10 @@ void CheckAll(int failed, std::size_t total);
 /// All bytes of a file, which may be a pipe or a device, or of standard input for "-".
 std::string ReadWhole(const std::string& path);
 
+/// When a file was last changed, in seconds since 1970. Throws Failure when that is not known, as of standard
+/// input, or when series files cannot hold it.
+long ModificationTime(const std::string& path);
+
 /// Where a command writes.
 struct Target {
   std::string path;    ///< empty: nowhere; - is standard output
