@@ -88,11 +88,11 @@ dseries get "$folder/months.dseries" 0
 
 say "The North Atlantic in July, cut by its place on the earth and drawn with four pixels" \
   "a degree each way:"
-dseries get "$folder/months.dseries" --position 6 --region 280,0,360,70 --rescale 0.25,0.25 \
+dseries get "$folder/months.dseries" --position 6 --region 280,0,360,70 --rescale 0.25,0.25 --stretch \
   -o "$folder/atlantic_july.bmp"
 
 say "The map of the raster and the map of the series are the same picture:"
-dseries get "$folder/months.dseries" 0 -o "$folder/january_again.bmp"
+dseries get "$folder/months.dseries" 0 --stretch -o "$folder/january_again.bmp"
 cmp "$folder/january.bmp" "$folder/january_again.bmp" || stop "the two maps of January differ"
 
 say "4. A micrograph" \

@@ -35,8 +35,7 @@ class Refusals : public Tool {
 };
 
 TEST_F(Refusals, OfCommandLines) {
-  Expect({{"", 2, "a command is required (see dseries --help)"},
-          {"weigh a.dseries", 2, "there is no command 'weigh' (see dseries --help)"},
+  Expect({{"weigh a.dseries", 2, "there is no command 'weigh' (see dseries --help)"},
           {"creaet a.dseries", 2, "did you mean 'create'?"},
           {"ver a.dseries", 2, "did you mean 'verify'?"},
           {"help appendix", 2, "did you mean 'append'?"},

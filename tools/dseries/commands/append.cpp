@@ -14,6 +14,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "cli/labels.h"
 #include "cli/progress.h"
 #include "cli/usage.h"
 #include "commands/commands.h"
@@ -21,7 +22,6 @@
 #include "file/failure.h"
 #include "file/header.h"
 #include "file/kinds.h"
-#include "file/labels.h"
 #include "file/series.h"
 #include "file/text.h"
 #include "io/console.h"
@@ -185,19 +185,21 @@ void Create(const Options& options, const std::vector<Input<Array>>& inputs) {
   const std::vector<std::string> counts{fmt::format("number,,{},0,1", slots)};
   const dtsr_cDimensionArray dimensions =
       ParseDimensions(options.dimensions.empty() ? counts : options.dimensions);
-  MakeSeries(options.file, false,
-             [&](const std::string& path) { const DataSeries<Array> series(path, dimensions); });
+  MakeLabelledSeries(options.file, false, {},
+                     [&](const std::string& path) { const DataSeries<Array> series(path, dimensions); });
 }
 
 /// The labels in the header of an input become those of a series without labels.
 template <class Array>
 void LabelSeries(const Options& options, const Input<Array>& input) {
-  if (input.x.empty() && input.value.empty()) return;
-  Labels labels = ReadLabels(options.file);
-  if (!labels.x.bEmpty() || !labels.value.bEmpty()) return;
-  labels.x = ParseLabel(input.x);
-  labels.value = ParseLabel(input.value);
-  if (!labels.x.bEmpty() || !labels.value.bEmpty()) WriteLabels(options.file, labels);
+  const Label x = ParseLabel(input.x), value = ParseLabel(input.value), pixels{"", input.units};
+  if (x.bEmpty() && value.bEmpty() && pixels.bEmpty()) return;
+  Labels labels = LabelsOf(options.file);
+  if (!labels.x.bEmpty() || !labels.y.bEmpty() || !labels.value.bEmpty()) return;
+  labels.x = pixels.bEmpty() ? x : pixels;
+  labels.y = pixels;
+  labels.value = value;
+  SaveLabels(options.file, labels);
 }
 
 template <class Array>
@@ -313,11 +315,13 @@ void AddAppend(CLI::App& program) {
   CLI::App& command = *program.add_subcommand("append", "Store data in the next free slots of a series");
   command.add_option("FILE", options->file, "The series file")->required();
   command
-      .add_option("INPUT", options->inputs,
-                  "Texts with numbers in columns: values, or positions (evenly spaced within their printed "
-                  "digits) and the values of one datum or more; for series of 2D data grey pictures (PGM, "
-                  "8-bit BMP) and raw 2D arrays (.darr); or, with --raw, raw numbers. - is standard input. "
-                  "Quoted names with * match in natural order: run_2 before run_10")
+      .add_option(
+          "INPUT", options->inputs,
+          "Texts with numbers in columns: values, or positions (evenly spaced within their printed "
+          "digits) and the values of one datum or more; for series of 2D data pictures (TIFF, PNG, JPEG, "
+          "BMP, PGM, PPM) and raw 2D arrays (.darr); NumPy arrays (.npy), whose first axis counts the "
+          "data if they have one more than a datum; or, with --raw, raw numbers. - is standard input. "
+          "Quoted names with * match in natural order: run_2 before run_10")
       ->required();
   command
       .add_option("--time", options->time,

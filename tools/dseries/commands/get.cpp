@@ -107,14 +107,14 @@ void AddGet(CLI::App& program) {
   AddView(command, options->view);
   AddColors(command, options->drawing);
   AddOutput(command, options->output,
-            "Write positions and values as text; 2D data as a picture (.png, .bmp, .pgm) or in raw form "
-            "(.darr), or one line of them as text. - is standard output");
+            "Write positions and values as text; 2D data as a picture (.tif, .png, .bmp, .pgm) or an array "
+            "(.npy, .darr), or one line of them as text. - is standard output");
   command.footer(
       "Example: the datum at 181 degrees east, 1 degree north\n"
       "  dseries get sst.dseries --position 181,1\n"
       "  dseries get sst.dseries --position 181,1 -o place.txt\n"
       "Of a series of 2D data a region as a picture\n"
-      "  dseries get months.dseries 0 --region 100,-60,300,60 -o pacific.png");
+      "  dseries get months.dseries 0 --region 100,-60,300,60 --stretch -o pacific.png");
   command.callback([options] { Get(*options); });
 }
 

@@ -45,7 +45,8 @@ void AddImage(CLI::App& program) {
       *program.add_subcommand("image", "Read a picture, cut it, and write it in another form");
   command
       .add_option("INPUT", options->input,
-                  "A grey picture (PGM, 8-bit BMP), - for one on standard input, or a raw 2D array (.darr); "
+                  "A picture (TIFF, PNG, JPEG, BMP, PGM, PPM), - for one on standard input, or an array "
+                  "(.npy, .darr); "
                   "'get' does the same with a datum of a series, and 'append' stores pictures in a series")
       ->required();
   AddCalibration(command, options->form);
@@ -55,7 +56,7 @@ void AddImage(CLI::App& program) {
   AddView(command, options->view);
   AddColors(command, options->drawing);
   AddOutput(command, options->output,
-            "A picture (.png, .bmp, .pgm), a raw 2D array (.darr), or one line as text; - is standard "
+            "A picture (.tif, .png, .bmp, .pgm), an array (.npy, .darr), or one line as text; - is standard "
             "output. Default: describe the input");
   command.footer(
       "Element 0,0 is the bottom left one. A region is cut out first, then it is\n"

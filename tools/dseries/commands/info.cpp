@@ -13,6 +13,7 @@
 #include "cli/progress.h"
 #include "cli/show.h"
 #include "cli/table.h"
+#include "cli/texts.h"
 #include "commands/commands.h"
 #include "file/dimensions.h"
 #include "file/header.h"
@@ -23,6 +24,7 @@
 #include "file/structure.h"
 #include "file/text.h"
 #include "io/files.h"
+#include "io/input.h"
 
 namespace dseries {
 
@@ -207,6 +209,7 @@ std::string InfoAsText(const Contents& contents) {
 
 struct Options : FileList {
   bool statistics = false;
+  TextForm text;
 };
 
 void Info(const Options& options) {
@@ -214,9 +217,13 @@ void Info(const Options& options) {
   auto all = nlohmann::ordered_json::array();
   bool first = true;
   const int failed = ForEach(files, [&](const std::string& file) {
-    const Contents contents(file, options.statistics);
-    if (options.json) return all.push_back(InfoAsJson(contents));
-    const std::string text = InfoAsText(contents);
+    const bool series = !bNoSeries(file);
+    if (options.json) {
+      return all.push_back(series ? InfoAsJson(Contents(file, options.statistics))
+                                  : InfoOfTextAsJson(file, options.text));
+    }
+    const std::string text =
+        series ? InfoAsText(Contents(file, options.statistics)) : InfoOfText(file, options.text);
     fmt::print("{}{}", std::exchange(first, false) ? "" : "\n", text);
   });
   if (options.json) Print(files.size() == 1 ? all.front() : all);
@@ -227,10 +234,11 @@ void Info(const Options& options) {
 
 void AddInfo(CLI::App& program) {
   auto options = std::make_shared<Options>();
-  CLI::App& command = *program.add_subcommand("info", "Show what a series file holds");
+  CLI::App& command = *program.add_subcommand("info", "Show what a series file or a text of numbers holds");
   AddFiles(command, *options);
   command.add_flag("--stats", options->statistics,
                    "Also read all values: their minimum, maximum and mean, and how many are not a number");
+  AddTextForm(command, options->text);
   command.footer(
       "Element types, sizes and axes are those that stand before the elements of every\n"
       "datum; 'x' and 'y' are the axes within a datum, from its first to its last\n"

@@ -186,7 +186,12 @@ void Map(const Options& options) {
   if (!found) Fail("no datum of {} has elements in this range", options.file);
   const darr_c2DArray map(values, cal_c2DArrayCal(dimensions.Dimension(x).Calibration().AxisX(),
                                                   dimensions.Dimension(y).Calibration().AxisX()));
-  if (!options.axes) return WritePlane(options.output, map, options.drawing, options.file);
+  if (!options.axes) {
+    Drawing drawing = options.drawing;
+    drawing.stretch =
+        drawing.stretch || bGreysOnly(options.output.path);  // values of a map are no whole numbers
+    return WritePlane(options.output, map, drawing, options.file);
+  }
   const Labels labels = LabelsOf(options.file);
   const Caption caption{TitleOf(labels, options.file), ReductionText(options.reduction, labels.x),
                         LabelOf(dimensions, x), LabelOf(dimensions, y), LabelText(labels.value)};
@@ -216,7 +221,7 @@ void AddMap(CLI::App& program) {
   AddCells(command, options->cells);
   AddChoiceByOptions(command, options->choice);
   AddTarget(command, options->output,
-            "A picture (.png, .bmp, .pgm), or the values themselves as a raw 2D array (.darr)")
+            "A picture (.png, .bmp, .pgm), or the values themselves (.tif, .npy, .darr)")
       ->required();
   command.add_flag("--axes", options->axes,
                    "Draw axes, a title and a colour scale around the map (.png, .svg, .pdf)");

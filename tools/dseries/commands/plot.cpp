@@ -12,6 +12,7 @@
 #include "cli/choice.h"
 #include "cli/labels.h"
 #include "cli/stack.h"
+#include "cli/texts.h"
 #include "cli/view.h"
 #include "commands/commands.h"
 #include "figure/drawing.h"
@@ -22,6 +23,7 @@
 #include "file/text.h"
 #include "io/files.h"
 #include "io/input.h"
+#include "io/npy.h"
 #include "io/system.h"
 
 namespace dseries {
@@ -31,6 +33,7 @@ namespace {
 struct Options {
   std::string file;
   Choice choice;
+  TextForm text;
   View view;
   Drawing drawing;
   bool heat = false;
@@ -104,18 +107,43 @@ Figure FigureOfSeries(const Options& options) {
   return FigureOf(std::move(curves), options.drawing, caption);
 }
 
-Figure FigureOfFile(const Options& options) {
-  if (!bPlane(options.file)) {
-    return VisitDataType(KnownDataType(options.file), [&]<class Array>(std::type_identity<Array>) {
-      return FigureOfSeries<Array>(options);
-    });
-  }
+/// A picture, an array or a text.
+Figure FigureOfInput(const Options& options) {
   if (!options.choice.bNone()) Fail("{} is not a series, so no datum can be chosen", options.file);
-  const darr_c2DArray plane = ReadPlane(options.file, {}, PrintWarning);
   Caption caption = CaptionOf(options, {});
+  std::string bytes = bRawPlane(options.file) ? "" : ReadWhole(options.file);
+  if (!bRawPlane(options.file) && !bPlaneBytes(options.file, bytes)) {
+    if (!options.view.bNone() || options.heat)
+      Fail("{} is no series; its data are drawn whole", options.file);
+    if (!bNpy(bytes))
+      return FigureOfText(options.file, std::move(bytes), options.text, options.drawing, caption);
+    std::vector<Curve> curves;
+    const auto input = ReadInput<darr_c1DArray>(options.file, std::move(bytes), {}, PrintWarning);
+    if (*input.count > static_cast<int>(most_curves))
+      Fail("{} data are too many for one plot; the most are {}", *input.count, most_curves);
+    while (const auto datum = input.next()) curves.push_back(CurveOf(*datum, "", options.drawing));
+    return FigureOf(std::move(curves), options.drawing, caption);
+  }
+  const Input<darr_c2DArray> input =
+      bRawPlane(options.file) ? ReadInput<darr_c2DArray>(options.file, {}, PrintWarning)
+                              : ReadInput<darr_c2DArray>(options.file, std::move(bytes), {}, PrintWarning);
+  if (!input.found.empty()) Complain("{}: {}", options.file, input.found);
+  if (*input.count > 1)
+    PrintWarning(fmt::format("{} holds {} pictures, of which this is the first", options.file, *input.count));
+  const darr_c2DArray plane = *input.next();
+  if (!input.units.empty()) caption.x_label = caption.y_label = input.units;
   if (!options.view.bLine()) return FigureOfPlane(plane, options, caption);
   LabelCurves(caption, options, {}, "x");
   return FigureOf({CurveOf(LineOf(plane, options.view), "", options.drawing)}, options.drawing, caption);
+}
+
+Figure FigureOfFile(const Options& options) {
+  if (bNoSeries(options.file)) return FigureOfInput(options);
+  if (!options.text.bNone())
+    Fail("{} is a series; what a text looks like does not apply to it", options.file);
+  return VisitDataType(KnownDataType(options.file), [&]<class Array>(std::type_identity<Array>) {
+    return FigureOfSeries<Array>(options);
+  });
 }
 
 /// Shows the figure on standard output, so that it fits the terminal.
@@ -141,9 +169,9 @@ void AddPlot(CLI::App& program) {
   auto options = std::make_shared<Options>();
   CLI::App& command = *program.add_subcommand("plot", "Draw data with axes, in the terminal or to a file");
   command
-      .add_option(
-          "FILE", options->file,
-          "A series file, a picture (PGM, 8-bit BMP; - for one on standard input) or a 2D array (.darr)")
+      .add_option("FILE", options->file,
+                  "A series file, a text with numbers in columns, a picture, or an array (.npy, .darr); - is "
+                  "one of them, but no series, on standard input")
       ->required();
   AddChoice(command, options->choice, Many::Yes);
   AddView(command, options->view);
@@ -152,10 +180,12 @@ void AddPlot(CLI::App& program) {
   AddColors(command, options->drawing);
   AddLabels(command, options->drawing);
   command.add_flag("--steps", options->drawing.steps, "Curves hold each value up to the next position");
+  AddTextForm(command, options->text);
   AddTarget(command, options->output, "Draw to a file (.png, .svg, .pdf)");
   command.footer(
       "1D data become curves, several of them in one plot, or rows of one picture; 2D\n"
       "data become a map in colours, or curves along a row or a column of them.\n\n"
+      "A text is drawn as it is; its positions need not be even.\n\n"
       "Example: two spectra in the terminal, and one as a picture\n"
       "  dseries plot spectra.dseries 0,1\n"
       "  dseries plot spectra.dseries 0 --log --x-label \"2θ (°)\" --y-label counts \\\n"

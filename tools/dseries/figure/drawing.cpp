@@ -132,6 +132,11 @@ void AddColors(CLI::App& command, Drawing& drawing) {
                   "grey otherwise")
       ->type_name("NAME")
       ->check(CLI::IsMember(ColorMap::Names()));
+  command.add_flag(
+      "--stretch", drawing.stretch,
+      "Pictures without axes: draw the values in greys, as --contrast and --colors do. Without "
+      "these a picture holds the values themselves: of 1 byte in PNG, BMP and PGM, of 2 in PNG and "
+      "PGM, of any type in TIFF");
 }
 
 void AddLabels(CLI::App& command, Drawing& drawing) {

@@ -22,9 +22,11 @@ struct Drawing {
   std::string y_label;
   std::string z_label;  ///< of the colour scale
   bool logarithmic = false;
-  bool steps = false;  ///< each value of a curve holds up to the next position
+  bool stretch = false;  ///< pictures: the values become greys, even if their format holds them as they are
+  bool steps = false;    ///< each value of a curve holds up to the next position
 
-  bool bNone() const { return contrast.empty() && !full_contrast && colors.empty(); }
+  bool bNone() const { return contrast.empty() && !full_contrast && colors.empty() && !stretch; }
+  bool bStretches() const { return !bNone() || logarithmic; }
 };
 
 /// Adds the options for colours, and those for labels and the logarithmic scale.

@@ -3,8 +3,11 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <fmt/format.h>
+#include <map>
 #include <memory>
+#include <set>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -17,6 +20,7 @@
 #include "io/console.h"
 #include "io/files.h"
 #include "io/losses.h"
+#include "io/npy.h"
 #include "io/picture.h"
 #include "io/raw.h"
 #include <DataStorage/interfaces/bstr.h>
@@ -118,27 +122,96 @@ Input<darr_c1DArray> ReadText(const std::string& path, std::string bytes, const 
   return input;
 }
 
+/// Makes arrays of elements in memory, which are little-endian.
+template <class Array>
+class ArrayMaker {
+ public:
+  template <class Calibration>
+  ArrayMaker(dtyp_cDataType type, const std::vector<int>& extents, const Calibration& cal) : cal_(cal) {
+    // The raw form of arrays begins with the element type and the extents.
+    bstr_cMemory_ostream head;
+    bstr_WriteFields(head, static_cast<std::uint16_t>(type.Type()));
+    std::int64_t size = type.SizeOf();
+    for (const int extent : extents) {
+      bstr_WriteFields(head, std::int32_t{extent});
+      size *= extent;
+    }
+    const auto* const begin = static_cast<const char*>(head.Data());
+    bytes_.assign(begin, begin + head.Size());
+    head_ = bytes_.size();
+    bytes_.resize(head_ + static_cast<std::size_t>(size));
+  }
+
+  /// Where the elements of the next array belong.
+  char* Elements() { return bytes_.data() + head_; }
+  std::size_t Size() const { return bytes_.size() - head_; }
+  Array Make() const {
+    bstr_cMemory_istream in(bytes_.data(), std::ssize(bytes_));
+    std::conditional_t<axes<Array> == 2, parr_c2DNumberArray, parr_c1DNumberArray> numbers;
+    if (!numbers.Read(in)) Fail("there is not enough memory");
+    return Array(numbers, cal_);
+  }
+
+ private:
+  std::conditional_t<axes<Array> == 2, cal_c2DArrayCal, cal_c1DArrayCal> cal_;
+  std::vector<char> bytes_;
+  std::size_t head_ = 0;
+};
+
 template <class Array>
 Input<Array> ReadRaw(const std::string& path, const InputForm& form) {
-  using Numbers = std::conditional_t<axes<Array> == 2, parr_c2DNumberArray, parr_c1DNumberArray>;
   const dtyp_cDataType type = form.type.value_or(dtyp_Float32);
   const auto raw = std::make_shared<RawInput>(path, type, form.raw, form.interleaved);
-  // The raw form of arrays begins with the element type and the extents.
-  bstr_cMemory_ostream head;
-  bstr_WriteFields(head, static_cast<std::uint16_t>(type.Type()));
-  for (const int extent : form.raw) bstr_WriteFields(head, std::int32_t{extent});
-  const auto* const begin = static_cast<const char*>(head.Data());
-  const auto bytes = std::make_shared<std::vector<char>>(begin, begin + head.Size());
-  bytes->resize(static_cast<std::size_t>(head.Size() + raw->DatumSize()));
-  const auto next = [=, cal = CalibrationOf<Array>(form), head_size = head.Size()]() -> std::optional<Array> {
-    if (!raw->Next(bytes->data() + head_size)) return {};
-    bstr_cMemory_istream in(bytes->data(), static_cast<std::int64_t>(bytes->size()));
-    Numbers numbers;
-    if (!numbers.Read(in)) Fail("there is not enough memory");
-    return Array(numbers, cal);
+  const auto maker = std::make_shared<ArrayMaker<Array>>(type, form.raw, CalibrationOf<Array>(form));
+  const auto next = [=]() -> std::optional<Array> {
+    if (!raw->Next(maker->Elements())) return {};
+    return maker->Make();
   };
   const std::int64_t size = StoredSize<Array>(raw->DatumSize() / type.SizeOf(), type);
   return {raw->Count(), size * raw->Count().value_or(1), next};
+}
+
+/// The first axis of an array with one axis more than a datum counts the data.
+template <class Array>
+std::vector<Array> ReadNpyData(const std::string& path, std::string_view bytes, const InputForm& form,
+                               const Warn& warn) {
+  NpyArray file = ReadNpy(path, bytes);
+  CheckStorable(file.type);
+  std::vector<int>& extents = file.extents;
+  if (extents.size() == axes<Array>) extents.insert(extents.begin(), 1);
+  if (extents.size() != axes<Array> + 1) {
+    Fail("{} holds an array of {}; data of {} need {} or, for several, {}", path,
+         Count(std::ssize(extents), "axis", "axes"), Count(axes<Array>, "axis", "axes"), axes<Array>,
+         axes<Array> + 1);
+  }
+  ArrayMaker<Array> maker(file.type, {extents.rbegin(), extents.rend() - 1}, CalibrationOf<Array>(form));
+  std::vector<Array> data;
+  for (int i = 0; i < extents[0]; ++i) {
+    std::memcpy(maker.Elements(), file.elements.data() + static_cast<std::size_t>(i) * maker.Size(),
+                maker.Size());
+    data.push_back(Converted(path, maker.Make(), form, warn));
+  }
+  if (data.empty()) Fail("{} holds no data", path);
+  return data;
+}
+
+Input<darr_c2DArray> ReadPictureData(const std::string& path, std::string_view bytes, const InputForm& form,
+                                     const Warn& warn) {
+  Pictures pictures = ReadPictures(path, bytes, form.channel);
+  const bool given = !form.offset.empty() || !form.delta.empty();
+  for (darr_c2DArray& plane : pictures.planes) {
+    const cal_c2DArrayCal cal = given ? CalibrationOf<darr_c2DArray>(form) : plane.Cal();
+    if (plane.DataType() == dtyp_SBin8) plane.Convert(dtyp_SBin16);  // which series hold
+    plane = Converted(path, darr_c2DArray(plane, cal), form, warn);
+  }
+  const darr_c2DArray first = pictures.planes.front();
+  Input<darr_c2DArray> input = Whole(std::move(pictures.planes));
+  if (pictures.units.empty() || given) return input;
+  input.units = pictures.units;
+  input.found =
+      fmt::format("its resolution gives {} x {} {} a pixel; --delta overrules it",
+                  NumberText(first.Cal().DeltaX(), 6), NumberText(first.Cal().DeltaY(), 6), input.units);
+  return input;
 }
 
 darr_c2DArray ReadRawPlane(const std::string& path) {
@@ -175,6 +248,15 @@ void AddCalibration(CLI::App& command, InputForm& form) {
       ->type_name("DX[,DY]")
       ->delimiter(',')
       ->allow_extra_args(false);
+  static const std::map<std::string, Channel> channels{
+      {"red", Channel::Red}, {"green", Channel::Green}, {"blue", Channel::Blue}, {"alpha", Channel::Alpha}};
+  command
+      .add_option_function<std::string>(
+          "--channel", [&form](const std::string& name) { form.channel = channels.at(name); },
+          "Pictures in colour: red, green, blue or alpha; default: the brightness, 0.299 red + 0.587 green + "
+          "0.114 blue")
+      ->type_name("NAME")
+      ->check(CLI::IsMember({"red", "green", "blue", "alpha"}));
 }
 
 void CheckStorable(dtyp_cDataType type) {
@@ -209,33 +291,52 @@ void CheckForm(const InputForm& form, std::size_t axes) {
 
 bool bRawPlane(const std::string& path) { return Extension(path) == ".darr"; }
 
+bool bPlaneBytes(const std::string& path, std::string_view bytes) {
+  if (bNpy(bytes)) return ReadNpy(path, bytes).extents.size() > 2;
+  return bPictureBytes(bytes);
+}
+
 bool bPlane(const std::string& path) {
+  static const std::set<std::string> pictures{".pgm", ".ppm",  ".bmp", ".png",
+                                              ".jpg", ".jpeg", ".tif", ".tiff"};
   const std::string extension = Extension(path);
-  return bRawPlane(path) || extension == ".pgm" || extension == ".bmp" || path == "-" || bStream(path);
+  if (extension == ".npy") return ReadNpy(path, ReadWhole(path)).extents.size() > 2;
+  return bRawPlane(path) || pictures.count(extension) > 0;
 }
 
 darr_c2DArray ReadPlane(const std::string& path, const InputForm& form, const Warn& warn) {
-  darr_c2DArray array;
-  if (!bRawPlane(path)) {
-    array = darr_c2DArray(ReadPicture(path), CalibrationOf<darr_c2DArray>(form));
-  } else if (form.offset.empty() && form.delta.empty()) {
-    array = ReadRawPlane(path);
+  const Input<darr_c2DArray> input = ReadInput<darr_c2DArray>(path, form, warn);
+  if (!input.found.empty()) Complain("{}: {}", path, input.found);
+  if (input.count > 1)
+    warn(fmt::format("{} holds {} pictures, of which this is the first", path, *input.count));
+  return *input.next();
+}
+
+template <class Array>
+Input<Array> ReadInput(const std::string& path, std::string bytes, const InputForm& form, const Warn& warn) {
+  if (bNpy(bytes)) return Whole(ReadNpyData<Array>(path, bytes, form, warn));
+  if constexpr (axes<Array> == 2) {
+    return ReadPictureData(path, bytes, form, warn);
   } else {
-    Fail("{} has positions of its own; --offset and --delta are for data without them", path);
+    return ReadText(path, std::move(bytes), form, warn);
   }
-  return Converted(path, array, form, warn);
 }
 
 template <class Array>
 Input<Array> ReadInput(const std::string& path, const InputForm& form, const Warn& warn) {
   if (!form.raw.empty()) return ReadRaw<Array>(path, form);
   if constexpr (axes<Array> == 2) {
-    return Whole(std::vector{ReadPlane(path, form, warn)});
-  } else {
-    return ReadText(path, ReadWhole(path), form, warn);
+    if (bRawPlane(path)) {
+      if (!form.offset.empty() || !form.delta.empty())
+        Fail("{} has positions of its own; --offset and --delta are for data without them", path);
+      return Whole(std::vector{Converted(path, ReadRawPlane(path), form, warn)});
+    }
   }
+  return ReadInput<Array>(path, ReadWhole(path), form, warn);
 }
 
+template Input<darr_c1DArray> ReadInput(const std::string&, std::string, const InputForm&, const Warn&);
+template Input<darr_c2DArray> ReadInput(const std::string&, std::string, const InputForm&, const Warn&);
 template Input<darr_c1DArray> ReadInput(const std::string&, const InputForm&, const Warn&);
 template Input<darr_c2DArray> ReadInput(const std::string&, const InputForm&, const Warn&);
 

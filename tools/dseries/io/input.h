@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "io/columns.h"
+#include "io/samples.h"
 #include <DataStorage/data/darray1d.h>
 #include <DataStorage/data/darray2d.h>
 
@@ -25,6 +26,7 @@ struct Input {
   std::string found = {};          ///< what was found out about the input, in a line; empty: the usual
   std::vector<Stamp> stamps = {};  ///< of each datum, if the input has them
   std::string x = {}, value = {};  ///< names of the positions and the values, with units in brackets
+  std::string units = {};          ///< of the positions in pictures
 };
 
 /// Called with a sentence about values that differ from the input.
@@ -41,11 +43,12 @@ struct InputForm {
   std::vector<int> raw;                ///< extents of a datum in raw bytes; empty: the input is a text, a
                                        ///< picture or the raw form of a 2D array
   TextForm text;
+  Channel channel = Channel::Brightness;  ///< of pictures in colour
   bool even = false;         ///< texts: positions need not be even, but must lie within half a step
   bool interleaved = false;  ///< raw: first element 0 of all data, then element 1 of all of them, and so on
 };
 
-/// Adds the options for offset and delta.
+/// Adds the options for offset and delta, and for the channel of pictures.
 void AddCalibration(CLI::App& command, InputForm& form);
 /// Throws Failure when the form does not fit data with so many axes, or its type cannot be stored.
 void CheckForm(const InputForm& form, std::size_t axes);
@@ -55,12 +58,17 @@ void CheckStorable(dtyp_cDataType type);
 /// Reads one file, or standard input for "-". Throws Failure when it does not have that form.
 template <class Array>
 Input<Array> ReadInput(const std::string& path, const InputForm& form, const Warn& warn);
+/// The same from the bytes of a file that is neither raw numbers nor the raw form of an array.
+template <class Array>
+Input<Array> ReadInput(const std::string& path, std::string bytes, const InputForm& form, const Warn& warn);
 
 /// Whether the file has the extension of the raw form of a 2D data array.
 bool bRawPlane(const std::string& path);
-/// Whether a file is a picture or a raw form: by its extension, or as a pipe, from which series are not read.
+/// Whether the bytes are those of a picture or of a NumPy array of 3 axes.
+bool bPlaneBytes(const std::string& path, std::string_view bytes);
+/// Whether a file holds planes, as its extension tells: a picture, a raw form, or a NumPy array of 3 axes.
 bool bPlane(const std::string& path);
-/// Reads a picture or the raw form of a 2D data array.
+/// Reads a picture, a NumPy array or the raw form of a 2D data array; of several the first one.
 darr_c2DArray ReadPlane(const std::string& path, const InputForm& form, const Warn& warn);
 
 }  // namespace dseries

@@ -402,6 +402,10 @@ const std::vector<std::string>& TextForm::CommentMarks() const {
   return comments.empty() ? usual : comments;
 }
 
+bool TextForm::bNone() const {
+  return columns.empty() && !skip && !delimiter && !decimal && comments.empty() && missing.empty();
+}
+
 std::string TextOf(const std::string& path, std::string bytes) {
   using namespace std::literals;
   const auto zero = [&](std::size_t i) { return bytes.size() > i && bytes[i] == '\0'; };

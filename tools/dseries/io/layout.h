@@ -22,6 +22,7 @@ struct TextForm {
   std::vector<std::string> missing;   ///< words and numbers for missing values, besides the usual words
 
   const std::vector<std::string>& CommentMarks() const;
+  bool bNone() const;
 };
 
 struct Layout {
