@@ -104,6 +104,30 @@ void AddRecords(SeedList& seeds) {
   seeds.Add("records", "position", RawForm(dtsr_c2DPosition(1.5, -2, 1000000000)));
 }
 
+void AddInputs(SeedList& seeds) {
+  seeds.Add("texts", "csv", "# a\nx (s),y,z\n1.5,2,OK\n2.5,,NA\n3.5,1e5,OK\n");
+  seeds.Add("texts", "decimal_comma", "a;b\n1,5;2,5D+01\n2,5;-1\n");
+  seeds.Add("texts", "quoted", "\"a \"\"b\"\", c\",d\n\"1\",\"2,5\"\n");
+  seeds.Add("texts", "blanks", "Data\r\n1\t2 % c\r\n2\t\t3\r\n3 1.#IND\r\n");
+  seeds.Add("texts", "wide",
+            std::string("\xFF\xFE"
+                        "1\0,\0002\0\n\0",
+                        10));
+  seeds.Add("texts", "table", "datum,n,time,position,value\n0,0,1970-01-01,1,2\n1,1,1970-01-02,1,2\n");
+  seeds.Add("pictures", "pgm", "P5\n2 2\n999\n12345678");
+  seeds.Add("pictures", "plain", "P3\n1 1 # c\n255\n1 2 3");
+  bstr_cMemory_ostream bitmap, header;
+  dbrw_Write(bitmap, arr_c2DNumberArray<unsigned char>(3, 2, nullptr, 200, true));
+  bstr_WriteFields(header, 'B', 'M', std::uint32_t{0}, std::uint32_t{0}, std::uint32_t{1078});
+  seeds.Add(
+      "pictures", "bmp",
+      std::string(static_cast<const char*>(header.Data()), 14) +
+          std::string(static_cast<const char*>(bitmap.Data()), static_cast<std::size_t>(bitmap.Size())));
+  std::string npy = "{'descr': '>i8', 'fortran_order': True, 'shape': (1, 2), }\n";
+  npy = std::string("\x93NUMPY\1\0", 8) + static_cast<char>(npy.size()) + '\0' + npy;
+  seeds.Add("pictures", "npy", npy + std::string(16, '\1'));
+}
+
 }  // namespace
 
 std::vector<Seed> Seeds() {
@@ -114,5 +138,6 @@ std::vector<Seed> Seeds() {
   AddColumns(seeds);
   AddBitmaps(seeds);
   AddRecords(seeds);
+  AddInputs(seeds);
   return seeds.Take();
 }

@@ -22,6 +22,10 @@ int FuzzBitmap(const std::uint8_t* bytes, std::size_t n);
 /// The records of series files: dimensions and tags.
 int FuzzRecords(const std::uint8_t* bytes, std::size_t n);
 
+/// A text of numbers, and a picture or a NumPy array, as the tool reads them.
+int FuzzTexts(const std::uint8_t* bytes, std::size_t n);
+int FuzzPictures(const std::uint8_t* bytes, std::size_t n);
+
 struct FuzzTarget {
   const char* name;  // also of its input folders
   int (*run)(const std::uint8_t* bytes, std::size_t n);
@@ -38,4 +42,6 @@ inline constexpr FuzzTarget fuzz_targets[] = {
     {"columns", FuzzColumns},
     {"bitmap", FuzzBitmap},
     {"records", FuzzRecords},
+    {"texts", FuzzTexts},
+    {"pictures", FuzzPictures},
 };

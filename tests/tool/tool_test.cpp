@@ -209,7 +209,7 @@ TEST_F(Tool, FindsTheSeaAtAPlace) {
           "181,1 at 1970-01-01T00:00:05Z; this finds the nearest: dseries find sst.dseries --at 181,1 --time "
           "1990-01-01T00:00:00Z"));
   EXPECT_THAT(Run("find sst.dseries --time 1990-01-01").err, HasSubstr("find them by --at"));
-  EXPECT_THAT(Run("append sst.dseries x").err, HasSubstr("add --at X,Y"));
+  EXPECT_THAT(Run("append sst.dseries x").err, HasSubstr("is full"));
 
   const auto info = nlohmann::json::parse(Succeed("info sst.dseries --json"));
   EXPECT_EQ(info["filled"], 16200);

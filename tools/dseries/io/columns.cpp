@@ -1,6 +1,5 @@
 #include "io/columns.h"
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -8,7 +7,6 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <iterator>
-#include <map>
 #include <utility>
 
 #include "file/failure.h"
@@ -440,51 +438,6 @@ double PrintedDigits::Unit(double number) const {
   const double behind_point = std::pow(10, -decimals);
   if (number == 0) return behind_point;
   return std::max(behind_point, std::pow(10, std::floor(std::log10(std::fabs(number))) - significant + 1));
-}
-
-void AddTextForm(CLI::App& command, TextForm& form, CLI::Option* raw) {
-  const auto add = [&](CLI::Option* option, const char* type) {
-    option->type_name(type)->allow_extra_args(false);
-    if (raw != nullptr) option->excludes(raw);
-  };
-  add(command.add_option(
-          "--columns", form.columns,
-          "Texts: the columns to read, by number or by a name in the header: that of the "
-          "positions, 0 for none, then those of the values, which become a datum each. Default: "
-          "all that hold numbers; a single column holds values"),
-      "LIST");
-  add(command.add_option("--skip", form.skip, "Texts: the number of lines at the start that hold no data")
-          ->check(CLI::NonNegativeNumber),
-      "N");
-  add(command
-          .add_option_function<std::string>(
-              "--delimiter",
-              [&form](const std::string& text) {
-                static const std::map<std::string, char> names{
-                    {"space", ' '}, {"tab", '\t'}, {"comma", ','},     {" ", ' '},
-                    {"\t", '\t'},   {",", ','},    {"semicolon", ';'}, {";", ';'}};
-                form.delimiter = names.at(text);
-              },
-              "Texts: what separates the columns: space (and tabs), tab, comma or semicolon; default: found "
-              "out")
-          ->check(CLI::IsMember({"space", "tab", "comma", "semicolon", " ", "\t", ",", ";"})),
-      "MARK");
-  add(command
-          .add_option_function<std::string>(
-              "--decimal", [&form](const std::string& text) { form.decimal = text[0]; },
-              "Texts: the decimal mark, . or ,; default: found out")
-          ->check(CLI::IsMember({".", ","})),
-      "MARK");
-  add(command.add_option(
-          "--comment", form.comments,
-          "Texts: a mark that begins a comment, at the start of a line or behind a blank; may be "
-          "repeated. Default: # % ; //"),
-      "MARK");
-  add(command.add_option("--missing", form.missing,
-                         "Texts: a word or number that stands for a missing value, which is stored as "
-                         "not-a-number; may be repeated. Always recognized: --, NA, N/A, nan, an empty field "
-                         "and, in texts of values only, an empty line"),
-      "WORD");
 }
 
 Text ReadColumns(const std::string& path, std::string bytes, const TextForm& form) {

@@ -13,11 +13,6 @@
 
 // Texts of numbers, line by line.
 
-namespace CLI {
-class App;
-class Option;
-}  // namespace CLI
-
 namespace dseries {
 
 /// The number of digits with which numbers were printed, after the decimal point and in all: programs keep
@@ -60,9 +55,6 @@ struct Text {
       parts;          ///< several: a table that 'dseries export' has written, with a part for each datum
   std::string found;  ///< what the text looks like, in a line; empty for plain numbers, one or two on a line
 };
-
-/// Adds the options for the form of texts, which exclude `raw`.
-void AddTextForm(CLI::App& command, TextForm& form, CLI::Option* raw = nullptr);
 
 /// Reads a text of numbers in columns. By default the first column holds the positions and each further one
 /// the values of a datum; a single column holds values. Words for missing values and empty fields become

@@ -50,6 +50,8 @@ struct InputForm {
 
 /// Adds the options for offset and delta, and for the channel of pictures.
 void AddCalibration(CLI::App& command, InputForm& form);
+/// Adds the options for the form of texts, which exclude `raw`.
+void AddTextForm(CLI::App& command, TextForm& form, CLI::Option* raw = nullptr);
 /// Throws Failure when the form does not fit data with so many axes, or its type cannot be stored.
 void CheckForm(const InputForm& form, std::size_t axes);
 /// Throws Failure when elements of this type cannot be read back from a series file.

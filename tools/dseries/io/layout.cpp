@@ -382,7 +382,8 @@ class LayoutFinder {
     for (std::size_t f = 0; f < names.size(); ++f) {
       const std::string& units = layout_.names[f];
       if (units.empty()) continue;
-      names[f] += units[0] == '(' || units[0] == '[' ? ' ' + units : " (" + units + ')';
+      const bool bracketed = units[0] == '(' || units[0] == '[';
+      names[f] += bracketed ? fmt::format(" {}", units) : fmt::format(" ({})", units);
     }
     layout_.names = names;
   }

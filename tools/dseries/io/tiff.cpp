@@ -27,6 +27,11 @@ void OnError(const char*, const char* format, std::va_list arguments) {
   LastError() = text;
 }
 
+/// A tag beyond the end of the file is only a warning to the library; others are about tags that it ignores.
+void OnWarning(const char* module, const char* format, std::va_list arguments) {
+  if (std::string_view(format).starts_with("IO error")) OnError(module, format, arguments);
+}
+
 /// A file in memory, through which the library reads and writes.
 struct Memory {
   std::string_view input;
@@ -72,8 +77,8 @@ using File = std::unique_ptr<TIFF, decltype(&TIFFClose)>;
 
 File Open(Memory& memory) {
   TIFFSetErrorHandler(OnError);
-  TIFFSetWarningHandler(nullptr);
-  LastError() = "it is cut off";
+  TIFFSetWarningHandler(OnWarning);
+  LastError().clear();
   return {TIFFClientOpen("", memory.writes ? "w" : "rm", &memory, Read, Write, Seek, Close, Size, nullptr,
                          nullptr),
           TIFFClose};
@@ -99,7 +104,9 @@ class PageReader {
   [[noreturn]] void Refuse(const std::string& what) const {
     Fail("{} is a TIFF picture {}, which is not read here", path_, what);
   }
-  [[noreturn]] void FailForDamage() const { Fail("{} is a damaged TIFF picture: {}", path_, LastError()); }
+  [[noreturn]] void FailForDamage() const {
+    Fail("{} is a damaged TIFF picture: {}", path_, LastError().empty() ? "it is cut off" : LastError());
+  }
 
   template <class T>
   T Field(std::uint32_t tag) const {
@@ -297,19 +304,23 @@ std::vector<TiffPage> ReadTiff(const std::string& path, std::string_view bytes) 
   Memory memory;
   memory.input = bytes;
   const File tiff = Open(memory);
-  if (tiff == nullptr) Fail("{} is a damaged TIFF picture: {}", path, LastError());
-  LastError().clear();
+  const auto check = [&path](bool done) {
+    if (done && LastError().empty()) return;
+    Fail("{} is a damaged TIFF picture: {}", path, LastError().empty() ? "it is cut off" : LastError());
+  };
+  check(tiff != nullptr);
   std::vector<TiffPage> pages;
-  do {
+  for (bool more = true; more;) {
     // Smaller copies of the picture are no data.
     std::uint32_t kind = 0;
-    if (TIFFGetField(tiff.get(), TIFFTAG_SUBFILETYPE, &kind) != 0 && (kind & FILETYPE_REDUCEDIMAGE) != 0)
-      continue;
-    pages.push_back(PageReader(path, tiff.get(), static_cast<std::int64_t>(bytes.size())).Read());
-    LastError().clear();
-  } while (TIFFReadDirectory(tiff.get()) != 0);
-  if (!LastError().empty() && TIFFLastDirectory(tiff.get()) == 0)
-    Fail("{} is a damaged TIFF picture: {}", path, LastError());
+    TIFFGetField(tiff.get(), TIFFTAG_SUBFILETYPE, &kind);
+    if ((kind & FILETYPE_REDUCEDIMAGE) == 0) {
+      pages.push_back(PageReader(path, tiff.get(), std::ssize(bytes)).Read());
+      check(true);
+    }
+    more = TIFFLastDirectory(tiff.get()) == 0;
+    if (more) check(TIFFReadDirectory(tiff.get()) != 0);
+  }
   if (pages.empty()) Fail("{} is a TIFF file without a picture of full size", path);
   return pages;
 }
