@@ -12,3 +12,5 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 
 # Tests and tools run on the building machine under emulation.
 set(CMAKE_CROSSCOMPILING_EMULATOR qemu-s390x;-L;/usr/s390x-linux-gnu)
+
+set(DATASTORAGE_FIGURES OFF CACHE BOOL "Needs a library of the other platform")
