@@ -25,7 +25,7 @@ using Data = std::optional<std::vector<int>>;  // none: refused
 /// second 10 (i / 3), at the place (i % 7, i % 5).
 class Choices : public Tool {
  protected:
-  static constexpr int filled = 31, slots = 40;
+  static constexpr int filled = 31;
 
   void SetUp() override {
     Write("one.txt", "1\n");
