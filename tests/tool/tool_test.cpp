@@ -314,7 +314,7 @@ TEST(Format, Values) {
   wide.Row({"name", std::string(75, '7'), "x"});
   EXPECT_EQ(wide.Text(),
             "°°°°°…  " + std::string(68, ' ') + "heading  1\nname    " + std::string(75, '7') + "  x\n");
-  EXPECT_EQ(dseries::Printable("\xB0\t\xC3\xA9\xC3"), "°?éÃ");
+  EXPECT_EQ(dseries::Printable(std::string_view("\xB0\t\xC3\xA9\0\xC3", 6)), "°?é?Ã");
 }
 
 TEST_F(Tool, TakesSeveralFilesInTheirNaturalOrder) {

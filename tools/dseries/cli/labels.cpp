@@ -12,7 +12,7 @@ namespace dseries {
 
 namespace {
 
-std::string Utf8(const std::string& text) { return Printable(text.c_str()); }
+std::string Utf8(const std::string& text) { return Printable(text); }
 
 }  // namespace
 

@@ -173,7 +173,7 @@ void AddAttributes(Table& table, const Labels& labels) {
   constexpr std::size_t longest = 24;
   for (const auto& [name, value] : labels.attributes.items()) {
     const std::string text = value.is_string() ? value.get<std::string>() : value.dump();
-    table.Row({Shortened(Printable(name.c_str()), longest), Printable(text.c_str())});
+    table.Row({Shortened(Printable(name), longest), Printable(text)});
   }
 }
 

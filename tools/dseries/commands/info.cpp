@@ -184,7 +184,7 @@ std::string InfoAsText(const Contents& contents) {
   const unsigned int tag_type = series.TagTypeID();
   Table table({Table::Left, Table::Left});
   if (const std::string& title = contents.labels.title; !title.empty()) {
-    table.Row({"title", Printable(title.c_str())});
+    table.Row({"title", Printable(title)});
   }
   table.Row({"data", DataTypeName(contents.header.dataType)});
   table.Row({"filled", fmt::format("{} of {} slots", filled, series.Size())});

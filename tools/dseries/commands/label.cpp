@@ -23,7 +23,7 @@ struct Options {
 
 void Show(const std::string& file, const Labels& labels) {
   Table table({Table::Left, Table::Left});
-  if (!labels.title.empty()) table.Row({"title", Printable(labels.title.c_str())});
+  if (!labels.title.empty()) table.Row({"title", Printable(labels.title)});
   for (const auto& [name, label] : {std::pair("x", &labels.x), {"y", &labels.y}, {"value", &labels.value}}) {
     if (!label->bEmpty()) table.Row({name, LabelText(*label)});
   }

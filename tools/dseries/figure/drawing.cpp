@@ -92,11 +92,11 @@ const std::string& Either(const std::string& given, const std::string& known) {
 
 /// A label as UTF-8.
 std::string Label(const std::string& given, const std::string& known) {
-  return Printable(Either(given, known).c_str());
+  return Printable(Either(given, known));
 }
 
 Figure Blank(const Drawing& drawing, const Caption& caption, const Scale& x, const Scale& y) {
-  return {Printable(caption.title.c_str()),
+  return {Printable(caption.title),
           caption.subtitle,
           Label(drawing.x_label, caption.x_label),
           Label(drawing.y_label, caption.y_label),

@@ -218,9 +218,9 @@ Label ParseLabel(std::string_view text) {
 }
 
 std::string LabelText(const Label& label, std::string_view name) {
-  const std::string text = label.name.empty() ? std::string(name) : Printable(label.name.c_str());
+  const std::string text = label.name.empty() ? std::string(name) : Printable(label.name);
   if (label.units.empty()) return text;
-  const std::string units = Printable(label.units.c_str());
+  const std::string units = Printable(label.units);
   return text.empty() ? '(' + units + ')' : text + " (" + units + ')';
 }
 

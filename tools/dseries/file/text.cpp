@@ -145,8 +145,7 @@ std::string Wrapped(const std::string& text, std::size_t width) {
   return wrapped;
 }
 
-std::string Printable(const str_cString& text) {
-  std::string_view rest(text);
+std::string Printable(std::string_view rest) {
   std::string printable;
   while (!rest.empty()) {
     const std::size_t length = CharacterLength(rest);

@@ -38,7 +38,8 @@ std::string Wrapped(const std::string& text, std::size_t width);
 
 /// A text from a file as one line of UTF-8 that is safe for a terminal: control characters become '?', and
 /// bytes that are not UTF-8 are taken as Latin-1.
-std::string Printable(const str_cString& text);
+std::string Printable(std::string_view text);
+inline std::string Printable(const str_cString& text) { return Printable(std::string_view(text)); }
 /// `value` followed by its units.
 std::string WithUnits(const std::string& value, const str_cString& units);
 

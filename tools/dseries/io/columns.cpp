@@ -55,7 +55,7 @@ class ColumnChooser {
       if (layout_.numeric[f] || (f > 0 && unread.empty())) continue;
       Fail("{}: {} holds no numbers{}; --columns chooses others, by number or name (0 first: no positions)",
            path_, ColumnText(f),
-           unread.empty() ? "" : fmt::format(", '{}' for one", Shortened(Printable(unread.c_str()), 40)));
+           unread.empty() ? "" : fmt::format(", '{}' for one", Shortened(Printable(unread), 40)));
     }
     if (selection.values.size() > 1) {
       selection.position = 0;
@@ -92,7 +92,7 @@ class ColumnChooser {
 
  private:
   std::string ColumnText(std::size_t f) const {
-    const std::string name = layout_.names.empty() ? "" : Printable(str_cString(layout_.names[f]));
+    const std::string name = layout_.names.empty() ? "" : Printable(layout_.names[f]);
     return fmt::format("column {}{}", f + 1, name.empty() ? "" : " '" + Shortened(name, 40) + '\'');
   }
 
@@ -174,7 +174,7 @@ class ColumnReader {
   using Fields = std::vector<std::string_view>;
 
   std::string NameOf(std::size_t f) const {
-    return layout_.names.empty() ? "" : Printable(str_cString(layout_.names[f]));
+    return layout_.names.empty() ? "" : Printable(layout_.names[f]);
   }
 
   void BeginPart() {

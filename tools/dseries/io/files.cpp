@@ -24,7 +24,7 @@ std::string Extension(const std::string& path) {
 }
 
 std::string FileName(const std::string& path) {
-  return Printable(str_cString(PathOf(path).filename().string().c_str()));
+  return Printable(PathOf(path).filename().string());
 }
 
 std::vector<std::string> Expanded(const std::vector<std::string>& names) {

@@ -226,7 +226,7 @@ class LayoutFinder {
       Fail(
           "{}: '{}' may be two numbers, or one with a decimal comma or a mark between thousands; "
           "--delimiter , or --decimal , says which",
-          path_, Shortened(Printable(str_cString(Trimmed(first))), 40));
+          path_, Shortened(Printable(Trimmed(first)), 40));
     }
     layout_.notation = as_pairs ? pairs.notation : singles.notation;
     layout_.fields = as_pairs ? pairs.fields : singles.fields;
@@ -249,7 +249,7 @@ class LayoutFinder {
     Fail(
         "{}: '{}' may have a decimal comma or a mark between thousands, which is not read; --decimal , says "
         "that it is a decimal comma",
-        path_, Printable(str_cString(grouped)));
+        path_, Printable(grouped));
   }
 
   void FindNumericFields(Splitter& splitter) {
@@ -438,7 +438,7 @@ Layout FindLayout(const std::string& path, std::string_view text, const TextForm
 
 void FailForField(const std::string& path, int line, std::string_view field, const std::string& advice) {
   const bool grouped = bGroupedDigits(field) && field.find_first_of(".,") != field.find_last_of(".,");
-  Fail("{}: line {}: '{}' is not a number{}{}", path, line, Shortened(Printable(str_cString(field)), 40),
+  Fail("{}: line {}: '{}' is not a number{}{}", path, line, Shortened(Printable(field), 40),
        grouped ? " that is read here, because of the mark between its thousands" : "", advice);
 }
 

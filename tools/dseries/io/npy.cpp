@@ -186,7 +186,7 @@ NpyArray ReadNpy(const std::string& path, std::string_view bytes) {
     }
     if (array.type == dtyp_NoType) {
       Fail("{} holds elements of type '{}', which a series does not know", path,
-           Printable(str_cString(descr)));
+           Printable(descr));
     }
   }
   if (data.size() / size < count) fail("it is cut off");
