@@ -256,9 +256,11 @@ TEST_F(Inputs, ThatWereExportedComeBackEqual) {
   Write("b.txt", "10 0.1\n10.1 2\n");
   const std::string dims = " --dim time,°,2,0.1,0.2,reverse --dim value,m,2,5,1";
   for (const std::string tag : {"", " --at 0.1,2"}) {
-    for (const char* name : {"a.dseries", "b.dseries"}) std::filesystem::remove(folder_ / name);
+    for (const char* name : {"a.dseries", "b.dseries", "a.dseries.json"})
+      std::filesystem::remove(folder_ / name);
     Succeed("append a.dseries --new a.txt --time 7" + tag + dims);
     Succeed("append a.dseries b.txt --time 2024-02-29T12:00" + tag);
+    if (!tag.empty()) Succeed("label a.dseries --x 'Energy (eV)' --value counts");
     Succeed("export a.dseries -o a.csv");
     Succeed("append b.dseries --new a.csv" + dims);
     Succeed("export b.dseries -o b.csv");

@@ -25,21 +25,21 @@ struct Selection {
   bool bTable() const { return datum.has_value(); }
 };
 
-/// A table of several data has the columns datum, ..., time, perhaps tag_x and tag_y, position and value; a
-/// name that was taken before has a number behind it.
-std::optional<Selection> TableOf(const std::vector<std::string>& names) {
-  const std::size_t n = names.size();
+/// A table of several data has the columns datum, ..., time, perhaps tag_x and tag_y, and those of the
+/// positions and the values, which labels may name; a name that was taken before has a number behind it.
+std::optional<Selection> TableOf(const Layout& layout) {
+  const std::size_t n = layout.names.size();
   const auto is = [&](std::size_t behind, std::string_view name) {
-    if (n <= behind) return false;
-    const std::string_view column = names[n - 1 - behind];
+    const std::string_view column = n > behind ? layout.names[n - 1 - behind] : std::string_view();
     return column == name || (column.starts_with(name) && column[name.size()] == '_' &&
                               column.find_first_not_of("0123456789", name.size() + 1) == column.npos);
   };
-  if (n < 4 || names.front() != "datum" || !is(0, "value") || !is(1, "position")) return {};
   const bool tagged = is(2, "tag_y") && is(3, "tag_x");
-  const std::size_t time = tagged ? 4 : 2;
-  if (!is(time, "time")) return {};
-  return Selection{n - 2, {n - 1}, 0, n - 1 - time, tagged ? std::optional(n - 4) : std::nullopt};
+  const std::size_t behind = tagged ? 4 : 2;
+  if (n < 4 || layout.names[0] != "datum" || !is(behind, "time")) return {};
+  const std::size_t time = n - 1 - behind;
+  if (!layout.numeric[0] || layout.numeric[time]) return {};
+  return Selection{n - 2, {n - 1}, 0, time, tagged ? std::optional(n - 4) : std::nullopt};
 }
 
 class ColumnChooser {
@@ -47,7 +47,7 @@ class ColumnChooser {
   ColumnChooser(const std::string& path, const Layout& layout) : path_(path), layout_(layout) {}
 
   Selection Usual() const {
-    if (const auto table = TableOf(layout_.names)) return *table;
+    if (const auto table = TableOf(layout_)) return *table;
     Selection selection;
     for (std::size_t f = 0; f < layout_.fields; ++f) {
       if (layout_.numeric[f]) selection.values.push_back(f);
@@ -180,14 +180,16 @@ class ColumnReader {
   void BeginPart() {
     part_ = &result_.parts.emplace_back();
     part_->data.resize(selection_.values.size());
-    if (selection_.bTable()) return;
-    if (selection_.position) part_->position_name = NameOf(*selection_.position);
+    const auto name = [this](std::size_t f, std::string_view usual) {
+      const std::string own = NameOf(f);
+      return selection_.bTable() && own.starts_with(usual) ? "" : own;  // no label
+    };
+    if (selection_.position) part_->position_name = name(*selection_.position, "position");
     for (std::size_t i = 0; i < selection_.values.size(); ++i)
-      part_->data[i].name = NameOf(selection_.values[i]);
+      part_->data[i].name = name(selection_.values[i], "value");
   }
 
-  /// Adds the numbers of a line; false when it does not hold what it should. A line without its comment has
-  /// fewer fields, so one that fails here after its first number is not tried again.
+  /// Adds the numbers of a line; false, with nothing added, when it does not hold what it should.
   bool bTaken(const Fields& fields) {
     if (fields.size() != layout_.fields) return false;
     const char decimal = layout_.notation.decimal;
@@ -196,18 +198,18 @@ class ColumnReader {
       const std::string_view field = fields[*selection_.position];
       if (!ReadNumber(field, position, decimal) || !std::isfinite(position)) return false;
     }
+    row_.clear();
+    for (const std::size_t f : selection_.values) {
+      const bool number = ReadNumber(fields[f], value, decimal);
+      if (!number && !missing_.bWord(fields[f])) return false;
+      const bool missing = !number || missing_.bNumber(value);
+      row_.emplace_back(missing ? std::numeric_limits<double>::quiet_NaN() : value, missing);
+    }
     if (selection_.bTable()) TakeStamp(fields);
-    for (std::size_t i = 0; i < selection_.values.size(); ++i) {
-      const std::string_view field = fields[selection_.values[i]];
+    for (std::size_t i = 0; i < row_.size(); ++i) {
       Values& column = part_->data[i];
-      if (!ReadNumber(field, value, decimal)) {
-        if (!missing_.bWord(field)) return false;
-        AddMissing(column);
-      } else if (missing_.bNumber(value)) {
-        AddMissing(column);
-      } else {
-        column.values.push_back(value);
-      }
+      column.values.push_back(row_[i].first);
+      if (row_[i].second && column.missing++ == 0) column.first_missing = line_;
     }
     if (selection_.position) {
       part_->positions.push_back(position);
@@ -215,11 +217,6 @@ class ColumnReader {
     }
     part_->lines.push_back(line_);
     return true;
-  }
-
-  void AddMissing(Values& column) const {
-    column.values.push_back(std::numeric_limits<double>::quiet_NaN());
-    if (column.missing++ == 0) column.first_missing = line_;
   }
 
   /// Begins a part where the number of the datum changes.
@@ -335,7 +332,8 @@ class ColumnReader {
   Selection selection_;
   bool usual_ = true;
   int line_;
-  std::string datum_;  ///< the number of the datum of the last part
+  std::vector<std::pair<double, bool>> row_;  ///< the values of a line, and whether they are missing
+  std::string datum_;                         ///< the number of the datum of the last part
   Text result_;
   Columns* part_ = nullptr;
 };

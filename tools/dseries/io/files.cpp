@@ -63,7 +63,7 @@ std::string ReadWhole(const std::string& path) {
 
 long ModificationTime(const std::string& path) {
   std::error_code error;
-  const auto time = fs::last_write_time(PathOf(path), error);
+  const auto time = std::filesystem::last_write_time(PathOf(path), error);
   if (path == "-" || error) Fail("--file-time: it is not known when {} was last changed", path);
   const auto seconds = std::chrono::floor<std::chrono::seconds>(std::chrono::file_clock::to_sys(time));
   return ParseTime(std::to_string(seconds.time_since_epoch().count()));
