@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 #include <numeric>
@@ -15,6 +16,7 @@
 #include "file/text.h"
 #include "io/console.h"
 #include "io/files.h"
+#include <DataStorage/interfaces/bstr.h>
 
 namespace dseries {
 
@@ -70,6 +72,13 @@ std::string NameOf(const Values& column, std::size_t i) {
   return column.name.empty() ? fmt::format("values {}", i + 1) : column.name;
 }
 
+/// Reads a text. Throws Failure also for a series file that came through a pipe.
+Text TextOf(const std::string& path, std::string bytes, const TextForm& form) {
+  bstr_cMemory_istream in(bytes.data(), static_cast<std::int64_t>(bytes.size()));
+  if (bSeriesFile(in)) Fail("{} is not a regular file; series cannot be read from pipes or devices", path);
+  return ReadColumns(path, std::move(bytes), form);
+}
+
 }  // namespace
 
 bool bNoSeries(const std::string& path) {
@@ -79,7 +88,7 @@ bool bNoSeries(const std::string& path) {
 
 Figure FigureOfText(const std::string& path, std::string bytes, const TextForm& form, const Drawing& drawing,
                     Caption caption) {
-  const Text text = ReadColumns(path, std::move(bytes), form);
+  const Text text = TextOf(path, std::move(bytes), form);
   if (!text.found.empty()) Complain("{}: {}", path, text.found);
   std::vector<Curve> curves;
   for (const Columns& part : text.parts) {
@@ -95,7 +104,7 @@ Figure FigureOfText(const std::string& path, std::string bytes, const TextForm& 
 }
 
 std::string InfoOfText(const std::string& path, const TextForm& form) {
-  const Text text = ReadColumns(path, ReadWhole(path), form);
+  const Text text = TextOf(path, ReadWhole(path), form);
   Table table({Table::Name, Table::Right, Table::Right, Table::Right, Table::Right});
   table.Heading({"column", "values", "missing", "lowest", "highest"});
   const auto row = [&table](const std::string& name, const std::vector<double>& values, int missing) {
@@ -114,7 +123,7 @@ std::string InfoOfText(const std::string& path, const TextForm& form) {
 }
 
 nlohmann::ordered_json InfoOfTextAsJson(const std::string& path, const TextForm& form) {
-  const Text text = ReadColumns(path, ReadWhole(path), form);
+  const Text text = TextOf(path, ReadWhole(path), form);
   nlohmann::ordered_json json{
       {"file", path}, {"text", text.found}, {"columns", nlohmann::ordered_json::array()}};
   const auto add = [&json](const char* role, const std::string& name, const std::vector<double>& values,

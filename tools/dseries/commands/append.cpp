@@ -189,10 +189,14 @@ void Create(const Options& options, const std::vector<Input<Array>>& inputs) {
                      [&](const std::string& path) { const DataSeries<Array> series(path, dimensions); });
 }
 
-/// The labels in the header of an input become those of a series without labels.
+/// The labels in the header of an input become those of a series without labels; not the words with which
+/// `export` heads columns that have none.
 template <class Array>
 void LabelSeries(const Options& options, const Input<Array>& input) {
-  const Label x = ParseLabel(input.x), value = ParseLabel(input.value), pixels{"", input.units};
+  const auto label = [](const std::string& text, const char* none) {
+    return text == none ? Label() : ParseLabel(text);
+  };
+  const Label x = label(input.x, "position"), value = label(input.value, "value"), pixels{"", input.units};
   if (x.bEmpty() && value.bEmpty() && pixels.bEmpty()) return;
   Labels labels = LabelsOf(options.file);
   if (!labels.x.bEmpty() || !labels.y.bEmpty() || !labels.value.bEmpty()) return;

@@ -10,8 +10,12 @@ namespace dseries {
 
 bool bSeriesFile(const std::string& path) {
   bstr_cBinary_fstream file(str_cString(path.c_str()), bstr_OpenReadOnly);
+  return bSeriesFile(file.Input());
+}
+
+bool bSeriesFile(bstr_cBinary_istream& in) {
   Header header;
-  return bstr_ReadFields(file.Input(), header.mark, header.format) && header.bSeriesFile();
+  return bstr_ReadFields(in, header.mark, header.format) && header.bSeriesFile();
 }
 
 Header ReadHeader(bstr_cBinary_fstream& file) {

@@ -12,6 +12,7 @@ using Header = detail::SeriesHeader;
 
 /// Whether a file begins like a series file, of any version.
 bool bSeriesFile(const std::string& path);
+bool bSeriesFile(bstr_cBinary_istream& in);
 
 /// Reads the header at the start of a file. Throws Failure when it is not a series file of the version known
 /// here.
