@@ -1,6 +1,7 @@
 #include <regex>
 
 #include "arrays.h"
+#include "disk.h"
 #include <DataStorage/data/asciirw.h>
 
 namespace {
@@ -52,6 +53,23 @@ TEST(TextColumns, ReadsOneColumnUpToTheFirstWord) {
     std::string next;
     in >> next;
     EXPECT_EQ(next, rest);
+  }
+}
+
+TEST(TextColumns, AreWholeOrRefusedInFilesOpenedAsText) {
+  for (const std::string header : {"", "angle counts\r\n"}) {
+    const TempFile file;
+    file.SetBytes(header + "0 1\r\n1 2\r\n2 3\r\nend\r\n");
+    std::ifstream in(file.Path().CString());  // not binary
+    std::string line;
+    if (!header.empty()) std::getline(in, line);
+    darr_c1DArray array;
+    if (!asrw_ReadTwoColumn(in, array)) continue;  // Windows, behind the header
+    EXPECT_EQ(Values(array), (std::vector<double>{1, 2, 3}));
+    if (in.bad()) continue;  // Windows
+    in.clear();
+    in >> line;
+    EXPECT_EQ(line, "end");
   }
 }
 

@@ -57,6 +57,19 @@ bool bNumber(double value, bool spaced, const char* stop, const char* end) {
   return std::isfinite(value) || (spaced && (stop == end || bSpace(*stop)));
 }
 
+/// Moves back to where `text` was read; false when something else stands there. The positions of a file that
+/// Windows has opened as text do not count its characters, and data would be skipped or read twice unnoticed.
+bool bMovedBack(std::istream& in, std::istream::pos_type position, std::string_view text) {
+  std::array<char, 79> found;
+  text = text.substr(0, found.size());
+  in.clear();
+  in.seekg(position);
+  const auto n = in.rdbuf()->sgetn(found.data(), std::ssize(text));
+  const bool same = std::string_view(found.data(), static_cast<std::size_t>(n)) == text;
+  in.seekg(position);
+  return same;
+}
+
 /// Reads numbers from a stream, block by block, and leaves the stream after the last one.
 class NumberReader {
  public:
@@ -80,15 +93,17 @@ class NumberReader {
 
   /// Leaves the stream after the last number, or at the text that is not a number, as formatted reads do.
   void Finish() {
-    in_.clear();
+    const auto read = passed_ + static_cast<std::size_t>(cursor_ - buffer_.data());
+    bool moved = true;
     if (cursor_ == end_) {
+      in_.clear();
       in_.seekg(0, std::ios::end);
     } else {
-      in_.seekg(start_ +
-                static_cast<std::streamoff>(passed_ + static_cast<std::size_t>(cursor_ - buffer_.data())));
+      moved = bMovedBack(in_, start_ + static_cast<std::streamoff>(read), {cursor_, end_});
     }
     in_.setstate((cursor_ == end_ ? std::ios::eofbit : std::ios::goodbit) |
-                 (failed_ ? std::ios::failbit : std::ios::goodbit));
+                 (failed_ ? std::ios::failbit : std::ios::goodbit) |
+                 (moved ? std::ios::goodbit : std::ios::badbit));
   }
 
  private:
@@ -204,9 +219,7 @@ asrw_eFormat asrw_ASCII_Format(std::istream& in) {
   in.get(line.data(), line.size(), '\n');
   const bool read = !in.fail() && in.gcount() > 0;
   const char* end = line.data() + in.gcount();
-  in.clear();
-  in.seekg(start);
-  if (!read) return asrw_UnknownFormat;
+  if (!bMovedBack(in, start, {line.data(), end}) || !read) return asrw_UnknownFormat;
 
   int numbers = 0;
   const char* text = SkipSpace(line.data(), end);

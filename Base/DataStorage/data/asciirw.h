@@ -12,8 +12,8 @@
 /// or "Nanometres". White space, line ends included, separates numbers. There are no headers and no comments.
 ///
 /// On Windows open the files to be read with `std::ios::binary`: in text mode the positions of a stream, to
-/// which the functions return, do not count the characters, and data would be skipped or read twice. The line
-/// ends of Windows are white space too.
+/// which the functions return, do not count the characters. A text is then refused, or the stream is bad
+/// afterwards. The line ends of Windows are white space too.
 
 /// The layout of a text.
 enum asrw_eFormat {
