@@ -48,6 +48,8 @@ work() {
     "$@" create --images cells.dseries --dim n,,2,0,1
     "$@" append cells.dseries phase_contrast_cell.pgm --offset 0,0 --delta 0.1,0.1 --time 0
     cat phase_contrast_cell.pgm | "$@" append cells.dseries - --time 0
+    "$@" label spectra.dseries --x 'Energie (°)' --value counts --set "operator=$umlaut"
+    "$@" label spectra.dseries --json
     "$@" list spectra.dseries
     "$@" info '*.dseries'
     "$@" info sst.dseries --json
