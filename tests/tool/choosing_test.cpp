@@ -69,12 +69,12 @@ TEST_F(Choices, BySlicesAreThoseOfALiteralModel) {
   std::mt19937 random(7);
   const auto pick = [&random](int low, int high) { return std::uniform_int_distribution(low, high)(random); };
   for (int n = 0; n < 3000; ++n) {
-    const std::optional<int> begin = pick(0, 3) ? std::optional(pick(-40, 45)) : std::nullopt,
-                             end = pick(0, 3) ? std::optional(pick(-40, 45)) : std::nullopt;
+    constexpr int open = 99;  // no place is given
+    const int begin = pick(0, 3) ? pick(-40, 45) : open, end = pick(0, 3) ? pick(-40, 45) : open;
     const int step = pick(0, 9);
-    const auto text = [](const std::optional<int>& i) { return i ? std::to_string(*i) : ""; };
+    const auto text = [](int i) { return i == open ? "" : std::to_string(i); };
     // Python: range(n)[begin:end:step]
-    const auto place = [](std::optional<int> i, int none) { return !i ? none : *i < 0 ? *i + filled : *i; };
+    const auto place = [](int i, int otherwise) { return i == open ? otherwise : i < 0 ? i + filled : i; };
     const std::vector<int> model = Those([&](int i) {
       const int first = std::max(place(begin, 0), 0);
       return i >= first && i < place(end, filled) && step > 0 && (i - first) % step == 0;

@@ -124,7 +124,9 @@ TEST_F(LabelFiles, DoNoHarmWhenDamaged) {
     EXPECT_EQ(verify.err, "dseries: the labels of a.dseries are damaged\n");
     EXPECT_EQ(label.status, 1) << fault;
     EXPECT_THAT(label.err, HasSubstr(fault));
-    if (bytes != "folder" && bytes != "pipe") EXPECT_EQ(Read("a.dseries.json"), bytes) << fault;
+    if (bytes != "folder" && bytes != "pipe") {
+      EXPECT_EQ(Read("a.dseries.json"), bytes) << fault;
+    }
   }
 }
 
