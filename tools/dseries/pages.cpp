@@ -46,8 +46,9 @@ std::string Choices(const CLI::Option& option) {
 std::string Hint(std::string description) {
   for (const char* end : {". ", "; ", ": "})
     description.resize(std::min(description.find(end), description.size()));
-  for (const char* special : {"'", "[", "]", ":", "`", "$", "\\"})
-    description = Replaced(description, special, " ");
+  static constexpr std::string_view special = "'[]:`$\\";
+  std::replace_if(
+      description.begin(), description.end(), [](char c) { return special.find(c) != special.npos; }, ' ');
   return description;
 }
 
