@@ -10,7 +10,7 @@ root=$1 build=$2 scratch=$3
 
 rm -rf "$scratch"
 mkdir -p "$scratch/build"
-ln -s "$root/examples" "$scratch/examples"
+ln -s "$root/examples" "$root/tests" "$scratch"
 ln -s "$build" "$scratch/build/release"
 cd "$scratch"
 PATH=$build/tools/dseries:$PATH

@@ -182,7 +182,7 @@ type_cBoolean arr_c2DNumberArray<T>::ReadStream(tgio_cBinary_istream& in) {
 }
 
 #define DATASTORAGE_ELEMENT_TYPE(value, name, type, long_name, short_name) \
-  template class DATASTORAGE_INSTANCE arr_c1DNumberArray<type>;                                 \
+  template class DATASTORAGE_INSTANCE arr_c1DNumberArray<type>;            \
   template class DATASTORAGE_INSTANCE arr_c2DNumberArray<type>;
 #include <DataStorage/interfaces/elementtypes.def>
 template class DATASTORAGE_INSTANCE arr_c1DNumberArray<type_cBoolean>;

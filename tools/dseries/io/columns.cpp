@@ -173,9 +173,7 @@ class ColumnReader {
  private:
   using Fields = std::vector<std::string_view>;
 
-  std::string NameOf(std::size_t f) const {
-    return layout_.names.empty() ? "" : Printable(layout_.names[f]);
-  }
+  std::string NameOf(std::size_t f) const { return layout_.names.empty() ? "" : Printable(layout_.names[f]); }
 
   void BeginPart() {
     part_ = &result_.parts.emplace_back();

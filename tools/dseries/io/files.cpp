@@ -23,9 +23,7 @@ std::string Extension(const std::string& path) {
   return extension;
 }
 
-std::string FileName(const std::string& path) {
-  return Printable(PathOf(path).filename().string());
-}
+std::string FileName(const std::string& path) { return Printable(PathOf(path).filename().string()); }
 
 std::vector<std::string> Expanded(const std::vector<std::string>& names) {
   std::vector<std::string> files;

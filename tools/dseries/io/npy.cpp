@@ -185,8 +185,7 @@ NpyArray ReadNpy(const std::string& path, std::string_view bytes) {
       if (NpyType(candidate).substr(1) == name) array.type = candidate;
     }
     if (array.type == dtyp_NoType) {
-      Fail("{} holds elements of type '{}', which a series does not know", path,
-           Printable(descr));
+      Fail("{} holds elements of type '{}', which a series does not know", path, Printable(descr));
     }
   }
   if (data.size() / size < count) fail("it is cut off");
