@@ -5,7 +5,9 @@
 
 #include <DataStorage/interfaces/str.h>
 
-constinit const str_cString str_cString::Null;
+// Before the statics of all other files, which may use it; not every compiler initialises it when it
+// compiles.
+[[gnu::init_priority(101)]] const str_cString str_cString::Null;
 
 namespace {
 
