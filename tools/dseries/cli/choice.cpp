@@ -75,7 +75,7 @@ std::vector<int> FindByTag(const Series& series, const Choice& choice, const std
   const bool positions = !choice.at.empty(), times = !choice.time.empty();
   if (positions || !choice.nearest) CheckTags(series, positions);
   const long time = times ? ParseTime(choice.time) : 0;
-  if (const std::vector<int> exact = WithTag(series, choice, time); !exact.empty()) return exact;
+  if (std::vector<int> exact = WithTag(series, choice, time); !exact.empty()) return exact;
 
   const int nearest = NearestDatum(series, all, choice.at, times ? std::optional(time) : std::nullopt);
   if (nearest < 0) Fail("no datum of {} has such a tag", file);

@@ -33,7 +33,7 @@ void CheckCurve(const View& view) {
 /// As CellsBetween. Throws Failure when there are none.
 rnge_c1DIndexRange Some(const cal_cArrayCal& cal, int count, double a, double b, rnge_eIndexSelect cells,
                         const std::string& covered) {
-  const rnge_c1DIndexRange range = CellsBetween(cal, count, a, b, cells);
+  rnge_c1DIndexRange range = CellsBetween(cal, count, a, b, cells);
   if (range.NumIndicesX() == 0) Fail("the region holds no data: the data go from {}", covered);
   return range;
 }

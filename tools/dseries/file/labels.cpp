@@ -218,7 +218,7 @@ Label ParseLabel(std::string_view text) {
 }
 
 std::string LabelText(const Label& label, std::string_view name) {
-  const std::string text = label.name.empty() ? std::string(name) : Printable(label.name);
+  std::string text = label.name.empty() ? std::string(name) : Printable(label.name);
   if (label.units.empty()) return text;
   const std::string units = Printable(label.units);
   return text.empty() ? '(' + units + ')' : text + " (" + units + ')';
@@ -294,7 +294,7 @@ void WriteLabels(const std::string& series, const Labels& labels) {
 }
 
 Labels::Json ParseAttribute(const std::string& text) {
-  const Json value = Json::parse(text, nullptr, false);
+  Json value = Json::parse(text, nullptr, false);
   const bool whole = text.find_first_not_of("-0123456789") == text.npos;
   // A number with too many digits for its value is an identifier.
   if (value.is_boolean() || value.is_number_integer() || (value.is_number_float() && !whole)) return value;

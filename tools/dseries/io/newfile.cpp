@@ -19,8 +19,7 @@ std::string EmptyFileBeside(const std::string& target, const std::string& name) 
   const std::string folder = target.substr(0, target.size() - visible.size());
   std::random_device random;
   for (;;) {
-    const std::string path =
-        fmt::format("{}.{}.{:08x}.part", folder, visible.substr(0, most_of_name), random());
+    std::string path = fmt::format("{}.{}.{:08x}.part", folder, visible.substr(0, most_of_name), random());
     if (bMadeEmpty(path)) return path;
     if (errno != EEXIST) Fail("{} cannot be made: {}", name, std::strerror(errno));
   }

@@ -52,6 +52,7 @@ bool bPngDone(png_structp png, Work work) {
 
 std::vector<png_bytep> RowsOf(Samples& samples) {
   std::vector<png_bytep> rows;
+  rows.reserve(static_cast<std::size_t>(samples.height));
   for (int y = 0; y < samples.height; ++y) rows.push_back(reinterpret_cast<png_bytep>(samples.Row(y)));
   return rows;
 }

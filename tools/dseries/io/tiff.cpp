@@ -170,7 +170,8 @@ class PageReader {
     if (static_cast<std::int64_t>(size) > 4 * std::ssize(samples.bytes) + (std::int64_t{1} << 24))
       FailForDamage();
     std::vector<char> block(static_cast<std::size_t>(size));
-    for (std::uint16_t plane = 0; plane < (planar_ ? channels_ : 1); ++plane) {
+    const auto planes = static_cast<std::uint16_t>(planar_ ? channels_ : 1);
+    for (std::uint16_t plane = 0; plane < planes; ++plane) {
       for (std::uint32_t y = 0; y < height_; y += down) {
         for (std::uint32_t x = 0; x < width_; x += across) {
           std::fill(block.begin(), block.end(), '\0');
