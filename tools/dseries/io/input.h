@@ -68,7 +68,7 @@ Input<Array> ReadInput(const std::string& path, std::string bytes, const InputFo
 bool bRawPlane(const std::string& path);
 /// Whether the bytes are those of a picture or of a NumPy array of 3 axes.
 bool bPlaneBytes(const std::string& path, std::string_view bytes);
-/// Whether a file holds planes, as its extension tells: a picture, a raw form, or a NumPy array of 3 axes.
+/// Whether a file holds planes: a picture or a raw form, by its extension, or a NumPy array of 3 axes.
 bool bPlane(const std::string& path);
 /// Reads a picture, a NumPy array or the raw form of a 2D data array; of several the first one.
 darr_c2DArray ReadPlane(const std::string& path, const InputForm& form, const Warn& warn);
