@@ -56,7 +56,8 @@ work() {
     "$@" get sst.dseries --position 181,1
     "$@" get spectra.dseries 1 -o nacl.txt
     "$@" get cells.dseries 0 -o cell.pgm
-    "$@" get "$umlaut/Karten 地圖.dseries" --position 6 --region 280,0,360,70 --rescale 0.25,0.25 -o "$umlaut/大西洋.bmp"
+    "$@" get "$umlaut/Karten 地圖.dseries" --position 6 --region 280,0,360,70 --rescale 0.25,0.25 --stretch \
+      -o "$umlaut/大西洋.bmp"
     "$@" get sst.dseries --at 181,1 -o -
     "$@" find sst.dseries --at 181,1
     "$@" export sst.dseries -o sst.npy
