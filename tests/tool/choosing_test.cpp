@@ -158,6 +158,7 @@ TEST_F(Choices, AreMadeAlikeInEveryCommand) {
   EXPECT_THAT(listed("--time 10,20 --data ::2"), ElementsAre(4, 6, 8));
   EXPECT_THAT(listed("--near 6.2,-0.7"), ElementsAre(20));
   EXPECT_THAT(listed("--near 6.2,-0.7 --time ,50"), ElementsAre(5));
+  EXPECT_THAT(listed("--time 90,1970-01-01"), ElementsAre(27, 28, 29, 30));  // the whole day
   EXPECT_THAT(listed("--at 1,1"), ElementsAre(1));
   EXPECT_THAT(Succeed("get a.dseries -1"), StartsWith("datum 30 of"));
   EXPECT_THAT(Succeed("get a.dseries --where x=1 --where y=19 --where z=0"), StartsWith("datum 15 of"));

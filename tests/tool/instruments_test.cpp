@@ -13,6 +13,7 @@
 #include "tool.h"
 
 using dseries::TextForm;
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::StartsWith;
 
@@ -79,13 +80,23 @@ TEST(Instruments, WriteTextsInManyWays) {
       {"\"E, keV\",\"\"\"raw\"\"\"\n\"1\",\"10\"\n",
        "columns separated by ',', 1 header line; positions 'E, keV', values '\"raw\"': 1 | 10"},
       {"x,y,\n1,2,\n2,3,\n", xy + std::string(": 1 2 | 2 3")},
+      {"400 ; 0.5\n500 ; 0.7\n",
+       "columns separated by ';'; positions column 1, values column 2: 400 500 | 0.5 0.7"},
+      {"0\t2.5\t\n2\t\t71\n4\t\t72\n",
+       "columns separated by tabs; positions column 1, values column 2, column 3 (2 data): 0 2 4 | 2.5 nan "
+       "nan | nan 71 72"},
+      {"1\t\t2\n10000000\t3\n", ": 1 10000000 | 2 3"},  // tabs align the words
       {"x;y\n1;2\n2;3\n;\n;\n",
        "columns separated by ';', 1 header line; positions 'x', values 'y': 1 2 | 2 3"},
       // Numbers
       {"1.5D+02 0.123-102\n+2.5d2 1E0\n", ": 150 250 | 1.23e-103 1"},
       {"1 1.#QNAN\n2 -1.#IND00\n3 1.#INF\n", ": 1 2 3 | nan nan inf"},
       {"x,y\n1,\n2,#N/A\n3,--\n4,5\n", xy + std::string(": 1 2 3 4 | nan nan nan 5")},
+      {"x,y\n\u22121.5,1\n2,\u22122e\u22123\n", xy + std::string(": -1.5 2 | 1 -0.002")},
       // Headers
+      {"nm,%T\n1,2\n", "columns separated by ',', 1 header line; positions 'nm', values '%T': 1 | 2"},
+      {"x,y # of today\n1,2\n", xy + std::string(": 1 | 2")},
+      {"# t U\n# (s) (V)\n1 2\n", "columns separated by blanks; positions 't (s)', values 'U (V)': 1 | 2"},
       {"Energy (eV)\tCounts per s\n1\t2\n",
        "columns separated by tabs, 1 header line; positions 'Energy (eV)', values 'Counts per s': 1 | 2"},
       {"Energy (eV) Counts\n1 2\n",
@@ -126,6 +137,16 @@ TEST(Instruments, AreNotBelievedWhereAReadingIsInDoubt) {
       {"1 2\n2 3#4\n", "line 2: '3#4' is not a number"},
       {"x\n1.5\n2,5\n3.5\n", "line 3: '2,5' is not a number"},
       {"1 2-3\n", "holds no numbers"},
+      {"0\t2.5\n2\t\t71\n", "'2\\t\\t71' may have an empty field between its tabs; --delimiter tab"},
+      {"5 %\t3.1\n6 %\t3.2\n", "'%\\t3.2' and the like at the end of lines may be data; --comment '%'"},
+      {"1,5, 2,5\n2,5, 3,5\n", "'2,5, 3,5' may have decimal commas; --delimiter ,"},
+      {"\"12,500\",\"1\"\n\"450\",\"2\"\n", "'12,500' may have a decimal comma or a mark between thousands"},
+      {"1;1,234\n2;999\n", "'1,234' may have a decimal comma"},
+      {"1,002 2\n2 3\n3 4\n", "'1,002' may have a decimal comma"},
+      {"<1 2\n2 3\n3 4\n", "line 1: '<1' is not a number"},
+      {"(1.0) 2\n2 3\n3 4\n", "line 1: '(1.0)' is not a number"},
+      {"1 OVLD\n2 OVLD\n3 5\n", "column 2 holds no numbers, 'OVLD' for one"},
+      {"1 62.5-125\n2 62.5-125\n", "column 2 holds no numbers, '62.5-125' for one"},
       {std::string("1 2\0\n", 5), "is not a text"},
       {"\xFF\xFE" + Utf16("1 2", false) + "3", "an odd number of bytes"},
       {std::string("\xFF\xFE\x00\xD8\x31\x00", 6), "no character of UTF-16"},
@@ -149,6 +170,8 @@ TEST(Instruments, AreOverruled) {
   EXPECT_THAT(Shown(four, columns("1,3")), HasSubstr("line 2: 'OK' is not a number"));
   EXPECT_THAT(Shown(four, columns("1,5")), HasSubstr("there is no column 5; the text has 4 columns"));
   EXPECT_THAT(Shown(four, columns("e")), HasSubstr("there is no column 'e'; there are a (s), b, c, d"));
+  EXPECT_THAT(Shown("a,b (V),b (mV)\n1,2,3\n", columns("a,b")),
+              HasSubstr("column 2 'b (V)' and column 3 'b (mV)' are both"));
   EXPECT_THAT(Shown(four, columns("0")), HasSubstr("names no column of values"));
   EXPECT_EQ(shown("1,5\n1,7\n", {"", {}, {}, ',', {}, {}}), " | 1.5 1.7");
   EXPECT_EQ(shown("1,5\n1,7\n", {"", {}, ',', {}, {}, {}}), "1 1 | 5 7");
@@ -246,6 +269,13 @@ TEST_F(Inputs, OfInstrumentsBecomeSeriesWithLabels) {
   EXPECT_EQ(Run("append b.dseries --new --dim n,,1,0,1 " + Sample("oscilloscope.csv")).status,
             1);  // two data
   EXPECT_FALSE(bExists("b.dseries"));
+  Write("other.csv", "x (nm),y (mA)\n1,2\n2,3\n");
+  Write("same.csv", "x (eV),y (V)\n1,2\n2,3\n");
+  Succeed("append c.dseries --new same.csv --slots 9");
+  EXPECT_THAT(Run("append c.dseries other.csv").err,
+              AllOf(HasSubstr("other.csv has units of nm, and c.dseries is labelled with eV"),
+                    HasSubstr("other.csv has units of mA")));
+  EXPECT_EQ(Run("append c.dseries same.csv").err.find("units"), std::string::npos);
   Write("uneven.txt", "1 5\n2 6\n4 7\n");
   EXPECT_EQ(Run("plot uneven.txt").status, 0);
   EXPECT_THAT(Run("plot uneven.txt 1").err, HasSubstr("not a series"));
@@ -269,6 +299,13 @@ TEST_F(Inputs, ThatWereExportedComeBackEqual) {
     Succeed("append b.dseries c.csv" + tag);
     EXPECT_EQ(Succeed("get b.dseries 2 -o -"), Succeed("get a.dseries 1 -o -"));
     if (tag.empty()) continue;
+    Succeed("label a.dseries --x '#x' --value '% of all'");
+    Succeed("export a.dseries -o d.csv");
+    std::filesystem::remove(folder_ / "b.dseries");
+    std::filesystem::remove(folder_ / "b.dseries.json");
+    Succeed("append b.dseries --new d.csv" + dims);
+    Succeed("export b.dseries -o b.csv");
+    EXPECT_EQ(Read("b.csv"), Read("d.csv"));
     EXPECT_THAT(Run("append b.dseries b.txt").err,
                 HasSubstr("are tagged with time and 2D position; add --at X,Y"));
   }
@@ -292,12 +329,24 @@ TEST_F(Inputs, OfPicturesAndArraysKeepTheirValues) {
   EXPECT_EQ(Rows(Sample("colour16.png"), 1), "2484 3105 37260 / ");
   EXPECT_THAT(Rows(Sample("tiles.tif") + " --channel green", 18), HasSubstr("/ 0 2 4 6 "));
   EXPECT_THAT(Run("image --channel red " + Sample("grey.jpg")).err, HasSubstr("a grey picture"));
+  // Exif says that the first row is at the right.
+  std::ifstream jpeg(Sample("grey.jpg"), std::ios::binary);
+  std::string turned{std::istreambuf_iterator<char>(jpeg), {}};
+  const std::string exif(
+      "\xFF\xE1\0\x22"
+      "Exif\0\0II*\0\x08\0\0\0\x01\0\x12\x01\x03\0\x01\0\0\0\x06\0\0\0\0\0\0\0",
+      36);
+  Write("turned.jpg", turned.insert(2, exif));
+  EXPECT_EQ(Rows("turned.jpg", 3), "60 3 / 5 2 / 4 1 / ");
   for (const auto& [name, data, row] : {std::tuple("stack.tif", 3, "0\t4002\n1\t5002\n2\t60002\n"),
                                         {"cube.npy", 2, "0\t12\n1\t13\n2\t14\n3\t15\n"}}) {
     std::filesystem::remove(folder_ / "a.dseries");
     Succeed("append a.dseries --new " + Sample(name));
     EXPECT_EQ(Succeed(fmt::format("get a.dseries {} --row-at 0 -o -", data - 1)), row);
   }
+  Write("empty.npy", "\x93NUMPY\x01" + std::string("\0\x46\0", 3) +
+                         "{'descr': '<f8', 'fortran_order': False, 'shape': (3, 0), }          \n");
+  EXPECT_THAT(Succeed("append e.dseries --new empty.npy"), HasSubstr("3 data appended"));
   Succeed("append b.dseries --new " + Sample("integers.npy"));
   EXPECT_EQ(Succeed("get b.dseries 1 -o -"), "0\t4\n1\t5\n2\t9007199254740992\n");
 }

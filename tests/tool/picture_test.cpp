@@ -1,7 +1,9 @@
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <limits>
 #include <nlohmann/json.hpp>
+#include <vector>
 
 #include "tool.h"
 
@@ -30,6 +32,32 @@ std::string Bmp(const std::string& pixels, int height = 2, int bits = 8, int com
   return bmp + pixels;
 }
 
+/// A field of a TIFF; all values are stored with 4 bytes.
+struct TiffField {
+  int tag, type, count, value;
+};
+
+/// A grey TIFF of 3 x 2 pixels of 8 bits made by hand: `fields` follow those that every TIFF has, and
+/// `behind` begins at byte 300.
+std::string Tiff(const std::vector<TiffField>& fields, const std::string& behind = "", int colours = 1,
+                 int pixels = 200) {
+  std::vector<TiffField> all{{256, 4, 1, 3}, {257, 4, 1, 2},       {258, 3, 1, 8},
+                             {259, 3, 1, 1}, {262, 3, 1, colours}, {273, 4, 1, pixels},
+                             {277, 3, 1, 1}, {278, 4, 1, 2},       {279, 4, 1, 6}};
+  all.insert(all.end(), fields.begin(), fields.end());
+  std::sort(all.begin(), all.end(), [](const auto& a, const auto& b) { return a.tag < b.tag; });
+  const auto number = [](int value) {
+    return Bytes({value & 0xFF, value >> 8 & 0xFF, value >> 16 & 0xFF, 0});
+  };
+  std::string tiff = "II*" + Bytes({0, 8, 0, 0, 0, static_cast<int>(all.size()), 0});
+  for (const auto& [tag, type, count, value] : all)
+    tiff += number(tag).substr(0, 2) + number(type).substr(0, 2) + number(count) + number(value);
+  tiff.resize(200, '\0');
+  tiff += Bytes({1, 2, 3, 4, 5, 6});
+  tiff.resize(300, '\0');
+  return tiff + behind;
+}
+
 // The result of every form of this picture: the top row is 1 2 3, the bottom row 4 5 6.
 const std::string bottom_up = Bytes({4, 5, 6, 0, 1, 2, 3, 0});
 const std::string pgm = "P5\n3 2\n255\n" + Bytes({1, 2, 3, 4, 5, 6});
@@ -50,10 +78,16 @@ TEST_F(Pictures, ComeUprightFromEveryFormToEveryOther) {
   later.insert(54, std::string(124 - 40, '\0')).insert(later.size() - 8, 8, '\x77');
   Write("raw.pgm", pgm);
   Write("plain.pgm", "P2 # the first row is the top one\n3 2 # extents\n255\n1 2 3\n4 5\t6");
+  Write("windows.pgm", "P5\r\n3 2\r\n255\r\n" + Bytes({1, 2, 3, 4, 5, 6}));
+  Write("a.tif", Tiff({}));
+  std::string greys;  // of 8 bits, where TIFF wants 16
+  for (int i = 0; i < 3 * 256; ++i) greys += Bytes({i & 0xFF, 0});
+  Write("palette.tif", Tiff({{320, 3, 768, 300}}, greys, 3));
   Write("up.bmp", Bmp(bottom_up));
   Write("down.bmp", Bmp(Bytes({1, 2, 3, 0, 4, 5, 6, 0}), -2));
   Write("later.bmp", later);
-  for (const std::string name : {"raw.pgm", "plain.pgm", "up.bmp", "down.bmp", "later.bmp"}) {
+  for (const std::string name :
+       {"raw.pgm", "plain.pgm", "windows.pgm", "a.tif", "palette.tif", "up.bmp", "down.bmp", "later.bmp"}) {
     Succeed("image " + name + " -o a.bmp");
     Succeed("image " + name + " -o a.pgm");
     EXPECT_EQ(Read("a.bmp"), Bmp(bottom_up)) << name;
@@ -72,6 +106,9 @@ TEST_F(Pictures, OfOtherKindsAreRefusedByName) {
       {"P5\n3 2\n65535\n12345678901", "cut off"},
       {"P5\n3 2\n65536\n123456789012", "a maximum of 65536"},
       {"P5\n3 2\n255\n12345", "cut off"},
+      {"P5\n3 2\n255\n12345678", "2 bytes follow the pixels"},
+      {Tiff({}, "", 1, 0), "a damaged TIFF picture"},  // the pixels would begin in the header
+      {Tiff({{270, 2, 9, 300}}, "images=3" + Bytes({0})), "holds 3 pictures behind a single page"},
       {"P5\n30000 30000\n255\n12345", "cut off"},
       {"P5\n2000000000 2000000000\n255\n12345", "which no series file holds"},
       {"P5\n0 2\n255\n", "without pixels"},

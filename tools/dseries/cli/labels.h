@@ -39,7 +39,8 @@ template <class Write>
 void MakeLabelledSeries(const std::string& name, bool force, const Labels& labels, Write write) {
   CheckSeriesName(name);
   const std::string path = LabelsPath(name);
-  if (bExists(path) && !force) Fail("{} exists already and labels other data; --force replaces it", path);
+  if (bExists(path) && !force)
+    Fail("{} exists already and labels other data; remove it, or use 'create --force'", path);
   std::optional<Deferral> deferral;
   MakeSeries(name, force, [&](const std::string& unfinished) {
     write(unfinished);

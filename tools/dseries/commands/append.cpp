@@ -189,21 +189,33 @@ void Create(const Options& options, const std::vector<Input<Array>>& inputs) {
                      [&](const std::string& path) { const DataSeries<Array> series(path, dimensions); });
 }
 
-/// The labels in the header of an input become those of a series without labels; not the words with which
-/// `export` heads columns that have none.
+/// The labels in the header of the first input become those of a series without labels; not the words with
+/// which `export` heads columns that have none. Warns of units that are not those of the series.
 template <class Array>
-void LabelSeries(const Options& options, const Input<Array>& input) {
+void LabelSeries(const Options& options, const std::vector<Input<Array>>& inputs) {
   const auto label = [](const std::string& text, const char* none) {
     return text == none ? Label() : ParseLabel(text);
   };
-  const Label x = label(input.x, "position"), value = label(input.value, "value"), pixels{"", input.units};
-  if (x.bEmpty() && value.bEmpty() && pixels.bEmpty()) return;
   Labels labels = LabelsOf(options.file);
-  if (!labels.x.bEmpty() || !labels.y.bEmpty() || !labels.value.bEmpty()) return;
-  labels.x = pixels.bEmpty() ? x : pixels;
-  labels.y = pixels;
-  labels.value = value;
-  SaveLabels(options.file, labels);
+  const bool labelled = !labels.x.bEmpty() || !labels.y.bEmpty() || !labels.value.bEmpty();
+  for (std::size_t i = 0; i < inputs.size(); ++i) {
+    const Label pixels{"", inputs[i].units};
+    const Label x = pixels.bEmpty() ? label(inputs[i].x, "position") : pixels;
+    const Label value = label(inputs[i].value, "value");
+    if (i == 0 && !labelled && !(x.bEmpty() && value.bEmpty())) {
+      labels.x = x;
+      labels.y = pixels;
+      labels.value = value;
+      SaveLabels(options.file, labels);
+    }
+    const auto check = [&](const Label& own, const Label& known) {
+      if (own.units.empty() || known.units.empty() || own.units == known.units) return;
+      PrintWarning(fmt::format("{} has units of {}, and {} is labelled with {}", options.inputs[i], own.units,
+                               options.file, known.units));
+    };
+    check(x, labels.x);
+    check(value, labels.value);
+  }
 }
 
 template <class Array>
@@ -274,7 +286,7 @@ void AppendInputs(const Options& options) {
     if (options.create && series->NextWriteIndex() == 0) std::filesystem::remove(options.file);
     throw;
   }
-  LabelSeries(options, inputs.front());
+  LabelSeries(options, inputs);
 }
 
 /// Removes the missing inputs, reports and returns them, unless all are missing.

@@ -113,6 +113,8 @@ TimeSpan ParseTimes(const std::string& text) {
   TimeSpan span;
   if (!ends[0].empty()) span.from = ParseTime(ends[0]);
   if (!ends[1].empty()) span.to = ParseTime(ends[1]);
+  constexpr std::size_t date = 10;  // such as 2024-02-29, without a time: the whole day
+  if (ends[1].size() == date && ends[1].find('-') == 4) span.to += 24 * 60 * 60 - 1;
   if (span.from > span.to) Fail("the times {} are in the wrong order", text);
   return span;
 }

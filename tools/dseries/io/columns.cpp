@@ -121,19 +121,27 @@ class ColumnChooser {
     return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
   }
 
-  /// The column of this name, with or without its units.
+  /// The column of this name, with or without its units. Throws Failure when there are several.
   std::optional<std::size_t> Named(std::string_view item) const {
     if (item.empty()) return {};
+    const auto whole = [](std::string_view name) { return name; };
+    const auto bare = [](std::string_view name) {
+      return Trimmed(name.substr(0, name.find_first_of("([/")));
+    };
+    const auto found = Only(item, whole);
+    return found ? found : Only(item, bare);
+  }
+
+  template <class Part>
+  std::optional<std::size_t> Only(std::string_view item, Part part) const {
+    std::optional<std::size_t> found;
     for (std::size_t f = 0; f < layout_.names.size(); ++f) {
-      const std::string_view name = layout_.names[f];
-      if (name == item) return f;
+      if (part(std::string_view(layout_.names[f])) != item) continue;
+      if (found)
+        Fail("{}: --columns: {} and {} are both '{}'", path_, ColumnText(*found), ColumnText(f), item);
+      found = f;
     }
-    for (std::size_t f = 0; f < layout_.names.size(); ++f) {
-      const std::string_view name = layout_.names[f],
-                             without = Trimmed(name.substr(0, name.find_first_of("([/")));
-      if (without == item) return f;
-    }
-    return {};
+    return found;
   }
 
   const std::string& path_;

@@ -36,6 +36,8 @@ bool ReadUsual(std::string_view word, double& value) {
 std::string Rewritten(std::string_view word, char decimal) {
   std::string text;
   bool point = false, exponent = false;
+  const std::size_t digit = std::min(word.find_first_not_of("+-"), word.size());
+  const bool normalized = digit + 1 >= word.size() || !bDigit(word[digit]) || !bDigit(word[digit + 1]);
   for (std::size_t i = 0; i < word.size(); ++i) {
     const char c = word[i], last = i == 0 ? ' ' : word[i - 1], next = i + 1 < word.size() ? word[i + 1] : ' ';
     if (c == decimal) {
@@ -44,7 +46,8 @@ std::string Rewritten(std::string_view word, char decimal) {
       text += '.';
     } else if (c == '.' || c == ',') {
       return "";
-    } else if (point && !exponent && (c == '+' || c == '-') && bDigit(last) && word.size() - i == 4) {
+    } else if (point && normalized && !exponent && (c == '+' || c == '-') && bDigit(last) &&
+               word.size() - i == 4) {
       exponent = true;  // Fortran omits the letter before an exponent of three digits
       text += 'E';
       text += c;
@@ -89,6 +92,10 @@ bool ReadNumber(std::string_view word, double& value, char decimal) {
   if ((decimal == '.' || word.find('.') == word.npos) && ReadUsual(word, value)) return true;
   if (word.empty() || word.find_first_of("0123456789") == word.npos) return false;
   if (ReadSpecial(word, value)) return true;
+  constexpr std::string_view minus = "\u2212";
+  if (const std::size_t at = word.find(minus); at != word.npos) {
+    return ReadNumber(std::string(word).replace(at, minus.size(), "-"), value, decimal);
+  }
   const std::string text = Rewritten(word, decimal);
   return !text.empty() && ReadUsual(text, value);
 }

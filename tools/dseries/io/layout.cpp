@@ -89,10 +89,28 @@ std::vector<std::string> NamesOfWords(const std::vector<std::string_view>& words
   return names;
 }
 
+/// A part of the text for a message, with tabs to be seen.
+std::string Excerpt(std::string_view line) {
+  std::string text;
+  for (const char c : Trimmed(line)) text += c == '\t' ? "\\t" : std::string(1, c);
+  return Shortened(Printable(text), 40);
+}
+
 /// Whether a field that is no number begins like one, as times and numbers with units do.
 bool bLikeNumber(std::string_view field) {
   return field.substr(std::min(field.find_first_not_of("+-.,"), field.size())).find_first_of("0123456789") ==
          0;
+}
+
+/// Whether a field that is no number may still be one: with marks between thousands, in quotes or brackets,
+/// behind a currency or a comparison.
+bool bSpoiltNumber(std::string_view field) {
+  constexpr std::string_view around = "+-<>=~()'\"$*%";
+  const std::size_t first = field.find_first_not_of(around);
+  return first != field.npos &&
+         field.find_first_not_of("0123456789.,", first) >=
+             std::min(field.find_last_not_of(around) + 1, field.size()) &&
+         field.find_first_of("0123456789") != field.npos;
 }
 
 class LayoutFinder {
@@ -178,22 +196,94 @@ class LayoutFinder {
         const bool quotes = text_.find('"') != text_.npos;
         if (delimiter == ',' && decimal == ',' && !quotes && !form_.delimiter) continue;
         const Fit fit = fits[{delimiter, decimal}] = FitOf({delimiter, decimal});
-        if (fit.score > best.score) best = fit;
+        // Semicolons between numbers begin no comments.
+        const bool fields = fit.score == best.score && delimiter == ';' && fit.fields > best.fields;
+        if (fit.score > best.score || fields) best = fit;
       }
     }
     if (best.score == 0) Fail("{} holds no numbers", path_);
     layout_.notation = best.notation;
     layout_.fields = best.fields;
+    if (layout_.notation.delimiter == ' ' && !form_.delimiter) CheckTabs();
     if (form_.delimiter || form_.decimal) return;
+    if (layout_.notation.delimiter == ',') CheckCommas();
     const Fit &pairs = fits[{',', '.'}], &singles = fits[{' ', ','}];
     const bool comma = best.notation.delimiter == ',' || (best.notation.decimal == ',' && best.fields == 1);
-    if (!comma) return CheckGroups();
+    if (!comma || best.fields > 1) CheckGroups();
+    if (!comma) return;
     if (pairs.fields != 2 || singles.fields != 1) return;
     const auto single = [](std::string_view line) {
       return bGroupedDigits(Trimmed(line)) || line.find_first_of("0123456789") == line.npos;
     };
     if (best.score == singles.score || std::all_of(sample_.begin(), sample_.end(), single))
       Choose(pairs, singles, pairs.score == best.score);
+  }
+
+  /// Blanks do not show an empty field between two tabs. Where the words of the lines lie in different fields
+  /// between tabs, tabs are the delimiter; but not where they only align the words. Throws Failure when the
+  /// lines do not have the same number of tabs.
+  void CheckTabs() {
+    Splitter splitter('\t', form_.CommentMarks(), missing_);
+    std::vector<std::size_t> places, starts;  // of the words of the first line: their fields and columns
+    std::size_t count = 0;
+    bool moved = false, aligned = true, even = true;
+    std::string_view doubtful;
+    for (const std::string_view whole : sample_) {
+      const std::string_view line = splitter.WithoutComment(whole);
+      const auto& fields = splitter.Split(line);
+      std::vector<std::size_t> place, start;
+      for (std::size_t f = 0; f < fields.size(); ++f) {
+        const Kind kind = KindOf(fields[f], layout_.notation.decimal);
+        if (kind == Kind::Number || kind == Kind::Missing) place.push_back(f);
+      }
+      if (place.size() != layout_.fields) continue;
+      constexpr std::size_t tab = 8;
+      std::size_t column = 0;
+      char last = ' ';
+      for (const char c : line) {
+        if (bBlank(last) && !bBlank(c)) start.push_back(column);
+        column = c == '\t' ? (column / tab + 1) * tab : column + 1;
+        last = c;
+      }
+      if (count == 0) {
+        places = place;
+        starts = start;
+        count = fields.size();
+      }
+      if (place != places && !std::exchange(moved, true)) doubtful = line;
+      aligned = aligned && start == starts;
+      even = even && fields.size() == count;
+    }
+    if (!moved || aligned) return;
+    if (!even) {
+      Fail(
+          "{}: '{}' may have an empty field between its tabs; --delimiter tab or --delimiter space says "
+          "which",
+          path_, Excerpt(doubtful));
+    }
+    layout_.notation.delimiter = '\t';
+    layout_.fields = count;
+  }
+
+  /// Where a blank follows every other comma in all lines, as in "1,5, 2,5", the others may be decimal ones.
+  void CheckCommas() const {
+    Splitter splitter(',', form_.CommentMarks(), missing_);
+    std::string_view doubtful;
+    for (const std::string_view whole : sample_) {
+      const std::string_view line = Trimmed(splitter.WithoutComment(whole));
+      const auto& fields = splitter.Split(line);
+      if (fields.size() != layout_.fields || KindOf(fields[0], '.') != Kind::Number) continue;
+      bool blank = true;
+      for (std::size_t i = line.find(','); i != line.npos; i = line.find(',', i + 1)) {
+        if (line.substr(i + 1).starts_with(' ') == blank) return;
+        blank = !blank;
+      }
+      if (blank || layout_.fields < 4) return;
+      doubtful = line;
+    }
+    if (doubtful.empty()) return;
+    Fail("{}: '{}' may have decimal commas; --delimiter , says that all of them separate columns", path_,
+         Excerpt(doubtful));
   }
 
   /// Chooses between two numbers with a comma between them and a single number on each line: by the names in
@@ -226,24 +316,43 @@ class LayoutFinder {
       Fail(
           "{}: '{}' may be two numbers, or one with a decimal comma or a mark between thousands; "
           "--delimiter , or --decimal , says which",
-          path_, Shortened(Printable(Trimmed(first)), 40));
+          path_, Excerpt(first));
     }
     layout_.notation = as_pairs ? pairs.notation : singles.notation;
     layout_.fields = as_pairs ? pairs.fields : singles.fields;
     layout_.assumed = as_pairs && names != 2;
   }
 
-  /// Commas that only stand before groups of three digits may not be decimal ones.
+  /// Commas that only stand before groups of three digits may not be decimal ones; between semicolons they
+  /// are, unless the column has whole numbers too that could have such a mark.
   void CheckGroups() const {
-    if (layout_.notation.decimal != ',' || layout_.notation.delimiter == ';') return;
+    if (layout_.notation.decimal != ',') return;
     Splitter splitter(layout_.notation.delimiter, form_.CommentMarks(), missing_);
-    std::string_view grouped;
+    struct Column {
+      std::string_view grouped;
+      bool decimals = false, whole = false;
+    };
+    std::map<std::size_t, Column> columns;
     for (const std::string_view line : sample_) {
-      for (const std::string_view field : splitter.Split(splitter.WithoutComment(line))) {
-        if (field.find(',') == field.npos || KindOf(field, ',') != Kind::Number) continue;
-        if (!bGroupedDigits(field)) return;
-        grouped = field;
+      const auto& fields = splitter.Split(splitter.WithoutComment(line));
+      for (std::size_t f = 0; f < fields.size(); ++f) {
+        if (KindOf(fields[f], ',') != Kind::Number) continue;
+        Column& column = columns[f];
+        if (fields[f].find(',') == fields[f].npos) {
+          column.whole = column.whole || fields[f].size() >= 3;
+        } else if (bGroupedDigits(fields[f])) {
+          column.grouped = fields[f];
+        } else {
+          column.decimals = true;
+        }
       }
+    }
+    std::string_view grouped;
+    for (const auto& [f, column] : columns) {
+      const bool semicolons = layout_.notation.delimiter == ';';
+      if (column.decimals && !semicolons) return;
+      if (!column.decimals && (!semicolons || column.whole))
+        grouped = column.grouped.empty() ? grouped : column.grouped;
     }
     if (grouped.empty()) return;
     Fail(
@@ -252,8 +361,31 @@ class LayoutFinder {
         path_, Printable(grouped));
   }
 
+  /// What most data lines have behind a mark may be a column rather than a comment, if there is a number in
+  /// it.
+  void CheckComments(Splitter& splitter) const {
+    if (!form_.comments.empty()) return;
+    int data = 0, doubtful = 0;
+    std::string_view cut;
+    for (const std::string_view line : sample_) {
+      const std::string_view part = splitter.WithoutComment(line);
+      if (Trimmed(part).empty() || !bData(splitter.Split(part, layout_.fields))) continue;
+      ++data;
+      const std::string_view rest = Trimmed(line.substr(part.size()));
+      if (rest.find_first_of("0123456789") == rest.npos) continue;
+      ++doubtful;
+      cut = rest;
+    }
+    if (2 * doubtful <= data) return;
+    Fail(
+        "{}: '{}' and the like at the end of lines may be data; --comment '{}' says that it is a comment, "
+        "--comment and another mark that it is none",
+        path_, Excerpt(cut), cut.substr(0, cut.starts_with("//") ? 2 : 1));
+  }
+
   void FindNumericFields(Splitter& splitter) {
     std::vector<int> numbers(layout_.fields), others(layout_.fields), filled(layout_.fields);
+    std::vector<std::string_view> words(layout_.fields);
     layout_.unread.resize(layout_.fields);
     for (const std::string_view line : sample_) {
       const auto& fields = splitter.Split(splitter.WithoutComment(line));
@@ -266,6 +398,7 @@ class LayoutFinder {
       for (std::size_t f = 0; data && f < fields.size(); ++f) {
         numbers[f] += kinds[f] == Kind::Number;
         others[f] += kinds[f] == Kind::Other;
+        if (kinds[f] == Kind::Other) words[f] = fields[f];
         filled[f] += kinds[f] != Kind::Empty;
         if (kinds[f] == Kind::Other && bLikeNumber(fields[f]) && layout_.unread[f].empty())
           layout_.unread[f] = fields[f];
@@ -273,7 +406,12 @@ class LayoutFinder {
     }
     while (layout_.fields > 1 && filled[layout_.fields - 1] == 0)
       --layout_.fields;  // delimiters end the lines
-    for (std::size_t f = 0; f < layout_.fields; ++f) layout_.numeric.push_back(others[f] <= numbers[f]);
+    for (std::size_t f = 0; f < layout_.fields; ++f) {
+      layout_.numeric.push_back(others[f] <= numbers[f]);
+      // Words among numbers may be missing values.
+      if (!layout_.numeric[f] && numbers[f] > 0 && layout_.unread[f].empty()) layout_.unread[f] = words[f];
+    }
+    CheckComments(splitter);
   }
 
   /// Whether the fields of a line are those of a datum.
@@ -293,8 +431,7 @@ class LayoutFinder {
     std::string_view rest = text_.substr(layout_.begin);
     const std::size_t start = layout_.begin;
     const int first = layout_.first_line;
-    std::vector<std::string_view> headers;  // the last ones without a blank line between them
-    std::string_view comment;
+    std::vector<std::string_view> headers, comments;  // the last ones without a blank line between them
     bool blank = true, gap = false;
     for (int line = first;; ++line) {
       if (rest.empty()) Fail("{} holds no numbers", path_);
@@ -314,19 +451,39 @@ class LayoutFinder {
       }
       if (Trimmed(whole).empty()) {
         gap = true;
+        comments.clear();
         continue;
       }
       blank = false;
       if (Trimmed(part).empty()) {
-        comment = whole;
+        comments.push_back(WithoutMarks(whole));
         continue;
       }
       CheckHeader(line, fields);
       if (std::exchange(gap, false)) headers.clear();
-      headers.push_back(part);
+      headers.push_back(bComment(whole.substr(part.size())) ? part : whole);
       ++layout_.header_lines;
     }
-    NameFields(splitter, headers, comment);
+    const bool commented = layout_.header_lines == 0;
+    if (!commented || layout_.fields > 1 ||
+        (!comments.empty() && comments.back().find(' ') == comments.back().npos))
+      NameFields(splitter, commented ? comments : headers);
+  }
+
+  /// A comment without the marks at its start.
+  std::string_view WithoutMarks(std::string_view comment) const {
+    comment = Trimmed(comment);
+    for (const std::string& mark : form_.CommentMarks()) {
+      while (!mark.empty() && comment.starts_with(mark)) comment.remove_prefix(mark.size());
+    }
+    return Trimmed(comment);
+  }
+
+  /// Whether what follows a mark in a header is a comment: a blank is behind the mark, which may also begin a
+  /// name, as in "nm,%T".
+  bool bComment(std::string_view text) const {
+    const std::size_t mark = text.starts_with("//") ? 2 : 1;
+    return !form_.comments.empty() || (text.size() > mark && text[mark] == ' ');
   }
 
   /// Throws Failure for a line before the data that is all numbers, or has their number of fields and begins
@@ -339,7 +496,7 @@ class LayoutFinder {
       Fail("{}: line {} has {}, and the data behind it have {}{}", path_, line,
            Count(static_cast<std::int64_t>(fields.size()), "field", "fields"), layout_.fields, skip);
     }
-    if (fields.size() != layout_.fields || !number(fields[0])) return;
+    if (fields.size() != layout_.fields || !(number(fields[0]) || bSpoiltNumber(fields[0]))) return;
     FailForField(path_, line, *std::find_if_not(fields.begin(), fields.end(), number), skip);
   }
 
@@ -361,19 +518,9 @@ class LayoutFinder {
     return names.size() == layout_.fields && words ? names : std::vector<std::string>();
   }
 
-  /// From the last header line or, without any, from the last comment before the data. A line of units may
-  /// follow that of the names.
-  void NameFields(Splitter& splitter, const std::vector<std::string_view>& headers,
-                  std::string_view comment) {
-    if (layout_.header_lines == 0) {
-      comment = Trimmed(comment);
-      for (const std::string& mark : form_.CommentMarks()) {
-        while (!mark.empty() && comment.starts_with(mark)) comment.remove_prefix(mark.size());
-      }
-      comment = Trimmed(comment);
-      if (layout_.fields > 1 || comment.find(' ') == comment.npos) layout_.names = NamesIn(splitter, comment);
-      return;
-    }
+  /// From the last of these lines before the data: header lines or, without any, comments. A line of units
+  /// may follow that of the names.
+  void NameFields(Splitter& splitter, const std::vector<std::string_view>& headers) {
     if (headers.empty()) return;
     layout_.names = NamesIn(splitter, headers.back());
     if (headers.size() < 2 || layout_.names.empty()) return;

@@ -174,8 +174,9 @@ NpyArray ReadNpy(const std::string& path, std::string_view bytes) {
     const auto [stop, error] = std::from_chars(shape.data(), shape.data() + shape.size(), extent);
     if (error != std::errc() || extent < 0) fail("its shape is not one of whole numbers below 2^31");
     array.extents.push_back(extent);
-    if (extent != 0 && count > data.size() / static_cast<std::size_t>(extent)) fail("it is cut off");
-    count *= static_cast<std::size_t>(extent);
+    const auto factor = static_cast<std::size_t>(extent);
+    const bool too_many = factor != 0 && count > std::numeric_limits<std::size_t>::max() / factor;
+    count = too_many ? std::numeric_limits<std::size_t>::max() : count * factor;
     shape.remove_prefix(static_cast<std::size_t>(stop - shape.data()));
   }
   const std::string name = fmt::format("{}{}", kind, size);

@@ -47,8 +47,14 @@ class PnmReader {
     if (samples.width < 1 || samples.height < 1) Fail("{} is a PGM picture without pixels", path_);
     if (maximum < 1 || maximum > 0xFFFF) Fail("{} is a PGM picture with a maximum of {}", path_, maximum);
     samples.type = maximum > 0xFF ? dtyp_UBin16 : dtyp_UBin8;
-    const std::size_t begin = std::min(next_ + 1, bytes_.size());  // after one blank
+    std::size_t begin = std::min(next_ + 1, bytes_.size());  // after one blank
     samples.Allocate(path_, std::ssize(bytes_) - static_cast<std::int64_t>(begin), plain ? 2 : 1);
+    const std::string_view behind = bytes_.substr(std::min(begin + samples.bytes.size(), bytes_.size()));
+    if (!plain && behind.size() == 1 && bytes_.substr(next_).starts_with("\r\n")) {
+      ++begin;  // the lines of the header end as on Windows
+    } else if (!plain && !std::all_of(behind.begin(), behind.end(), bSpace)) {
+      Fail("{}: {} follow the pixels of the PGM picture", path_, Count(std::ssize(behind), "byte", "bytes"));
+    }
     auto store = [&, to = samples.bytes.data()](int sample) mutable {
       if (sample > maximum) Fail("{}: the pixel {} is above the maximum {}", path_, sample, maximum);
       const auto narrow = static_cast<std::uint16_t>(sample);
@@ -231,6 +237,9 @@ Pictures ReadPictures(const std::string& path, std::string_view bytes, Channel c
     Pictures pictures;
     for (const TiffPage& page : ReadTiff(path, bytes)) {
       const darr_c2DArray plane = PlaneOf(path, page.samples, channel);
+      if (!pictures.planes.empty() && page.units != pictures.units) {
+        Fail("{} has pages with different units of length, '{}' and '{}'", path, pictures.units, page.units);
+      }
       pictures.planes.push_back(plane);
       if (page.units.empty()) continue;
       const cal_c2DArrayCal cal(cal_cArrayCal(0, page.dx), cal_cArrayCal(0, page.dy));

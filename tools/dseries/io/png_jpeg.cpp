@@ -81,6 +81,25 @@ bool bJpegDone(JpegErrors& errors, Work work) {
   return true;
 }
 
+/// The orientation in a block of Exif, which has the form of a TIFF; 1, upright, where there is none.
+int OrientationIn(std::string_view exif) {
+  const bool big_end = exif.starts_with("MM");
+  const auto number = [&](std::size_t at, std::size_t bytes) {
+    std::size_t value = 0;
+    for (std::size_t i = 0; i < bytes; ++i) {
+      const std::size_t byte = at + (big_end ? i : bytes - 1 - i);
+      value = value << 8 | (byte < exif.size() ? static_cast<unsigned char>(exif[byte]) : 0U);
+    }
+    return value;
+  };
+  constexpr std::size_t entry_size = 12, orientation = 0x112;
+  const std::size_t fields = number(4, 4), count = number(fields, 2);
+  for (std::size_t at = fields + 2; at < fields + 2 + count * entry_size; at += entry_size) {
+    if (number(at, 2) == orientation) return static_cast<int>(number(at + 8, 2));
+  }
+  return 1;
+}
+
 }  // namespace
 
 Samples ReadPng(const std::string& path, std::string_view bytes) {
@@ -158,6 +177,7 @@ Samples ReadJpeg(const std::string& path, std::string_view bytes) {
   if (!bJpegDone(errors, [&] {
         jpeg_create_decompress(&jpeg);
         jpeg_mem_src(&jpeg, reinterpret_cast<const unsigned char*>(bytes.data()), bytes.size());
+        jpeg_save_markers(&jpeg, JPEG_APP0 + 1, 0xFFFF);  // Exif
         jpeg_read_header(&jpeg, TRUE);
       })) {
     fail();
@@ -165,6 +185,12 @@ Samples ReadJpeg(const std::string& path, std::string_view bytes) {
   if (jpeg.num_components != 1 && jpeg.num_components != 3) {
     Fail("{} is a JPEG picture of {} components; grey ones and RGB are known here", path,
          jpeg.num_components);
+  }
+  int orientation = 1;
+  for (const jpeg_marker_struct* marker = jpeg.marker_list; marker != nullptr; marker = marker->next) {
+    constexpr std::string_view begin("Exif\0\0", 6);
+    const std::string_view exif(reinterpret_cast<const char*>(marker->data), marker->data_length);
+    if (exif.starts_with(begin)) orientation = OrientationIn(exif.substr(begin.size()));
   }
   Samples samples;
   samples.width = static_cast<int>(jpeg.image_width);
@@ -182,6 +208,7 @@ Samples ReadJpeg(const std::string& path, std::string_view bytes) {
       })) {
     fail();
   }
+  bTurned(samples, orientation);
   return samples;
 }
 

@@ -34,6 +34,11 @@ darr_c2DArray PlaneOf(const std::string& path, const Samples& samples, Channel c
 /// The elements as a grey picture.
 Samples SamplesOf(const darr_c2DArray& array);
 
+/// Turns a picture so that its first row is the top one and its first column the left one. Its rows and
+/// columns lie as one of the eight orientations of TIFF 6.0 says, as far as it is known; returns whether rows
+/// have become columns.
+bool bTurned(Samples& samples, int orientation);
+
 /// Readers and writers. They throw Failure for damaged files and for what they do not know.
 Samples ReadPng(const std::string& path, std::string_view bytes);
 Samples ReadJpeg(const std::string& path, std::string_view bytes);

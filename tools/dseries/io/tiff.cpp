@@ -96,7 +96,7 @@ class PageReader {
     if (photometric_ == PHOTOMETRIC_PALETTE) Colour(page.samples);
     if (photometric_ == PHOTOMETRIC_MINISWHITE) Invert(page.samples);
     ReadResolution(page);
-    Turn(page);
+    if (bTurned(page.samples, Field<std::uint16_t>(TIFFTAG_ORIENTATION))) std::swap(page.dx, page.dy);
     return page;
   }
 
@@ -175,9 +175,11 @@ class PageReader {
       for (std::uint32_t y = 0; y < height_; y += down) {
         for (std::uint32_t x = 0; x < width_; x += across) {
           std::fill(block.begin(), block.end(), '\0');
-          const tmsize_t read =
-              tiled ? TIFFReadEncodedTile(tiff_, TIFFComputeTile(tiff_, x, y, 0, plane), block.data(), size)
-                    : TIFFReadEncodedStrip(tiff_, TIFFComputeStrip(tiff_, y, plane), block.data(), size);
+          const std::uint32_t number =
+              tiled ? TIFFComputeTile(tiff_, x, y, 0, plane) : TIFFComputeStrip(tiff_, y, plane);
+          if (TIFFGetStrileOffset(tiff_, number) == 0) FailForDamage();  // the header would be read as pixels
+          const tmsize_t read = tiled ? TIFFReadEncodedTile(tiff_, number, block.data(), size)
+                                      : TIFFReadEncodedStrip(tiff_, number, block.data(), size);
           const std::uint32_t rows = std::min(down, height_ - y), columns = std::min(across, width_ - x);
           const std::int64_t row_size = size / down;
           if (read < 0 || read < static_cast<tmsize_t>(row_size * rows)) FailForDamage();
@@ -213,11 +215,17 @@ class PageReader {
     if (bits_ > 8 || channels_ != 1 ||
         TIFFGetField(tiff_, TIFFTAG_COLORMAP, &maps[0], &maps[1], &maps[2]) == 0)
       Refuse("with a palette of an unusual kind");
+    // Entries have 16 bits, but some programs write 8.
+    const auto wide = [&](const std::uint16_t* map) {
+      return std::any_of(map, map + (std::size_t{1} << bits_),
+                         [](std::uint16_t entry) { return entry > 0xFF; });
+    };
+    const int shift = std::any_of(maps.begin(), maps.end(), wide) ? 8 : 0;
     std::vector<char> colours;
     colours.reserve(3 * samples.bytes.size());
     for (const char index : samples.bytes) {
       for (const std::uint16_t* map : maps)
-        colours.push_back(static_cast<char>(map[static_cast<unsigned char>(index)] >> 8));
+        colours.push_back(static_cast<char>(map[static_cast<unsigned char>(index)] >> shift));
     }
     samples.channels = 3;
     samples.bytes = std::move(colours);
@@ -263,33 +271,6 @@ class PageReader {
     page.dy = length / static_cast<double>(y);
   }
 
-  /// Turns the picture to the orientation in which row 0 is the top one and column 0 the left one.
-  void Turn(TiffPage& page) const {
-    const auto orientation = Field<std::uint16_t>(TIFFTAG_ORIENTATION);
-    if (orientation <= ORIENTATION_TOPLEFT || orientation > ORIENTATION_LEFTBOT) return;
-    const Samples from = std::move(page.samples);
-    Samples& to = page.samples = {from.type, from.width, from.height, from.channels, {}};
-    const bool turned = orientation >= ORIENTATION_LEFTTOP;
-    const bool right = orientation == ORIENTATION_TOPRIGHT || orientation == ORIENTATION_BOTRIGHT ||
-                       orientation == ORIENTATION_RIGHTTOP || orientation == ORIENTATION_RIGHTBOT;
-    const bool bottom = orientation == ORIENTATION_BOTRIGHT || orientation == ORIENTATION_BOTLEFT ||
-                        orientation == ORIENTATION_RIGHTBOT || orientation == ORIENTATION_LEFTBOT;
-    if (turned) {
-      std::swap(to.width, to.height);
-      std::swap(page.dx, page.dy);
-    }
-    to.bytes.resize(from.bytes.size());
-    const std::int64_t pixel = from.RowSize() / from.width;
-    for (int y = 0; y < to.height; ++y) {
-      for (int x = 0; x < to.width; ++x) {
-        const int across = right ? to.width - 1 - x : x, along = bottom ? to.height - 1 - y : y;
-        const int column = turned ? along : across, row = turned ? across : along;
-        std::memcpy(to.Row(y) + x * pixel, from.bytes.data() + row * from.RowSize() + column * pixel,
-                    static_cast<std::size_t>(pixel));
-      }
-    }
-  }
-
   const std::string& path_;
   TIFF* tiff_;
   std::int64_t file_size_;
@@ -300,6 +281,29 @@ class PageReader {
 };
 
 }  // namespace
+
+bool bTurned(Samples& samples, int orientation) {
+  if (orientation <= ORIENTATION_TOPLEFT || orientation > ORIENTATION_LEFTBOT) return false;
+  const Samples from = std::move(samples);
+  samples = {from.type, from.width, from.height, from.channels, {}};
+  const bool turned = orientation >= ORIENTATION_LEFTTOP;
+  const bool right = orientation == ORIENTATION_TOPRIGHT || orientation == ORIENTATION_BOTRIGHT ||
+                     orientation == ORIENTATION_RIGHTTOP || orientation == ORIENTATION_RIGHTBOT;
+  const bool bottom = orientation == ORIENTATION_BOTRIGHT || orientation == ORIENTATION_BOTLEFT ||
+                      orientation == ORIENTATION_RIGHTBOT || orientation == ORIENTATION_LEFTBOT;
+  if (turned) std::swap(samples.width, samples.height);
+  samples.bytes.resize(from.bytes.size());
+  const std::int64_t pixel = from.RowSize() / from.width;
+  for (int y = 0; y < samples.height; ++y) {
+    for (int x = 0; x < samples.width; ++x) {
+      const int across = right ? samples.width - 1 - x : x, along = bottom ? samples.height - 1 - y : y;
+      const int column = turned ? along : across, row = turned ? across : along;
+      std::memcpy(samples.Row(y) + x * pixel, from.bytes.data() + row * from.RowSize() + column * pixel,
+                  static_cast<std::size_t>(pixel));
+    }
+  }
+  return turned;
+}
 
 std::vector<TiffPage> ReadTiff(const std::string& path, std::string_view bytes) {
   Memory memory;
@@ -323,6 +327,13 @@ std::vector<TiffPage> ReadTiff(const std::string& path, std::string_view bytes) 
     if (more) check(TIFFReadDirectory(tiff.get()) != 0);
   }
   if (pages.empty()) Fail("{} is a TIFF file without a picture of full size", path);
+  const char* description = nullptr;
+  if (pages.size() == 1 && TIFFGetField(tiff.get(), TIFFTAG_IMAGEDESCRIPTION, &description) != 0) {
+    const std::string_view text(description);
+    const std::size_t at = text.find("images=");
+    const int images = at == text.npos ? 1 : std::atoi(description + at + 7);
+    if (images > 1) Fail("{} holds {} pictures behind a single page, which are not read", path, images);
+  }
   return pages;
 }
 
