@@ -60,7 +60,7 @@ TEST(Text, KeepsItsLinesWhateverIsMissing) {
        3},
       {"-9 2\n2\t\n3\t4\t\n", {-9, 2, 3}, {2, nan, 4}, 2},
       {"1\t\n2\t\n3\t4\n", {1, 2, 3}, {nan, nan, 4}, 1},
-      {"1\t\t2\n\t3\t4\n5 6\n", {1, 3, 5}, {2, 4, 6}, 0},
+      {"\t1\t\t2\n\t3\t\t4\n5 6\n", {1, 3, 5}, {2, 4, 6}, 0},
       {"1\t\n2\t", {}, {1, 2}, 0},
       {"1e-999\ninf\n", {}, {0, HUGE_VAL}, 0},
   };
@@ -81,6 +81,7 @@ TEST(Text, IsRefusedByItsLine) {
       {"1 2\n\n3\n", "line 3 has 1 field, and those before it have 2"},
       {"1 2\n3 4 5\n", "line 2 has 3 fields"},
       {"1\n2 3\n", "line 2 has 2 fields, and those before it have 1"},
+      {"1\t\t2\n\t3\t4\n5 6\n", "may have an empty field between its tabs"},
       {"1 2\n3 4 good\n", "line 2: 'good' is not a number; --missing WORD"},
       {"1\n+-5\n", "line 2: '+-5' is not a number"},
       {"1\n1e999\n", "line 2: '1e999' is not a number"},

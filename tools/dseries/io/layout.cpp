@@ -92,7 +92,7 @@ std::vector<std::string> NamesOfWords(const std::vector<std::string_view>& words
 /// A part of the text for a message, with tabs to be seen.
 std::string Excerpt(std::string_view line) {
   std::string text;
-  for (const char c : Trimmed(line)) text += c == '\t' ? "\\t" : std::string(1, c);
+  for (const char c : Trimmed(line)) text.append(c == '\t' ? "\\t" : &c, c == '\t' ? 2 : 1);
   return Shortened(Printable(text), 40);
 }
 
@@ -219,11 +219,18 @@ class LayoutFinder {
       Choose(pairs, singles, pairs.score == best.score);
   }
 
+  /// Whether the fields are numbers or missing ones, as many as in most lines.
+  bool bNumbers(const std::vector<std::string_view>& fields) const {
+    return fields.size() == layout_.fields && std::none_of(fields.begin(), fields.end(), [&](auto field) {
+             return KindOf(field, layout_.notation.decimal) == Kind::Other;
+           });
+  }
+
   /// Blanks do not show an empty field between two tabs. Where the words of the lines lie in different fields
   /// between tabs, tabs are the delimiter; but not where they only align the words. Throws Failure when the
   /// lines do not have the same number of tabs.
   void CheckTabs() {
-    Splitter splitter('\t', form_.CommentMarks(), missing_);
+    Splitter splitter('\t', form_.CommentMarks(), missing_), blanks(' ', form_.CommentMarks(), missing_);
     std::vector<std::size_t> places, starts;  // of the words of the first line: their fields and columns
     std::size_t count = 0;
     bool moved = false, aligned = true, even = true;
@@ -236,7 +243,10 @@ class LayoutFinder {
         const Kind kind = KindOf(fields[f], layout_.notation.decimal);
         if (kind == Kind::Number || kind == Kind::Missing) place.push_back(f);
       }
-      if (place.size() != layout_.fields) continue;
+      if (place.size() != layout_.fields) {
+        even = even && !bNumbers(blanks.Split(line));
+        continue;
+      }
       constexpr std::size_t tab = 8;
       std::size_t column = 0;
       char last = ' ';
