@@ -38,12 +38,14 @@ class TempFile {
 
 /// Replaces the system calls of file streams while it lives: counts them, makes one of them (0 is the next
 /// one) and `also_failing` after it fail, moves at most `longest_move` bytes per call, and calls
-/// `before_write`.
+/// `before_write` and `before_read`.
 class FaultyDisk {
  public:
-  FaultyDisk() : calls_(std::exchange(detail::file_calls, {Open, ReadAt, WriteAt, Size, real.close})) {
+  FaultyDisk()
+      : calls_(std::exchange(detail::file_calls,
+                             {Open, ReadAt, WriteAt, Size, real.change_time, real.path_names, real.close})) {
     count = writes = 0;
-    before_write = nullptr;
+    before_write = before_read = nullptr;
     failing_call = -1;
     also_failing = 0;
     longest_move = std::numeric_limits<std::int64_t>::max();
@@ -53,7 +55,7 @@ class FaultyDisk {
   ~FaultyDisk() { detail::file_calls = calls_; }
 
   static inline int count = 0, writes = 0;
-  static inline std::function<void()> before_write;
+  static inline std::function<void()> before_write, before_read;
   static inline int failing_call = -1;
   static inline int also_failing = 0;
   static inline std::int64_t longest_move = 0;
@@ -69,6 +71,7 @@ class FaultyDisk {
     return bFails() ? detail::NoFile : real.open(path, access);
   }
   static std::int64_t ReadAt(std::intptr_t file, void* bytes, std::int64_t n, std::int64_t position) {
+    if (before_read) before_read();
     return bFails() ? -1 : real.read_at(file, bytes, std::min(n, longest_move), position);
   }
   /// A failing write still writes half of its bytes, as on a full disk.

@@ -100,8 +100,18 @@ class OpenFile {
   /// How long it is known to be; -1 where there is no file.
   std::int64_t Reached() const { return reached_; }
 
-  /// The number of writes so far.
+  /// The number of writes so far, as far as windows must be read again after them.
   std::uint64_t Writes() const { return writes_; }
+
+  void Forget(std::int64_t position) {
+    ++writes_;
+    kept_.Drop(position, LargestFile);
+  }
+
+  std::int64_t ChangeTime() const { return bReadable() ? file_calls.change_time(file_) : 0; }
+  bstr_ePathNames PathNames(const char* path) const {
+    return bReadable() ? file_calls.path_names(file_, path) : bstr_NamesAnother;
+  }
 
   KeptPieces& Kept() { return kept_; }
 
@@ -174,7 +184,7 @@ class FileInput final : public bstr_cBinary_istream {
 
   /// Whether small reads use the kept pieces.
   bool& Keeping() { return keeping_; }
-  const OpenFile& File() const { return *file_; }
+  OpenFile& File() const { return *file_; }
 
  private:
   /// Where it is not known whether the file is that long. This and the next function are not inline, so that
@@ -343,6 +353,24 @@ bstr_cBinary_fstream::~bstr_cBinary_fstream() = default;
 type_cBoolean bstr_cBinary_fstream::bGood() const noexcept { return input_->bGood() && output_->bGood(); }
 
 bstr_eLock bstr_cBinary_fstream::Lock() const noexcept { return FileSide(input_).File().Lock(); }
+
+std::int64_t bstr_cBinary_fstream::ReadNow(void* bytes, std::int64_t n, std::int64_t position) const {
+  detail::OpenFile& file = FileSide(input_).File();
+  return file.bReadable() && position >= 0 ? file.Read(static_cast<unsigned char*>(bytes), n, n, position)
+                                           : 0;
+}
+
+void bstr_cBinary_fstream::Forget(std::int64_t position) noexcept {
+  FileSide(input_).File().Forget(position);
+}
+
+std::int64_t bstr_cBinary_fstream::ChangeTime() const noexcept {
+  return FileSide(input_).File().ChangeTime();
+}
+
+bstr_ePathNames bstr_cBinary_fstream::PathNames() const noexcept {
+  return FileSide(input_).File().PathNames(path_.CString());
+}
 
 void bstr_cBinary_fstream::LimitOutput(std::int64_t place, std::int64_t end) noexcept {
   FileSide(output_).Limit(place, end);

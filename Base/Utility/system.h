@@ -25,6 +25,9 @@ struct FileCalls {
   std::int64_t (*write_at)(std::intptr_t file, Bytes head, Bytes bytes, std::int64_t position);
   /// The current length; negative on an error.
   std::int64_t (*size)(std::intptr_t file);
+  /// See bstr_cBinary_fstream::ChangeTime and PathNames.
+  std::int64_t (*change_time)(std::intptr_t file);
+  bstr_ePathNames (*path_names)(std::intptr_t file, const char* path);
   void (*close)(std::intptr_t file);
 };
 

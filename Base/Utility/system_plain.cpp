@@ -22,6 +22,13 @@ std::int64_t FileSize(std::intptr_t file) {
 
 void CloseFile(std::intptr_t file) { delete &Buffer(file); }
 
+std::int64_t ChangeTime(std::intptr_t) { return 0; }
+
+bstr_ePathNames PathNames(std::intptr_t, const char* path) {
+  std::error_code error;
+  return std::filesystem::is_regular_file(path, error) ? bstr_NamesTheFile : bstr_NamesNothing;
+}
+
 std::intptr_t OpenRegularFile(const char* path, bstr_eAccess access) {
   if (detail::bLocks(access)) return detail::UnlockableFile;  // fails rather than opening without a lock
   std::error_code error;
@@ -58,7 +65,8 @@ std::int64_t WriteAt(std::intptr_t file, Bytes head, Bytes bytes, std::int64_t p
 
 }  // namespace
 
-constinit detail::FileCalls detail::file_calls = {OpenRegularFile, ReadAt, WriteAt, FileSize, CloseFile};
+constinit detail::FileCalls detail::file_calls = {OpenRegularFile, ReadAt,    WriteAt,  FileSize,
+                                                  ChangeTime,      PathNames, CloseFile};
 
 std::string detail::LockHolder(const char*) { return {}; }
 

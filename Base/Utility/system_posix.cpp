@@ -60,6 +60,27 @@ std::int64_t FileSize(std::intptr_t file) {
 
 void CloseFile(std::intptr_t file) { ::close(Descriptor(file)); }
 
+std::int64_t ChangeTime(std::intptr_t file) {
+  struct stat status;
+  if (::fstat(Descriptor(file), &status) != 0) return 0;
+#if defined(__APPLE__)
+  const timespec& time = status.st_ctimespec;
+#else
+  const timespec& time = status.st_ctim;
+#endif
+  return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
+}
+
+bstr_ePathNames PathNames(std::intptr_t file, const char* path) {
+  struct stat opened, named;
+  if (::stat(path, &named) != 0) {
+    return errno == ENOENT || errno == ENOTDIR ? bstr_NamesNothing : bstr_NamesAnother;
+  }
+  const bool same = ::fstat(Descriptor(file), &opened) == 0 && opened.st_dev == named.st_dev &&
+                    opened.st_ino == named.st_ino;
+  return same ? bstr_NamesTheFile : bstr_NamesAnother;
+}
+
 /// Locks with `flock`, because such locks belong to the open file. Those of `fcntl` would be lost as soon as
 /// the process closes any other descriptor of the file, such as that of a reader. A file whose path names
 /// another file by the time it is locked counts as taken.
@@ -67,10 +88,7 @@ std::intptr_t LockFile(int file, const char* path) {
   if (Uninterrupted([&] { return ::flock(file, LOCK_EX | LOCK_NB); }) != 0) {
     return errno == EWOULDBLOCK ? detail::TakenFile : detail::UnlockableFile;
   }
-  struct stat opened, named;
-  const bool same = ::fstat(file, &opened) == 0 && ::stat(path, &named) == 0 &&
-                    opened.st_dev == named.st_dev && opened.st_ino == named.st_ino;
-  return same ? file : detail::TakenFile;
+  return PathNames(file, path) == bstr_NamesTheFile ? file : detail::TakenFile;
 }
 
 std::intptr_t OpenRegularFile(const char* path, bstr_eAccess access) {
@@ -146,7 +164,8 @@ std::string HolderOf(const std::string& name_in_locks) {
 
 }  // namespace
 
-constinit detail::FileCalls detail::file_calls = {OpenRegularFile, ReadAt, WriteAt, FileSize, CloseFile};
+constinit detail::FileCalls detail::file_calls = {OpenRegularFile, ReadAt,    WriteAt,  FileSize,
+                                                  ChangeTime,      PathNames, CloseFile};
 
 std::string detail::LockHolder(const char* path) {
   struct stat status;

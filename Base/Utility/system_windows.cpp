@@ -69,18 +69,29 @@ std::int64_t FileSize(std::intptr_t file) {
 
 void CloseFile(std::intptr_t file) { ::CloseHandle(Handle(file)); }
 
-/// Whether a path names the file that is open.
-bool bNames(const std::wstring& path, HANDLE file) {
+/// The system updates the times of an open file late.
+std::int64_t ChangeTime(std::intptr_t) { return 0; }
+
+bstr_ePathNames NamedBy(const std::wstring& path, HANDLE file) {
   const HANDLE other =
       ::CreateFileW(path.c_str(), 0, ShareAll, nullptr, OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr);
-  if (other == INVALID_HANDLE_VALUE) return false;
+  if (other == INVALID_HANDLE_VALUE) {
+    const DWORD error = ::GetLastError();
+    const bool removed = error == ERROR_DELETE_PENDING || error == ERROR_ACCESS_DENIED;
+    const bool missing = error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+    return removed || missing ? bstr_NamesNothing : bstr_NamesAnother;
+  }
   BY_HANDLE_FILE_INFORMATION opened, named;
   const bool same =
       ::GetFileInformationByHandle(file, &opened) && ::GetFileInformationByHandle(other, &named) &&
       opened.dwVolumeSerialNumber == named.dwVolumeSerialNumber &&
       opened.nFileIndexHigh == named.nFileIndexHigh && opened.nFileIndexLow == named.nFileIndexLow;
   ::CloseHandle(other);
-  return same;
+  return same ? bstr_NamesTheFile : bstr_NamesAnother;
+}
+
+bstr_ePathNames PathNames(std::intptr_t file, const char* path) {
+  return NamedBy(FullPath(path), Handle(file));
 }
 
 /// A file whose path names another file by the time it is locked counts as taken.
@@ -91,7 +102,7 @@ std::intptr_t LockFile(std::intptr_t file, const std::wstring& path) {
     return error == ERROR_LOCK_VIOLATION || error == ERROR_IO_PENDING ? detail::TakenFile
                                                                       : detail::UnlockableFile;
   }
-  return bNames(path, Handle(file)) ? file : detail::TakenFile;
+  return NamedBy(path, Handle(file)) == bstr_NamesTheFile ? file : detail::TakenFile;
 }
 
 bool bEmptied(std::intptr_t file) {
@@ -151,7 +162,8 @@ std::int64_t WriteAt(std::intptr_t file, Bytes head, Bytes bytes, std::int64_t p
 
 }  // namespace
 
-constinit detail::FileCalls detail::file_calls = {OpenRegularFile, ReadAt, WriteAt, FileSize, CloseFile};
+constinit detail::FileCalls detail::file_calls = {OpenRegularFile, ReadAt,    WriteAt,  FileSize,
+                                                  ChangeTime,      PathNames, CloseFile};
 
 std::string detail::LockHolder(const char*) { return {}; }  // the system does not report it
 

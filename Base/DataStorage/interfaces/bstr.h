@@ -133,6 +133,13 @@ enum bstr_eLock {
   bstr_LockMissing = 3,  ///< the system or the file system has no such locks
 };
 
+/// What the path of an open file names now.
+enum bstr_ePathNames {
+  bstr_NamesTheFile = 0,
+  bstr_NamesAnother = 1,  ///< another file, or something else
+  bstr_NamesNothing = 2,
+};
+
 /// The holder of the lock of the file at `path`: "process 4711 (name)"; empty when the file is not locked or
 /// the system does not report the holder. Linux reports processes on the same machine.
 DATASTORAGE_EXPORT str_cString bstr_LockHolder(const str_cString& path);
@@ -183,6 +190,19 @@ class DATASTORAGE_EXPORT bstr_cBinary_fstream {
   type_cBoolean bGood() const noexcept;
   /// Whether the lock is held and, if not, why.
   bstr_eLock Lock() const noexcept;
+  /// Reads `n` bytes from `position` on as they are in the file now, whatever was read ahead, and moves
+  /// nothing. Returns how many it has read: fewer at the end of the file or on an error.
+  std::int64_t ReadNow(void* bytes, std::int64_t n, std::int64_t position) const;
+  /// Discards what was read ahead, here and in copies, and what was kept from `position` on, because another
+  /// process has written there.
+  void Forget(std::int64_t position) noexcept;
+  /// When the file was last written, renamed or removed, in nanoseconds since 1970-01-01 00:00 UTC. Changes
+  /// that follow each other within 50 ms, or within 3 s where this is a whole number of seconds, may have the
+  /// same time. 0 when the system does not keep it up to date.
+  std::int64_t ChangeTime() const noexcept;
+  /// What the path names now; a relative one begins in the current folder. In plain standard C++ another file
+  /// cannot be distinguished from this one.
+  bstr_ePathNames PathNames() const noexcept;
   /// Limits the writes that follow a `Seek` of the output to `place`: one that would pass `end` fails and
   /// writes nothing. There is one limit at a time, for this stream and copies made later; a negative `place`
   /// removes it.

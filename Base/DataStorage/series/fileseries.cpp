@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstdint>
 #include <cstring>
 #include <iterator>
@@ -30,6 +31,23 @@ constexpr std::int64_t Unlimited = std::numeric_limits<std::int64_t>::max();
 constexpr std::int32_t Nowhere = std::numeric_limits<std::int32_t>::min();
 
 constexpr int ListBlock = 8192;  // entries read or written at once
+
+/// How often Refresh at most goes on reading while it finds more.
+constexpr int MostRounds = 100;
+/// How long, in nanoseconds, Refresh relies on a path that it has looked up, while the file is unchanged.
+constexpr std::int64_t PathInterval = 50'000'000;
+
+/// In nanoseconds, as file times are.
+std::int64_t Now() {
+  using namespace std::chrono;
+  return duration_cast<nanoseconds>(system_clock::now().time_since_epoch()).count();
+}
+
+/// Whether a later change of a file has another time than one at `changed`.
+bool bSettled(std::int64_t changed, std::int64_t now) {
+  constexpr std::int64_t tick = 50'000'000, second = 1'000'000'000;
+  return changed > 0 && now - changed > (changed % second == 0 ? 3 * second : tick);
+}
 
 /// An uninitialised offset list, to be read from a file.
 struct UnreadList : arr_cArray<long> {
@@ -137,7 +155,8 @@ dtsr_cFileLockedException::~dtsr_cFileLockedException() = default;
 
 /// The contents of a new file. The constructor makes all checks that need no access to the file.
 struct dtsr_cFileSeriesBase::Plan {
-  Plan(const str_cString& path, const dtsr_cDimensionArray& dimensions, unsigned int dataTypeID) {
+  Plan(const str_cString& path, const dtsr_cDimensionArray& dimensions, unsigned int dataType)
+      : dataTypeID(dataType) {
     for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
       if (const int size = dimensions.Dimension(d).Size(); size < 0) arr_SizeError(size);
     }
@@ -157,6 +176,7 @@ struct dtsr_cFileSeriesBase::Plan {
     tagOffsets.SetSize(total);
   }
 
+  unsigned int dataTypeID;
   bstr_cMemory_ostream head;  // the header and the dimensions
   arr_cArray<long> dataOffsets;
   arr_cArray<long> tagOffsets;
@@ -172,7 +192,8 @@ dtsr_cFileSeriesBase::dtsr_cFileSeriesBase(const str_cString& path, Plan&& plan,
       dataOffsets_(std::move(plan.dataOffsets)),
       tagOffsets_(std::move(plan.tagOffsets)),
       created_(true),
-      tail_(dataOffsets_[0]) {
+      tail_(dataOffsets_[0]),
+      dataTypeID_(plan.dataTypeID) {
   if (!bGood()) ThrowCannotOpen();
   bstr_cBinary_ostream& out = file_.Output();
   const bool written = out.Write(plan.head.Data(), plan.head.Size()) && WritePointers() &&
@@ -183,7 +204,7 @@ dtsr_cFileSeriesBase::dtsr_cFileSeriesBase(const str_cString& path, Plan&& plan,
 
 dtsr_cFileSeriesBase::dtsr_cFileSeriesBase(const str_cString& path, unsigned int dataTypeID,
                                            bstr_eAccess access)
-    : file_(path, access), readOnly_(access == bstr_OpenReadOnly) {
+    : file_(path, access), dataTypeID_(dataTypeID), readOnly_(access == bstr_OpenReadOnly) {
   if (!bGood()) ThrowCannotOpen();
   bstr_cBinary_istream& in = file_.Input();
   SeriesHeader header;
@@ -192,20 +213,27 @@ dtsr_cFileSeriesBase::dtsr_cFileSeriesBase(const str_cString& path, unsigned int
       source_file.ThrowUserError("Invalid format for " + path + ".");
     }
     if (header.dataType != dataTypeID) source_file.ThrowUserError("Invalid data type for " + path + ".");
-    tagTypeID_ = header.tagType;
   }
 
   const bool plausible = header.ReadContents(in) && header.valid >= 0 && header.valid <= header.total &&
                          header.Lists().bFit(in.Size());
-  if (!plausible) ThrowCannotRead();
-  writeIndex_ = header.valid;
-  offsetListPosition_ = header.lists;
-  dataOffsets_ = UnreadList(header.total);
-  tagOffsets_ = UnreadList(header.total);
+  if (!plausible || !bReadLists(header)) ThrowCannotRead();
+  RememberNewest();
+}
+
+/// Reads both lists and takes over the header; changes nothing when they cannot be read.
+bool dtsr_cFileSeriesBase::bReadLists(const SeriesHeader& header) {
+  bstr_cBinary_istream& in = file_.Input();
+  arr_cArray<long> dataOffsets = UnreadList(header.total), tagOffsets = UnreadList(header.total);
   const unsigned char *data = nullptr, *tags = nullptr;
   const bool read =
-      in.Seek(offsetListPosition_) && ReadPacked(in, dataOffsets_, data) && ReadPacked(in, tagOffsets_, tags);
-  if (!read || !bGood()) ThrowCannotRead();
+      in.Seek(header.lists) && ReadPacked(in, dataOffsets, data) && ReadPacked(in, tagOffsets, tags);
+  if (!read || !bGood()) return false;
+  writeIndex_ = header.valid;
+  tagTypeID_ = header.tagType;
+  offsetListPosition_ = header.lists;
+  dataOffsets_ = std::move(dataOffsets);
+  tagOffsets_ = std::move(tagOffsets);
   // When all data but the newest lie between the lists and the next place, only the newest can be in its way.
   const int others = std::max(writeIndex_ - 1, 0);
   const auto begin = static_cast<PackedEntry>(Lists().End());
@@ -214,6 +242,7 @@ dtsr_cFileSeriesBase::dtsr_cFileSeriesBase(const str_cString& path, unsigned int
   const bool data_between = Unpack(data, dataOffsets_, others, begin, end);
   const bool tags_between = Unpack(tags, tagOffsets_, others, begin, end);
   if (!readOnly_) GuardNextPlace(data_between && tags_between ? others : 0);
+  return true;
 }
 
 dtsr_cFileSeriesBase::~dtsr_cFileSeriesBase() = default;
@@ -236,16 +265,171 @@ void dtsr_cFileSeriesBase::ReadDimensionArray(dtsr_cDimensionArray& dimensions) 
   dimensions = read;
 }
 
-void dtsr_cFileSeriesBase::RequireDimensions(const dtsr_cDimensionArray& dimensions) {
+bool dtsr_cFileSeriesBase::bHasDimensions(const dtsr_cDimensionArray& dimensions) {
   dtsr_cDimensionArray stored;
   ReadDimensionArray(stored);
   bstr_cMemory_ostream present, required;
   stored.Write(present);
   dimensions.Write(required);
-  const bool same =
-      present.Size() == required.Size() &&
-      std::memcmp(present.Data(), required.Data(), static_cast<std::size_t>(required.Size())) == 0;
-  if (!same) source_file.ThrowUserError("Invalid dimensions for " + FilePath() + ".");
+  return present.Size() == required.Size() &&
+         std::memcmp(present.Data(), required.Data(), static_cast<std::size_t>(required.Size())) == 0;
+}
+
+void dtsr_cFileSeriesBase::RequireDimensions(const dtsr_cDimensionArray& dimensions) {
+  if (!bHasDimensions(dimensions)) source_file.ThrowUserError("Invalid dimensions for " + FilePath() + ".");
+}
+
+dtsr_eRefreshed dtsr_cFileSeriesBase::Refresh() {
+  if (abandoned_) return dtsr_Replaced;
+  const std::int64_t changed = file_.ChangeTime();  // before the contents, which may change meanwhile
+  const std::int64_t now = Now();
+  SeriesHeader header;
+  dtsr_eRefreshed found = dtsr_Cut;
+  if (bReadHeaderNow(header)) {
+    const bool settled = changed == known_.settled && header.valid == writeIndex_;
+    const std::int64_t since = now - known_.pathChecked;
+    if (settled && since >= 0 && since < PathInterval) return dtsr_NothingNew;
+    found = settled ? dtsr_NothingNew : RefreshContents(header);
+  }
+  if (found == dtsr_NothingNew || found == dtsr_Cut) {
+    known_.pathChecked = now;
+    if (const bstr_ePathNames names = file_.PathNames(); names != bstr_NamesTheFile) {
+      found = names == bstr_NamesNothing ? dtsr_Removed : dtsr_Replaced;
+    }
+  }
+  known_.settled = found == dtsr_NothingNew && bSettled(changed, now) ? changed : -1;
+  return found;
+}
+
+bool dtsr_cFileSeriesBase::bReadHeaderNow(SeriesHeader& header) const {
+  std::array<unsigned char, SeriesHeader::End> bytes;
+  if (file_.ReadNow(bytes.data(), SeriesHeader::End, 0) != SeriesHeader::End) return false;
+  bstr_cMemory_istream in(bytes.data(), SeriesHeader::End);
+  return header.ReadKind(in) && header.ReadContents(in);
+}
+
+/// Goes on until nothing more is found, so that what was read while the file changed is read again.
+dtsr_eRefreshed dtsr_cFileSeriesBase::RefreshContents(SeriesHeader& header) {
+  dtsr_eRefreshed result = dtsr_NothingNew;
+  for (int round = 0; round < MostRounds; ++round) {
+    const bool comparable = writeIndex_ > 0 && known_.tagLength > 0;
+    const dtsr_eRefreshed found = RefreshOnce(header);
+    if (found == dtsr_Cut || found == dtsr_Replaced) return found;
+    result = std::max(result, found);
+    const int valid = header.valid;
+    if (found == dtsr_NothingNew) break;
+    if (!bReadHeaderNow(header)) return dtsr_Cut;
+    if (found == dtsr_Appended && comparable && header.valid == valid) break;
+  }
+  return result;
+}
+
+dtsr_eRefreshed dtsr_cFileSeriesBase::RefreshOnce(const SeriesHeader& header) {
+  const bool same = header.bSeriesFile() && header.version == SeriesHeader::KnownVersion &&
+                    header.dataType == dataTypeID_ && header.total == Size() &&
+                    header.lists == offsetListPosition_;
+  if (!same) return Abandon();
+  if (header.valid < 0 || header.valid > Size()) return dtsr_Cut;
+  const dtsr_eRefreshed found = header.valid < writeIndex_   ? dtsr_Reset
+                                : header.valid > writeIndex_ ? ReadAppended(header.valid)
+                                                             : CompareNewest();
+  if (found == dtsr_Cut) return dtsr_Cut;
+  if (found == dtsr_Reset) {
+    file_.Forget(0);
+    if (!bReadLists(header)) return dtsr_Cut;
+  }
+  tagTypeID_ = header.tagType;
+  if (found == dtsr_Reset || known_.tagLength < 0) RememberNewest();
+  return found;
+}
+
+/// Reads the list entries of the data from the newest known one to `end`, and the place of the one after
+/// them; then the tags of both, so that a reset in between shows. Changes nothing unless it returns
+/// dtsr_Appended.
+dtsr_eRefreshed dtsr_cFileSeriesBase::ReadAppended(int end) {
+  const int first = std::max(writeIndex_ - 1, 0);
+  const auto n = static_cast<std::size_t>(end - first);
+  const std::size_t places = end < Size() ? n + 1 : n;
+  std::vector<unsigned char> packed((places + n) * sizeof(PackedEntry));
+  const auto read = [&](std::size_t at, std::size_t count, std::int64_t position) {
+    const auto bytes = static_cast<std::int64_t>(count * sizeof(PackedEntry));
+    return file_.ReadNow(packed.data() + at * sizeof(PackedEntry), bytes, position) == bytes;
+  };
+  const auto entry = [&](std::size_t k) { return EntryAt(packed.data(), static_cast<std::int64_t>(k)); };
+  if (!read(0, places, Lists().DataEntry(first)) || !read(places, n, Lists().TagEntry(first)))
+    return dtsr_Cut;
+  Known known = known_;
+  if (!bReadTag(known, entry(places + n - 1), places > n ? entry(n) : Unlimited)) return dtsr_Cut;
+  if (const auto before = CompareNewest(entry(0), entry(places)); before != dtsr_NothingNew) return before;
+
+  PackedEntry lowest = std::numeric_limits<PackedEntry>::max();  // of the places that have changed
+  for (auto k = static_cast<std::size_t>(writeIndex_ - first); k < n; ++k) {
+    const int i = first + static_cast<int>(k);
+    dataOffsets_[i] = entry(k);
+    tagOffsets_[i] = entry(places + k);
+    lowest = std::min({lowest, entry(k), entry(places + k)});
+  }
+  if (places > n) dataOffsets_[end] = entry(n);
+  writeIndex_ = end;
+  known_ = known;
+  file_.Forget(std::max(lowest, 0));
+  if (!readOnly_) GuardNextPlace();
+  return dtsr_Appended;
+}
+
+/// Whether the newest datum known is still in the file, where the lists have these places for it: compares
+/// them and its tag.
+dtsr_eRefreshed dtsr_cFileSeriesBase::CompareNewest(long data, long tag) const {
+  if (writeIndex_ == 0 || known_.tagLength < 0) return dtsr_NothingNew;
+  if (data != dataOffsets_[writeIndex_ - 1] || tag != tagOffsets_[writeIndex_ - 1]) return dtsr_Reset;
+  decltype(known_.tag) bytes;
+  if (file_.ReadNow(bytes.data(), known_.tagLength, tag) != known_.tagLength) return dtsr_Cut;
+  const auto n = static_cast<std::size_t>(known_.tagLength);
+  return std::memcmp(bytes.data(), known_.tag.data(), n) == 0 ? dtsr_NothingNew : dtsr_Reset;
+}
+
+dtsr_eRefreshed dtsr_cFileSeriesBase::CompareNewest() const {
+  if (writeIndex_ == 0) return dtsr_NothingNew;
+  std::array<unsigned char, sizeof(PackedEntry)> data, tag;
+  const bool read =
+      file_.ReadNow(data.data(), std::ssize(data), Lists().DataEntry(writeIndex_ - 1)) == std::ssize(data) &&
+      file_.ReadNow(tag.data(), std::ssize(tag), Lists().TagEntry(writeIndex_ - 1)) == std::ssize(tag);
+  return read ? CompareNewest(EntryAt(data.data(), 0), EntryAt(tag.data(), 0)) : dtsr_Cut;
+}
+
+/// Reads the tag at `place`, as far as Refresh compares it: without the next datum, at `next`. Returns false
+/// when it is cut off.
+bool dtsr_cFileSeriesBase::bReadTag(Known& known, std::int64_t place, std::int64_t next) const {
+  const auto length = std::clamp<std::int64_t>(next - place, 0, std::ssize(known.tag));
+  known.tagLength = static_cast<int>(file_.ReadNow(known.tag.data(), length, place));
+  return known.tagLength == length || next == Unlimited;
+}
+
+void dtsr_cFileSeriesBase::RememberNewest() {
+  known_.tagLength = 0;
+  if (writeIndex_ == 0) return;
+  bReadTag(known_, tagOffsets_[writeIndex_ - 1],
+           writeIndex_ < Size() ? dataOffsets_[writeIndex_] : Unlimited);
+}
+
+/// The result of Refresh after a reset: whether a series with these dimensions was reset or another one
+/// created.
+dtsr_eRefreshed dtsr_cFileSeriesBase::AfterReset(const dtsr_cDimensionArray& dimensions) {
+  try {
+    if (bHasDimensions(dimensions)) return dtsr_Reset;
+  } catch (const expt_cProgramException&) {
+  }
+  return Abandon();
+}
+
+/// Never reads or writes again where another series is now.
+dtsr_eRefreshed dtsr_cFileSeriesBase::Abandon() {
+  abandoned_ = true;
+  writeIndex_ = 0;
+  dataOffsets_[0] = Nowhere;
+  ForgetNextPlace();
+  file_.Forget(0);
+  return dtsr_Replaced;
 }
 
 void dtsr_cFileSeriesBase::GetTag(int i, dtsr_cDataTag& tag) const {
@@ -337,6 +521,7 @@ void dtsr_cFileSeriesBase::SetNewestTag(const dtsr_cDataTag& tag) {
   if (i + 1 < Size()) dataOffsets_[i + 1] = static_cast<long>(nextData);
   tagOffsets_[i] = static_cast<long>(tagOffset);
   writeIndex_ = i + 1;
+  known_.tagLength = -1;
   if (firstTag) {
     tagTypeID_ = firstTag->TagTypeID();
     sampleTag_ = std::move(firstTag);
@@ -352,7 +537,7 @@ void dtsr_cFileSeriesBase::ResetWriteIndex() {
   arr_cArray<long> dataOffsets(Size());
   arr_cArray<long> tagOffsets(Size());
   bstr_cBinary_ostream& out = file_.Output();
-  if (!out.SetEnd(Lists().End())) ThrowCannotWrite();
+  if (abandoned_ || !out.SetEnd(Lists().End())) ThrowCannotWrite();
   dataOffsets[0] = static_cast<long>(out.Position());
   int writeIndex = 0;
 
@@ -369,12 +554,14 @@ void dtsr_cFileSeriesBase::ResetWriteIndex() {
   listsInFile_ = written || (WriteLists() && WriteWord(out, SeriesHeader::ValidField, writeIndex_));
   if (!written) ThrowCannotWrite();
   ForgetNextPlace();
+  known_.tagLength = -1;
   tail_ = dataOffsets_[0];
 }
 
 type_cBoolean dtsr_cFileSeriesBase::UpdatePointers() {
   ForgetNextPlace();
-  return listsInFile_ = WritePointers();
+  known_.tagLength = -1;
+  return listsInFile_ = !abandoned_ && WritePointers();
 }
 
 bool dtsr_cFileSeriesBase::WritePointers() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 
 #include <DataStorage/interfaces/arr.h>
@@ -12,6 +13,7 @@
 #include <DataStorage/series/dimension.h>
 
 namespace detail {
+struct SeriesHeader;
 struct SeriesLists;
 }  // namespace detail
 
@@ -32,6 +34,16 @@ class DATASTORAGE_EXPORT dtsr_cFileLockedException : public expt_cUserException 
   str_cString holder_;
 };
 
+/// What `Refresh` of a file series found in the file since the object was created or last refreshed.
+enum dtsr_eRefreshed {
+  dtsr_NothingNew = 0,
+  dtsr_Appended = 1,  ///< more data; those known before are the same
+  dtsr_Reset = 2,     ///< the newest datum known before is not there any more: all are to be read again
+  dtsr_Cut = 3,       ///< the newest datum or the lists are beyond the end of the file, or cannot be read
+  dtsr_Replaced = 4,  ///< the path names another file, or another series was created in this one
+  dtsr_Removed = 5,   ///< the path names no file
+};
+
 /// A series in a file with a fixed number of data slots, one for each index of its dimensions. It does not
 /// wrap around: when it is full, nothing can be appended until it is reset.
 ///
@@ -47,8 +59,7 @@ class DATASTORAGE_EXPORT dtsr_cFileLockedException : public expt_cUserException 
 /// Failures throw expt_cUserException with a message that names the path. The file and the object are then
 /// unchanged, as far as the disk allows. Only one process at a time may append; `bstr_OpenLocked`,
 /// `bstr_CreateLocked` and `bstr_CreateNew` ensure this among the processes that use them. Others may read
-/// meanwhile; they find the data that were in the file when they opened it. When another process has emptied
-/// the series and filled it again, the file must be opened again to read the new data.
+/// meanwhile; they find the data that were in the file when they opened it or called `Refresh`.
 ///
 /// A concrete series may rewrite stored data and tags, move them and correct their offsets, or remove the
 /// newest data by reducing `writeIndex_`; `UpdatePointers` writes such changes to the file. Tags stay in
@@ -77,6 +88,21 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
   /// The path given to the constructor.
   const str_cString& FilePath() const noexcept { return file_.Path(); }
 
+  /// Learns what other processes or objects have done with the file. Takes less than 1 us when nothing has
+  /// happened for a while, some more within 50 ms after a change.
+  ///
+  /// After `dtsr_Appended` and `dtsr_Reset` this object holds what is in the file; `dtsr_Reset` is returned
+  /// also when the series was filled again to as many data or more, when the newest data were removed and
+  /// when the newest known one was moved or has another tag. Older data that were rewritten or moved go
+  /// unseen, as does a newest one that was rewritten with the same length and tag.
+  ///
+  /// `dtsr_Cut` leaves the object as it was: intact data can still be read. `dtsr_Removed`, and
+  /// `dtsr_Replaced` when the path names another file, are returned by each call from then on that finds
+  /// nothing new in the file that this object has open, with which it continues; a file that was replaced
+  /// without a change of its own, by way of its folder or of a symbolic link, is noticed up to 50 ms later.
+  /// When a file was overwritten by another series, this object holds no data any more and cannot append.
+  /// That file, too, is to be opened again, and may not be complete yet.
+  dtsr_eRefreshed Refresh();
   /// Reads the dimensions of the series, which the constructor does not. Throws what
   /// dtsr_cDimensionArray::Read throws, and "Can't read series file ..." when the dimensions are incomplete
   /// or have another number of indices than the file has slots; `dimensions` is then unchanged.
@@ -139,8 +165,10 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
   }
   /// Throws "Can't read datum ...", for a damaged datum.
   [[noreturn]] void ThrowCannotReadDatum(int i, int line = __builtin_LINE()) const;
-  /// Throws "Invalid dimensions for ..." unless the file has these dimensions, or others with the same raw
-  /// form.
+  /// Whether the file has these dimensions, or others with the same raw form. Throws what ReadDimensionArray
+  /// throws.
+  bool bHasDimensions(const dtsr_cDimensionArray& dimensions);
+  /// Throws "Invalid dimensions for ..." unless the file has these dimensions.
   void RequireDimensions(const dtsr_cDimensionArray& dimensions);
 
   /// Writes the number of valid data and both offset lists to the file; returns false on failure.
@@ -158,6 +186,7 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
 
  private:
   struct Plan;
+  struct Known;
   dtsr_cFileSeriesBase(const str_cString& path, Plan&& plan, bstr_eAccess access);
   template <class Store>
   friend class dtsr_cStoredSeries;
@@ -173,12 +202,33 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
   bool bBehindAll(std::int64_t place) const { return tail_ >= 0 && place >= tail_; }
   std::int64_t RoomAt(std::int64_t place, int first) const;
   void GuardNextPlace(int first = 0);
+  bool bReadHeaderNow(detail::SeriesHeader& header) const;
+  bool bReadLists(const detail::SeriesHeader& header);
+  dtsr_eRefreshed RefreshContents(detail::SeriesHeader& header);
+  dtsr_eRefreshed RefreshOnce(const detail::SeriesHeader& header);
+  dtsr_eRefreshed ReadAppended(int end);
+  dtsr_eRefreshed CompareNewest() const;
+  dtsr_eRefreshed CompareNewest(long data, long tag) const;
+  bool bReadTag(Known& known, std::int64_t place, std::int64_t next) const;
+  void RememberNewest();
+  dtsr_eRefreshed AfterReset(const dtsr_cDimensionArray& dimensions);
+  dtsr_eRefreshed Abandon();
   void ForgetNextPlace();
   [[noreturn]] void ThrowCannotOpen(int line = __builtin_LINE()) const;
   [[noreturn]] void ThrowCannotRead(int line = __builtin_LINE()) const;
   [[noreturn]] void ThrowCannotWrite(int line = __builtin_LINE()) const;
 
   std::int64_t tail_ = -1;  // all valid data end before this position; -1 when unknown
+  unsigned int dataTypeID_ = 0;
   bool readOnly_ = false;
+  bool abandoned_ = false;   // the file holds another series
   bool listsInFile_ = true;  // false after writing the lists has failed
+
+  /// What Refresh compares with the file.
+  struct Known {
+    std::int64_t settled = -1;     // the time of the last change, if later ones have another time
+    std::int64_t pathChecked = 0;  // when the path was last looked up
+    int tagLength = -1;            // of the newest tag, as far as it is compared; -1 when unknown
+    std::array<unsigned char, 24> tag;
+  } known_;
 };

@@ -49,6 +49,13 @@ class DATASTORAGE_TEMPLATE dtsr_cStoredSeries : public Store, public dtsr_cDataS
   dtsr_cDataTag* pSampleTag() const override { return Store::pSampleTag(); }
   unsigned int TagTypeID() const override { return Store::TagTypeID(); }
 
+  /// Learns what has happened to a series file, as described for dtsr_cFileSeriesBase. A series with other
+  /// dimensions counts as another one.
+  dtsr_eRefreshed Refresh() {
+    const dtsr_eRefreshed refreshed = Store::Refresh();
+    return refreshed == dtsr_Reset ? Store::AfterReset(DimensionArray()) : refreshed;
+  }
+
   /// Final, because searches compare tags where the store keeps them. A class that makes its tags otherwise
   /// joins the store and dtsr_cDataSeriesBase itself.
   void GetTag(int i, dtsr_cDataTag& tag) const final { Store::GetTag(i, tag); }
