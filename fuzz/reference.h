@@ -1,7 +1,7 @@
 #pragma once
 
 #include <charconv>
-#include <cstring>
+#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
@@ -35,9 +35,7 @@ struct Node {
 
 template <class T>
 T FromBytes(std::string_view bytes, std::size_t at = 0) {
-  T value;
-  std::memcpy(&value, bytes.data() + at, sizeof value);
-  return value;
+  return detail::LoadLittleEndian<T>(bytes.data() + at);
 }
 
 inline bool ParseAtoms(std::string_view bytes, int depth, std::vector<Node>& atoms) {
@@ -209,10 +207,14 @@ std::optional<Array> Elements(dtyp_cDataType type, const std::string& bytes) {
   const std::size_t size = bytes.size() - head, element = static_cast<std::size_t>(type.SizeOf());
   if (nx < 0 || ny < 0 || size % element != 0 || std::uint64_t(nx) * std::uint64_t(ny) != size / element)
     return std::nullopt;
+  std::string elements = bytes.substr(head);
+  detail::VisitElementType(type.Type(), [&]<class T>(std::type_identity<T>) {
+    detail::SwapToLittleEndian(reinterpret_cast<T*>(elements.data()), std::int64_t{nx} * ny);
+  });
   if constexpr (dimensions == 1)
-    return Array(nx, type, bytes.data() + head);
+    return Array(nx, type, elements.data());
   else
-    return Array(nx, ny, type, bytes.data() + head);
+    return Array(nx, ny, type, elements.data());
 }
 
 /// The elements of a 1D array in a text stream.

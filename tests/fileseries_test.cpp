@@ -335,7 +335,8 @@ TEST(FileSeries, ReadsListsOfAnyLength) {
     std::string bytes = file.Bytes();
     std::vector<std::int32_t> entries(2 * static_cast<std::size_t>(n));
     for (auto& entry : entries) entry = static_cast<std::int32_t>(random());
-    std::memcpy(bytes.data() + bytes.size() - 4 * entries.size(), entries.data(), 4 * entries.size());
+    char* const stored = bytes.data() + bytes.size() - 4 * entries.size();
+    for (std::size_t i = 0; i < entries.size(); ++i) detail::StoreLittleEndian(stored + 4 * i, entries[i]);
     file.SetBytes(bytes);
     const Log series(file, bstr_OpenReadOnly);
     for (int i = 0; i < n; ++i) {
@@ -347,8 +348,8 @@ TEST(FileSeries, ReadsListsOfAnyLength) {
 
 /// The bytes of a log, with another value for one list entry.
 std::string WithEntry(std::string bytes, std::size_t at, std::int32_t value) {
-  const auto* digits = reinterpret_cast<const char*>(&value);
-  return bytes.replace(at, 4, std::string(digits, 4));
+  detail::StoreLittleEndian(bytes.data() + at, value);
+  return bytes;
 }
 
 TEST(FileSeries, AppendsOnlyWhereNothingIsLost) {

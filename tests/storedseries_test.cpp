@@ -1,6 +1,7 @@
 #include <DataStorage/series/storedseries.h>
 //
 
+#include <bit>
 #include <deque>
 
 #include "log.h"
@@ -195,7 +196,8 @@ TEST(StoredSeries, ArraysReachTheFileInOneWrite) {
         FaultyDisk disk;
         disk.longest_move = longest_move;
         series.Append(array, dtsr_cDataTag(2));
-        EXPECT_TRUE(disk.writes == 5 || longest_move < 100) << n;
+        // Elements whose bytes are swapped go out in blocks.
+        EXPECT_TRUE(disk.writes == 5 || longest_move < 100 || std::endian::native == std::endian::big) << n;
         EXPECT_EQ(RawForm(series.Datum(1)), RawForm(array)) << n;
         const std::string stored = RawForm(array) + RawForm(dtsr_cDataTag(2));
         EXPECT_EQ(file.Bytes().substr(file.Bytes().size() - stored.size()), stored) << n;

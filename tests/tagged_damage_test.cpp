@@ -69,17 +69,15 @@ std::string Written(const Node& node, bool outermost = true) {
   if (!node.text) {
     std::string payload = node.bytes;
     if (node.kind == "object") {
-      const auto type = static_cast<unsigned short>(std::stoi(node.type));
-      payload.assign(reinterpret_cast<const char*>(&type), sizeof type);
+      payload.resize(2);
+      detail::StoreLittleEndian(payload.data(), static_cast<unsigned short>(std::stoi(node.type)));
       for (const Node& atom : node.atoms) payload += Written(atom, false);
     }
     constexpr const char* kinds[] = {"", "byte", "int", "double", "string", "object", "data"};
     form.resize(11);
-    const auto tag = static_cast<unsigned short>(outermost ? 0 : std::stoi(node.name));
-    const std::uint64_t length = payload.size();
-    std::memcpy(form.data(), &tag, sizeof tag);
+    detail::StoreLittleEndian(form.data(), static_cast<unsigned short>(outermost ? 0 : std::stoi(node.name)));
     form[2] = static_cast<char>(std::find(kinds, kinds + 7, node.kind) - kinds);
-    std::memcpy(form.data() + 3, &length, sizeof length);
+    detail::StoreLittleEndian(form.data() + 3, std::uint64_t{payload.size()});
     return form + payload;
   }
   form = node.name + ' ' + node.kind + ' ';

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <charconv>
+#include <fmt/format.h>
 #include <iterator>
 #include <limits>
 #include <locale>
@@ -94,7 +95,8 @@ bool ReadNumber(std::string_view word, double& value, char decimal) {
   if (ReadSpecial(word, value)) return true;
   constexpr std::string_view minus = "\u2212";
   if (const std::size_t at = word.find(minus); at != word.npos) {
-    return ReadNumber(std::string(word).replace(at, minus.size(), "-"), value, decimal);
+    return ReadNumber(fmt::format("{}-{}", word.substr(0, at), word.substr(at + minus.size())), value,
+                      decimal);
   }
   const std::string text = Rewritten(word, decimal);
   return !text.empty() && ReadUsual(text, value);
