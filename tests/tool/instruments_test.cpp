@@ -88,6 +88,11 @@ TEST(Instruments, WriteTextsInManyWays) {
       {"1\t\t2\n10000000\t3\n", ": 1 10000000 | 2 3"},  // tabs align the words
       {"x;y\n1;2\n2;3\n;\n;\n",
        "columns separated by ';', 1 header line; positions 'x', values 'y': 1 2 | 2 3"},
+      {"t ; v\n1,0 ; N/A\n1,1 ; -7\n",
+       "columns separated by ';', decimal comma, 1 header line; positions 't', values 'v': 1 1.1 | nan -7"},
+      {"t,a,b\n0,5,\n1,6,\n",
+       "columns separated by ',', 1 header line; positions 't', values 'a', 'b' (2 data): 0 1 | 5 6 | nan "
+       "nan"},
       // Numbers
       {"1.5D+02 0.123-102\n+2.5d2 1E0\n", ": 150 250 | 1.23e-103 1"},
       {"1 1.#QNAN\n2 -1.#IND00\n3 1.#INF\n", ": 1 2 3 | nan nan inf"},
@@ -131,7 +136,20 @@ TEST(Instruments, AreNotBelievedWhereAReadingIsInDoubt) {
       {"1;2,5\n2;3.5\n3;4,5\n", "line 2: '3.5' is not a number"},
       {"time,T\n2024-02-29 12:00,21.5\n", "column 1 'time' holds no numbers, '2024-02-29 12:00' for one"},
       {"1024\n1 2\n2 3\n", "line 1 has 1 field, and the data behind it have 2; --skip 1 leaves"},
-      {"1 x\n2 3\n3 4\n", "line 1: 'x' is not a number; --skip 1"},
+      {"1 x\n2 3\n3 4\n",
+       "line 1: 'x' is not a number; --missing names a word for a missing value; --skip 1"},
+      {"1 ; OVER\n2 ; 5\n3 ; OVER\n", "'; OVER' and the like at the end of lines may be data"},
+      {"0\t\t5\n10\t\t\n20\t\t\n", "line 1 has 3 fields, and the data behind it have 1; --delimiter tab"},
+      {"t\tv\tnote\n0\t1\tstart\n1\t2\t\n2\t3\t\n",
+       "line 2 has 3 fields, and the data behind it have 2; --delimiter tab"},
+      {"0 1 *\n1 2\n2 3\n", "line 1 has 3 fields"},
+      {"0;5\n1\n2\n", "line 1: '0;5' is not a number"},
+      {"V\n1e400\n6\n", "line 2: '1e400' is not a number"},
+      {"t,U\n1,5,2\n2,5,3\n",
+       "'t,U' names 2 columns, and the lines have 3 fields, perhaps with decimal commas"},
+      {"0,9812\n1,0223\n2,1334\n", "may be two numbers"},
+      {"t,v\n0,$1.5\n1,$2.5\n", "column 2 'v' holds no numbers, '$1.5' for one"},
+      {"t\tv\n0\t\n1\t\n", "'t\\tv' names 2 columns between tabs"},
       {"x y\n1 2\n2 3\n[End]\n", "line 4: '[End]' is not a number; --missing WORD"},
       {"1 2\n2 3 // 4\n3 //\n", "line 3 has 1 field"},
       {"1 2\n2 3#4\n", "line 2: '3#4' is not a number"},
@@ -174,6 +192,8 @@ TEST(Instruments, AreOverruled) {
               HasSubstr("column 2 'b (V)' and column 3 'b (mV)' are both"));
   EXPECT_THAT(Shown(four, columns("0")), HasSubstr("names no column of values"));
   EXPECT_EQ(shown("1,5\n1,7\n", {"", {}, {}, ',', {}, {}}), " | 1.5 1.7");
+  EXPECT_EQ(shown("a;b\n1;2\n;\n\n3;4\n;\n\n# end\n", columns("0,1,2")), " | 1 nan nan 3 | 2 nan nan 4");
+  EXPECT_EQ(shown("0;1,5\n1;-9999,0\n", {"", {}, {}, {}, {}, {"-9999,0"}}), "0 1 | 1.5 nan");
   EXPECT_EQ(shown("1,5\n1,7\n", {"", {}, ',', {}, {}, {}}), "1 1 | 5 7");
   EXPECT_EQ(shown("1024\n1 2\n2 3\n", {"", 1, {}, {}, {}, {}}), "1 2 | 2 3");
   EXPECT_EQ(shown("x y\n1 2\n[End]\n", {"", {}, {}, {}, {"["}, {}}), "1 | 2");

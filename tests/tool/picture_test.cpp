@@ -40,10 +40,10 @@ struct TiffField {
 /// A grey TIFF of 3 x 2 pixels of 8 bits made by hand: `fields` follow those that every TIFF has, and
 /// `behind` begins at byte 300.
 std::string Tiff(const std::vector<TiffField>& fields, const std::string& behind = "", int colours = 1,
-                 int pixels = 200) {
-  std::vector<TiffField> all{{256, 4, 1, 3}, {257, 4, 1, 2},       {258, 3, 1, 8},
-                             {259, 3, 1, 1}, {262, 3, 1, colours}, {273, 4, 1, pixels},
-                             {277, 3, 1, 1}, {278, 4, 1, 2},       {279, 4, 1, 6}};
+                 int pixels = 200, int samples = 1) {
+  std::vector<TiffField> all{{256, 4, 1, 3},       {257, 4, 1, 2},       {258, 3, 1, 8},
+                             {259, 3, 1, 1},       {262, 3, 1, colours}, {273, 4, 1, pixels},
+                             {277, 3, 1, samples}, {278, 4, 1, 2},       {279, 4, 1, 6}};
   all.insert(all.end(), fields.begin(), fields.end());
   std::sort(all.begin(), all.end(), [](const auto& a, const auto& b) { return a.tag < b.tag; });
   const auto number = [](int value) {
@@ -108,7 +108,8 @@ TEST_F(Pictures, OfOtherKindsAreRefusedByName) {
       {"P5\n3 2\n255\n12345", "cut off"},
       {"P5\n3 2\n255\n12345678", "2 bytes follow the pixels"},
       {Tiff({}, "", 1, 0), "a damaged TIFF picture"},  // the pixels would begin in the header
-      {Tiff({{270, 2, 9, 300}}, "images=3" + Bytes({0})), "holds 3 pictures behind a single page"},
+      {Tiff({{338, 3, 1, 0}}, "", 1, 200, 2), "2 samples a pixel, the last of which is not said to be alpha"},
+      {Tiff({{270, 2, 9, 300}}, "images=3" + Bytes({0})), "a stack of pictures behind a single page"},
       {"P5\n30000 30000\n255\n12345", "cut off"},
       {"P5\n2000000000 2000000000\n255\n12345", "which no series file holds"},
       {"P5\n0 2\n255\n", "without pixels"},
@@ -126,6 +127,10 @@ TEST_F(Pictures, OfOtherKindsAreRefusedByName) {
     Write("a.pic", bytes);
     Refuse("image a.pic", complaint);
   }
+  Write("one.pgm", pgm);
+  Succeed("image one.pgm -o one.npy");
+  Write("two.npy", Read("one.npy") + "x");
+  Refuse("image two.npy", "1 byte behind the array");
   Write("a.darr", "no raw form");
   Refuse("image a.darr", "not the raw form");
 }

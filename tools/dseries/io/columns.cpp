@@ -170,7 +170,7 @@ class ColumnReader {
     while (!rest.empty()) {
       const std::string_view line = TakeLine(rest);
       ++line_;
-      if (!all || !bTaken(splitter_.Split(line, layout_.fields))) TakeOther(line);
+      if (!all || !gap_.empty() || !bTaken(splitter_.Split(line, layout_.fields))) TakeOther(line);
     }
     if (result_.parts.back().lines.size() > std::size_t{std::numeric_limits<int>::max()})
       Fail("{} holds too many values", path_);
@@ -244,16 +244,26 @@ class ColumnReader {
     part_->stamp->position = {x, y};
   }
 
-  /// Takes a line that may be blank or hold a comment. In a text of values only, a blank line is a missing
-  /// value.
+  /// Takes a line that may be blank or hold a comment. Without positions, a line without values between
+  /// others is one of missing values.
   void TakeOther(std::string_view line) {
     const std::string_view part = splitter_.WithoutComment(line);
-    if (Trimmed(part).empty()) {
-      if (part.size() == line.size() && layout_.fields == 1) bTaken({""});
-      return;
-    }
     const Fields& fields = splitter_.Split(part, layout_.fields);
-    if (!fields.empty() && !bTaken(fields)) FailForLine(fields);
+    if (!fields.empty()) {
+      TakeGap();
+      if (!bTaken(fields)) FailForLine(fields);
+    } else if (part.size() == line.size() && !selection_.position) {
+      gap_.push_back(line_);
+    }
+  }
+
+  void TakeGap() {
+    const Fields none(layout_.fields);
+    for (const int line : std::exchange(gap_, {})) {
+      const int here = std::exchange(line_, line);
+      bTaken(none);
+      line_ = here;
+    }
   }
 
   /// A field that is not a number explains more than the number of fields.
@@ -338,6 +348,7 @@ class ColumnReader {
   Selection selection_;
   bool usual_ = true;
   int line_;
+  std::vector<int> gap_;                      ///< the last lines, without values
   std::vector<std::pair<double, bool>> row_;  ///< the values of a line, and whether they are missing
   std::string datum_;                         ///< the number of the datum of the last part
   Text result_;

@@ -127,7 +127,9 @@ bool bGroupedDigits(std::string_view word) {
 MissingWords::MissingWords(const std::vector<std::string>& words) {
   for (const std::string& word : words) {
     words_.emplace_back(Trimmed(word));
-    if (double number = 0; ReadNumber(words_.back(), number)) numbers_.push_back(number);
+    double number = 0;
+    if (ReadNumber(words_.back(), number) || ReadNumber(words_.back(), number, ','))
+      numbers_.push_back(number);
   }
 }
 

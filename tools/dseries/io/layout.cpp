@@ -1,6 +1,7 @@
 #include "io/layout.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cmath>
 #include <cstdint>
 #include <fmt/format.h>
@@ -94,6 +95,15 @@ std::string Excerpt(std::string_view line) {
   std::string text;
   for (const char c : Trimmed(line)) text.append(c == '\t' ? "\\t" : &c, c == '\t' ? 2 : 1);
   return Shortened(Printable(text), 40);
+}
+
+/// Whether a text has digits, and no letters but those of exponents.
+bool bOnlyDigits(std::string_view text) {
+  const auto letter = [](char c) {
+    return c < 0 || (std::isalpha(static_cast<unsigned char>(c)) != 0 &&
+                     std::string_view("eEdD").find(c) == std::string_view::npos);
+  };
+  return text.find_first_of("0123456789") != text.npos && std::none_of(text.begin(), text.end(), letter);
 }
 
 /// Whether a field that is no number begins like one, as times and numbers with units do.
@@ -197,7 +207,8 @@ class LayoutFinder {
         if (delimiter == ',' && decimal == ',' && !quotes && !form_.delimiter) continue;
         const Fit fit = fits[{delimiter, decimal}] = FitOf({delimiter, decimal});
         // Semicolons between numbers begin no comments.
-        const bool fields = fit.score == best.score && delimiter == ';' && fit.fields > best.fields;
+        const bool fields =
+            fit.score == best.score && delimiter == ';' && fit.fields > 1 && best.notation.delimiter != ';';
         if (fit.score > best.score || fields) best = fit;
       }
     }
@@ -303,10 +314,13 @@ class LayoutFinder {
     std::vector<double> positions;
     std::string_view first;
     std::size_t names = 0;
+    bool zeros = false;  // as only decimals begin
     for (const std::string_view line : sample_) {
       const auto& fields = splitter.Split(splitter.WithoutComment(line));
       double position = 0;
       if (fields.empty()) continue;
+      zeros =
+          zeros || (fields.size() == 2 && fields[1].size() > 1 && fields[1][0] == '0' && fields[1][1] != '.');
       if (ReadNumber(fields[0], position)) {
         if (positions.empty()) first = line;
         positions.push_back(position);
@@ -320,7 +334,7 @@ class LayoutFinder {
     for (std::size_t i = 1; i < positions.size() && even; ++i)
       even = std::fabs(positions[i] - positions[i - 1] - step) <= 0.05 * std::fabs(step);
 
-    const bool as_pairs = names == 2 || (possible && names == 0 && even);
+    const bool as_pairs = names == 2 || (possible && names == 0 && even && !zeros);
     const bool as_singles = !possible || (names == 1 && !even);
     if (!as_pairs && !as_singles) {
       Fail(
@@ -372,7 +386,7 @@ class LayoutFinder {
   }
 
   /// What most data lines have behind a mark may be a column rather than a comment, if there is a number in
-  /// it.
+  /// it or the mark has other uses.
   void CheckComments(Splitter& splitter) const {
     if (!form_.comments.empty()) return;
     int data = 0, doubtful = 0;
@@ -382,7 +396,8 @@ class LayoutFinder {
       if (Trimmed(part).empty() || !bData(splitter.Split(part, layout_.fields))) continue;
       ++data;
       const std::string_view rest = Trimmed(line.substr(part.size()));
-      if (rest.find_first_of("0123456789") == rest.npos) continue;
+      const bool delimiter = rest.starts_with(';') || rest.starts_with('%');  // which may be units
+      if (rest.empty() || (!delimiter && rest.find_first_of("0123456789") == rest.npos)) continue;
       ++doubtful;
       cut = rest;
     }
@@ -410,10 +425,12 @@ class LayoutFinder {
         others[f] += kinds[f] == Kind::Other;
         if (kinds[f] == Kind::Other) words[f] = fields[f];
         filled[f] += kinds[f] != Kind::Empty;
-        if (kinds[f] == Kind::Other && bLikeNumber(fields[f]) && layout_.unread[f].empty())
+        if (kinds[f] == Kind::Other && (bLikeNumber(fields[f]) || bSpoiltNumber(fields[f])) &&
+            layout_.unread[f].empty())
           layout_.unread[f] = fields[f];
       }
     }
+    delimited_ = layout_.fields;
     while (layout_.fields > 1 && filled[layout_.fields - 1] == 0)
       --layout_.fields;  // delimiters end the lines
     for (std::size_t f = 0; f < layout_.fields; ++f) {
@@ -459,7 +476,7 @@ class LayoutFinder {
         }
         break;
       }
-      if (Trimmed(whole).empty()) {
+      if (Trimmed(whole).empty() || (fields.empty() && !Trimmed(part).empty())) {
         gap = true;
         comments.clear();
         continue;
@@ -469,15 +486,49 @@ class LayoutFinder {
         comments.push_back(WithoutMarks(whole));
         continue;
       }
-      CheckHeader(line, fields);
+      CheckHeader(line, part, fields);
       if (std::exchange(gap, false)) headers.clear();
       headers.push_back(bComment(whole.substr(part.size())) ? part : whole);
       ++layout_.header_lines;
     }
+    if (!headers.empty()) CheckNumberOfNames(splitter, headers.back());
     const bool commented = layout_.header_lines == 0;
     if (!commented || layout_.fields > 1 ||
         (!comments.empty() && comments.back().find(' ') == comments.back().npos))
       NameFields(splitter, commented ? comments : headers);
+  }
+
+  /// A header with a name for each delimiter at the end of the lines makes empty columns of them. Throws
+  /// Failure for one with fewer names than the data have fields between commas, which may be decimal ones,
+  /// and for names of columns that blanks do not show.
+  void CheckNumberOfNames(Splitter& splitter, std::string_view header) {
+    const char delimiter = layout_.notation.delimiter;
+    if (delimiter == ' ') {
+      Splitter tabs('\t', {}, missing_);
+      const std::size_t names = tabs.Split(header).size();
+      std::string_view rest = text_.substr(layout_.begin);
+      if (!form_.delimiter && names > layout_.fields && tabs.Split(TakeLine(rest)).size() >= names) {
+        Fail(
+            "{}: '{}' names {} columns between tabs, and the data have {}; --delimiter tab reads empty "
+            "fields",
+            path_, Excerpt(header), names, Count(static_cast<std::int64_t>(layout_.fields), "word", "words"));
+      }
+      return;
+    }
+    const auto& words = splitter.Split(header);
+    std::vector<std::string_view> names(words.begin(), words.end());
+    while (!names.empty() && names.back().empty()) names.pop_back();
+    if (names.size() > layout_.fields && names.size() <= delimited_) {
+      layout_.fields = names.size();
+      layout_.numeric.resize(layout_.fields, true);
+    }
+    if (delimiter == ',' && !form_.delimiter && names.size() > 1 && names.size() < layout_.fields) {
+      Fail(
+          "{}: '{}' names {} columns, and the lines have {} fields, perhaps with decimal commas; --delimiter "
+          ", "
+          "says that all commas separate columns",
+          path_, Excerpt(header), names.size(), layout_.fields);
+    }
   }
 
   /// A comment without the marks at its start.
@@ -496,18 +547,28 @@ class LayoutFinder {
     return !form_.comments.empty() || (text.size() > mark && text[mark] == ' ');
   }
 
-  /// Throws Failure for a line before the data that is all numbers, or has their number of fields and begins
-  /// with a number.
-  void CheckHeader(int line, const std::vector<std::string_view>& fields) const {
+  /// Throws Failure for a line before the data that begins with as many numbers as they have, and for one
+  /// that has their number of fields and begins with a number.
+  void CheckHeader(int line, std::string_view whole, const std::vector<std::string_view>& fields) const {
     const auto number = [&](auto field) { return KindOf(field, layout_.notation.decimal) == Kind::Number; };
-    const std::string skip =
-        fmt::format("; --skip {} leaves out the lines up to it, if they are no data", line);
-    if (!fields.empty() && std::all_of(fields.begin(), fields.end(), number)) {
+    const std::string skip = fmt::format("; {}--skip {} leaves out the lines up to it, if they are no data",
+                                         layout_.notation.delimiter == ' ' && whole.find('\t') != whole.npos
+                                             ? "--delimiter tab reads empty fields, "
+                                             : "",
+                                         line);
+    const auto filled =
+        std::count_if(fields.begin(), fields.end(), [](auto field) { return !field.empty(); });
+    const auto numbers = std::find_if_not(fields.begin(), fields.end(), number) - fields.begin();
+    const bool digits = layout_.fields == 1 && bOnlyDigits(whole);
+    if (digits || (numbers > 0 && (numbers >= std::ssize(layout_.numeric) ||
+                                   std::count_if(fields.begin(), fields.end(), number) == filled))) {
+      if (fields.size() == layout_.fields) FailForField(path_, line, fields[0], skip);
       Fail("{}: line {} has {}, and the data behind it have {}{}", path_, line,
            Count(static_cast<std::int64_t>(fields.size()), "field", "fields"), layout_.fields, skip);
     }
     if (fields.size() != layout_.fields || !(number(fields[0]) || bSpoiltNumber(fields[0]))) return;
-    FailForField(path_, line, *std::find_if_not(fields.begin(), fields.end(), number), skip);
+    const std::string missing = number(fields[0]) ? "; --missing names a word for a missing value" : "";
+    FailForField(path_, line, *std::find_if_not(fields.begin(), fields.end(), number), missing + skip);
   }
 
   /// The names in a header, if it has one for each field.
@@ -550,6 +611,7 @@ class LayoutFinder {
   const TextForm& form_;
   const MissingWords& missing_;
   std::vector<std::string_view> sample_;
+  std::size_t delimited_ = 1;  ///< the fields with those at the end that are always empty
   Layout layout_;
 };
 

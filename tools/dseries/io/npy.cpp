@@ -190,6 +190,10 @@ NpyArray ReadNpy(const std::string& path, std::string_view bytes) {
     }
   }
   if (data.size() / size < count) fail("it is cut off");
+  if (data.size() != count * size) {
+    Fail("{} holds {} behind the array, perhaps another array; store each in a file of its own", path,
+         Count(std::ssize(data) - static_cast<std::int64_t>(count * size), "byte", "bytes"));
+  }
   array.elements.assign(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(count * size));
 
   const std::size_t part = kind == 'c' ? size / 2 : size;  // real and imaginary parts are turned one by one

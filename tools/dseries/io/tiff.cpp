@@ -132,6 +132,10 @@ class PageReader {
     if (!grey && photometric_ != PHOTOMETRIC_RGB) Refuse("in a colour space other than grey and RGB");
     if (channels_ < (grey ? 1 : 3) || channels_ > (grey ? 2 : 4))
       Refuse(fmt::format("of {} samples a pixel", channels_));
+    std::uint16_t extra = 0, *kinds = nullptr;
+    TIFFGetFieldDefaulted(tiff_, TIFFTAG_EXTRASAMPLES, &extra, &kinds);
+    if (channels_ % 2 == 0 && (extra != 1 || *kinds == EXTRASAMPLE_UNSPECIFIED))
+      Refuse(fmt::format("of {} samples a pixel, the last of which is not said to be alpha", channels_));
     if (TIFFIsCODECConfigured(compression_) == 0) Refuse(fmt::format("of compression {}", compression_));
     const std::uint16_t format = Field<std::uint16_t>(TIFFTAG_SAMPLEFORMAT);
     const bool integer =
@@ -156,7 +160,8 @@ class PageReader {
     samples.width = static_cast<int>(width_);
     samples.height = static_cast<int>(height_);
     samples.channels = channels_;
-    samples.Allocate(path_, file_size_, compression_ == COMPRESSION_NONE ? 1 : best_ratio);
+    samples.Allocate(path_, file_size_,
+                     compression_ == COMPRESSION_NONE ? std::max(1, 8 / bits_) : best_ratio);
     const bool tiled = TIFFIsTiled(tiff_) != 0;
     std::uint32_t across = width_, down = Field<std::uint32_t>(TIFFTAG_ROWSPERSTRIP);
     if (tiled) {
@@ -331,8 +336,9 @@ std::vector<TiffPage> ReadTiff(const std::string& path, std::string_view bytes) 
   if (pages.size() == 1 && TIFFGetField(tiff.get(), TIFFTAG_IMAGEDESCRIPTION, &description) != 0) {
     const std::string_view text(description);
     const std::size_t at = text.find("images=");
-    const int images = at == text.npos ? 1 : std::atoi(description + at + 7);
-    if (images > 1) Fail("{} holds {} pictures behind a single page, which are not read", path, images);
+    const bool stack = at != text.npos && std::atoi(description + at + 7) > 1;
+    if (stack || text.find("\"truncated\": true") != text.npos)
+      Fail("{} holds a stack of pictures behind a single page, which is not read", path);
   }
   return pages;
 }
