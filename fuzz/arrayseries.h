@@ -18,10 +18,10 @@ class MemoryDisk {
   static constexpr std::int64_t Room = 1 << 20;
 
   explicit MemoryDisk(std::string contents = {})
-      : calls_(std::exchange(
-            detail::file_calls,
-            {Open, ReadAt, WriteAt, Size, [](std::intptr_t) { return std::int64_t{0}; },
-             [](std::intptr_t, const char*) { return bstr_NamesTheFile; }, [](std::intptr_t) {}})) {
+      : calls_(std::exchange(detail::file_calls,
+                             {Open, ReadAt, WriteAt, Size, [](std::intptr_t) { return std::int64_t{0}; },
+                              [](std::intptr_t, const char*) { return bstr_NamesTheFile; },
+                              [](std::intptr_t) {}, nullptr, nullptr})) {
     file = std::move(contents);
   }
   MemoryDisk(const MemoryDisk&) = delete;

@@ -42,9 +42,9 @@ class TempFile {
 class FaultyDisk {
  public:
   FaultyDisk()
-      : calls_(std::exchange(detail::file_calls,
-                             {Open, ReadAt, WriteAt, Size, real.change_time, real.path_names, real.close})) {
-    count = writes = 0;
+      : calls_(std::exchange(detail::file_calls, {Open, ReadAt, WriteAt, Size, real.change_time,
+                                                  real.path_names, real.close, Sync, real.sync_name})) {
+    count = writes = syncs = 0;
     before_write = before_read = nullptr;
     failing_call = -1;
     also_failing = 0;
@@ -54,7 +54,7 @@ class FaultyDisk {
   FaultyDisk& operator=(const FaultyDisk&) = delete;
   ~FaultyDisk() { detail::file_calls = calls_; }
 
-  static inline int count = 0, writes = 0;
+  static inline int count = 0, writes = 0, syncs = 0;
   static inline std::function<void()> before_write, before_read;
   static inline int failing_call = -1;
   static inline int also_failing = 0;
@@ -88,6 +88,10 @@ class FaultyDisk {
     if (!bFails()) return write(std::min(n, longest_move));
     write(n / 2);
     return -1;
+  }
+  static bool Sync(std::intptr_t file) {
+    ++syncs;
+    return !bFails() && real.sync(file);
   }
   static std::int64_t Size(std::intptr_t file) { return bFails() ? -1 : real.size(file); }
 

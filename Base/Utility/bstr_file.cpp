@@ -6,6 +6,7 @@
 #include <utility>
 
 #include <DataStorage/interfaces/bstr.h>
+#include <DataStorage/interfaces/detail/crc32c.h>
 #include <Utility/keptpieces.h>
 #include <Utility/system.h>
 
@@ -107,6 +108,8 @@ class OpenFile {
     ++writes_;
     kept_.Drop(position, LargestFile);
   }
+
+  bool Sync() { return bWritable() && file_calls.sync != nullptr && file_calls.sync(file_); }
 
   std::int64_t ChangeTime() const { return bReadable() ? file_calls.change_time(file_) : 0; }
   bstr_ePathNames PathNames(const char* path) const {
@@ -284,6 +287,7 @@ class FileOutput final : public bstr_cBinary_ostream {
     const std::int64_t room = end_ - position_;
     good_ = good_ && head_n >= 0 && n >= 0 && head_n <= room && n <= room - head_n &&
             file_->Write(BytesAt(head, head_n), BytesAt(bytes, n), position_);
+    if (good_ && summing_) sum_ = Crc32c(BytesAt(bytes, n), Crc32c(BytesAt(head, head_n), sum_));
     if (good_) position_ += head_n + n;
     return good_;
   }
@@ -291,6 +295,8 @@ class FileOutput final : public bstr_cBinary_ostream {
   type_cBoolean Seek(std::int64_t position) override {
     good_ = file_->bWritable() && position >= 0;
     if (good_) position_ = position;
+    sum_begin_ = summing_ ? position_ : -1;
+    sum_ = 0;
     end_ = position_ == limited_place_ ? limited_end_ : LargestFile;
     return good_;
   }
@@ -304,6 +310,16 @@ class FileOutput final : public bstr_cBinary_ostream {
     limited_end_ = std::min(end, LargestFile);
   }
 
+  void Sum(bool sum) {
+    summing_ = sum;
+    sum_begin_ = -1;
+  }
+  bool bSum(std::int64_t begin, std::int64_t end, std::uint32_t& sum) const {
+    if (!summing_ || begin != sum_begin_ || end != position_) return false;
+    sum = sum_;
+    return true;
+  }
+
  private:
   std::shared_ptr<OpenFile> file_;
   std::int64_t position_ = 0;
@@ -311,6 +327,9 @@ class FileOutput final : public bstr_cBinary_ostream {
   std::int64_t end_ = LargestFile;  // where writes after the last Seek must end
   std::int64_t limited_place_ = -1;
   std::int64_t limited_end_ = LargestFile;
+  bool summing_ = false;
+  std::int64_t sum_begin_ = -1;  // where the last Seek went
+  std::uint32_t sum_ = 0;        // of what was written since then
 };
 
 }  // namespace detail
@@ -353,6 +372,21 @@ bstr_cBinary_fstream::~bstr_cBinary_fstream() = default;
 type_cBoolean bstr_cBinary_fstream::bGood() const noexcept { return input_->bGood() && output_->bGood(); }
 
 bstr_eLock bstr_cBinary_fstream::Lock() const noexcept { return FileSide(input_).File().Lock(); }
+
+type_cBoolean bstr_cBinary_fstream::Sync() noexcept { return FileSide(input_).File().Sync(); }
+
+type_cBoolean bstr_cBinary_fstream::SyncName() noexcept {
+  return bCanSync() && detail::file_calls.sync_name(path_.CString());
+}
+
+type_cBoolean bstr_cBinary_fstream::bCanSync() noexcept { return detail::file_calls.sync != nullptr; }
+
+void bstr_cBinary_fstream::SumOutput(bool sum) noexcept { FileSide(output_).Sum(sum); }
+
+type_cBoolean bstr_cBinary_fstream::bOutputSum(std::int64_t begin, std::int64_t end,
+                                               std::uint32_t& sum) const noexcept {
+  return FileSide(output_).bSum(begin, end, sum);
+}
 
 std::int64_t bstr_cBinary_fstream::ReadNow(void* bytes, std::int64_t n, std::int64_t position) const {
   detail::OpenFile& file = FileSide(input_).File();

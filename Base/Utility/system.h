@@ -29,6 +29,10 @@ struct FileCalls {
   std::int64_t (*change_time)(std::intptr_t file);
   bstr_ePathNames (*path_names)(std::intptr_t file, const char* path);
   void (*close)(std::intptr_t file);
+  /// Return when what was written to a file, or the name of a new file, is on the disk; false when that
+  /// failed. Both are null where the system has no such calls.
+  bool (*sync)(std::intptr_t file);
+  bool (*sync_name)(const char* path);
 };
 
 inline constexpr std::intptr_t NoFile = -1;

@@ -65,8 +65,8 @@ std::int64_t WriteAt(std::intptr_t file, Bytes head, Bytes bytes, std::int64_t p
 
 }  // namespace
 
-constinit detail::FileCalls detail::file_calls = {OpenRegularFile, ReadAt,    WriteAt,  FileSize,
-                                                  ChangeTime,      PathNames, CloseFile};
+constinit detail::FileCalls detail::file_calls = {OpenRegularFile, ReadAt,    WriteAt, FileSize, ChangeTime,
+                                                  PathNames,       CloseFile, nullptr, nullptr};
 
 std::string detail::LockHolder(const char*) { return {}; }
 

@@ -81,6 +81,27 @@ bstr_ePathNames PathNames(std::intptr_t file, const char* path) {
   return same ? bstr_NamesTheFile : bstr_NamesAnother;
 }
 
+bool SyncFile(std::intptr_t file) {
+#if defined(__APPLE__)
+  // `fsync` there leaves the bytes in the memory of the disk.
+  return Uninterrupted([&] { return ::fcntl(Descriptor(file), F_FULLFSYNC); }) == 0;
+#else
+  return Uninterrupted([&] { return ::fdatasync(Descriptor(file)); }) == 0;
+#endif
+}
+
+bool SyncName(const char* path) {
+  const std::string name(path);
+  const std::size_t slash = name.rfind('/');
+  const std::string folder = slash == std::string::npos ? "." : name.substr(0, slash + 1);
+  const int file = Uninterrupted([&] { return ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
+  if (file < 0) return false;
+  // Some file systems do not sync folders, and need not.
+  const bool synced = Uninterrupted([&] { return ::fsync(file); }) == 0 || errno == EINVAL;
+  ::close(file);
+  return synced;
+}
+
 /// Locks with `flock`, because such locks belong to the open file. Those of `fcntl` would be lost as soon as
 /// the process closes any other descriptor of the file, such as that of a reader. A file whose path names
 /// another file by the time it is locked counts as taken.
@@ -164,8 +185,8 @@ std::string HolderOf(const std::string& name_in_locks) {
 
 }  // namespace
 
-constinit detail::FileCalls detail::file_calls = {OpenRegularFile, ReadAt,    WriteAt,  FileSize,
-                                                  ChangeTime,      PathNames, CloseFile};
+constinit detail::FileCalls detail::file_calls = {OpenRegularFile, ReadAt,    WriteAt,  FileSize, ChangeTime,
+                                                  PathNames,       CloseFile, SyncFile, SyncName};
 
 std::string detail::LockHolder(const char* path) {
   struct stat status;

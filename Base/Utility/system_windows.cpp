@@ -69,6 +69,11 @@ std::int64_t FileSize(std::intptr_t file) {
 
 void CloseFile(std::intptr_t file) { ::CloseHandle(Handle(file)); }
 
+bool SyncFile(std::intptr_t file) { return ::FlushFileBuffers(Handle(file)) != 0; }
+
+/// Names are on the disk with the file.
+bool SyncName(const char*) { return true; }
+
 /// The system updates the times of an open file late.
 std::int64_t ChangeTime(std::intptr_t) { return 0; }
 
@@ -162,8 +167,8 @@ std::int64_t WriteAt(std::intptr_t file, Bytes head, Bytes bytes, std::int64_t p
 
 }  // namespace
 
-constinit detail::FileCalls detail::file_calls = {OpenRegularFile, ReadAt,    WriteAt,  FileSize,
-                                                  ChangeTime,      PathNames, CloseFile};
+constinit detail::FileCalls detail::file_calls = {OpenRegularFile, ReadAt,    WriteAt,  FileSize, ChangeTime,
+                                                  PathNames,       CloseFile, SyncFile, SyncName};
 
 std::string detail::LockHolder(const char*) { return {}; }  // the system does not report it
 

@@ -147,7 +147,7 @@ DATASTORAGE_EXPORT str_cString bstr_LockHolder(const str_cString& path);
 /// A file open for reading and writing; its input and its output each have a position of their own.
 ///
 /// A write reaches the operating system before it returns: other processes see it, and it survives if this
-/// process is killed. Nothing is synced to the disk. A write that would end past 2^31 - 1 bytes fails and
+/// process is killed. Only `Sync` waits for the disk. A write that would end past 2^31 - 1 bytes fails and
 /// writes nothing; one that the disk cuts short fails. The input reads ahead up to 64 KiB: bytes that another
 /// process rewrites there may be read with their old values until the input reads elsewhere. Appended bytes,
 /// and writes through this object or a copy of it, are always seen.
@@ -190,6 +190,18 @@ class DATASTORAGE_EXPORT bstr_cBinary_fstream {
   type_cBoolean bGood() const noexcept;
   /// Whether the lock is held and, if not, why.
   bstr_eLock Lock() const noexcept;
+  /// Returns when all that was written is on the disk, where power cuts leave it; false when that failed.
+  /// What was written since the last success may then be lost, and a later success says nothing about it.
+  type_cBoolean Sync() noexcept;
+  /// The same for the name of a new file.
+  type_cBoolean SyncName() noexcept;
+  /// Whether the system can sync; not in plain standard C++.
+  static type_cBoolean bCanSync() noexcept;
+  /// Whether the output sums up what it writes.
+  void SumOutput(bool sum) noexcept;
+  /// The CRC-32C of what the output has written since its last `Seek`, if that is the bytes from `begin` to
+  /// `end`, without gaps; otherwise false.
+  type_cBoolean bOutputSum(std::int64_t begin, std::int64_t end, std::uint32_t& sum) const noexcept;
   /// Reads `n` bytes from `position` on as they are in the file now, whatever was read ahead, and moves
   /// nothing. Returns how many it has read: fewer at the end of the file or on an error.
   std::int64_t ReadNow(void* bytes, std::int64_t n, std::int64_t position) const;

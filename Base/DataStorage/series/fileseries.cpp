@@ -13,6 +13,7 @@
 #include <DataStorage/interfaces/constants.h>
 #include <DataStorage/interfaces/expt.h>
 #include <DataStorage/series/detail/seriesformat.h>
+#include <DataStorage/series/detail/seriessafety.h>
 #include <DataStorage/series/fileseries.h>
 
 namespace {
@@ -486,7 +487,11 @@ void dtsr_cFileSeriesBase::SetNewestTag(const dtsr_cDataTag& tag) {
   const bstr_cMemory_ostream& tagBytes = tagOutput.Tag();
   const std::int64_t nextData = tagOffset + tagBytes.Size();
   const bool behindAll = bBehindAll(place);
-  if (!tagBytes.bGood() || (!behindAll && nextData - place > RoomAt(place, 0))) ThrowCannotWrite();
+  const bool strict = safety_ && safety_->Durability() == dtsr_DurabilityStrict;
+  const bool due = safety_ && safety_->bDue();
+  const bool summed = safety_ && safety_->Kept() != nullptr;
+  if (bSyncFailed() || !tagBytes.bGood() || (!behindAll && nextData - place > RoomAt(place, 0)))
+    ThrowCannotWrite();
 
   // In this order, so that a process that opens the file in between, or after this process was killed, finds
   // the offsets of all data that are counted.
@@ -502,15 +507,19 @@ void dtsr_cFileSeriesBase::SetNewestTag(const dtsr_cDataTag& tag) {
   *end++ = {SeriesHeader::ValidField, i, i + 1};
   if (firstTag) *end++ = {SeriesHeader::TagTypeField, tagTypeID_, tag.TagTypeID()};
 
+  const std::uint32_t sum = summed ? SumOfWritten(place, tagOffset) : 0;
   bool written = out.Write(tagBytes.Data(), tagBytes.Size());
   listsInFile_ = listsInFile_ || (written && WriteLists());
-  written = written && listsInFile_;
+  written = written && listsInFile_ && (!summed || bStoreSum(sum, tagBytes, nextData));
   auto change = changes.begin();
   while (written && change != end) {
+    if (strict && change->position == SeriesHeader::ValidField && !safety_->Sync()) break;
     written = WriteWord(out, change->position, change->after);
     ++change;
   }
+  written = written && (!due || safety_->Sync());
   if (!written) {
+    if (summed) safety_->Kept()->SetSum(i, 0);
     while (change != changes.begin()) {
       --change;
       WriteWord(out, change->position, change->before);
@@ -526,6 +535,7 @@ void dtsr_cFileSeriesBase::SetNewestTag(const dtsr_cDataTag& tag) {
     tagTypeID_ = firstTag->TagTypeID();
     sampleTag_ = std::move(firstTag);
   }
+  if (safety_ && !due) safety_->CountAppended();
   if (behindAll) {
     tail_ = nextData;
   } else {
@@ -537,7 +547,7 @@ void dtsr_cFileSeriesBase::ResetWriteIndex() {
   arr_cArray<long> dataOffsets(Size());
   arr_cArray<long> tagOffsets(Size());
   bstr_cBinary_ostream& out = file_.Output();
-  if (abandoned_ || !out.SetEnd(Lists().End())) ThrowCannotWrite();
+  if (abandoned_ || bSyncFailed() || !out.SetEnd(Lists().End())) ThrowCannotWrite();
   dataOffsets[0] = static_cast<long>(out.Position());
   int writeIndex = 0;
 
@@ -547,7 +557,7 @@ void dtsr_cFileSeriesBase::ResetWriteIndex() {
     std::swap(writeIndex_, writeIndex);
   };
   exchange();
-  const bool written = WritePointers();
+  const bool written = WritePointers() && bForgetSums() && bSynced();
   if (!written) exchange();
   // When the old lists are restored, the count is written last: it must not include data that are not in the
   // lists.
@@ -561,7 +571,7 @@ void dtsr_cFileSeriesBase::ResetWriteIndex() {
 type_cBoolean dtsr_cFileSeriesBase::UpdatePointers() {
   ForgetNextPlace();
   known_.tagLength = -1;
-  return listsInFile_ = !abandoned_ && WritePointers();
+  return listsInFile_ = !abandoned_ && bSynced() && WritePointers() && bForgetSums() && bSynced();
 }
 
 bool dtsr_cFileSeriesBase::WritePointers() {
@@ -658,5 +668,6 @@ void dtsr_cFileSeriesBase::ThrowCannotWrite(int line) const {
   bstr_cBinary_ostream& out = file_.Output();
   const long place = writeIndex_ < Size() ? dataOffsets_[writeIndex_] : -1;
   if (!out.Seek(place)) out.Seek(out.Position());
-  source_file.ThrowUserError("Can't write to series file " + FilePath() + ".", line);
+  const char* const why = bSyncFailed() ? " It could not be synced." : "";
+  source_file.ThrowUserError("Can't write to series file " + FilePath() + "." + why, line);
 }

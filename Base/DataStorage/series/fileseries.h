@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstdint>
+#include <memory>
 
 #include <DataStorage/interfaces/arr.h>
 #include <DataStorage/interfaces/bstr.h>
@@ -15,6 +16,7 @@
 namespace detail {
 struct SeriesHeader;
 struct SeriesLists;
+class SeriesSafety;
 }  // namespace detail
 
 /// "Can't open series file ...", because another process or object holds its lock; the message names the
@@ -44,6 +46,27 @@ enum dtsr_eRefreshed {
   dtsr_Removed = 5,   ///< the path names no file
 };
 
+/// What a power cut may take from a file series; see `dtsr_cFileSeriesBase::SetDurability`.
+enum dtsr_eDurability {
+  dtsr_DurabilityNone = 0,    ///< what the system has not brought to the disk
+  dtsr_DurabilityGroup = 1,   ///< the data since the last sync
+  dtsr_DurabilityStrict = 2,  ///< nothing that was appended
+};
+
+/// The checksums beside a series file.
+enum dtsr_eChecksums {
+  dtsr_NoChecksums = 0,     ///< there is no file with checksums, or it cannot be opened
+  dtsr_OtherChecksums = 1,  ///< the file is damaged, of another series or of an earlier filling of this one
+  dtsr_HasChecksums = 2,
+};
+
+/// The result of comparing a datum with its checksum.
+enum dtsr_eChecked {
+  dtsr_Unchecked = 0,  ///< it has no checksum
+  dtsr_Right = 1,
+  dtsr_Wrong = 2,  ///< bytes of the datum or its tag are changed or missing
+};
+
 /// A series in a file with a fixed number of data slots, one for each index of its dimensions. It does not
 /// wrap around: when it is full, nothing can be appended until it is reset.
 ///
@@ -53,8 +76,9 @@ enum dtsr_eRefreshed {
 /// again. Datum k begins at `dataOffsets_[k]` and ends at `tagOffsets_[k]`.
 ///
 /// When `SetNewestTag` returns, the datum is in the file and visible to other processes that open it; it is
-/// not lost when the process is killed. The file is not synced to the disk, so a power failure can lose the
-/// last data. A file is shorter than 2^31 bytes; an append that would exceed this fails and changes nothing.
+/// not lost when the process is killed. A power cut can take the last data and damage them, unless
+/// `SetDurability` asks for more. A file is shorter than 2^31 bytes; an append that would exceed this fails
+/// and changes nothing.
 ///
 /// Failures throw expt_cUserException with a message that names the path. The file and the object are then
 /// unchanged, as far as the disk allows. Only one process at a time may append; `bstr_OpenLocked`,
@@ -120,6 +144,52 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
   void SetNewestTag(const dtsr_cDataTag& tag);
   /// Empties the series; its dimensions, data type and tag type stay.
   void ResetWriteIndex();
+
+  /// Decides when appended data are synced to the disk, in this object and copies made from now on, and syncs
+  /// what is there, with the name of the file. Whatever the choice, an appended datum is visible to others at
+  /// once and survives if the process is killed. After a power cut:
+  ///
+  /// - `dtsr_DurabilityGroup`: all data up to the last sync are there and right. Of those after it, which are
+  ///   fewer than `data`, any may be missing or damaged although the count includes them; `Checked` returns
+  ///   dtsr_Right only for those that are right, and `dseries verify` names the others: this choice keeps
+  ///   checksums, as KeepChecksums does. An append syncs when it is the `data`th since the last sync, or when
+  ///   that was `milliseconds` ago; `Sync` does, and the destructor of the last copy. No thread does it
+  ///   later.
+  /// - `dtsr_DurabilityStrict`: all data whose append returned are there and right, and nothing else is
+  /// counted.
+  ///   Each append syncs twice: datum, tag and lists, then the count.
+  ///
+  /// Both rely on a disk that keeps what it has synced and writes sectors of 512 bytes as a whole. Where it
+  /// tears them the count may be damaged; `dseries repair` then recovers the same data. With both, emptying
+  /// the series syncs before the next datum can overwrite anything, and UpdatePointers syncs before and after
+  /// it writes.
+  ///
+  /// A sync that fails is final: it and all later attempts to append, empty or sync throw "Can't write to
+  /// series file ...", from this object and its copies, because the system may have dropped what it could not
+  /// write. Reading works; the append that failed is undone. What other objects find in the file then is what
+  /// a power cut leaves. Where the library uses only standard C++, throws "Can't sync series file ...".
+  /// Throws arr_cSizeException for less than 1 datum or less than 0 ms, and what KeepChecksums throws.
+  void SetDurability(dtsr_eDurability durability, int data = 100, int milliseconds = 1000);
+  /// Returns when all data are on the disk, whatever was chosen. Throws as described there.
+  void Sync();
+
+  /// From now on stores a checksum with each datum that is appended, in a file beside the series file with
+  /// ".crc32c" after its name: 4 bytes a datum, which cover datum and tag (of kinds unknown to the library as
+  /// far as the next datum). Programs that do not know of it may read and append: their data have none. What
+  /// they change shows as damage, and when they empty and fill the series all checksums count as others,
+  /// unless the first tag is the same. Data that this object moves or rewrites need a Seal after
+  /// UpdatePointers, which discards all checksums. Checksums of another series or filling are replaced.
+  /// Returns what was there. Throws "Can't write checksums to ..." when that fails. An append
+  /// that cannot store its checksum fails like one that cannot store its datum.
+  dtsr_eChecksums KeepChecksums();
+  /// Stores checksums for all data that have none, as they are in the file now, and syncs them; the series
+  /// may be read-only. Returns their number; data that are not whole get none. Throws as KeepChecksums does.
+  int Seal();
+  /// Whether there are checksums of this series.
+  dtsr_eChecksums Checksums() const;
+  /// Reads datum i and its tag and compares them with their checksum. Throws arr_cIndexException unless
+  /// 0 <= i < NextWriteIndex().
+  dtsr_eChecked Checked(int i) const;
 
  protected:
   /// Creates a series file, or overwrites an existing file. `dataTypeID` is the type of the data. Throws
@@ -196,6 +266,21 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
   /// The first datum whose tag may equal `tag`; the number of valid data when there is none.
   int FirstLike(const dtsr_cDataTag& tag, type_cBoolean compareTime) const;
   detail::SeriesLists Lists() const;
+  bool bCanWrite() const { return !readOnly_ && !abandoned_; }
+  bool bSynced();
+  bool bSyncFailed() const;
+  detail::SeriesSafety& Safety() const;
+  void RequireSync() const;
+  dtsr_eChecksums OpenChecksums();
+  bool bNewChecksums(std::uint32_t firstTagSum);
+  std::uint32_t FixedSum() const;
+  std::uint32_t FirstTagSum() const;
+  std::int64_t CoveredEnd(int i) const;
+  std::uint32_t SumOfWritten(std::int64_t begin, std::int64_t end) const;
+  std::uint32_t StoredSum(int i, std::uint32_t filling) const;
+  bool bStoreSum(std::uint32_t datumSum, const bstr_cMemory_ostream& tag, std::int64_t next);
+  bool bForgetSums();
+  [[noreturn]] void ThrowCannotWriteChecksums(int line = __builtin_LINE()) const;
   bool bGood() const { return readOnly_ ? file_.Input().bGood() : file_.bGood(); }
   bool WriteLists();
   bool WritePointers();
@@ -219,6 +304,8 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
   [[noreturn]] void ThrowCannotWrite(int line = __builtin_LINE()) const;
 
   std::int64_t tail_ = -1;  // all valid data end before this position; -1 when unknown
+  mutable std::shared_ptr<detail::SeriesSafety> safety_;  // null until it is needed
+  mutable std::uint32_t fixedSum_ = 0;                    // 0 until it is needed
   unsigned int dataTypeID_ = 0;
   bool readOnly_ = false;
   bool abandoned_ = false;   // the file holds another series
