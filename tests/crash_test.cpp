@@ -130,6 +130,52 @@ TEST(Crash, ALockEndsWithItsProcess) {
   EXPECT_EQ(CountInFile(file), 0);
 }
 
+/// As its only writer, with checksums and syncs.
+void WriteLockedForever(const TempFile& file) {
+  Shared& shared = SharedState();
+  Log log(file, bstr_OpenLocked);
+  log.SetDurability(dtsr_DurabilityGroup, 7);
+  for (shared.started = true;;) {
+    if (log.NextWriteIndex() == kept_slots) {
+      shared.returned = 0;
+      log.ResetWriteIndex();
+      shared.base += 1000;
+    }
+    log.AppendNext(shared.base);
+    shared.returned = log.NextWriteIndex();
+  }
+}
+
+TEST(Crash, KillsOfALockedWriterFreeTheLockAndLoseNothing) {
+  if (!system_has_locks) GTEST_SKIP() << "plain C++ has no file locks";
+  if (Child::bWorks(WriteLockedForever)) return;
+  const TempFile file;
+  { const Log create(file, Slots(kept_slots)); }
+  Shared& shared = SharedState();
+  shared.returned = 0;
+  shared.base = 0;
+  std::mt19937 random(RandomSeed());
+  for (int kill = 0; kill < Child::kills / 5 && !HasFailure(); ++kill) {
+    SCOPED_TRACE(kill);
+    shared.started = false;
+    Child child(WriteLockedForever, file);
+    child.Await(shared.started);
+    EXPECT_THROW(Log(file, bstr_OpenLocked), dtsr_cFileLockedException);
+    std::this_thread::sleep_for(std::chrono::microseconds(random() % 5000));
+    ASSERT_TRUE(child.bKilled());
+    Log log(file, bstr_OpenLocked);
+    const int returned = shared.returned, count = log.CheckedCount();
+    if (returned > 0) {
+      EXPECT_TRUE(count == returned || count == returned + 1) << count << " of " << returned;
+      for (int i = 0; i < count; ++i) EXPECT_EQ(log.Checked(i), dtsr_Right) << i;
+    }
+    log.ResetWriteIndex();
+    shared.returned = 0;
+    shared.base += 1000;
+  }
+  std::remove((std::string(file.Path().CString()) + ".crc32c").c_str());
+}
+
 constexpr std::size_t lists_end = 95 + 3 * 8;  // of a log of three slots
 
 #if defined(_WIN32)

@@ -47,7 +47,7 @@ std::unique_ptr<CLI::App> MakeProgram() {
     if (program.get_subcommands().empty()) throw CLI::CallForHelp();
   });
   for (const auto add : {AddCreate, AddAppend, AddLabel, AddInfo, AddList, AddGet, AddFind, AddPlot,
-                         AddExport, AddMap, AddImage, AddConvert, AddVerify, AddRepair, AddHelp}) {
+                         AddExport, AddMap, AddImage, AddConvert, AddVerify, AddSeal, AddRepair, AddHelp}) {
     add(*program);
   }
   return program;

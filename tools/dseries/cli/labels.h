@@ -7,6 +7,7 @@
 
 #include "file/failure.h"
 #include "file/labels.h"
+#include "file/seal.h"
 #include "io/interrupt.h"
 #include "io/newfile.h"
 
@@ -46,6 +47,7 @@ void MakeLabelledSeries(const std::string& name, bool force, const Labels& label
     write(unfinished);
     deferral.emplace();
     WriteLabels(name, {});  // at no time do the old labels lie beside the new series
+    RemoveChecksums(name);
   });
   try {
     WriteLabels(name, labels);

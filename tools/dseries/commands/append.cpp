@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <regex>
 #include <string>
 #include <thread>
 #include <type_traits>
@@ -22,6 +23,7 @@
 #include "file/failure.h"
 #include "file/header.h"
 #include "file/kinds.h"
+#include "file/seal.h"
 #include "file/series.h"
 #include "file/text.h"
 #include "io/console.h"
@@ -46,12 +48,48 @@ struct Options {
   std::vector<double> at;
   bool tag_position = false;
   double wait = 10;  ///< seconds for another writer
+  std::string durability;
+  bool checksums = false;
   // Of a new series:
   bool create = false;
   bool images = false;
   std::vector<std::string> dimensions;
   int slots = 1000;
 };
+
+/// When appended data are synced, as `--durability` gives it.
+struct Durability {
+  dtsr_eDurability mode = dtsr_DurabilityNone;
+  int data = 100;
+  int milliseconds = 1000;
+};
+
+/// None when the text is not one.
+std::optional<Durability> ParseDurability(const std::string& text) {
+  if (text.empty() || text == "none") return Durability{};
+  if (text == "strict") return Durability{dtsr_DurabilityStrict};
+  static const std::regex group("group(?::([0-9]{1,9})(?:,([0-9]{1,9}))?)?");
+  std::smatch match;
+  if (!std::regex_match(text, match, group)) return {};
+  Durability durability{dtsr_DurabilityGroup};
+  if (match[1].matched) durability.data = std::stoi(match[1]);
+  if (match[2].matched) durability.milliseconds = std::stoi(match[2]);
+  return durability.data > 0 ? std::optional(durability) : std::nullopt;
+}
+
+/// Does what keeps the data over power cuts, and goes on with checksums that are there.
+void Protect(Series& series, const Options& options) {
+  const Durability durability = *ParseDurability(options.durability);
+  const bool kept = series.Checksums() == dtsr_HasChecksums;
+  if (kept || options.checksums || durability.mode == dtsr_DurabilityGroup) {
+    if (series.KeepChecksums() == dtsr_OtherChecksums) {
+      Complain("the checksums beside {} were damaged or of other data; new ones begin here", options.file);
+    }
+  }
+  if (durability.mode != dtsr_DurabilityNone) {
+    series.SetDurability(durability.mode, durability.data, durability.milliseconds);
+  }
+}
 
 /// When and where the data of an input were taken: one stamp for each, or one for all.
 template <class Array>
@@ -254,6 +292,7 @@ void Store(DataSeries<Array>& series, const std::vector<Input<Array>>& inputs, c
         if (count) progress.Show(done);
       }
     }
+    if (ParseDurability(options.durability)->mode != dtsr_DurabilityNone) series.Sync();
   } catch (const Interruption& interruption) {
     throw Interruption(interruption.Signal(),
                        fmt::format("{}; {}", interruption.what(), StoredText(done, count)));
@@ -281,9 +320,13 @@ void AppendInputs(const Options& options) {
       CheckSlots(*series, static_cast<std::int64_t>(options.inputs.size()));  // each holds a datum or more
       inputs = ReadInputs<Array>(options);
     }
+    Protect(*series, options);
     Store(*series, inputs, options);
   } catch (...) {
-    if (options.create && series->NextWriteIndex() == 0) std::filesystem::remove(options.file);
+    if (options.create && series->NextWriteIndex() == 0) {
+      std::filesystem::remove(options.file);
+      RemoveChecksums(options.file);
+    }
     throw;
   }
   LabelSeries(options, inputs);
@@ -383,6 +426,22 @@ void AddAppend(CLI::App& program) {
                   "How long to wait while another program writes to the series; default 10")
       ->type_name("SECONDS")
       ->check(CLI::NonNegativeNumber);
+  command
+      .add_option(
+          "--durability", options->durability,
+          "What a power cut may take: 'none' (default) what the system has not yet written to the disk, "
+          "usually the last half minute; 'group' less than N data (default 100), which are synced "
+          "together, also when the last sync was MS milliseconds ago (default 1000), with checksums "
+          "that show which of the last ones are damaged; 'strict' nothing: each datum is synced")
+      ->type_name("none|group[:N[,MS]]|strict")
+      ->check([](const std::string& text) {
+        return ParseDurability(text)
+                   ? std::string()
+                   : "'" + text + "' is none of none, group, group:N, group:N,MS and strict";
+      });
+  command.add_flag("--checksums", options->checksums,
+                   "Store a checksum with each datum, as 'dseries seal' does; so does any append to a series "
+                   "that has checksums");
   AddCalibration(command, form);
   AddTextForm(command, form.text, raw);
   command

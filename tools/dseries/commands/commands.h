@@ -21,5 +21,6 @@ void AddMap(CLI::App& program);
 void AddImage(CLI::App& program);
 void AddConvert(CLI::App& program);
 void AddRepair(CLI::App& program);
+void AddSeal(CLI::App& program);
 
 }  // namespace dseries

@@ -7,6 +7,7 @@
 #include "commands/commands.h"
 #include "file/failure.h"
 #include "file/header.h"
+#include "file/seal.h"
 #include "file/series.h"
 #include "file/text.h"
 #include "io/console.h"
@@ -47,6 +48,9 @@ int CopyConverted(const Options& options, const std::string& path, dtyp_cDataTyp
   const int filled = from.NextWriteIndex();
   Progress progress("converting", filled);
   for (int i = 0; i < filled; ++i) {
+    if (from.Checked(i) == dtsr_Wrong) {
+      FailForDamage(options.file, fmt::format("datum {} of {} does not match its checksum", i, options.file));
+    }
     to.Append(losses.Convert(from.Datum(i), fmt::format("datum {}, ", i)), *from.Tag(i));
     progress.Show(i + 1);
   }
@@ -65,6 +69,7 @@ void Convert(const Options& options) {
       return CopyConverted<Array>(options, path, type, losses);
     });
   });
+  if (OpenSealed(options.file)) Series(options.output).Seal();
   if (const std::string text = losses.Text(); !text.empty()) PrintWarning(options.output + ": " + text);
   Note("{}: {} of type {}", options.output, Count(count, "datum", "data"), options.type);
 }
@@ -85,7 +90,8 @@ void AddConvert(CLI::App& program) {
       ->check(CLI::IsMember(ElementNames()));
   command.add_flag("-f,--force", options->force, "Replace a file that exists, and its labels");
   command.footer(
-      "Dimensions, positions, tags and labels are kept.\n\n"
+      "Dimensions, positions, tags and labels are kept. A series with checksums is\n"
+      "compared with them, and the new one gets checksums of its own.\n\n"
       "Example:\n"
       "  dseries convert sst.dseries sst64.dseries --type float64");
   command.callback([options] { Convert(*options); });

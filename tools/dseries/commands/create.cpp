@@ -17,6 +17,7 @@ struct Options {
   std::vector<std::string> dimensions;
   bool images = false;
   bool force = false;
+  bool checksums = false;
   LabelEdits labels;
 };
 
@@ -30,6 +31,7 @@ void Create(const Options& options) {
       const DataSeries<Array> series(path, dimensions);
     });
   });
+  if (options.checksums) Series(options.file).Seal();
 }
 
 }  // namespace
@@ -48,6 +50,8 @@ void AddCreate(CLI::App& program) {
       ->allow_extra_args(false);
   command.add_flag("--images", options->images, "For 2D data (pictures and the like) instead of 1D data");
   command.add_flag("-f,--force", options->force, "Replace a file that exists, and its labels");
+  command.add_flag("--checksums", options->checksums,
+                   "Store a checksum with each datum that 'dseries append' stores, as 'dseries seal' does");
   AddLabelEdits(command, options->labels);
   command.footer(
       "Example: a raster of 180 x 90 places\n"

@@ -9,6 +9,7 @@
 #include "file/header.h"
 #include "file/reading.h"
 #include "file/salvage.h"
+#include "file/seal.h"
 #include "io/console.h"
 #include "io/system.h"
 
@@ -27,6 +28,7 @@ void Repair(const Options& options) {
   const Header header = ReadHeader(damaged);
   if (bSameFile(options.file, options.output)) Fail("{} is the damaged file itself", options.output);
   Salvaged saved{};
+  const bool sealed = OpenSealed(options.file) != nullptr;
   MakeLabelledSeries(options.output, options.force, LabelsOf(options.file), [&](const std::string& path) {
     std::optional<Progress> bar;
     const SalvageReport report{[](const std::string& sentence) { Note("{}", sentence); },
@@ -37,6 +39,7 @@ void Repair(const Options& options) {
                                }};
     saved = Salvage(damaged, header, path, report);
   });
+  if (sealed) Series(options.output).Seal();
   Note("{}: {} of {} data saved in {}", options.file, saved.data, saved.expected, options.output);
 }
 
@@ -52,7 +55,9 @@ void AddRepair(CLI::App& program) {
   command.footer(
       "Lists what is lost. Data keep their indices: an array without elements takes\n"
       "the place of a lost datum that has others after it. Data of an unknown kind are\n"
-      "copied byte for byte, where the offset lists give their places. Labels are kept.\n\n"
+      "copied byte for byte, where the offset lists give their places. Data that do not\n"
+      "match their checksums count as lost; the others get checksums in the new file.\n"
+      "Labels are kept.\n\n"
       "Example:\n"
       "  dseries repair broken.dseries -o saved.dseries");
   command.callback([options] { Repair(*options); });

@@ -30,6 +30,24 @@ std::string LabelFault(const std::string& path, std::vector<std::string>& notes)
   }
 }
 
+/// What the checksums show, behind what the structure of the file does.
+std::string ChecksumText(const Findings& findings) {
+  switch (findings.checksums) {
+    case dtsr_NoChecksums:
+      return "; no checksums";
+    case dtsr_OtherChecksums:
+      return "; its checksums are damaged or of other data";
+    default:
+      break;
+  }
+  const int unchecked = findings.whole - findings.matching;
+  if (findings.whole == 0) return "; checksums of no data yet";
+  if (unchecked == 0) return "; all match their checksums";
+  return fmt::format("; {}, {} none",
+                     Count(findings.matching, "matches its checksum", "match their checksums"),
+                     Count(unchecked, "has", "have"));
+}
+
 void Verify(const std::string& path) {
   Findings findings;
   {
@@ -48,7 +66,8 @@ void Verify(const std::string& path) {
     Fail("{} is damaged: {}, {} of {} data are whole; 'dseries repair {} -o NEW' saves those", path,
          Count(findings.fault_count, "fault", "faults"), findings.whole, findings.valid, ShellWord(path));
   }
-  fmt::print("{}: whole, {} of {} slots filled\n", path, findings.valid, findings.slots);
+  fmt::print("{}: whole, {} of {} slots filled{}\n", path, findings.valid, findings.slots,
+             ChecksumText(findings));
   if (!label_fault.empty()) Fail("the labels of {} are damaged", path);
 }
 
@@ -76,9 +95,9 @@ void AddVerify(CLI::App& program) {
   command.add_option("FILE", *files, "Series files, or names of several with * in quotes")->required();
   command.footer(
       "Lists all faults; with any, the exit status is 1. It compares header,\n"
-      "dimensions, offset lists, data and tags with each other, and reads the labels\n"
-      "beside the file. It cannot detect a changed value, position or time, as the\n"
-      "file holds no checksums.\n\n"
+      "dimensions, offset lists, data and tags with each other, the data and tags with\n"
+      "their checksums ('dseries seal'), and reads the labels beside the file. Without\n"
+      "checksums it cannot detect a changed value, position or time.\n\n"
       "Example:\n"
       "  dseries verify sst.dseries months.dseries");
   command.callback([files] { VerifyAll(*files); });

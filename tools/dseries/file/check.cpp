@@ -1,6 +1,7 @@
 #include "file/check.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <memory>
 #include <utility>
 
@@ -8,6 +9,7 @@
 #include "file/header.h"
 #include "file/kinds.h"
 #include "file/reading.h"
+#include "file/seal.h"
 #include "file/series.h"
 #include "file/text.h"
 #include <DataStorage/interfaces/bstr.h>
@@ -27,7 +29,15 @@ bool bReadsDatum(bstr_cBinary_istream& in, std::uint32_t data_type) {
 class Checker {
  public:
   explicit Checker(const std::string& path)
-      : file_(OpenToRead(path)), in_(file_.Input()), header_(ReadHeader(file_)) {}
+      : file_(OpenToRead(path)), in_(file_.Input()), header_(ReadHeader(file_)) {
+    std::error_code error;
+    if (!std::filesystem::exists(PathOf(ChecksumsPath(path)), error)) return;
+    try {
+      sums_ = std::make_unique<Series>(path);
+      findings_.checksums = sums_->Checksums();
+    } catch (const Failure&) {  // what is wrong is found here
+    }
+  }
 
   Findings Run(const std::function<void(int, int)>& progress) {
     if (CheckHeader()) {
@@ -140,9 +150,19 @@ class Checker {
       const std::int64_t faults_before = findings_.fault_count;
       CheckPlace(k, place);
       place = CheckDatum(k) && CheckTag(k) ? in_.Position() : 0;
+      if (findings_.fault_count == faults_before) CheckSum(k);
       if (findings_.fault_count == faults_before) ++findings_.whole;
     }
     if (findings_.valid < findings_.slots) CheckPlace(findings_.valid, place);
+  }
+
+  void CheckSum(int k) {
+    if (findings_.checksums != dtsr_HasChecksums || k >= sums_->NextWriteIndex()) return;
+    const dtsr_eChecked checked = sums_->Checked(k);
+    findings_.matching += checked == dtsr_Right;
+    if (checked != dtsr_Wrong) return;
+    ++findings_.wrong;
+    Fault("datum {} does not match its checksum: it or its tag has changed", k);
   }
 
   void CheckPlace(int k, std::int64_t place) {
@@ -227,6 +247,7 @@ class Checker {
   std::vector<std::int32_t> tags_;
   std::uint32_t tag_type_ = 0;
   std::unique_ptr<dtsr_cDataTag> tag_;  // to read tags into; null when their kind is unknown here
+  std::unique_ptr<Series> sums_;        // null when the series does not open
   Findings findings_;
 };
 

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include <DataStorage/series/fileseries.h>
+
 namespace dseries {
 
 /// What a check of a series file found.
@@ -15,6 +17,9 @@ struct Findings {
   int slots = 0;
   int valid = 0;  ///< data that the header counts, at most one for each slot
   int whole = 0;  ///< those of them that are in place and readable, with their tags
+  dtsr_eChecksums checksums = dtsr_NoChecksums;
+  int matching = 0;  ///< whole data that match their checksums
+  int wrong = 0;     ///< those that do not; they are not whole
 };
 
 /// Checks all parts of a series file against each other. Throws Failure when it is not a series file. Calls

@@ -14,6 +14,7 @@
 #include "file/header.h"
 #include "file/kinds.h"
 #include "file/reading.h"
+#include "file/seal.h"
 #include "file/series.h"
 #include "file/text.h"
 #include <DataStorage/data/darray1d.h>
@@ -53,6 +54,8 @@ struct Survivors {
   unsigned int tag_type = 0;
   std::vector<Extent> extents;  ///< up to the last datum that survived
   int found = 0;
+  std::vector<int> wrong;      ///< data that do not match their checksums
+  std::vector<int> unchecked;  ///< data without checksums in a series that has some
 };
 
 /// Finds the data of a damaged file: arrays of class `Array`, or Bytes, whose ends only the offset lists
@@ -60,10 +63,12 @@ struct Survivors {
 template <class Array>
 class Search {
  public:
-  Search(bstr_cBinary_istream& in, const Header& header) : in_(in), header_(header) {}
+  /// `sums` has the checksums; null when there are none.
+  Search(bstr_cBinary_istream& in, const Header& header, const Series* sums)
+      : in_(in), header_(header), sums_(sums) {}
 
   Survivors Run() {
-    Survivors best{Layout{0, 0, {}}, 0, {}, -1};
+    Survivors best{Layout{0, 0, {}}, 0, {}, -1, {}, {}};
     for (Layout& layout : Layouts()) {
       Survivors survivors = Walk(std::move(layout));
       if (survivors.found > best.found) best = std::move(survivors);
@@ -140,7 +145,7 @@ class Search {
         !bstr_ReadNumbers(in_, tags_.data(), total)) {
       Fail("the offset lists cannot be read");
     }
-    Survivors survivors{std::move(layout), 0, {}, 0};
+    Survivors survivors{std::move(layout), 0, {}, 0, {}, {}};
     const bool counted = header_.valid >= 0 && header_.valid <= total;
     std::int64_t free = survivors.layout.Lists().End();  // bytes before it belong to data already found
     std::int64_t next = free;                            // 0 if unknown
@@ -150,6 +155,13 @@ class Search {
       Extent extent = Find(next, k, survivors.tag_type);
       if (extent.begin == 0 && begin >= free) extent = Find(begin, k, survivors.tag_type);
       next = extent.begin != 0 && extent.tag != 0 ? in_.Position() : 0;
+      const dtsr_eChecked checked = extent.begin != 0 ? Checked(k) : dtsr_Right;
+      if (checked == dtsr_Unchecked) survivors.unchecked.push_back(k);
+      if (checked == dtsr_Wrong) {
+        survivors.wrong.push_back(k);
+        free = std::max(next, extent.begin);
+        extent.begin = 0;
+      }
       if (extent.begin == 0) {
         extent.tag = tag;
         extent.tag_end = ListedTagEnd(k);
@@ -161,6 +173,12 @@ class Search {
     }
     while (!survivors.extents.empty() && survivors.extents.back().begin == 0) survivors.extents.pop_back();
     return survivors;
+  }
+
+  /// Right in a series without checksums.
+  dtsr_eChecked Checked(int k) const {
+    if (sums_ == nullptr) return dtsr_Right;
+    return k < sums_->NextWriteIndex() ? sums_->Checked(k) : dtsr_Unchecked;
   }
 
   /// The end of tag k by the offset lists; 0 when they do not hold it.
@@ -186,6 +204,7 @@ class Search {
 
   bstr_cBinary_istream& in_;
   const Header& header_;
+  const Series* sums_;
   std::vector<std::int32_t> data_;  // the offset lists
   std::vector<std::int32_t> tags_;
 };
@@ -212,9 +231,10 @@ template <class Array>
 Salvaged SalvageData(bstr_cBinary_fstream& file, const Header& header, const std::string& path,
                      const SalvageReport& report) {
   const char* const damaged = file.Path().CString();
-  Search<Array> search(file.Input(), header);
+  const std::unique_ptr<Series> sums = OpenSealed(damaged);
+  Search<Array> search(file.Input(), header, sums.get());
   const Survivors survivors = search.Run();
-  const auto& [layout, tag_type, extents, found] = survivors;
+  const auto& [layout, tag_type, extents, found, wrong, unchecked] = survivors;
   const int filled = static_cast<int>(extents.size());
   const bool counted = header.valid >= filled && header.valid <= layout.total;
   const int expected = counted ? header.valid : filled;
@@ -230,6 +250,12 @@ Salvaged SalvageData(bstr_cBinary_fstream& file, const Header& header, const std
   CheckDisk(path, extents);
   if (!layout.dimensions) report.lost("the dimensions are lost: the data lie along one plain dimension");
   if (!counted) report.lost(fmt::format("the header counts {} valid data", header.valid));
+  for (const int k : wrong) report.lost(fmt::format("datum {} does not match its checksum", k));
+  if (!unchecked.empty()) {
+    report.lost(
+        fmt::format("{} no checksum, the first of them datum {}: after a power cut they may be incomplete",
+                    Count(std::ssize(unchecked), "datum has", "data have"), unchecked.front()));
+  }
   for (int k = 0; k < filled; ++k) {
     const Extent& extent = extents[static_cast<std::size_t>(k)];
     const std::optional<Array> datum = search.Datum(extent.begin, extent.end);
