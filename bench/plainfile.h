@@ -35,6 +35,11 @@ class PlainFile {
     }
     return -1;
   }
+  static void ReadHeader(PlainFile& file) {
+    std::array<char, detail::SeriesHeader::End> header;
+    file.Read(header.data(), header.size(), 0);
+    benchmark::DoNotOptimize(header);
+  }
   static void Open() {
     PlainFile file(0);
     std::array<char, lists_at.begin> header{};

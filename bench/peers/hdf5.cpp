@@ -5,8 +5,9 @@
 #include <array>
 #include <cstdlib>
 #include <hdf5.h>
+#include <unistd.h>
 
-#include "../series.h"
+#include "../synced.h"
 
 namespace {
 
@@ -123,14 +124,36 @@ class Hdf5Series {
     benchmark::DoNotOptimize(count);
   }
 
- private:
+ protected:
   File file_;
+
+ private:
   Rows data_;
   Rows tags_;
   Rows count_;
 };
 
+/// Synced after every `every`th flush.
+template <int every>
+class Hdf5Synced : public Hdf5Series<true> {
+ public:
+  explicit Hdf5Synced(std::int64_t bytes) : Hdf5Series<true>(bytes) {
+    void* handle = nullptr;
+    Checked(H5Fget_vfd_handle(file_.id, H5P_DEFAULT, &handle));
+    descriptor_ = *static_cast<int*>(handle);
+  }
+  void Append(const Datum& datum, int i) {
+    Hdf5Series<true>::Append(datum, i);
+    if ((i + 1) % every == 0 && ::fdatasync(descriptor_) != 0) std::abort();
+  }
+
+ private:
+  int descriptor_;
+};
+
 [[maybe_unused]] const bool registered = [] {
+  RegisterSynced<Hdf5Synced<Group>>("append_group", "hdf5");
+  RegisterSynced<Hdf5Synced<1>>("append_strict", "hdf5");
   RegisterSeries<Hdf5Series<true>>("hdf5");
   RegisterSeries<Hdf5Series<false>>("hdf5_fixed");
   return true;
