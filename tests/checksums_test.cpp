@@ -130,7 +130,8 @@ TEST(Checksums, MissingShorterAndOlderOnesDoNoHarm) {
   EXPECT_TRUE(log.UpdatePointers());
   EXPECT_EQ(Summed::Checked(log), "UU");
   std::remove(summed.sums.Path().CString());
-  std::filesystem::create_directory(summed.sums.Path().CString());
+  std::error_code error;  // on Windows an open file keeps its name, and cannot be opened either
+  std::filesystem::create_directory(summed.sums.Path().CString(), error);
   EXPECT_EQ(Complaint([&] { Log(summed.file).KeepChecksums(); }),
             Message("Can't write checksums to ", summed.sums));
 }

@@ -69,13 +69,16 @@ class PowerDisk {
 
   static std::string Remains(const File& file, std::mt19937& random, std::int64_t sector) {
     const auto arriving = random() % 5;  // quarters
+    // Often nothing arrives from some place on: lists and header, but not the data.
+    const auto end_of_arriving =
+        static_cast<std::int64_t>(random() % 2 == 0 ? random() % (file.visible.size() + 1) : largest);
     std::vector<Change> pieces;
     for (const Change& change : file.changes) {
       const std::int64_t end = change.position + std::ssize(change.bytes);
       for (std::int64_t begin = change.position, next; begin < std::max(end, begin + 1); begin = next) {
         next = begin < 0 ? end : std::min((begin / sector + 1) * sector, end);
         const auto first = static_cast<std::size_t>(begin - change.position);
-        if (random() % 4 < arriving) {
+        if (random() % 4 < arriving && begin < end_of_arriving) {
           pieces.push_back({begin, change.bytes.substr(first, static_cast<std::size_t>(next - begin))});
         }
         if (next == end) break;

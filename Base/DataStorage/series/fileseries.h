@@ -153,8 +153,8 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
   ///   fewer than `data`, any may be missing or damaged although the count includes them; `Checked` returns
   ///   dtsr_Right only for those that are right, and `dseries verify` names the others: this choice keeps
   ///   checksums, as KeepChecksums does. An append syncs when it is the `data`th since the last sync, or when
-  ///   that was `milliseconds` ago; `Sync` does, and the destructor of the last copy. No thread does it
-  ///   later.
+  ///   that was `milliseconds` ago; `Sync` does, and the destructor of the last copy, which cannot
+  ///   report a failure. No thread does it later.
   /// - `dtsr_DurabilityStrict`: all data whose append returned are there and right, and nothing else is
   /// counted.
   ///   Each append syncs twice: datum, tag and lists, then the count.

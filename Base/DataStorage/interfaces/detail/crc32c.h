@@ -3,7 +3,6 @@
 #include <cstdint>
 #include <span>
 
-
 namespace detail {
 
 /// The CRC-32C (Castagnoli polynomial, as in iSCSI, RFC 3720) of bytes that follow others with the checksum
