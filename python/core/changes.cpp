@@ -1,0 +1,168 @@
+#include <memory>
+#include <optional>
+#include <pybind11/stl.h>
+
+#include "array.h"
+#include "elements.h"
+
+namespace core {
+
+namespace {
+
+/// The context of `with array.edit() as view`.
+///
+/// The view's base is an array of NumPy, not the owner of the elements, because NumPy makes that array the
+/// base of everything that is derived from the view. So the number of its owners shows whether something
+/// derived outlives the block; then the array takes a block of its own, and nothing can be written to it
+/// behind its back.
+class Edit {
+ public:
+  explicit Edit(py::object array) : array_(std::move(array)) {}
+
+  py::object Enter() {
+    if (editing_) throw py::buffer_error("this block is already open");
+    auto& array = array_.cast<Array&>();
+    editing_.emplace(array);
+    base_ = WritableViewOf(editing_->Value());
+    view_ = base_[py::ellipsis()];
+    return view_;
+  }
+
+  void Exit() {
+    if (!editing_) return;
+    for (const py::object& view : {view_, base_}) view.attr("setflags")(py::arg("write") = false);
+    // The base belongs to this object and to the view; the view to this object and to one name of the caller.
+    const bool derived = base_.ref_count() > 2 || view_.ref_count() > 2;
+    editing_->End();
+    if (derived) {
+      std::visit([](auto& array) { array.Elements(); }, array_.cast<Array&>().Free());
+    }
+    editing_.reset();
+    view_ = base_ = py::none();
+  }
+
+ private:
+  py::object array_, base_, view_;
+  std::optional<Array::Editing> editing_;
+};
+
+dtyp_cDataType TypeOf(const Array::Value& value) {
+  return std::visit([](const auto& array) { return array.DataType(); }, value);
+}
+
+/// Calls `change` with the array, whose type holds elements of another type first. When that throws, elements
+/// and their type are as before.
+template <class Change>
+void ChangeWith(Array& array, dtyp_cDataType type, Change change) {
+  Array::Editing editing(array);
+  Array::Value& value = editing.Value();
+  if (CommonType(TypeOf(value), type) == TypeOf(value)) return change(value);
+  Array::Value widened = value;
+  WidenFor(widened, type);
+  change(widened);
+  value = std::move(widened);
+}
+
+void SetAt(Array& array, const py::object& value, const Place& place) {
+  const pnum_cNumber number = NumberOf(value, TypeOf(array.Get()));
+  ChangeWith(array, number.DataType(), [&](Array::Value& changed) {
+    if (auto* const line = std::get_if<Array1D>(&changed)) {
+      line->SetValue(number, X(place));
+    } else {
+      std::get<Array2D>(changed).SetValue(number, XY(place).first, XY(place).second);
+    }
+  });
+}
+
+/// Elements to be stored in an array, and their type.
+std::pair<py::object, dtyp_cDataType> Stored(const py::object& value, dtyp_cDataType among) {
+  const bool typed = py::hasattr(value, "dtype");
+  if (typed ? value.attr("ndim").cast<int>() == 0 : PyNumber_Check(value.ptr()) != 0) {
+    const pnum_cNumber number = NumberOf(value, among);
+    return {ValueOf(number), number.DataType()};
+  }
+  if (!typed &&
+      NumpyType(among).kind() != 'f') {  // numbers of Python take the type that is there if it holds them
+    try {
+      return {ElementsOf(value, NumpyType(among)), among};
+    } catch (const py::error_already_set& error) {
+      if (!error.matches(PyExc_ValueError) && !error.matches(PyExc_TypeError)) throw;
+    }
+  }
+  const py::array elements = ElementsOf(value, py::none());
+  return {elements, ElementType(elements.dtype())};
+}
+
+void SetItem(Array& array, const py::object& key, const py::object& value) {
+  const auto [elements, type] = Stored(value, TypeOf(array.Get()));
+  ChangeWith(array, type,
+             [&, elements = elements](Array::Value& changed) { WritableViewOf(changed)[key] = elements; });
+}
+
+void Merge(Array& array, Array& source) {
+  const Array::Value other = source.Free();
+  ChangeWith(array, TypeOf(other), [&](Array::Value& changed) {
+    std::visit(
+        [&]<class A>(A& target) {
+          const A* const same = std::get_if<A>(&other);
+          if (same == nullptr) throw py::type_error("the other array has another number of dimensions");
+          target.Set(*same);
+        },
+        changed);
+  });
+}
+
+}  // namespace
+
+void DefineChanges(py::module_& module, py::class_<Array>& array) {
+  array.def("set", &SetAt, py::arg("value"), py::arg("position"), R"(set($self, value, position)
+--
+
+Sets the element whose cell contains a position. The array grows by zeros to reach it, and takes a type that holds
+both its elements and the value. An axis whose delta is not positive does not grow: IndexError.
+
+>>> import datastorage as ds
+>>> a = ds.Array([1, 4, 9], dtype="ubin16", offset=20.0, delta=0.5)
+>>> a.set(5.5, 22.1)
+>>> a.numpy()
+array([1. , 4. , 9. , 0. , 5.5])
+)");
+  array.def("__setitem__", &SetItem, py::arg("key"), py::arg("value"),
+            R"(__setitem__($self, key, value, /)
+--
+
+Sets the elements that NumPy selects by index. The array takes a type that holds its elements and the values.)");
+  array.def("merge", &Merge, py::arg("other"), R"(merge($self, other)
+--
+
+Puts another array into this one by position: its elements replace the nearest ones, and this array grows to cover it.
+
+>>> import datastorage as ds
+>>> a = ds.Array([1, 4, 9])
+>>> a.merge(ds.Array([7, 8], offset=2.0))
+>>> a.numpy()
+array([1, 4, 7, 8], dtype=int32)
+)");
+  array.def(
+      "edit", [](const py::object& self) { return std::make_unique<Edit>(self); }, R"(edit($self)
+--
+
+The elements in place: `with a.edit() as view:` gives a writable NumPy array for the block.
+
+Meanwhile whatever would share, move or replace the elements raises BufferError. At the end of the block the view
+becomes read-only. What was derived from it and outlives the block no longer belongs to the array.
+
+>>> import datastorage as ds
+>>> a = ds.Array([1, 4, 9])
+>>> with a.edit() as view:
+...     view[:] *= 2
+>>> a.numpy()
+array([ 2,  8, 18], dtype=int32)
+)");
+
+  py::class_<Edit>(module, "Edit", "The context that Array.edit() returns.")
+      .def("__enter__", &Edit::Enter)
+      .def("__exit__", [](Edit& edit, const py::args&) { edit.Exit(); });
+}
+
+}  // namespace core

@@ -1,0 +1,11 @@
+"""Measured data: arrays with physical axes, and series of them in files that survive the process that writes them.
+
+>>> import datastorage as ds
+>>> a = ds.Array([1, 4, 9], dtype="ubin16", offset=20.0, delta=0.5)
+>>> a.at(20.25, interpolation="linear")
+2.5
+"""
+
+from ._core import Array, Error, __version__
+
+__all__ = ["Array", "Error"]

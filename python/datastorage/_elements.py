@@ -1,0 +1,62 @@
+"""What the elements of an array may be, and how other numbers become such elements."""
+
+import numpy as np
+
+from ._core import ELEMENT_TYPES
+
+_TYPES = tuple(ELEMENT_TYPES.values())
+_NAMES = ", ".join(str(dtype) for dtype in _TYPES)
+
+
+def element_dtype(name):
+    """The NumPy type of elements, by its own name or by that of the library.
+
+    >>> element_dtype("ubin16"), element_dtype("float32")
+    (dtype('uint16'), dtype('float32'))
+    """
+    dtype = ELEMENT_TYPES.get(name) if isinstance(name, str) else None
+    if dtype is None:
+        dtype = np.dtype(name).newbyteorder("=")
+        if dtype not in _TYPES:
+            raise TypeError(f"elements cannot be {dtype}; the types are {_NAMES}")
+    return dtype
+
+
+def elements_of(data, dtype=None):
+    """The numbers of any array-like object as a contiguous array of an element type.
+
+    >>> elements_of([1, 2, 3]).dtype
+    dtype('int32')
+    >>> elements_of([1.5, 2], "ubin8")
+    Traceback (most recent call last):
+        ...
+    ValueError: 1.5 cannot be stored as uint8
+    """
+    target = None if dtype is None else element_dtype(dtype)
+    bare = not hasattr(data, "dtype")  # numbers of Python, which have no width
+    values = np.asarray(data)
+    if target is None:
+        target = values.dtype.newbyteorder("=")
+        if target not in _TYPES:
+            if not (bare and target.kind in "iu"):
+                raise TypeError(f"elements cannot be {values.dtype}; the types are {_NAMES}: choose one by dtype=")
+            target = np.dtype("u4" if values.size and values.max() > 2**31 - 1 else "i4")
+    elif values.dtype.kind not in "biufc":
+        raise TypeError(f"elements are numbers, not {values.dtype}")
+    if values.dtype.kind == "c" and target.kind != "c":
+        raise TypeError(f"{values.dtype} elements cannot become {target}: take .real, .imag or abs() of them")
+    if target.kind in "iu":
+        _check_exact(values, target)
+    return np.ascontiguousarray(values, target) if values.ndim else values.astype(target)
+
+
+def _check_exact(values, target):
+    if values.size == 0 or np.can_cast(values.dtype, target):
+        return
+    limits = np.iinfo(target)
+    with np.errstate(invalid="ignore"):
+        fits = (values >= limits.min) & (values <= limits.max)
+        if values.dtype.kind == "f":
+            fits &= values == np.trunc(values)
+    if not fits.all():
+        raise ValueError(f"{values[~fits].flat[0]} cannot be stored as {target}")
