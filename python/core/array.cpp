@@ -68,11 +68,9 @@ darr_eInterpolation InterpolationNamed(const std::string& name) {
 
 py::tuple CalibrationOf(const Array::Value& value) {
   return Choose(
-      value, [](const Array1D& a) { return py::make_tuple(a.OffsetX(), a.DeltaX(), a.CalIndexX()); },
+      value, [](const Array1D& a) { return CalibrationOfAxes(std::array{a.Cal().AxisX()}); },
       [](const Array2D& a) {
-        return py::make_tuple(py::make_tuple(a.OffsetX(), a.OffsetY()),
-                              py::make_tuple(a.DeltaX(), a.DeltaY()),
-                              py::make_tuple(a.CalIndexX(), a.CalIndexY()));
+        return CalibrationOfAxes(std::array{a.Cal().AxisX(), a.Cal().AxisY()});
       });
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <pybind11/numpy.h>
 #include <utility>
 #include <variant>
@@ -84,6 +85,19 @@ class Array {
 
 /// The number of elements along each axis in the order of NumPy: rows first.
 py::array::ShapeContainer ShapeOf(const Array::Value& value);
+/// offset, delta and index of one axis, or the pairs of these of two.
+template <class Axes>
+py::tuple CalibrationOfAxes(const Axes& axes) {
+  const auto of = [&](auto get) -> py::object {
+    if constexpr (std::tuple_size_v<Axes> == 1)
+      return py::cast(get(axes[0]));
+    else
+      return py::make_tuple(get(axes[0]), get(axes[1]));
+  };
+  return py::make_tuple(of([](const cal_cArrayCal& axis) { return axis.Offset(); }),
+                        of([](const cal_cArrayCal& axis) { return axis.Delta(); }),
+                        of([](const cal_cArrayCal& axis) { return axis.CalIndex(); }));
+}
 /// A read-only NumPy array of the elements as they are now. It owns a copy of the array, which shares them: a
 /// later change of the array copies them first.
 py::array ViewOf(const Array::Value& value);

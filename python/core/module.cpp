@@ -3,6 +3,7 @@
 #include "array.h"
 #include "elements.h"
 #include "errors.h"
+#include "file.h"
 
 PYBIND11_MODULE(_core, module) {
   pybind11::options options;
@@ -12,4 +13,5 @@ PYBIND11_MODULE(_core, module) {
   core::DefineErrors(module);
   core::DefineElements(module);
   core::DefineArray(module);
+  core::DefineFile(module);
 }

@@ -54,8 +54,9 @@ std::unique_ptr<dtsr_cDataTag> MakeTag(unsigned int tag_type, std::int64_t bytes
 
 Series::Series(const std::string& path) : Series(path, ReadHeader(path).dataType, bstr_OpenReadOnly) {}
 
-Series::Series(const std::string& path, const dtsr_cDimensionArray& dimensions, unsigned int data_type)
-    : dtsr_cStoredSeries(path.c_str(), dimensions, data_type, bstr_CreateEmpty) {}
+Series::Series(const std::string& path, const dtsr_cDimensionArray& dimensions, unsigned int data_type,
+               bstr_eAccess access)
+    : dtsr_cStoredSeries(path.c_str(), dimensions, data_type, access) {}
 
 Series::Series(const std::string& path, unsigned int data_type, bstr_eAccess access) try
     : dtsr_cStoredSeries(path.c_str(), data_type, access) {

@@ -92,7 +92,8 @@ class Series : public dtsr_cStoredSeries<dtsr_cFileSeriesBase> {
   }
 
  protected:
-  Series(const std::string& path, const dtsr_cDimensionArray& dimensions, unsigned int data_type);
+  Series(const std::string& path, const dtsr_cDimensionArray& dimensions, unsigned int data_type,
+         bstr_eAccess access);
   Series(const std::string& path, unsigned int data_type, bstr_eAccess access);
 
  private:
@@ -115,8 +116,8 @@ class DataSeries : public Series {
  public:
   /// Creates a series.
   DataSeries(const std::string& path, const dtsr_cDimensionArray& dimensions,
-             unsigned int data_type = Array::DataTypeID())
-      : Series(path, dimensions, data_type) {}
+             unsigned int data_type = Array::DataTypeID(), bstr_eAccess access = bstr_CreateEmpty)
+      : Series(path, dimensions, data_type, access) {}
   /// Opens an existing series.
   explicit DataSeries(const std::string& path, bstr_eAccess access = bstr_OpenExisting)
       : Series(path, Array::DataTypeID(), access) {}

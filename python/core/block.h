@@ -1,0 +1,162 @@
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstring>
+#include <file/reading.h>
+#include <file/series.h>
+#include <file/text.h>
+#include <optional>
+#include <span>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <DataStorage/interfaces/arrerror.h>
+#include <DataStorage/interfaces/bstr.h>
+#include <DataStorage/numbers/datatype.h>
+
+namespace core {
+
+/// Where a datum is in its file: from its begin to its end, where its tag begins.
+struct DatumPlace {
+  int index;
+  std::int64_t begin, end;
+};
+
+/// Reads data of equal shape and type into one block of memory. Uses nothing of Python, and a stream of its
+/// own.
+template <class Array>
+class BlockReader {
+  using Head = dseries::DatumHead<Array>;
+  static constexpr std::int64_t head_bytes = Head::bytes;
+  using HeadBytes = std::array<unsigned char, static_cast<std::size_t>(head_bytes)>;
+
+ public:
+  /// Reads from a copy of `file`. Throws dseries::Failure when the first datum is damaged.
+  BlockReader(const bstr_cBinary_fstream& file, std::vector<DatumPlace> data, bool same_axes)
+      : file_(file), data_(std::move(data)), same_axes_(same_axes) {
+    if (data_.empty()) return;
+    const DatumPlace& first = data_.front();
+    bstr_cBinary_istream& in = file_.Input();
+    if (in.Seek(first.begin) && in.Read(form_bytes_.data(), head_bytes) && bParsed(form_bytes_, form_) &&
+        first.end - first.begin == form_.Size()) {
+      return;
+    }
+    form_bytes_ = {};
+    form_ = HeadOf(Datum(first));
+  }
+
+  /// Whether arrays of this type can be read from series files.
+  static bool bReadable(dtyp_cDataType type) { return type.IsReal() && type != dtyp_SBin8; }
+
+  int Rows() const { return static_cast<int>(data_.size()); }
+  /// What stands before the elements of the first datum.
+  const Head& Form() const { return form_; }
+  std::int64_t RowBytes() const { return form_.Size() - head_bytes; }
+  /// The extents of a datum, rows first.
+  std::vector<std::int64_t> Shape() const { return {form_.extents.rbegin(), form_.extents.rend()}; }
+
+  /// Reads rows [begin, end) of the block. Throws std::invalid_argument for other data than the first one,
+  /// dseries::Failure for damaged ones.
+  void Read(int begin, int end, unsigned char* block) {
+    for (int row = begin; row < end; ++row) ReadRow(data_[static_cast<std::size_t>(row)], row, block);
+  }
+
+ private:
+  static bool bParsed(const HeadBytes& bytes, Head& head) {
+    bstr_cMemory_istream in(bytes.data(), head_bytes);
+    return head.Read(in);
+  }
+  static Head HeadOf(const Array& datum) {
+    Head head;
+    head.type = datum.DataType();
+    head.cals[0] = datum.Cal().AxisX();
+    head.extents[0] = datum.NumIndicesX();
+    if constexpr (Head::axes == 2) {
+      head.cals[1] = datum.Cal().AxisY();
+      head.extents[1] = datum.NumIndicesY();
+    }
+    return head;
+  }
+  void ReadRow(const DatumPlace& datum, int row, unsigned char* block) {
+    const std::int64_t size = RowBytes();
+    unsigned char* const target = block + row * size;
+    HeadBytes head;
+    if (datum.end - datum.begin == form_.Size() && bReadable(form_.type) &&
+        bReadHere(datum.begin, target, target - block >= head_bytes, head)) {
+      Head form;
+      if (head == form_bytes_) return InHostOrder(target);
+      if (bParsed(head, form) && form.Size() == form_.Size()) {
+        Require(form, datum);
+        return InHostOrder(target);
+      }
+    }
+    const Array whole = Datum(datum);  // of another size or form, or damaged
+    Require(HeadOf(whole), datum);
+    if (size > 0) std::memcpy(target, whole.Data(), static_cast<std::size_t>(size));
+  }
+
+  /// Reads what stands before the elements into `head`, and the elements to `target`. With `room` before the
+  /// target, both by one read, which the end of the previous row lends its place for.
+  bool bReadHere(std::int64_t begin, unsigned char* target, bool room, HeadBytes& head) {
+    bstr_cBinary_istream& in = file_.Input();
+    if (!in.Seek(begin)) return false;
+    if (!room) return in.Read(head.data(), head_bytes) && in.Read(target, RowBytes());
+    unsigned char* const before = target - head_bytes;
+    HeadBytes saved;
+    std::copy_n(before, head_bytes, saved.begin());
+    const bool read = in.Read(before, head_bytes + RowBytes());
+    std::copy_n(before, head_bytes, head.begin());
+    std::copy_n(saved.begin(), head_bytes, before);
+    return read;
+  }
+
+  void InHostOrder(unsigned char* row) const {
+    detail::VisitElementType(form_.type.Type(), [&]<class T>(std::type_identity<T>) {
+      detail::SwapToLittleEndian(reinterpret_cast<T*>(row), RowBytes() / std::int64_t{sizeof(T)});
+      return true;
+    });
+  }
+
+  Array Datum(const DatumPlace& place) {
+    Array datum;
+    bstr_cBinary_istream& in = file_.Input();
+    bool read = false;
+    try {
+      read = in.Seek(place.begin) && datum.Read(in) && in.Position() == place.end;
+    } catch (const arr_cSizeException&) {
+    }
+    const char* const path = file_.Path().CString();
+    if (!read) {
+      dseries::FailForDamage(path, fmt::format("datum {} of {} cannot be read", place.index, path));
+    }
+    return datum;
+  }
+
+  void Require(const Head& form, const DatumPlace& datum) const {
+    if (form.type != form_.type || form.extents != form_.extents) {
+      throw std::invalid_argument(fmt::format("datum {} holds {}, datum {} {}: read them one by one",
+                                              datum.index, Text(form), data_.front().index, Text(form_)));
+    }
+    if (same_axes_ && !std::equal(form.cals.begin(), form.cals.end(), form_.cals.begin(),
+                                  [](const auto& a, const auto& b) { return a == b; })) {
+      throw std::invalid_argument(
+          fmt::format("datum {} has other axes than datum {}", datum.index, data_.front().index));
+    }
+  }
+  static std::string Text(const Head& form) {
+    std::string extents;
+    for (const std::int32_t n : form.extents) extents += (extents.empty() ? "" : " x ") + std::to_string(n);
+    return extents + " elements of " + dseries::ElementName(form.type);
+  }
+
+  bstr_cBinary_fstream file_;
+  std::vector<DatumPlace> data_;
+  bool same_axes_;
+  Head form_;
+  HeadBytes form_bytes_{};  // as in the file; zeros where that is of an unusual form
+};
+
+}  // namespace core

@@ -1,0 +1,327 @@
+#include "file.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstring>
+#include <file/dimensions.h>
+#include <file/header.h>
+#include <file/kinds.h>
+#include <filesystem>
+#include <pthread.h>
+#include <pybind11/stl.h>
+
+#include "elements.h"
+#include "errors.h"
+#include <DataStorage/interfaces/constants.h>
+
+namespace core {
+
+namespace {
+
+/// How often this process is the child of a fork.
+std::atomic<int> forks = 0;
+
+/// What one read of a block takes at most before signals are looked at.
+constexpr std::int64_t most_bytes = 64 << 20;
+
+std::string FieldOf(const py::bytes& bytes) { return std::string(std::string_view(bytes)); }
+py::bytes BytesOf(const str_cString& text) {
+  const std::string_view view(text);
+  return py::bytes(view.data(), view.size());
+}
+
+dtsr_cDimensionArray DimensionsOf(const std::vector<Dimension>& dimensions) {
+  dtsr_cDimensionArray result(static_cast<int>(dimensions.size()));
+  int d = 0;
+  for (const auto& [name, units, size, offset, delta, index, reverse] : dimensions) {
+    result.Dimension(d++) = dtsr_cDimension(size, cal_c1DArrayCal(offset, delta, index),
+                                            str_cString(std::string_view(FieldOf(name))),
+                                            str_cString(std::string_view(FieldOf(units))), reverse);
+  }
+  return result;
+}
+
+/// Calls `use`; when it fails because the system has failed, throws SystemFailure with the reason.
+template <class Use>
+auto NamingTheReason(const std::string& path, Use use) {
+  errno = 0;
+  try {
+    return use();
+  } catch (const dtsr_cFileLockedException& locked) {
+    throw SystemFailure(EWOULDBLOCK, locked.Message().CString(), path);
+  } catch (const expt_cUserException& exception) {
+    if (const int reason = errno; reason != 0) {
+      throw SystemFailure(reason, std::string(exception.Message().CString()) + ' ' + std::strerror(reason),
+                          path);
+    }
+    throw;
+  }
+}
+
+}  // namespace
+
+/// The turn of one thread: it has the file to itself, and does not hold the interpreter's lock.
+class SeriesFile::Turn {
+ public:
+  explicit Turn(SeriesFile& file) : mutex_(file.UsableMutex()), lock_(mutex_) {
+    if (file.bClosed()) ThrowClosed(file.path_);  // by the thread whose turn was before
+  }
+  [[noreturn]] static void ThrowClosed(const std::string& path) {
+    throw py::value_error("the series " + path + " is closed");
+  }
+
+ private:
+  std::mutex& mutex_;
+  py::gil_scoped_release released_;
+  std::lock_guard<std::mutex> lock_;
+};
+
+SeriesFile::SeriesFile(std::string path, Mode mode) : path_(std::move(path)), mode_(mode), process_(forks) {
+  plane_ = dseries::KnownDataType(path_) == darr_c2DArray::DataTypeID();
+  series_ = Opened();
+}
+
+SeriesFile::SeriesFile(std::string path, bool plane, std::unique_ptr<dseries::Series> series)
+    : path_(std::move(path)),
+      mode_(Mode::Append),
+      plane_(plane),
+      series_(std::move(series)),
+      process_(forks) {}
+
+std::unique_ptr<dseries::Series> SeriesFile::Opened() const {
+  const bstr_eAccess access = mode_ == Mode::Read ? bstr_OpenReadOnly : bstr_OpenLocked;
+  const auto open = [&]() -> std::unique_ptr<dseries::Series> {
+    if (plane_) return std::make_unique<OpenSeries<darr_c2DArray>>(path_, access);
+    return std::make_unique<OpenSeries<darr_c1DArray>>(path_, access);
+  };
+  return NamingTheReason(path_, open);
+}
+
+std::unique_ptr<SeriesFile> SeriesFile::Create(std::string path, const std::vector<Dimension>& dimensions,
+                                               int ndim, bool overwrite) {
+  if (ndim != 1 && ndim != 2) throw py::value_error("the data of a series have one or two dimensions");
+  const dtsr_cDimensionArray sizes = DimensionsOf(dimensions);
+  const bstr_eAccess access = overwrite ? bstr_CreateLocked : bstr_CreateNew;
+  const auto create = [&]() -> std::unique_ptr<dseries::Series> {
+    if (ndim == 2) {
+      return std::make_unique<OpenSeries<darr_c2DArray>>(path, sizes, darr_c2DArray::DataTypeID(), access);
+    }
+    return std::make_unique<OpenSeries<darr_c1DArray>>(path, sizes, darr_c1DArray::DataTypeID(), access);
+  };
+  auto series = NamingTheReason(path, create);
+  return std::unique_ptr<SeriesFile>(new SeriesFile(std::move(path), ndim == 2, std::move(series)));
+}
+
+std::mutex& SeriesFile::UsableMutex() {
+  if (bClosed()) Turn::ThrowClosed(path_);
+  if (process_ != forks) {
+    // The threads of the parent are not here to release the mutex.
+    [[maybe_unused]] const auto* const abandoned = mutex_.release();
+    mutex_ = std::make_unique<std::mutex>();
+    process_ = forks;
+    if (mode_ == Mode::Append) {
+      series_.reset();
+      throw dseries::Failure(
+          path_ + " is open for appending in the process that this one is a fork of: open it again");
+    }
+    series_ = Opened();
+  }
+  return *mutex_;
+}
+
+void SeriesFile::Close() {
+  if (bClosed()) return;
+  if (process_ != forks) {  // only what this process inherited
+    series_.reset();
+    return;
+  }
+  std::unique_ptr<dseries::Series> closing;
+  const Turn turn(*this);
+  closing = std::move(series_);
+}
+
+int SeriesFile::Slots() {
+  const Turn turn(*this);
+  return series_->Size();
+}
+
+int SeriesFile::Filled() {
+  const Turn turn(*this);
+  return series_->NextWriteIndex();
+}
+
+std::vector<Dimension> SeriesFile::Dimensions() {
+  UsableMutex();
+  const dtsr_cDimensionArray& dimensions = series_->DimensionArray();
+  std::vector<Dimension> result;
+  for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
+    dtsr_cDimension& dimension = dimensions.Dimension(d);
+    const cal_c1DArrayCal& cal = dimension.Calibration();
+    result.emplace_back(BytesOf(dimension.Description()), BytesOf(dimension.Units()), dimension.Size(),
+                        cal.OffsetX(), cal.DeltaX(), cal.CalIndexX(), dimension.bReverseOrder());
+  }
+  return result;
+}
+
+std::vector<int> SeriesFile::IndicesAt(const std::vector<double>& positions) {
+  UsableMutex();
+  arr_cC_Array<double> vector(static_cast<int>(positions.size()));
+  std::copy(positions.begin(), positions.end(), vector.Data());
+  return dseries::VectorOf(series_->DimensionArray().IndexPosition(vector));
+}
+
+std::unique_ptr<Array> SeriesFile::Datum(int i) {
+  std::optional<Array::Value> datum;
+  {
+    const Turn turn(*this);
+    if (i < 0 || i >= series_->NextWriteIndex()) arr_IndexError(i, series_->NextWriteIndex());
+    Visit([&](auto& series) { datum.emplace(Writable(series.Datum(i))); });
+  }
+  return std::make_unique<Array>(std::move(*datum));
+}
+
+py::tuple SeriesFile::Head(int i) {
+  return WithKind([&]<class Data>(std::type_identity<Data>) {
+    std::optional<BlockReader<Data>> reader;
+    {
+      const Turn turn(*this);
+      reader.emplace(As<Data>().Block(std::span(&i, 1), false));
+    }
+    return py::make_tuple(NumpyType(reader->Form().type), reader->Shape(),
+                          CalibrationOfAxes(reader->Form().cals));
+  });
+}
+
+py::array SeriesFile::Values(const Indices& indices, bool same_axes) {
+  return WithKind([&]<class Data>(std::type_identity<Data>) {
+    const std::span<const std::int32_t> chosen(indices.data(), static_cast<std::size_t>(indices.size()));
+    std::optional<BlockReader<Data>> reader;
+    {
+      const Turn turn(*this);
+      reader.emplace(As<Data>().Block(chosen, same_axes));
+    }
+    std::vector<py::ssize_t> shape{reader->Rows()};
+    const auto of_datum = reader->Shape();
+    shape.insert(shape.end(), of_datum.begin(), of_datum.end());
+    py::array block(NumpyType(reader->Form().type), shape);
+    auto* const rows = static_cast<unsigned char*>(block.mutable_data());
+    const int at_once = static_cast<int>(
+        std::clamp<std::int64_t>(most_bytes / std::max<std::int64_t>(reader->RowBytes(), 1), 1, 1 << 16));
+    for (int begin = 0; begin < reader->Rows(); begin += at_once) {
+      const int end = std::min(begin + at_once, reader->Rows());
+      if (mode_ == Mode::Append) {
+        const Turn turn(*this);  // appending changes what copies of the stream share
+        reader->Read(begin, end, rows);
+      } else {
+        const py::gil_scoped_release released;
+        reader->Read(begin, end, rows);
+      }
+      if (PyErr_CheckSignals() != 0) throw py::error_already_set();
+    }
+    return block;
+  });
+}
+
+py::tuple SeriesFile::Tags(int begin, int end) {
+  const int n = std::max(end - begin, 0);
+  py::array_t<std::int64_t> times(n);
+  py::array_t<double> positions({n, 2});
+  std::int64_t* const time = times.mutable_data();
+  double* const position = positions.mutable_data();
+  bool positioned = false;
+  {
+    const Turn turn(*this);
+    if (n > 0 && (begin < 0 || end > series_->NextWriteIndex()))
+      arr_IndexError(begin, end, series_->NextWriteIndex());
+    const unsigned int kind = series_->TagTypeID();
+    positioned = kind == obty_2DPositionType;
+    dtsr_cDataTag plain;
+    dtsr_c2DPosition placed;
+    dtsr_cDataTag& tag = positioned ? placed : plain;
+    for (int k = 0; k < n; ++k) {
+      if (dseries::bKnownTagType(kind)) {
+        series_->GetTag(begin + k, tag);
+        time[k] = tag.Time();
+        position[2 * k] = placed.X();
+        position[2 * k + 1] = placed.Y();
+      } else {
+        time[k] = series_->Tag(begin + k)->Time();
+      }
+    }
+  }
+  return py::make_tuple(times, positioned ? py::object(positions) : py::none());
+}
+
+int SeriesFile::Append(Array& datum, std::int64_t time,
+                       const std::optional<std::pair<double, double>>& position) {
+  UsableMutex();
+  Array::Value& value = datum.Free();
+  // The lock of the interpreter is held: others may own the elements too.
+  const std::lock_guard lock(*mutex_);
+  if (bClosed()) Turn::ThrowClosed(path_);
+  if (mode_ != Mode::Append) throw SystemFailure(EBADF, "the series was opened for reading only", path_);
+  if (time != static_cast<std::int32_t>(time))
+    throw py::value_error("a series file has no room for this time");
+  const int i = series_->NextWriteIndex();
+  if (i >= series_->Size()) throw py::index_error("the series is full: all of its slots are filled");
+
+  const dtsr_cDataTag plain(static_cast<long>(time));
+  const dtsr_c2DPosition placed(position ? position->first : 0, position ? position->second : 0,
+                                static_cast<long>(time));
+  const dtsr_cDataTag& tag = position ? placed : plain;
+  if (const unsigned int kind = series_->TagTypeID(); kind != 0 && kind != tag.TagTypeID()) {
+    throw py::value_error("the series has " + dseries::TagTypeName(kind) + ", this datum " +
+                          dseries::TagTypeName(tag.TagTypeID()));
+  }
+  return Visit([&]<class Data>(OpenSeries<Data>& series) {
+    const auto* const array = std::get_if<Writable<Data>>(&value);
+    if (array == nullptr)
+      throw py::value_error("the data of this series have the other number of dimensions");
+    if (!BlockReader<Data>::bReadable(array->DataType())) {
+      throw py::type_error("data of type " + dseries::ElementName(array->DataType()) +
+                           " cannot be read back from a series file: convert them");
+    }
+    if (dseries::StoredSize<Data>(array->NumIndices(), array->DataType()) + dseries::StoredSize(tag) >
+        series.Room()) {
+      throw SystemFailure(EFBIG, "a series file ends at 2 GiB", path_);
+    }
+    NamingTheReason(path_, [&] { series.Append(*array, tag); });
+    return i;
+  });
+}
+
+void SeriesFile::Refresh() {
+  if (mode_ == Mode::Append) return;  // no other process appends
+  const bool plane = dseries::KnownDataType(path_) == darr_c2DArray::DataTypeID();
+  if (plane != plane_) throw dseries::Failure(path_ + " holds data of another kind now: open it again");
+  const Turn turn(*this);
+  series_ = Opened();
+}
+
+void DefineFile(py::module_& module) {
+  pthread_atfork(nullptr, nullptr, [] { ++forks; });
+  py::class_<SeriesFile>(module, "SeriesFile", "A series file, open: what datastorage.Series works with.")
+      .def(py::init([](const std::string& path, bool append) {
+             return std::make_unique<SeriesFile>(path,
+                                                 append ? SeriesFile::Mode::Append : SeriesFile::Mode::Read);
+           }),
+           py::arg("path"), py::arg("append"))
+      .def_static("create", &SeriesFile::Create, py::arg("path"), py::arg("dims"), py::arg("ndim"),
+                  py::arg("overwrite"))
+      .def("close", &SeriesFile::Close)
+      .def("refresh", &SeriesFile::Refresh)
+      .def_property_readonly("closed", &SeriesFile::bClosed)
+      .def_property_readonly("slots", &SeriesFile::Slots)
+      .def_property_readonly("filled", &SeriesFile::Filled)
+      .def_property_readonly("ndim", &SeriesFile::DataDimensions)
+      .def("dimensions", &SeriesFile::Dimensions)
+      .def("indices_at", &SeriesFile::IndicesAt, py::arg("positions"))
+      .def("datum", &SeriesFile::Datum, py::arg("index"))
+      .def("head", &SeriesFile::Head, py::arg("index"))
+      .def("values", &SeriesFile::Values, py::arg("indices"), py::arg("same_axes"))
+      .def("tags", &SeriesFile::Tags, py::arg("begin"), py::arg("end"))
+      .def("append", &SeriesFile::Append, py::arg("datum"), py::arg("time"), py::arg("position"));
+}
+
+}  // namespace core

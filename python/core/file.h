@@ -1,0 +1,112 @@
+#pragma once
+
+#include <file/series.h>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <pybind11/numpy.h>
+#include <span>
+#include <string>
+#include <tuple>
+#include <type_traits>
+#include <utility>
+#include <vector>
+
+#include "array.h"
+#include "block.h"
+
+namespace core {
+
+/// A series in a file, open: the series that the command-line tool uses too, with what reading blocks needs.
+template <class Data>
+class OpenSeries : public dseries::DataSeries<Data> {
+ public:
+  using dseries::DataSeries<Data>::DataSeries;
+
+  /// A reader of data, which works on the same open file with a position of its own. Throws
+  /// arr_cIndexException for slots without data.
+  BlockReader<Data> Block(std::span<const std::int32_t> indices, bool same_axes) const {
+    std::vector<DatumPlace> places;
+    places.reserve(indices.size());
+    for (const std::int32_t i : indices) {
+      if (i < 0 || i >= this->NextWriteIndex()) arr_IndexError(i, this->NextWriteIndex());
+      places.push_back({i, this->dataOffsets_[i], this->tagOffsets_[i]});
+    }
+    return BlockReader<Data>(this->file_, std::move(places), same_axes);
+  }
+};
+
+/// name, units, size, offset, delta, index, reverse: the fields of datastorage.Dim, texts as bytes.
+using Dimension = std::tuple<py::bytes, py::bytes, int, double, double, int, bool>;
+
+/// The file behind datastorage.Series.
+///
+/// One thread at a time uses it, without the interpreter's lock where it reads; a block of data is read from
+/// a stream of its own, so that threads read side by side. After a fork the child opens the file again before
+/// it reads, and does not write, because only one process may append.
+class SeriesFile {
+ public:
+  enum class Mode { Read, Append };
+
+  /// Opens a file, or creates one. Throws SystemFailure when it is locked.
+  SeriesFile(std::string path, Mode mode);
+  static std::unique_ptr<SeriesFile> Create(std::string path, const std::vector<Dimension>& dimensions,
+                                            int ndim, bool overwrite);
+
+  const std::string& Path() const { return path_; }
+  bool bClosed() const { return series_ == nullptr; }
+  void Close();
+
+  int Slots();
+  int Filled();
+  /// The number of dimensions of each datum.
+  int DataDimensions() const { return plane_ ? 2 : 1; }
+  std::vector<Dimension> Dimensions();
+  /// The index along each dimension whose cell contains a position; it may lie outside.
+  std::vector<int> IndicesAt(const std::vector<double>& positions);
+
+  std::unique_ptr<Array> Datum(int i);
+  /// Type, shape and calibration of a datum, of which no elements are read.
+  py::tuple Head(int i);
+  using Indices = py::array_t<std::int32_t, py::array::c_style>;
+  /// Data of equal shape and type as one array, with the data along its first axis.
+  py::array Values(const Indices& indices, bool same_axes);
+  /// The times of data [begin, end) and their positions (n x 2), None where the tags have none.
+  py::tuple Tags(int begin, int end);
+  /// Returns the index of the new datum.
+  int Append(Array& datum, std::int64_t time, const std::optional<std::pair<double, double>>& position);
+  /// Finds what was appended meanwhile.
+  void Refresh();
+
+ private:
+  class Turn;
+  SeriesFile(std::string path, bool plane, std::unique_ptr<dseries::Series> series);
+
+  std::unique_ptr<dseries::Series> Opened() const;
+  /// Throws ValueError when the series is closed; opens it again in a forked process.
+  std::mutex& UsableMutex();
+  template <class Data>
+  OpenSeries<Data>& As() {
+    return static_cast<OpenSeries<Data>&>(*series_);
+  }
+  /// Calls `f` with std::type_identity of the class of the data, or with the series.
+  template <class F>
+  auto WithKind(F f) {
+    return plane_ ? f(std::type_identity<darr_c2DArray>()) : f(std::type_identity<darr_c1DArray>());
+  }
+  template <class F>
+  auto Visit(F f) {
+    return WithKind([&]<class Data>(std::type_identity<Data>) { return f(As<Data>()); });
+  }
+
+  std::string path_;
+  Mode mode_;
+  bool plane_ = false;  // whether the data have two dimensions
+  std::unique_ptr<dseries::Series> series_;
+  std::unique_ptr<std::mutex> mutex_ = std::make_unique<std::mutex>();
+  int process_;  // the count of forks when it was opened
+};
+
+void DefineFile(py::module_& module);
+
+}  // namespace core

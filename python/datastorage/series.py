@@ -1,0 +1,456 @@
+"""Series of arrays in files."""
+
+import errno
+import math
+import operator
+import os
+import stat
+import time as _time
+from typing import NamedTuple
+
+import numpy as np
+
+from ._core import Array, Error, SeriesFile
+
+
+class Dim(NamedTuple):
+    """A dimension of a series: index i lies at offset + (i - index) * delta.
+
+    Data are acquired from the highest index down where `reverse` is set.
+
+    >>> import datastorage as ds
+    >>> ds.Dim("x", "um", 200, 0.0, 0.5).positions[-1]
+    99.5
+    """
+
+    name: str
+    units: str
+    size: int
+    offset: float = 0.0
+    delta: float = 1.0
+    index: int = 0
+    reverse: bool = False
+
+    @property
+    def positions(self):
+        """The positions of all indices."""
+        return self.offset + (np.arange(self.size) - self.index) * self.delta
+
+
+def open(path, mode="r"):
+    """Opens a series file: for reading, or with mode "a" for appending too.
+
+    Readers need no lock and never disturb a writer. A second writer gets BlockingIOError.
+
+    >>> import datastorage as ds
+    >>> with ds.create("open.dseries", [ds.Dim("x", "um", 3)]) as s:
+    ...     s.append(ds.Array([1, 2]))
+    0
+    >>> with ds.open("open.dseries") as s:
+    ...     s[0].numpy()
+    array([1, 2], dtype=int32)
+    """
+    return Series(path, mode)
+
+
+def create(path, dims, *, ndim=1, overwrite=False):
+    """Creates a series file for data of `ndim` dimensions and opens it for appending.
+
+    `dims` are the dimensions, of which the first varies fastest. An existing file is FileExistsError unless
+    `overwrite` is set, which empties it.
+    """
+    dims = [Dim(*dim) for dim in dims]
+    for dim in dims:
+        if dim.size < 1 or not math.isfinite(dim.offset) or not math.isfinite(dim.delta) or dim.delta == 0:
+            raise ValueError(f"{dim} needs a size of 1 or more, a finite offset and a finite delta other than 0")
+    where = _absolute(path)
+    if not overwrite and os.path.lexists(where):
+        raise FileExistsError(errno.EEXIST, os.strerror(errno.EEXIST), where)
+    fields = [(dim.name.encode(), dim.units.encode(), *dim[2:]) for dim in dims]
+    try:
+        file = SeriesFile.create(os.fsencode(where), fields, ndim, overwrite)
+    except Error:
+        _raise_os_error(where, writing=True, creating=True)
+        raise
+    series = Series.__new__(Series)
+    series._start(where, "a", file)
+    return series
+
+
+class _Data:
+    """What a series and a part of it have in common: a sequence of data."""
+
+    def __len__(self):
+        return len(self._indices)
+
+    def __iter__(self):
+        return (self._series._datum(i) for i in self._indices)
+
+    def _chosen(self, key):
+        """The linear indices that a key selects, or one of them as int."""
+        indices = self._indices
+        if isinstance(key, slice):
+            return indices[key]
+        if isinstance(key, (list, np.ndarray)):
+            key = np.asarray(key)
+            if key.size == 0:
+                return indices[:0]
+            if key.dtype.kind not in "iub":
+                raise TypeError(f"data are chosen by integers or truth values, not {key.dtype}")
+            return np.asarray(indices)[key]
+        i = operator.index(key)
+        if not -len(indices) <= i < len(indices):
+            raise IndexError(f"there is no datum {i}: {self._count()}")
+        return indices[i]
+
+    def values(self, key=slice(None), *, same_axes=False):
+        """The elements of data of equal shape and type as one NumPy array, the data along its first axis.
+
+        Read without the interpreter's lock, straight into the array. Data that differ raise ValueError, with
+        `same_axes` also those with another calibration.
+        """
+        indices = np.atleast_1d(np.asarray(self._chosen(key), np.int32))
+        file = self._series._file
+        if not len(indices):
+            dtype, shape = file.head(0)[:2] if file.filled else (np.dtype(float), (0,) * file.ndim)
+            return np.empty((0, *shape), dtype)
+        return file.values(indices, same_axes)
+
+
+class Series(_Data):
+    """A series of arrays in a file, each with the time and perhaps the place at which it was taken.
+
+    Opened by open() or create(). Data are read when they are asked for. A series is used by any threads; it
+    pickles to its path, and a process that was forked opens the file again before it reads.
+
+    >>> import datastorage as ds
+    >>> s = ds.create("scan.dseries", [ds.Dim("x", "um", 3, 0.0, 0.5), ds.Dim("y", "um", 2)])
+    >>> for i in range(4):
+    ...     _ = s.append([i, i * i], time="2024-02-29T12:00", position=(i, 0.5))
+    >>> s
+    <datastorage.Series scan.dseries: 4 of 6 filled, x (um) 3, y (um) 2>
+    >>> s[3].numpy(), s[0, 1].numpy(), s[-1].shape
+    (array([3, 9], dtype=int32), array([3, 9], dtype=int32), (2,))
+    >>> s.at(x=0.5, y=0).numpy()
+    array([1, 1], dtype=int32)
+    >>> s.values().shape, s[1:].values()[:, 1]
+    ((4, 2), array([1, 4, 9], dtype=int32))
+    >>> s.find(position=(2, 0.5)), s.nearest(x=2.6, y=0)
+    (2, 3)
+    >>> s.tags["time"][0]
+    numpy.datetime64('2024-02-29T12:00:00')
+    >>> s.close()
+    """
+
+    def __init__(self, path, mode="r"):
+        if mode not in ("r", "a"):
+            raise ValueError(f"mode is 'r' or 'a', not {mode!r}")
+        where = _absolute(path)
+        try:
+            file = SeriesFile(os.fsencode(where), mode == "a")
+        except Error:
+            _raise_os_error(where, mode == "a")
+            raise
+        self._start(where, mode, file)
+
+    def _start(self, where, mode, file):
+        self.path = where
+        self.mode = mode
+        self._file = file
+        self._tags = None
+        self._series = self
+        self.dims = tuple(Dim(_text(name), _text(units), *rest) for name, units, *rest in file.dimensions())
+        names = [dim.name for dim in self.dims]
+        self._names = [n if n and names.count(n) == 1 else f"dim_{d}" for d, n in enumerate(names)]
+
+    # The file
+
+    def close(self):
+        """Closes the file; what uses it later raises ValueError."""
+        self._file.close()
+
+    @property
+    def closed(self):
+        """Whether close() was called."""
+        return self._file.closed
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *exception):
+        self.close()
+
+    def __reduce__(self):
+        return open, (self.path,)
+
+    def refresh(self):
+        """Finds the data that another process appended since the file was opened; returns how many there are now."""
+        try:
+            self._file.refresh()
+        except Error:
+            _raise_os_error(self.path)
+            raise
+        self._tags = None
+        return len(self)
+
+    def __repr__(self):
+        name = os.path.basename(self.path)
+        if self.closed:
+            return f"<datastorage.Series {name}: closed>"
+        sizes = ", ".join(f"{_label(n, dim.units)} {dim.size}" for n, dim in zip(self._names, self.dims))
+        return f"<datastorage.Series {name}: {self._count()}, {sizes}>"
+
+    def _repr_html_(self):
+        from ._display import series_html
+
+        return series_html(self)
+
+    def _count(self):
+        return f"{self._file.filled} of {self._file.slots} filled"
+
+    # Data
+
+    @property
+    def _indices(self):
+        return range(self._file.filled)
+
+    def _datum(self, i):
+        return self._file.datum(i)
+
+    def __len__(self):
+        return self._file.filled
+
+    @property
+    def shape(self):
+        """The number of slots along each dimension, of which the first varies fastest."""
+        return tuple(dim.size for dim in self.dims)
+
+    @property
+    def ndim(self):
+        """The number of dimensions of each datum: 1 or 2."""
+        return self._file.ndim
+
+    @property
+    def coords(self):
+        """The positions along each dimension by its name; dimensions without a name of their own are dim_0 ..."""
+        return {name: dim.positions for name, dim in zip(self._names, self.dims)}
+
+    def __getitem__(self, key):
+        """A datum by its index or by one index for each dimension; lazily several of them."""
+        indices = self._by_dimension(key) if isinstance(key, tuple) else self._chosen(key)
+        return self._datum(int(indices)) if np.ndim(indices) == 0 else Part(self, indices)
+
+    def _by_dimension(self, key):
+        if len(key) != len(self.dims):
+            raise IndexError(f"the series has {len(self.dims)} dimensions, and {len(key)} indices were given")
+        linear, stride = 0, 1
+        for axis, (dim, k) in enumerate(zip(self.dims, key)):
+            if isinstance(k, slice):
+                i = np.arange(dim.size)[k].reshape([-1] + [1] * axis)
+            else:
+                i = operator.index(k)
+                if not -dim.size <= i < dim.size:
+                    raise IndexError(f"index {i} is outside dimension {self._names[axis]}, which has {dim.size}")
+                i %= dim.size
+            linear = linear + (dim.size - 1 - i if dim.reverse else i) * stride
+            stride *= dim.size
+        filled = len(self)
+        if np.ndim(linear) == 0:
+            if linear >= filled:
+                raise IndexError(f"slot {linear} holds no datum yet: {self._count()}")
+            return linear
+        linear = np.sort(linear, axis=None)
+        return linear[linear < filled]
+
+    def at(self, **position):
+        """The datum at a position along the dimensions, given by their names."""
+        unknown = set(position) ^ set(self._names)
+        if unknown:
+            raise KeyError(f"the dimensions are {', '.join(self._names)}: each needs a position")
+        wanted = [float(position[name]) for name in self._names]
+        indices = self._file.indices_at(wanted)
+        for name, dim, x, i in zip(self._names, self.dims, wanted, indices):
+            if not 0 <= i < dim.size:
+                ends = dim.positions
+                raise IndexError(f"{x} is outside dimension {name}, which reaches from {ends[0]} to {ends[-1]}")
+        return self[tuple(indices)]
+
+    def append(self, datum, *, time=None, position=None):
+        """Appends an array and returns its index. It is in the file when this returns.
+
+        `time` is the present by default, or seconds since 1970, a datetime, a datetime64 or a text of ISO 8601; a
+        series keeps whole seconds. Either all data have a `position` (x, y) or none.
+        """
+        if not isinstance(datum, Array):
+            datum = Array(datum)
+        return self._file.append(datum, _seconds(time), position)
+
+    # Tags
+
+    @property
+    def tags(self):
+        """The times of all data and, where they have them, positions: a structured array with the fields time, x, y."""
+        filled, known = len(self), 0 if self._tags is None else len(self._tags)
+        if self._tags is None or known < filled:
+            times, positions = self._file.tags(known, filled)
+            fields = [("time", "M8[s]")] + ([] if positions is None else [("x", "f8"), ("y", "f8")])
+            tags = np.empty(filled, fields)
+            if known:
+                tags[:known] = self._tags
+            tags["time"][known:] = times.view("M8[s]")
+            if positions is not None:
+                tags["x"][known:], tags["y"][known:] = positions.T
+            tags.flags.writeable = False
+            self._tags = tags
+        return self._tags
+
+    def find(self, *, time=None, position=None):
+        """The index of the first datum with this time and this position; KeyError if there is none."""
+        if time is None and position is None:
+            raise TypeError("find() needs a time or a position")
+        tags = self.tags
+        same = np.ones(len(tags), bool)
+        if time is not None:
+            same &= tags["time"] == np.datetime64(_seconds(time), "s")
+        if position is not None:
+            x, y = position
+            same &= (tags["x"] == x) & (tags["y"] == y) if "x" in tags.dtype.names else False
+        found = np.flatnonzero(same)
+        if not len(found):
+            raise KeyError(f"no datum has {'' if time is None else f'time {time} '}{position or ''}".rstrip())
+        return int(found[0])
+
+    def nearest(self, *, time=None, **position):
+        """The index of the datum nearest to a place and, among several there, to a time; KeyError without data.
+
+        The place is x and y of the tags or, if those have none, a position along each dimension, in steps of it.
+        """
+        tags = self.tags
+        if not len(tags):
+            raise KeyError("the series has no data")
+        keys = [np.abs(tags["time"].astype(float) - _seconds(time))] if time is not None else []
+        if position or not keys:
+            tagged = "x" in tags.dtype.names
+            names = ["x", "y"] if tagged else self._names
+            if set(position) != set(names):
+                raise KeyError(f"a place here is {', '.join(names)}")
+            if tagged:
+                steps = [tags[name] - position[name] for name in names]
+            else:
+                places = np.unravel_index(np.arange(len(tags)), self.shape, order="F")
+                steps = [
+                    (dim.positions[::-1 if dim.reverse else 1][i] - position[name]) / dim.delta
+                    for name, dim, i in zip(names, self.dims, places)
+                ]
+            if not np.isfinite(list(position.values())).all():
+                raise ValueError("a place needs finite coordinates")
+            keys.append(np.sqrt(np.sum(np.square(steps), axis=0)))
+        return int(np.lexsort(keys)[0])
+
+    # Beside the file
+
+    @property
+    def labels(self):
+        """What the file has no place for: the names and units of axes and values, and any attributes.
+
+        A dict with the members "title", "axes" ("x" and "y", each with "name" and "units"), "value" ("name",
+        "units") and "attributes", all optional. Read from and written to NAME.dseries.json beside the file.
+        """
+        import json
+
+        from ._core import read_labels
+
+        return json.loads(read_labels(os.fsencode(self.path)))
+
+    @labels.setter
+    def labels(self, labels):
+        import json
+
+        from ._core import write_labels
+
+        write_labels(os.fsencode(self.path), json.dumps(labels))
+
+    def to_xarray(self, **options):
+        """The series as an xarray.Dataset with labelled axes, which reads lazily."""
+        from .xarray_backend import to_xarray
+
+        return to_xarray(self, **options)
+
+    def plot(self, key=-1, **options):
+        """Draws a datum with matplotlib; see Array.plot."""
+        return self[key].plot(**options)
+
+
+class Part(_Data):
+    """Some data of a series, in an order: what a slice of a series is. Nothing is read before it is asked for."""
+
+    def __init__(self, series, indices):
+        self._series = series
+        self._indices = indices
+
+    @property
+    def indices(self):
+        """The indices of the data in the series."""
+        return np.asarray(self._indices)
+
+    @property
+    def tags(self):
+        """The tags of the data; see Series.tags."""
+        return self._series.tags[self.indices]
+
+    def __getitem__(self, key):
+        """A datum by its place in this part; lazily several of them."""
+        indices = self._chosen(key)
+        return self._series._datum(int(indices)) if np.ndim(indices) == 0 else Part(self._series, indices)
+
+    def __repr__(self):
+        return f"<{len(self)} data of {self._series!r}>"
+
+    def _count(self):
+        return f"this part has {len(self)}"
+
+
+def _absolute(path):
+    path = os.fsdecode(path)
+    if "\0" in path:
+        raise ValueError("embedded null byte in a path")
+    return os.path.abspath(path)
+
+
+def _text(bytes_of_file):
+    try:
+        return bytes_of_file.decode()
+    except UnicodeDecodeError:
+        return bytes_of_file.decode("latin-1")
+
+
+def _label(name, units):
+    return f"{name} ({units})" if units else name
+
+
+def _seconds(time):
+    if time is None:
+        return int(_time.time())
+    if hasattr(time, "timestamp"):
+        time = time.timestamp()
+    if isinstance(time, (int, float, np.integer, np.floating)) and not isinstance(time, np.timedelta64):
+        return math.floor(time)
+    return int(np.datetime64(time, "s").astype(np.int64))
+
+
+def _raise_os_error(path, writing=False, creating=False):
+    """Raises what the system says about a file that cannot be opened, if it says something."""
+    flags = os.O_RDWR if writing else os.O_RDONLY
+    if creating and not os.path.lexists(path):
+        path = os.path.dirname(path)
+        if not os.access(path, os.W_OK):
+            number = errno.EACCES if os.path.isdir(path) else errno.ENOENT
+            raise OSError(number, os.strerror(number), path)
+        return
+    descriptor = os.open(path, flags | os.O_NONBLOCK | os.O_CLOEXEC)
+    try:
+        kind = os.fstat(descriptor).st_mode
+    finally:
+        os.close(descriptor)
+    if stat.S_ISDIR(kind):
+        raise IsADirectoryError(errno.EISDIR, os.strerror(errno.EISDIR), path)
