@@ -193,6 +193,9 @@ py::array Numpy(Array& array, bool copy) {
   return copy ? py::array(view.attr("copy")()) : view;
 }
 
+/// A function that draws.
+py::object Display(const char* name) { return py::module_::import("datastorage._display").attr(name); }
+
 py::object Representation(const py::object& self) {
   const Array& array = self.cast<const Array&>();
   const py::tuple range = RangeOf(array.Get()), calibration = CalibrationOf(array.Get());
@@ -274,6 +277,24 @@ array([-2.,  0.,  2.])
         [](const Array2D& v) { return v.NumIndicesY(); });
   });
   array.def("__repr__", &Representation);
+  array.def("_repr_html_", [](const py::object& self) { return Display("array_html")(self); });
+  array.def(
+      "plot",
+      [](const py::object& self, const py::kwargs& options) {
+        return Display("plot_array")(self, **options);
+      },
+      R"(plot($self, *, ax=None, labels=None, **options)
+--
+
+Draws the array with matplotlib and returns the axes. Curves take the options of matplotlib's plot(), planes those of
+pcolormesh(); `labels` are those of a series.)");
+  array.def(
+      "to_xarray",
+      [](const py::object& self, const py::kwargs& options) {
+        return py::module_::import("datastorage.xarray_backend").attr("array_to_xarray")(self, **options);
+      },
+      "to_xarray($self, **options)\n--\n\nThe array as an xarray.DataArray with its positions as "
+      "coordinates.");
 
   array.def("numpy", &Numpy, py::arg("copy") = false, R"(numpy($self, copy=False)
 --

@@ -31,6 +31,10 @@ template <class Array>
 class BlockReader {
   using Head = dseries::DatumHead<Array>;
   static constexpr std::int64_t head_bytes = Head::bytes;
+  /// What is read at once into memory that stays in the cache; larger data are read where they belong.
+  static constexpr std::int64_t at_once = 128 * 1024;
+  static constexpr std::int64_t most_between =
+      4 * 1024;  // as long as reading it costs less than another call
   using HeadBytes = std::array<unsigned char, static_cast<std::size_t>(head_bytes)>;
 
  public:
@@ -61,7 +65,14 @@ class BlockReader {
   /// Reads rows [begin, end) of the block. Throws std::invalid_argument for other data than the first one,
   /// dseries::Failure for damaged ones.
   void Read(int begin, int end, unsigned char* block) {
-    for (int row = begin; row < end; ++row) ReadRow(data_[static_cast<std::size_t>(row)], row, block);
+    const std::span rows(data_.data() + begin, data_.data() + end);
+    unsigned char* target = block + begin * RowBytes();
+    for (std::size_t row = 0; row < rows.size();) {
+      const std::span<const DatumPlace> together = rows.subspan(row, CountTogether(rows.subspan(row)));
+      ReadTogether(together, target);
+      row += together.size();
+      target += std::ssize(together) * RowBytes();
+    }
   }
 
  private:
@@ -80,37 +91,61 @@ class BlockReader {
     }
     return head;
   }
-  void ReadRow(const DatumPlace& datum, int row, unsigned char* block) {
-    const std::int64_t size = RowBytes();
-    unsigned char* const target = block + row * size;
-    HeadBytes head;
-    if (datum.end - datum.begin == form_.Size() && bReadable(form_.type) &&
-        bReadHere(datum.begin, target, target - block >= head_bytes, head)) {
-      Head form;
-      if (head == form_bytes_) return InHostOrder(target);
-      if (bParsed(head, form) && form.Size() == form_.Size()) {
-        Require(form, datum);
-        return InHostOrder(target);
-      }
+  /// How many data from the first one on are read at once: those that lie one behind the other.
+  std::size_t CountTogether(std::span<const DatumPlace> data) const {
+    std::size_t n = 1;
+    while (n < data.size() && data[n].begin >= data[n - 1].end &&
+           data[n].begin - data[n - 1].end < most_between && data[n].end - data.front().begin <= at_once) {
+      ++n;
     }
-    const Array whole = Datum(datum);  // of another size or form, or damaged
-    Require(HeadOf(whole), datum);
-    if (size > 0) std::memcpy(target, whole.Data(), static_cast<std::size_t>(size));
+    return n;
   }
 
-  /// Reads what stands before the elements into `head`, and the elements to `target`. With `room` before the
-  /// target, both by one read, which the end of the previous row lends its place for.
-  bool bReadHere(std::int64_t begin, unsigned char* target, bool room, HeadBytes& head) {
+  void ReadTogether(std::span<const DatumPlace> data, unsigned char* target) {
     bstr_cBinary_istream& in = file_.Input();
-    if (!in.Seek(begin)) return false;
-    if (!room) return in.Read(head.data(), head_bytes) && in.Read(target, RowBytes());
-    unsigned char* const before = target - head_bytes;
-    HeadBytes saved;
-    std::copy_n(before, head_bytes, saved.begin());
-    const bool read = in.Read(before, head_bytes + RowBytes());
-    std::copy_n(before, head_bytes, head.begin());
-    std::copy_n(saved.begin(), head_bytes, before);
-    return read;
+    const std::int64_t begin = data.front().begin, bytes = data.back().end - begin;
+    const bool buffered = bytes <= at_once;
+    if (buffered && !buffer_) buffer_ = std::make_unique_for_overwrite<unsigned char[]>(at_once);
+    const bool read = buffered && in.Seek(begin) && in.Read(buffer_.get(), bytes);
+    for (const DatumPlace& datum : data) {
+      if (!(read ? bTake(datum, buffer_.get() + (datum.begin - begin), target) : bReadHere(datum, target))) {
+        const Array whole = Datum(datum);  // of another size or form, or damaged
+        Require(HeadOf(whole), datum);
+        std::copy_n(static_cast<const unsigned char*>(whole.Data()), RowBytes(), target);
+      }
+      target += RowBytes();
+    }
+  }
+
+  /// Whether a datum that begins with these bytes has the size and the form of a row.
+  bool bFits(const DatumPlace& datum, const unsigned char* bytes) const {
+    if (datum.end - datum.begin != form_.Size() || !bReadable(form_.type)) return false;
+    HeadBytes head;
+    std::copy_n(bytes, head_bytes, head.begin());
+    if (head == form_bytes_) return true;
+    Head form;
+    if (!bParsed(head, form) || form.Size() != form_.Size()) return false;
+    Require(form, datum);
+    return true;
+  }
+
+  /// Copies the elements of a datum in memory; returns false when it has another size or form.
+  bool bTake(const DatumPlace& datum, const unsigned char* bytes, unsigned char* target) const {
+    if (!bFits(datum, bytes)) return false;
+    std::copy_n(bytes + head_bytes, RowBytes(), target);
+    InHostOrder(target);
+    return true;
+  }
+  /// The same for one that is in the file.
+  bool bReadHere(const DatumPlace& datum, unsigned char* target) {
+    bstr_cBinary_istream& in = file_.Input();
+    HeadBytes head;
+    if (!in.Seek(datum.begin) || !in.Read(head.data(), head_bytes) || !bFits(datum, head.data()) ||
+        !in.Read(target, RowBytes())) {
+      return false;
+    }
+    InHostOrder(target);
+    return true;
   }
 
   void InHostOrder(unsigned char* row) const {
@@ -156,6 +191,7 @@ class BlockReader {
   std::vector<DatumPlace> data_;
   bool same_axes_;
   Head form_;
+  std::unique_ptr<unsigned char[]> buffer_;
   HeadBytes form_bytes_{};  // as in the file; zeros where that is of an unusual form
 };
 

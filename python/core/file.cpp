@@ -175,8 +175,7 @@ std::unique_ptr<Array> SeriesFile::Datum(int i) {
   std::optional<Array::Value> datum;
   {
     const Turn turn(*this);
-    if (i < 0 || i >= series_->NextWriteIndex()) arr_IndexError(i, series_->NextWriteIndex());
-    Visit([&](auto& series) { datum.emplace(Writable(series.Datum(i))); });
+    Visit([&](auto& series) { datum.emplace(Writable(series.Read(i))); });
   }
   return std::make_unique<Array>(std::move(*datum));
 }

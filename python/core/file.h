@@ -23,6 +23,23 @@ class OpenSeries : public dseries::DataSeries<Data> {
  public:
   using dseries::DataSeries<Data>::DataSeries;
 
+  /// Datum i, by one read where it is small. Throws what DataSeries does, arr_cIndexException for slots
+  /// without data.
+  Data Read(int i) {
+    if (i < 0 || i >= this->NextWriteIndex()) arr_IndexError(i, this->NextWriteIndex());
+    const std::int64_t bytes = this->DatumSize(i);
+    if (bytes > 0 && bytes <= most_buffered) {
+      if (bytes > std::ssize(buffer_)) buffer_.resize(static_cast<std::size_t>(bytes));
+      bstr_cBinary_istream& in = this->file_.Input();
+      bstr_cMemory_istream fields(buffer_.data(), bytes);
+      Data datum;
+      const bool read = in.Seek(this->dataOffsets_[i]) && in.Read(buffer_.data(), bytes) &&
+                        dseries::bReads([&]() -> bool { return datum.Read(fields); });
+      if (read && fields.Position() == bytes) return datum;
+    }
+    return this->Datum(i);
+  }
+
   /// A reader of data, which works on the same open file with a position of its own. Throws
   /// arr_cIndexException for slots without data.
   BlockReader<Data> Block(std::span<const std::int32_t> indices, bool same_axes) const {
@@ -34,6 +51,10 @@ class OpenSeries : public dseries::DataSeries<Data> {
     }
     return BlockReader<Data>(this->file_, std::move(places), same_axes);
   }
+
+ private:
+  static constexpr std::int64_t most_buffered = 64 * 1024;
+  std::vector<unsigned char> buffer_;
 };
 
 /// name, units, size, offset, delta, index, reverse: the fields of datastorage.Dim, texts as bytes.

@@ -1,6 +1,7 @@
 #include <pybind11/pybind11.h>
 
 #include "array.h"
+#include "beside.h"
 #include "elements.h"
 #include "errors.h"
 #include "file.h"
@@ -14,4 +15,5 @@ PYBIND11_MODULE(_core, module) {
   core::DefineElements(module);
   core::DefineArray(module);
   core::DefineFile(module);
+  core::DefineBeside(module);
 }

@@ -7,6 +7,6 @@
 """
 
 from ._core import Array, Error, __version__
-from .series import Dim, Part, Series, create, open
+from .series import Dim, Findings, Part, Series, check, create, open
 
-__all__ = ["Array", "Dim", "Error", "Part", "Series", "create", "open"]
+__all__ = ["Array", "Dim", "Error", "Findings", "Part", "Series", "check", "create", "open"]

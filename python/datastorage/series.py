@@ -10,6 +10,7 @@ from typing import NamedTuple
 
 import numpy as np
 
+from . import _core
 from ._core import Array, Error, SeriesFile
 
 
@@ -77,6 +78,33 @@ def create(path, dims, *, ndim=1, overwrite=False):
     return series
 
 
+class Findings(NamedTuple):
+    """What check() found: sentences about faults and about what is unusual, and how many data are whole."""
+
+    fault_count: int
+    faults: list
+    notes: list
+    slots: int
+    filled: int
+    whole: int
+
+
+def check(path):
+    """Checks all parts of a series file against each other and returns Findings. The file is only read.
+
+    >>> import datastorage as ds
+    >>> ds.create("checked.dseries", [ds.Dim("x", "um", 3)]).close()
+    >>> ds.check("checked.dseries").faults
+    []
+    """
+    where = _absolute(path)
+    try:
+        return Findings(*_core.check(os.fsencode(where)))
+    except Error:
+        _raise_os_error(where)
+        raise
+
+
 class _Data:
     """What a series and a part of it have in common: a sequence of data."""
 
@@ -109,7 +137,10 @@ class _Data:
         Read without the interpreter's lock, straight into the array. Data that differ raise ValueError, with
         `same_axes` also those with another calibration.
         """
-        indices = np.atleast_1d(np.asarray(self._chosen(key), np.int32))
+        indices = self._chosen(key)
+        if isinstance(indices, range):
+            indices = np.arange(indices.start, indices.stop, indices.step)
+        indices = np.atleast_1d(indices).astype(np.int32)
         file = self._series._file
         if not len(indices):
             dtype, shape = file.head(0)[:2] if file.filled else (np.dtype(float), (0,) * file.ndim)
@@ -158,7 +189,6 @@ class Series(_Data):
         self.mode = mode
         self._file = file
         self._tags = None
-        self._series = self
         self.dims = tuple(Dim(_text(name), _text(units), *rest) for name, units, *rest in file.dimensions())
         names = [dim.name for dim in self.dims]
         self._names = [n if n and names.count(n) == 1 else f"dim_{d}" for d, n in enumerate(names)]
@@ -211,6 +241,10 @@ class Series(_Data):
     # Data
 
     @property
+    def _series(self):
+        return self
+
+    @property
     def _indices(self):
         return range(self._file.filled)
 
@@ -238,7 +272,7 @@ class Series(_Data):
     def __getitem__(self, key):
         """A datum by its index or by one index for each dimension; lazily several of them."""
         indices = self._by_dimension(key) if isinstance(key, tuple) else self._chosen(key)
-        return self._datum(int(indices)) if np.ndim(indices) == 0 else Part(self, indices)
+        return self._datum(indices) if isinstance(indices, (int, np.integer)) else Part(self, indices)
 
     def _by_dimension(self, key):
         if len(key) != len(self.dims):
@@ -255,7 +289,7 @@ class Series(_Data):
             linear = linear + (dim.size - 1 - i if dim.reverse else i) * stride
             stride *= dim.size
         filled = len(self)
-        if np.ndim(linear) == 0:
+        if isinstance(linear, int):
             if linear >= filled:
                 raise IndexError(f"slot {linear} holds no datum yet: {self._count()}")
             return linear
@@ -355,20 +389,22 @@ class Series(_Data):
 
         A dict with the members "title", "axes" ("x" and "y", each with "name" and "units"), "value" ("name",
         "units") and "attributes", all optional. Read from and written to NAME.dseries.json beside the file.
+
+        >>> import datastorage as ds
+        >>> with ds.create("labels.dseries", [ds.Dim("x", "um", 3)]) as s:
+        ...     s.labels = {"axes": {"x": {"name": "Energy", "units": "eV"}}, "attributes": {"sample": "A7"}}
+        ...     s.labels["axes"]["x"]["units"]
+        'eV'
         """
         import json
 
-        from ._core import read_labels
-
-        return json.loads(read_labels(os.fsencode(self.path)))
+        return json.loads(_core.read_labels(os.fsencode(self.path)))
 
     @labels.setter
     def labels(self, labels):
         import json
 
-        from ._core import write_labels
-
-        write_labels(os.fsencode(self.path), json.dumps(labels))
+        _core.write_labels(os.fsencode(self.path), json.dumps(labels))
 
     def to_xarray(self, **options):
         """The series as an xarray.Dataset with labelled axes, which reads lazily."""
@@ -377,8 +413,8 @@ class Series(_Data):
         return to_xarray(self, **options)
 
     def plot(self, key=-1, **options):
-        """Draws a datum with matplotlib; see Array.plot."""
-        return self[key].plot(**options)
+        """Draws a datum with matplotlib, with the labels of the series; see Array.plot."""
+        return self[key].plot(labels=self.labels, **options)
 
 
 class Part(_Data):
@@ -401,7 +437,9 @@ class Part(_Data):
     def __getitem__(self, key):
         """A datum by its place in this part; lazily several of them."""
         indices = self._chosen(key)
-        return self._series._datum(int(indices)) if np.ndim(indices) == 0 else Part(self._series, indices)
+        if isinstance(indices, (int, np.integer)):
+            return self._series._datum(indices)
+        return Part(self._series, indices)
 
     def __repr__(self):
         return f"<{len(self)} data of {self._series!r}>"

@@ -238,6 +238,8 @@ Labels::Json Labels::AsJson() const {
   return json;
 }
 
+Labels ParseLabels(const std::string& text) { return LabelsIn(Parsed(text)); }
+
 std::string LabelsPath(const std::string& series) {
   std::string name = series;
   std::error_code error;
@@ -253,7 +255,7 @@ Labels ReadLabels(const std::string& series) {
   const std::optional<std::string> bytes = BytesOf(path);
   if (!bytes) return {};
   try {
-    return LabelsIn(Parsed(*bytes));
+    return ParseLabels(*bytes);
   } catch (const Failure& failure) {
     FailFor(path, failure.what());
   }
@@ -275,7 +277,7 @@ void WriteLabels(const std::string& series, const Labels& labels) {
   std::string bytes;
   try {
     bytes = json.dump(2) + '\n';
-    LabelsIn(Parsed(bytes));
+    ParseLabels(bytes);
   } catch (const Json::exception&) {
     FailToWrite(name, "a text is not UTF-8");
   } catch (const Failure& failure) {

@@ -36,6 +36,9 @@ struct Labels {
   Json AsJson() const;
 };
 
+/// Reads the text of a document with labels. Throws Failure when it is none.
+Labels ParseLabels(const std::string& text);
+
 /// The file with the labels of a series file; links to the series are followed.
 std::string LabelsPath(const std::string& series);
 /// Empty labels when there is no file of labels. Throws Failure when it cannot be read or is damaged.

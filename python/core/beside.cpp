@@ -1,0 +1,47 @@
+#include "beside.h"
+
+#include <file/check.h>
+#include <file/labels.h>
+#include <pybind11/stl.h>
+#include <string>
+
+#include "errors.h"
+
+namespace core {
+
+namespace {
+
+py::list TextsOf(const std::vector<std::string>& texts) {
+  py::list list;
+  for (const std::string& text : texts) list.append(TextOf(text));
+  return list;
+}
+
+}  // namespace
+
+void DefineBeside(py::module_& module) {
+  module.def(
+      "read_labels",
+      [](const std::string& path) { return py::str(dseries::ReadLabels(path).AsJson().dump()); },
+      py::arg("path"));
+  module.def(
+      "write_labels",
+      [](const std::string& path, const std::string& json) {
+        dseries::WriteLabels(path, dseries::ParseLabels(json));
+      },
+      py::arg("path"), py::arg("json"));
+  module.def(
+      "check",
+      [](const std::string& path) {
+        dseries::Findings findings;
+        {
+          const py::gil_scoped_release released;
+          findings = dseries::Check(path, [](int, int) {});
+        }
+        return py::make_tuple(findings.fault_count, TextsOf(findings.faults), TextsOf(findings.notes),
+                              findings.slots, findings.valid, findings.whole);
+      },
+      py::arg("path"));
+}
+
+}  // namespace core
