@@ -81,15 +81,7 @@ std::pair<py::object, dtyp_cDataType> Stored(const py::object& value, dtyp_cData
     const pnum_cNumber number = NumberOf(value, among);
     return {ValueOf(number), number.DataType()};
   }
-  if (!typed &&
-      NumpyType(among).kind() != 'f') {  // numbers of Python take the type that is there if it holds them
-    try {
-      return {ElementsOf(value, NumpyType(among)), among};
-    } catch (const py::error_already_set& error) {
-      if (!error.matches(PyExc_ValueError) && !error.matches(PyExc_TypeError)) throw;
-    }
-  }
-  const py::array elements = ElementsOf(value, py::none());
+  const py::array elements = ElementsAmong(value, among);
   return {elements, ElementType(elements.dtype())};
 }
 

@@ -47,16 +47,20 @@ class Imported {
 };
 constinit Imported element_dtype("datastorage._elements", "element_dtype");
 constinit Imported elements_of("datastorage._elements", "elements_of");
+constinit Imported elements_among("datastorage._elements", "elements_among");
 constinit Imported promote_types("numpy", "promote_types");
 
-/// Whether elements of an integer type hold a value.
+/// Whether elements of a type hold an integer exactly.
 bool bHolds(dtyp_cDataType type, std::int64_t value) {
   return detail::VisitElementType(type.Type(), [value]<class T>(std::type_identity<T>) {
     if constexpr (std::numeric_limits<T>::is_integer) {
       return value >= std::int64_t{std::numeric_limits<T>::min()} &&
              value <= std::int64_t{std::numeric_limits<T>::max()};
-    } else {
-      return false;
+    } else {  // up to the number of bits in the fraction
+      constexpr bool single = std::is_same_v<T, float> || std::is_same_v<T, comp_cComplex<float>>;
+      constexpr auto most = std::int64_t{1} << (single ? std::numeric_limits<float>::digits
+                                                       : std::numeric_limits<double>::digits);
+      return -most <= value && value <= most;
     }
   });
 }
@@ -116,6 +120,10 @@ dtyp_cDataType ElementType(const py::dtype& type) {
 
 dtyp_cDataType ElementTypeNamed(const py::object& type) {
   return ElementType(element_dtype(type).cast<py::dtype>());
+}
+
+py::array ElementsAmong(const py::object& data, dtyp_cDataType among) {
+  return elements_among(data, NumpyType(among)).cast<py::array>();
 }
 
 py::array ElementsOf(const py::object& data, const py::object& type) {

@@ -25,6 +25,9 @@ dtyp_cDataType ElementTypeNamed(const py::object& type);
 /// for other types and ValueError for values that the requested integer type does not hold exactly.
 py::array ElementsOf(const py::object& data, const py::object& type);
 
+/// The same, to be stored among elements of a type: ints of Python take that type if it holds them exactly.
+py::array ElementsAmong(const py::object& data, dtyp_cDataType among);
+
 /// The smallest element type that holds every value of both exactly; of 4-byte and 8-byte types that need
 /// more, the largest one.
 dtyp_cDataType CommonType(dtyp_cDataType a, dtyp_cDataType b);

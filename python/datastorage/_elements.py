@@ -45,18 +45,31 @@ def elements_of(data, dtype=None):
         raise TypeError(f"elements are numbers, not {values.dtype}")
     if values.dtype.kind == "c" and target.kind != "c":
         raise TypeError(f"{values.dtype} elements cannot become {target}: take .real, .imag or abs() of them")
-    if target.kind in "iu":
-        _check_exact(values, target)
+    if target.kind in "iu" and not np.can_cast(values.dtype, target):
+        fits = _fits(values, target)
+        if not fits.all():
+            raise ValueError(f"{values[~fits].flat[0]} cannot be stored as {target}")
     return np.ascontiguousarray(values, target) if values.ndim else values.astype(target)
 
 
-def _check_exact(values, target):
-    if values.size == 0 or np.can_cast(values.dtype, target):
-        return
+def elements_among(data, dtype):
+    """The same without a type; ints of Python, which have no width, take `dtype` if that holds them exactly.
+
+    >>> elements_among([1, 2], np.dtype("u2")).dtype, elements_among([1, -2], np.dtype("u2")).dtype
+    (dtype('uint16'), dtype('int32'))
+    """
+    if not hasattr(data, "dtype"):
+        values = np.asarray(data)
+        if values.dtype.kind in "iu":
+            stored = values.astype(dtype)
+            if _fits(values, dtype).all() if dtype.kind in "iu" else (stored.real.astype(values.dtype) == values).all():
+                return stored
+    return elements_of(data)
+
+
+def _fits(values, target):
+    """Whether an integer type holds values exactly."""
     limits = np.iinfo(target)
     with np.errstate(invalid="ignore"):
         fits = (values >= limits.min) & (values <= limits.max)
-        if values.dtype.kind == "f":
-            fits &= values == np.trunc(values)
-    if not fits.all():
-        raise ValueError(f"{values[~fits].flat[0]} cannot be stored as {target}")
+        return fits & (values == np.trunc(values)) if values.dtype.kind == "f" else fits

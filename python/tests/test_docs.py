@@ -1,0 +1,54 @@
+"""What the documentation and the stubs say is so."""
+
+import doctest
+import os
+import pathlib
+import subprocess
+import sys
+import types
+
+import pytest
+
+import datastorage
+import datastorage._display
+import datastorage._elements
+import datastorage.series
+
+
+def _docstrings(scope, name, seen):
+    """The docstrings of modules and classes; those of compiled functions, too, which doctest does not find."""
+    if isinstance(scope.__doc__, str):
+        yield name, scope.__doc__, scope
+    for key, value in vars(scope).items():
+        value = getattr(value, "__func__", value)
+        home = value.__name__ if isinstance(value, types.ModuleType) else getattr(value, "__module__", None)
+        if isinstance(value, (type, types.ModuleType)):
+            if str(home).startswith("datastorage") and value not in seen:
+                seen.add(value)
+                yield from _docstrings(value, f"{name}.{key}", seen)
+        elif isinstance(getattr(value, "__doc__", None), str) and not key.startswith("__"):
+            if isinstance(scope, type) or home == scope.__name__:
+                yield f"{name}.{key}", value.__doc__, scope
+
+
+def test_docstrings():
+    failed = tried = 0
+    for name, text, scope in list(_docstrings(datastorage, "datastorage", {datastorage})):
+        names = dict(vars(scope)) if isinstance(scope, types.ModuleType) else {}
+        test = doctest.DocTestParser().get_doctest(text, names, name, None, 0)
+        result = doctest.DocTestRunner().run(test)
+        failed, tried = failed + result.failed, tried + result.attempted
+    assert failed == 0 and tried > 60
+
+
+def test_page():
+    page = pathlib.Path(os.environ["DATASTORAGE_SOURCE"]) / "docs" / "python-tour.md"
+    result = doctest.testfile(str(page), module_relative=False)
+    assert result.failed == 0 and result.attempted > 20
+
+
+@pytest.mark.skipif("LD_PRELOAD" in os.environ, reason="looks at names only, and mypy is compiled otherwise")
+def test_stubs():
+    command = [sys.executable, "-m", "mypy.stubtest", "datastorage", "--ignore-missing-stub"]
+    result = subprocess.run(command, capture_output=True, text=True)
+    assert result.returncode == 0, result.stdout + result.stderr
