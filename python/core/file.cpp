@@ -239,13 +239,20 @@ py::tuple SeriesFile::Tags(int begin, int end) {
     dtsr_c2DPosition placed;
     dtsr_cDataTag& tag = positioned ? placed : plain;
     for (int k = 0; k < n; ++k) {
-      if (dseries::bKnownTagType(kind)) {
+      const bool read = dseries::bReads([&] {
+        if (!dseries::bKnownTagType(kind)) {
+          time[k] = series_->Tag(begin + k)->Time();
+          return true;
+        }
         series_->GetTag(begin + k, tag);
         time[k] = tag.Time();
         position[2 * k] = placed.X();
         position[2 * k + 1] = placed.Y();
-      } else {
-        time[k] = series_->Tag(begin + k)->Time();
+        return true;
+      });
+      if (!read) {
+        dseries::FailForDamage(path_,
+                               fmt::format("the tag of datum {} of {} cannot be read", begin + k, path_));
       }
     }
   }
@@ -270,8 +277,8 @@ int SeriesFile::Append(Array& datum, std::int64_t time,
                                 static_cast<long>(time));
   const dtsr_cDataTag& tag = position ? placed : plain;
   if (const unsigned int kind = series_->TagTypeID(); kind != 0 && kind != tag.TagTypeID()) {
-    throw py::value_error("the series has " + dseries::TagTypeName(kind) + ", this datum " +
-                          dseries::TagTypeName(tag.TagTypeID()));
+    throw py::value_error("the tags of this series hold " + dseries::TagTypeName(kind) +
+                          ", that of this datum " + dseries::TagTypeName(tag.TagTypeID()));
   }
   return Visit([&]<class Data>(OpenSeries<Data>& series) {
     const auto* const array = std::get_if<Writable<Data>>(&value);

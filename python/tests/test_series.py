@@ -1,0 +1,304 @@
+import datetime
+import errno
+import gc
+import multiprocessing
+import os
+import pickle
+import subprocess
+import sys
+import threading
+
+import numpy as np
+import pytest
+
+import datastorage as ds
+
+ROW = [ds.Dim("x", "um", 1000, 0.0, 0.5)]
+STORED = ["u1", "u2", "u4", "i2", "i4", "f4", "f8"]
+
+
+def make(path, data, dims=ROW, **tags):
+    with ds.create(path, dims, ndim=np.ndim(data[0])) as s:
+        for i, datum in enumerate(data):
+            s.append(datum if isinstance(datum, ds.Array) else ds.Array(datum), time=i, **tags)
+    return ds.open(path)
+
+
+@pytest.mark.parametrize("dtype", STORED)
+@pytest.mark.parametrize("shape", [(1,), (7,), (5000,), (200_000,), (3, 4), (300, 400)], ids=str)
+def test_what_is_stored_comes_back(dtype, shape):
+    data = np.random.default_rng(0).integers(0, 100, (9, *shape)).astype(dtype)
+    s = make("s.dseries", data)
+    assert all((s[i].numpy() == data[i]).all() and s[i].dtype == dtype for i in range(9))
+    for key in (slice(None), slice(2, 7), slice(None, None, -2), [3, 3, 8, 0], np.arange(9) % 3 == 0, [], -1):
+        expected = data[np.atleast_1d(np.asarray(key, int)) if isinstance(key, (int, list)) else key]
+        for values in (s.values(key), s.values(key, same_axes=True)):
+            assert values.dtype == dtype and values.shape == expected.shape and (values == expected).all()
+            assert values.flags.owndata and values.flags.writeable
+    if len(shape) == 2:
+        assert s.ndim == 2 and s[2:4][1].shape == shape
+
+
+def test_blocks_hold_equal_data_only():
+    equal = [np.full(100, i, "u2") for i in range(50)]
+    for other, text in (
+        (np.zeros(101, "u2"), "datum 50 holds 101 elements of ubin16, datum 0 100"),
+        (np.zeros(100, "i2"), "sbin16"),  # of the same size in bytes
+        (np.zeros(50, "u4"), "50 elements of ubin32"),
+    ):
+        s = make("unequal.dseries", [*equal, other, *equal])
+        with pytest.raises(ValueError, match=text):
+            s.values()
+        assert s.values(slice(0, 50)).sum() == 49 * 50 * 50 and s[50].dtype == other.dtype
+        os.remove("unequal.dseries")
+    s = make("moved.dseries", [*equal, ds.Array(equal[0], offset=1.0)])
+    assert s.values().shape == (51, 100)
+    with pytest.raises(ValueError, match="datum 50 has other axes"):
+        s.values(same_axes=True)
+    empty = make("empty.dseries", [np.zeros(0, "f4")] * 3)
+    assert empty.values().shape == (3, 0) and ds.create("none.dseries", ROW).values().shape == (0, 0)
+
+
+def test_data_are_chosen_like_elements_of_numpy():
+    dims = [ds.Dim("x", "um", 4, 10.0, 2.0), ds.Dim("", "", 3, 0.0, 1.0, 1, True)]
+    with ds.create("grid.dseries", dims) as s:
+        for k in range(10):
+            s.append([k], time=k)
+        assert s.shape == (4, 3) and list(s.coords) == ["x", "dim_1"] and s.coords["dim_1"].tolist() == [-1, 0, 1]
+        assert s.dims == tuple(dims) and len(s) == 10
+        grid = np.arange(12).reshape(3, 4)[::-1].T  # the last dimension is acquired from its highest index down
+        for x in range(4):
+            for y in range(3):
+                for i in ((x, y), (x - 4, y - 3)):
+                    if grid[x, y] < 10:
+                        assert s[i].numpy()[0] == grid[x, y]
+                        assert s.at(x=10 + 2 * x, dim_1=y - 1).numpy()[0] == grid[x, y]
+                    else:
+                        with pytest.raises(IndexError, match="no datum yet: 10 of 12"):
+                            s[i]
+        assert s[:, 1].values()[:, 0].tolist() == sorted(grid[:, 1]) and s[1, :].indices.tolist() == [1, 5, 9]
+        assert s[3:0:-1, 0].indices.tolist() == [9] and len(s[:, 0:1]) == 2
+        assert [d.numpy()[0] for d in s[-3:][::-1]] == [9, 8, 7] and s[2:9][[0, -1]].tags["time"].astype(int).tolist() == [2, 8]
+        assert s.nearest(x=13.1, dim_1=0.2) == 6 and s.nearest(time=6.4) == 6 and s.find(time=7) == 7
+        for key, error in ((10, IndexError), (-11, IndexError), ((0,), IndexError), ((4, 0), IndexError), ("x", TypeError),
+                           ([10], IndexError), ([0.5], TypeError), (None, TypeError)):  # fmt: skip
+            with pytest.raises(error):
+                s[key]
+        for call in (lambda: s.at(x=1), lambda: s.at(x=10, y=0), lambda: s.find(time=77), lambda: s.find(position=(0, 0)), lambda: s.nearest(x=1)):
+            with pytest.raises(KeyError):
+                call()
+        with pytest.raises(IndexError, match="outside dimension x"):
+            s.at(x=18.1, dim_1=0)
+
+
+def test_tags_are_times_and_places():
+    times = [0, 5.9, "2024-02-29T12:00:00", np.datetime64("2024-02-29"), datetime.datetime(2024, 2, 29, tzinfo=datetime.timezone.utc), 2**31 - 1]
+    seconds = [0, 5, 1709208000, 1709164800, 1709164800, 2**31 - 1]
+    with ds.create("tags.dseries", ROW) as s:
+        for i, time in enumerate(times):
+            s.append([i], time=time, position=(i, -i))
+            assert s.tags["time"].astype(int).tolist() == seconds[: i + 1]
+        assert s.tags["y"].tolist() == [0, -1, -2, -3, -4, -5]
+        assert s.find(time="2024-02-29") == 3 and s.find(time="2024-02-29", position=(4, -4)) == 4
+        assert s.nearest(x=3.4, y=-3.4) == 3 and s.nearest(time=2**31 - 9) == 5
+        with pytest.raises(ValueError, match="tags"):
+            s.append([1])  # without a place
+        for time in (2**31, -(2**31) - 1, "NaT"):
+            with pytest.raises(ValueError, match="no room"):
+                s.append([1], time=time, position=(0, 0))
+        assert len(s) == 6
+
+
+def test_what_cannot_be_appended_changes_nothing():
+    s = ds.create("s.dseries", [ds.Dim("x", "um", 2)])
+    reader = ds.open("s.dseries")
+    for datum, error in (([1j], TypeError), (np.zeros(1, "i1"), TypeError), (np.zeros((1, 1), "f4"), ValueError), ("text", TypeError)):
+        with pytest.raises(error):
+            s.append(datum)
+    with pytest.raises(OSError) as caught:
+        reader.append([1])
+    assert caught.value.errno == errno.EBADF and caught.value.filename == reader.path
+    a = ds.Array([1.0, 2.0])
+    with a.edit(), pytest.raises(BufferError):
+        s.append(a)
+    assert s.append(a) == 0 and s.append(a) == 1
+    with pytest.raises(IndexError, match="full"):
+        s.append(a)
+    assert len(reader) == 0 and reader.refresh() == 2 and ds.check("s.dseries").whole == 2
+    with pytest.raises(FileExistsError):
+        ds.create("s.dseries", ROW)
+    with pytest.raises(BlockingIOError, match="locked by process"):
+        ds.open("s.dseries", "a")
+    with pytest.raises(BlockingIOError):
+        ds.create("s.dseries", ROW, overwrite=True)
+    s.close()
+    assert len(ds.open("s.dseries", "a")) == 2
+
+
+def test_a_full_disk_is_an_error_of_the_system():
+    limited = """if True:
+        import resource, datastorage as ds
+        s = ds.create("s.dseries", [ds.Dim("x", "um", 100)])
+        resource.setrlimit(resource.RLIMIT_FSIZE, (20000, 20000))
+        try:
+            for i in range(100): s.append([0.0] * 1000, time=i)
+        except OSError as error:
+            print(error.errno, error.filename == s.path, len(s), len(s.values()))
+    """
+    out = subprocess.run([sys.executable, "-c", limited], capture_output=True, text=True)
+    assert out.stdout == f"{errno.EFBIG} True 2 2\n", out.stderr
+    assert ds.check("s.dseries").whole == 2
+
+
+def test_files_that_cannot_be_opened():
+    os.mkdir("folder")
+    os.mkfifo("pipe")
+    open("text", "w").write("no series")
+    for path, error in (("none", FileNotFoundError), ("folder", IsADirectoryError), ("pipe", ds.Error), ("text", ds.Error), ("a\0b", ValueError)):
+        for attempt in (ds.open, lambda p: ds.open(p, "a"), ds.check):
+            with pytest.raises(error):
+                attempt(path)
+    for path in ("none/s.dseries", "text/s.dseries"):
+        with pytest.raises(OSError):
+            ds.create(path, ROW)
+    name = os.fsdecode(b"caf\xe9.dseries")  # no UTF-8
+    make(name, [[1]]).close()
+    assert ds.open(os.fsencode(name)).path.endswith(name) and ds.open(__import__("pathlib").Path(name))[0].numpy() == 1
+    with pytest.raises(FileExistsError):
+        ds.create(name, ROW)
+
+
+def test_a_file_that_is_cut_or_damaged_while_it_is_open():
+    data = np.arange(60_000, dtype="f8").reshape(20, 3000)
+    s = make("s.dseries", data)
+    size = os.path.getsize("s.dseries")
+    os.truncate("s.dseries", size // 2)
+    whole = 0
+    for i in range(20):
+        try:
+            assert (s[i].numpy() == data[i]).all()
+            whole += 1
+        except ds.Error as error:
+            assert f"datum {i} of" in str(error)
+    assert 8 <= whole <= 10 and (s.values(slice(0, 8)) == data[:8]).all()
+    for attempt in (s.values, lambda: s.values([3, 19]), lambda: s.tags):
+        with pytest.raises(ds.Error, match="cannot be read|read tag"):
+            attempt()
+    assert ds.check("s.dseries").faults
+    with open("s.dseries", "r+b") as file:  # the extent of datum 2 becomes negative
+        place = file.read().index(data[2].tobytes())
+        file.seek(place - 4)
+        file.write(b"\xff\xff\xff\xff")
+    for attempt in (lambda: s[2], lambda: s.values(slice(0, 4)), lambda: s.values([2])):
+        with pytest.raises(ds.Error, match="datum 2"):
+            attempt()
+
+
+def test_a_file_that_is_replaced_or_removed_while_it_is_open():
+    s = make("s.dseries", np.zeros((3, 10)))
+    make("new.dseries", np.ones((5, 10)))
+    os.replace("new.dseries", "s.dseries")
+    assert (s.values() == 0).all() and len(s) == 3 and s.tags.shape == (3,)
+    assert s.refresh() == 5 and (s.values() == 1).all() and s.tags.shape == (5,)
+    os.remove("s.dseries")
+    assert (s.values() == 1).all()
+    with pytest.raises(FileNotFoundError):
+        s.refresh()
+    assert s[4].numpy().sum() == 10
+    with pytest.raises(FileNotFoundError):
+        pickle.loads(pickle.dumps(s))
+
+
+def test_closed_series_and_pickled_ones():
+    s = make("s.dseries", np.arange(50.0).reshape(5, 10))
+    part = s[1:4]
+    again, parts = pickle.loads(pickle.dumps((s, part)))
+    assert len(pickle.dumps(part)) < 1000 and (again.values() == s.values()).all() and (parts.values() == part.values()).all()
+    s.close()
+    s.close()
+    assert s.closed and "closed" in repr(s)
+    for use in (lambda: len(s), lambda: s[0], lambda: s.values(), lambda: part[0], lambda: s.tags, lambda: s.refresh(), lambda: s.append([1])):
+        with pytest.raises(ValueError, match="closed"):
+            use()
+    assert len(pickle.loads(pickle.dumps(s))) == 5
+
+
+def _in_child(function):
+    """What a function returns in a forked process."""
+    receiver, sender = multiprocessing.Pipe(False)
+    pid = os.fork()
+    if pid == 0:
+        try:
+            sender.send(function())
+        except BaseException as error:
+            sender.send(f"{type(error).__name__}: {error}")
+        os._exit(0)
+    assert receiver.poll(60)
+    result = receiver.recv()
+    os.waitpid(pid, 0)
+    return result
+
+
+def test_forked_processes():
+    with ds.create("s.dseries", ROW) as writer:
+        writer.append([1.0, 2.0])
+        reader, stop = ds.open("s.dseries"), threading.Event()
+
+        def read():
+            while not stop.is_set():
+                reader[0], reader.values()
+
+        threads = [threading.Thread(target=read) for _ in range(3)]
+        for thread in threads:
+            thread.start()
+        for _ in range(20):  # also while threads of the parent are inside
+            assert _in_child(lambda: reader.values().tolist()) == [[1, 2]]
+        stop.set()
+        for thread in threads:
+            thread.join()
+        assert _in_child(lambda: writer.append([3.0])).startswith("Error: ")
+        assert _in_child(lambda: writer.close() or writer.closed) is True
+        assert writer.append([3.0]) == 1  # the parent goes on
+    assert len(ds.open("s.dseries", "a")) == 2
+
+
+def test_labels_lie_beside_the_file():
+    s = make("s.dseries", [[1]])
+    assert s.labels == {} and not os.path.exists("s.dseries.json")
+    labels = {"title": "T", "axes": {"x": {"name": "Energy", "units": "eV"}}, "value": {"name": "counts"}, "attributes": {"n": [1, {"a": None}]}, "x": "ä"}
+    s.labels = labels
+    assert s.labels == labels
+    for wrong in ({"title": 1}, [1]):
+        with pytest.raises(ds.Error):
+            s.labels = wrong
+    assert s.labels == labels
+    open("s.dseries.json", "w").write("{")
+    with pytest.raises(ds.Error, match="not valid JSON"):
+        s.labels
+    s.labels = {}
+    assert not os.path.exists("s.dseries.json")
+    assert "newest" in s._repr_html_()
+
+
+def test_nothing_is_left_behind():
+    make("s.dseries", np.zeros((5, 100)), position=(1, 2)).close()
+
+    def use():
+        s = ds.open("s.dseries")
+        s[0], s[1:3].values(), s.tags, list(s), repr(s), s.find(time=2)
+        for fail in (lambda: s[9], lambda: s.append([1]), lambda: s.find(time=99), lambda: ds.open("none"), lambda: ds.open(s.path, "x"), lambda: s.values([7])):
+            with pytest.raises((LookupError, OSError, ValueError)):
+                fail()
+
+    def held():
+        gc.collect()
+        return sys.getallocatedblocks(), len(gc.get_objects()), len(os.listdir("/proc/self/fd"))
+
+    for _ in range(20):
+        use()
+    before = held()
+    for _ in range(200):
+        use()
+    after = held()
+    assert after[2] == before[2] and after[1] <= before[1] + 20
+    assert after[0] <= before[0] + 190  # less than one by each use
