@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstring>
 #include <iterator>
 #include <limits>
@@ -68,7 +69,7 @@ class OpenFile {
       if (moved <= 0) break;
       done += moved;
     }
-    if (done > 0) reached_ = std::max(reached_, position + done);
+    if (done > 0) Reach(position + done);
     return done;
   }
 
@@ -86,7 +87,7 @@ class OpenFile {
       head = head.subspan(of_head);
       bytes = bytes.subspan(static_cast<std::size_t>(moved) - of_head);
     }
-    reached_ = std::max(reached_, position);
+    Reach(position);
     return true;
   }
 
@@ -95,11 +96,11 @@ class OpenFile {
   /// Whether the file is at least this long. Calls the system only beyond the length known so far; a file
   /// truncated since then shows when it is read.
   bool bReaches(std::int64_t position) {
-    if (position > reached_ && bReadable()) reached_ = Size();
-    return position <= reached_;
+    if (position > Reached() && bReadable()) reached_ = Size();
+    return position <= Reached();
   }
   /// How long it is known to be; -1 where there is no file.
-  std::int64_t Reached() const { return reached_; }
+  std::int64_t Reached() const { return reached_.load(std::memory_order_relaxed); }
 
   /// The number of writes so far, as far as windows must be read again after them.
   std::uint64_t Writes() const { return writes_; }
@@ -119,9 +120,13 @@ class OpenFile {
   KeptPieces& Kept() { return kept_; }
 
  private:
+  void Reach(std::int64_t position) {
+    if (position > Reached()) reached_.store(position, std::memory_order_relaxed);
+  }
+
   std::intptr_t file_ = NoFile;
   bstr_eAccess access_;
-  std::int64_t reached_;
+  std::atomic<std::int64_t> reached_;  // because threads may use ReadNow at the same time
   std::uint64_t writes_ = 0;
   KeptPieces kept_;
 };

@@ -43,8 +43,7 @@ class BlockReader {
       : file_(file), data_(std::move(data)), same_axes_(same_axes) {
     if (data_.empty()) return;
     const DatumPlace& first = data_.front();
-    bstr_cBinary_istream& in = file_.Input();
-    if (in.Seek(first.begin) && in.Read(form_bytes_.data(), head_bytes) && bParsed(form_bytes_, form_) &&
+    if (bRead(form_bytes_.data(), head_bytes, first.begin) && bParsed(form_bytes_, form_) &&
         first.end - first.begin == form_.Size()) {
       return;
     }
@@ -102,11 +101,10 @@ class BlockReader {
   }
 
   void ReadTogether(std::span<const DatumPlace> data, unsigned char* target) {
-    bstr_cBinary_istream& in = file_.Input();
     const std::int64_t begin = data.front().begin, bytes = data.back().end - begin;
     const bool buffered = bytes <= at_once;
     if (buffered && !buffer_) buffer_ = std::make_unique_for_overwrite<unsigned char[]>(at_once);
-    const bool read = buffered && in.Seek(begin) && in.Read(buffer_.get(), bytes);
+    const bool read = buffered && bRead(buffer_.get(), bytes, begin);
     for (const DatumPlace& datum : data) {
       if (!(read ? bTake(datum, buffer_.get() + (datum.begin - begin), target) : bReadHere(datum, target))) {
         const Array whole = Datum(datum);  // of another size or form, or damaged
@@ -138,10 +136,9 @@ class BlockReader {
   }
   /// The same for one that is in the file.
   bool bReadHere(const DatumPlace& datum, unsigned char* target) {
-    bstr_cBinary_istream& in = file_.Input();
     HeadBytes head;
-    if (!in.Seek(datum.begin) || !in.Read(head.data(), head_bytes) || !bFits(datum, head.data()) ||
-        !in.Read(target, RowBytes())) {
+    if (!bRead(head.data(), head_bytes, datum.begin) || !bFits(datum, head.data()) ||
+        !bRead(target, RowBytes(), datum.begin + head_bytes)) {
       return false;
     }
     InHostOrder(target);
@@ -155,14 +152,17 @@ class BlockReader {
     });
   }
 
-  Array Datum(const DatumPlace& place) {
+  bool bRead(unsigned char* bytes, std::int64_t n, std::int64_t position) const {
+    return file_.ReadNow(bytes, n, position) == n;
+  }
+
+  Array Datum(const DatumPlace& place) const {
+    const std::int64_t bytes = std::max<std::int64_t>(place.end - place.begin, 0);
+    const auto whole = std::make_unique_for_overwrite<unsigned char[]>(static_cast<std::size_t>(bytes));
+    bstr_cMemory_istream in(whole.get(), bytes);
     Array datum;
-    bstr_cBinary_istream& in = file_.Input();
-    bool read = false;
-    try {
-      read = in.Seek(place.begin) && datum.Read(in) && in.Position() == place.end;
-    } catch (const arr_cSizeException&) {
-    }
+    const bool read = bRead(whole.get(), bytes, place.begin) &&
+                      dseries::bReads([&]() -> bool { return datum.Read(in); }) && in.Position() == bytes;
     const char* const path = file_.Path().CString();
     if (!read) {
       dseries::FailForDamage(path, fmt::format("datum {} of {} cannot be read", place.index, path));

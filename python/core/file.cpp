@@ -209,10 +209,7 @@ py::array SeriesFile::Values(const Indices& indices, bool same_axes) {
         std::clamp<std::int64_t>(most_bytes / std::max<std::int64_t>(reader->RowBytes(), 1), 1, 1 << 16));
     for (int begin = 0; begin < reader->Rows(); begin += at_once) {
       const int end = std::min(begin + at_once, reader->Rows());
-      if (mode_ == Mode::Append) {
-        const Turn turn(*this);  // appending changes what copies of the stream share
-        reader->Read(begin, end, rows);
-      } else {
+      {
         const py::gil_scoped_release released;
         reader->Read(begin, end, rows);
       }
@@ -297,12 +294,22 @@ int SeriesFile::Append(Array& datum, std::int64_t time,
   });
 }
 
-void SeriesFile::Refresh() {
-  if (mode_ == Mode::Append) return;  // no other process appends
-  const bool plane = dseries::KnownDataType(path_) == darr_c2DArray::DataTypeID();
-  if (plane != plane_) throw dseries::Failure(path_ + " holds data of another kind now: open it again");
+bool SeriesFile::Refresh() {
+  dtsr_eRefreshed found = dtsr_NothingNew;
+  {
+    const Turn turn(*this);
+    found = series_->Refresh();
+  }
+  if (found == dtsr_Removed) throw SystemFailure(ENOENT, std::strerror(ENOENT), path_);
+  if (found == dtsr_Cut) dseries::FailForDamage(path_, path_ + " was cut off");
+  if (found != dtsr_Replaced) return found != dtsr_Reset;
+  if (dseries::KnownDataType(path_) != (plane_ ? darr_c2DArray::DataTypeID() : darr_c1DArray::DataTypeID())) {
+    throw dseries::Failure(path_ + " was replaced by a file with data of another kind: open it again");
+  }
+  auto replacement = Opened();
   const Turn turn(*this);
-  series_ = Opened();
+  series_ = std::move(replacement);
+  return false;
 }
 
 void DefineFile(py::module_& module) {

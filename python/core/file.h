@@ -96,8 +96,10 @@ class SeriesFile {
   py::tuple Tags(int begin, int end);
   /// Returns the index of the new datum.
   int Append(Array& datum, std::int64_t time, const std::optional<std::pair<double, double>>& position);
-  /// Finds what was appended meanwhile.
-  void Refresh();
+  /// Finds what another process has done meanwhile. Returns whether the data known before are still the same;
+  /// if not, everything is to be read again, the dimensions too. Throws SystemFailure when the file was
+  /// removed and dseries::Failure when it was cut off; what is left of it can still be read.
+  bool Refresh();
 
  private:
   class Turn;

@@ -214,13 +214,18 @@ class Series(_Data):
         return open, (self.path,)
 
     def refresh(self):
-        """Finds the data that another process appended since the file was opened; returns how many there are now."""
+        """Finds the data that another process appended meanwhile; returns how many there are now.
+
+        Opens the file again when another one has taken its place. A file that was removed is FileNotFoundError; what
+        was open can still be read.
+        """
         try:
-            self._file.refresh()
+            same = self._file.refresh()
         except Error:
             _raise_os_error(self.path)
             raise
-        self._tags = None
+        if not same:
+            self._start(self.path, self.mode, self._file)
         return len(self)
 
     def __repr__(self):

@@ -203,7 +203,8 @@ class DATASTORAGE_EXPORT bstr_cBinary_fstream {
   /// `end`, without gaps; otherwise false.
   type_cBoolean bOutputSum(std::int64_t begin, std::int64_t end, std::uint32_t& sum) const noexcept;
   /// Reads `n` bytes from `position` on as they are in the file now, whatever was read ahead, and moves
-  /// nothing. Returns how many it has read: fewer at the end of the file or on an error.
+  /// nothing. Returns how many it has read: fewer at the end of the file or on an error. Threads may do this
+  /// at the same time, each with a copy of its own, also while another copy is used otherwise.
   std::int64_t ReadNow(void* bytes, std::int64_t n, std::int64_t position) const;
   /// Discards what was read ahead, here and in copies, and what was kept from `position` on, because another
   /// process has written there.
