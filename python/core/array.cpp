@@ -283,7 +283,7 @@ array([-2.,  0.,  2.])
       [](const py::object& self, const py::kwargs& options) {
         return Display("plot_array")(self, **options);
       },
-      R"(plot($self, *, ax=None, labels=None, **options)
+      R"(plot(self, *, ax=None, labels=None, **options)
 --
 
 Draws the array with matplotlib and returns the axes. Curves take the options of matplotlib's plot(), planes those of
@@ -293,10 +293,10 @@ pcolormesh(); `labels` are those of a series.)");
       [](const py::object& self, const py::kwargs& options) {
         return py::module_::import("datastorage.xarray_backend").attr("array_to_xarray")(self, **options);
       },
-      "to_xarray($self, **options)\n--\n\nThe array as an xarray.DataArray with its positions as "
+      "to_xarray(self, **options)\n--\n\nThe array as an xarray.DataArray with its positions as "
       "coordinates.");
 
-  array.def("numpy", &Numpy, py::arg("copy") = false, R"(numpy($self, copy=False)
+  array.def("numpy", &Numpy, py::arg("copy") = false, R"(numpy(self, copy=False)
 --
 
 The elements as a NumPy array: a read-only view without copying, or an array of its own.
@@ -322,9 +322,9 @@ edit(); code that insists on writing gets an array of its own by copy=True.
   array.def(
       "__getitem__", [](Array& a, const py::object& key) { return py::object(ViewOf(a.Free())[key]); },
       py::arg("key"),
-      "__getitem__($self, key, /)\n--\n\nWhat NumPy selects by index, as a number or a read-only view.");
+      "__getitem__(self, key, /)\n--\n\nWhat NumPy selects by index, as a number or a read-only view.");
   array.def("at", &ValueAt, py::arg("position"), py::kw_only(), py::arg("interpolation") = "none",
-            R"(at($self, position, *, interpolation='none')
+            R"(at(self, position, *, interpolation='none')
 --
 
 The value at a position: the element whose cell contains it or, with interpolation="linear", a value on the straight
@@ -336,7 +336,7 @@ line to the next element, as float. Raises IndexError outside the array.
 (4, 6.5)
 )");
   array.def("select", &Select, py::arg("start"), py::arg("end"), py::kw_only(), py::arg("cells") = "outer",
-            R"(select($self, start, end, *, cells='outer')
+            R"(select(self, start, end, *, cells='outer')
 --
 
 The elements between two positions, which they keep; zeros where the interval leaves the array. The cells at the ends
@@ -349,7 +349,7 @@ whose centre is inside, "innerstart" inner at the start and outer at the end.
 <datastorage.Array int32 (2,) from 20.5 to 21.5 by 0.5>
 )");
   array.def("convert", &Converted, py::arg("dtype"), py::kw_only(), py::arg("complex") = "real",
-            R"(convert($self, dtype, *, complex='real')
+            R"(convert(self, dtype, *, complex='real')
 --
 
 A copy with elements of another type. Integers take the nearest value, ties to even, within their limits;
@@ -360,7 +360,7 @@ not-a-number becomes 0. Complex elements become real by their "real" or "imagina
 array([  5, 255], dtype=uint8)
 )");
   array.def("rescale", &Rescaled, py::arg("delta"), py::arg("origin") = py::none(),
-            R"(rescale($self, delta, origin=None)
+            R"(rescale(self, delta, origin=None)
 --
 
 A copy with another distance between its elements, on a grid through `origin` (one dimension only) or the first
@@ -370,7 +370,7 @@ element. Each new element is one of the old ones: nothing is averaged.
 >>> ds.Array([1, 4, 9], delta=0.5).rescale(0.25).numpy()
 array([1, 1, 4, 4, 9, 9], dtype=int32)
 )");
-  array.def("moved", &Moved, py::arg("distance"), R"(moved($self, distance)
+  array.def("moved", &Moved, py::arg("distance"), R"(moved(self, distance)
 --
 
 A copy whose positions are shifted; the elements are shared.
@@ -380,7 +380,7 @@ A copy whose positions are shifted; the elements are shared.
 (2.5, 5.5)
 )");
   array.def("copy", &Copied,
-            "copy($self)\n--\n\nA copy, which shares the elements until one of the two changes.");
+            "copy(self)\n--\n\nA copy, which shares the elements until one of the two changes.");
   array.def("__copy__", &Copied);
   array.def(
       "__deepcopy__", [](Array& a, const py::dict&) { return Copied(a); }, py::arg("memo"));

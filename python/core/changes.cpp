@@ -107,7 +107,7 @@ void Merge(Array& array, Array& source) {
 }  // namespace
 
 void DefineChanges(py::module_& module, py::class_<Array>& array) {
-  array.def("set", &SetAt, py::arg("value"), py::arg("position"), R"(set($self, value, position)
+  array.def("set", &SetAt, py::arg("value"), py::arg("position"), R"(set(self, value, position)
 --
 
 Sets the element whose cell contains a position. The array grows by zeros to reach it, and takes a type that holds
@@ -120,11 +120,11 @@ both its elements and the value. An axis whose delta is not positive does not gr
 array([1. , 4. , 9. , 0. , 5.5])
 )");
   array.def("__setitem__", &SetItem, py::arg("key"), py::arg("value"),
-            R"(__setitem__($self, key, value, /)
+            R"(__setitem__(self, key, value, /)
 --
 
 Sets the elements that NumPy selects by index. The array takes a type that holds its elements and the values.)");
-  array.def("merge", &Merge, py::arg("other"), R"(merge($self, other)
+  array.def("merge", &Merge, py::arg("other"), R"(merge(self, other)
 --
 
 Puts another array into this one by position: its elements replace the nearest ones, and this array grows to cover it.
@@ -136,7 +136,7 @@ Puts another array into this one by position: its elements replace the nearest o
 array([1, 4, 7, 8], dtype=int32)
 )");
   array.def(
-      "edit", [](const py::object& self) { return std::make_unique<Edit>(self); }, R"(edit($self)
+      "edit", [](const py::object& self) { return std::make_unique<Edit>(self); }, R"(edit(self)
 --
 
 The elements in place: `with a.edit() as view:` gives a writable NumPy array for the block.

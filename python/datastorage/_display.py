@@ -73,7 +73,7 @@ def plot_array(array, *, ax=None, labels=None, **options):
 
     Curves take the options of matplotlib's plot(), planes those of pcolormesh(). `labels` are those of a series.
     """
-    from matplotlib import pyplot
+    from matplotlib import pyplot  # type: ignore[import]
 
     ax = pyplot.subplots()[1] if ax is None else ax
     values, axes = _real(array), (labels or {}).get("axes", {})

@@ -1,12 +1,16 @@
 """Series of arrays in files."""
 
+from __future__ import annotations
+
 import errno
 import math
 import operator
 import os
 import stat
 import time as _time
-from typing import NamedTuple
+import typing
+from collections.abc import Iterable, Iterator
+from typing import Any, Union, overload
 
 import numpy as np
 
@@ -14,8 +18,11 @@ from . import _core
 from ._core import Array, Error, SeriesFile
 
 
-class Dim(NamedTuple):
-    """A dimension of a series: index i lies at offset + (i - index) * delta.
+Path = Union[str, bytes, "os.PathLike[str]", "os.PathLike[bytes]"]
+
+
+class Dim(typing.NamedTuple):
+    """A dimension of a series: index i lies at offset + (i - reference) * delta.
 
     Data are acquired from the highest index down where `reverse` is set.
 
@@ -29,16 +36,16 @@ class Dim(NamedTuple):
     size: int
     offset: float = 0.0
     delta: float = 1.0
-    index: int = 0
+    reference: int = 0
     reverse: bool = False
 
     @property
-    def positions(self):
+    def positions(self) -> np.ndarray:
         """The positions of all indices."""
-        return self.offset + (np.arange(self.size) - self.index) * self.delta
+        return self.offset + (np.arange(self.size) - self.reference) * self.delta
 
 
-def open(path, mode="r"):
+def open(path: Path, mode: str = "r") -> Series:
     """Opens a series file: for reading, or with mode "a" for appending too.
 
     Readers need no lock and never disturb a writer. A second writer gets BlockingIOError.
@@ -54,20 +61,20 @@ def open(path, mode="r"):
     return Series(path, mode)
 
 
-def create(path, dims, *, ndim=1, overwrite=False):
+def create(path: Path, dims: Iterable[Dim | tuple], *, ndim: int = 1, overwrite: bool = False) -> Series:
     """Creates a series file for data of `ndim` dimensions and opens it for appending.
 
     `dims` are the dimensions, of which the first varies fastest. An existing file is FileExistsError unless
     `overwrite` is set, which empties it.
     """
-    dims = [Dim(*dim) for dim in dims]
-    for dim in dims:
+    made = [Dim(*dim) for dim in dims]
+    for dim in made:
         if dim.size < 1 or not math.isfinite(dim.offset) or not math.isfinite(dim.delta) or dim.delta == 0:
             raise ValueError(f"{dim} needs a size of 1 or more, a finite offset and a finite delta other than 0")
     where = _absolute(path)
     if not overwrite and os.path.lexists(where):
         raise FileExistsError(errno.EEXIST, os.strerror(errno.EEXIST), where)
-    fields = [(dim.name.encode(), dim.units.encode(), *dim[2:]) for dim in dims]
+    fields = [(dim.name.encode(), dim.units.encode(), *dim[2:]) for dim in made]
     try:
         file = SeriesFile.create(os.fsencode(where), fields, ndim, overwrite)
     except Error:
@@ -78,18 +85,18 @@ def create(path, dims, *, ndim=1, overwrite=False):
     return series
 
 
-class Findings(NamedTuple):
+class Findings(typing.NamedTuple):
     """What check() found: sentences about faults and about what is unusual, and how many data are whole."""
 
     fault_count: int
-    faults: list
-    notes: list
+    faults: list[str]
+    notes: list[str]
     slots: int
     filled: int
     whole: int
 
 
-def check(path):
+def check(path: Path) -> Findings:
     """Checks all parts of a series file against each other and returns Findings. The file is only read.
 
     >>> import datastorage as ds
@@ -108,10 +115,13 @@ def check(path):
 class _Data:
     """What a series and a part of it have in common: a sequence of data."""
 
-    def __len__(self):
+    _series: Series
+    _indices: range | np.ndarray
+
+    def __len__(self) -> int:
         return len(self._indices)
 
-    def __iter__(self):
+    def __iter__(self) -> Iterator[Array]:
         return (self._series._datum(i) for i in self._indices)
 
     def _chosen(self, key):
@@ -131,7 +141,7 @@ class _Data:
             raise IndexError(f"there is no datum {i}: {self._count()}")
         return indices[i]
 
-    def values(self, key=slice(None), *, same_axes=False):
+    def values(self, key: Any = slice(None), *, same_axes: bool = False) -> np.ndarray:
         """The elements of data of equal shape and type as one NumPy array, the data along its first axis.
 
         Read without the interpreter's lock, straight into the array. Data that differ raise ValueError, with
@@ -173,7 +183,7 @@ class Series(_Data):
     >>> s.close()
     """
 
-    def __init__(self, path, mode="r"):
+    def __init__(self, path: Path, mode: str = "r") -> None:
         if mode not in ("r", "a"):
             raise ValueError(f"mode is 'r' or 'a', not {mode!r}")
         where = _absolute(path)
@@ -195,25 +205,25 @@ class Series(_Data):
 
     # The file
 
-    def close(self):
+    def close(self) -> None:
         """Closes the file; what uses it later raises ValueError."""
         self._file.close()
 
     @property
-    def closed(self):
+    def closed(self) -> bool:
         """Whether close() was called."""
         return self._file.closed
 
-    def __enter__(self):
+    def __enter__(self) -> Series:
         return self
 
-    def __exit__(self, *exception):
+    def __exit__(self, *exception: object) -> None:
         self.close()
 
     def __reduce__(self):
         return open, (self.path,)
 
-    def refresh(self):
+    def refresh(self) -> int:
         """Finds the data that another process appended meanwhile; returns how many there are now.
 
         Opens the file again when another one has taken its place. A file that was removed is FileNotFoundError; what
@@ -256,24 +266,28 @@ class Series(_Data):
     def _datum(self, i):
         return self._file.datum(i)
 
-    def __len__(self):
+    def __len__(self) -> int:
         return self._file.filled
 
     @property
-    def shape(self):
+    def shape(self) -> tuple[int, ...]:
         """The number of slots along each dimension, of which the first varies fastest."""
         return tuple(dim.size for dim in self.dims)
 
     @property
-    def ndim(self):
+    def ndim(self) -> int:
         """The number of dimensions of each datum: 1 or 2."""
         return self._file.ndim
 
     @property
-    def coords(self):
+    def coords(self) -> dict[str, np.ndarray]:
         """The positions along each dimension by its name; dimensions without a name of their own are dim_0 ..."""
         return {name: dim.positions for name, dim in zip(self._names, self.dims)}
 
+    @overload
+    def __getitem__(self, key: int | tuple[int, ...]) -> Array: ...  # type: ignore[misc]
+    @overload
+    def __getitem__(self, key: slice | tuple[slice | int, ...] | list | np.ndarray) -> Part: ...
     def __getitem__(self, key):
         """A datum by its index or by one index for each dimension; lazily several of them."""
         indices = self._by_dimension(key) if isinstance(key, tuple) else self._chosen(key)
@@ -301,7 +315,7 @@ class Series(_Data):
         linear = np.sort(linear, axis=None)
         return linear[linear < filled]
 
-    def at(self, **position):
+    def at(self, **position: float) -> Array:
         """The datum at a position along the dimensions, given by their names."""
         unknown = set(position) ^ set(self._names)
         if unknown:
@@ -314,7 +328,7 @@ class Series(_Data):
                 raise IndexError(f"{x} is outside dimension {name}, which reaches from {ends[0]} to {ends[-1]}")
         return self[tuple(indices)]
 
-    def append(self, datum, *, time=None, position=None):
+    def append(self, datum: Any, *, time: Any = None, position: tuple[float, float] | None = None) -> int:
         """Appends an array and returns its index. It is in the file when this returns.
 
         `time` is the present by default, or seconds since 1970, a datetime, a datetime64 or a text of ISO 8601; a
@@ -327,23 +341,24 @@ class Series(_Data):
     # Tags
 
     @property
-    def tags(self):
+    def tags(self) -> np.ndarray:
         """The times of all data and, where they have them, positions: a structured array with the fields time, x, y."""
-        filled, known = len(self), 0 if self._tags is None else len(self._tags)
-        if self._tags is None or known < filled:
+        tags, filled = self._tags, len(self)  # other threads may set _tags meanwhile
+        known = 0 if tags is None else len(tags)
+        if tags is None or known < filled:
             times, positions = self._file.tags(known, filled)
             fields = [("time", "M8[s]")] + ([] if positions is None else [("x", "f8"), ("y", "f8")])
-            tags = np.empty(filled, fields)
+            grown = np.empty(filled, fields)
             if known:
-                tags[:known] = self._tags
-            tags["time"][known:] = times.view("M8[s]")
+                grown[:known] = tags
+            grown["time"][known:] = times.view("M8[s]")
             if positions is not None:
-                tags["x"][known:], tags["y"][known:] = positions.T
-            tags.flags.writeable = False
-            self._tags = tags
-        return self._tags
+                grown["x"][known:], grown["y"][known:] = positions.T
+            grown.flags.writeable = False
+            self._tags = tags = grown
+        return tags
 
-    def find(self, *, time=None, position=None):
+    def find(self, *, time: Any = None, position: tuple[float, float] | None = None) -> int:
         """The index of the first datum with this time and this position; KeyError if there is none."""
         if time is None and position is None:
             raise TypeError("find() needs a time or a position")
@@ -359,7 +374,7 @@ class Series(_Data):
             raise KeyError(f"no datum has {'' if time is None else f'time {time} '}{position or ''}".rstrip())
         return int(found[0])
 
-    def nearest(self, *, time=None, **position):
+    def nearest(self, *, time: Any = None, **position: float) -> int:
         """The index of the datum nearest to a place and, among several there, to a time; KeyError without data.
 
         The place is x and y of the tags or, if those have none, a position along each dimension, in steps of it.
@@ -389,7 +404,7 @@ class Series(_Data):
     # Beside the file
 
     @property
-    def labels(self):
+    def labels(self) -> dict[str, Any]:
         """What the file has no place for: the names and units of axes and values, and any attributes.
 
         A dict with the members "title", "axes" ("x" and "y", each with "name" and "units"), "value" ("name",
@@ -406,18 +421,18 @@ class Series(_Data):
         return json.loads(_core.read_labels(os.fsencode(self.path)))
 
     @labels.setter
-    def labels(self, labels):
+    def labels(self, labels: dict[str, Any]) -> None:
         import json
 
         _core.write_labels(os.fsencode(self.path), json.dumps(labels))
 
-    def to_xarray(self, **options):
+    def to_xarray(self, **options: Any) -> Any:
         """The series as an xarray.Dataset with labelled axes, which reads lazily."""
-        from .xarray_backend import to_xarray
+        from .xarray_backend import to_xarray  # type: ignore[import]
 
         return to_xarray(self, **options)
 
-    def plot(self, key=-1, **options):
+    def plot(self, key: Any = -1, **options: Any) -> Any:
         """Draws a datum with matplotlib, with the labels of the series; see Array.plot."""
         return self[key].plot(labels=self.labels, **options)
 
@@ -425,20 +440,24 @@ class Series(_Data):
 class Part(_Data):
     """Some data of a series, in an order: what a slice of a series is. Nothing is read before it is asked for."""
 
-    def __init__(self, series, indices):
+    def __init__(self, series: Series, indices: range | np.ndarray) -> None:
         self._series = series
         self._indices = indices
 
     @property
-    def indices(self):
+    def indices(self) -> np.ndarray:
         """The indices of the data in the series."""
         return np.asarray(self._indices)
 
     @property
-    def tags(self):
+    def tags(self) -> np.ndarray:
         """The tags of the data; see Series.tags."""
         return self._series.tags[self.indices]
 
+    @overload
+    def __getitem__(self, key: int) -> Array: ...
+    @overload
+    def __getitem__(self, key: slice | list | np.ndarray) -> Part: ...
     def __getitem__(self, key):
         """A datum by its place in this part; lazily several of them."""
         indices = self._chosen(key)
