@@ -12,6 +12,10 @@ set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each package has a description of its own
 
+if(TARGET datastorage_python)
+  math(EXPR python_next "${Python_VERSION_MINOR} + 1")  # the core is for one version
+endif()
+
 # datastorage_debian(<component> <package> <section> <description> [<component it needs>])
 function(datastorage_debian component package section description)
   string(TOUPPER ${component} name)
@@ -23,8 +27,15 @@ endfunction()
 datastorage_debian(runtime libdatastorage libs "library that holds and stores measured data")
 datastorage_debian(dev libdatastorage-dev libdevel "headers of the library that holds and stores measured data" runtime)
 datastorage_debian(tool dseries science "store measured data in series files, and find them again" runtime)
+datastorage_debian(python python3-datastorage python "measured data in series files, for Python 3" runtime)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+  "python3 (>= ${Python_VERSION_MAJOR}.${Python_VERSION_MINOR}~), python3 (<< ${Python_VERSION_MAJOR}.${python_next}~), python3-numpy")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS "python3-xarray, python3-dask, python3-matplotlib")
 
 set(CPACK_COMPONENTS_ALL runtime dev)
+if(TARGET datastorage_python)
+  list(APPEND CPACK_COMPONENTS_ALL python)
+endif()
 if(TARGET dseries)
   list(APPEND CPACK_COMPONENTS_ALL tool)
 endif()

@@ -5,6 +5,7 @@
 #include "elements.h"
 #include "errors.h"
 #include "file.h"
+#include "positions.h"
 
 PYBIND11_MODULE(_core, module) {
   pybind11::options options;
@@ -16,4 +17,5 @@ PYBIND11_MODULE(_core, module) {
   core::DefineArray(module);
   core::DefineFile(module);
   core::DefineBeside(module);
+  core::DefinePositions(module);
 }

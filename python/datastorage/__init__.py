@@ -6,7 +6,22 @@
 2.5
 """
 
-from ._core import Array, Error, __version__
+from ._core import Array, Error, Position, Position2D, PositionList, Range, Range2D, __version__
 from .series import Dim, Findings, Part, Series, check, create, open
 
-__all__ = ["Array", "Dim", "Error", "Findings", "Part", "Series", "check", "create", "open"]
+__all__ = [
+    "Array",
+    "Dim",
+    "Error",
+    "Findings",
+    "Part",
+    "Position",
+    "Position2D",
+    "PositionList",
+    "Range",
+    "Range2D",
+    "Series",
+    "check",
+    "create",
+    "open",
+]
