@@ -65,7 +65,7 @@ auto NamingTheReason(const std::string& path, Use use) {
 class SeriesFile::Turn {
  public:
   explicit Turn(SeriesFile& file) : mutex_(file.UsableMutex()), lock_(mutex_) {
-    if (file.bClosed()) ThrowClosed(file.path_);  // by the thread whose turn was before
+    if (file.series_ == nullptr) ThrowClosed(file.path_);  // by the thread whose turn was before
   }
   [[noreturn]] static void ThrowClosed(const std::string& path) {
     throw py::value_error("the series " + path + " is closed");
@@ -114,13 +114,14 @@ std::unique_ptr<SeriesFile> SeriesFile::Create(std::string path, const std::vect
 }
 
 std::mutex& SeriesFile::UsableMutex() {
-  if (bClosed()) Turn::ThrowClosed(path_);
+  if (closed_) Turn::ThrowClosed(path_);
   if (process_ != forks) {
     // The threads of the parent are not here to release the mutex.
     [[maybe_unused]] const auto* const abandoned = mutex_.release();
     mutex_ = std::make_unique<std::mutex>();
     process_ = forks;
     if (mode_ == Mode::Append) {
+      closed_ = true;
       series_.reset();
       throw dseries::Failure(
           path_ + " is open for appending in the process that this one is a fork of: open it again");
@@ -131,14 +132,15 @@ std::mutex& SeriesFile::UsableMutex() {
 }
 
 void SeriesFile::Close() {
-  if (bClosed()) return;
+  if (closed_) return;
+  closed_ = true;
   if (process_ != forks) {  // only what this process inherited
     series_.reset();
     return;
   }
-  std::unique_ptr<dseries::Series> closing;
-  const Turn turn(*this);
-  closing = std::move(series_);
+  const py::gil_scoped_release released;
+  const std::lock_guard lock(*mutex_);
+  series_.reset();
 }
 
 int SeriesFile::Slots() {
@@ -152,8 +154,11 @@ int SeriesFile::Filled() {
 }
 
 std::vector<Dimension> SeriesFile::Dimensions() {
-  UsableMutex();
-  const dtsr_cDimensionArray& dimensions = series_->DimensionArray();
+  dtsr_cDimensionArray dimensions;
+  {
+    const Turn turn(*this);
+    dimensions = series_->DimensionArray();
+  }
   std::vector<Dimension> result;
   for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
     dtsr_cDimension& dimension = dimensions.Dimension(d);
@@ -165,7 +170,7 @@ std::vector<Dimension> SeriesFile::Dimensions() {
 }
 
 std::vector<int> SeriesFile::IndicesAt(const std::vector<double>& positions) {
-  UsableMutex();
+  const Turn turn(*this);
   arr_cC_Array<double> vector(static_cast<int>(positions.size()));
   std::copy(positions.begin(), positions.end(), vector.Data());
   return dseries::VectorOf(series_->DimensionArray().IndexPosition(vector));
@@ -262,7 +267,7 @@ int SeriesFile::Append(Array& datum, std::int64_t time,
   Array::Value& value = datum.Free();
   // The lock of the interpreter is held: others may own the elements too.
   const std::lock_guard lock(*mutex_);
-  if (bClosed()) Turn::ThrowClosed(path_);
+  if (series_ == nullptr) Turn::ThrowClosed(path_);
   if (mode_ != Mode::Append) throw SystemFailure(EBADF, "the series was opened for reading only", path_);
   if (time != static_cast<std::int32_t>(time))
     throw py::value_error("a series file has no room for this time");

@@ -75,7 +75,7 @@ class SeriesFile {
                                             int ndim, bool overwrite);
 
   const std::string& Path() const { return path_; }
-  bool bClosed() const { return series_ == nullptr; }
+  bool bClosed() const { return closed_; }
   void Close();
 
   int Slots();
@@ -125,7 +125,8 @@ class SeriesFile {
   std::string path_;
   Mode mode_;
   bool plane_ = false;  // whether the data have two dimensions
-  std::unique_ptr<dseries::Series> series_;
+  bool closed_ = false;
+  std::unique_ptr<dseries::Series> series_;  // for the holder of the mutex; null when closed
   std::unique_ptr<std::mutex> mutex_ = std::make_unique<std::mutex>();
   int process_;  // the count of forks when it was opened
 };
