@@ -286,8 +286,8 @@ array([-2.,  0.,  2.])
       R"(plot(self, *, ax=None, labels=None, **options)
 --
 
-Draws the array with matplotlib and returns the axes. Curves take the options of matplotlib's plot(), planes those of
-pcolormesh(); `labels` are those of a series.)");
+Draws the array with matplotlib and returns the axes. Curves take the options of matplotlib's plot(),
+planes those of pcolormesh(); `labels` are those of a series.)");
   array.def(
       "to_xarray",
       [](const py::object& self, const py::kwargs& options) {
@@ -301,8 +301,8 @@ pcolormesh(); `labels` are those of a series.)");
 
 The elements as a NumPy array: a read-only view without copying, or an array of its own.
 
-The view is a snapshot: what is written to this array later does not show in it. To change elements in place use
-edit(); code that insists on writing gets an array of its own by copy=True.
+The view is a snapshot: what is written to this array later does not show in it. To change elements in
+place use edit(); code that insists on writing gets an array of its own by copy=True.
 
 >>> import datastorage as ds
 >>> a = ds.Array([1, 4, 9])
@@ -327,8 +327,8 @@ edit(); code that insists on writing gets an array of its own by copy=True.
             R"(at(self, position, *, interpolation='none')
 --
 
-The value at a position: the element whose cell contains it or, with interpolation="linear", a value on the straight
-line to the next element, as float. Raises IndexError outside the array.
+The value at a position: the element whose cell contains it or, with interpolation="linear", a value on
+the straight line to the next element, as float. Raises IndexError outside the array.
 
 >>> import datastorage as ds
 >>> a = ds.Array([1, 4, 9], offset=20.0, delta=0.5)
@@ -339,9 +339,9 @@ line to the next element, as float. Raises IndexError outside the array.
             R"(select(self, start, end, *, cells='outer')
 --
 
-The elements between two positions, which they keep; zeros where the interval leaves the array. The cells at the ends
-belong to it by one of these rules: "outer" every cell that it touches, "inner" those wholly inside, "nearest" those
-whose centre is inside, "innerstart" inner at the start and outer at the end.
+The elements between two positions, which they keep; zeros where the interval leaves the array. The cells
+at the ends belong to it by one of these rules: "outer" every cell that it touches, "inner" those wholly
+inside, "nearest" those whose centre is inside, "innerstart" inner at the start and outer at the end.
 
 >>> import datastorage as ds
 >>> a = ds.Array([1, 4, 9, 16], offset=20.0, delta=0.5)
@@ -353,7 +353,8 @@ whose centre is inside, "innerstart" inner at the start and outer at the end.
 --
 
 A copy with elements of another type. Integers take the nearest value, ties to even, within their limits;
-not-a-number becomes 0. Complex elements become real by their "real" or "imaginary" part, "magnitude" or "phase".
+not-a-number becomes 0. Complex elements become real by their "real" or "imaginary" part, "magnitude" or
+"phase".
 
 >>> import datastorage as ds
 >>> ds.Array([3 + 4j, 300]).convert("ubin8", complex="magnitude").numpy()
@@ -363,8 +364,8 @@ array([  5, 255], dtype=uint8)
             R"(rescale(self, delta, origin=None)
 --
 
-A copy with another distance between its elements, on a grid through `origin` (one dimension only) or the first
-element. Each new element is one of the old ones: nothing is averaged.
+A copy with another distance between its elements, on a grid through `origin` (one dimension only) or the
+first element. Each new element is one of the old ones: nothing is averaged.
 
 >>> import datastorage as ds
 >>> ds.Array([1, 4, 9], delta=0.5).rescale(0.25).numpy()

@@ -110,8 +110,9 @@ void DefineChanges(py::module_& module, py::class_<Array>& array) {
   array.def("set", &SetAt, py::arg("value"), py::arg("position"), R"(set(self, value, position)
 --
 
-Sets the element whose cell contains a position. The array grows by zeros to reach it, and takes a type that holds
-both its elements and the value. An axis whose delta is not positive does not grow: IndexError.
+Sets the element whose cell contains a position. The array grows by zeros to reach it, and takes a type
+that holds both its elements and the value. An axis whose delta is not positive does not grow:
+IndexError.
 
 >>> import datastorage as ds
 >>> a = ds.Array([1, 4, 9], dtype="ubin16", offset=20.0, delta=0.5)
@@ -123,11 +124,13 @@ array([1. , 4. , 9. , 0. , 5.5])
             R"(__setitem__(self, key, value, /)
 --
 
-Sets the elements that NumPy selects by index. The array takes a type that holds its elements and the values.)");
+Sets the elements that NumPy selects by index. The array takes a type that holds its elements and the
+values.)");
   array.def("merge", &Merge, py::arg("other"), R"(merge(self, other)
 --
 
-Puts another array into this one by position: its elements replace the nearest ones, and this array grows to cover it.
+Puts another array into this one by position: its elements replace the nearest ones, and this array grows
+to cover it.
 
 >>> import datastorage as ds
 >>> a = ds.Array([1, 4, 9])
@@ -141,8 +144,9 @@ array([1, 4, 7, 8], dtype=int32)
 
 The elements in place: `with a.edit() as view:` gives a writable NumPy array for the block.
 
-Meanwhile whatever would share, move or replace the elements raises BufferError. At the end of the block the view
-becomes read-only. What was derived from it and outlives the block no longer belongs to the array.
+Meanwhile whatever would share, move or replace the elements raises BufferError. At the end of the block
+the view becomes read-only. What was derived from it and outlives the block no longer belongs to the
+array.
 
 >>> import datastorage as ds
 >>> a = ds.Array([1, 4, 9])

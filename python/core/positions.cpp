@@ -195,9 +195,9 @@ class Watched {
 constexpr const char* change_text = R"(on_change(self, function)
 --
 
-Calls function(new, old) before each change, and returns it. It accepts by returning None or True, refuses by returning
-False, and changes the proposal by returning another value. What it raises reaches the caller of the change, which is
-then not made.)";
+Calls function(new, old) before each change, and returns it. It accepts by returning None or True,
+refuses by returning False, and changes the proposal by returning another value. What it raises reaches
+the caller of the change, which is then not made.)";
 constexpr const char* changed_text = R"(on_changed(self, function)
 --
 
@@ -277,8 +277,8 @@ An interval that offers every change to functions, which may limit or refuse it.
   Define<rnge_c2DRange>(module, "Range2D", R"(Range2D(center=(0.0, 0.0), size=(0.0, 0.0), angle=0.0)
 --
 
-A rectangle, rotated by an angle in radians, that offers every change to functions. Its value is a tuple: x and y of the
-centre, the widths along its own axes, the angle.)")
+A rectangle, rotated by an angle in radians, that offers every change to functions. Its value is a tuple:
+x and y of the centre, the widths along its own axes, the angle.)")
       .def(py::init([](const Pair& center, const Pair& size, double angle) {
              return std::make_unique<Rectangle>(center.first, center.second, size.first, size.second, angle);
            }),

@@ -1,4 +1,6 @@
-"""Measured data: arrays with physical axes, and series of them in files that survive the process that writes them.
+"""Measured data: arrays with physical axes, and series of them in files.
+
+What was appended to a series survives the process that wrote it.
 
 >>> import datastorage as ds
 >>> a = ds.Array([1, 4, 9], dtype="ubin16", offset=20.0, delta=0.5)

@@ -21,7 +21,11 @@ def _scaled(values):
     finite = values[np.isfinite(values)]
     low, high = (finite.min(), finite.max()) if finite.size else (0.0, 0.0)
     with np.errstate(over="ignore", invalid="ignore"):
-        scaled = (values / 2 - low / 2) / (high / 2 - low / 2) if high > low else np.where(np.isfinite(values), 0.5, np.nan)
+        scaled = (
+            (values / 2 - low / 2) / (high / 2 - low / 2)
+            if high > low
+            else np.where(np.isfinite(values), 0.5, np.nan)
+        )
     return np.where(np.isfinite(values), scaled, np.nan)
 
 
@@ -32,7 +36,10 @@ def _curve(values):
     for column, block in enumerate(blocks):
         block = block[~np.isnan(block)]
         x = (column + 0.5) * _WIDTH / len(blocks)
-        points += [f"{x:.1f},{_HEIGHT - 2 - (_HEIGHT - 4) * y:.1f}" for y in ([block.min(), block.max()] if block.size else [])]
+        points += [
+            f"{x:.1f},{_HEIGHT - 2 - (_HEIGHT - 4) * y:.1f}"
+            for y in ([block.min(), block.max()] if block.size else [])
+        ]
     return (
         f'<svg width="{_WIDTH}" height="{_HEIGHT}" style="border:1px solid #ccc">'
         f'<polyline points="{" ".join(points)}" fill="none" stroke="#1f77b4"/></svg>'
@@ -49,8 +56,14 @@ def _image(values):
     grey = np.nan_to_num(_scaled(values[np.ix_(rows, columns)]) * 255).astype(np.uint8)[::-1]  # y points up
     lines = b"".join(b"\0" + row.tobytes() for row in grey)
     header = struct.pack(">IIBBBBB", grey.shape[1], grey.shape[0], 8, 0, 0, 0, 0)
-    png = b"\x89PNG\r\n\x1a\n" + _chunk(b"IHDR", header) + _chunk(b"IDAT", zlib.compress(lines)) + _chunk(b"IEND", b"")
-    return f'<img src="data:image/png;base64,{base64.b64encode(png).decode()}" style="max-height:{2 * _HEIGHT}px">'
+    png = (
+        b"\x89PNG\r\n\x1a\n"
+        + _chunk(b"IHDR", header)
+        + _chunk(b"IDAT", zlib.compress(lines))
+        + _chunk(b"IEND", b"")
+    )
+    source = f"data:image/png;base64,{base64.b64encode(png).decode()}"
+    return f'<img src="{source}" style="max-height:{2 * _HEIGHT}px">'
 
 
 def array_html(array):
@@ -71,7 +84,8 @@ def series_html(series):
 def plot_array(array, *, ax=None, labels=None, **options):
     """Draws an array with matplotlib and returns the axes.
 
-    Curves take the options of matplotlib's plot(), planes those of pcolormesh(). `labels` are those of a series.
+    Curves take the options of matplotlib's plot(), planes those of pcolormesh(). `labels` are those of a
+    series.
     """
     from matplotlib import pyplot  # type: ignore[import]
 

@@ -39,7 +39,9 @@ def elements_of(data, dtype=None):
         target = values.dtype.newbyteorder("=")
         if target not in _TYPES:
             if not (bare and target.kind in "iu"):
-                raise TypeError(f"elements cannot be {values.dtype}; the types are {_NAMES}: choose one by dtype=")
+                raise TypeError(
+                    f"elements cannot be {values.dtype}; the types are {_NAMES}: choose one by dtype="
+                )
             target = np.dtype("u4" if values.size and values.max() > 2**31 - 1 else "i4")
     elif values.dtype.kind not in "biufc":
         raise TypeError(f"elements are numbers, not {values.dtype}")
@@ -62,7 +64,11 @@ def elements_among(data, dtype):
         values = np.asarray(data)
         if values.dtype.kind in "iu":
             stored = values.astype(dtype)
-            if _fits(values, dtype).all() if dtype.kind in "iu" else (stored.real.astype(values.dtype) == values).all():
+            if (
+                _fits(values, dtype).all()
+                if dtype.kind in "iu"
+                else (stored.real.astype(values.dtype) == values).all()
+            ):
                 return stored
     return elements_of(data)
 

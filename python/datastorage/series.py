@@ -70,7 +70,9 @@ def create(path: Path, dims: Iterable[Dim | tuple], *, ndim: int = 1, overwrite:
     made = [Dim(*dim) for dim in dims]
     for dim in made:
         if dim.size < 1 or not math.isfinite(dim.offset) or not math.isfinite(dim.delta) or dim.delta == 0:
-            raise ValueError(f"{dim} needs a size of 1 or more, a finite offset and a finite delta other than 0")
+            raise ValueError(
+                f"{dim} needs a size of 1 or more, a finite offset and a finite delta other than 0"
+            )
     where = _absolute(path)
     if not overwrite and os.path.lexists(where):
         raise FileExistsError(errno.EEXIST, os.strerror(errno.EEXIST), where)
@@ -226,8 +228,8 @@ class Series(_Data):
     def refresh(self) -> int:
         """Finds the data that another process appended meanwhile; returns how many there are now.
 
-        Opens the file again when another one has taken its place. A file that was removed is FileNotFoundError; what
-        was open can still be read.
+        Opens the file again when another one has taken its place. A file that was removed is
+        FileNotFoundError; what was open can still be read.
         """
         try:
             same = self._file.refresh()
@@ -281,13 +283,20 @@ class Series(_Data):
 
     @property
     def coords(self) -> dict[str, np.ndarray]:
-        """The positions along each dimension by its name; dimensions without a name of their own are dim_0 ..."""
+        """The positions along each dimension by its name.
+
+        Dimensions without a name of their own are dim_0, dim_1 ...
+        """
         return {name: dim.positions for name, dim in zip(self._names, self.dims)}
 
     @overload
-    def __getitem__(self, key: int | tuple[int, ...]) -> Array: ...  # type: ignore[misc]
+    def __getitem__(self, key: int | tuple[int, ...]) -> Array:
+        ...  # type: ignore[misc]
+
     @overload
-    def __getitem__(self, key: slice | tuple[slice | int, ...] | list | np.ndarray) -> Part: ...
+    def __getitem__(self, key: slice | tuple[slice | int, ...] | list | np.ndarray) -> Part:
+        ...
+
     def __getitem__(self, key):
         """A datum by its index or by one index for each dimension; lazily several of them."""
         indices = self._by_dimension(key) if isinstance(key, tuple) else self._chosen(key)
@@ -303,7 +312,9 @@ class Series(_Data):
             else:
                 i = operator.index(k)
                 if not -dim.size <= i < dim.size:
-                    raise IndexError(f"index {i} is outside dimension {self._names[axis]}, which has {dim.size}")
+                    raise IndexError(
+                        f"index {i} is outside dimension {self._names[axis]}, which has {dim.size}"
+                    )
                 i %= dim.size
             linear = linear + (dim.size - 1 - i if dim.reverse else i) * stride
             stride *= dim.size
@@ -325,14 +336,16 @@ class Series(_Data):
         for name, dim, x, i in zip(self._names, self.dims, wanted, indices):
             if not 0 <= i < dim.size:
                 ends = dim.positions
-                raise IndexError(f"{x} is outside dimension {name}, which reaches from {ends[0]} to {ends[-1]}")
+                raise IndexError(
+                    f"{x} is outside dimension {name}, which reaches from {ends[0]} to {ends[-1]}"
+                )
         return self[tuple(indices)]
 
     def append(self, datum: Any, *, time: Any = None, position: tuple[float, float] | None = None) -> int:
         """Appends an array and returns its index. It is in the file when this returns.
 
-        `time` is the present by default, or seconds since 1970, a datetime, a datetime64 or a text of ISO 8601; a
-        series keeps whole seconds. Either all data have a `position` (x, y) or none.
+        `time` is the present by default, or seconds since 1970, a datetime, a datetime64 or a text of
+        ISO 8601; a series keeps whole seconds. Either all data have a `position` (x, y) or none.
         """
         if not isinstance(datum, Array):
             datum = Array(datum)
@@ -342,7 +355,10 @@ class Series(_Data):
 
     @property
     def tags(self) -> np.ndarray:
-        """The times of all data and, where they have them, positions: a structured array with the fields time, x, y."""
+        """The times of all data: a structured array with the field time.
+
+        Where the tags hold positions, it has the fields x and y, too.
+        """
         tags, filled = self._tags, len(self)  # other threads may set _tags meanwhile
         known = 0 if tags is None else len(tags)
         if tags is None or known < filled:
@@ -375,9 +391,10 @@ class Series(_Data):
         return int(found[0])
 
     def nearest(self, *, time: Any = None, **position: float) -> int:
-        """The index of the datum nearest to a place and, among several there, to a time; KeyError without data.
+        """The index of the datum nearest to a place and, among several there, to a time.
 
-        The place is x and y of the tags or, if those have none, a position along each dimension, in steps of it.
+        The place is x and y of the tags or, if those have none, a position along each dimension, in
+        steps of it. Without data it raises KeyError.
         """
         tags = self.tags
         if not len(tags):
@@ -393,7 +410,7 @@ class Series(_Data):
             else:
                 places = np.unravel_index(np.arange(len(tags)), self.shape, order="F")
                 steps = [
-                    (dim.positions[::-1 if dim.reverse else 1][i] - position[name]) / dim.delta
+                    (dim.positions[:: -1 if dim.reverse else 1][i] - position[name]) / dim.delta
                     for name, dim, i in zip(names, self.dims, places)
                 ]
             if not np.isfinite(list(position.values())).all():
@@ -438,7 +455,10 @@ class Series(_Data):
 
 
 class Part(_Data):
-    """Some data of a series, in an order: what a slice of a series is. Nothing is read before it is asked for."""
+    """Some data of a series, in an order: what a slice of a series is.
+
+    Nothing is read before it is asked for.
+    """
 
     def __init__(self, series: Series, indices: range | np.ndarray) -> None:
         self._series = series
@@ -455,9 +475,13 @@ class Part(_Data):
         return self._series.tags[self.indices]
 
     @overload
-    def __getitem__(self, key: int) -> Array: ...
+    def __getitem__(self, key: int) -> Array:
+        ...
+
     @overload
-    def __getitem__(self, key: slice | list | np.ndarray) -> Part: ...
+    def __getitem__(self, key: slice | list | np.ndarray) -> Part:
+        ...
+
     def __getitem__(self, key):
         """A datum by its place in this part; lazily several of them."""
         indices = self._chosen(key)

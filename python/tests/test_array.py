@@ -18,17 +18,35 @@ def test_elements_of_every_type_go_in_and_out(dtype, shape):
     numbers = np.random.default_rng(1).integers(0, 100, shape).astype(dtype)
     for source in (numbers, numbers.astype(dtype.newbyteorder()), np.repeat(numbers, 2, axis=-1)[..., ::2]):
         a = ds.Array(source, offset=2.0, delta=0.5)
-        for out in (a.numpy(), a.numpy(copy=True), np.asarray(a), pickle.loads(pickle.dumps(a)).numpy(), copy.copy(a).numpy()):
+        for out in (
+            a.numpy(),
+            a.numpy(copy=True),
+            np.asarray(a),
+            pickle.loads(pickle.dumps(a)).numpy(),
+            copy.copy(a).numpy(),
+        ):
             assert out.dtype == dtype and out.shape == shape and (out == numbers).all()
 
 
 def test_types_that_have_no_place_are_refused_by_name():
-    for values in (np.array([1, 2]), np.array([1], "f2"), np.array([True]), np.array(["a"]), np.array([None])):
+    for values in (
+        np.array([1, 2]),
+        np.array([1], "f2"),
+        np.array([True]),
+        np.array(["a"]),
+        np.array([None]),
+    ):
         with pytest.raises(TypeError, match=str(values.dtype).replace("<", "")):
             ds.Array(values)
     with pytest.raises(TypeError, match="int64"):
         ds.Array([1], dtype="int64")
-    for values, dtype in (([256], "ubin8"), ([-1], "u4"), ([1.5], "i2"), ([float("nan")], "i4"), (np.uint64([2**63]), "i4")):
+    for values, dtype in (
+        ([256], "ubin8"),
+        ([-1], "u4"),
+        ([1.5], "i2"),
+        ([float("nan")], "i4"),
+        (np.uint64([2**63]), "i4"),
+    ):
         with pytest.raises(ValueError, match="cannot be stored"):
             ds.Array(values, dtype=dtype)
     with pytest.raises(TypeError):
@@ -64,9 +82,20 @@ def test_editing_keeps_everything_else_away():
     with a.edit() as view:
         view *= 2
         refused = [
-            lambda: a.numpy(), lambda: a[0], lambda: a.__setitem__(0, 1), lambda: a.set(1, 0.0), lambda: a.convert("f8"),
-            lambda: a.merge(b), lambda: b.merge(a), lambda: a.select(0, 2), lambda: a.moved(1), lambda: a.rescale(1.0),
-            lambda: a.copy(), lambda: pickle.dumps(a), lambda: np.asarray(a), lambda: a.edit().__enter__(),
+            lambda: a.numpy(),
+            lambda: a[0],
+            lambda: a.__setitem__(0, 1),
+            lambda: a.set(1, 0.0),
+            lambda: a.convert("f8"),
+            lambda: a.merge(b),
+            lambda: b.merge(a),
+            lambda: a.select(0, 2),
+            lambda: a.moved(1),
+            lambda: a.rescale(1.0),
+            lambda: a.copy(),
+            lambda: pickle.dumps(a),
+            lambda: np.asarray(a),
+            lambda: a.edit().__enter__(),
         ]
         for operation in refused:
             with pytest.raises(BufferError, match="edited"):
@@ -91,9 +120,21 @@ def test_editing_keeps_everything_else_away():
 
 @pytest.mark.parametrize(
     "dtype, value, widened",
-    [("u1", 200, "u1"), ("u1", 256, "i4"), ("u1", -1, "i4"), ("u2", np.int16(-1), "i4"), ("u4", -1, "f8"), ("i2", 1.5, "f8"),
-     ("f4", 1, "f4"), ("f4", 2**24 + 1, "f8"), ("i4", 2**32, "f8"), ("f4", 1j, "c16"), ("c8", 0.5, "c16"), ("u4", np.float32(0.5), "f8")],
-)  # fmt: skip
+    [
+        ("u1", 200, "u1"),
+        ("u1", 256, "i4"),
+        ("u1", -1, "i4"),
+        ("u2", np.int16(-1), "i4"),
+        ("u4", -1, "f8"),
+        ("i2", 1.5, "f8"),
+        ("f4", 1, "f4"),
+        ("f4", 2**24 + 1, "f8"),
+        ("i4", 2**32, "f8"),
+        ("f4", 1j, "c16"),
+        ("c8", 0.5, "c16"),
+        ("u4", np.float32(0.5), "f8"),
+    ],
+)
 def test_what_is_stored_widens_the_type_and_loses_nothing(dtype, value, widened):
     limit = np.iinfo(dtype).max if np.dtype(dtype).kind in "iu" else 1
     numbers = np.array([limit, 0], dtype)
@@ -112,16 +153,31 @@ def test_what_fails_changes_nothing_and_keeps_no_reference():
     a, b = ds.Array([1, 2, 3], dtype="u2", offset=1.0), ds.Array(np.zeros((2, 2)))
     falling, word = ds.Array([1, 2], delta=-1.0), "no number " * 2
     fails = [
-        (lambda: a.__setitem__(9, 0.5), IndexError), (lambda: a.__setitem__(0, word), TypeError),
-        (lambda: a.__setitem__(slice(0, 2), [1.5, 2, 3]), ValueError), (lambda: a.set(word, 1.0), TypeError),
-        (lambda: a.set(0.5, float("nan")), IndexError), (lambda: a.set(0.5, 1e300), Exception), (lambda: a.set(2**70 + 1, 1.0), ValueError),
-        (lambda: falling.set(0.5, 5.0), IndexError), (lambda: a.at(99.0), IndexError), (lambda: a.at((1, 1)), TypeError),
-        (lambda: b.at(1.0), TypeError), (lambda: b.at((5, 0)), IndexError), (lambda: a.at(1.0, interpolation="cubic"), ValueError),
-        (lambda: a.select(0, 1, cells="all"), ValueError), (lambda: a.select(0, 1e300), Exception), (lambda: a.convert("i8"), TypeError),
-        (lambda: a.convert("f4", complex="half"), ValueError), (lambda: a.rescale(-1.0), ValueError), (lambda: a.merge(b), TypeError),
-        (lambda: b.rescale((1, 1), origin=0.0), TypeError), (lambda: setattr(a, "calibration", ((1, 1), 1, 1)), TypeError),
-        (lambda: ds.Array([1], offset=(0, 0)), TypeError), (lambda: ds.Array(word), TypeError), (lambda: falling.at(0.0, interpolation="linear"), ValueError),
-    ]  # fmt: skip
+        (lambda: a.__setitem__(9, 0.5), IndexError),
+        (lambda: a.__setitem__(0, word), TypeError),
+        (lambda: a.__setitem__(slice(0, 2), [1.5, 2, 3]), ValueError),
+        (lambda: a.set(word, 1.0), TypeError),
+        (lambda: a.set(0.5, float("nan")), IndexError),
+        (lambda: a.set(0.5, 1e300), Exception),
+        (lambda: a.set(2**70 + 1, 1.0), ValueError),
+        (lambda: falling.set(0.5, 5.0), IndexError),
+        (lambda: a.at(99.0), IndexError),
+        (lambda: a.at((1, 1)), TypeError),
+        (lambda: b.at(1.0), TypeError),
+        (lambda: b.at((5, 0)), IndexError),
+        (lambda: a.at(1.0, interpolation="cubic"), ValueError),
+        (lambda: a.select(0, 1, cells="all"), ValueError),
+        (lambda: a.select(0, 1e300), Exception),
+        (lambda: a.convert("i8"), TypeError),
+        (lambda: a.convert("f4", complex="half"), ValueError),
+        (lambda: a.rescale(-1.0), ValueError),
+        (lambda: a.merge(b), TypeError),
+        (lambda: b.rescale((1, 1), origin=0.0), TypeError),
+        (lambda: setattr(a, "calibration", ((1, 1), 1, 1)), TypeError),
+        (lambda: ds.Array([1], offset=(0, 0)), TypeError),
+        (lambda: ds.Array(word), TypeError),
+        (lambda: falling.at(0.0, interpolation="linear"), ValueError),
+    ]
     state = a.numpy(copy=True), a.calibration, a.range
     watched = [a, b, falling, word, ds.Error, np.dtype("u2")]
 

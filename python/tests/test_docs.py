@@ -17,7 +17,7 @@ import datastorage.series
 
 
 def _docstrings(scope, name, seen):
-    """The docstrings of modules and classes; those of compiled functions, too, which doctest does not find."""
+    """The docstrings of modules and classes, also those of compiled functions, unlike doctest."""
     if isinstance(scope.__doc__, str):
         yield name, scope.__doc__, scope
     for key, value in vars(scope).items():
@@ -54,6 +54,16 @@ def test_page():
 def test_stubs():
     allowed = pathlib.Path(__file__).with_name("stubs_allowed.txt")
     package = pathlib.Path(datastorage.__file__).parents[1]
-    command = [sys.executable, "-m", "mypy.stubtest", "datastorage", "--ignore-missing-stub", "--allowlist", str(allowed)]
-    result = subprocess.run(command, capture_output=True, text=True, env={**os.environ, "MYPYPATH": str(package)})
+    command = [
+        sys.executable,
+        "-m",
+        "mypy.stubtest",
+        "datastorage",
+        "--ignore-missing-stub",
+        "--allowlist",
+        str(allowed),
+    ]
+    result = subprocess.run(
+        command, capture_output=True, text=True, env={**os.environ, "MYPYPATH": str(package)}
+    )
     assert result.returncode == 0, result.stdout + result.stderr

@@ -31,7 +31,11 @@ def test_functions_accept_change_and_refuse(kind, first, second, nothing):
         heard.append(("changed", new, old))
 
     sender.value = first
-    assert sender.value == first and heard[0] == ("offered", first, nothing) and heard[-1] == ("changed", first, nothing)
+    assert (
+        sender.value == first
+        and heard[0] == ("offered", first, nothing)
+        and heard[-1] == ("changed", first, nothing)
+    )
     answer[:] = [False]
     sender.value = second
     assert sender.value == first

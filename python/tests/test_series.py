@@ -64,9 +64,15 @@ def test_data_are_chosen_like_elements_of_numpy():
     with ds.create("grid.dseries", dims) as s:
         for k in range(10):
             s.append([k], time=k)
-        assert s.shape == (4, 3) and list(s.coords) == ["x", "dim_1"] and s.coords["dim_1"].tolist() == [-1, 0, 1]
+        assert (
+            s.shape == (4, 3)
+            and list(s.coords) == ["x", "dim_1"]
+            and s.coords["dim_1"].tolist() == [-1, 0, 1]
+        )
         assert s.dims == tuple(dims) and len(s) == 10
-        grid = np.arange(12).reshape(3, 4)[::-1].T  # the last dimension is acquired from its highest index down
+        grid = (
+            np.arange(12).reshape(3, 4)[::-1].T
+        )  # the last dimension is acquired from its highest index down
         for x in range(4):
             for y in range(3):
                 for i in ((x, y), (x - 4, y - 3)):
@@ -78,13 +84,29 @@ def test_data_are_chosen_like_elements_of_numpy():
                             s[i]
         assert s[:, 1].values()[:, 0].tolist() == sorted(grid[:, 1]) and s[1, :].indices.tolist() == [1, 5, 9]
         assert s[3:0:-1, 0].indices.tolist() == [9] and len(s[:, 0:1]) == 2
-        assert [d.numpy()[0] for d in s[-3:][::-1]] == [9, 8, 7] and s[2:9][[0, -1]].tags["time"].astype(int).tolist() == [2, 8]
+        assert [d.numpy()[0] for d in s[-3:][::-1]] == [9, 8, 7] and s[2:9][[0, -1]].tags["time"].astype(
+            int
+        ).tolist() == [2, 8]
         assert s.nearest(x=13.1, dim_1=0.2) == 6 and s.nearest(time=6.4) == 6 and s.find(time=7) == 7
-        for key, error in ((10, IndexError), (-11, IndexError), ((0,), IndexError), ((4, 0), IndexError), ("x", TypeError),
-                           ([10], IndexError), ([0.5], TypeError), (None, TypeError)):  # fmt: skip
+        for key, error in (
+            (10, IndexError),
+            (-11, IndexError),
+            ((0,), IndexError),
+            ((4, 0), IndexError),
+            ("x", TypeError),
+            ([10], IndexError),
+            ([0.5], TypeError),
+            (None, TypeError),
+        ):
             with pytest.raises(error):
                 s[key]
-        for call in (lambda: s.at(x=1), lambda: s.at(x=10, y=0), lambda: s.find(time=77), lambda: s.find(position=(0, 0)), lambda: s.nearest(x=1)):
+        for call in (
+            lambda: s.at(x=1),
+            lambda: s.at(x=10, y=0),
+            lambda: s.find(time=77),
+            lambda: s.find(position=(0, 0)),
+            lambda: s.nearest(x=1),
+        ):
             with pytest.raises(KeyError):
                 call()
         with pytest.raises(IndexError, match="outside dimension x"):
@@ -92,7 +114,14 @@ def test_data_are_chosen_like_elements_of_numpy():
 
 
 def test_tags_are_times_and_places():
-    times = [0, 5.9, "2024-02-29T12:00:00", np.datetime64("2024-02-29"), datetime.datetime(2024, 2, 29, tzinfo=datetime.timezone.utc), 2**31 - 1]
+    times = [
+        0,
+        5.9,
+        "2024-02-29T12:00:00",
+        np.datetime64("2024-02-29"),
+        datetime.datetime(2024, 2, 29, tzinfo=datetime.timezone.utc),
+        2**31 - 1,
+    ]
     seconds = [0, 5, 1709208000, 1709164800, 1709164800, 2**31 - 1]
     with ds.create("tags.dseries", ROW) as s:
         for i, time in enumerate(times):
@@ -112,7 +141,12 @@ def test_tags_are_times_and_places():
 def test_what_cannot_be_appended_changes_nothing():
     s = ds.create("s.dseries", [ds.Dim("x", "um", 2)])
     reader = ds.open("s.dseries")
-    for datum, error in (([1j], TypeError), (np.zeros(1, "i1"), TypeError), (np.zeros((1, 1), "f4"), ValueError), ("text", TypeError)):
+    for datum, error in (
+        ([1j], TypeError),
+        (np.zeros(1, "i1"), TypeError),
+        (np.zeros((1, 1), "f4"), ValueError),
+        ("text", TypeError),
+    ):
         with pytest.raises(error):
             s.append(datum)
     with pytest.raises(OSError) as caught:
@@ -154,7 +188,13 @@ def test_files_that_cannot_be_opened():
     os.mkdir("folder")
     os.mkfifo("pipe")
     open("text", "w").write("no series")
-    for path, error in (("none", FileNotFoundError), ("folder", IsADirectoryError), ("pipe", ds.Error), ("text", ds.Error), ("a\0b", ValueError)):
+    for path, error in (
+        ("none", FileNotFoundError),
+        ("folder", IsADirectoryError),
+        ("pipe", ds.Error),
+        ("text", ds.Error),
+        ("a\0b", ValueError),
+    ):
         for attempt in (ds.open, lambda p: ds.open(p, "a"), ds.check):
             with pytest.raises(error):
                 attempt(path)
@@ -163,7 +203,10 @@ def test_files_that_cannot_be_opened():
             ds.create(path, ROW)
     name = os.fsdecode(b"caf\xe9.dseries")  # no UTF-8
     make(name, [[1]]).close()
-    assert ds.open(os.fsencode(name)).path.endswith(name) and ds.open(__import__("pathlib").Path(name))[0].numpy() == 1
+    assert (
+        ds.open(os.fsencode(name)).path.endswith(name)
+        and ds.open(__import__("pathlib").Path(name))[0].numpy() == 1
+    )
     with pytest.raises(FileExistsError):
         ds.create(name, ROW)
 
@@ -213,11 +256,23 @@ def test_closed_series_and_pickled_ones():
     s = make("s.dseries", np.arange(50.0).reshape(5, 10))
     part = s[1:4]
     again, parts = pickle.loads(pickle.dumps((s, part)))
-    assert len(pickle.dumps(part)) < 1000 and (again.values() == s.values()).all() and (parts.values() == part.values()).all()
+    assert (
+        len(pickle.dumps(part)) < 1000
+        and (again.values() == s.values()).all()
+        and (parts.values() == part.values()).all()
+    )
     s.close()
     s.close()
     assert s.closed and "closed" in repr(s)
-    for use in (lambda: len(s), lambda: s[0], lambda: s.values(), lambda: part[0], lambda: s.tags, lambda: s.refresh(), lambda: s.append([1])):
+    for use in (
+        lambda: len(s),
+        lambda: s[0],
+        lambda: s.values(),
+        lambda: part[0],
+        lambda: s.tags,
+        lambda: s.refresh(),
+        lambda: s.append([1]),
+    ):
         with pytest.raises(ValueError, match="closed"):
             use()
     assert len(pickle.loads(pickle.dumps(s))) == 5
@@ -265,7 +320,13 @@ def test_forked_processes():
 def test_labels_lie_beside_the_file():
     s = make("s.dseries", [[1]])
     assert s.labels == {} and not os.path.exists("s.dseries.json")
-    labels = {"title": "T", "axes": {"x": {"name": "Energy", "units": "eV"}}, "value": {"name": "counts"}, "attributes": {"n": [1, {"a": None}]}, "x": "ä"}
+    labels = {
+        "title": "T",
+        "axes": {"x": {"name": "Energy", "units": "eV"}},
+        "value": {"name": "counts"},
+        "attributes": {"n": [1, {"a": None}]},
+        "x": "ä",
+    }
     s.labels = labels
     assert s.labels == labels
     for wrong in ({"title": 1}, [1]):
@@ -286,7 +347,14 @@ def test_nothing_is_left_behind():
     def use():
         s = ds.open("s.dseries")
         s[0], s[1:3].values(), s.tags, list(s), repr(s), s.find(time=2)
-        for fail in (lambda: s[9], lambda: s.append([1]), lambda: s.find(time=99), lambda: ds.open("none"), lambda: ds.open(s.path, "x"), lambda: s.values([7])):
+        for fail in (
+            lambda: s[9],
+            lambda: s.append([1]),
+            lambda: s.find(time=99),
+            lambda: ds.open("none"),
+            lambda: ds.open(s.path, "x"),
+            lambda: s.values([7]),
+        ):
             with pytest.raises((LookupError, OSError, ValueError)):
                 fail()
 

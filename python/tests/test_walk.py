@@ -27,8 +27,27 @@ class Walk:
         self.views = []  # view, what it must hold
 
     def step(self):
-        actions = [self.make, self.view, self.view, self.write, self.write, self.convert, self.select, self.delete, self.edit]
-        actions += [self.pickle, self.merge, self.read, self.read, self.append, self.refresh, self.drop_view, self.share]
+        actions = [
+            self.make,
+            self.view,
+            self.view,
+            self.write,
+            self.write,
+            self.convert,
+            self.select,
+            self.delete,
+            self.edit,
+        ]
+        actions += [
+            self.pickle,
+            self.merge,
+            self.read,
+            self.read,
+            self.append,
+            self.refresh,
+            self.drop_view,
+            self.share,
+        ]
         self.random.choice(actions)()
 
     def pick(self):
@@ -80,7 +99,11 @@ class Walk:
         array, model, offset = self.arrays[self.pick()]
         first = self.random.randrange(len(model))
         last = self.random.randrange(first, len(model)) + 1
-        self.keep(array.select(offset + first, offset + last, cells="inner"), model[first:last].copy(), offset + first)
+        self.keep(
+            array.select(offset + first, offset + last, cells="inner"),
+            model[first:last].copy(),
+            offset + first,
+        )
 
     def delete(self):
         if self.arrays:
@@ -89,7 +112,11 @@ class Walk:
 
     def share(self):
         array, model, offset = self.arrays[self.pick()]
-        self.keep(array.moved(1.0) if self.random.random() < 0.5 else array.moved(1.0).copy(), model.copy(), offset + 1.0)
+        self.keep(
+            array.moved(1.0) if self.random.random() < 0.5 else array.moved(1.0).copy(),
+            model.copy(),
+            offset + 1.0,
+        )
 
     def edit(self):
         k = self.pick()
