@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+import contextlib
 import errno
 import math
 import operator
@@ -79,8 +80,10 @@ def create(path: Path, dims: Iterable[Dim | tuple], *, ndim: int = 1, overwrite:
     fields = [(dim.name.encode(), dim.units.encode(), *dim[2:]) for dim in made]
     try:
         file = SeriesFile.create(os.fsencode(where), fields, ndim, overwrite)
-    except Error:
-        _raise_os_error(where, writing=True, creating=True)
+    except OSError as error:
+        if not overwrite and error.errno in (errno.ENOSPC, errno.EFBIG, errno.EDQUOT, errno.EIO):
+            with contextlib.suppress(OSError):
+                os.remove(where)  # incomplete, and not there before
         raise
     series = Series.__new__(Series)
     series._start(where, "a", file)
@@ -290,11 +293,15 @@ class Series(_Data):
         return {name: dim.positions for name, dim in zip(self._names, self.dims)}
 
     @overload
-    def __getitem__(self, key: int | tuple[int, ...]) -> Array:
-        ...  # type: ignore[misc]
+    def __getitem__(self, key: int) -> Array:
+        ...
 
     @overload
-    def __getitem__(self, key: slice | tuple[slice | int, ...] | list | np.ndarray) -> Part:
+    def __getitem__(self, key: slice | list | np.ndarray) -> Part:
+        ...
+
+    @overload
+    def __getitem__(self, key: tuple) -> Any:
         ...
 
     def __getitem__(self, key):
@@ -325,6 +332,11 @@ class Series(_Data):
             return linear
         linear = np.sort(linear, axis=None)
         return linear[linear < filled]
+
+    def head(self, i: int = 0) -> tuple[np.dtype, tuple[int, ...], tuple]:
+        """Type, shape and calibration of a datum, as an Array has them. No elements are read."""
+        dtype, shape, calibration = self._file.head(self._chosen(i))
+        return dtype, tuple(shape), calibration
 
     def at(self, **position: float) -> Array:
         """The datum at a position along the dimensions, given by their names."""
@@ -524,15 +536,9 @@ def _seconds(time):
     return int(np.datetime64(time, "s").astype(np.int64))
 
 
-def _raise_os_error(path, writing=False, creating=False):
+def _raise_os_error(path, writing=False):
     """Raises what the system says about a file that cannot be opened, if it says something."""
     flags = os.O_RDWR if writing else os.O_RDONLY
-    if creating and not os.path.lexists(path):
-        path = os.path.dirname(path)
-        if not os.access(path, os.W_OK):
-            number = errno.EACCES if os.path.isdir(path) else errno.ENOENT
-            raise OSError(number, os.strerror(number), path)
-        return
     descriptor = os.open(path, flags | os.O_NONBLOCK | os.O_CLOEXEC)
     try:
         kind = os.fstat(descriptor).st_mode

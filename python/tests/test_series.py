@@ -35,6 +35,7 @@ def test_what_is_stored_comes_back(dtype, shape):
         for values in (s.values(key), s.values(key, same_axes=True)):
             assert values.dtype == dtype and values.shape == expected.shape and (values == expected).all()
             assert values.flags.owndata and values.flags.writeable
+    assert s.head(-1) == (dtype, shape, s[0].calibration)
     if len(shape) == 2:
         assert s.ndim == 2 and s[2:4][1].shape == shape
 
@@ -175,12 +176,17 @@ def test_a_full_disk_is_an_error_of_the_system():
         s = ds.create("s.dseries", [ds.Dim("x", "um", 100)])
         resource.setrlimit(resource.RLIMIT_FSIZE, (20000, 20000))
         try:
+            ds.create("large.dseries", [ds.Dim("x", "um", 10_000)])
+        except OSError as error:
+            print(error.errno)
+        try:
             for i in range(100): s.append([0.0] * 1000, time=i)
         except OSError as error:
             print(error.errno, error.filename == s.path, len(s), len(s.values()))
     """
     out = subprocess.run([sys.executable, "-c", limited], capture_output=True, text=True)
-    assert out.stdout == f"{errno.EFBIG} True 2 2\n", out.stderr
+    assert out.stdout == f"{errno.EFBIG}\n{errno.EFBIG} True 2 2\n", out.stderr
+    assert not os.path.exists("large.dseries")
     assert ds.check("s.dseries").whole == 2
 
 
