@@ -18,6 +18,16 @@ namespace {
 class Edit {
  public:
   explicit Edit(py::object array) : array_(std::move(array)) {}
+  Edit(const Edit&) = delete;
+  Edit& operator=(const Edit&) = delete;
+  ~Edit() {  // also of a block that was opened and never closed
+    const py::error_scope kept;
+    try {
+      Exit();
+    } catch (...) {
+      PyErr_Clear();
+    }
+  }
 
   py::object Enter() {
     if (editing_) throw py::buffer_error("this block is already open");

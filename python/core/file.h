@@ -30,18 +30,16 @@ class OpenSeries : public dseries::DataSeries<Data> {
     const std::int64_t bytes = this->DatumSize(i);
     if (bytes > 0 && bytes <= most_buffered) {
       if (bytes > std::ssize(buffer_)) buffer_.resize(static_cast<std::size_t>(bytes));
-      bstr_cBinary_istream& in = this->file_.Input();
       bstr_cMemory_istream fields(buffer_.data(), bytes);
       Data datum;
-      const bool read = in.Seek(this->dataOffsets_[i]) && in.Read(buffer_.data(), bytes) &&
+      const bool read = this->file_.ReadNow(buffer_.data(), bytes, this->dataOffsets_[i]) == bytes &&
                         dseries::bReads([&]() -> bool { return datum.Read(fields); });
       if (read && fields.Position() == bytes) return datum;
     }
     return this->Datum(i);
   }
 
-  /// A reader of data, which works on the same open file with a position of its own. Throws
-  /// arr_cIndexException for slots without data.
+  /// A reader of data in the same open file. Throws arr_cIndexException for slots without data.
   BlockReader<Data> Block(std::span<const std::int32_t> indices, bool same_axes) const {
     std::vector<DatumPlace> places;
     places.reserve(indices.size());
@@ -57,14 +55,14 @@ class OpenSeries : public dseries::DataSeries<Data> {
   std::vector<unsigned char> buffer_;
 };
 
-/// name, units, size, offset, delta, index, reverse: the fields of datastorage.Dim, texts as bytes.
+/// name, units, size, offset, delta, reference, reverse: the fields of datastorage.Dim, texts as bytes.
 using Dimension = std::tuple<py::bytes, py::bytes, int, double, double, int, bool>;
 
 /// The file behind datastorage.Series.
 ///
-/// One thread at a time uses it, without the interpreter's lock where it reads; a block of data is read from
-/// a stream of its own, so that threads read side by side. After a fork the child opens the file again before
-/// it reads, and does not write, because only one process may append.
+/// One thread at a time uses it, without the interpreter's lock where it reads; but blocks of data are read
+/// side by side. After a fork the child opens the file again before it reads, and does not write, because
+/// only one process may append.
 class SeriesFile {
  public:
   enum class Mode { Read, Append };
@@ -74,7 +72,6 @@ class SeriesFile {
   static std::unique_ptr<SeriesFile> Create(std::string path, const std::vector<Dimension>& dimensions,
                                             int ndim, bool overwrite);
 
-  const std::string& Path() const { return path_; }
   bool bClosed() const { return closed_; }
   void Close();
 

@@ -111,6 +111,9 @@ def test_editing_keeps_everything_else_away():
         part, reshaped = view[2:], view.reshape(2, 3)
     part[:] = reshaped[0] = -1  # of blocks that belong to nobody any more
     assert a.numpy().tolist() == [0, 2, 4, 6, 8, 10]
+    abandoned = a.edit().__enter__()
+    with pytest.raises(ValueError):
+        abandoned[0] = 1
     a[0] = 5.0
     with a.edit() as view:
         del a, part, reshaped
