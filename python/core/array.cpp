@@ -75,17 +75,12 @@ py::tuple CalibrationOf(const Array::Value& value) {
 }
 
 void SetCalibration(Array& array, const std::tuple<Place, Place, Index>& calibration) {
-  const auto& [offset, delta, index] = calibration;
-  std::visit(
-      [&](auto& a) {
-        if constexpr (std::is_same_v<decltype(a), Array1D&>) {
-          a.SetCal(cal_c1DArrayCal(X(offset), X(delta), std::get<int>(index)));
-        } else {
-          const auto& [ix, iy] = std::get<std::pair<int, int>>(index);
-          a.SetCal({XY(offset).first, XY(offset).second, XY(delta).first, XY(delta).second, ix, iy});
-        }
-      },
-      array.Free());
+  Array::Value& value = array.Free();
+  if (auto* const line = std::get_if<Array1D>(&value)) {
+    line->SetCal(std::apply(LineCal, calibration));
+  } else {
+    std::get<Array2D>(value).SetCal(std::apply(PlaneCal, calibration));
+  }
 }
 
 py::tuple RangeOf(const Array::Value& value) {

@@ -83,6 +83,10 @@ class Array {
   bool edited_ = false;
 };
 
+/// Calibrations from arguments: one value of each kind in one dimension; a pair in two, or one for both axes.
+cal_c1DArrayCal LineCal(const Place& offset, const Place& delta, const Index& index);
+cal_c2DArrayCal PlaneCal(const Place& offset, const Place& delta, const Index& index);
+
 /// The number of elements along each axis in the order of NumPy: rows first.
 py::array::ShapeContainer ShapeOf(const Array::Value& value);
 /// offset, delta and index of one axis, or the pairs of these of two.

@@ -22,8 +22,6 @@ py::array ArrayAt(const void* elements, const Numbers& array, py::array::ShapeCo
   return py::array(type, std::move(shape), {}, elements, owner);
 }
 
-cal_cArrayCal Axis(double offset, double delta, int index) { return cal_cArrayCal(offset, delta, index); }
-
 /// The value along X or Y of an argument for an array of two dimensions; a lone number is that of both axes.
 template <class T>
 T Along(int axis, const std::variant<T, std::pair<T, T>>& argument) {
@@ -46,6 +44,15 @@ int Extent(const py::array& elements, int axis) {
 }
 
 }  // namespace
+
+cal_c1DArrayCal LineCal(const Place& offset, const Place& delta, const Index& index) {
+  return {Alone(offset), Alone(delta), Alone(index)};
+}
+
+cal_c2DArrayCal PlaneCal(const Place& offset, const Place& delta, const Index& index) {
+  const auto axis = [&](int i) { return cal_cArrayCal(Along(i, offset), Along(i, delta), Along(i, index)); };
+  return {axis(0), axis(1)};
+}
 
 Array::Value& Array::Free() {
   if (edited_) {
@@ -86,15 +93,14 @@ Array::Value ValueFrom(const py::array& elements, const Place& offset, const Pla
                        const Index& index) {
   const dtyp_cDataType type = ElementType(elements.dtype());
   if (elements.ndim() == 1) {
-    const cal_c1DArrayCal cal(Axis(Alone(offset), Alone(delta), Alone(index)));
-    return Array1D(parr_c1DNumberArray(Extent(elements, 0), type, elements.data()), cal);
+    return Array1D(parr_c1DNumberArray(Extent(elements, 0), type, elements.data()),
+                   LineCal(offset, delta, index));
   }
   if (elements.ndim() != 2) {
     throw py::value_error("an array has one or two dimensions, not " + std::to_string(elements.ndim()));
   }
-  const auto axis = [&](int i) { return Axis(Along(i, offset), Along(i, delta), Along(i, index)); };
   const parr_c2DNumberArray numbers(Extent(elements, 1), Extent(elements, 0), type, elements.data());
-  return Array2D(numbers, cal_c2DArrayCal(axis(0), axis(1)));
+  return Array2D(numbers, PlaneCal(offset, delta, index));
 }
 
 void WidenFor(Array::Value& value, dtyp_cDataType type) {
