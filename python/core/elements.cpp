@@ -113,7 +113,10 @@ py::dtype NumpyType(dtyp_cDataType type) {
 dtyp_cDataType ElementType(const py::dtype& type) {
   for (int i = dtyp_UBin8; i <= dtyp_Complex128; ++i) {
     const auto candidate = static_cast<dtyp_eDataType>(i);
-    if (py::detail::npy_api::get().PyArray_EquivTypes_(type.ptr(), numpy_types.at(i))) return candidate;
+    if (py::detail::npy_api::get().PyArray_EquivTypes_(type.ptr(),
+                                                       numpy_types.at(static_cast<std::size_t>(i)))) {
+      return candidate;
+    }
   }
   return dtyp_NoType;
 }

@@ -23,6 +23,7 @@ std::string_view WithoutPlace(std::string_view what) {
   return place == what.npos ? what : what.substr(place + 2);
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the signature that pybind11 calls
 void Translate(std::exception_ptr thrown) {
   try {
     if (thrown) std::rethrow_exception(thrown);

@@ -18,7 +18,7 @@ py::array ArrayAt(const void* elements, const Numbers& array, py::array::ShapeCo
   if (elements == nullptr) return py::array(type, std::move(shape));
   auto owned = std::make_unique<Numbers>(array);
   const py::capsule owner(owned.get(), [](void* copy) { delete static_cast<Numbers*>(copy); });
-  owned.release();
+  [[maybe_unused]] const Numbers* const given = owned.release();
   return py::array(type, std::move(shape), {}, elements, owner);
 }
 
