@@ -70,10 +70,9 @@ def create(path: Path, dims: Iterable[Dim | tuple], *, ndim: int = 1, overwrite:
     """
     made = [Dim(*dim) for dim in dims]
     for dim in made:
-        if dim.size < 1 or not math.isfinite(dim.offset) or not math.isfinite(dim.delta) or dim.delta == 0:
-            raise ValueError(
-                f"{dim} needs a size of 1 or more, a finite offset and a finite delta other than 0"
-            )
+        # A file marks the reverse order by a negative delta.
+        if dim.size < 1 or not math.isfinite(dim.offset) or not 0 < dim.delta < math.inf:
+            raise ValueError(f"{dim} needs a size of 1 or more, a finite offset and a finite delta above 0")
     where = _absolute(path)
     if not overwrite and os.path.lexists(where):
         raise FileExistsError(errno.EEXIST, os.strerror(errno.EEXIST), where)
@@ -356,8 +355,8 @@ class Series(_Data):
     def append(self, datum: Any, *, time: Any = None, position: tuple[float, float] | None = None) -> int:
         """Appends an array and returns its index. It is in the file when this returns.
 
-        `time` is the present by default, or seconds since 1970, a datetime, a datetime64 or a text of
-        ISO 8601; a series keeps whole seconds. Either all data have a `position` (x, y) or none.
+        `time` is the present by default, or seconds since 1970, a datetime (without a
+        zone: local time), a datetime64 or a text of ISO 8601 (both UTC); a series keeps whole seconds. Either all data have a `position` (x, y) or none.
         """
         if not isinstance(datum, Array):
             datum = Array(datum)

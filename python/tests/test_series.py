@@ -70,7 +70,7 @@ def test_data_are_chosen_like_elements_of_numpy():
             and list(s.coords) == ["x", "dim_1"]
             and s.coords["dim_1"].tolist() == [-1, 0, 1]
         )
-        assert s.dims == tuple(dims) and len(s) == 10
+        assert s.dims == ds.open("grid.dseries").dims == tuple(dims) and len(s) == 10
         grid = (
             np.arange(12).reshape(3, 4)[::-1].T
         )  # the last dimension is acquired from its highest index down
@@ -204,6 +204,16 @@ def test_files_that_cannot_be_opened():
         for attempt in (ds.open, lambda p: ds.open(p, "a"), ds.check):
             with pytest.raises(error):
                 attempt(path)
+    for wrong in (
+        (0, 0.0, 1.0),
+        (1, 0.0, 0.0),
+        (1, 0.0, -1.0),
+        (1, float("nan"), 1.0),
+        (2**31 - 1, 0.0, 1.0),
+    ):
+        with pytest.raises((ValueError, ds.Error)):
+            ds.create("wrong.dseries", [ds.Dim("x", "um", *wrong)] * 2)
+    assert not os.path.exists("wrong.dseries")
     for path in ("none/s.dseries", "text/s.dseries"):
         with pytest.raises(OSError):
             ds.create(path, ROW)
