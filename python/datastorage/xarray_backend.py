@@ -103,7 +103,7 @@ def _dataset(series, dropped, mask_and_scale, same_axes):
     slots = series._names[::-1]
     used = set(slots)
     coords = {
-        name: xarray.Variable(name, dim.positions, _attributes({"name": dim.name, "units": dim.units}))
+        name: xarray.IndexVariable(name, dim.positions, _attributes({"name": dim.name, "units": dim.units}))
         for name, dim in zip(slots, series.dims[::-1])
     }
     name = _unused("data", used)
@@ -116,11 +116,12 @@ def _dataset(series, dropped, mask_and_scale, same_axes):
     dtype = np.result_type(form[0], np.float32) if mask_and_scale and filled < file.slots else form[0]
     elements = _Elements(*place, form, dtype, same_axes)
     blocks = dict(zip(slots + list(axes), elements.blocks()))
-    data = _lazy(blocks, elements, _attributes(labels.get("value", {})))
+    data = {name: _lazy(blocks, elements, _attributes(labels.get("value", {})))}
     coords.update((tag, _lazy({dim: blocks[dim] for dim in slots}, values)) for tag, values in tags)
+    for variable in dropped:
+        data.pop(variable, None), coords.pop(variable, None)
     title = {"title": labels["title"]} if labels.get("title") else {}
-    dataset = xarray.Dataset({name: data}, coords, {**labels.get("attributes", {}), **title})
-    dataset = dataset.drop_vars(dropped, errors="ignore")
+    dataset = xarray.Dataset(data, coords, {**labels.get("attributes", {}), **title})
     dataset.set_close(files.close)
     return dataset
 
@@ -152,7 +153,9 @@ def _axes(calibration, shape, labels, used):
     for key, offset, delta, index, size in zip("xy", *calibration, shape[::-1]):
         label = labels.get("axes", {}).get(key, {})
         name = _unused(label.get("name") or ("position" if len(shape) == 1 else f"position_{key}"), used)
-        axes[name] = xarray.Variable(name, offset + (np.arange(size) - index) * delta, _attributes(label))
+        axes[name] = xarray.IndexVariable(
+            name, offset + (np.arange(size) - index) * delta, _attributes(label)
+        )
     return dict(reversed(axes.items()))
 
 
