@@ -295,3 +295,7 @@ def test_many_files():
         opened.tag_time.values[:, 0].astype("M8[s]").astype(int) == np.arange(200)
     ).all()
     opened.close()
+    for i in (2, 0, 1):
+        _series(f"scan{i}.dseries", [ds.Dim("x", "um", 5, 5.0 * (2 - i))], data[i])
+    opened = xarray.open_mfdataset("scan*.dseries")  # parts of one scan, in the order of their positions
+    assert (opened.data.values == data[2::-1].reshape(15, 8)).all() and (opened.x.values == range(15)).all()
