@@ -46,7 +46,7 @@ std::unique_ptr<CLI::App> MakeProgram() {
   program->callback([&program = *program] {
     if (program.get_subcommands().empty()) throw CLI::CallForHelp();
   });
-  for (const auto add : {AddCreate, AddAppend, AddLabel, AddInfo, AddList, AddGet, AddFind, AddPlot,
+  for (const auto add : {AddCreate, AddAppend, AddLabel, AddInfo, AddList, AddWatch, AddGet, AddFind, AddPlot,
                          AddExport, AddMap, AddImage, AddConvert, AddVerify, AddSeal, AddRepair, AddHelp}) {
     add(*program);
   }

@@ -23,55 +23,6 @@ std::vector<Table::Align> Alignments(const Series& series, unsigned int tag_type
   return columns;
 }
 
-// Data are looked at twice: first whether all can be read, and how wide their columns are, then to write each
-// without keeping it.
-class DatumTable {
- public:
-  /// `tag_type` is that of the series.
-  DatumTable(const Series& series, unsigned int tag_type);
-  /// The headings.
-  std::string Text() const { return table_.Text(); }
-  /// As in Table, for data that are too many to be kept.
-  void Measure(int i) { table_.Measure(Cells(i)); }
-  std::string Line(int i) const { return table_.Line(Cells(i)); }
-
- private:
-  Table::Cells Cells(int i) const;
-
-  const Series& series_;
-  Table table_;
-};
-
-DatumTable::DatumTable(const Series& series, unsigned int tag_type)
-    : series_(series), table_(Alignments(series, tag_type)) {
-  std::vector<std::string> names{"datum", "index"}, units{"", ""};
-  const dtsr_cDimensionArray& dimensions = series.DimensionArray();
-  for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
-    names.push_back(NameOf(dimensions, d));
-    units.push_back(Printable(dimensions.Dimension(d).Units()));
-  }
-  names.push_back("time");
-  if (tag_type == obty_2DPositionType) names.insert(names.end(), {"tag x", "tag y"});
-  table_.Heading(std::move(names));
-  const bool known = std::any_of(units.begin(), units.end(), [](const auto& unit) { return !unit.empty(); });
-  if (known) table_.Heading(std::move(units));
-}
-
-Table::Cells DatumTable::Cells(int i) const {
-  const dtsr_cDimensionArray& dimensions = series_.DimensionArray();
-  const arr_cC_Array<int> index = dimensions.IndexPosition(i);
-  Table::Cells cells{std::to_string(i), fmt::format("{}", fmt::join(VectorOf(index), ","))};
-  for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
-    cells.push_back(PositionText(dimensions.Dimension(d), index[d]));
-  }
-  const auto tag = series_.Tag(i);
-  cells.push_back(TimeText(tag->Time()));
-  if (const auto* position = PositionOf(*tag)) {
-    cells.insert(cells.end(), {TagText(position->X()), TagText(position->Y())});
-  }
-  return cells;
-}
-
 nlohmann::ordered_json DatumAsJson(const Series& series, int i) {
   const dtsr_cDimensionArray& dimensions = series.DimensionArray();
   const auto tag = series.Tag(i);
@@ -129,6 +80,53 @@ std::string ValuesText(const Label& label, const Array& array) {
 void AddFiles(CLI::App& command, FileList& list) {
   command.add_option("FILE", list.files, "Series files, or names of several with * in quotes")->required();
   command.add_flag("--json", list.json, "Write JSON; several files make one document");
+}
+
+DatumTable::DatumTable(const Series& series, unsigned int tag_type)
+    : series_(series), table_(Alignments(series, tag_type)) {
+  std::vector<std::string> names{"datum", "index"}, units{"", ""};
+  const dtsr_cDimensionArray& dimensions = series.DimensionArray();
+  for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
+    names.push_back(NameOf(dimensions, d));
+    units.push_back(Printable(dimensions.Dimension(d).Units()));
+  }
+  names.push_back("time");
+  if (tag_type == obty_2DPositionType) names.insert(names.end(), {"tag x", "tag y"});
+  table_.Heading(std::move(names));
+  const bool known = std::any_of(units.begin(), units.end(), [](const auto& unit) { return !unit.empty(); });
+  if (known) table_.Heading(std::move(units));
+}
+
+Table::Cells DatumTable::Cells(int i) const {
+  const dtsr_cDimensionArray& dimensions = series_.DimensionArray();
+  const arr_cC_Array<int> index = dimensions.IndexPosition(i);
+  Table::Cells cells{std::to_string(i), fmt::format("{}", fmt::join(VectorOf(index), ","))};
+  for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
+    cells.push_back(PositionText(dimensions.Dimension(d), index[d]));
+  }
+  const auto tag = series_.Tag(i);
+  cells.push_back(TimeText(tag->Time()));
+  if (const auto* position = PositionOf(*tag)) {
+    cells.insert(cells.end(), {TagText(position->X()), TagText(position->Y())});
+  }
+  return cells;
+}
+
+void DatumTable::MeasureSlots() {
+  constexpr int most = 1000;
+  const dtsr_cDimensionArray& dimensions = series_.DimensionArray();
+  const int last = series_.Size() - 1;
+  const arr_cC_Array<int> index = dimensions.IndexPosition(last);
+  Table::Cells cells{std::to_string(last), fmt::format("{}", fmt::join(VectorOf(index), ","))};
+  cells.resize(2 + static_cast<std::size_t>(dimensions.NumberDimensions()));
+  for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
+    const int n = dimensions.Dimension(d).Size();
+    std::string& cell = cells[static_cast<std::size_t>(2 + d)];
+    for (int i = 0; i < n; i += std::max(n / most, 1)) {
+      cell = PositionText(dimensions.Dimension(d), i);
+      table_.Measure(cells);
+    }
+  }
 }
 
 void PrintTable(const Series& series, const std::optional<std::vector<int>>& data,

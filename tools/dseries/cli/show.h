@@ -24,9 +24,29 @@ struct FileList {
 
 void AddFiles(CLI::App& command, FileList& list);
 
-/// Writes a line for each of the data, or for all, to standard output, after `before`: linear index, index
-/// vector, position vector, tag. Takes no more memory for many data than for few, and writes nothing when a
-/// datum cannot be read.
+/// The lines of data: linear index, index vector, position vector, tag. Data are looked at twice: first
+/// whether all can be read, and how wide their columns are, then to write each without keeping it.
+class DatumTable {
+ public:
+  /// `tag_type` is that of the series.
+  DatumTable(const Series& series, unsigned int tag_type);
+  /// The headings.
+  std::string Text() const { return table_.Text(); }
+  /// As in Table, for data that are too many to be kept.
+  void Measure(int i) { table_.Measure(Cells(i)); }
+  std::string Line(int i) const { return table_.Line(Cells(i)); }
+  /// Gives room to the places of data that will come.
+  void MeasureSlots();
+
+ private:
+  Table::Cells Cells(int i) const;
+
+  const Series& series_;
+  Table table_;
+};
+
+/// Writes a line for each of the data, or for all, to standard output, after `before`. Takes no more
+/// memory for many data than for few, and writes nothing when a datum cannot be read.
 void PrintTable(const Series& series, const std::optional<std::vector<int>>& data,
                 const std::string& before = "");
 /// The same as an array in JSON without a line end, the lines of which begin with `margin`.

@@ -12,6 +12,7 @@ void AddAppend(CLI::App& program);
 void AddLabel(CLI::App& program);
 void AddInfo(CLI::App& program);
 void AddList(CLI::App& program);
+void AddWatch(CLI::App& program);
 void AddGet(CLI::App& program);
 void AddFind(CLI::App& program);
 void AddVerify(CLI::App& program);

@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <fmt/format.h>
 #include <memory>
 #include <string>
@@ -24,7 +23,6 @@
 #include "io/files.h"
 #include "io/input.h"
 #include "io/npy.h"
-#include "io/system.h"
 
 namespace dseries {
 
@@ -146,21 +144,11 @@ Figure FigureOfFile(const Options& options) {
   });
 }
 
-/// Shows the figure on standard output, so that it fits the terminal.
-void Show(const Figure& figure) {
-  constexpr int usual = 80, least = 12, most = 160, least_rows = 3;
-  const bool terminal = bTerminal(standard_output);
-  const auto window = TerminalSize();
-  const int columns = window ? std::clamp(window->columns, least, most) : usual;
-  const int rows = window ? std::max(window->rows - 1, least_rows) : 0;  // one for the prompt
-  fmt::print("{}", DrawnAsText(figure, columns, rows, terminal && std::getenv("NO_COLOR") == nullptr));
-}
-
 void Plot(const Options& options) {
   const bool shown = options.output.path.empty();
   if (!shown) CheckFigureName(options.output.path);
   const Figure figure = FigureOfFile(options);
-  shown ? Show(figure) : WriteFigure(options.output, figure, options.file);
+  shown ? fmt::print("{}", TerminalText(figure)) : WriteFigure(options.output, figure, options.file);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <cstdlib>
 #include <fmt/format.h>
 #include <iterator>
 #include <map>
@@ -11,6 +12,7 @@
 #include "file/failure.h"
 #include "file/text.h"
 #include "io/console.h"
+#include "io/system.h"
 
 namespace dseries {
 
@@ -203,6 +205,14 @@ Figure FigureOf(std::vector<Curve> curves, const Drawing& drawing, const Caption
 
 void CheckFigureName(const std::string& path) {
   CheckEnding(path, "figures are drawn", {".png", ".svg", ".pdf"});
+}
+
+std::string TerminalText(const Figure& figure, int rows) {
+  constexpr int usual = 80, least = 12, most = 160, least_rows = 3;
+  const bool colors = bTerminal(standard_output) && std::getenv("NO_COLOR") == nullptr;
+  const auto window = TerminalSize();
+  return DrawnAsText(figure, window ? std::clamp(window->columns, least, most) : usual,
+                     window ? std::max(window->rows - rows, least_rows) : 0, colors);
 }
 
 void WriteFigure(const Target& target, const Figure& figure, const std::string& source) {

@@ -54,6 +54,8 @@ Curve CurveOf(const darr_c1DArray& array, const std::string& name, const Drawing
 Figure FigureOf(const darr_c2DArray& array, const Drawing& drawing, const Caption& caption);
 Figure FigureOf(std::vector<Curve> curves, const Drawing& drawing, const Caption& caption);
 
+/// The figure as text that fits the terminal on standard output and leaves these rows free.
+std::string TerminalText(const Figure& figure, int rows = 1);
 /// Draws the figure to a file, in the format of its extension, and reports it on standard output. `source` as
 /// for WriteWhole.
 void WriteFigure(const Target& target, const Figure& figure, const std::string& source);

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 // What the tool asks of the operating system, beyond standard C++: system_posix.cpp and system_windows.cpp.
@@ -89,6 +91,31 @@ class InputFile {
  private:
   int descriptor_;
 };
+
+/// Waits for changes of a file, as far as the system reports them: Linux does for its own file systems, not
+/// for those on a network. Only a change after bArmed is reported, and only the first, because each report
+/// delays the process that writes; so a reader arms, looks for what came before, and then waits.
+class FileChanges {
+ public:
+  explicit FileChanges(std::string path);
+  FileChanges(const FileChanges&) = delete;
+  FileChanges& operator=(const FileChanges&) = delete;
+  ~FileChanges();
+
+  /// Watches the file from now on; false when it does already, and when changes are not reported.
+  bool bArmed();
+  /// Waits for a change and returns true, or for so long.
+  bool bChanged(std::chrono::nanoseconds most);
+
+ private:
+  std::string path_;
+  int descriptor_ = -1;
+  bool armed_ = false;
+};
+
+/// Runs a command line in the shell, with these variables in its environment, and waits for its end. Returns
+/// its exit status, or 128 plus the signal that ended it.
+int RunInShell(const std::string& command, const std::vector<std::pair<const char*, std::string>>& variables);
 
 // The end of the program from outside: by ^C, SIGTERM, SIGHUP, or the closing of a console.
 

@@ -8,8 +8,11 @@
 #include <filesystem>
 #include <glob.h>
 #include <poll.h>
+#include <spawn.h>
+#include <sys/inotify.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include "file/failure.h"
@@ -147,6 +150,53 @@ std::int64_t InputFile::ReadAt(char* bytes, std::int64_t n, std::int64_t positio
     const ssize_t part = pread(descriptor_, bytes, static_cast<std::size_t>(n), position);
     if (part >= 0 || errno != EINTR) return part;
   }
+}
+
+FileChanges::FileChanges(std::string path)
+    : path_(std::move(path)), descriptor_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {}
+
+FileChanges::~FileChanges() {
+  if (descriptor_ >= 0) close(descriptor_);
+}
+
+bool FileChanges::bArmed() {
+  constexpr unsigned events = IN_MODIFY | IN_ATTRIB | IN_MOVE_SELF | IN_DELETE_SELF | IN_ONESHOT;
+  if (armed_ || inotify_add_watch(descriptor_, path_.c_str(), events) < 0) return false;
+  return armed_ = true;
+}
+
+bool FileChanges::bChanged(std::chrono::nanoseconds most) {
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(most);
+  const timespec time{seconds.count(), (most - seconds).count()};
+  pollfd changes{descriptor_, POLLIN, 0};  // a negative descriptor is left out
+  if (ppoll(&changes, 1, &time, nullptr) <= 0) return false;
+  std::array<char, 4096> events;
+  while (read(descriptor_, events.data(), events.size()) > 0) {
+  }
+  armed_ = false;
+  return true;
+}
+
+int RunInShell(const std::string& command,
+               const std::vector<std::pair<const char*, std::string>>& variables) {
+  for (const auto& [name, value] : variables) setenv(name, value.c_str(), 1);
+  sigset_t ignored;  // by this program, see OnEnding
+  sigemptyset(&ignored);
+  for (const int signal : {SIGPIPE, SIGXFSZ}) sigaddset(&ignored, signal);
+  posix_spawnattr_t attributes;
+  posix_spawnattr_init(&attributes);
+  posix_spawnattr_setsigdefault(&attributes, &ignored);
+  posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+  const std::array arguments{"sh", "-c", command.c_str(), static_cast<const char*>(nullptr)};
+  pid_t child = 0;
+  const int error = posix_spawn(&child, "/bin/sh", nullptr, &attributes,
+                                const_cast<char* const*>(arguments.data()), environ);
+  posix_spawnattr_destroy(&attributes);
+  if (error != 0) Fail("/bin/sh cannot be run: {}", std::strerror(error));
+  int status = 0;
+  while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  }
+  return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
 // Signals.

@@ -8,6 +8,7 @@
 #include <iterator>
 #include <mutex>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 #ifndef NOMINMAX
@@ -383,6 +384,21 @@ void SetReading(bool now) {
 }
 
 }  // namespace
+
+// The system reports what is written to an open file only when it is closed or its cache is emptied.
+FileChanges::FileChanges(std::string path) : path_(std::move(path)) {}
+FileChanges::~FileChanges() = default;
+bool FileChanges::bArmed() { return false; }
+bool FileChanges::bChanged(std::chrono::nanoseconds most) {
+  std::this_thread::sleep_for(most);
+  return false;
+}
+
+int RunInShell(const std::string& command,
+               const std::vector<std::pair<const char*, std::string>>& variables) {
+  for (const auto& [name, value] : variables) _wputenv_s(Wide(name).c_str(), Wide(value).c_str());
+  return _wsystem(Wide(command).c_str());
+}
 
 void OnEnding(bool (*ends)(int signal)) {
   program_ends = ends;

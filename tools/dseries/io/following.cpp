@@ -1,0 +1,98 @@
+#include "io/following.h"
+
+#include <algorithm>
+#include <thread>
+#include <utility>
+
+#include "file/header.h"
+#include "file/kinds.h"
+
+namespace dseries {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// An append takes several writes, the first of which is reported. The shortest pause lets the others pass,
+// and leaves a watcher time to see the datum within a millisecond.
+constexpr std::chrono::microseconds shortest_pause = 300us, longest_pause = 50ms;
+
+constexpr auto patience = 1s;  ///< with a file that is no whole series, because it may be in the making
+
+std::unique_ptr<Series> Opened(const std::string& path) {
+  const unsigned int type = ReadHeader(path).dataType;
+  if (!bKnownDataType(type)) return std::make_unique<Series>(path);
+  return VisitDataType(type, [&]<class Array>(std::type_identity<Array>) -> std::unique_ptr<Series> {
+    return std::make_unique<DataSeries<Array>>(path, bstr_OpenReadOnly);
+  });
+}
+
+}  // namespace
+
+Following::Following(std::string path, Clock::duration poll, bool wait)
+    : path_(std::move(path)), poll_(poll), changes_(path_), pause_(shortest_pause) {
+  if (!bOpened() && !wait) throw Failure(reason_);
+}
+
+bool Following::bOpened() {
+  try {
+    series_ = Opened(path_);
+  } catch (const Failure& failure) {
+    reason_ = failure.what();
+    return false;
+  }
+  changes_.emplace(path_);
+  pause_ = shortest_pause;
+  last_ = News::Nothing;
+  unusable_since_.reset();
+  return true;
+}
+
+News Following::Once(News::Kind kind) {
+  if (std::exchange(last_, kind) == kind) return {};
+  return {kind, 0, 0, reason_};
+}
+
+News Following::Look() {
+  const int before = series_ == nullptr ? 0 : series_->NextWriteIndex();
+  const dtsr_eRefreshed found = series_ == nullptr ? dtsr_Replaced : series_->Refresh();
+  switch (found) {
+    case dtsr_NothingNew:
+      last_ = News::Nothing;
+      return {};
+    case dtsr_Appended:
+    case dtsr_Reset: {
+      const int begin = found == dtsr_Appended ? before : 0, end = series_->NextWriteIndex();
+      pause_ = end - begin > 1 ? std::min(2 * pause_, longest_pause) : shortest_pause;
+      return {found == dtsr_Appended ? News::Data : News::Reset, begin, end, ""};
+    }
+    case dtsr_Cut:
+      return Once(News::Cut);
+    case dtsr_Removed:
+      unusable_since_.reset();
+      return Once(News::Removed);
+    case dtsr_Replaced:
+      break;
+  }
+  if (bOpened()) return {News::Other, 0, series_->NextWriteIndex(), ""};
+  const Clock::time_point now = Clock::now();
+  if (!bExists(path_) || !unusable_since_) unusable_since_ = now;
+  return now - *unusable_since_ < patience ? News() : Once(News::Unusable);
+}
+
+News Following::Next(Clock::time_point until) {
+  if (std::exchange(pauses_, false)) std::this_thread::sleep_until(std::min(until, Clock::now() + pause_));
+  for (bool woken = false;;) {
+    if (News news = Look(); news.kind != News::Nothing) {
+      pauses_ = true;
+      return news;
+    }
+    if (std::exchange(woken, false)) std::this_thread::sleep_for(pause_);  // an append is in progress
+    const Clock::time_point now = Clock::now();
+    if (now >= until) return {};
+    if (changes_->bArmed()) continue;  // to look for what came before
+    woken = changes_->bChanged(std::min(poll_, until - now));
+  }
+}
+
+}  // namespace dseries
