@@ -325,6 +325,7 @@ std::string Watch::Completed() {
 }
 
 std::string Watch::Run() {
+  LetOthersRun();  // above all the program that writes, which this one is woken by
   constexpr std::chrono::milliseconds shortest(40), longest(500);  // between two drawings
   if (following_.bOpen()) {
     CheckKind();

@@ -13,10 +13,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// An append takes several writes, the first of which is reported. The shortest pause lets the others pass,
-// and leaves a watcher time to see the datum within a millisecond.
-constexpr std::chrono::microseconds shortest_pause = 300us, longest_pause = 50ms;
-
+constexpr auto fast = 500us;   ///< from one datum to the next
 constexpr auto patience = 1s;  ///< with a file that is no whole series, because it may be in the making
 
 std::unique_ptr<Series> Opened(const std::string& path) {
@@ -29,8 +26,8 @@ std::unique_ptr<Series> Opened(const std::string& path) {
 
 }  // namespace
 
-Following::Following(std::string path, Clock::duration poll, bool wait)
-    : path_(std::move(path)), poll_(poll), changes_(path_), pause_(shortest_pause) {
+Following::Following(std::string path, Clock::duration poll, Clock::duration pause, bool wait)
+    : path_(std::move(path)), poll_(poll), pause_(pause), changes_(path_) {
   if (!bOpened() && !wait) throw Failure(reason_);
 }
 
@@ -42,7 +39,6 @@ bool Following::bOpened() {
     return false;
   }
   changes_.emplace(path_);
-  pause_ = shortest_pause;
   last_ = News::Nothing;
   unusable_since_.reset();
   return true;
@@ -63,7 +59,8 @@ News Following::Look() {
     case dtsr_Appended:
     case dtsr_Reset: {
       const int begin = found == dtsr_Appended ? before : 0, end = series_->NextWriteIndex();
-      pause_ = end - begin > 1 ? std::min(2 * pause_, longest_pause) : shortest_pause;
+      const Clock::time_point now = Clock::now();
+      fast_ = now - std::exchange(seen_, now) < fast * (end - begin);
       return {found == dtsr_Appended ? News::Data : News::Reset, begin, end, ""};
     }
     case dtsr_Cut:
@@ -81,13 +78,15 @@ News Following::Look() {
 }
 
 News Following::Next(Clock::time_point until) {
-  if (std::exchange(pauses_, false)) std::this_thread::sleep_until(std::min(until, Clock::now() + pause_));
+  if (std::exchange(pauses_, false)) {
+    std::this_thread::sleep_until(std::min(until, Clock::now() + (fast_ ? long_pause : pause_)));
+  }
   for (bool woken = false;;) {
     if (News news = Look(); news.kind != News::Nothing) {
       pauses_ = true;
       return news;
     }
-    if (std::exchange(woken, false)) std::this_thread::sleep_for(pause_);  // an append is in progress
+    if (std::exchange(woken, false)) std::this_thread::sleep_for(short_pause);  // an append is in progress
     const Clock::time_point now = Clock::now();
     if (now >= until) return {};
     if (changes_->bArmed()) continue;  // to look for what came before

@@ -113,6 +113,10 @@ class FileChanges {
   bool armed_ = false;
 };
 
+/// From now on this process takes no processor from another one that runs, but waits until one is free, if the
+/// system can be told so.
+void LetOthersRun();
+
 /// Runs a command line in the shell, with these variables in its environment, and waits for its end. Returns
 /// its exit status, or 128 plus the signal that ended it.
 int RunInShell(const std::string& command, const std::vector<std::pair<const char*, std::string>>& variables);

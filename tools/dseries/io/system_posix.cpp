@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <glob.h>
 #include <poll.h>
+#include <sched.h>
 #include <spawn.h>
 #include <sys/inotify.h>
 #include <sys/ioctl.h>
@@ -175,6 +176,11 @@ bool FileChanges::bChanged(std::chrono::nanoseconds most) {
   }
   armed_ = false;
   return true;
+}
+
+void LetOthersRun() {
+  const sched_param none{};
+  sched_setscheduler(0, SCHED_BATCH | SCHED_RESET_ON_FORK, &none);
 }
 
 int RunInShell(const std::string& command,

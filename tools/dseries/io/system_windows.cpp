@@ -394,6 +394,8 @@ bool FileChanges::bChanged(std::chrono::nanoseconds most) {
   return false;
 }
 
+void LetOthersRun() { SetPriorityClass(GetCurrentProcess(), BELOW_NORMAL_PRIORITY_CLASS); }
+
 int RunInShell(const std::string& command,
                const std::vector<std::pair<const char*, std::string>>& variables) {
   for (const auto& [name, value] : variables) _wputenv_s(Wide(name).c_str(), Wide(value).c_str());
