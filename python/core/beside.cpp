@@ -1,7 +1,10 @@
 #include "beside.h"
 
+#include <chrono>
+#include <cstdint>
 #include <file/check.h>
 #include <file/labels.h>
+#include <io/system.h>
 #include <pybind11/stl.h>
 #include <string>
 
@@ -20,6 +23,17 @@ py::list TextsOf(const std::vector<std::string>& texts) {
 }  // namespace
 
 void DefineBeside(py::module_& module) {
+  py::class_<dseries::FileChanges>(module, "FileChanges",
+                                   "Changes of a file, as far as the system reports them.")
+      .def(py::init<std::string>(), py::arg("path"))
+      .def("arm", &dseries::FileChanges::bArmed)
+      .def(
+          "wait",
+          [](dseries::FileChanges& changes, double seconds) {
+            const py::gil_scoped_release released;
+            changes.bChanged(std::chrono::nanoseconds(static_cast<std::int64_t>(seconds * 1e9)));
+          },
+          py::arg("seconds"));
   module.def(
       "read_labels",
       [](const std::string& path) { return py::str(dseries::ReadLabels(path).AsJson().dump()); },

@@ -268,7 +268,7 @@ int SeriesFile::Append(Array& datum, std::int64_t time,
   // The lock of the interpreter is held: others may own the elements too.
   const std::lock_guard lock(*mutex_);
   if (series_ == nullptr) Turn::ThrowClosed(path_);
-  if (mode_ != Mode::Append) throw SystemFailure(EBADF, "the series was opened for reading only", path_);
+  RequireAppending();
   if (time != static_cast<std::int32_t>(time))
     throw py::value_error("a series file has no room for this time");
   const int i = series_->NextWriteIndex();
@@ -297,6 +297,49 @@ int SeriesFile::Append(Array& datum, std::int64_t time,
     NamingTheReason(path_, [&] { series.Append(*array, tag); });
     return i;
   });
+}
+
+void SeriesFile::RequireAppending() const {
+  if (mode_ != Mode::Append) throw SystemFailure(EBADF, "the series was opened for reading only", path_);
+}
+
+void SeriesFile::SetDurability(const std::string& durability, int data, int milliseconds) {
+  constexpr std::pair<const char*, dtsr_eDurability> names[] = {
+      {"none", dtsr_DurabilityNone}, {"group", dtsr_DurabilityGroup}, {"strict", dtsr_DurabilityStrict}};
+  const auto* const named =
+      std::find_if(std::begin(names), std::end(names), [&](const auto& n) { return durability == n.first; });
+  if (named == std::end(names)) {
+    throw py::value_error("durability is 'none', 'group' or 'strict', not '" + durability + '\'');
+  }
+  if (data < 1 || milliseconds < 0)
+    throw py::value_error("a group has 1 datum or more, and takes 0 ms or more");
+  const Turn turn(*this);
+  RequireAppending();
+  NamingTheReason(path_, [&] { series_->SetDurability(named->second, data, milliseconds); });
+}
+
+void SeriesFile::Sync() {
+  const Turn turn(*this);
+  RequireAppending();
+  NamingTheReason(path_, [&] { series_->Sync(); });
+}
+
+void SeriesFile::KeepChecksums() {
+  const Turn turn(*this);
+  RequireAppending();
+  NamingTheReason(path_, [&] { series_->KeepChecksums(); });
+}
+
+int SeriesFile::Seal() {
+  const Turn turn(*this);
+  return NamingTheReason(path_, [&] { return series_->Seal(); });
+}
+
+std::optional<bool> SeriesFile::Checked(int i) {
+  const Turn turn(*this);
+  const dtsr_eChecked checked = series_->Checked(i);
+  if (checked == dtsr_Unchecked) return {};
+  return checked == dtsr_Right;
 }
 
 bool SeriesFile::Refresh() {
@@ -329,6 +372,12 @@ void DefineFile(py::module_& module) {
                   py::arg("overwrite"))
       .def("close", &SeriesFile::Close)
       .def("refresh", &SeriesFile::Refresh)
+      .def("set_durability", &SeriesFile::SetDurability, py::arg("durability"), py::arg("data"),
+           py::arg("milliseconds"))
+      .def("sync", &SeriesFile::Sync)
+      .def("keep_checksums", &SeriesFile::KeepChecksums)
+      .def("seal", &SeriesFile::Seal)
+      .def("checked", &SeriesFile::Checked, py::arg("index"))
       .def_property_readonly("closed", &SeriesFile::bClosed)
       .def_property_readonly("slots", &SeriesFile::Slots)
       .def_property_readonly("filled", &SeriesFile::Filled)

@@ -93,6 +93,14 @@ class SeriesFile {
   py::tuple Tags(int begin, int end);
   /// Returns the index of the new datum.
   int Append(Array& datum, std::int64_t time, const std::optional<std::pair<double, double>>& position);
+  /// As in the library; `durability` is "none", "group" or "strict".
+  void SetDurability(const std::string& durability, int data, int milliseconds);
+  void Sync();
+  void KeepChecksums();
+  /// Returns how many data have got a checksum.
+  int Seal();
+  /// Whether a datum is as its checksum says; none where it has no checksum.
+  std::optional<bool> Checked(int i);
   /// Finds what another process has done meanwhile. Returns whether the data known before are still the same;
   /// if not, everything is to be read again, the dimensions too. Throws SystemFailure when the file was
   /// removed and dseries::Failure when it was cut off; what is left of it can still be read.
@@ -103,6 +111,7 @@ class SeriesFile {
   SeriesFile(std::string path, bool plane, std::unique_ptr<dseries::Series> series);
 
   std::unique_ptr<dseries::Series> Opened() const;
+  void RequireAppending() const;
   /// Throws ValueError when the series is closed; opens it again in a forked process.
   std::mutex& UsableMutex();
   template <class Data>

@@ -233,6 +233,11 @@ class Series(_Data):
         Opens the file again when another one has taken its place. A file that was removed is
         FileNotFoundError; what was open can still be read.
         """
+        self._refreshed()
+        return len(self)
+
+    def _refreshed(self) -> bool:
+        """Whether the data known before are still the same."""
         try:
             same = self._file.refresh()
         except Error:
@@ -240,9 +245,80 @@ class Series(_Data):
             raise
         if not same:
             self._start(self.path, self.mode, self._file)
-        return len(self)
+        return same
 
-    def __repr__(self):
+    def follow(self, *, timeout: float | None = None, poll: float = 0.1) -> Iterator[Array]:
+        """Yields each datum that another process appends from now on, as it comes.
+
+        Ends when all slots are filled, or when nothing has come for `timeout` seconds. After the series was
+        emptied, or another file has taken its place, all data there are new. Where the system reports no
+        changes, as of files on a network, the file is looked at every `poll` seconds.
+
+        >>> import datastorage as ds
+        >>> writer = ds.create("followed.dseries", [ds.Dim("x", "um", 2)])
+        >>> data = ds.open("followed.dseries").follow(timeout=10)
+        >>> for i in writer.append([1, 2]), writer.append([3, 4]):
+        ...     next(data).numpy()
+        array([1, 2], dtype=int32)
+        array([3, 4], dtype=int32)
+        >>> list(data)
+        []
+        """
+        return self._followed(len(self), timeout, poll)
+
+    def _followed(self, seen: int, timeout: float | None, poll: float) -> Iterator[Array]:
+        changes = _core.FileChanges(os.fsencode(self.path))
+        came = _time.monotonic()
+        while seen < self._file.slots:
+            changes.arm()
+            if not self._refreshed():
+                seen = 0
+            if seen < len(self):
+                came = _time.monotonic()
+                while seen < len(self):
+                    seen += 1
+                    yield self._datum(seen - 1)
+                continue
+            left = poll if timeout is None else min(poll, came + timeout - _time.monotonic())
+            if left <= 0:
+                return
+            changes.wait(left)
+
+    # Power cuts and changed bytes
+
+    def set_durability(self, durability: str, *, data: int = 100, milliseconds: int = 1000) -> None:
+        """Decides what a power cut may take from the data that are appended from now on.
+
+        "none": what the system has not brought to the disk, as always at first; "group": the data since the
+        last sync, which comes with each `data`-th datum, after `milliseconds` at the next one, and when the
+        series is closed; "strict": nothing. A sync that fails is final: nothing can be appended any more.
+        """
+        self._file.set_durability(durability, data, milliseconds)
+
+    def sync(self) -> None:
+        """Returns when all data are on the disk."""
+        self._file.sync()
+
+    def keep_checksums(self) -> None:
+        """Stores a checksum with each datum appended from now on, in a file beside the series."""
+        self._file.keep_checksums()
+
+    def seal(self) -> int:
+        """Stores checksums for all data that have none; returns for how many.
+
+        >>> import datastorage as ds
+        >>> with ds.create("sealed.dseries", [ds.Dim("x", "um", 2)]) as s:
+        ...     _ = s.append([1, 2])
+        ...     s.checked(0), s.seal(), s.checked(0)
+        (None, 1, True)
+        """
+        return self._file.seal()
+
+    def checked(self, index: int) -> bool | None:
+        """Whether a datum and its tag are as their checksum says; None where there is none."""
+        return self._file.checked(operator.index(index))
+
+    def __repr__(self) -> str:
         name = os.path.basename(self.path)
         if self.closed:
             return f"<datastorage.Series {name}: closed>"

@@ -7,6 +7,7 @@ import pickle
 import subprocess
 import sys
 import threading
+import time
 
 import numpy as np
 import pytest
@@ -386,3 +387,48 @@ def test_nothing_is_left_behind():
     after = held()
     assert after[2] == before[2] and after[1] <= before[1] + 20
     assert after[0] <= before[0] + 190  # less than one by each use
+
+
+def test_another_process_is_followed():
+    writer = ds.create("s.dseries", [ds.Dim("x", "um", 5)])
+    writer.append([0])
+    code = """if True:
+        import datastorage as ds, time
+        for i, datum in enumerate(ds.open("s.dseries").follow(timeout=20)):
+            print(int(datum[0]), flush=True)
+    """
+    with subprocess.Popen([sys.executable, "-c", code], stdout=subprocess.PIPE, text=True) as follower:
+        seen = []
+        for i in range(1, 5):
+            if i == 1:
+                time.sleep(1)  # the follower must have opened the file
+            writer.append([i])
+            seen.append(int(follower.stdout.readline()))
+    assert seen == [1, 2, 3, 4] and follower.returncode == 0
+    assert list(ds.open("s.dseries").follow()) == []
+    reader = ds.create("t.dseries", [ds.Dim("x", "um", 5)])
+    started = time.monotonic()
+    assert list(reader.follow(timeout=0.3)) == [] and time.monotonic() - started >= 0.3
+
+
+def test_changed_bytes_are_found_and_appends_synced():
+    with ds.create("s.dseries", [ds.Dim("x", "um", 5)]) as s:
+        for durability in ("strict", "group", "none"):
+            s.set_durability(durability, data=2, milliseconds=0)
+            s.append(np.arange(100.0))
+        s.sync()
+        assert [s.checked(i) for i in range(3)] == [None, True, True]
+        with pytest.raises(ValueError, match="'often'"):
+            s.set_durability("often")
+        with pytest.raises(ValueError):
+            s.set_durability("group", data=0)
+        with pytest.raises(IndexError):
+            s.checked(3)
+        assert s.seal() == 1
+    with open("s.dseries", "r+b") as file:
+        file.seek(-100, os.SEEK_END)
+        file.write(b"\x55")
+    with ds.open("s.dseries") as s:
+        assert [s.checked(i) for i in range(3)] == [True, True, False]
+        with pytest.raises(OSError, match="reading only"):
+            s.sync()
