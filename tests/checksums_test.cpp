@@ -101,14 +101,16 @@ TEST(Checksums, MissingShorterAndOlderOnesDoNoHarm) {
     EXPECT_EQ(log.Seal(), 0);
   }
   const std::string whole = summed.sums.Bytes();
-  for (std::size_t size = 0; size < whole.size(); ++size) {
+  for (std::size_t size = 0; size < 60; ++size) {
     summed.sums.SetBytes(whole.substr(0, size));
-    const std::size_t known = size < 28 ? 0 : (size - 28) / 4;
+    const std::size_t known = size < 28 ? 0 : std::min<std::size_t>((size - 28) / 4, 4);
     EXPECT_EQ(summed.Checked(), std::string(known, 'R') + std::string(4 - known, 'U')) << size;
     EXPECT_EQ(CountInFile(summed.file), 4);
   }
   for (std::size_t at = 0; at < 28; ++at) {  // of another series, or damaged
-    summed.sums.SetBytes(Patched(whole, at, "5A"));
+    std::string changed = whole;
+    changed[at] ^= 1;
+    summed.sums.SetBytes(changed);
     EXPECT_EQ(Log(summed.file, bstr_OpenReadOnly).Checksums(), dtsr_OtherChecksums) << at;
   }
   EXPECT_EQ(Log(summed.file).KeepChecksums(), dtsr_OtherChecksums);

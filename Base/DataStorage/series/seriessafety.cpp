@@ -102,7 +102,20 @@ bool SeriesChecksums::SetHeader(std::uint32_t series, std::uint32_t first) {
 
 bool SeriesChecksums::SetSum(int i, std::uint32_t sum) {
   bstr_cBinary_ostream& out = file_.Output();
-  return out.Seek(HeaderLength + 4 * std::int64_t{i}) && bstr_WriteFields(out, sum);
+  const std::int64_t place = HeaderLength + 4 * std::int64_t{i};
+  return bReserved(place + 4) && out.Seek(place) && bstr_WriteFields(out, sum);
+}
+
+/// Lengthens the file in blocks, because a sync takes longer where the length has changed.
+bool SeriesChecksums::bReserved(std::int64_t end) {
+  constexpr std::int64_t block = 4096;
+  if (end <= reserved_) return true;
+  reserved_ = file_.Input().Size();
+  if (end <= reserved_) return true;
+  const std::int64_t begin = std::max(reserved_, (end - 1) / block * block);
+  reserved_ = ((end - 1) / block + 1) * block;
+  static constexpr std::array<unsigned char, block> zeros{};
+  return file_.Output().Seek(begin) && file_.Output().Write(zeros.data(), reserved_ - begin);
 }
 
 void SeriesSafety::SetDurability(dtsr_eDurability durability, int data, std::chrono::milliseconds time) {

@@ -50,7 +50,10 @@ class SeriesChecksums {
   bool SyncName() { return file_.SyncName(); }
 
  private:
+  bool bReserved(std::int64_t end);
+
   mutable bstr_cBinary_fstream file_;
+  std::int64_t reserved_ = 0;  // the file is at least this long
   std::uint32_t first_ = 0;
   std::uint32_t filling_ = 0;
 };
