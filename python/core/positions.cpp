@@ -1,7 +1,7 @@
 #include "positions.h"
 
 #include <algorithm>
-#include <cmath>
+#include <iterator>
 #include <memory>
 #include <pybind11/stl.h>
 #include <string>
@@ -116,11 +116,14 @@ class Watched {
     return function;
   }
   void Remove(const py::object& function) {
-    const auto same = [&](const Called& called) { return called.function.equal(function); };
-    const auto found = std::find_if(functions_.begin(), functions_.end(), same);
-    if (found == functions_.end()) throw py::value_error("this function is not called on changes");
-    const Called removed = *found;  // its end may run anything
-    functions_.erase(found);
+    const std::vector<Called> before = functions_;  // comparing may run anything
+    const auto found = std::find_if(before.begin(), before.end(),
+                                    [&](const Called& called) { return called.function.equal(function); });
+    if (found == before.end()) throw py::value_error("this function is not called on changes");
+    const auto same = std::find_if(functions_.begin(), functions_.end(), [&](const Called& called) {
+      return called.function.is(found->function) && called.offers == found->offers;
+    });
+    if (same != functions_.end()) functions_.erase(same);
     if (functions_.empty()) sender_.RemoveReceiver(receiver_);
   }
 

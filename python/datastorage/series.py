@@ -431,8 +431,9 @@ class Series(_Data):
     def append(self, datum: Any, *, time: Any = None, position: tuple[float, float] | None = None) -> int:
         """Appends an array and returns its index. It is in the file when this returns.
 
-        `time` is the present by default, or seconds since 1970, a datetime (without a
-        zone: local time), a datetime64 or a text of ISO 8601 (both UTC); a series keeps whole seconds. Either all data have a `position` (x, y) or none.
+        `time` is the present by default, or seconds since 1970, a datetime (without a zone: local time), a
+        datetime64 or a text of ISO 8601 (both UTC); a series keeps whole seconds. Either all data have a
+        `position` (x, y) or none.
         """
         if not isinstance(datum, Array):
             datum = Array(datum)
