@@ -20,7 +20,7 @@ import zlib
 
 import numpy as np
 import xarray
-from xarray.backends import BackendArray, BackendEntrypoint, CachingFileManager
+from xarray.backends import BackendArray, BackendEntrypoint
 from xarray.core import indexing
 
 from ._core import Array
@@ -97,8 +97,7 @@ def _dataset(series, dropped, mask_and_scale, same_axes):
     filled, form = file.filled, _form(file, 0)
     if filled:
         _require_form(series.path, file, filled - 1, form, same_axes)
-    files = CachingFileManager(_Reader, series.path, filled, _identity(series, filled), mode="r")
-    place = files, series.dims, filled
+    place = _File(series, filled), series.dims
 
     slots = series._names[::-1]
     used = set(slots)
@@ -122,7 +121,7 @@ def _dataset(series, dropped, mask_and_scale, same_axes):
         data.pop(variable, None), coords.pop(variable, None)
     title = {"title": labels["title"]} if labels.get("title") else {}
     dataset = xarray.Dataset(data, coords, {**labels.get("attributes", {}), **title})
-    dataset.set_close(files.close)
+    dataset.set_close(_nothing_stays_open)
     return dataset
 
 
@@ -192,32 +191,47 @@ def _identity(series, filled):
     return zlib.crc32(repr(parts).encode())
 
 
-class _Reader:
-    """An open file, closed when nobody reads from it any more. Raises OSError if it is another one."""
+class _File:
+    """A file that is opened for each read, so that nothing stays open and every process can read."""
 
-    def __init__(self, path, filled, identity, mode):
-        series = Series(path, mode)
-        self.path, self.file, self._tags = path, series._file, (None, None)
-        if self.file.filled < filled or _identity(series, filled) != identity:
-            raise OSError(errno.ESTALE, "the file was replaced after the Dataset was opened", path)
+    def __init__(self, series, filled):
+        self.path, self.filled, self.identity = series.path, filled, _identity(series, filled)
+        self._tags = None, None
+
+    def __getstate__(self):
+        return {**vars(self), "_tags": (None, None)}
 
     def tags(self, begin, end):
         """The tags of data [begin, end), remembered: time, x and y are asked for one behind the other."""
         known, tags = self._tags
         if known != (begin, end):
-            tags = self.file.tags(begin, end)
+            tags = self.read(lambda file: file.tags(begin, end))
             self._tags = (begin, end), tags
         return tags
 
-    def close(self):
-        """What closes the cached files of xarray calls this, also while a thread reads."""
+    def read(self, work):
+        """What `work` reads from the file. Raises OSError if it is another file before or after that."""
+        with self._opened() as series:
+            result = work(series._file)
+        self._opened().close()
+        return result
+
+    def _opened(self):
+        series = Series(self.path)
+        if len(series) < self.filled or _identity(series, self.filled) != self.identity:
+            raise OSError(errno.ESTALE, "the file was replaced after the Dataset was opened", self.path)
+        return series
+
+
+def _nothing_stays_open():
+    """Closes a Dataset; open_mfdataset() needs something to call."""
 
 
 class _Slots(BackendArray):
     """Values for the slots of a series, slowest dimension first, that are read from its file."""
 
-    def __init__(self, files, dims, filled, dtype):
-        self._files, self._dims, self._filled = files, dims, filled
+    def __init__(self, file, dims, dtype):
+        self._file, self._dims = file, dims
         self.dtype = np.dtype(dtype)
         self.shape = tuple(dim.size for dim in reversed(dims))
 
@@ -240,17 +254,17 @@ class _Slots(BackendArray):
 class _Tags(_Slots):
     """One of the fields time, x and y of the tags."""
 
-    def __init__(self, files, dims, filled, field):
-        super().__init__(files, dims, filled, "M8[ns]" if field == "time" else "f8")
+    def __init__(self, file, dims, field):
+        super().__init__(file, dims, "M8[ns]" if field == "time" else "f8")
         self._field = field
 
     def _read(self, keys):
         slots = self._slots(keys)
         values = np.full(slots.shape, self._missing(), self.dtype)
-        found = slots < self._filled
+        found = slots < self._file.filled
         if found.any():
-            begin = slots[found].min()
-            times, positions = self._files.acquire().tags(begin, slots[found].max() + 1)
+            begin, end = slots[found].min(), slots[found].max() + 1
+            times, positions = self._file.tags(begin, end)
             tags = times.view("M8[s]") if self._field == "time" else positions[:, "xy".index(self._field)]
             values[found] = tags[slots[found] - begin]
         return values
@@ -259,8 +273,8 @@ class _Tags(_Slots):
 class _Elements(_Slots):
     """The elements of the data."""
 
-    def __init__(self, files, dims, filled, form, dtype, same_axes):
-        super().__init__(files, dims, filled, dtype)
+    def __init__(self, file, dims, form, dtype, same_axes):
+        super().__init__(file, dims, dtype)
         self._form, self._same_axes = form, same_axes
         self._datum_bytes = max(math.prod(form[1]) * form[0].itemsize, 1)
         self.shape += form[1]
@@ -276,7 +290,7 @@ class _Elements(_Slots):
     def _read(self, keys):
         slots, axes = self._slots(keys[: len(self._dims)]), keys[len(self._dims) :]
         flat = slots.ravel()
-        found = np.flatnonzero(flat < self._filled)
+        found = np.flatnonzero(flat < self._file.filled)
         found = found[np.argsort(flat[found], kind="stable")]  # as they lie in the file
         part = self._part(np.empty((0, *self._form[1])), axes).shape[1:]
         shape = slots.shape + part
@@ -293,9 +307,12 @@ class _Elements(_Slots):
         """The elements of data in these slots, which are filled."""
         if not len(slots):
             return np.empty((0, *self._form[1]), self._form[0])
-        reader = self._files.acquire()
-        _require_form(reader.path, reader.file, int(slots[0]), self._form, self._same_axes)
-        return reader.file.values(slots.astype(np.int32), self._same_axes)
+
+        def read(file):
+            _require_form(self._file.path, file, int(slots[0]), self._form, self._same_axes)
+            return file.values(slots.astype(np.int32), self._same_axes)
+
+        return self._file.read(read)
 
     def _part(self, data, axes):
         for axis in reversed(range(len(axes))):  # an integer takes away its axis
