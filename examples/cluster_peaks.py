@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Finds the highest peak of each curve in many series files, and their mean curve, on a Dask cluster.
 
-cluster_peaks.py FOLDER [SCHEDULER] reads all series files of a folder, one run each. SCHEDULER is the address of
-a running scheduler, such as tcp://node7:8786; without one, two processes are started on this computer.
+cluster_peaks.py FOLDER [SCHEDULER] reads all series files of a folder, one run each. SCHEDULER is the
+address of a running scheduler, such as tcp://node7:8786; without one, two processes are started on this computer.
 """
 import pathlib
 import sys
