@@ -2,7 +2,7 @@
 """Finds the highest peak of each curve in many series files, and their mean curve, on a Dask cluster.
 
 cluster_peaks.py FOLDER [SCHEDULER] reads all series files of a folder, one run each. SCHEDULER is the
-address of a running scheduler, such as tcp://node7:8786; without one, two processes are started on this computer.
+address of a running scheduler, such as tcp://node7:8786; without one, two processes are started here.
 """
 import pathlib
 import sys
