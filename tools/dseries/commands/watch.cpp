@@ -127,6 +127,7 @@ class Watch {
   const Options& options_;
   const bool terminal_ = bTerminal(standard_output);
   const bool pictures_;
+  const bool screen_;  ///< for the eye only, so that a moment is soon enough
   const Clock::time_point end_;
   Following following_;
   Rate rate_;
@@ -134,7 +135,8 @@ class Watch {
   std::optional<PixelMap> map_;
   std::vector<int> map_place_;  ///< of the map, along the dimensions beyond the second
   std::string notice_;          ///< below a picture
-  bool opened_ = false;         ///< whether there was a series before
+  Clock::time_point noticed_;
+  bool opened_ = false;  ///< whether there was a series before
 };
 
 /// Writes to standard output at once, so that a terminal never shows half of it.
@@ -150,8 +152,10 @@ Clock::duration Time(double seconds) {
 Watch::Watch(const Options& options)
     : options_(options),
       pictures_(options.plot || options.map),
+      screen_(terminal_ && options.command.empty()),
       end_(options.time > 0 ? Clock::now() + Time(options.time) : Clock::time_point::max()),
-      following_(options.file, Time(options.poll), options.wait) {
+      following_(options.file, Time(options.poll), screen_ ? Following::long_pause : Following::short_pause,
+                 options.wait) {
   if (pictures_ && !terminal_) {
     Fail(
         "--plot and --map draw in a terminal, and standard output is none; 'dseries plot' and 'dseries map' "
@@ -173,6 +177,7 @@ void Watch::CheckKind() {
 void Watch::Say(const std::string& text) {
   if (pictures_) {
     notice_ = text;
+    noticed_ = Clock::now();
     return;
   }
   if (terminal_) Put("\r\x1b[K");
@@ -248,7 +253,8 @@ void Watch::RunCommand(int i) {
 }
 
 void Watch::Handle(const News& news) {
-  if (news.kind != News::Nothing) notice_.clear();
+  constexpr std::chrono::seconds readable(10);
+  if (news.kind == News::Data && Clock::now() - noticed_ > readable) notice_.clear();
   switch (news.kind) {
     case News::Nothing:
       return;
@@ -325,7 +331,7 @@ std::string Watch::Completed() {
 }
 
 std::string Watch::Run() {
-  LetOthersRun();  // above all the program that writes, which this one is woken by
+  if (screen_) LetOthersRun();
   constexpr std::chrono::milliseconds shortest(40), longest(500);  // between two drawings
   if (following_.bOpen()) {
     CheckKind();

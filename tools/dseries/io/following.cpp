@@ -13,8 +13,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto fast = 500us;   ///< from one datum to the next
-constexpr auto patience = 1s;  ///< with a file that is no whole series, because it may be in the making
+constexpr auto fast = 500us;    ///< from one datum to the next
+constexpr auto a_while = 20ms;  ///< for counting data
+constexpr auto patience = 1s;   ///< with a file that is no whole series, because it may be in the making
 
 std::unique_ptr<Series> Opened(const std::string& path) {
   const unsigned int type = ReadHeader(path).dataType;
@@ -27,8 +28,10 @@ std::unique_ptr<Series> Opened(const std::string& path) {
 }  // namespace
 
 Following::Following(std::string path, Clock::duration poll, Clock::duration pause, bool wait)
-    : path_(std::move(path)), poll_(poll), pause_(pause), changes_(path_) {
-  if (!bOpened() && !wait) throw Failure(reason_);
+    : path_(std::move(path)), poll_(poll), pause_(pause) {
+  if (bOpened()) return;
+  if (!wait) throw Failure(reason_);
+  changes_.emplace(path_);
 }
 
 bool Following::bOpened() {
@@ -42,6 +45,16 @@ bool Following::bOpened() {
   last_ = News::Nothing;
   unusable_since_.reset();
   return true;
+}
+
+/// Decides over a while whether data come fast, since a follower that was held up sees several at once.
+void Following::CountData(int data) {
+  data_ += data;
+  const Clock::time_point now = Clock::now();
+  if (now - since_ < a_while) return;
+  fast_ = now - since_ < fast * data_;
+  since_ = now;
+  data_ = 0;
 }
 
 News Following::Once(News::Kind kind) {
@@ -59,8 +72,7 @@ News Following::Look() {
     case dtsr_Appended:
     case dtsr_Reset: {
       const int begin = found == dtsr_Appended ? before : 0, end = series_->NextWriteIndex();
-      const Clock::time_point now = Clock::now();
-      fast_ = now - std::exchange(seen_, now) < fast * (end - begin);
+      CountData(end - begin);
       return {found == dtsr_Appended ? News::Data : News::Reset, begin, end, ""};
     }
     case dtsr_Cut:

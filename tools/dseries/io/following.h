@@ -56,15 +56,17 @@ class Following {
  private:
   News Look();
   bool bOpened();
+  void CountData(int data);
   News Once(News::Kind kind);
 
   std::string path_;
   Clock::duration poll_, pause_;
   std::unique_ptr<Series> series_;
   std::optional<FileChanges> changes_;
-  bool fast_ = false;       ///< data come fast
-  bool pauses_ = false;     ///< before the next look
-  Clock::time_point seen_;  ///< when the last data came
+  bool fast_ = false;        ///< data come fast
+  bool pauses_ = false;      ///< before the next look
+  Clock::time_point since_;  ///< when the counting of data began
+  int data_ = 0;
   News::Kind last_ = News::Nothing;
   std::string reason_;  ///< why the file could not be opened
   std::optional<Clock::time_point> unusable_since_;

@@ -113,8 +113,8 @@ class FileChanges {
   bool armed_ = false;
 };
 
-/// From now on this process takes no processor from another one that runs, but waits until one is free, if the
-/// system can be told so.
+/// From now on this process takes no processor from another one that runs, but waits until one is free, if
+/// the system can be told so.
 void LetOthersRun();
 
 /// Runs a command line in the shell, with these variables in its environment, and waits for its end. Returns
