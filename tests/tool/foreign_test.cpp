@@ -24,7 +24,7 @@ class OwnTag : public dtsr_cDataTag {
 /// The series of that program, whose data are texts.
 class OwnSeries : public dseries::Series {
  public:
-  OwnSeries(const std::string& path, int size) : Series(path, Line(size), 0x888) {}
+  OwnSeries(const std::string& path, int size) : Series(path, Line(size), 0x888, bstr_CreateEmpty) {}
   void Append(const std::string& text, const dtsr_cDataTag& tag) {
     AppendDatum(tag, [&](bstr_cBinary_ostream& out) { return out.Write(text.data(), std::ssize(text)); });
   }
