@@ -1,10 +1,10 @@
 """Series and arrays as labelled data of xarray, which opens series files once this package is installed.
 
 >>> import datastorage as ds, xarray
->>> with ds.create("scan.dseries", [ds.Dim("x", "um", 3, 0.0, 0.5), ds.Dim("y", "um", 2)]) as s:
+>>> with ds.create("grid.dseries", [ds.Dim("x", "um", 3, 0.0, 0.5), ds.Dim("y", "um", 2)]) as s:
 ...     for i in range(5):
 ...         _ = s.append(ds.Array([i, 10 * i], offset=20.0), time=i)
->>> scan = xarray.open_dataset("scan.dseries")
+>>> scan = xarray.open_dataset("grid.dseries")
 >>> scan.data.dims, scan.data.attrs
 (('y', 'x', 'position'), {})
 >>> scan.data.sel(x=0.5, y=1).values, scan.data.sel(x=1, y=1).values

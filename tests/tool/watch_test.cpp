@@ -145,7 +145,8 @@ TEST_F(Watching, FollowsWritersThatAreKilled) {
 
 TEST_F(Watching, FindsDataWhereNoChangesAreReported) {
   Lines series(Path("a.dseries"), Dimensions(2));
-  Start("a.dseries --poll 0.01", "ulimit -n 4; exec");  // no descriptor is left to ask for reports
+  // No descriptor is left to ask for reports.
+  Start("a.dseries --poll 0.01", "exec 3>&- 4>&- 5>&- 6>&- 7>&- 8>&- 9>&-; ulimit -n 4; exec");
   for (int i = 0; i < 2; ++i) {
     std::this_thread::sleep_for(50ms);
     Append(series, i);
