@@ -7,7 +7,9 @@ if((DATASTORAGE_TOOLS AND PROJECT_IS_TOP_LEVEL AND NOT CMAKE_CROSSCOMPILING) OR 
   find_package(Python 3.9 QUIET COMPONENTS Interpreter Development.Module)
   find_package(pybind11 2.10 QUIET CONFIG)
 endif()
-option(DATASTORAGE_PYTHON "Build the Python module" ${pybind11_FOUND})
+if(NOT DEFINED DATASTORAGE_PYTHON)  # not in the cache: pybind11 may be installed later
+  set(DATASTORAGE_PYTHON ${pybind11_FOUND})
+endif()
 if(DATASTORAGE_PYTHON AND NOT pybind11_FOUND)
   datastorage_missing(pybind11 DATASTORAGE_PYTHON "pybind11-dev python3-dev python3-numpy")
 endif()
