@@ -124,8 +124,12 @@ TEST_F(Watching, GoesOnWithWhatBecomesOfTheFile) {
 
 TEST_F(Watching, FollowsWritersThatAreKilled) {
   constexpr int data = 20000;
-  { const Lines series(Path("a.dseries"), Dimensions(data)); }
-  Start("a.dseries");
+  {
+    Lines series(Path("a.dseries"), Dimensions(data));
+    Start("a.dseries");
+    Append(series, 0);
+    Await("out.txt", "00:00:00Z\n");  // what was there before it is not shown
+  }
   int kills = 0;
   for (int filled = 0; filled < data; ++kills) {
     const pid_t writer = fork();
@@ -144,6 +148,9 @@ TEST_F(Watching, FollowsWritersThatAreKilled) {
 }
 
 TEST_F(Watching, FindsDataWhereNoChangesAreReported) {
+#if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer)
+  GTEST_SKIP() << "the sanitizer needs descriptors itself";
+#endif
   Lines series(Path("a.dseries"), Dimensions(2));
   // No descriptor is left to ask for reports.
   Start("a.dseries --poll 0.01", "exec 3>&- 4>&- 5>&- 6>&- 7>&- 8>&- 9>&-; ulimit -n 4; exec");

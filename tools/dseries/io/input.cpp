@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <cstring>
 #include <fmt/format.h>
 #include <map>
 #include <memory>
@@ -187,8 +186,8 @@ std::vector<Array> ReadNpyData(const std::string& path, std::string_view bytes, 
   ArrayMaker<Array> maker(file.type, {extents.rbegin(), extents.rend() - 1}, CalibrationOf<Array>(form));
   std::vector<Array> data;
   for (int i = 0; i < extents[0]; ++i) {
-    std::memcpy(maker.Elements(), file.elements.data() + static_cast<std::size_t>(i) * maker.Size(),
-                maker.Size());
+    std::copy_n(file.elements.data() + static_cast<std::size_t>(i) * maker.Size(), maker.Size(),
+                maker.Elements());
     data.push_back(Converted(path, maker.Make(), form, warn));
   }
   if (data.empty()) Fail("{} holds no data", path);
