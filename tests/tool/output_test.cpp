@@ -17,10 +17,6 @@
 #include "io/raw.h"
 #include "tool.h"
 
-#ifndef __has_feature
-#define __has_feature(name) 0
-#endif
-
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
@@ -332,11 +328,7 @@ TEST_F(Outputs, HoldWhatCameThroughPipes) {
 
   // Memory does not grow with the input.
   Succeed("create big.dseries --dim n,,99,0,1");
-#if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer)
-  const std::string limit;  // the sanitizer needs memory itself
-#else
-  const std::string limit = "ulimit -v 120000; ";
-#endif
+  const std::string limit = sanitized ? "" : "ulimit -v 120000; ";
   EXPECT_EQ(Script(limit + "head -c 160000000 /dev/zero | \"$0\" append big.dseries - --raw 1000000").err,
             "");
   EXPECT_THAT(Succeed("verify big.dseries"), HasSubstr("40 of 99 slots filled"));

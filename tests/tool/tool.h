@@ -12,6 +12,16 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#ifndef __has_feature
+#define __has_feature(name) 0
+#endif
+/// Whether the program is built with the address sanitizer, which needs memory and descriptors itself.
+#if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer)
+inline constexpr bool sanitized = true;
+#else
+inline constexpr bool sanitized = false;
+#endif
+
 /// The result of a run of the program.
 struct Result {
   int status;
