@@ -144,7 +144,10 @@ TEST_F(Watching, FollowsWritersThatAreKilled) {
   }
   EXPECT_GT(kills, 5);
   EXPECT_EQ(Status(), 0);
-  EXPECT_TRUE(Read("out.txt") == Succeed("list a.dseries"));
+  const std::string seen = Read("out.txt"), all = Succeed("list a.dseries");
+  const auto at = static_cast<std::size_t>(
+      std::mismatch(seen.begin(), seen.end(), all.begin(), all.end()).first - seen.begin());
+  EXPECT_TRUE(seen == all) << at << seen.substr(at, 200) << "\ninstead of\n" << all.substr(at, 200);
 }
 
 TEST_F(Watching, FindsDataWhereNoChangesAreReported) {

@@ -121,11 +121,13 @@ void DatumTable::MeasureSlots() {
   cells.resize(2 + static_cast<std::size_t>(dimensions.NumberDimensions()));
   for (int d = 0; d < dimensions.NumberDimensions(); ++d) {
     const int n = dimensions.Dimension(d).Size();
-    std::string& cell = cells[static_cast<std::size_t>(2 + d)];
-    for (int i = 0; i < n; i += std::max(n / most, 1)) {
+    std::string& cell = cells[static_cast<std::size_t>(d) + 2];
+    const auto measure = [&](int i) {
       cell = PositionText(dimensions.Dimension(d), i);
       table_.Measure(cells);
-    }
+    };
+    for (int i = 0; i < n; i += std::max(n / most, 1)) measure(i);
+    for (int i = std::max(n - 10, 0); i < n; ++i) measure(i);  // with every last digit
   }
 }
 

@@ -342,7 +342,7 @@ std::string Watch::Run() {
   }
   Clock::time_point drawn{}, due{};
   for (;;) {
-    const std::string complete = Completed();
+    std::string complete = Completed();
     const Clock::time_point now = Clock::now();
     if (terminal_ && (now >= due || !complete.empty())) {
       Draw();
