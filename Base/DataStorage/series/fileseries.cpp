@@ -401,7 +401,8 @@ dtsr_eRefreshed dtsr_cFileSeriesBase::CompareNewest() const {
 /// Reads the tag at `place`, as far as Refresh compares it: without the next datum, at `next`. Returns false
 /// when it is cut off.
 bool dtsr_cFileSeriesBase::bReadTag(Known& known, std::int64_t place, std::int64_t next) const {
-  const auto length = std::clamp<std::int64_t>(next - place, 0, std::ssize(known.tag));
+  const std::int64_t most = std::ssize(known.tag);
+  const std::int64_t length = next == Unlimited ? most : std::clamp<std::int64_t>(next - place, 0, most);
   known.tagLength = static_cast<int>(file_.ReadNow(known.tag.data(), length, place));
   return known.tagLength == length || next == Unlimited;
 }
