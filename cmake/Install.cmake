@@ -51,6 +51,8 @@ endif()
 if(TARGET dseries)
   set_target_properties(dseries PROPERTIES INSTALL_RPATH "$ORIGIN/../${CMAKE_INSTALL_LIBDIR}")
   install(TARGETS dseries RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tool)
+endif()
+if(TARGET dseries_documents)
   get_target_property(pages dseries_documents BINARY_DIR)
   install(FILES ${pages}/dseries.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
   install(FILES ${pages}/dseries.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
