@@ -131,9 +131,10 @@ TEST(Checksums, MissingShorterAndOlderOnesDoNoHarm) {
   log.writeIndex_ = 2;
   EXPECT_TRUE(log.UpdatePointers());
   EXPECT_EQ(Summed::Checked(log), "UU");
-  std::remove(summed.sums.Path().CString());
-  std::error_code error;  // on Windows an open file keeps its name, and cannot be opened either
-  std::filesystem::create_directory(summed.sums.Path().CString(), error);
+  const TempFile other("other");
+  log = Log(other, Slots(1));  // on Windows an open file keeps its name
+  std::filesystem::remove(summed.sums.Path().CString());
+  std::filesystem::create_directory(summed.sums.Path().CString());
   EXPECT_EQ(Complaint([&] { Log(summed.file).KeepChecksums(); }),
             Message("Can't write checksums to ", summed.sums));
 }
