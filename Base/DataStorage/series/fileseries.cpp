@@ -1,9 +1,7 @@
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <cstdint>
 #include <cstring>
-#include <iterator>
 #include <limits>
 #include <string>
 #include <typeinfo>
@@ -20,6 +18,7 @@ namespace {
 
 using detail::SeriesHeader;
 using detail::SeriesLists;
+using Entry = SeriesLists::Entry;
 
 constexpr detail::SourceFile source_file{"DataSeries"};
 
@@ -33,55 +32,30 @@ constexpr std::int32_t Nowhere = std::numeric_limits<std::int32_t>::min();
 
 constexpr int ListBlock = 8192;  // entries read or written at once
 
-/// How often Refresh at most goes on reading while it finds more.
-constexpr int MostRounds = 100;
-/// How long, in nanoseconds, Refresh relies on a path that it has looked up, while the file is unchanged.
-constexpr std::int64_t PathInterval = 50'000'000;
-
-/// In nanoseconds, as file times are.
-std::int64_t Now() {
-  using namespace std::chrono;
-  return duration_cast<nanoseconds>(system_clock::now().time_since_epoch()).count();
-}
-
-/// Whether a later change of a file has another time than one at `changed`.
-bool bSettled(std::int64_t changed, std::int64_t now) {
-  constexpr std::int64_t tick = 50'000'000, second = 1'000'000'000;
-  return changed > 0 && now - changed > (changed % second == 0 ? 3 * second : tick);
-}
-
 /// An uninitialised offset list, to be read from a file.
 struct UnreadList : arr_cArray<long> {
   explicit UnreadList(int slots) : arr_cArray(arr_Unfilled, slots) {}
 };
 
-/// An entry of the lists in the file.
-using PackedEntry = std::int32_t;
-
 /// Reads the packed entries of a list into the end of the memory of `list`.
 bool ReadPacked(bstr_cBinary_istream& in, arr_cArray<long>& list, const unsigned char*& packed) {
-  const std::int64_t bytes = list.Size() * std::int64_t{sizeof(PackedEntry)};
+  const std::int64_t bytes = list.Size() * std::int64_t{sizeof(Entry)};
   auto* const begin = reinterpret_cast<unsigned char*>(list.Data() + list.Size()) - bytes;
   packed = begin;
   return in.Read(begin, bytes);
 }
 
-PackedEntry EntryAt(const unsigned char* packed, std::int64_t k) {
-  return detail::LoadLittleEndian<PackedEntry>(packed + k * std::int64_t{sizeof(PackedEntry)});
-}
-
 /// a - b; exact unless one of them is negative.
-PackedEntry Difference(PackedEntry a, PackedEntry b) {
-  return static_cast<PackedEntry>(static_cast<std::uint32_t>(a) - static_cast<std::uint32_t>(b));
+Entry Difference(Entry a, Entry b) {
+  return static_cast<Entry>(static_cast<std::uint32_t>(a) - static_cast<std::uint32_t>(b));
 }
 
 /// Spreads packed entries to places where no packed ones are. Returns a negative number unless all of them
 /// are in the range of `lowest` to `highest`, which may be negative.
-PackedEntry Spread(const unsigned char* packed, std::int64_t count, long* entries, PackedEntry lowest,
-                   PackedEntry highest) {
-  PackedEntry signs = 0;
+Entry Spread(const unsigned char* packed, std::int64_t count, long* entries, Entry lowest, Entry highest) {
+  Entry signs = 0;
   for (std::int64_t k = 0; k < count; ++k) {
-    const PackedEntry entry = EntryAt(packed, k);
+    const Entry entry = SeriesLists::EntryAt(packed, k);
     signs |= entry | Difference(entry, lowest) | Difference(highest, entry);
     entries[k] = entry;
   }
@@ -90,15 +64,14 @@ PackedEntry Spread(const unsigned char* packed, std::int64_t count, long* entrie
 
 /// Unpacks a list in its own memory, from the beginning. Returns whether the first `counted` entries are in
 /// the range of `lowest` to `highest`.
-bool Unpack(const unsigned char* packed, arr_cArray<long>& list, int counted, PackedEntry lowest,
-            PackedEntry highest) {
-  PackedEntry signs = 0;
+bool Unpack(const unsigned char* packed, arr_cArray<long>& list, int counted, Entry lowest, Entry highest) {
+  Entry signs = 0;
   // In halves of the rest: the memory that they are written to holds no packed entries that are still needed.
   for (int begin = 0, end; begin < list.Size(); begin = end) {
     end = begin + std::max((list.Size() - begin) / 2, 1);
     if (begin < counted) end = std::min(end, counted);
-    const PackedEntry here = Spread(packed + begin * std::int64_t{sizeof(PackedEntry)}, end - begin,
-                                    list.Data() + begin, lowest, highest);
+    const Entry here = Spread(packed + begin * std::int64_t{sizeof(Entry)}, end - begin, list.Data() + begin,
+                              lowest, highest);
     if (begin < counted) signs |= here;
   }
   return signs >= 0;
@@ -237,9 +210,9 @@ bool dtsr_cFileSeriesBase::bReadLists(const SeriesHeader& header) {
   tagOffsets_ = std::move(tagOffsets);
   // When all data but the newest lie between the lists and the next place, only the newest can be in its way.
   const int others = std::max(writeIndex_ - 1, 0);
-  const auto begin = static_cast<PackedEntry>(Lists().End());
-  const PackedEntry next = writeIndex_ < Size() ? std::max(EntryAt(data, writeIndex_), 0) : 0;
-  const auto end = static_cast<PackedEntry>(next - detail::PositionTagLength);
+  const auto begin = static_cast<Entry>(Lists().End());
+  const Entry next = writeIndex_ < Size() ? std::max(SeriesLists::EntryAt(data, writeIndex_), 0) : 0;
+  const auto end = static_cast<Entry>(next - detail::PositionTagLength);
   const bool data_between = Unpack(data, dataOffsets_, others, begin, end);
   const bool tags_between = Unpack(tags, tagOffsets_, others, begin, end);
   if (!readOnly_) GuardNextPlace(data_between && tags_between ? others : 0);
@@ -278,150 +251,6 @@ bool dtsr_cFileSeriesBase::bHasDimensions(const dtsr_cDimensionArray& dimensions
 
 void dtsr_cFileSeriesBase::RequireDimensions(const dtsr_cDimensionArray& dimensions) {
   if (!bHasDimensions(dimensions)) source_file.ThrowUserError("Invalid dimensions for " + FilePath() + ".");
-}
-
-dtsr_eRefreshed dtsr_cFileSeriesBase::Refresh() {
-  if (abandoned_) return dtsr_Replaced;
-  const std::int64_t changed = file_.ChangeTime();  // before the contents, which may change meanwhile
-  const std::int64_t now = Now();
-  SeriesHeader header;
-  dtsr_eRefreshed found = dtsr_Cut;
-  if (bReadHeaderNow(header)) {
-    const bool settled = changed == known_.settled && header.valid == writeIndex_;
-    const std::int64_t since = now - known_.pathChecked;
-    if (settled && since >= 0 && since < PathInterval) return dtsr_NothingNew;
-    found = settled ? dtsr_NothingNew : RefreshContents(header);
-  }
-  if (found == dtsr_NothingNew || found == dtsr_Cut) {
-    known_.pathChecked = now;
-    if (const bstr_ePathNames names = file_.PathNames(); names != bstr_NamesTheFile) {
-      found = names == bstr_NamesNothing ? dtsr_Removed : dtsr_Replaced;
-    }
-  }
-  known_.settled = found == dtsr_NothingNew && bSettled(changed, now) ? changed : -1;
-  return found;
-}
-
-bool dtsr_cFileSeriesBase::bReadHeaderNow(SeriesHeader& header) const {
-  std::array<unsigned char, SeriesHeader::End> bytes;
-  if (file_.ReadNow(bytes.data(), SeriesHeader::End, 0) != SeriesHeader::End) return false;
-  bstr_cMemory_istream in(bytes.data(), SeriesHeader::End);
-  return header.ReadKind(in) && header.ReadContents(in);
-}
-
-/// Goes on until nothing more is found, so that what was read while the file changed is read again.
-dtsr_eRefreshed dtsr_cFileSeriesBase::RefreshContents(SeriesHeader& header) {
-  dtsr_eRefreshed result = dtsr_NothingNew;
-  for (int round = 0; round < MostRounds; ++round) {
-    const bool comparable = writeIndex_ > 0 && known_.tagLength > 0;
-    const dtsr_eRefreshed found = RefreshOnce(header);
-    if (found == dtsr_Cut || found == dtsr_Replaced) return found;
-    result = std::max(result, found);
-    const int valid = header.valid;
-    if (found == dtsr_NothingNew) break;
-    if (!bReadHeaderNow(header)) return dtsr_Cut;
-    if (found == dtsr_Appended && comparable && header.valid == valid) break;
-  }
-  return result;
-}
-
-dtsr_eRefreshed dtsr_cFileSeriesBase::RefreshOnce(const SeriesHeader& header) {
-  const bool same = header.bSeriesFile() && header.version == SeriesHeader::KnownVersion &&
-                    header.dataType == dataTypeID_ && header.total == Size() &&
-                    header.lists == offsetListPosition_;
-  if (!same) return Abandon();
-  if (header.valid < 0 || header.valid > Size()) return dtsr_Cut;
-  const dtsr_eRefreshed found = header.valid < writeIndex_   ? dtsr_Reset
-                                : header.valid > writeIndex_ ? ReadAppended(header.valid)
-                                                             : CompareNewest();
-  if (found == dtsr_Cut) return dtsr_Cut;
-  if (found == dtsr_Reset) {
-    file_.Forget(0);
-    if (!bReadLists(header)) return dtsr_Cut;
-  }
-  tagTypeID_ = header.tagType;
-  if (found == dtsr_Reset || known_.tagLength < 0) RememberNewest();
-  return found;
-}
-
-/// Reads the list entries of the data from the newest known one to `end`, and the place of the one after
-/// them; then the tags of both, so that a reset in between shows. Changes nothing unless it returns
-/// dtsr_Appended.
-dtsr_eRefreshed dtsr_cFileSeriesBase::ReadAppended(int end) {
-  const int first = std::max(writeIndex_ - 1, 0);
-  const auto n = static_cast<std::size_t>(end - first);
-  const std::size_t places = end < Size() ? n + 1 : n;
-  std::vector<unsigned char> packed((places + n) * sizeof(PackedEntry));
-  const auto read = [&](std::size_t at, std::size_t count, std::int64_t position) {
-    const auto bytes = static_cast<std::int64_t>(count * sizeof(PackedEntry));
-    return file_.ReadNow(packed.data() + at * sizeof(PackedEntry), bytes, position) == bytes;
-  };
-  const auto entry = [&](std::size_t k) { return EntryAt(packed.data(), static_cast<std::int64_t>(k)); };
-  if (!read(0, places, Lists().DataEntry(first)) || !read(places, n, Lists().TagEntry(first)))
-    return dtsr_Cut;
-  Known known = known_;
-  if (!bReadTag(known, entry(places + n - 1), places > n ? entry(n) : Unlimited)) return dtsr_Cut;
-  if (const auto before = CompareNewest(entry(0), entry(places)); before != dtsr_NothingNew) return before;
-
-  PackedEntry lowest = std::numeric_limits<PackedEntry>::max();  // of the places that have changed
-  for (auto k = static_cast<std::size_t>(writeIndex_ - first); k < n; ++k) {
-    const int i = first + static_cast<int>(k);
-    dataOffsets_[i] = entry(k);
-    tagOffsets_[i] = entry(places + k);
-    lowest = std::min({lowest, entry(k), entry(places + k)});
-  }
-  if (places > n) dataOffsets_[end] = entry(n);
-  writeIndex_ = end;
-  known_ = known;
-  file_.Forget(std::max(lowest, 0));
-  if (!readOnly_) GuardNextPlace();
-  return dtsr_Appended;
-}
-
-/// Whether the newest datum known is still in the file, where the lists have these places for it: compares
-/// them and its tag.
-dtsr_eRefreshed dtsr_cFileSeriesBase::CompareNewest(long data, long tag) const {
-  if (writeIndex_ == 0 || known_.tagLength < 0) return dtsr_NothingNew;
-  if (data != dataOffsets_[writeIndex_ - 1] || tag != tagOffsets_[writeIndex_ - 1]) return dtsr_Reset;
-  decltype(known_.tag) bytes;
-  if (file_.ReadNow(bytes.data(), known_.tagLength, tag) != known_.tagLength) return dtsr_Cut;
-  const auto n = static_cast<std::size_t>(known_.tagLength);
-  return std::memcmp(bytes.data(), known_.tag.data(), n) == 0 ? dtsr_NothingNew : dtsr_Reset;
-}
-
-dtsr_eRefreshed dtsr_cFileSeriesBase::CompareNewest() const {
-  if (writeIndex_ == 0) return dtsr_NothingNew;
-  std::array<unsigned char, sizeof(PackedEntry)> data, tag;
-  const bool read =
-      file_.ReadNow(data.data(), std::ssize(data), Lists().DataEntry(writeIndex_ - 1)) == std::ssize(data) &&
-      file_.ReadNow(tag.data(), std::ssize(tag), Lists().TagEntry(writeIndex_ - 1)) == std::ssize(tag);
-  return read ? CompareNewest(EntryAt(data.data(), 0), EntryAt(tag.data(), 0)) : dtsr_Cut;
-}
-
-/// Reads the tag at `place`, as far as Refresh compares it: without the next datum, at `next`. Returns false
-/// when it is cut off.
-bool dtsr_cFileSeriesBase::bReadTag(Known& known, std::int64_t place, std::int64_t next) const {
-  const std::int64_t most = std::ssize(known.tag);
-  const std::int64_t length = next == Unlimited ? most : std::clamp<std::int64_t>(next - place, 0, most);
-  known.tagLength = static_cast<int>(file_.ReadNow(known.tag.data(), length, place));
-  return known.tagLength == length || next == Unlimited;
-}
-
-void dtsr_cFileSeriesBase::RememberNewest() {
-  known_.tagLength = 0;
-  if (writeIndex_ == 0) return;
-  bReadTag(known_, tagOffsets_[writeIndex_ - 1],
-           writeIndex_ < Size() ? dataOffsets_[writeIndex_] : Unlimited);
-}
-
-/// The result of Refresh after a reset: whether a series with these dimensions was reset or another one
-/// created.
-dtsr_eRefreshed dtsr_cFileSeriesBase::AfterReset(const dtsr_cDimensionArray& dimensions) {
-  try {
-    if (bHasDimensions(dimensions)) return dtsr_Reset;
-  } catch (const expt_cProgramException&) {
-  }
-  return Abandon();
 }
 
 /// Never reads or writes again where another series is now.

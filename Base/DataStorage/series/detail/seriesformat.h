@@ -23,6 +23,7 @@ inline constexpr std::int64_t PositionTagLength = 24;
 /// The two offset lists, each with one entry per slot: first that of the data, then that of the tags. The
 /// data follow.
 struct SeriesLists {
+  using Entry = std::int32_t;
   static constexpr std::int64_t SlotBytes = 8;
 
   std::int64_t begin;
@@ -33,6 +34,10 @@ struct SeriesLists {
   constexpr std::int64_t End() const { return begin + SlotBytes * slots; }
   /// Whether a file of `fileSize` bytes can hold these lists.
   constexpr bool bFit(std::int64_t fileSize) const;
+  /// Entry k of entries as they are in the file.
+  static Entry EntryAt(const unsigned char* entries, std::int64_t k) {
+    return LoadLittleEndian<Entry>(entries + k * std::int64_t{sizeof(Entry)});
+  }
 };
 
 /// The fixed fields at the start of a series file: for a new file, or as read from a file, unchecked.
