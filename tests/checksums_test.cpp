@@ -139,6 +139,58 @@ TEST(Checksums, MissingShorterAndOlderOnesDoNoHarm) {
             Message("Can't write checksums to ", summed.sums));
 }
 
+TEST(Checksums, LieBesideTheFileThatAPathLedTo) {
+  namespace fs = std::filesystem;
+  const Summed summed;
+  const TempFile link("link"), elsewhere("elsewhere"), wrong("elsewhere.crc32c");
+  const fs::path before = fs::current_path(), path = summed.file.Path().CString();
+  fs::current_path(path.parent_path());
+  Log log(TempFile(TempFile::Borrowed{path.filename().string()}), Slots(8));
+  fs::create_directory(elsewhere.Path().CString());
+  fs::current_path(elsewhere.Path().CString());
+  log.KeepChecksums();
+  log.AppendNext();
+  EXPECT_EQ(log.Refresh(), dtsr_NothingNew);
+  fs::current_path(before);
+  EXPECT_EQ(summed.Checked(), "R");
+
+  std::error_code none;
+  fs::create_symlink(summed.file.Path().CString(), link.Path().CString(), none);
+  if (none) GTEST_SKIP() << "no symbolic links here";
+  Log linked(link);
+  linked.KeepChecksums();
+  linked.AppendNext();
+  EXPECT_EQ(summed.Checked(), "RR");
+  fs::remove(link.Path().CString());  // the link leads elsewhere; the series stays
+  fs::create_symlink(elsewhere.Path().CString(), link.Path().CString());
+  linked.ResetWriteIndex();
+  for (int i = 0; i < 3; ++i) linked.AppendNext();
+  EXPECT_EQ(summed.Checked(), "RRR");
+  EXPECT_FALSE(wrong.bExists());
+}
+
+TEST(Checksums, AFailingWriteFailsTheAppend) {
+  const Summed summed;
+  Log log = summed.New(1);
+  int failures = 0;
+  for (int call = 0, data = 1; data < 4; ++call) {
+    {
+      const FaultyDisk disk;
+      FaultyDisk::failing_call = call;
+      try {
+        log.AppendNext();
+        ++data;
+        call = -1;
+      } catch (const expt_cUserException&) {
+        ++failures;
+      }
+    }
+    EXPECT_EQ(log.NextWriteIndex(), data);
+    EXPECT_EQ(summed.Checked(), std::string(static_cast<std::size_t>(data), 'R')) << call;
+  }
+  EXPECT_GE(failures, 15);  // datum, tag, checksum, lists and count, of each of three data
+}
+
 /// A tag that only the test knows, at the end of a full series too, and a datum that is not written in order.
 TEST(Checksums, CoverWhateverIsAppended) {
   struct OwnTag : dtsr_cDataTag {

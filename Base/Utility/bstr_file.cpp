@@ -2,8 +2,11 @@
 #include <array>
 #include <atomic>
 #include <cstring>
+#include <filesystem>
 #include <iterator>
 #include <limits>
+#include <string>
+#include <system_error>
 #include <utility>
 
 #include <DataStorage/interfaces/bstr.h>
@@ -348,13 +351,42 @@ detail::FileOutput& FileSide(const std::unique_ptr<bstr_cBinary_ostream>& output
   return static_cast<detail::FileOutput&>(*output);
 }
 
+namespace fs = std::filesystem;
+
+// Paths are UTF-8 on every system.
+fs::path PathOf(const str_cString& path) {
+  const std::string_view bytes(path);
+  return std::u8string(bytes.begin(), bytes.end());
+}
+str_cString TextOf(const fs::path& path) {
+  const std::u8string bytes = path.u8string();
+  return str_cString(std::string(bytes.begin(), bytes.end()));
+}
+
+str_cString AbsolutePathOf(const str_cString& path) {
+  const fs::path given = PathOf(path);
+  if (given.is_absolute()) return path;
+  std::error_code failed;
+  const fs::path absolute = fs::absolute(given, failed);
+  return failed ? path : TextOf(absolute);
+}
+
 }  // namespace
 
 str_cString bstr_LockHolder(const str_cString& path) {
   return str_cString(detail::LockHolder(path.CString()));
 }
 
-bstr_cBinary_fstream::bstr_cBinary_fstream(const str_cString& path, bstr_eAccess access) : path_(path) {
+str_cString bstr_FollowedPath(const str_cString& path) {
+  std::error_code failed;
+  const fs::path link = PathOf(path);
+  if (!fs::is_symlink(fs::symlink_status(link, failed))) return path;
+  const fs::path followed = fs::canonical(link, failed);
+  return failed ? path : TextOf(followed);
+}
+
+bstr_cBinary_fstream::bstr_cBinary_fstream(const str_cString& path, bstr_eAccess access)
+    : path_(path), absolute_path_(AbsolutePathOf(path)) {
   const auto file = std::make_shared<detail::OpenFile>(path, access);
   input_ = std::make_unique<detail::FileInput>(file);
   output_ = std::make_unique<detail::FileOutput>(file);
@@ -362,11 +394,13 @@ bstr_cBinary_fstream::bstr_cBinary_fstream(const str_cString& path, bstr_eAccess
 
 bstr_cBinary_fstream::bstr_cBinary_fstream(const bstr_cBinary_fstream& other)
     : path_(other.path_),
+      absolute_path_(other.absolute_path_),
       input_(std::make_unique<detail::FileInput>(FileSide(other.input_))),
       output_(std::make_unique<detail::FileOutput>(FileSide(other.output_))) {}
 
 bstr_cBinary_fstream& bstr_cBinary_fstream::operator=(const bstr_cBinary_fstream& other) {
   path_ = other.path_;
+  absolute_path_ = other.absolute_path_;
   FileSide(input_) = FileSide(other.input_);
   FileSide(output_) = FileSide(other.output_);
   return *this;
@@ -381,7 +415,7 @@ bstr_eLock bstr_cBinary_fstream::Lock() const noexcept { return FileSide(input_)
 type_cBoolean bstr_cBinary_fstream::Sync() noexcept { return FileSide(input_).File().Sync(); }
 
 type_cBoolean bstr_cBinary_fstream::SyncName() noexcept {
-  return bCanSync() && detail::file_calls.sync_name(path_.CString());
+  return bCanSync() && detail::file_calls.sync_name(bstr_FollowedPath(absolute_path_).CString());
 }
 
 type_cBoolean bstr_cBinary_fstream::bCanSync() noexcept { return detail::file_calls.sync != nullptr; }
@@ -408,7 +442,7 @@ std::int64_t bstr_cBinary_fstream::ChangeTime() const noexcept {
 }
 
 bstr_ePathNames bstr_cBinary_fstream::PathNames() const noexcept {
-  return FileSide(input_).File().PathNames(path_.CString());
+  return FileSide(input_).File().PathNames(absolute_path_.CString());
 }
 
 void bstr_cBinary_fstream::LimitOutput(std::int64_t place, std::int64_t end) noexcept {

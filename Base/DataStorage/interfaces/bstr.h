@@ -144,6 +144,9 @@ enum bstr_ePathNames {
 /// the system does not report the holder. Linux reports processes on the same machine.
 DATASTORAGE_EXPORT str_cString bstr_LockHolder(const str_cString& path);
 
+/// The path of the file that a symbolic link leads to; `path` itself when it is none or leads nowhere.
+DATASTORAGE_EXPORT str_cString bstr_FollowedPath(const str_cString& path);
+
 /// A file open for reading and writing; its input and its output each have a position of their own.
 ///
 /// A write reaches the operating system before it returns: other processes see it, and it survives if this
@@ -186,6 +189,8 @@ class DATASTORAGE_EXPORT bstr_cBinary_fstream {
   bstr_cBinary_ostream& Output() noexcept { return *output_; }
   /// The path given to the constructor.
   const str_cString& Path() const noexcept { return path_; }
+  /// The same path, in front of a relative one the folder that was current when the file was opened.
+  const str_cString& AbsolutePath() const noexcept { return absolute_path_; }
   /// Whether input and output are good; always false for a read-only stream.
   type_cBoolean bGood() const noexcept;
   /// Whether the lock is held and, if not, why.
@@ -213,8 +218,7 @@ class DATASTORAGE_EXPORT bstr_cBinary_fstream {
   /// that follow each other within 50 ms, or within 3 s where this is a whole number of seconds, may have the
   /// same time. 0 when the system does not keep it up to date.
   std::int64_t ChangeTime() const noexcept;
-  /// What the path names now; a relative one begins in the current folder. In plain standard C++ another file
-  /// cannot be distinguished from this one.
+  /// What the path names now. In plain standard C++ another file cannot be distinguished from this one.
   bstr_ePathNames PathNames() const noexcept;
   /// Limits the writes that follow a `Seek` of the output to `place`: one that would pass `end` fails and
   /// writes nothing. There is one limit at a time, for this stream and copies made later; a negative `place`
@@ -224,6 +228,7 @@ class DATASTORAGE_EXPORT bstr_cBinary_fstream {
  private:
   friend class bstr_cKeptReading;
   str_cString path_;
+  str_cString absolute_path_;
   std::unique_ptr<bstr_cBinary_istream> input_;   // a detail::FileInput
   std::unique_ptr<bstr_cBinary_ostream> output_;  // a detail::FileOutput
 };

@@ -140,7 +140,7 @@ bool SeriesSafety::Sync() {
 SeriesChecksums* SeriesSafety::Checksums(bstr_eAccess access) {
   const bool empties = access == bstr_CreateEmpty;
   if (!checksums_ || empties || (access != bstr_OpenReadOnly && access_ == bstr_OpenReadOnly)) {
-    auto opened = std::make_unique<SeriesChecksums>(SeriesChecksums::PathOf(file_.Path()), access);
+    auto opened = std::make_unique<SeriesChecksums>(checksums_path_, access);
     if (access == bstr_OpenReadOnly ? !opened->bOpen() : !opened->bWritable()) return nullptr;
     checksums_ = std::move(opened);
     access_ = access;
@@ -315,6 +315,5 @@ std::uint32_t dtsr_cFileSeriesBase::StoredSum(int i, std::uint32_t filling) cons
 }
 
 void dtsr_cFileSeriesBase::ThrowCannotWriteChecksums(int line) const {
-  source_file.ThrowUserError("Can't write checksums to " + detail::SeriesChecksums::PathOf(FilePath()) + ".",
-                             line);
+  source_file.ThrowUserError("Can't write checksums to " + Safety().ChecksumsPath() + ".", line);
 }

@@ -241,12 +241,7 @@ Labels::Json Labels::AsJson() const {
 Labels ParseLabels(const std::string& text) { return LabelsIn(Parsed(text)); }
 
 std::string LabelsPath(const std::string& series) {
-  std::string name = series;
-  std::error_code error;
-  if (fs::is_symlink(fs::symlink_status(PathOf(series), error))) {
-    const auto followed = fs::canonical(PathOf(series), error).u8string();
-    if (!error) name.assign(followed.begin(), followed.end());
-  }
+  const std::string name = bstr_FollowedPath(series.c_str()).CString();
   return name + (name.ends_with(".dseries") ? ".json" : ".dseries.json");
 }
 

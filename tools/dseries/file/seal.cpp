@@ -9,7 +9,9 @@
 
 namespace dseries {
 
-std::string ChecksumsPath(const std::string& series) { return series + ".crc32c"; }
+std::string ChecksumsPath(const std::string& series) {
+  return (bstr_FollowedPath(series.c_str()) + ".crc32c").CString();
+}
 
 void RemoveChecksums(const std::string& series) {
   std::error_code missing;

@@ -30,11 +30,11 @@ class SeriesChecksums {
   static constexpr std::int64_t HeaderLength = 28;
 
   SeriesChecksums(const str_cString& path, bstr_eAccess access) : file_(path, access) {}
-  static str_cString PathOf(const str_cString& series) { return series + ".crc32c"; }
+  /// Beside the file itself, where `series` is a symbolic link.
+  static str_cString PathOf(const str_cString& series) { return bstr_FollowedPath(series) + ".crc32c"; }
 
   bool bOpen() const { return file_.Input().bGood(); }
   bool bWritable() const { return file_.bGood(); }
-  const str_cString& Path() const { return file_.Path(); }
 
   /// Reads the header as it is in the file now. Returns whether it is of the series with this checksum of the
   /// fixed part; if so, the next two are those of the header.
@@ -62,7 +62,8 @@ class SeriesChecksums {
 /// series: when to sync, whether that has failed, and the checksums.
 class SeriesSafety {
  public:
-  explicit SeriesSafety(const bstr_cBinary_fstream& file) : file_(file) {}
+  explicit SeriesSafety(const bstr_cBinary_fstream& file)
+      : file_(file), checksums_path_(SeriesChecksums::PathOf(file.AbsolutePath())) {}
   SeriesSafety(const SeriesSafety&) = delete;
   SeriesSafety& operator=(const SeriesSafety&) = delete;
   /// Syncs what is not on the disk yet.
@@ -81,6 +82,7 @@ class SeriesSafety {
   bool Sync();
   bool bFailed() const { return failed_; }
 
+  const str_cString& ChecksumsPath() const { return checksums_path_; }
   /// The checksums, opened to read or write; null when there are none.
   SeriesChecksums* Checksums(bstr_eAccess access);
   /// Those that an append writes; null when none are asked for.
@@ -91,6 +93,7 @@ class SeriesSafety {
   using Clock = std::chrono::steady_clock;
 
   bstr_cBinary_fstream file_;  // keeps the file open until the last sync
+  str_cString checksums_path_;
   dtsr_eDurability durability_ = dtsr_DurabilityNone;
   int most_ = 0;
   Clock::duration longest_{};
