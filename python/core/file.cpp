@@ -79,15 +79,30 @@ class SeriesFile::Turn {
 
 SeriesFile::SeriesFile(std::string path, Mode mode) : path_(std::move(path)), mode_(mode), process_(forks) {
   plane_ = dseries::KnownDataType(path_) == darr_c2DArray::DataTypeID();
-  series_ = Opened();
+  Use(Opened());
 }
 
 SeriesFile::SeriesFile(std::string path, bool plane, std::unique_ptr<dseries::Series> series)
-    : path_(std::move(path)),
-      mode_(Mode::Append),
-      plane_(plane),
-      series_(std::move(series)),
-      process_(forks) {}
+    : path_(std::move(path)), mode_(Mode::Append), plane_(plane), process_(forks) {
+  Use(std::move(series));
+}
+
+void SeriesFile::Use(std::unique_ptr<dseries::Series> series) {
+  series_ = std::move(series);
+  probe_ = std::make_unique<dseries::Series>(*series_);
+  overwritten_ = false;
+}
+
+void SeriesFile::RequireSame() {
+  const int known = probe_->NextWriteIndex();
+  const dtsr_eRefreshed found = probe_->Refresh();
+  // A path that names another file does no harm to this one.
+  if (found == dtsr_Reset || (found == dtsr_Replaced && probe_->NextWriteIndex() < known))
+    overwritten_ = true;
+  if (!overwritten_) return;
+  throw SystemFailure(ESTALE, "the file was emptied or overwritten: refresh() finds what it holds now",
+                      path_);
+}
 
 std::unique_ptr<dseries::Series> SeriesFile::Opened() const {
   const bstr_eAccess access = mode_ == Mode::Read ? bstr_OpenReadOnly : bstr_OpenLocked;
@@ -122,11 +137,11 @@ std::mutex& SeriesFile::UsableMutex() {
     process_ = forks;
     if (mode_ == Mode::Append) {
       closed_ = true;
-      series_.reset();
+      Drop();
       throw dseries::Failure(
           path_ + " is open for appending in the process that this one is a fork of: open it again");
     }
-    series_ = Opened();
+    Use(Opened());
   }
   return *mutex_;
 }
@@ -135,11 +150,16 @@ void SeriesFile::Close() {
   if (closed_) return;
   closed_ = true;
   if (process_ != forks) {  // only what this process inherited
-    series_.reset();
+    Drop();
     return;
   }
   const py::gil_scoped_release released;
   const std::lock_guard lock(*mutex_);
+  Drop();
+}
+
+void SeriesFile::Drop() {
+  probe_.reset();
   series_.reset();
 }
 
@@ -180,6 +200,7 @@ std::unique_ptr<Array> SeriesFile::Datum(int i) {
   std::optional<Array::Value> datum;
   {
     const Turn turn(*this);
+    RequireSame();
     Visit([&](auto& series) { datum.emplace(Writable(series.Read(i))); });
   }
   return std::make_unique<Array>(std::move(*datum));
@@ -190,6 +211,7 @@ py::tuple SeriesFile::Head(int i) {
     std::optional<BlockReader<Data>> reader;
     {
       const Turn turn(*this);
+      RequireSame();
       reader.emplace(As<Data>().Block(std::span(&i, 1), false));
     }
     return py::make_tuple(NumpyType(reader->Form().type), reader->Shape(),
@@ -203,6 +225,7 @@ py::array SeriesFile::Values(const Indices& indices, bool same_axes) {
     std::optional<BlockReader<Data>> reader;
     {
       const Turn turn(*this);
+      RequireSame();
       reader.emplace(As<Data>().Block(chosen, same_axes));
     }
     std::vector<py::ssize_t> shape{reader->Rows()};
@@ -220,6 +243,8 @@ py::array SeriesFile::Values(const Indices& indices, bool same_axes) {
       }
       if (PyErr_CheckSignals() != 0) throw py::error_already_set();
     }
+    const Turn turn(*this);
+    RequireSame();
     return block;
   });
 }
@@ -233,6 +258,7 @@ py::tuple SeriesFile::Tags(int begin, int end) {
   bool positioned = false;
   {
     const Turn turn(*this);
+    RequireSame();
     if (n > 0 && (begin < 0 || end > series_->NextWriteIndex()))
       arr_IndexError(begin, end, series_->NextWriteIndex());
     const unsigned int kind = series_->TagTypeID();
@@ -350,13 +376,17 @@ bool SeriesFile::Refresh() {
   }
   if (found == dtsr_Removed) throw SystemFailure(ENOENT, std::strerror(ENOENT), path_);
   if (found == dtsr_Cut) dseries::FailForDamage(path_, path_ + " was cut off");
-  if (found != dtsr_Replaced) return found != dtsr_Reset;
+  if (found != dtsr_Replaced) {
+    const Turn turn(*this);
+    if (found == dtsr_Reset || overwritten_) Use(std::move(series_));
+    return found != dtsr_Reset;
+  }
   if (dseries::KnownDataType(path_) != (plane_ ? darr_c2DArray::DataTypeID() : darr_c1DArray::DataTypeID())) {
     throw dseries::Failure(path_ + " was replaced by a file with data of another kind: open it again");
   }
   auto replacement = Opened();
   const Turn turn(*this);
-  series_ = std::move(replacement);
+  Use(std::move(replacement));
   return false;
 }
 

@@ -111,6 +111,10 @@ class SeriesFile {
   SeriesFile(std::string path, bool plane, std::unique_ptr<dseries::Series> series);
 
   std::unique_ptr<dseries::Series> Opened() const;
+  void Use(std::unique_ptr<dseries::Series> series);
+  void Drop();
+  /// Throws SystemFailure when the file was emptied or overwritten since it was opened or refreshed.
+  void RequireSame();
   void RequireAppending() const;
   /// Throws ValueError when the series is closed; opens it again in a forked process.
   std::mutex& UsableMutex();
@@ -133,6 +137,8 @@ class SeriesFile {
   bool plane_ = false;  // whether the data have two dimensions
   bool closed_ = false;
   std::unique_ptr<dseries::Series> series_;  // for the holder of the mutex; null when closed
+  std::unique_ptr<dseries::Series> probe_;   // a copy that learns what happens to the file; null like series_
+  bool overwritten_ = false;
   std::unique_ptr<std::mutex> mutex_ = std::make_unique<std::mutex>();
   int process_;  // the count of forks when it was opened
 };

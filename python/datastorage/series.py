@@ -231,7 +231,8 @@ class Series(_Data):
         """Finds the data that another process appended meanwhile; returns how many there are now.
 
         Opens the file again when another one has taken its place. A file that was removed is
-        FileNotFoundError; what was open can still be read.
+        FileNotFoundError; what was open can still be read. Where the file itself was emptied or overwritten,
+        reading is an OSError (ESTALE) until this is called.
         """
         self._refreshed()
         return len(self)
@@ -275,9 +276,14 @@ class Series(_Data):
                 seen = 0
             if seen < len(self):
                 came = _time.monotonic()
-                while seen < len(self):
-                    seen += 1
-                    yield self._datum(seen - 1)
+                try:
+                    datum = self._datum(seen)
+                except OSError as error:
+                    if error.errno != errno.ESTALE:
+                        raise
+                    continue
+                seen += 1
+                yield datum
                 continue
             left = poll if timeout is None else min(poll, came + timeout - _time.monotonic())
             if left <= 0:

@@ -260,6 +260,17 @@ def test_a_file_that_is_replaced_or_removed_while_it_is_open():
     os.replace("new.dseries", "s.dseries")
     assert (s.values() == 0).all() and len(s) == 3 and s.tags.shape == (3,)
     assert s.refresh() == 5 and (s.values() == 1).all() and s.tags.shape == (5,)
+    with ds.create("s.dseries", ROW, overwrite=True) as overwriting:
+        for i in range(5):
+            overwriting.append(np.full(10, 2.0), time=100 + i)
+    for read in lambda: s[4], lambda: s.values(), lambda: s[1:].values():
+        with pytest.raises(OSError, match="overwritten") as stale:
+            read()
+        assert stale.value.errno == errno.ESTALE
+    assert s.refresh() == 5 and (s.values() == 2).all() and s[4].numpy().sum() == 20
+    make("new.dseries", np.ones((5, 10)))
+    os.replace("new.dseries", "s.dseries")
+    assert s.refresh() == 5
     os.remove("s.dseries")
     assert (s.values() == 1).all()
     with pytest.raises(FileNotFoundError):
