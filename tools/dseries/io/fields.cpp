@@ -124,6 +124,15 @@ bool bGroupedDigits(std::string_view word) {
   return word.empty();
 }
 
+bool bSpoiltNumber(std::string_view field) {
+  constexpr std::string_view around = "+-<>=~()'\"$*%";
+  const std::size_t first = field.find_first_not_of(around);
+  return first != field.npos &&
+         field.find_first_not_of("0123456789.,", first) >=
+             std::min(field.find_last_not_of(around) + 1, field.size()) &&
+         field.find_first_of("0123456789") != field.npos;
+}
+
 MissingWords::MissingWords(const std::vector<std::string>& words) {
   for (const std::string& word : words) {
     words_.emplace_back(Trimmed(word));

@@ -28,6 +28,10 @@ bool ReadNumber(std::string_view word, double& value, char decimal = '.');
 /// it excludes that.
 bool bGroupedDigits(std::string_view word);
 
+/// Whether a field that is no number may still be one: with marks between thousands, in quotes or brackets,
+/// behind a currency or a comparison.
+bool bSpoiltNumber(std::string_view field);
+
 /// The words that stand for missing values: the usual ones, and those that a user names.
 class MissingWords {
  public:

@@ -1,7 +1,6 @@
 #include "io/layout.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 #include <cstdint>
 #include <fmt/format.h>
@@ -11,12 +10,11 @@
 
 #include "file/failure.h"
 #include "file/text.h"
+#include "io/layoutfinder.h"
 
 namespace dseries {
 
 namespace {
-
-constexpr std::size_t sample_size = 200;  // lines from the start, and as many from all over the text
 
 /// UTF-16 as UTF-8. Throws Failure for half a character.
 std::string FromUtf16(const std::string& path, std::string_view bytes, bool big_end) {
@@ -90,532 +88,245 @@ std::vector<std::string> NamesOfWords(const std::vector<std::string_view>& words
   return names;
 }
 
-/// A part of the text for a message, with tabs to be seen.
-std::string Excerpt(std::string_view line) {
-  std::string text;
-  for (const char c : Trimmed(line)) text.append(c == '\t' ? "\\t" : &c, c == '\t' ? 2 : 1);
-  return Shortened(Printable(text), 40);
-}
-
-/// Whether a text has digits, and no letters but those of exponents.
-bool bOnlyDigits(std::string_view text) {
-  const auto letter = [](char c) {
-    return c < 0 || (std::isalpha(static_cast<unsigned char>(c)) != 0 &&
-                     std::string_view("eEdD").find(c) == std::string_view::npos);
-  };
-  return text.find_first_of("0123456789") != text.npos && std::none_of(text.begin(), text.end(), letter);
-}
-
 /// Whether a field that is no number begins like one, as times and numbers with units do.
 bool bLikeNumber(std::string_view field) {
   return field.substr(std::min(field.find_first_not_of("+-.,"), field.size())).find_first_of("0123456789") ==
          0;
 }
 
-/// Whether a field that is no number may still be one: with marks between thousands, in quotes or brackets,
-/// behind a currency or a comparison.
-bool bSpoiltNumber(std::string_view field) {
-  constexpr std::string_view around = "+-<>=~()'\"$*%";
-  const std::size_t first = field.find_first_not_of(around);
-  return first != field.npos &&
-         field.find_first_not_of("0123456789.,", first) >=
-             std::min(field.find_last_not_of(around) + 1, field.size()) &&
-         field.find_first_of("0123456789") != field.npos;
+}  // namespace
+
+LayoutFinder::LayoutFinder(const std::string& path, std::string_view text, const TextForm& form,
+                           const MissingWords& missing)
+    : path_(path), text_(text), form_(form), missing_(missing) {
+  for (int i = 0; i < form.skip.value_or(0) && layout_.begin < text.size(); ++i) {
+    layout_.begin = std::min(text.find('\n', layout_.begin), text.size() - 1) + 1;
+    ++layout_.first_line;
+  }
+  TakeSample();
 }
 
-class LayoutFinder {
- public:
-  LayoutFinder(const std::string& path, std::string_view text, const TextForm& form,
-               const MissingWords& missing)
-      : path_(path), text_(text), form_(form), missing_(missing) {
-    for (int i = 0; i < form.skip.value_or(0) && layout_.begin < text.size(); ++i) {
-      layout_.begin = std::min(text.find('\n', layout_.begin), text.size() - 1) + 1;
-      ++layout_.first_line;
-    }
-    TakeSample();
-  }
+Layout LayoutFinder::Find() {
+  ChooseNotation();
+  Splitter splitter(layout_.notation.delimiter, form_.CommentMarks(), missing_);
+  FindNumericFields(splitter);
+  FindStart(splitter);
+  return std::move(layout_);
+}
 
-  Layout Find() {
-    ChooseNotation();
-    Splitter splitter(layout_.notation.delimiter, form_.CommentMarks(), missing_);
-    FindNumericFields(splitter);
-    FindStart(splitter);
-    return std::move(layout_);
-  }
+LayoutFinder::Kind LayoutFinder::KindOf(std::string_view field, char decimal) const {
+  if (field.empty()) return Kind::Empty;
+  if (double value = 0; ReadNumber(field, value, decimal)) return Kind::Number;
+  return missing_.bWord(field) ? Kind::Missing : Kind::Other;
+}
 
- private:
-  enum class Kind { Empty, Number, Missing, Other };
-
-  Kind KindOf(std::string_view field, char decimal) const {
-    if (field.empty()) return Kind::Empty;
-    if (double value = 0; ReadNumber(field, value, decimal)) return Kind::Number;
-    return missing_.bWord(field) ? Kind::Missing : Kind::Other;
-  }
-
-  void TakeSample() {
-    std::string_view rest = text_.substr(layout_.begin);
-    const auto take = [&] {
-      const std::string_view line = TakeLine(rest);
-      if (!Trimmed(line).empty()) sample_.push_back(line);
-    };
-    while (!rest.empty() && sample_.size() < sample_size) take();
-    const std::size_t step = rest.size() / sample_size;
-    for (std::size_t i = 0; i < sample_size && !rest.empty(); ++i) {
-      take();
-      if (step <= 1) continue;
-      const std::size_t ahead = std::min(rest.find('\n', std::min(step, rest.size())), rest.size());
-      rest.remove_prefix(std::min(ahead + 1, rest.size()));
-    }
-  }
-
-  struct Fit {
-    Notation notation;
-    std::size_t fields = 0;
-    int score = 0;
+void LayoutFinder::TakeSample() {
+  std::string_view rest = text_.substr(layout_.begin);
+  const auto take = [&] {
+    const std::string_view line = TakeLine(rest);
+    if (!Trimmed(line).empty()) sample_.push_back(line);
   };
-
-  /// How well the lines of the sample become numbers, with the number of fields that most of them have.
-  Fit FitOf(const Notation& notation) const {
-    Splitter splitter(notation.delimiter, form_.CommentMarks(), missing_);
-    std::vector<std::pair<std::size_t, int>> scores;  // in the order of the lines
-    for (const std::string_view line : sample_) {
-      const auto& fields = splitter.Split(splitter.WithoutComment(line));
-      int kinds[4] = {};
-      for (const std::string_view field : fields) ++kinds[static_cast<int>(KindOf(field, notation.decimal))];
-      const auto [empty, numbers, missing, other] = kinds;
-      if (numbers + missing == 0) continue;
-      auto score = std::find_if(scores.begin(), scores.end(),
-                                [&fields](const auto& known) { return known.first == fields.size(); });
-      if (score == scores.end()) score = scores.insert(score, {fields.size(), 0});
-      score->second += other > 0 ? 100 * numbers / static_cast<int>(fields.size()) : empty > 0 ? 200 : 300;
-    }
-    Fit best{notation, 0, 0};
-    for (const auto& [fields, score] : scores) {
-      if (score > best.score) best = {notation, fields, score};
-    }
-    return best;
+  while (!rest.empty() && sample_.size() < sample_size) take();
+  const std::size_t step = rest.size() / sample_size;
+  for (std::size_t i = 0; i < sample_size && !rest.empty(); ++i) {
+    take();
+    if (step <= 1) continue;
+    const std::size_t ahead = std::min(rest.find('\n', std::min(step, rest.size())), rest.size());
+    rest.remove_prefix(std::min(ahead + 1, rest.size()));
   }
+}
 
-  void ChooseNotation() {
-    Fit best;
-    std::map<std::pair<char, char>, Fit> fits;
-    for (const char decimal : {'.', ','}) {
-      for (const char delimiter : {' ', '\t', ';', ','}) {
-        if (form_.delimiter.value_or(delimiter) != delimiter || form_.decimal.value_or(decimal) != decimal)
-          continue;
-        const bool quotes = text_.find('"') != text_.npos;
-        if (delimiter == ',' && decimal == ',' && !quotes && !form_.delimiter) continue;
-        const Fit fit = fits[{delimiter, decimal}] = FitOf({delimiter, decimal});
-        // Semicolons between numbers begin no comments.
-        const bool fields =
-            fit.score == best.score && delimiter == ';' && fit.fields > 1 && best.notation.delimiter != ';';
-        if (fit.score > best.score || fields) best = fit;
-      }
-    }
-    if (best.score == 0) Fail("{} holds no numbers", path_);
-    layout_.notation = best.notation;
-    layout_.fields = best.fields;
-    if (layout_.notation.delimiter == ' ' && !form_.delimiter) CheckTabs();
-    if (form_.delimiter || form_.decimal) return;
-    if (layout_.notation.delimiter == ',') CheckCommas();
-    const Fit &pairs = fits[{',', '.'}], &singles = fits[{' ', ','}];
-    const bool comma = best.notation.delimiter == ',' || (best.notation.decimal == ',' && best.fields == 1);
-    if (!comma || best.fields > 1) CheckGroups();
-    if (!comma) return;
-    if (pairs.fields != 2 || singles.fields != 1) return;
-    const auto single = [](std::string_view line) {
-      return bGroupedDigits(Trimmed(line)) || line.find_first_of("0123456789") == line.npos;
-    };
-    if (best.score == singles.score || std::all_of(sample_.begin(), sample_.end(), single))
-      Choose(pairs, singles, pairs.score == best.score);
+LayoutFinder::Fit LayoutFinder::FitOf(const Notation& notation) const {
+  Splitter splitter(notation.delimiter, form_.CommentMarks(), missing_);
+  std::vector<std::pair<std::size_t, int>> scores;  // in the order of the lines
+  for (const std::string_view line : sample_) {
+    const auto& fields = splitter.Split(splitter.WithoutComment(line));
+    int kinds[4] = {};
+    for (const std::string_view field : fields) ++kinds[static_cast<int>(KindOf(field, notation.decimal))];
+    const auto [empty, numbers, missing, other] = kinds;
+    if (numbers + missing == 0) continue;
+    auto score = std::find_if(scores.begin(), scores.end(),
+                              [&fields](const auto& known) { return known.first == fields.size(); });
+    if (score == scores.end()) score = scores.insert(score, {fields.size(), 0});
+    score->second += other > 0 ? 100 * numbers / static_cast<int>(fields.size()) : empty > 0 ? 200 : 300;
   }
-
-  /// Whether the fields are numbers or missing ones, as many as in most lines.
-  bool bNumbers(const std::vector<std::string_view>& fields) const {
-    return fields.size() == layout_.fields && std::none_of(fields.begin(), fields.end(), [&](auto field) {
-             return KindOf(field, layout_.notation.decimal) == Kind::Other;
-           });
+  Fit best{notation, 0, 0};
+  for (const auto& [fields, score] : scores) {
+    if (score > best.score) best = {notation, fields, score};
   }
+  return best;
+}
 
-  /// Blanks do not show an empty field between two tabs. Where the words of the lines lie in different fields
-  /// between tabs, tabs are the delimiter; but not where they only align the words. Throws Failure when the
-  /// lines do not have the same number of tabs.
-  void CheckTabs() {
-    Splitter splitter('\t', form_.CommentMarks(), missing_), blanks(' ', form_.CommentMarks(), missing_);
-    std::vector<std::size_t> places, starts;  // of the words of the first line: their fields and columns
-    std::size_t count = 0;
-    bool moved = false, aligned = true, even = true;
-    std::string_view doubtful;
-    for (const std::string_view whole : sample_) {
-      const std::string_view line = splitter.WithoutComment(whole);
-      const auto& fields = splitter.Split(line);
-      std::vector<std::size_t> place, start;
-      for (std::size_t f = 0; f < fields.size(); ++f) {
-        const Kind kind = KindOf(fields[f], layout_.notation.decimal);
-        if (kind == Kind::Number || kind == Kind::Missing) place.push_back(f);
-      }
-      if (place.size() != layout_.fields) {
-        even = even && !bNumbers(blanks.Split(line));
+void LayoutFinder::ChooseNotation() {
+  Fit best;
+  std::map<std::pair<char, char>, Fit> fits;
+  for (const char decimal : {'.', ','}) {
+    for (const char delimiter : {' ', '\t', ';', ','}) {
+      if (form_.delimiter.value_or(delimiter) != delimiter || form_.decimal.value_or(decimal) != decimal)
         continue;
+      const bool quotes = text_.find('"') != text_.npos;
+      if (delimiter == ',' && decimal == ',' && !quotes && !form_.delimiter) continue;
+      const Fit fit = fits[{delimiter, decimal}] = FitOf({delimiter, decimal});
+      // Semicolons between numbers begin no comments.
+      const bool fields =
+          fit.score == best.score && delimiter == ';' && fit.fields > 1 && best.notation.delimiter != ';';
+      if (fit.score > best.score || fields) best = fit;
+    }
+  }
+  if (best.score == 0) Fail("{} holds no numbers", path_);
+  layout_.notation = best.notation;
+  layout_.fields = best.fields;
+  if (layout_.notation.delimiter == ' ' && !form_.delimiter) CheckTabs();
+  if (form_.delimiter || form_.decimal) return;
+  if (layout_.notation.delimiter == ',') CheckCommas();
+  const Fit &pairs = fits[{',', '.'}], &singles = fits[{' ', ','}];
+  const bool comma = best.notation.delimiter == ',' || (best.notation.decimal == ',' && best.fields == 1);
+  if (!comma || best.fields > 1) CheckGroups();
+  if (!comma) return;
+  if (pairs.fields != 2 || singles.fields != 1) return;
+  const auto single = [](std::string_view line) {
+    return bGroupedDigits(Trimmed(line)) || line.find_first_of("0123456789") == line.npos;
+  };
+  if (best.score == singles.score || std::all_of(sample_.begin(), sample_.end(), single))
+    Choose(pairs, singles, pairs.score == best.score);
+}
+
+bool LayoutFinder::bNumbers(const std::vector<std::string_view>& fields) const {
+  return fields.size() == layout_.fields && std::none_of(fields.begin(), fields.end(), [&](auto field) {
+           return KindOf(field, layout_.notation.decimal) == Kind::Other;
+         });
+}
+
+void LayoutFinder::FindNumericFields(Splitter& splitter) {
+  std::vector<int> numbers(layout_.fields), others(layout_.fields), filled(layout_.fields);
+  std::vector<std::string_view> words(layout_.fields);
+  layout_.unread.resize(layout_.fields);
+  for (const std::string_view line : sample_) {
+    const auto& fields = splitter.Split(splitter.WithoutComment(line));
+    if (fields.size() != layout_.fields) continue;
+    std::vector<Kind> kinds(fields.size());
+    std::transform(fields.begin(), fields.end(), kinds.begin(),
+                   [&](auto field) { return KindOf(field, layout_.notation.decimal); });
+    const bool data = std::any_of(kinds.begin(), kinds.end(),
+                                  [](Kind kind) { return kind == Kind::Number || kind == Kind::Missing; });
+    for (std::size_t f = 0; data && f < fields.size(); ++f) {
+      numbers[f] += kinds[f] == Kind::Number;
+      others[f] += kinds[f] == Kind::Other;
+      if (kinds[f] == Kind::Other) words[f] = fields[f];
+      filled[f] += kinds[f] != Kind::Empty;
+      if (kinds[f] == Kind::Other && (bLikeNumber(fields[f]) || bSpoiltNumber(fields[f])) &&
+          layout_.unread[f].empty())
+        layout_.unread[f] = fields[f];
+    }
+  }
+  delimited_ = layout_.fields;
+  while (layout_.fields > 1 && filled[layout_.fields - 1] == 0) --layout_.fields;  // delimiters end the lines
+  for (std::size_t f = 0; f < layout_.fields; ++f) {
+    layout_.numeric.push_back(others[f] <= numbers[f]);
+    // Words among numbers may be missing values.
+    if (!layout_.numeric[f] && numbers[f] > 0 && layout_.unread[f].empty()) layout_.unread[f] = words[f];
+  }
+  CheckComments(splitter);
+}
+
+bool LayoutFinder::bData(const std::vector<std::string_view>& fields) const {
+  if (fields.size() != layout_.fields) return false;
+  bool any = false;
+  for (std::size_t f = 0; f < fields.size(); ++f) {
+    const Kind kind = KindOf(fields[f], layout_.notation.decimal);
+    if (layout_.numeric[f] && kind == Kind::Other) return false;
+    any = any || (layout_.numeric[f] && kind != Kind::Empty);
+  }
+  return any;
+}
+
+void LayoutFinder::FindStart(Splitter& splitter) {
+  std::string_view rest = text_.substr(layout_.begin);
+  const std::size_t start = layout_.begin;
+  const int first = layout_.first_line;
+  std::vector<std::string_view> headers, comments;  // the last ones without a blank line between them
+  bool blank = true, gap = false;
+  for (int line = first;; ++line) {
+    if (rest.empty()) Fail("{} holds no numbers", path_);
+    const std::size_t begin = text_.size() - rest.size();
+    const std::string_view whole = TakeLine(rest), part = splitter.WithoutComment(whole);
+    const auto& fields = splitter.Split(part, layout_.fields);
+    if (bData(fields)) {
+      // In a text of values only, blank lines are missing values, the first ones too.
+      if (!blank || layout_.fields > 1) {
+        layout_.begin = begin;
+        layout_.first_line = line;
+      } else {
+        layout_.begin = start;
+        layout_.first_line = first;
       }
-      constexpr std::size_t tab = 8;
-      std::size_t column = 0;
-      char last = ' ';
-      for (const char c : line) {
-        if (bBlank(last) && !bBlank(c)) start.push_back(column);
-        column = c == '\t' ? (column / tab + 1) * tab : column + 1;
-        last = c;
-      }
-      if (count == 0) {
-        places = place;
-        starts = start;
-        count = fields.size();
-      }
-      if (place != places && !std::exchange(moved, true)) doubtful = line;
-      aligned = aligned && start == starts;
-      even = even && fields.size() == count;
+      break;
     }
-    if (!moved || aligned) return;
-    if (!even) {
-      Fail(
-          "{}: '{}' may have an empty field between its tabs; --delimiter tab or --delimiter space says "
-          "which",
-          path_, Excerpt(doubtful));
+    if (Trimmed(whole).empty() || (fields.empty() && !Trimmed(part).empty())) {
+      gap = true;
+      comments.clear();
+      continue;
     }
-    layout_.notation.delimiter = '\t';
-    layout_.fields = count;
+    blank = false;
+    if (Trimmed(part).empty()) {
+      comments.push_back(WithoutMarks(whole));
+      continue;
+    }
+    CheckHeader(line, part, fields);
+    if (std::exchange(gap, false)) headers.clear();
+    headers.push_back(bComment(whole.substr(part.size())) ? part : whole);
+    ++layout_.header_lines;
   }
+  if (!headers.empty()) CheckNumberOfNames(splitter, headers.back());
+  const bool commented = layout_.header_lines == 0;
+  if (!commented || layout_.fields > 1 ||
+      (!comments.empty() && comments.back().find(' ') == comments.back().npos))
+    NameFields(splitter, commented ? comments : headers);
+}
 
-  /// Where a blank follows every other comma in all lines, as in "1,5, 2,5", the others may be decimal ones.
-  void CheckCommas() const {
-    Splitter splitter(',', form_.CommentMarks(), missing_);
-    std::string_view doubtful;
-    for (const std::string_view whole : sample_) {
-      const std::string_view line = Trimmed(splitter.WithoutComment(whole));
-      const auto& fields = splitter.Split(line);
-      if (fields.size() != layout_.fields || KindOf(fields[0], '.') != Kind::Number) continue;
-      bool blank = true;
-      for (std::size_t i = line.find(','); i != line.npos; i = line.find(',', i + 1)) {
-        if (line.substr(i + 1).starts_with(' ') == blank) return;
-        blank = !blank;
-      }
-      if (blank || layout_.fields < 4) return;
-      doubtful = line;
-    }
-    if (doubtful.empty()) return;
-    Fail("{}: '{}' may have decimal commas; --delimiter , says that all of them separate columns", path_,
-         Excerpt(doubtful));
+std::string_view LayoutFinder::WithoutMarks(std::string_view comment) const {
+  comment = Trimmed(comment);
+  for (const std::string& mark : form_.CommentMarks()) {
+    while (!mark.empty() && comment.starts_with(mark)) comment.remove_prefix(mark.size());
   }
+  return Trimmed(comment);
+}
 
-  /// Chooses between two numbers with a comma between them and a single number on each line: by the names in
-  /// the header, by the positions, and by the number of fields. Throws Failure when they leave a doubt.
-  void Choose(const Fit& pairs, const Fit& singles, bool possible) {
-    Splitter splitter(',', form_.CommentMarks(), missing_);
-    std::vector<double> positions;
-    std::string_view first;
-    std::size_t names = 0;
-    bool zeros = false;  // as only decimals begin
-    for (const std::string_view line : sample_) {
-      const auto& fields = splitter.Split(splitter.WithoutComment(line));
-      double position = 0;
-      if (fields.empty()) continue;
-      zeros =
-          zeros || (fields.size() == 2 && fields[1].size() > 1 && fields[1][0] == '0' && fields[1][1] != '.');
-      if (ReadNumber(fields[0], position)) {
-        if (positions.empty()) first = line;
-        positions.push_back(position);
-      } else if (positions.empty()) {
-        names = fields.size();
-      }
-      if (positions.size() == sample_size) break;
-    }
-    const double step = positions.size() < 3 ? 0 : positions[1] - positions[0];
-    bool even = step != 0;
-    for (std::size_t i = 1; i < positions.size() && even; ++i)
-      even = std::fabs(positions[i] - positions[i - 1] - step) <= 0.05 * std::fabs(step);
+bool LayoutFinder::bComment(std::string_view text) const {
+  const std::size_t mark = text.starts_with("//") ? 2 : 1;
+  return !form_.comments.empty() || (text.size() > mark && text[mark] == ' ');
+}
 
-    const bool as_pairs = names == 2 || (possible && names == 0 && even && !zeros);
-    const bool as_singles = !possible || (names == 1 && !even);
-    if (!as_pairs && !as_singles) {
-      Fail(
-          "{}: '{}' may be two numbers, or one with a decimal comma or a mark between thousands; "
-          "--delimiter , or --decimal , says which",
-          path_, Excerpt(first));
-    }
-    layout_.notation = as_pairs ? pairs.notation : singles.notation;
-    layout_.fields = as_pairs ? pairs.fields : singles.fields;
-    layout_.assumed = as_pairs && names != 2;
+std::vector<std::string> LayoutFinder::NamesIn(Splitter& splitter, std::string_view line) const {
+  const char delimiter = layout_.notation.delimiter;
+  if (delimiter == ' ' && line.find('\t') != line.npos) {
+    Splitter tabs('\t', {}, missing_);
+    const auto& fields = tabs.Split(line);
+    if (fields.size() == layout_.fields) return {fields.begin(), fields.end()};
   }
+  const auto& fields = splitter.Split(line, layout_.fields);
+  std::vector<std::string> names(fields.begin(), fields.end());
+  if (delimiter == ' ' && names.size() != layout_.fields) names = NamesOfWords(fields, line, layout_.fields);
+  const bool words = std::none_of(names.begin(), names.end(), [&](const std::string& name) {
+    return KindOf(name, layout_.notation.decimal) == Kind::Number;
+  });
+  return names.size() == layout_.fields && words ? names : std::vector<std::string>();
+}
 
-  /// Commas that only stand before groups of three digits may not be decimal ones; between semicolons they
-  /// are, unless the column has whole numbers too that could have such a mark.
-  void CheckGroups() const {
-    if (layout_.notation.decimal != ',') return;
-    Splitter splitter(layout_.notation.delimiter, form_.CommentMarks(), missing_);
-    struct Column {
-      std::string_view grouped;
-      bool decimals = false, whole = false;
-    };
-    std::map<std::size_t, Column> columns;
-    for (const std::string_view line : sample_) {
-      const auto& fields = splitter.Split(splitter.WithoutComment(line));
-      for (std::size_t f = 0; f < fields.size(); ++f) {
-        if (KindOf(fields[f], ',') != Kind::Number) continue;
-        Column& column = columns[f];
-        if (fields[f].find(',') == fields[f].npos) {
-          column.whole = column.whole || fields[f].size() >= 3;
-        } else if (bGroupedDigits(fields[f])) {
-          column.grouped = fields[f];
-        } else {
-          column.decimals = true;
-        }
-      }
-    }
-    std::string_view grouped;
-    for (const auto& [f, column] : columns) {
-      const bool semicolons = layout_.notation.delimiter == ';';
-      if (column.decimals && !semicolons) return;
-      if (!column.decimals && (!semicolons || column.whole))
-        grouped = column.grouped.empty() ? grouped : column.grouped;
-    }
-    if (grouped.empty()) return;
-    Fail(
-        "{}: '{}' may have a decimal comma or a mark between thousands, which is not read; --decimal , says "
-        "that it is a decimal comma",
-        path_, Printable(grouped));
+void LayoutFinder::NameFields(Splitter& splitter, const std::vector<std::string_view>& headers) {
+  if (headers.empty()) return;
+  layout_.names = NamesIn(splitter, headers.back());
+  if (headers.size() < 2 || layout_.names.empty()) return;
+  std::vector<std::string> names = NamesIn(splitter, headers[headers.size() - 2]);
+  if (names.empty() || !std::all_of(layout_.names.begin(), layout_.names.end(), bUnits)) return;
+  for (std::size_t f = 0; f < names.size(); ++f) {
+    const std::string& units = layout_.names[f];
+    if (units.empty()) continue;
+    const bool bracketed = units[0] == '(' || units[0] == '[';
+    names[f] += bracketed ? fmt::format(" {}", units) : fmt::format(" ({})", units);
   }
-
-  /// What most data lines have behind a mark may be a column rather than a comment, if there is a number in
-  /// it or the mark has other uses.
-  void CheckComments(Splitter& splitter) const {
-    if (!form_.comments.empty()) return;
-    int data = 0, doubtful = 0;
-    std::string_view cut;
-    for (const std::string_view line : sample_) {
-      const std::string_view part = splitter.WithoutComment(line);
-      if (Trimmed(part).empty() || !bData(splitter.Split(part, layout_.fields))) continue;
-      ++data;
-      const std::string_view rest = Trimmed(line.substr(part.size()));
-      const bool delimiter = rest.starts_with(';') || rest.starts_with('%');  // which may be units
-      if (rest.empty() || (!delimiter && rest.find_first_of("0123456789") == rest.npos)) continue;
-      ++doubtful;
-      cut = rest;
-    }
-    if (2 * doubtful <= data) return;
-    Fail(
-        "{}: '{}' and the like at the end of lines may be data; --comment '{}' says that it is a comment, "
-        "--comment and another mark that it is none",
-        path_, Excerpt(cut), cut.substr(0, cut.starts_with("//") ? 2 : 1));
-  }
-
-  void FindNumericFields(Splitter& splitter) {
-    std::vector<int> numbers(layout_.fields), others(layout_.fields), filled(layout_.fields);
-    std::vector<std::string_view> words(layout_.fields);
-    layout_.unread.resize(layout_.fields);
-    for (const std::string_view line : sample_) {
-      const auto& fields = splitter.Split(splitter.WithoutComment(line));
-      if (fields.size() != layout_.fields) continue;
-      std::vector<Kind> kinds(fields.size());
-      std::transform(fields.begin(), fields.end(), kinds.begin(),
-                     [&](auto field) { return KindOf(field, layout_.notation.decimal); });
-      const bool data = std::any_of(kinds.begin(), kinds.end(),
-                                    [](Kind kind) { return kind == Kind::Number || kind == Kind::Missing; });
-      for (std::size_t f = 0; data && f < fields.size(); ++f) {
-        numbers[f] += kinds[f] == Kind::Number;
-        others[f] += kinds[f] == Kind::Other;
-        if (kinds[f] == Kind::Other) words[f] = fields[f];
-        filled[f] += kinds[f] != Kind::Empty;
-        if (kinds[f] == Kind::Other && (bLikeNumber(fields[f]) || bSpoiltNumber(fields[f])) &&
-            layout_.unread[f].empty())
-          layout_.unread[f] = fields[f];
-      }
-    }
-    delimited_ = layout_.fields;
-    while (layout_.fields > 1 && filled[layout_.fields - 1] == 0)
-      --layout_.fields;  // delimiters end the lines
-    for (std::size_t f = 0; f < layout_.fields; ++f) {
-      layout_.numeric.push_back(others[f] <= numbers[f]);
-      // Words among numbers may be missing values.
-      if (!layout_.numeric[f] && numbers[f] > 0 && layout_.unread[f].empty()) layout_.unread[f] = words[f];
-    }
-    CheckComments(splitter);
-  }
-
-  /// Whether the fields of a line are those of a datum.
-  bool bData(const std::vector<std::string_view>& fields) const {
-    if (fields.size() != layout_.fields) return false;
-    bool any = false;
-    for (std::size_t f = 0; f < fields.size(); ++f) {
-      const Kind kind = KindOf(fields[f], layout_.notation.decimal);
-      if (layout_.numeric[f] && kind == Kind::Other) return false;
-      any = any || (layout_.numeric[f] && kind != Kind::Empty);
-    }
-    return any;
-  }
-
-  /// Lines before the data are headers, unless they may be data.
-  void FindStart(Splitter& splitter) {
-    std::string_view rest = text_.substr(layout_.begin);
-    const std::size_t start = layout_.begin;
-    const int first = layout_.first_line;
-    std::vector<std::string_view> headers, comments;  // the last ones without a blank line between them
-    bool blank = true, gap = false;
-    for (int line = first;; ++line) {
-      if (rest.empty()) Fail("{} holds no numbers", path_);
-      const std::size_t begin = text_.size() - rest.size();
-      const std::string_view whole = TakeLine(rest), part = splitter.WithoutComment(whole);
-      const auto& fields = splitter.Split(part, layout_.fields);
-      if (bData(fields)) {
-        // In a text of values only, blank lines are missing values, the first ones too.
-        if (!blank || layout_.fields > 1) {
-          layout_.begin = begin;
-          layout_.first_line = line;
-        } else {
-          layout_.begin = start;
-          layout_.first_line = first;
-        }
-        break;
-      }
-      if (Trimmed(whole).empty() || (fields.empty() && !Trimmed(part).empty())) {
-        gap = true;
-        comments.clear();
-        continue;
-      }
-      blank = false;
-      if (Trimmed(part).empty()) {
-        comments.push_back(WithoutMarks(whole));
-        continue;
-      }
-      CheckHeader(line, part, fields);
-      if (std::exchange(gap, false)) headers.clear();
-      headers.push_back(bComment(whole.substr(part.size())) ? part : whole);
-      ++layout_.header_lines;
-    }
-    if (!headers.empty()) CheckNumberOfNames(splitter, headers.back());
-    const bool commented = layout_.header_lines == 0;
-    if (!commented || layout_.fields > 1 ||
-        (!comments.empty() && comments.back().find(' ') == comments.back().npos))
-      NameFields(splitter, commented ? comments : headers);
-  }
-
-  /// A header with a name for each delimiter at the end of the lines makes empty columns of them. Throws
-  /// Failure for one with fewer names than the data have fields between commas, which may be decimal ones,
-  /// and for names of columns that blanks do not show.
-  void CheckNumberOfNames(Splitter& splitter, std::string_view header) {
-    const char delimiter = layout_.notation.delimiter;
-    if (delimiter == ' ') {
-      Splitter tabs('\t', {}, missing_);
-      const std::size_t names = tabs.Split(header).size();
-      std::string_view rest = text_.substr(layout_.begin);
-      if (!form_.delimiter && names > layout_.fields && tabs.Split(TakeLine(rest)).size() >= names) {
-        Fail(
-            "{}: '{}' names {} columns between tabs, and the data have {}; --delimiter tab reads empty "
-            "fields",
-            path_, Excerpt(header), names, Count(static_cast<std::int64_t>(layout_.fields), "word", "words"));
-      }
-      return;
-    }
-    const auto& words = splitter.Split(header);
-    std::vector<std::string_view> names(words.begin(), words.end());
-    while (!names.empty() && names.back().empty()) names.pop_back();
-    if (names.size() > layout_.fields && names.size() <= delimited_) {
-      layout_.fields = names.size();
-      layout_.numeric.resize(layout_.fields, true);
-    }
-    if (delimiter == ',' && !form_.delimiter && names.size() > 1 && names.size() < layout_.fields) {
-      Fail(
-          "{}: '{}' names {} columns, and the lines have {} fields, perhaps with decimal commas; --delimiter "
-          ", "
-          "says that all commas separate columns",
-          path_, Excerpt(header), names.size(), layout_.fields);
-    }
-  }
-
-  /// A comment without the marks at its start.
-  std::string_view WithoutMarks(std::string_view comment) const {
-    comment = Trimmed(comment);
-    for (const std::string& mark : form_.CommentMarks()) {
-      while (!mark.empty() && comment.starts_with(mark)) comment.remove_prefix(mark.size());
-    }
-    return Trimmed(comment);
-  }
-
-  /// Whether what follows a mark in a header is a comment: a blank is behind the mark, which may also begin a
-  /// name, as in "nm,%T".
-  bool bComment(std::string_view text) const {
-    const std::size_t mark = text.starts_with("//") ? 2 : 1;
-    return !form_.comments.empty() || (text.size() > mark && text[mark] == ' ');
-  }
-
-  /// Throws Failure for a line before the data that begins with as many numbers as they have, and for one
-  /// that has their number of fields and begins with a number.
-  void CheckHeader(int line, std::string_view whole, const std::vector<std::string_view>& fields) const {
-    const auto number = [&](auto field) { return KindOf(field, layout_.notation.decimal) == Kind::Number; };
-    const std::string skip = fmt::format("; {}--skip {} leaves out the lines up to it, if they are no data",
-                                         layout_.notation.delimiter == ' ' && whole.find('\t') != whole.npos
-                                             ? "--delimiter tab reads empty fields, "
-                                             : "",
-                                         line);
-    const auto filled =
-        std::count_if(fields.begin(), fields.end(), [](auto field) { return !field.empty(); });
-    const auto numbers = std::find_if_not(fields.begin(), fields.end(), number) - fields.begin();
-    const bool digits = layout_.fields == 1 && bOnlyDigits(whole);
-    if (digits || (numbers > 0 && (numbers >= std::ssize(layout_.numeric) ||
-                                   std::count_if(fields.begin(), fields.end(), number) == filled))) {
-      if (fields.size() == layout_.fields) FailForField(path_, line, fields[0], skip);
-      Fail("{}: line {} has {}, and the data behind it have {}{}", path_, line,
-           Count(static_cast<std::int64_t>(fields.size()), "field", "fields"), layout_.fields, skip);
-    }
-    if (fields.size() != layout_.fields || !(number(fields[0]) || bSpoiltNumber(fields[0]))) return;
-    const std::string missing = number(fields[0]) ? "; --missing names a word for a missing value" : "";
-    FailForField(path_, line, *std::find_if_not(fields.begin(), fields.end(), number), missing + skip);
-  }
-
-  /// The names in a header, if it has one for each field.
-  std::vector<std::string> NamesIn(Splitter& splitter, std::string_view line) const {
-    const char delimiter = layout_.notation.delimiter;
-    if (delimiter == ' ' && line.find('\t') != line.npos) {
-      Splitter tabs('\t', {}, missing_);
-      const auto& fields = tabs.Split(line);
-      if (fields.size() == layout_.fields) return {fields.begin(), fields.end()};
-    }
-    const auto& fields = splitter.Split(line, layout_.fields);
-    std::vector<std::string> names(fields.begin(), fields.end());
-    if (delimiter == ' ' && names.size() != layout_.fields)
-      names = NamesOfWords(fields, line, layout_.fields);
-    const bool words = std::none_of(names.begin(), names.end(), [&](const std::string& name) {
-      return KindOf(name, layout_.notation.decimal) == Kind::Number;
-    });
-    return names.size() == layout_.fields && words ? names : std::vector<std::string>();
-  }
-
-  /// From the last of these lines before the data: header lines or, without any, comments. A line of units
-  /// may follow that of the names.
-  void NameFields(Splitter& splitter, const std::vector<std::string_view>& headers) {
-    if (headers.empty()) return;
-    layout_.names = NamesIn(splitter, headers.back());
-    if (headers.size() < 2 || layout_.names.empty()) return;
-    std::vector<std::string> names = NamesIn(splitter, headers[headers.size() - 2]);
-    if (names.empty() || !std::all_of(layout_.names.begin(), layout_.names.end(), bUnits)) return;
-    for (std::size_t f = 0; f < names.size(); ++f) {
-      const std::string& units = layout_.names[f];
-      if (units.empty()) continue;
-      const bool bracketed = units[0] == '(' || units[0] == '[';
-      names[f] += bracketed ? fmt::format(" {}", units) : fmt::format(" ({})", units);
-    }
-    layout_.names = names;
-  }
-
-  const std::string& path_;
-  std::string_view text_;
-  const TextForm& form_;
-  const MissingWords& missing_;
-  std::vector<std::string_view> sample_;
-  std::size_t delimited_ = 1;  ///< the fields with those at the end that are always empty
-  Layout layout_;
-};
-
-}  // namespace
+  layout_.names = names;
+}
 
 const std::vector<std::string>& TextForm::CommentMarks() const {
   static const std::vector<std::string> usual{"#", "%", ";", "//"};
