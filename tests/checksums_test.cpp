@@ -139,6 +139,69 @@ TEST(Checksums, MissingShorterAndOlderOnesDoNoHarm) {
             Message("Can't write checksums to ", summed.sums));
 }
 
+TEST(Checksums, AreUsedWhateverElseIsDamaged) {
+  const Summed summed;
+  {
+    const Log log = summed.New(6);
+    const std::string whole = summed.file.Bytes();
+    for (const auto at : {6, 14, 24, 27, 60}) {  // data type, slots, lists, dimensions
+      summed.file.SetBytes(whole);
+      Log reader(summed.file, bstr_OpenReadOnly);
+      std::string changed = whole;
+      changed[static_cast<std::size_t>(at)] ^= 1;
+      summed.file.SetBytes(changed);
+      EXPECT_EQ(reader.Checksums(), dtsr_HeaderDiffers) << at;
+      EXPECT_EQ(Summed::Checked(reader), "RRRRRR");
+    }
+    std::string changed = whole;
+    for (const int i : {0, 1, 2, 3}) changed[static_cast<std::size_t>(log.tagOffsets_[i]) + 4] ^= 1;
+    summed.file.SetBytes(changed);
+  }
+  EXPECT_EQ(summed.Checked(), "WWWWRR");
+  EXPECT_EQ(Log(summed.file).KeepChecksums(), dtsr_HasChecksums);
+  EXPECT_EQ(summed.Checked(), "WWWWRR");
+}
+
+/// Whatever is killed, and whoever goes on.
+TEST(Checksums, OfAKilledAppendAreNotOfTheNext) {
+  const Summed summed, killed("killed");
+  for (const bool keeping : {false, true}) {
+    Log log = summed.New(0);
+    int cuts = 0;
+    for (int data = 0; data < 3; ++data) {
+      const FaultyDisk disk;
+      bool inside = false;
+      FaultyDisk::before_write = [&] {
+        if (std::exchange(inside, true)) return;
+        killed.file.SetBytes(summed.file.Bytes());
+        killed.sums.SetBytes(summed.sums.Bytes());
+        Log next(killed.file);
+        EXPECT_EQ(keeping ? next.KeepChecksums() : next.Checksums(), dtsr_HasChecksums);
+        next.AppendNext(50);
+        const std::string checked = killed.Checked();
+        EXPECT_EQ(checked.find('W'), checked.npos) << checked;
+        EXPECT_EQ(checked.back(), keeping ? 'R' : 'U');
+        ++cuts;
+        inside = false;
+      };
+      log.AppendNext();
+    }
+    EXPECT_GE(cuts, 15);
+  }
+  // Those that a power cut left, or a part of one, go when checksums are kept again.
+  Log log = summed.New(2);
+  const std::string two = summed.file.Bytes();
+  log.AppendNext();
+  const std::string sums = summed.sums.Bytes();
+  for (const auto& [size, checked] : {std::pair(28 + 12, "RRU"), {28 + 10, "RRU"}, {28 + 7, "RUU"}}) {
+    summed.file.SetBytes(two);
+    summed.sums.SetBytes(sums.substr(0, static_cast<std::size_t>(size)));
+    Log(summed.file).KeepChecksums();
+    Log(summed.file).AppendNext(50);
+    EXPECT_EQ(summed.Checked(), checked);
+  }
+}
+
 TEST(Checksums, LieBesideTheFileThatAPathLedTo) {
   namespace fs = std::filesystem;
   const Summed summed;
@@ -221,7 +284,7 @@ TEST(Checksums, CoverWhateverIsAppended) {
     EXPECT_EQ(Summed::Checked(writer), std::string(static_cast<std::size_t>(i) + 1, 'R'));
   }
   const std::string bytes = summed.file.Bytes();
-  for (const char* place : {"and", "own", "?"}) {
+  for (const char* place : {"and", "own", "!?"}) {
     summed.file.SetBytes(Patched(bytes, bytes.find(place), "5A"));
     EXPECT_NE(summed.Checked(), "RRR") << place;
   }

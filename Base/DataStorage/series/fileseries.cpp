@@ -340,13 +340,15 @@ void dtsr_cFileSeriesBase::SetNewestTag(const dtsr_cDataTag& tag) {
   const std::uint32_t sum = summed ? SumOfWritten(place, tagOffset) : 0;
   bool written = out.Write(tagBytes.Data(), tagBytes.Size());
   listsInFile_ = listsInFile_ || (written && WriteLists());
-  written = written && listsInFile_ && (!summed || bStoreSum(sum, tagBytes, nextData));
+  written = written && listsInFile_ && (!summed || i > 0 || bBeginSums(tagBytes, nextData));
   auto change = changes.begin();
   while (written && change != end) {
     if (strict && change->position == SeriesHeader::ValidField && !safety_->Sync()) break;
     written = WriteWord(out, change->position, change->after);
     ++change;
   }
+  // Last, so that none is left for another datum in this slot, which may then come without one.
+  written = written && (!summed || bStoreSum(sum, tagBytes, nextData));
   written = written && (!due || safety_->Sync());
   if (!written) {
     if (summed) safety_->Kept()->SetSum(i, 0);

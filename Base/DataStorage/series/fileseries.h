@@ -14,6 +14,7 @@
 #include <DataStorage/series/dimension.h>
 
 namespace detail {
+class SeriesChecksums;
 struct SeriesHeader;
 struct SeriesLists;
 class SeriesSafety;
@@ -58,6 +59,7 @@ enum dtsr_eChecksums {
   dtsr_NoChecksums = 0,     ///< there is no file with checksums, or it cannot be opened
   dtsr_OtherChecksums = 1,  ///< the file is damaged, of another series or of an earlier filling of this one
   dtsr_HasChecksums = 2,
+  dtsr_HeaderDiffers = 3,  ///< they are of the data, but the header or the dimensions have changed since
 };
 
 /// The result of comparing a datum with its checksum.
@@ -156,8 +158,7 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
   ///   that was `milliseconds` ago; `Sync` does, and the destructor of the last copy, which cannot
   ///   report a failure. No thread does it later.
   /// - `dtsr_DurabilityStrict`: all data whose append returned are there and right, and nothing else is
-  /// counted.
-  ///   Each append syncs twice: datum, tag and lists, then the count.
+  ///   counted. Each append syncs twice: datum, tag and lists, then the count.
   ///
   /// Both rely on a disk that keeps what it has synced and writes sectors of 512 bytes as a whole. Where it
   /// tears them the count may be damaged; `dseries repair` then recovers the same data. With both, emptying
@@ -179,8 +180,9 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
   /// they change shows as damage, and when they empty and fill the series all checksums count as others,
   /// unless the first tag is the same. Data that this object moves or rewrites need a Seal after
   /// UpdatePointers, which discards all checksums. Checksums of another series or filling are replaced.
-  /// Returns what was there. Throws "Can't write checksums to ..." when that fails. An append
-  /// that cannot store its checksum fails like one that cannot store its datum.
+  /// Returns what was there; where the header differs, it goes on doing so. Throws "Can't write checksums to
+  /// ..." when that fails. An append that cannot store its checksum, which it does last, fails like one that
+  /// cannot store its datum.
   dtsr_eChecksums KeepChecksums();
   /// Stores checksums for all data that have none, as they are in the file now, and syncs them; the series
   /// may be read-only. Returns their number; data that are not whole get none. Throws as KeepChecksums does.
@@ -278,6 +280,8 @@ class DATASTORAGE_EXPORT dtsr_cFileSeriesBase {
   std::int64_t CoveredEnd(int i) const;
   std::uint32_t SumOfWritten(std::int64_t begin, std::int64_t end) const;
   std::uint32_t StoredSum(int i, std::uint32_t filling) const;
+  bool bAnyMatches(const detail::SeriesChecksums& checksums) const;
+  bool bBeginSums(const bstr_cMemory_ostream& tag, std::int64_t next);
   bool bStoreSum(std::uint32_t datumSum, const bstr_cMemory_ostream& tag, std::int64_t next);
   bool bForgetSums();
   [[noreturn]] void ThrowCannotWriteChecksums(int line = __builtin_LINE()) const;

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <iterator>
 #include <utility>
+#include <vector>
 
 #include <DataStorage/interfaces/constants.h>
 #include <DataStorage/interfaces/detail/crc32c.h>
@@ -31,13 +32,13 @@ std::uint32_t Stored(std::uint32_t sum, std::uint32_t filling, std::int64_t leng
 }
 
 using Header = std::array<unsigned char, detail::SeriesChecksums::HeaderLength>;
-constexpr std::size_t FirstField = 16, FillingField = 20, SumField = 24;
+constexpr std::size_t SeriesField = 12, FirstField = 16, FillingField = 20, SumField = 24;
 
 Header HeaderOf(std::uint32_t series, std::uint32_t first, std::uint32_t filling) {
   Header header;
   std::copy(Magic.begin(), Magic.end(), header.begin());
   detail::StoreLittleEndian(header.data() + 8, Version);
-  detail::StoreLittleEndian(header.data() + 12, series);
+  detail::StoreLittleEndian(header.data() + SeriesField, series);
   detail::StoreLittleEndian(header.data() + FirstField, first);
   detail::StoreLittleEndian(header.data() + FillingField, filling);
   detail::StoreLittleEndian(header.data() + SumField, detail::Crc32c(Bytes(header).first(SumField)));
@@ -73,16 +74,27 @@ std::int64_t CoveredLength(std::uint32_t kind, std::int64_t tag, std::int64_t ne
   return next > tag ? next - tag : 0;
 }
 
+/// The bytes of the tag being appended in slot `i` that its checksum covers; the next datum begins at `next`.
+Bytes Covered(const bstr_cMemory_ostream& tag, int i, int slots, std::int64_t next) {
+  const Bytes bytes(static_cast<const unsigned char*>(tag.Data()), static_cast<std::size_t>(tag.Size()));
+  std::uint32_t kind = 0;
+  if (tag.Size() >= detail::TagKindLength) kind = detail::LoadLittleEndian<std::uint32_t>(bytes.data());
+  const std::int64_t length = CoveredLength(kind, next - tag.Size(), i + 1 < slots ? next : 0);
+  return bytes.first(static_cast<std::size_t>(std::min(length, tag.Size())));
+}
+
 }  // namespace
 
 namespace detail {
 
-bool SeriesChecksums::bOf(std::uint32_t series) {
+bool SeriesChecksums::bRead() {
   Header header;
   if (file_.ReadNow(header.data(), HeaderLength, 0) != HeaderLength) return false;
+  const auto series = LoadLittleEndian<std::uint32_t>(header.data() + SeriesField);
   const auto first = LoadLittleEndian<std::uint32_t>(header.data() + FirstField);
   const auto filling = LoadLittleEndian<std::uint32_t>(header.data() + FillingField);
   if (header != HeaderOf(series, first, filling)) return false;
+  series_ = series;
   first_ = first;
   filling_ = filling;
   return true;
@@ -104,6 +116,14 @@ bool SeriesChecksums::SetSum(int i, std::uint32_t sum) {
   bstr_cBinary_ostream& out = file_.Output();
   const std::int64_t place = HeaderLength + 4 * std::int64_t{i};
   return bReserved(place + 4) && out.Seek(place) && bstr_WriteFields(out, sum);
+}
+
+bool SeriesChecksums::Forget(int count) {
+  const std::int64_t size = file_.Input().Size();
+  // A file that was cut may end within an entry.
+  const std::int64_t begin = std::min(HeaderLength + 4 * std::int64_t{count}, size / 4 * 4);
+  const std::vector<unsigned char> zeros(static_cast<std::size_t>(size - begin));
+  return zeros.empty() || (file_.Output().Seek(begin) && file_.Output().Write(zeros.data(), size - begin));
 }
 
 /// Lengthens the file in blocks, because a sync takes longer where the length has changed.
@@ -137,9 +157,14 @@ bool SeriesSafety::Sync() {
   return !failed_;
 }
 
+bool SeriesSafety::SyncName() {
+  failed_ = failed_ || !file_.SyncName();
+  return !failed_;
+}
+
 SeriesChecksums* SeriesSafety::Checksums(bstr_eAccess access) {
-  const bool empties = access == bstr_CreateEmpty;
-  if (!checksums_ || empties || (access != bstr_OpenReadOnly && access_ == bstr_OpenReadOnly)) {
+  const bool anew = access == bstr_CreateOrOpen;  // somebody may have removed what is open
+  if (!checksums_ || anew || (access != bstr_OpenReadOnly && access_ == bstr_OpenReadOnly)) {
     auto opened = std::make_unique<SeriesChecksums>(checksums_path_, access);
     if (access == bstr_OpenReadOnly ? !opened->bOpen() : !opened->bWritable()) return nullptr;
     checksums_ = std::move(opened);
@@ -164,7 +189,7 @@ void dtsr_cFileSeriesBase::SetDurability(dtsr_eDurability durability, int data, 
   if (durability == dtsr_DurabilityGroup) KeepChecksums();
   Safety().SetDurability(durability, data, std::chrono::milliseconds(milliseconds));
   if (durability == dtsr_DurabilityNone) return;
-  if (!file_.SyncName()) ThrowCannotWrite();
+  if (!Safety().SyncName()) ThrowCannotWrite();
   Sync();
 }
 
@@ -189,19 +214,34 @@ bool dtsr_cFileSeriesBase::bSyncFailed() const { return safety_ && safety_->bFai
 dtsr_eChecksums dtsr_cFileSeriesBase::Checksums() const {
   detail::SeriesChecksums* const checksums = Safety().Checksums(bstr_OpenReadOnly);
   if (checksums == nullptr) return dtsr_NoChecksums;
-  if (!checksums->bOf(FixedSum())) return dtsr_OtherChecksums;
-  if (checksums->First() == FirstTagSum()) return dtsr_HasChecksums;
-  // Another filling, or a damaged first tag: then the next data have their checksums.
-  for (int i = 1; i < std::min(writeIndex_, 4); ++i) {
-    const std::uint32_t sum = checksums->Sum(i);
-    if (sum != 0 && sum == StoredSum(i, checksums->Filling())) return dtsr_HasChecksums;
+  if (!checksums->bRead()) return dtsr_OtherChecksums;
+  const bool same = checksums->Series() == FixedSum();
+  if (writeIndex_ == 0) return same ? dtsr_HasChecksums : dtsr_OtherChecksums;
+  const std::uint32_t first = FirstTagSum();
+  if (same && checksums->First() == first) return dtsr_HasChecksums;
+  // Either they are not of these data, or the header or the first tag is damaged.
+  if (!Safety().bKnown(checksums->Filling(), first)) {
+    Safety().Know(checksums->Filling(), first, bAnyMatches(*checksums));
   }
-  return dtsr_OtherChecksums;
+  if (!Safety().bAnyMatches()) return dtsr_OtherChecksums;
+  return same ? dtsr_HasChecksums : dtsr_HeaderDiffers;
+}
+
+/// Whether any of some data all over the series matches its checksum.
+bool dtsr_cFileSeriesBase::bAnyMatches(const detail::SeriesChecksums& checksums) const {
+  constexpr std::int64_t most = 64;
+  const std::int64_t n = std::min<std::int64_t>(writeIndex_, most);
+  for (std::int64_t k = 0; k < n; ++k) {
+    const auto i = static_cast<int>(n == 1 ? 0 : k * (writeIndex_ - 1) / (n - 1));
+    const std::uint32_t sum = checksums.Sum(i);
+    if (sum != 0 && sum == StoredSum(i, checksums.Filling())) return true;
+  }
+  return false;
 }
 
 dtsr_eChecked dtsr_cFileSeriesBase::Checked(int i) const {
   if (i < 0 || i >= writeIndex_) arr_IndexError(i, writeIndex_);
-  if (Checksums() != dtsr_HasChecksums) return dtsr_Unchecked;
+  if (Checksums() < dtsr_HasChecksums) return dtsr_Unchecked;
   const detail::SeriesChecksums& checksums = *Safety().Checksums(bstr_OpenReadOnly);
   const std::uint32_t sum = checksums.Sum(i);
   if (sum == 0) return dtsr_Unchecked;
@@ -211,6 +251,7 @@ dtsr_eChecked dtsr_cFileSeriesBase::Checked(int i) const {
 dtsr_eChecksums dtsr_cFileSeriesBase::KeepChecksums() {
   if (!bCanWrite()) ThrowCannotWrite();
   const dtsr_eChecksums before = OpenChecksums();
+  if (!Safety().Checksums(bstr_OpenExisting)->Forget(writeIndex_)) ThrowCannotWriteChecksums();
   Safety().Keep();
   file_.SumOutput(true);
   return before;
@@ -232,38 +273,38 @@ int dtsr_cFileSeriesBase::Seal() {
   return sealed;
 }
 
-/// Opens the checksums for writing. Those that are not of this series as it is are replaced by an empty file.
+/// Opens the checksums for writing. Those that are not of these data are replaced by an empty file.
 dtsr_eChecksums dtsr_cFileSeriesBase::OpenChecksums() {
   const dtsr_eChecksums before = Checksums();
-  bool opened = before != dtsr_HasChecksums && bNewChecksums(FirstTagSum());
-  if (before == dtsr_HasChecksums) {
+  bool opened = false;
+  if (before < dtsr_HasChecksums) {
+    opened = bNewChecksums(FirstTagSum());
+  } else {
     detail::SeriesChecksums* const checksums = Safety().Checksums(bstr_OpenExisting);
-    opened = checksums != nullptr && checksums->bOf(FixedSum());
+    opened = checksums != nullptr && checksums->bRead();
   }
   if (!opened) ThrowCannotWriteChecksums();
   return before;
 }
 
 bool dtsr_cFileSeriesBase::bNewChecksums(std::uint32_t firstTagSum) {
-  detail::SeriesChecksums* const checksums = Safety().Checksums(bstr_CreateEmpty);
-  return checksums != nullptr && checksums->SetHeader(FixedSum(), firstTagSum);
+  detail::SeriesChecksums* const checksums = Safety().Checksums(bstr_CreateOrOpen);
+  return checksums != nullptr && checksums->Forget(0) && checksums->SetHeader(FixedSum(), firstTagSum);
+}
+
+/// Before the first datum is counted: whatever checksums are there are not of this filling. Returns false on
+/// failure.
+bool dtsr_cFileSeriesBase::bBeginSums(const bstr_cMemory_ostream& tag, std::int64_t next) {
+  return bNewChecksums(NonZero(detail::Crc32c(Covered(tag, writeIndex_, Size(), next))));
 }
 
 /// Stores the checksum of the datum being appended. Returns false on failure.
 bool dtsr_cFileSeriesBase::bStoreSum(std::uint32_t datumSum, const bstr_cMemory_ostream& tag,
                                      std::int64_t next) {
-  const Bytes bytes(static_cast<const unsigned char*>(tag.Data()), static_cast<std::size_t>(tag.Size()));
-  std::uint32_t kind = 0;
-  if (tag.Size() >= detail::TagKindLength) kind = detail::LoadLittleEndian<std::uint32_t>(bytes.data());
-  const std::int64_t begin = next - tag.Size();
-  const std::int64_t coveredLength = CoveredLength(kind, begin, writeIndex_ + 1 < Size() ? next : 0);
-  const Bytes covered = bytes.first(static_cast<std::size_t>(std::min(coveredLength, tag.Size())));
-  // Before the first datum, whatever is there is not of this filling.
-  if (writeIndex_ == 0 && !bNewChecksums(NonZero(detail::Crc32c(covered)))) return false;
   detail::SeriesChecksums& checksums = *safety_->Kept();
-  const std::int64_t length = begin - dataOffsets_[writeIndex_];
-  return checksums.SetSum(writeIndex_,
-                          Stored(detail::Crc32c(covered, datumSum), checksums.Filling(), length));
+  const std::uint32_t sum = detail::Crc32c(Covered(tag, writeIndex_, Size(), next), datumSum);
+  const std::int64_t length = next - tag.Size() - dataOffsets_[writeIndex_];
+  return checksums.SetSum(writeIndex_, Stored(sum, checksums.Filling(), length));
 }
 
 /// Discards all checksums that appends have stored.

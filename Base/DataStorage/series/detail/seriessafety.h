@@ -36,9 +36,11 @@ class SeriesChecksums {
   bool bOpen() const { return file_.Input().bGood(); }
   bool bWritable() const { return file_.bGood(); }
 
-  /// Reads the header as it is in the file now. Returns whether it is of the series with this checksum of the
-  /// fixed part; if so, the next two are those of the header.
-  bool bOf(std::uint32_t series);
+  /// Reads the header as it is in the file now. Returns false, and keeps what was read before, when it is
+  /// damaged.
+  bool bRead();
+  /// The checksum of the fixed part of the series.
+  std::uint32_t Series() const { return series_; }
   std::uint32_t First() const { return first_; }
   std::uint32_t Filling() const { return filling_; }
   /// The checksum of datum i; 0 when it is not known.
@@ -46,6 +48,9 @@ class SeriesChecksums {
   /// Write the header, for a new filling, or a checksum; return false on failure.
   bool SetHeader(std::uint32_t series, std::uint32_t first);
   bool SetSum(int i, std::uint32_t sum);
+  /// Makes those from datum `count` on unknown: a killed append may have left one, and a file that was cut a
+  /// part of one.
+  bool Forget(int count);
   bool Sync() { return file_.Sync(); }
   bool SyncName() { return file_.SyncName(); }
 
@@ -54,6 +59,7 @@ class SeriesChecksums {
 
   mutable bstr_cBinary_fstream file_;
   std::int64_t reserved_ = 0;  // the file is at least this long
+  std::uint32_t series_ = 0;
   std::uint32_t first_ = 0;
   std::uint32_t filling_ = 0;
 };
@@ -80,6 +86,8 @@ class SeriesSafety {
   /// Checksums, then the series, so that all data on the disk have theirs there. Fails for good: after the
   /// first failure the system may report success for bytes that it has dropped.
   bool Sync();
+  /// Syncs the name of the series and of its checksums; final likewise.
+  bool SyncName();
   bool bFailed() const { return failed_; }
 
   const str_cString& ChecksumsPath() const { return checksums_path_; }
@@ -88,6 +96,17 @@ class SeriesSafety {
   /// Those that an append writes; null when none are asked for.
   SeriesChecksums* Kept() { return keeping_ ? checksums_.get() : nullptr; }
   void Keep() { keeping_ = true; }
+
+  /// Whether any datum matches the checksums of this filling, where the first tag has this checksum.
+  bool bKnown(std::uint32_t filling, std::uint32_t first) const {
+    return filling == known_filling_ && first == known_first_;
+  }
+  void Know(std::uint32_t filling, std::uint32_t first, bool any_matches) {
+    known_filling_ = filling;
+    known_first_ = first;
+    any_matches_ = any_matches;
+  }
+  bool bAnyMatches() const { return any_matches_; }
 
  private:
   using Clock = std::chrono::steady_clock;
@@ -103,6 +122,9 @@ class SeriesSafety {
   bool keeping_ = false;
   bstr_eAccess access_ = bstr_OpenReadOnly;
   std::unique_ptr<SeriesChecksums> checksums_;
+  std::uint32_t known_filling_ = 0;
+  std::uint32_t known_first_ = 0;  // that of no tag
+  bool any_matches_ = false;
 };
 
 }  // namespace detail
