@@ -334,6 +334,16 @@ TEST_F(Outputs, HoldWhatCameThroughPipes) {
   EXPECT_THAT(Succeed("verify big.dseries"), HasSubstr("40 of 99 slots filled"));
   EXPECT_THAT(Script("\"$0\" append big.dseries - --raw 9 --interleaved </dev/zero").err,
               HasSubstr("more than 256 MiB"));
+
+  // What goes to a file that somebody removes is not reported as stored.
+  Write("a.dseries", series_);
+  const Result lost = Script(
+      "mkfifo f; (head -c 6 raw; until \"$0\" list a.dseries | grep -q 1970; do sleep 0.05; done; rm "
+      "a.dseries; "
+      "tail -c 6 raw) >f & \"$0\" append a.dseries --raw 3 --type ubin16 --time 0 f");
+  EXPECT_EQ(lost.status, 1);
+  EXPECT_THAT(lost.err,
+              HasSubstr("a.dseries was removed meanwhile: 2 data were stored in a file that has no name"));
 }
 
 TEST_F(Outputs, OfSeveralFilesDoNotStopAtAMissingOne) {

@@ -1,6 +1,8 @@
 #include <cstring>
 #include <random>
+#include <thread>
 
+#include "file/check.h"
 #include "file/failure.h"
 #include "file/header.h"
 #include "file/reading.h"
@@ -60,6 +62,72 @@ TEST_F(Seal, FindsAByteThatChangedLater) {
   EXPECT_THAT(Succeed("verify a.dseries"), HasSubstr("its checksums are damaged or of other data"));
   EXPECT_THAT(Run("append a.dseries numbers.txt --checksums").err, HasSubstr("new ones begin here"));
   EXPECT_THAT(Succeed("verify a.dseries"), HasSubstr("; 1 matches its checksum, 1 has none"));
+}
+
+TEST_F(Seal, NothingGoesUncheckedWithoutAWord) {
+  Succeed("create a.dseries --dim n,,9,0,1 --checksums");
+  Succeed("append a.dseries numbers.txt numbers.txt numbers.txt --time 7");
+  const std::string whole = Read("a.dseries"), sums = Read("a.dseries.crc32c");
+  const std::string changed = "do not match the checksums", unused = "nothing is compared with the checksums";
+  const auto Refuses = [&](const std::string& command, const std::string& complaint) {
+    const Result result = Run(command);
+    EXPECT_EQ(result.status, 1) << command;
+    EXPECT_THAT(result.out + result.err, HasSubstr(complaint)) << command;
+  };
+
+  std::string bytes = whole;
+  bytes[41] ^= 1;  // the calibration of the dimension
+  Write("a.dseries", bytes);
+  Refuses("verify a.dseries", "the header or the dimensions have changed");
+  Refuses("seal a.dseries", changed);
+  Refuses("convert a.dseries b.dseries --type sbin16", changed);
+  EXPECT_THAT(Succeed("repair a.dseries -o b.dseries"), HasSubstr(changed));
+
+  ChangeByte("a.dseries");
+  std::filesystem::create_symlink("a.dseries", folder_ / "link.dseries");
+  Refuses("verify link.dseries", "datum 2 does not match its checksum");
+  Write("a.dseries", whole);
+  Write("a.dseries.crc32c", std::string(sums).replace(21, 1, "?"));
+  EXPECT_THAT(Succeed("verify a.dseries"), HasSubstr("its checksums are damaged or of other data"));
+  EXPECT_THAT(Run("append a.dseries numbers.txt").err, HasSubstr(unused));
+  EXPECT_THAT(Run("convert a.dseries c.dseries --type sbin16").err, HasSubstr(unused));
+  EXPECT_THAT(Succeed("repair a.dseries -o d.dseries"), HasSubstr(unused));
+  Refuses("seal a.dseries", "--force replaces them");
+  Succeed("seal a.dseries --force");
+  EXPECT_THAT(Succeed("verify link.dseries"), HasSubstr("; all match"));
+
+  bytes = whole;
+  bytes[18] = 1;  // the count
+  Write("a.dseries", bytes);
+  const std::string before = Read("a.dseries.crc32c");
+  Refuses("seal --force a.dseries", "is damaged");
+  EXPECT_TRUE(Read("a.dseries.crc32c") == before);
+  Succeed("create link.dseries --dim n,,9,0,1 --force");
+  Succeed("append link.dseries numbers.txt --time 7");
+  EXPECT_THAT(Succeed("verify link.dseries"), HasSubstr("; no checksums"));
+  std::filesystem::create_directories(folder_ / "a.dseries.crc32c");
+  Refuses("create link.dseries --dim n,,9,0,1 --force --checksums", "checksums cannot be written");
+  EXPECT_THAT(Succeed("verify link.dseries"), HasSubstr("1 of 9 slots filled"));
+}
+
+TEST_F(Seal, AWriterMakesNoDamage) {
+  using dseries::DataSeries;
+  dtsr_cDimensionArray dimensions;
+  dimensions.Dimension(0) = {3000, cal_c1DArrayCal(), "n", "", false};
+  const std::string path = (folder_ / "a.dseries").string();
+  DataSeries<darr_c1DArray> series(path, dimensions);
+  std::thread writer([&] {
+    for (int i = 0; i < series.Size(); ++i)
+      series.Append(darr_c1DArray(9, dtyp_Float64, cal_c1DArrayCal()), dtsr_cDataTag(i));
+  });
+  std::string faults;
+  for (int whole = 0; whole < series.Size();) {
+    const dseries::Findings findings = dseries::Check(path, [](int, int) {});
+    for (const std::string& fault : findings.faults) faults += fault + '\n';
+    whole = findings.fault_count == 0 ? findings.whole : series.Size();
+  }
+  writer.join();
+  EXPECT_EQ(faults, "");
 }
 
 TEST_F(Seal, AppendKeepsDataOverPowerCuts) {

@@ -185,6 +185,19 @@ TEST_F(Watching, RunsACommandForEachNewDatum) {
   Append(series, 5);
   EXPECT_EQ(Status(), 1);
   EXPECT_EQ(Read("err.txt"), "dseries: the command for datum 5 failed with status 1\n");
+
+  // A command that runs ends with the watch.
+  std::filesystem::remove(folder_ / "log");
+  Start(file + " --exec 'echo $$. >>log; exec sleep 20'");
+  Await("out.txt", "Z\n");
+  Append(series, 6);
+  Await("log", ".");
+  kill(watch_, SIGTERM);
+  EXPECT_EQ(Status(), -SIGTERM);
+  const pid_t command_process = std::stoi(Read("log"));
+  for (int tries = 0; kill(command_process, 0) == 0 && tries < 1000; ++tries)
+    std::this_thread::sleep_for(5ms);
+  EXPECT_NE(kill(command_process, 0), 0);
 }
 
 TEST_F(Watching, DrawsWholeScreensInATerminal) {
@@ -218,7 +231,8 @@ TEST_F(Watching, RefusesWhatItCannotShow) {
         std::tuple("a.dseries --plot --map", 2, "--map"),
         std::tuple("a.dseries --value mean", 2, "needs --map"),
         std::tuple("a.dseries --log", 2, "--log needs --plot or --map"),
-        std::tuple("a.dseries --stop", 2, "--exec"), std::tuple("a.dseries --poll 0", 2, "--poll")}) {
+        std::tuple("a.dseries --stop", 2, "--exec"), std::tuple("a.dseries --poll 0", 2, "--poll"),
+        std::tuple("a.dseries --for nan", 2, "--for: 'nan' is not a number from 0.001 to")}) {
     const Result result = Run(std::string("watch ") + arguments);
     EXPECT_EQ(result.status, status) << arguments;
     EXPECT_THAT(result.err, HasSubstr(complaint)) << arguments;

@@ -10,6 +10,7 @@
 
 #include "file/failure.h"
 #include "file/text.h"
+#include "io/fields.h"
 
 namespace dseries {
 
@@ -65,6 +66,15 @@ CLI::Validator WholeNumber(int least) {
             if (error == std::errc() && stop == end && number >= least) return "";
             return fmt::format("'{}' is not a whole number from {} to {}", text, least,
                                std::numeric_limits<int>::max());
+          },
+          ""};
+}
+
+CLI::Validator Number(double least, double most) {
+  return {[least, most](std::string& text) -> std::string {
+            double number = 0;
+            if (ReadNumber(text, number) && number >= least && number <= most) return "";
+            return fmt::format("'{}' is not a number from {} to {}", text, least, most);
           },
           ""};
 }

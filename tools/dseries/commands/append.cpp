@@ -80,12 +80,13 @@ std::optional<Durability> ParseDurability(const std::string& text) {
 /// Does what keeps the data over power cuts, and goes on with checksums that are there.
 void Protect(Series& series, const Options& options) {
   const Durability durability = *ParseDurability(options.durability);
-  const bool kept = series.Checksums() == dtsr_HasChecksums;
+  const bool kept = series.Checksums() >= dtsr_HasChecksums;
   if (kept || options.checksums || durability.mode == dtsr_DurabilityGroup) {
     if (series.KeepChecksums() == dtsr_OtherChecksums) {
       Complain("the checksums beside {} were damaged or of other data; new ones begin here", options.file);
     }
   }
+  if (const std::string unused = UnusedChecksums(options.file); !unused.empty()) Complain("{}", unused);
   if (durability.mode != dtsr_DurabilityNone) {
     series.SetDurability(durability.mode, durability.data, durability.milliseconds);
   }
@@ -301,6 +302,11 @@ void Store(DataSeries<Array>& series, const std::vector<Input<Array>>& inputs, c
   } catch (const expt_cUserException& error) {
     Fail("{} {}", error.Message().CString(), StoredText(done, count));
   }
+  const dtsr_eRefreshed found = series.Refresh();
+  if (found == dtsr_Removed || found == dtsr_Replaced) {
+    Fail("{} was {} meanwhile: {} in a file that has no name now", options.file,
+         found == dtsr_Removed ? "removed" : "replaced", Count(done, "datum was stored", "data were stored"));
+  }
   Note("{}: {} appended, {} of {} slots filled", options.file, Count(done, "datum", "data"),
        series.NextWriteIndex(), series.Size());
 }
@@ -425,7 +431,7 @@ void AddAppend(CLI::App& program) {
       .add_option("--wait", options->wait,
                   "How long to wait while another program writes to the series; default 10")
       ->type_name("SECONDS")
-      ->check(CLI::NonNegativeNumber);
+      ->check(Number(0, 1e8));
   command
       .add_option(
           "--durability", options->durability,

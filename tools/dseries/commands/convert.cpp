@@ -62,6 +62,12 @@ void Convert(const Options& options) {
   CheckStorable(type);
   const unsigned int data_type = KnownDataType(options.file);
   if (bSameFile(options.file, options.output)) Fail("{} is the series itself", options.output);
+  if (const std::string unused = UnusedChecksums(options.file); !unused.empty()) PrintWarning(unused);
+  const auto sums = OpenSealed(options.file);
+  if (sums && sums->Checksums() == dtsr_HeaderDiffers) {
+    FailForDamage(options.file,
+                  fmt::format("the header or the dimensions of {} do not match the checksums", options.file));
+  }
   Losses losses(type);
   int count = 0;
   MakeLabelledSeries(options.output, options.force, LabelsOf(options.file), [&](const std::string& path) {
@@ -69,7 +75,7 @@ void Convert(const Options& options) {
       return CopyConverted<Array>(options, path, type, losses);
     });
   });
-  if (OpenSealed(options.file)) Series(options.output).Seal();
+  if (sums) Series(options.output).Seal();
   if (const std::string text = losses.Text(); !text.empty()) PrintWarning(options.output + ": " + text);
   Note("{}: {} of type {}", options.output, Count(count, "datum", "data"), options.type);
 }

@@ -26,6 +26,7 @@ void Create(const Options& options) {
   const unsigned int data_type = options.images ? darr_c2DArray::DataTypeID() : darr_c1DArray::DataTypeID();
   Labels labels;
   Edit(labels, options.labels, data_type);
+  if (options.checksums) RequireChecksums(options.file);
   MakeLabelledSeries(options.file, options.force, labels, [&](const std::string& path) {
     VisitDataType(data_type, [&]<class Array>(std::type_identity<Array>) {
       const DataSeries<Array> series(path, dimensions);

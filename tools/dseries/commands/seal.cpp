@@ -25,7 +25,6 @@ void SealFile(const std::string& path, bool renew) {
     Progress progress("checking", 100);
     sealed = Seal(path, renew, [&](int done, int data) { progress.Show(std::int64_t{100} * done / data); });
   }
-  if (sealed.other) Complain("the checksums beside {} were damaged or of other data, and are replaced", path);
   Note("{}: {} sealed{}", path, Count(sealed.sealed, "datum", "data"),
        sealed.before > 0 ? ", " + Count(sealed.before, "matches its checksum", "match their checksums") : "");
 }

@@ -30,7 +30,7 @@ std::string LabelFault(const std::string& path, std::vector<std::string>& notes)
   }
 }
 
-/// What the checksums show, behind what the structure of the file does.
+/// What the checksums show of the whole data, behind what the structure of the file does.
 std::string ChecksumText(const Findings& findings) {
   switch (findings.checksums) {
     case dtsr_NoChecksums:
@@ -63,8 +63,9 @@ void Verify(const std::string& path) {
   }
   if (!label_fault.empty()) fmt::print("{}: {}\n", path, label_fault);
   if (findings.fault_count > 0) {
-    Fail("{} is damaged: {}, {} of {} data are whole; 'dseries repair {} -o NEW' saves those", path,
-         Count(findings.fault_count, "fault", "faults"), findings.whole, findings.valid, ShellWord(path));
+    Fail("{} is damaged: {}, {} of {} data are whole{}; 'dseries repair {} -o NEW' saves those", path,
+         Count(findings.fault_count, "fault", "faults"), findings.whole, findings.valid,
+         findings.checksums == dtsr_NoChecksums ? "" : ChecksumText(findings), ShellWord(path));
   }
   fmt::print("{}: whole, {} of {} slots filled{}\n", path, findings.valid, findings.slots,
              ChecksumText(findings));

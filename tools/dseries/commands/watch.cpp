@@ -137,6 +137,7 @@ class Watch {
   std::string notice_;          ///< below a picture
   Clock::time_point noticed_;
   bool opened_ = false;  ///< whether there was a series before
+  bool drawable_ = true;
 };
 
 /// Writes to standard output at once, so that a terminal never shows half of it.
@@ -144,10 +145,7 @@ void Put(std::string_view text) {
   if (!bWritten(standard_output, text)) throw std::system_error(errno, std::generic_category());
 }
 
-Clock::duration Time(double seconds) {
-  constexpr double most = 1e8;
-  return std::chrono::duration_cast<Clock::duration>(Seconds(std::min(seconds, most)));
-}
+Clock::duration Time(double seconds) { return std::chrono::duration_cast<Clock::duration>(Seconds(seconds)); }
 
 Watch::Watch(const Options& options)
     : options_(options),
@@ -194,7 +192,8 @@ std::string Watch::StatusText() {
   if (!notice_.empty()) text += "; " + notice_;
   constexpr int usual = 80;
   const auto window = TerminalSize();
-  return Shortened(text, static_cast<std::size_t>(std::max((window ? window->columns : usual) - 1, 1)));
+  return Shortened(Printable(text),
+                   static_cast<std::size_t>(std::max((window ? window->columns : usual) - 1, 1)));
 }
 
 /// The lines of data, with headings before the first of them.
@@ -237,6 +236,7 @@ void Watch::AddToMap(int i) {
 
 /// Shows data, or makes them part of the next picture.
 void Watch::Show(int begin, int end) {
+  if (!drawable_) return;
   if (!pictures_) return PrintLines(begin, end);
   for (int i = begin; options_.map && i < end; ++i) AddToMap(i);
 }
@@ -265,10 +265,16 @@ void Watch::Handle(const News& news) {
       Say(options_.file + (news.kind == News::Reset ? " was reset"
                            : opened_                ? " is another file or series now"
                                                     : " is there now"));
-      CheckKind();
       table_.reset();
       map_.reset();
       rate_ = {};
+      try {
+        CheckKind();
+        drawable_ = true;
+      } catch (const Failure& failure) {  // another one may take its place
+        drawable_ = false;
+        Say(failure.what());
+      }
       break;
     case News::Cut:
       return Say(options_.file + " was cut within its data");
@@ -279,7 +285,7 @@ void Watch::Handle(const News& news) {
   }
   if (news.end > news.begin) rate_.Add(news.end - news.begin);
   if (options_.command.empty()) return Show(news.begin, news.end);
-  for (int i = news.begin; i < news.end; ++i) {
+  for (int i = news.begin; i < news.end && Clock::now() < end_; ++i) {
     Show(i, i + 1);
     RunCommand(i);
   }
@@ -291,7 +297,8 @@ std::string Watch::Picture() try {
   if (map_)
     return TerminalText(FigureOf(map_->Plane(), options_.drawing, map_->CaptionOf(options_.file)),
                         rows_below);
-  if (!following_.bOpen() || following_.Current().NextWriteIndex() == 0 || options_.map) return "";
+  const bool any = following_.bOpen() && following_.Current().NextWriteIndex() > 0;
+  if (!any || !drawable_ || options_.map) return "";
   Series& series = following_.Current();
   const int newest = series.NextWriteIndex() - 1;
   const Labels labels = LabelsOf(options_.file);
@@ -375,9 +382,11 @@ void AddWatch(CLI::App& program) {
                   "End when the series holds so many data; default: when it is full")
       ->type_name("N")
       ->check(WholeNumber(1));
-  command.add_option("--for", options->time, "End after this time")
+  command
+      .add_option("--for", options->time,
+                  "End after this time, or when a command that is running then has ended")
       ->type_name("SECONDS")
-      ->check(CLI::PositiveNumber);
+      ->check(Number(0.001, 1e8));
   command.add_flag("--wait", options->wait, "Wait for the file if there is none yet");
   command
       .add_option(
@@ -385,7 +394,7 @@ void AddWatch(CLI::App& program) {
           "How often to look for data where the system does not report changes, as on network drives; "
           "default 0.1")
       ->type_name("SECONDS")
-      ->check(CLI::Range(0.001, 3600.0));
+      ->check(Number(0.001, 3600));
   CLI::Option* exec =
       command
           .add_option(

@@ -29,20 +29,23 @@ bool bReadsDatum(bstr_cBinary_istream& in, std::uint32_t data_type) {
 class Checker {
  public:
   explicit Checker(const std::string& path)
-      : file_(OpenToRead(path)), in_(file_.Input()), header_(ReadHeader(file_)) {
+      : path_(path), file_(OpenToRead(path)), in_(file_.Input()), header_(ReadHeader(file_)) {
     std::error_code error;
     if (!std::filesystem::exists(PathOf(ChecksumsPath(path)), error)) return;
     try {
       sums_ = std::make_unique<Series>(path);
       findings_.checksums = sums_->Checksums();
+      if (findings_.checksums == dtsr_NoChecksums) Note("the checksums beside it cannot be read");
     } catch (const Failure&) {  // what is wrong is found here
     }
   }
 
   Findings Run(const std::function<void(int, int)>& progress) {
+    if (findings_.checksums == dtsr_HeaderDiffers)
+      Fault("the header or the dimensions have changed since the checksums were made");
     if (CheckHeader()) {
       CheckDimensions();
-      if (ReadList(data_, header_.Lists().DataEntry(0)) && ReadList(tags_, header_.Lists().TagEntry(0))) {
+      if (ReadLists()) {
         CheckTagType();
         CheckData(progress);
         CheckEmptySlots();
@@ -127,6 +130,21 @@ class Checker {
     return in_.Seek(position) && bstr_ReadNumbers(in_, list.data(), Total());
   }
 
+  /// As they are for one count of data, which a writer may advance meanwhile.
+  bool ReadLists() {
+    constexpr int most_rounds = 100;
+    for (int round = 0; round < most_rounds; ++round) {
+      if (!ReadList(data_, header_.Lists().DataEntry(0)) || !ReadList(tags_, header_.Lists().TagEntry(0)))
+        return false;
+      file_.Forget(0);
+      in_.Seek(0);
+      const std::int32_t before = std::exchange(header_.valid, ReadHeader(file_).valid);
+      if (header_.valid == before) break;
+    }
+    findings_.valid = std::clamp(header_.valid, 0, header_.total);
+    return true;
+  }
+
   void CheckTagType() {
     tag_type_ = header_.tagType;
     if (tag_type_ == 0 && findings_.valid > 0 && in_.Seek(tags_[0]) && bstr_ReadFields(in_, tag_type_)) {
@@ -157,7 +175,7 @@ class Checker {
   }
 
   void CheckSum(int k) {
-    if (findings_.checksums != dtsr_HasChecksums || k >= sums_->NextWriteIndex()) return;
+    if (findings_.checksums < dtsr_HasChecksums || k >= sums_->NextWriteIndex()) return;
     const dtsr_eChecked checked = sums_->Checked(k);
     findings_.matching += checked == dtsr_Right;
     if (checked != dtsr_Wrong) return;
@@ -233,16 +251,18 @@ class Checker {
     const std::int64_t next = more ? data_[At(empty + 1)] : in_.Size();
     const bool unfinished = tag == 0 ? next > begin : begin <= tag && tag < next;
     if (stray > 0 && unfinished && stray == (tag != 0) + more) {
-      Note("an append was cut short; the next one takes its place");
+      const bool writing = bstr_LockHolder(path_.c_str()) != "";
+      Note("an append {}", writing ? "is under way" : "was cut short; the next one takes its place");
     } else if (stray > 0) {
       Fault("{} not 0, though their slots are empty",
             Count(stray, "entry of the offset lists is", "entries of the offset lists are"));
     }
   }
 
+  const std::string& path_;
   bstr_cBinary_fstream file_;
   bstr_cBinary_istream& in_;
-  const Header header_;
+  Header header_;
   std::vector<std::int32_t> data_;  // the offset lists
   std::vector<std::int32_t> tags_;
   std::uint32_t tag_type_ = 0;

@@ -250,6 +250,9 @@ Salvaged SalvageData(bstr_cBinary_fstream& file, const Header& header, const std
   CheckDisk(path, extents);
   if (!layout.dimensions) report.lost("the dimensions are lost: the data lie along one plain dimension");
   if (!counted) report.lost(fmt::format("the header counts {} valid data", header.valid));
+  if (const std::string unused = UnusedChecksums(damaged); !unused.empty()) report.lost(unused);
+  if (sums && sums->Checksums() == dtsr_HeaderDiffers)
+    report.lost("the header or the dimensions do not match the checksums: look at the positions");
   for (const int k : wrong) report.lost(fmt::format("datum {} does not match its checksum", k));
   if (!unchecked.empty()) {
     report.lost(

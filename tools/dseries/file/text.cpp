@@ -101,6 +101,7 @@ std::string SizeText(std::int64_t bytes) {
 std::string NumberText(double value, int digits) { return fmt::format("{:.{}g}", value, digits); }
 
 std::string ShellWord(const std::string& word) {
+  if (word.starts_with('-')) return ShellWord("./" + word);  // is no option
 #if defined(_WIN32)
   constexpr std::string_view marks = "+,-./:=@_\\", quote = "\"", quoted_quote = "\\\"";
 #else

@@ -183,6 +183,12 @@ void LetOthersRun() {
   sched_setscheduler(0, SCHED_BATCH | SCHED_RESET_ON_FORK, &none);
 }
 
+namespace {
+
+volatile std::sig_atomic_t running_shell = 0;  ///< its process, or 0
+
+}  // namespace
+
 int RunInShell(const std::string& command,
                const std::vector<std::pair<const char*, std::string>>& variables) {
   for (const auto& [name, value] : variables) setenv(name, value.c_str(), 1);
@@ -199,9 +205,11 @@ int RunInShell(const std::string& command,
                                 const_cast<char* const*>(arguments.data()), environ);
   posix_spawnattr_destroy(&attributes);
   if (error != 0) Fail("/bin/sh cannot be run: {}", std::strerror(error));
+  running_shell = child;
   int status = 0;
   while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
   }
+  running_shell = 0;
   return WIFSIGNALED(status) ? 128 + WTERMSIG(status) : WEXITSTATUS(status);
 }
 
@@ -223,6 +231,7 @@ sigset_t EndingSignals() {
 
 extern "C" void OnSignal(int signal) {
   if (!program_ends(signal)) return;
+  if (running_shell != 0) kill(running_shell, signal);
   std::signal(signal, SIG_DFL);
   std::raise(signal);  // is delivered when this handler returns
 }
