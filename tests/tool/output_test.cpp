@@ -304,6 +304,13 @@ TEST_F(Outputs, GoToASeriesFromOneWriterAtATime) {
   EXPECT_EQ(Stored("a.dseries"), 2);
 }
 
+TEST_F(Outputs, SendNoControlCharactersToATerminal) {
+  const std::string name = "'\x1b[31m\n.dseries'";
+  EXPECT_THAT(Run("info " + name).err, HasSubstr("there is no file ?[31m?.dseries;"));
+  EXPECT_EQ(Succeed("append " + name + " one.txt --new"),
+            "?[31m?.dseries: 1 datum appended, 1 of 1000 slots filled\n");
+}
+
 TEST_F(Outputs, HoldWhatCameThroughPipes) {
   Write("raw", std::string("\1\0\2\0\3\0\4\0\5\0\6\0", 12));
   const std::string stored = "0\t1\n1\t2\n2\t3\n0\t4\n1\t5\n2\t6\n";

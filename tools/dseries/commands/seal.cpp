@@ -43,8 +43,9 @@ void AddSeal(CLI::App& program) {
       "The checksums lie in FILE.crc32c, 4 bytes for each datum and its tag (CRC-32C).\n"
       "'dseries verify' then finds every changed byte of them and names the datum. Data\n"
       "that have checksums already are compared with them; nothing is stored when one\n"
-      "does not match, the file is damaged, or the checksums are of other data. 'dseries append' goes on storing\n"
-      "checksums; programs that do not know of them may read and append as before.\n\n"
+      "does not match, the file is damaged, or the checksums are of other data.\n"
+      "'dseries append' goes on storing checksums; programs that do not know of them\n"
+      "may read and append as before.\n\n"
       "Example:\n"
       "  dseries seal sst.dseries\n"
       "  dseries verify sst.dseries");

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <fmt/format.h>
+#include <string>
 #include <string_view>
 #include <utility>
 
@@ -13,19 +14,21 @@ namespace dseries {
 /// Writes to standard error.
 void WriteError(std::string_view text);
 
-/// Writes "dseries: ..." as a line to standard error.
-template <class... Arguments>
-void Complain(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
-  WriteError("dseries: " + fmt::format(format, std::forward<Arguments>(arguments)...) + '\n');
-}
-
+/// Writes "dseries: ..." as a line to standard error. Here and below, control characters, which names of
+/// files may have, become question marks.
+void WriteComplaint(std::string text);
 /// Writes a line about a file that was made or changed to standard output. The files are the result of such a
 /// command, so the exit status stays that of the work when the line cannot be written.
-void WriteNote(std::string_view line);
+void WriteNote(std::string text);
+
+template <class... Arguments>
+void Complain(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
+  WriteComplaint(fmt::format(format, std::forward<Arguments>(arguments)...));
+}
 
 template <class... Arguments>
 void Note(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
-  WriteNote(fmt::format(format, std::forward<Arguments>(arguments)...) + '\n');
+  WriteNote(fmt::format(format, std::forward<Arguments>(arguments)...));
 }
 
 }  // namespace dseries
