@@ -2,6 +2,9 @@
 // disk's; checking and refreshing a series. The limits are plain writes with the same syncs.
 
 #if __has_include(<unistd.h>)
+#include <chrono>
+#include <thread>
+
 #include "plainfile.h"
 #include "synced.h"
 #include <DataStorage/interfaces/detail/crc32c.h>
@@ -66,6 +69,7 @@ void Refresh(benchmark::State& state) {
   const TemporaryFile remove_at_end;
   Unsynced file(0);
   Fill(file, 16);
+  std::this_thread::sleep_for(std::chrono::milliseconds(100));  // nothing has happened for a while
   for (auto _ : state) benchmark::DoNotOptimize(file.Refresh());
 }
 /// The header by a plain call.
