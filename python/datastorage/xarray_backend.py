@@ -236,7 +236,20 @@ class _Slots(BackendArray):
         self.shape = tuple(dim.size for dim in reversed(dims))
 
     def __getitem__(self, key):
-        return indexing.explicit_indexing_adapter(key, self.shape, indexing.IndexingSupport.OUTER, self._read)
+        # Slices are read forwards and then reversed, because xarray's own way (2023.01) misses elements.
+        forwards, reversed_axes, axis = [], [], 0
+        kept = slice if isinstance(key, indexing.VectorizedIndexer) else (slice, np.ndarray)
+        for k, n in zip(reversed(key.tuple), reversed(self.shape)):
+            axis -= isinstance(k, kept)
+            if isinstance(k, slice) and (chosen := range(n)[k]).step < 0:
+                chosen = chosen[::-1]
+                k = slice(chosen.start, chosen.stop, chosen.step) if chosen else slice(0)
+                reversed_axes.append(axis)
+            forwards.insert(0, k)
+        values = indexing.explicit_indexing_adapter(
+            type(key)(tuple(forwards)), self.shape, indexing.IndexingSupport.OUTER, self._read
+        )
+        return np.flip(values, reversed_axes)
 
     def _slots(self, keys):
         """The numbers of the slots that are chosen by a key for each dimension, slowest first."""

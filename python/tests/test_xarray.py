@@ -80,10 +80,15 @@ def test_random_series(seed):
         parts = {}
         for dim, n in model.sizes.items():
             start, stop, i, *chosen = random.integers(-n, n, 6).tolist()
-            ways = [i, chosen, slice(start, stop), slice(None, None, -1), slice(start, None, 2), slice(None)]
+            ways = [i, chosen, slice(start, stop), slice(start, None, 2), slice(None)]
+            ways += [slice(None, None, -1), slice(start, stop, random.integers(-5, 0))]
             parts[dim] = ways[random.integers(len(ways))]
         xarray.testing.assert_equal(opened.isel(parts), model.isel(parts))
+        again = {dim: slice(None, None, random.integers(-3, 0)) for dim in opened.isel(parts).dims}
+        xarray.testing.assert_equal(opened.isel(parts).isel(again), model.isel(parts).isel(again))
     points = {dim: xarray.DataArray(random.integers(0, n, 7), dims="point") for dim, n in model.sizes.items()}
+    xarray.testing.assert_equal(opened.isel(points), model.isel(points))
+    points[model.data.dims[-1]] = slice(None, None, -3)  # where the others are points
     xarray.testing.assert_equal(opened.isel(points), model.isel(points))
 
 
