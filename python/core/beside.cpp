@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <file/check.h>
 #include <file/labels.h>
+#include <file/seal.h>
 #include <io/system.h>
 #include <pybind11/stl.h>
 #include <string>
@@ -34,6 +35,16 @@ void DefineBeside(py::module_& module) {
             changes.bChanged(std::chrono::nanoseconds(static_cast<std::int64_t>(seconds * 1e9)));
           },
           py::arg("seconds"));
+  module.def(
+      "labels_path", [](const std::string& path) { return py::bytes(dseries::LabelsPath(path)); },
+      py::arg("path"));
+  module.def(
+      "discard_beside",
+      [](const std::string& path) {
+        dseries::WriteLabels(path, {});
+        dseries::RemoveChecksums(path);
+      },
+      py::arg("path"), "Removes what lies beside a series and is of an earlier one.");
   module.def(
       "read_labels",
       [](const std::string& path) { return py::str(dseries::ReadLabels(path).AsJson().dump()); },

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <pthread.h>
 #include <pybind11/stl.h>
+#include <shared_mutex>
 
 #include "elements.h"
 #include "errors.h"
@@ -21,6 +22,8 @@ namespace {
 
 /// How often this process is the child of a fork.
 std::atomic<int> forks = 0;
+/// Each thread that uses a file shares it; a fork has it alone.
+std::shared_mutex in_use;
 
 /// What one read of a block takes at most before signals are looked at.
 constexpr std::int64_t most_bytes = 64 << 20;
@@ -61,20 +64,24 @@ auto NamingTheReason(const std::string& path, Use use) {
 
 }  // namespace
 
+/// A thread has the file to itself.
+class SeriesFile::Hold {
+ public:
+  explicit Hold(SeriesFile& file) : lock_(file.mutex_) {}
+
+ private:
+  std::shared_lock<std::shared_mutex> use_{in_use};
+  std::lock_guard<std::mutex> lock_;
+};
+
 /// The turn of one thread: it has the file to itself, and does not hold the interpreter's lock.
 class SeriesFile::Turn {
  public:
-  explicit Turn(SeriesFile& file) : mutex_(file.UsableMutex()), lock_(mutex_) {
-    if (file.series_ == nullptr) ThrowClosed(file.path_);  // by the thread whose turn was before
-  }
-  [[noreturn]] static void ThrowClosed(const std::string& path) {
-    throw py::value_error("the series " + path + " is closed");
-  }
+  explicit Turn(SeriesFile& file) : hold_(file) { file.RequireUsable(); }
 
  private:
-  std::mutex& mutex_;
   py::gil_scoped_release released_;
-  std::lock_guard<std::mutex> lock_;
+  Hold hold_;
 };
 
 SeriesFile::SeriesFile(std::string path, Mode mode) : path_(std::move(path)), mode_(mode), process_(forks) {
@@ -90,7 +97,7 @@ SeriesFile::SeriesFile(std::string path, bool plane, std::unique_ptr<dseries::Se
 void SeriesFile::Use(std::unique_ptr<dseries::Series> series) {
   series_ = std::move(series);
   probe_ = std::make_unique<dseries::Series>(*series_);
-  overwritten_ = false;
+  overwritten_ = cut_ = false;
 }
 
 void SeriesFile::RequireSame() {
@@ -106,9 +113,15 @@ void SeriesFile::RequireSame() {
 
 std::unique_ptr<dseries::Series> SeriesFile::Opened() const {
   const bstr_eAccess access = mode_ == Mode::Read ? bstr_OpenReadOnly : bstr_OpenLocked;
-  const auto open = [&]() -> std::unique_ptr<dseries::Series> {
-    if (plane_) return std::make_unique<OpenSeries<darr_c2DArray>>(path_, access);
-    return std::make_unique<OpenSeries<darr_c1DArray>>(path_, access);
+  const auto open = [&] {
+    std::unique_ptr<dseries::Series> series;
+    if (plane_)
+      series = std::make_unique<OpenSeries<darr_c2DArray>>(path_, access);
+    else
+      series = std::make_unique<OpenSeries<darr_c1DArray>>(path_, access);
+    // Checksums that were begun go on.
+    if (mode_ == Mode::Append && series->Checksums() == dtsr_HasChecksums) series->KeepChecksums();
+    return series;
   };
   return NamingTheReason(path_, open);
 }
@@ -128,33 +141,19 @@ std::unique_ptr<SeriesFile> SeriesFile::Create(std::string path, const std::vect
   return std::unique_ptr<SeriesFile>(new SeriesFile(std::move(path), ndim == 2, std::move(series)));
 }
 
-std::mutex& SeriesFile::UsableMutex() {
-  if (closed_) Turn::ThrowClosed(path_);
-  if (process_ != forks) {
-    // The threads of the parent are not here to release the mutex.
-    [[maybe_unused]] const auto* const abandoned = mutex_.release();
-    mutex_ = std::make_unique<std::mutex>();
-    process_ = forks;
-    if (mode_ == Mode::Append) {
-      closed_ = true;
-      Drop();
-      throw dseries::Failure(
-          path_ + " is open for appending in the process that this one is a fork of: open it again");
-    }
-    Use(Opened());
-  }
-  return *mutex_;
+void SeriesFile::RequireUsable() {
+  if (series_ == nullptr) throw py::value_error("the series " + path_ + " is closed");
+  if (mode_ == Mode::Read || process_ == forks) return;
+  closed_ = true;
+  Drop();
+  throw dseries::Failure(path_ +
+                         " is open for appending in the process that this one is a fork of: open it again");
 }
 
 void SeriesFile::Close() {
-  if (closed_) return;
   closed_ = true;
-  if (process_ != forks) {  // only what this process inherited
-    Drop();
-    return;
-  }
   const py::gil_scoped_release released;
-  const std::lock_guard lock(*mutex_);
+  const Hold hold(*this);
   Drop();
 }
 
@@ -217,6 +216,16 @@ py::tuple SeriesFile::Head(int i) {
     return py::make_tuple(NumpyType(reader->Form().type), reader->Shape(),
                           CalibrationOfAxes(reader->Form().cals));
   });
+}
+
+py::bytes SeriesFile::FirstBytes(int i) {
+  std::string bytes;
+  {
+    const Turn turn(*this);
+    RequireSame();
+    bytes = Visit([&](auto& series) { return series.FirstBytes(i); });
+  }
+  return bytes;
 }
 
 py::array SeriesFile::Values(const Indices& indices, bool same_axes) {
@@ -289,11 +298,10 @@ py::tuple SeriesFile::Tags(int begin, int end) {
 
 int SeriesFile::Append(Array& datum, std::int64_t time,
                        const std::optional<std::pair<double, double>>& position) {
-  UsableMutex();
   Array::Value& value = datum.Free();
   // The lock of the interpreter is held: others may own the elements too.
-  const std::lock_guard lock(*mutex_);
-  if (series_ == nullptr) Turn::ThrowClosed(path_);
+  const Hold hold(*this);
+  RequireUsable();
   RequireAppending();
   if (time != static_cast<std::int32_t>(time))
     throw py::value_error("a series file has no room for this time");
@@ -373,13 +381,18 @@ bool SeriesFile::Refresh() {
   {
     const Turn turn(*this);
     found = series_->Refresh();
+    if (found < dtsr_Cut) {
+      const bool same = found != dtsr_Reset && !overwritten_ && !cut_;
+      if (!same) Use(std::move(series_));
+      return same;
+    }
+    cut_ |= found == dtsr_Cut;
   }
   if (found == dtsr_Removed) throw SystemFailure(ENOENT, std::strerror(ENOENT), path_);
   if (found == dtsr_Cut) dseries::FailForDamage(path_, path_ + " was cut off");
-  if (found != dtsr_Replaced) {
-    const Turn turn(*this);
-    if (found == dtsr_Reset || overwritten_) Use(std::move(series_));
-    return found != dtsr_Reset;
+  if (mode_ == Mode::Append) {
+    throw SystemFailure(ESTALE, "another file has taken the place of the one that is open for appending",
+                        path_);
   }
   if (dseries::KnownDataType(path_) != (plane_ ? darr_c2DArray::DataTypeID() : darr_c1DArray::DataTypeID())) {
     throw dseries::Failure(path_ + " was replaced by a file with data of another kind: open it again");
@@ -391,7 +404,11 @@ bool SeriesFile::Refresh() {
 }
 
 void DefineFile(py::module_& module) {
-  pthread_atfork(nullptr, nullptr, [] { ++forks; });
+  pthread_atfork([] { in_use.lock(); }, [] { in_use.unlock(); },
+                 [] {
+                   std::construct_at(&in_use);  // the thread that locked it has another number here
+                   ++forks;
+                 });
   py::class_<SeriesFile>(module, "SeriesFile", "A series file, open: what datastorage.Series works with.")
       .def(py::init([](const std::string& path, bool append) {
              return std::make_unique<SeriesFile>(path,
@@ -416,6 +433,7 @@ void DefineFile(py::module_& module) {
       .def("indices_at", &SeriesFile::IndicesAt, py::arg("positions"))
       .def("datum", &SeriesFile::Datum, py::arg("index"))
       .def("head", &SeriesFile::Head, py::arg("index"))
+      .def("first_bytes", &SeriesFile::FirstBytes, py::arg("index"))
       .def("values", &SeriesFile::Values, py::arg("indices"), py::arg("same_axes"))
       .def("tags", &SeriesFile::Tags, py::arg("begin"), py::arg("end"))
       .def("append", &SeriesFile::Append, py::arg("datum"), py::arg("time"), py::arg("position"));

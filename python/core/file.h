@@ -1,5 +1,8 @@
 #pragma once
 
+#include <algorithm>
+#include <atomic>
+#include <cstdint>
 #include <file/series.h>
 #include <memory>
 #include <mutex>
@@ -39,6 +42,16 @@ class OpenSeries : public dseries::DataSeries<Data> {
     return this->Datum(i);
   }
 
+  /// The first bytes of datum i, or all of them, as they are in the file.
+  std::string FirstBytes(int i) const {
+    if (i < 0 || i >= this->NextWriteIndex()) arr_IndexError(i, this->NextWriteIndex());
+    const std::int64_t most = std::clamp<std::int64_t>(this->DatumSize(i), 0, most_buffered);
+    std::string bytes(static_cast<std::size_t>(most), '\0');
+    const std::int64_t read = this->file_.ReadNow(bytes.data(), most, this->dataOffsets_[i]);
+    bytes.resize(static_cast<std::size_t>(read));
+    return bytes;
+  }
+
   /// A reader of data in the same open file. Throws arr_cIndexException for slots without data.
   BlockReader<Data> Block(std::span<const std::int32_t> indices, bool same_axes) const {
     std::vector<DatumPlace> places;
@@ -61,8 +74,8 @@ using Dimension = std::tuple<py::bytes, py::bytes, int, double, double, int, boo
 /// The file behind datastorage.Series.
 ///
 /// One thread at a time uses it, without the interpreter's lock where it reads; but blocks of data are read
-/// side by side. After a fork the child opens the file again before it reads, and does not write, because
-/// only one process may append.
+/// side by side. A fork waits until no thread uses a file, so that the child has it as it is; the child goes
+/// on reading, and does not write, because only one process may append.
 class SeriesFile {
  public:
   enum class Mode { Read, Append };
@@ -86,6 +99,8 @@ class SeriesFile {
   std::unique_ptr<Array> Datum(int i);
   /// Type, shape and calibration of a datum, of which no elements are read.
   py::tuple Head(int i);
+  /// The first bytes of a datum as they are in the file: with its head, and all of a small one.
+  py::bytes FirstBytes(int i);
   using Indices = py::array_t<std::int32_t, py::array::c_style>;
   /// Data of equal shape and type as one array, with the data along its first axis.
   py::array Values(const Indices& indices, bool same_axes);
@@ -103,10 +118,12 @@ class SeriesFile {
   std::optional<bool> Checked(int i);
   /// Finds what another process has done meanwhile. Returns whether the data known before are still the same;
   /// if not, everything is to be read again, the dimensions too. Throws SystemFailure when the file was
-  /// removed and dseries::Failure when it was cut off; what is left of it can still be read.
+  /// removed, or replaced while it is open for appending, and dseries::Failure when it was cut off; what is
+  /// left of it can still be read.
   bool Refresh();
 
  private:
+  class Hold;
   class Turn;
   SeriesFile(std::string path, bool plane, std::unique_ptr<dseries::Series> series);
 
@@ -116,8 +133,9 @@ class SeriesFile {
   /// Throws SystemFailure when the file was emptied or overwritten since it was opened or refreshed.
   void RequireSame();
   void RequireAppending() const;
-  /// Throws ValueError when the series is closed; opens it again in a forked process.
-  std::mutex& UsableMutex();
+  /// For the holder of the mutex. Throws ValueError when the series is closed; closes one that was open for
+  /// appending, and throws dseries::Failure, in a forked process.
+  void RequireUsable();
   template <class Data>
   OpenSeries<Data>& As() {
     return static_cast<OpenSeries<Data>&>(*series_);
@@ -135,12 +153,13 @@ class SeriesFile {
   std::string path_;
   Mode mode_;
   bool plane_ = false;  // whether the data have two dimensions
-  bool closed_ = false;
+  std::atomic<bool> closed_ = false;
   std::unique_ptr<dseries::Series> series_;  // for the holder of the mutex; null when closed
   std::unique_ptr<dseries::Series> probe_;   // a copy that learns what happens to the file; null like series_
   bool overwritten_ = false;
-  std::unique_ptr<std::mutex> mutex_ = std::make_unique<std::mutex>();
-  int process_;  // the count of forks when it was opened
+  bool cut_ = false;  // so that whatever is there later is new
+  std::mutex mutex_;
+  int process_;  // the count of forks when it was opened for appending
 };
 
 void DefineFile(py::module_& module);

@@ -9,7 +9,8 @@ What was appended to a series survives the process that wrote it.
 """
 
 from ._core import Array, Error, Position, Position2D, PositionList, Range, Range2D, __version__
-from .series import Dim, Findings, Part, Series, check, create, open
+from .dimensions import Dim
+from .series import Findings, Part, Series, check, create, open
 
 __all__ = [
     "Array",

@@ -7,7 +7,6 @@ import errno
 import math
 import operator
 import os
-import stat
 import time as _time
 import typing
 from collections.abc import Iterable, Iterator
@@ -17,33 +16,11 @@ import numpy as np
 
 from . import _core
 from ._core import Array, Error, SeriesFile
-
+from ._files import absolute, naming_the_reason, raise_os_error
+from ._keys import chosen, pair, seconds
+from .dimensions import Dim, fields_of
 
 Path = Union[str, bytes, "os.PathLike[str]", "os.PathLike[bytes]"]
-
-
-class Dim(typing.NamedTuple):
-    """A dimension of a series: index i lies at offset + (i - reference) * delta.
-
-    Data are acquired from the highest index down where `reverse` is set.
-
-    >>> import datastorage as ds
-    >>> ds.Dim("x", "um", 200, 0.0, 0.5).positions[-1]
-    99.5
-    """
-
-    name: str
-    units: str
-    size: int
-    offset: float = 0.0
-    delta: float = 1.0
-    reference: int = 0
-    reverse: bool = False
-
-    @property
-    def positions(self) -> np.ndarray:
-        """The positions of all indices."""
-        return self.offset + (np.arange(self.size) - self.reference) * self.delta
 
 
 def open(path: Path, mode: str = "r") -> Series:
@@ -65,25 +42,31 @@ def open(path: Path, mode: str = "r") -> Series:
 def create(path: Path, dims: Iterable[Dim | tuple], *, ndim: int = 1, overwrite: bool = False) -> Series:
     """Creates a series file for data of `ndim` dimensions and opens it for appending.
 
-    `dims` are the dimensions, of which the first varies fastest. An existing file is FileExistsError unless
-    `overwrite` is set, which empties it.
+    `dims` are the dimensions, of which the first varies fastest. An existing file, or labels that an earlier
+    one left, are FileExistsError unless `overwrite` is set, which empties the file and removes its labels.
+    Checksums of an earlier file are removed.
     """
     made = [Dim(*dim) for dim in dims]
-    for dim in made:
-        # A file marks the reverse order by a negative delta.
-        if dim.size < 1 or not math.isfinite(dim.offset) or not 0 < dim.delta < math.inf:
-            raise ValueError(f"{dim} needs a size of 1 or more, a finite offset and a finite delta above 0")
-    where = _absolute(path)
-    if not overwrite and os.path.lexists(where):
-        raise FileExistsError(errno.EEXIST, os.strerror(errno.EEXIST), where)
-    fields = [(dim.name.encode(), dim.units.encode(), *dim[2:]) for dim in made]
+    fields = [fields_of(dim) for dim in made]
+    where = absolute(path)
+    beside = os.fsdecode(_core.labels_path(os.fsencode(where)))
+    for present in (where, beside):
+        if not overwrite and os.path.lexists(present):
+            raise FileExistsError(errno.EEXIST, os.strerror(errno.EEXIST), present)
     try:
-        file = SeriesFile.create(os.fsencode(where), fields, ndim, overwrite)
+        file = SeriesFile.create(os.fsencode(where), fields, operator.index(ndim), overwrite)
     except OSError as error:
         if not overwrite and error.errno in (errno.ENOSPC, errno.EFBIG, errno.EDQUOT, errno.EIO):
             with contextlib.suppress(OSError):
                 os.remove(where)  # incomplete, and not there before
         raise
+    except Error:
+        slots = math.prod(dim.size for dim in made)
+        if slots < 2**27:
+            raise
+        raise ValueError(f"a series file, which ends at 2 GiB, has no room for {slots} slots") from None
+    with naming_the_reason(beside):
+        _core.discard_beside(os.fsencode(where))
     series = Series.__new__(Series)
     series._start(where, "a", file)
     return series
@@ -108,11 +91,11 @@ def check(path: Path) -> Findings:
     >>> ds.check("checked.dseries").faults
     []
     """
-    where = _absolute(path)
+    where = absolute(path)
     try:
         return Findings(*_core.check(os.fsencode(where)))
     except Error:
-        _raise_os_error(where)
+        raise_os_error(where)
         raise
 
 
@@ -130,25 +113,15 @@ class _Data:
 
     def _chosen(self, key):
         """The linear indices that a key selects, or one of them as int."""
-        indices = self._indices
         if isinstance(key, slice):
-            return indices[key]
-        if isinstance(key, (list, np.ndarray)):
-            key = np.asarray(key)
-            if key.size == 0:
-                return indices[:0]
-            if key.dtype.kind not in "iub":
-                raise TypeError(f"data are chosen by integers or truth values, not {key.dtype}")
-            return np.asarray(indices)[key]
-        i = operator.index(key)
-        if not -len(indices) <= i < len(indices):
-            raise IndexError(f"there is no datum {i}: {self._count()}")
-        return indices[i]
+            return self._indices[key]
+        key = chosen(key, len(self), self._whole())
+        return self._indices[key] if isinstance(key, int) else np.asarray(self._indices, int)[key]
 
     def values(self, key: Any = slice(None), *, same_axes: bool = False) -> np.ndarray:
         """The elements of data of equal shape and type as one NumPy array, the data along its first axis.
 
-        Read without the interpreter's lock, straight into the array. Data that differ raise ValueError, with
+        Keys are those of s[key], too. Read without the interpreter's lock, straight into the array. Data that differ raise ValueError, with
         `same_axes` also those with another calibration.
         """
         indices = self._chosen(key)
@@ -161,12 +134,16 @@ class _Data:
             return np.empty((0, *shape), dtype)
         return file.values(indices, same_axes)
 
+    def plot(self, key: Any = -1, **options: Any) -> Any:
+        """Draws a datum with matplotlib, with the labels of the series; see Array.plot."""
+        return self._series._datum(self._chosen(key)).plot(labels=self._series.labels, **options)
+
 
 class Series(_Data):
     """A series of arrays in a file, each with the time and perhaps the place at which it was taken.
 
     Opened by open() or create(). Data are read when they are asked for. A series is used by any threads; it
-    pickles to its path, and a process that was forked opens the file again before it reads.
+    pickles to its path; a process that was forked reads on, and cannot append.
 
     >>> import datastorage as ds
     >>> s = ds.create("scan.dseries", [ds.Dim("x", "um", 3, 0.0, 0.5), ds.Dim("y", "um", 2)])
@@ -190,11 +167,11 @@ class Series(_Data):
     def __init__(self, path: Path, mode: str = "r") -> None:
         if mode not in ("r", "a"):
             raise ValueError(f"mode is 'r' or 'a', not {mode!r}")
-        where = _absolute(path)
+        where = absolute(path)
         try:
             file = SeriesFile(os.fsencode(where), mode == "a")
         except Error:
-            _raise_os_error(where, mode == "a")
+            raise_os_error(where, mode == "a")
             raise
         self._start(where, mode, file)
 
@@ -242,7 +219,7 @@ class Series(_Data):
         try:
             same = self._file.refresh()
         except Error:
-            _raise_os_error(self.path)
+            raise_os_error(self.path)
             raise
         if not same:
             self._start(self.path, self.mode, self._file)
@@ -252,8 +229,9 @@ class Series(_Data):
         """Yields each datum that another process appends from now on, as it comes.
 
         Ends when all slots are filled, or when nothing has come for `timeout` seconds. After the series was
-        emptied, or another file has taken its place, all data there are new. Where the system reports no
-        changes, as of files on a network, the file is looked at every `poll` seconds.
+        emptied, or another file has taken its place, all data there are new; what it raises when the file is
+        gone or unreadable, as it may be for a moment then, reaches the caller after a second. Where the
+        system reports no changes, as of files on a network, the file is looked at every `poll` seconds.
 
         >>> import datastorage as ds
         >>> writer = ds.create("followed.dseries", [ds.Dim("x", "um", 2)])
@@ -265,30 +243,35 @@ class Series(_Data):
         >>> list(data)
         []
         """
+        if not poll > 0 or (timeout is not None and math.isnan(timeout)):
+            raise ValueError("poll is more than 0 seconds, and timeout a number of seconds or None")
         return self._followed(len(self), timeout, poll)
 
     def _followed(self, seen: int, timeout: float | None, poll: float) -> Iterator[Array]:
         changes = _core.FileChanges(os.fsencode(self.path))
-        came = _time.monotonic()
+        came, failed = _time.monotonic(), None
         while seen < self._file.slots:
-            changes.arm()
-            if not self._refreshed():
-                seen = 0
-            if seen < len(self):
+            try:
+                changes.arm()
+                if not self._refreshed():
+                    seen = 0
+                datum = self._datum(seen) if seen < len(self) else None
+            except (Error, OSError):  # it is being emptied or replaced, or was left so
+                failed = failed or _time.monotonic()
+                if _time.monotonic() - failed > 1:
+                    raise
+                _time.sleep(0.01)
+                continue
+            failed = None
+            if datum is not None:
                 came = _time.monotonic()
-                try:
-                    datum = self._datum(seen)
-                except OSError as error:
-                    if error.errno != errno.ESTALE:
-                        raise
-                    continue
                 seen += 1
                 yield datum
                 continue
             left = poll if timeout is None else min(poll, came + timeout - _time.monotonic())
             if left <= 0:
                 return
-            changes.wait(left)
+            changes.wait(min(left, 3600))
 
     # Power cuts and changed bytes
 
@@ -299,7 +282,7 @@ class Series(_Data):
         last sync, which comes with each `data`-th datum, after `milliseconds` at the next one, and when the
         series is closed; "strict": nothing. A sync that fails is final: nothing can be appended any more.
         """
-        self._file.set_durability(durability, data, milliseconds)
+        self._file.set_durability(str(durability), operator.index(data), operator.index(milliseconds))
 
     def sync(self) -> None:
         """Returns when all data are on the disk."""
@@ -322,7 +305,7 @@ class Series(_Data):
 
     def checked(self, index: int) -> bool | None:
         """Whether a datum and its tag are as their checksum says; None where there is none."""
-        return self._file.checked(operator.index(index))
+        return self._file.checked(chosen(operator.index(index), len(self), self._whole()))
 
     def __repr__(self) -> str:
         name = os.path.basename(self.path)
@@ -338,6 +321,9 @@ class Series(_Data):
 
     def _count(self):
         return f"{self._file.filled} of {self._file.slots} filled"
+
+    def _whole(self):
+        return f"the data: {self._count()}"
 
     # Data
 
@@ -378,32 +364,40 @@ class Series(_Data):
         ...
 
     @overload
-    def __getitem__(self, key: slice | list | np.ndarray) -> Part:
-        ...
-
-    @overload
     def __getitem__(self, key: tuple) -> Any:
         ...
 
+    @overload
+    def __getitem__(self, key: slice | Iterable) -> Part:
+        ...
+
     def __getitem__(self, key):
-        """A datum by its index or by one index for each dimension; lazily several of them."""
-        indices = self._by_dimension(key) if isinstance(key, tuple) else self._chosen(key)
+        """A datum by its index or by one index for each dimension; lazily several of them.
+
+        Keys are integers, slices, and lists of integers or truth values. With a key for each dimension the
+        data come in the order of each key, that of the first dimension fastest, whatever the order in which
+        they were acquired; slots that are not filled are left out.
+
+        >>> import datastorage as ds
+        >>> s = ds.create("snake.dseries", [ds.Dim("x", "um", 3), ds.Dim("y", "um", 2, reverse=True)])
+        >>> for i in range(5):
+        ...     _ = s.append([i])
+        >>> s[:, 1].indices, s[::-1, :].indices
+        (array([0, 1, 2]), array([4, 3, 2, 1, 0]))
+        """
+        indices = self._chosen(key)
         return self._datum(indices) if isinstance(indices, (int, np.integer)) else Part(self, indices)
 
-    def _by_dimension(self, key):
+    def _chosen(self, key):
+        if not isinstance(key, tuple):
+            return super()._chosen(key)
         if len(key) != len(self.dims):
             raise IndexError(f"the series has {len(self.dims)} dimensions, and {len(key)} indices were given")
         linear, stride = 0, 1
-        for axis, (dim, k) in enumerate(zip(self.dims, key)):
-            if isinstance(k, slice):
-                i = np.arange(dim.size)[k].reshape([-1] + [1] * axis)
-            else:
-                i = operator.index(k)
-                if not -dim.size <= i < dim.size:
-                    raise IndexError(
-                        f"index {i} is outside dimension {self._names[axis]}, which has {dim.size}"
-                    )
-                i %= dim.size
+        for axis, (name, dim, k) in enumerate(zip(self._names, self.dims, key)):
+            i = chosen(k, dim.size, f"dimension {name}, which has {dim.size}")
+            if not isinstance(i, int):
+                i = np.asarray(i, int).reshape([-1] + [1] * axis)
             linear = linear + (dim.size - 1 - i if dim.reverse else i) * stride
             stride *= dim.size
         filled = len(self)
@@ -411,7 +405,7 @@ class Series(_Data):
             if linear >= filled:
                 raise IndexError(f"slot {linear} holds no datum yet: {self._count()}")
             return linear
-        linear = np.sort(linear, axis=None)
+        linear = linear.ravel()
         return linear[linear < filled]
 
     def head(self, i: int = 0) -> tuple[np.dtype, tuple[int, ...], tuple]:
@@ -438,12 +432,15 @@ class Series(_Data):
         """Appends an array and returns its index. It is in the file when this returns.
 
         `time` is the present by default, or seconds since 1970, a datetime (without a zone: local time), a
-        datetime64 or a text of ISO 8601 (both UTC); a series keeps whole seconds. Either all data have a
-        `position` (x, y) or none.
+        datetime64, a Timestamp of pandas or a text of ISO 8601 (without a zone: UTC); a series keeps whole
+        seconds, of 32 bits. Either all data have a `position` (x, y) or none.
         """
         if not isinstance(datum, Array):
             datum = Array(datum)
-        return self._file.append(datum, _seconds(time), position)
+        time = int(_time.time()) if time is None else seconds(time)
+        if not -(2**31) <= time < 2**31:
+            raise ValueError(f"a series file has no room for the time {time}")
+        return self._file.append(datum, time, None if position is None else pair(position))
 
     # Tags
 
@@ -475,9 +472,9 @@ class Series(_Data):
         tags = self.tags
         same = np.ones(len(tags), bool)
         if time is not None:
-            same &= tags["time"] == np.datetime64(_seconds(time), "s")
+            same &= tags["time"].astype(np.int64) == seconds(time)
         if position is not None:
-            x, y = position
+            x, y = pair(position)
             same &= (tags["x"] == x) & (tags["y"] == y) if "x" in tags.dtype.names else False
         found = np.flatnonzero(same)
         if not len(found):
@@ -488,17 +485,23 @@ class Series(_Data):
         """The index of the datum nearest to a place and, among several there, to a time.
 
         The place is x and y of the tags or, if those have none, a position along each dimension, in
-        steps of it. Without data it raises KeyError.
+        steps of it; then `time` is the position along a dimension of that name, if there is one. Without
+        data it raises KeyError.
         """
         tags = self.tags
         if not len(tags):
             raise KeyError("the series has no data")
-        keys = [np.abs(tags["time"].astype(float) - _seconds(time))] if time is not None else []
+        tagged = "x" in tags.dtype.names
+        names = ["x", "y"] if tagged else self._names
+        if time is not None and "time" in names:
+            position["time"], time = time, None
+        keys = [np.abs(tags["time"].astype(float) - seconds(time))] if time is not None else []
         if position or not keys:
-            tagged = "x" in tags.dtype.names
-            names = ["x", "y"] if tagged else self._names
             if set(position) != set(names):
                 raise KeyError(f"a place here is {', '.join(names)}")
+            position = {name: float(x) for name, x in position.items()}
+            if not np.isfinite(list(position.values())).all():
+                raise ValueError("a place needs finite coordinates")
             if tagged:
                 steps = [tags[name] - position[name] for name in names]
             else:
@@ -507,8 +510,6 @@ class Series(_Data):
                     (dim.positions[:: -1 if dim.reverse else 1][i] - position[name]) / dim.delta
                     for name, dim, i in zip(names, self.dims, places)
                 ]
-            if not np.isfinite(list(position.values())).all():
-                raise ValueError("a place needs finite coordinates")
             keys.append(np.sqrt(np.sum(np.square(steps), axis=0)))
         return int(np.lexsort(keys)[0])
 
@@ -529,23 +530,23 @@ class Series(_Data):
         """
         import json
 
-        return json.loads(_core.read_labels(os.fsencode(self.path)))
+        path = os.fsencode(self.path)
+        with naming_the_reason(os.fsdecode(_core.labels_path(path))):
+            return json.loads(_core.read_labels(path))
 
     @labels.setter
     def labels(self, labels: dict[str, Any]) -> None:
         import json
 
-        _core.write_labels(os.fsencode(self.path), json.dumps(labels))
+        path = os.fsencode(self.path)
+        with naming_the_reason(os.fsdecode(_core.labels_path(path))):
+            _core.write_labels(path, json.dumps(labels))
 
     def to_xarray(self, **options: Any) -> Any:
         """The series as an xarray.Dataset with labelled axes, which reads lazily."""
         from .xarray_backend import to_xarray  # type: ignore[import]
 
         return to_xarray(self, **options)
-
-    def plot(self, key: Any = -1, **options: Any) -> Any:
-        """Draws a datum with matplotlib, with the labels of the series; see Array.plot."""
-        return self[key].plot(labels=self.labels, **options)
 
 
 class Part(_Data):
@@ -561,7 +562,7 @@ class Part(_Data):
     @property
     def indices(self) -> np.ndarray:
         """The indices of the data in the series."""
-        return np.asarray(self._indices)
+        return np.asarray(self._indices, int)
 
     @property
     def tags(self) -> np.ndarray:
@@ -573,7 +574,7 @@ class Part(_Data):
         ...
 
     @overload
-    def __getitem__(self, key: slice | list | np.ndarray) -> Part:
+    def __getitem__(self, key: slice | Iterable) -> Part:
         ...
 
     def __getitem__(self, key):
@@ -586,15 +587,8 @@ class Part(_Data):
     def __repr__(self):
         return f"<{len(self)} data of {self._series!r}>"
 
-    def _count(self):
-        return f"this part has {len(self)}"
-
-
-def _absolute(path):
-    path = os.fsdecode(path)
-    if "\0" in path:
-        raise ValueError("embedded null byte in a path")
-    return os.path.abspath(path)
+    def _whole(self):
+        return f"this part, which has {len(self)}"
 
 
 def _text(bytes_of_file):
@@ -606,25 +600,3 @@ def _text(bytes_of_file):
 
 def _label(name, units):
     return f"{name} ({units})" if units else name
-
-
-def _seconds(time):
-    if time is None:
-        return int(_time.time())
-    if hasattr(time, "timestamp"):
-        time = time.timestamp()
-    if isinstance(time, (int, float, np.integer, np.floating)) and not isinstance(time, np.timedelta64):
-        return math.floor(time)
-    return int(np.datetime64(time, "s").astype(np.int64))
-
-
-def _raise_os_error(path, writing=False):
-    """Raises what the system says about a file that cannot be opened, if it says something."""
-    flags = os.O_RDWR if writing else os.O_RDONLY
-    descriptor = os.open(path, flags | os.O_NONBLOCK | os.O_CLOEXEC)
-    try:
-        kind = os.fstat(descriptor).st_mode
-    finally:
-        os.close(descriptor)
-    if stat.S_ISDIR(kind):
-        raise IsADirectoryError(errno.EISDIR, os.strerror(errno.EISDIR), path)

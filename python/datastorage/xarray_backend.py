@@ -24,7 +24,8 @@ from xarray.backends import BackendArray, BackendEntrypoint
 from xarray.core import indexing
 
 from ._core import Array
-from .series import Series, _absolute
+from ._files import absolute
+from .series import Series
 
 _BLOCK = 32 << 20  # bytes of the data that are read at once, where they are not read straight to their place
 _FIRST_BYTES = b"\x49\x49\x44\x53\x10\x02"
@@ -48,7 +49,8 @@ class SeriesBackend(BackendEntrypoint):
 
     Data are read when they are asked for, whole data each, from the state in which the file was opened: what
     is appended later is there when it is opened again. The parts of a Dataset pickle to the path and to what
-    identifies the file; one that was replaced meanwhile raises OSError.
+    identifies the file: its dimensions, and the tags and the first 64 KiB of its first and its newest datum;
+    one that was replaced by a file with others meanwhile raises OSError.
     """
 
     description = "Series files of measured data"
@@ -67,7 +69,7 @@ class SeriesBackend(BackendEntrypoint):
             return False
 
     def open_dataset(self, filename_or_obj, *, drop_variables=None, mask_and_scale=True, same_axes=True):
-        path = _absolute(os.path.expanduser(filename_or_obj))
+        path = absolute(os.path.expanduser(filename_or_obj))
         dropped = [drop_variables] if isinstance(drop_variables, str) else drop_variables or []
         with Series(path) as series:
             return _dataset(series, dropped, mask_and_scale, same_axes)
@@ -182,12 +184,12 @@ def _require_form(path, file, i, form, same_axes):
 
 
 def _identity(series, filled):
-    """A number for what appending leaves as it is: dimensions, the first datum, the tags at both ends."""
+    """A number for what appending leaves as it is: dimensions, the tags at both ends and the data there."""
     file, parts = series._file, [series.dims, series.ndim]
-    if filled:
-        parts.append(file.head(0))
-        for times, positions in file.tags(0, 1), file.tags(filled - 1, filled):
-            parts.append((times.tolist(), None if positions is None else positions.tolist()))
+    for i in sorted({0, filled - 1}) if filled else ():
+        times, positions = file.tags(i, i + 1)
+        parts.append((times.tolist(), None if positions is None else positions.tolist()))
+        parts.append(zlib.crc32(file.first_bytes(i)))
     return zlib.crc32(repr(parts).encode())
 
 

@@ -84,8 +84,30 @@ def test_data_are_chosen_like_elements_of_numpy():
                     else:
                         with pytest.raises(IndexError, match="no datum yet: 10 of 12"):
                             s[i]
-        assert s[:, 1].values()[:, 0].tolist() == sorted(grid[:, 1]) and s[1, :].indices.tolist() == [1, 5, 9]
-        assert s[3:0:-1, 0].indices.tolist() == [9] and len(s[:, 0:1]) == 2
+        # In the order of the keys, the first dimension fastest, without the slots that are not filled.
+        for keys in (
+            (slice(None), 1),
+            (1, slice(None)),
+            (slice(3, 0, -2), [2, 0]),
+            ([0, 3], np.arange(3) > 0),
+        ):
+            x, y = (np.atleast_1d(np.arange(n)[k]) for n, k in zip((4, 3), keys))
+            expected = grid[np.ix_(x, y)].T.ravel()
+            expected = expected[expected < 10].tolist()
+            assert s[keys].indices.tolist() == expected == s.values(keys)[:, 0].tolist()
+        import pandas
+        import xarray
+
+        for key in (
+            range(3),
+            pandas.Index([0, 1, 2]),
+            xarray.DataArray([0, 1, 2]),
+            np.array([0, 1, 2], "u1"),
+        ):
+            assert s[key].indices.tolist() == [0, 1, 2]
+        assert s[xarray.DataArray(3)].numpy()[0] == 3
+        for part in (s[100:], s[5:1], s[[]], s[2:][[]]):
+            assert part.tags.dtype.names == ("time",) and part.tags.shape == part.indices.shape == (0,)
         assert [d.numpy()[0] for d in s[-3:][::-1]] == [9, 8, 7] and s[2:9][[0, -1]].tags["time"].astype(
             int
         ).tolist() == [2, 8]
@@ -99,6 +121,7 @@ def test_data_are_chosen_like_elements_of_numpy():
             ([10], IndexError),
             ([0.5], TypeError),
             (None, TypeError),
+            ([[0, 1], [2, 3]], IndexError),
         ):
             with pytest.raises(error):
                 s[key]
@@ -134,10 +157,57 @@ def test_tags_are_times_and_places():
         assert s.nearest(x=3.4, y=-3.4) == 3 and s.nearest(time=2**31 - 9) == 5
         with pytest.raises(ValueError, match="tags"):
             s.append([1])  # without a place
-        for time in (2**31, -(2**31) - 1, "NaT"):
+        for time in (2**31, -(2**31) - 1, 1e300):
             with pytest.raises(ValueError, match="no room"):
                 s.append([1], time=time, position=(0, 0))
+        for time in ("NaT", "", "1700000000", float("nan"), float("inf")):
+            for call in (lambda: s.append([1], time=time, position=(0, 0)), lambda: s.nearest(time=time)):
+                with pytest.raises(ValueError, match="is not a time"):
+                    call()
+        for time in (np.timedelta64(5), np.bool_(True), [1], {}):
+            with pytest.raises(TypeError, match="a time is"):
+                s.append([1], time=time, position=(0, 0))
+        for position in (1, (1,), "ab", (1, 2, 3)):
+            with pytest.raises(TypeError, match="pair of numbers"):
+                s.append([1], position=position)
         assert len(s) == 6
+        with pytest.raises(KeyError):
+            s.find(time=10**20)
+    with ds.create("time.dseries", [ds.Dim("time", "s", 4, 0.0, 10.0)]) as s:
+        for i in range(4):
+            s.append([i], time=5)
+        assert s.nearest(time=19) == 2 and s.at(time=19).numpy() == 1  # the dimension, for both
+
+
+def test_times_of_every_kind(monkeypatch):
+    import decimal
+
+    import pandas
+    import xarray
+
+    monkeypatch.setenv("TZ", "America/New_York")
+    time.tzset()
+    try:
+        cases = [
+            ("2024-02-29T12:00Z", 1709208000),
+            ("2024-02-29 12:00:00.25-05:30", 1709227800),
+            (pandas.Timestamp("2024-01-01"), 1704067200),  # as numpy.datetime64
+            (pandas.Timestamp("2024-01-01", tz="America/New_York"), 1704085200),
+            (datetime.datetime(2024, 1, 1), 1704085200),
+            (datetime.date(2024, 1, 1), 1704067200),
+            (pandas.Timestamp("1969-12-31T23:59:59.999999999"), -1),
+            (xarray.DataArray(np.datetime64("2024-01-01", "ns")), 1704067200),
+            (np.array(7), 7),
+            (decimal.Decimal("-0.5"), -1),
+            (np.float32(2.5), 2),
+        ]
+        with ds.create("s.dseries", ROW) as s:
+            for given, expected in cases:
+                s.append([1], time=given)
+                assert s.tags["time"][-1].astype(int) == expected, given
+    finally:
+        monkeypatch.undo()
+        time.tzset()
 
 
 def test_what_cannot_be_appended_changes_nothing():
@@ -172,6 +242,8 @@ def test_what_cannot_be_appended_changes_nothing():
 
 
 def test_a_full_disk_is_an_error_of_the_system():
+    with pytest.raises(ValueError, match="2 GiB, has no room"):
+        ds.create("large.dseries", [ds.Dim("x", "um", 2**28)])
     limited = """if True:
         import resource, datastorage as ds
         s = ds.create("s.dseries", [ds.Dim("x", "um", 100)])
@@ -184,9 +256,13 @@ def test_a_full_disk_is_an_error_of_the_system():
             for i in range(100): s.append([0.0] * 1000, time=i)
         except OSError as error:
             print(error.errno, error.filename == s.path, len(s), len(s.values()))
+        try:
+            s.labels = {"title": 30000 * "T"}
+        except OSError as error:
+            print(error.errno, error.filename == s.path + ".json")
     """
     out = subprocess.run([sys.executable, "-c", limited], capture_output=True, text=True)
-    assert out.stdout == f"{errno.EFBIG}\n{errno.EFBIG} True 2 2\n", out.stderr
+    assert out.stdout == f"{errno.EFBIG}\n{errno.EFBIG} True 2 2\n{errno.EFBIG} True\n", out.stderr
     assert not os.path.exists("large.dseries")
     assert ds.check("s.dseries").whole == 2
 
@@ -214,6 +290,9 @@ def test_files_that_cannot_be_opened():
     ):
         with pytest.raises((ValueError, ds.Error)):
             ds.create("wrong.dseries", [ds.Dim("x", "um", *wrong)] * 2)
+    for wrong in ((None, "", 1), ("x", "um", 3.0), ("x", "um", 3, None), ("x", "um", 3, 0.0, 1.0, 0.5)):
+        with pytest.raises(TypeError, match="text|integer|number"):
+            ds.create("wrong.dseries", [ds.Dim(*wrong)])
     assert not os.path.exists("wrong.dseries")
     for path in ("none/s.dseries", "text/s.dseries"):
         with pytest.raises(OSError):
@@ -280,6 +359,18 @@ def test_a_file_that_is_replaced_or_removed_while_it_is_open():
         pickle.loads(pickle.dumps(s))
 
 
+def test_a_writer_never_goes_on_with_another_file():
+    with ds.create("s.dseries", ROW) as s:
+        s.set_durability("strict")
+        s.append([1])
+        make("new.dseries", [[1], [2]]).close()
+        os.replace("new.dseries", "s.dseries")
+        for _ in range(2):
+            with pytest.raises(OSError, match="another file") as caught:
+                s.refresh()
+            assert caught.value.errno == errno.ESTALE and len(s) == 1
+
+
 def test_closed_series_and_pickled_ones():
     s = make("s.dseries", np.arange(50.0).reshape(5, 10))
     part = s[1:4]
@@ -343,6 +434,19 @@ def test_forked_processes():
         assert _in_child(lambda: writer.close() or writer.closed) is True
         assert writer.append([3.0]) == 1  # the parent goes on
     assert len(ds.open("s.dseries", "a")) == 2
+    # Whatever the path names now, the child has the file that was open.
+    assert reader.refresh() == 2 and len(reader.tags) == 2
+    make("other.dseries", [[7.0, 7.0, 7.0]] * 3, [ds.Dim("y", "", 4)]).close()
+    os.replace("other.dseries", "s.dseries")
+
+    def seen():
+        return reader[0].numpy().tolist(), len(reader.tags), list(reader.coords), reader.shape
+
+    assert _in_child(seen) == seen() == ([1, 2], 2, ["x"], (1000,))
+    assert _in_child(lambda: reader.refresh() and seen()) == ([7, 7, 7], 3, ["y"], (4,))
+    os.remove("s.dseries")
+    assert _in_child(seen) == seen()
+    assert _in_child(lambda: reader.refresh()).startswith("FileNotFoundError")
 
 
 def test_labels_lie_beside_the_file():
@@ -367,6 +471,34 @@ def test_labels_lie_beside_the_file():
     s.labels = {}
     assert not os.path.exists("s.dseries.json")
     assert "newest" in s._repr_html_()
+    os.mkdir("s.dseries.json")
+    for attempt in (lambda: s.labels, lambda: setattr(s, "labels", labels)):
+        with pytest.raises((ds.Error, OSError), match="it is a folder"):
+            attempt()
+
+
+def test_a_new_file_has_nothing_of_an_earlier_one():
+    def fill(**options):
+        with ds.create("s.dseries", ROW, **options) as s:
+            assert s.labels == {}
+            s.append([1], time=5)
+            assert s.checked(-1) is None and s.seal() == 1 and s.checked(-1) is True
+            s.labels = {"title": "T"}
+
+    fill()
+    with pytest.raises(FileExistsError):
+        fill()
+    fill(overwrite=True)
+    os.remove("s.dseries")
+    with pytest.raises(FileExistsError) as caught:  # labels of data that may be lost
+        fill()
+    assert caught.value.filename == os.path.abspath("s.dseries.json")
+    assert not os.path.exists("s.dseries")
+    os.remove("s.dseries.json")
+    fill()
+    with ds.open("s.dseries", "a") as s:  # goes on with the checksums
+        s.append([2])
+        assert s.checked(1) is True and ds.check("s.dseries").faults == []
 
 
 def test_nothing_is_left_behind():
@@ -419,7 +551,34 @@ def test_another_process_is_followed():
     assert list(ds.open("s.dseries").follow()) == []
     reader = ds.create("t.dseries", [ds.Dim("x", "um", 5)])
     started = time.monotonic()
-    assert list(reader.follow(timeout=0.3)) == [] and time.monotonic() - started >= 0.3
+    assert list(reader.follow(timeout=0.3, poll=float("inf"))) == [] and time.monotonic() - started >= 0.3
+    for poll in (0, -1, float("nan")):
+        with pytest.raises(ValueError, match="poll"):
+            reader.follow(poll=poll)
+
+
+def test_a_file_that_is_emptied_is_followed():
+    make("s.dseries", [[0]], [ds.Dim("x", "um", 6)]).close()
+    reader = ds.open("s.dseries")
+    followed = reader.follow(timeout=20)
+    whole = open("s.dseries", "rb").read()
+
+    def fill():
+        with ds.create("s.dseries", [ds.Dim("x", "um", 6)], overwrite=True) as s:
+            s.append([1]), s.append([2])
+
+    for change in (
+        lambda f: f.truncate(len(whole) - 3),
+        lambda f: f.truncate(0),
+        lambda f: os.remove(f.name),
+    ):
+        with open("s.dseries", "r+b") as file:
+            change(file)
+        threading.Timer(0.3, fill).start()
+        assert [int(next(followed)[0]) for _ in range(2)] == [1, 2]
+    os.remove("s.dseries")
+    with pytest.raises(FileNotFoundError):
+        next(followed)
 
 
 def test_changed_bytes_are_found_and_appends_synced():
@@ -431,6 +590,8 @@ def test_changed_bytes_are_found_and_appends_synced():
         assert [s.checked(i) for i in range(3)] == [None, True, True]
         with pytest.raises(ValueError, match="'often'"):
             s.set_durability("often")
+        with pytest.raises(ValueError, match="None"):
+            s.set_durability(None)
         with pytest.raises(ValueError):
             s.set_durability("group", data=0)
         with pytest.raises(IndexError):

@@ -217,6 +217,14 @@ def test_files_that_grow_or_go_away():
     for lazy in (opened.data, opened.tag_time):
         with pytest.raises(OSError, match="replaced"):
             lazy.load()
+    values = np.full((3, 3), 7, "u2")
+    _series("d.dseries", dims, values, times=[0] * 3)
+    opened = xarray.open_dataset("d.dseries")
+    values[2, 2] = 8
+    _series("e.dseries", dims, values, times=[0] * 3)
+    os.replace("e.dseries", "d.dseries")
+    with pytest.raises(OSError, match="replaced"):
+        opened.data.load()
     opened = xarray.open_dataset("a.dseries")
     whole = pathlib.Path("a.dseries").read_bytes()
     os.truncate("a.dseries", len(whole) - 60)
