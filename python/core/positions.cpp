@@ -108,6 +108,14 @@ class Watched {
   typename Of::Value Get() const { return Of::Get(sender_); }
   void Set(const typename Of::Value& value) { Of::Set(sender_, value); }
   Sender& Object() { return sender_; }
+  /// Moves the centre of a list.
+  void MoveCenter(const Pair& to) {
+    const struct Moving {
+      bool& moving;
+      ~Moving() { moving = false; }
+    } ends{moving_ = true};
+    sender_.Center().SetPosition(to.first, to.second);
+  }
 
   /// Returns the function, so that this can decorate one.
   py::function Add(const py::function& function, bool offers) {
@@ -159,19 +167,26 @@ class Watched {
       bool changed = false;
       const std::vector<Called> functions = watched.functions_;  // which they may change
       for (const Called& called : functions) {
-        if (called.offers == offers) changed |= bChangedBy(called.function, change, offers);
+        if (called.offers == offers) changed |= watched.bChangedBy(called.function, change, offers);
       }
       if (offers) change.Modified = changed;
     }
     Watched& watched;
   };
 
-  static bool bChangedBy(const py::function& function, typename Of::Change& change, bool offers) {
+  bool bChangedBy(const py::function& function, typename Of::Change& change, bool offers) const {
     const auto old = Of::Get(Of::Old(change)), proposed = Of::Get(Of::New(change));
     const py::object answer = function(proposed, old);
-    if (!offers || answer.is_none() || answer.is(py::bool_(true))) return false;
-    const auto wanted = answer.is(py::bool_(false)) ? old : Answered(answer);
+    if (!offers || answer.is_none()) return false;
+    py::detail::make_caster<bool> truth;  // of Python or of NumPy
+    const bool decided = truth.load(answer, false);
+    if (decided && truth) return false;
+    const auto wanted = decided ? old : Answered(answer);
     if (wanted == proposed) return false;
+    if constexpr (std::is_same_v<typename Of::Value, std::vector<Pair>>) {
+      if (moving_ && wanted.size() != proposed.size())
+        throw py::value_error("while the centre of a list moves, its number of positions cannot change");
+    }
     Of::Set(Of::New(change), wanted);
     return true;
   }
@@ -191,6 +206,7 @@ class Watched {
   }
 
   Sender sender_;
+  bool moving_ = false;  // by its centre
   Receiver receiver_{*this};
   std::vector<Called> functions_;
 };
@@ -199,8 +215,8 @@ constexpr const char* change_text = R"(on_change(self, function)
 --
 
 Calls function(new, old) before each change, and returns it. It accepts by returning None or True,
-refuses by returning False, and changes the proposal by returning another value. What it raises reaches
-the caller of the change, which is then not made.)";
+refuses by returning False (of Python or NumPy), and changes the proposal by returning another value. What
+it raises reaches the caller of the change, which is then not made.)";
 constexpr const char* changed_text = R"(on_changed(self, function)
 --
 
@@ -318,10 +334,10 @@ Positions (x, y) that move as one figure and offer every change to functions. Th
           },
           py::arg("position"), "append(self, position)\n--\n\nAdds a position; this is not offered.")
       .def("__len__", [](List& self) { return self.Object().NumberPositions(); })
+      .def("__iter__", [](List& self) { return py::iter(py::cast(self.Get())); })
       .def_property(
           "center", [](List& self) { return Pair(self.Object().Center().X(), self.Object().Center().Y()); },
-          [](List& self, const Pair& p) { self.Object().Center().SetPosition(p.first, p.second); },
-          "The middle of the positions; setting it moves all of them.");
+          &List::MoveCenter, "The middle of the positions; setting it moves all of them.");
 }
 
 }  // namespace core

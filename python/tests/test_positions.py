@@ -1,6 +1,7 @@
 import gc
 import weakref
 
+import numpy as np
 import pytest
 
 import datastorage as ds
@@ -42,7 +43,16 @@ def test_functions_accept_change_and_refuse(kind, first, second, nothing):
     answer[:] = [second]
     sender.value = nothing or [(9.0, 9.0), (8.0, 8.0)]
     assert sender.value == second
+    answer[:] = [np.bool_(False)]
+    sender.value = first
+    assert sender.value == second
+    answer[:] = [np.bool_(True)]
+    sender.value = first
+    assert sender.value == first
     answer[:] = ["nonsense"]
+    sender.remove(offered)
+    sender.value = second
+    sender.on_change(offered)
     with pytest.raises(TypeError, match="returns None"):
         sender.value = first
     assert sender.value == second
@@ -116,5 +126,10 @@ def test_ranges_and_their_centres():
     figure = ds.PositionList([(0, 0), (4, 2)])
     figure.on_change(lambda new, old: len(new) == len(old))
     figure.center = 3, 3
+    longer = figure.on_change(lambda new, old: new + [(0, 0)])
+    with pytest.raises(ValueError, match="number of positions"):
+        figure.center = 9, 9
+    figure.remove(longer)
     figure.append((7, 7))
+    assert list(figure) == figure.value
     assert figure.value == [(1, 2), (5, 4), (7, 7)] and len(figure) == 3
