@@ -1,6 +1,8 @@
 #include "array.h"
 
-#include <initializer_list>
+#include <algorithm>
+#include <cmath>
+#include <complex>
 #include <memory>
 #include <optional>
 #include <pybind11/complex.h>
@@ -24,6 +26,27 @@ const std::pair<double, double>& XY(const Place& place) {
   const auto* const both = std::get_if<std::pair<double, double>>(&place);
   if (both == nullptr) throw py::type_error("in two dimensions this is a pair (x, y)");
   return *both;
+}
+
+namespace {
+
+[[noreturn]] void ThrowOutOfReach(double position) {
+  throw py::value_error("the position " + std::string(py::repr(py::float_(position))) +
+                        " is not finite, or out of reach of all indices");
+}
+
+void RequireFinite(double position) {
+  if (!std::isfinite(position)) ThrowOutOfReach(position);
+}
+
+}  // namespace
+
+void RequireReachable(const cal_cArrayCal& axis, std::initializer_list<double> positions) {
+  for (const double position : positions) {
+    RequireFinite(position);
+    const double index = (position - axis.Offset()) / axis.Delta() + axis.CalIndex();
+    if (!(std::abs(index) < static_cast<double>(detail::LargestCount))) ThrowOutOfReach(position);
+  }
 }
 
 namespace {
@@ -121,7 +144,15 @@ py::object ValueAt(const Array& array, const Place& place, const std::string& in
         if (kind == darr_NoInterpolation) return ValueOf(a.Value(i));
         if (!(a.DeltaX() > 0))
           throw py::value_error("linear interpolation needs an axis with a positive delta");
-        return ValueOf(a.Value(x, kind));
+        const double beyond = std::max(x - a.Cal().PositionX(i), 0.0);  // rounding may put it before
+        if (beyond < cal_cArrayCal::RoundFactor || i == a.NumIndices() - 1) return ValueOf(a.Value(i));
+        const py::object here = ValueOf(a.Value(i)), next = ValueOf(a.Value(i + 1));
+        const auto between = [&](auto from, auto to) {
+          return py::cast(beyond / a.DeltaX() * (to - from) + from);
+        };
+        using Complex = std::complex<double>;
+        return a.DataType().IsReal() ? between(here.cast<double>(), next.cast<double>())
+                                     : between(here.cast<Complex>(), next.cast<Complex>());
       },
       [&](const Array2D& a) {
         const auto [x, y] = XY(place);
@@ -138,27 +169,77 @@ py::object ValueAt(const Array& array, const Place& place, const std::string& in
 using Result = std::unique_ptr<Array>;
 Result Wrap(Array::Value value) { return std::make_unique<Array>(std::move(value)); }
 
+/// What an interval selects along an axis. Along one that falls it is the mirror image of what it selects
+/// along one that rises. Throws ValueError for positions that are not finite or without an index.
+struct Interval {
+  Interval(const cal_cArrayCal& given, double a, double b, rnge_eIndexSelect select)
+      : sign(given.Delta() < 0 ? -1 : 1), axis(Mirrored(given)), from(sign * a), to(sign * b) {
+    RequireReachable(given, {a, b});
+    if (std::abs(to - from) / axis.Delta() >= detail::LargestCount) arr_SizeError(detail::LargestCount + 1);
+    indices = rnge_c1DIndexRange(rnge_c1DRange(from, to), cal_c1DArrayCal(axis), select);
+  }
+  int Count() const { return std::max(indices.NumIndicesX(), 0); }
+  /// The axis of the selection where that has no elements.
+  cal_cArrayCal EmptyAxis() const {
+    return Mirrored(cal_cArrayCal(axis.Position(indices.StartIndexX()), axis.Delta(), 0));
+  }
+  /// The axis that rises for the given one, and the reverse.
+  cal_cArrayCal Mirrored(const cal_cArrayCal& other) const {
+    return {sign * other.Offset() + 0.0, sign * other.Delta(), other.CalIndex()};  // no negative zero
+  }
+
+  double sign;
+  cal_cArrayCal axis;
+  double from, to;
+  rnge_c1DIndexRange indices;
+};
+
 Result Select(Array& array, const Place& from, const Place& to, const std::string& cells) {
   const rnge_eIndexSelect select = CellsNamed(cells);
   return Choose(
-      array.Free(), [&](const Array1D& a) { return Wrap(Array1D(a.Selection(X(from), X(to), select))); },
-      [&](const Array2D& a) {
+      array.Free(),
+      [&](Array1D a) {
+        const Interval x(a.Cal().AxisX(), X(from), X(to), select);
+        if (x.Count() == 0) return Wrap(Array1D(0, a.DataType(), cal_c1DArrayCal(x.EmptyAxis())));
+        a.SetCal(cal_c1DArrayCal(x.axis));
+        a = a.Selection(x.from, x.to, select);
+        a.SetCal(cal_c1DArrayCal(x.Mirrored(a.Cal().AxisX())));
+        return Wrap(a);
+      },
+      [&](Array2D a) {
         const auto [x1, y1] = XY(from);
         const auto [x2, y2] = XY(to);
-        return Wrap(Array2D(a.Selection(x1, y1, x2, y2, select)));
+        const Interval x(a.Cal().AxisX(), x1, x2, select), y(a.Cal().AxisY(), y1, y2, select);
+        if (x.Count() == 0 || y.Count() == 0) {
+          return Wrap(Array2D(x.Count(), y.Count(), a.DataType(), {x.EmptyAxis(), y.EmptyAxis()}));
+        }
+        a.SetCal({x.axis, y.axis});
+        a = a.Selection(x.from, y.from, x.to, y.to, select);
+        a.SetCal({x.Mirrored(a.Cal().AxisX()), y.Mirrored(a.Cal().AxisY())});
+        return Wrap(a);
       });
 }
 
 Result Moved(Array& array, const Place& distance) {
   return Choose(
-      array.Free(), [&](const Array1D& a) { return Wrap(Array1D(a.Move(X(distance)))); },
-      [&](const Array2D& a) { return Wrap(Array2D(a.Move(XY(distance).first, XY(distance).second))); });
+      array.Free(),
+      [&](const Array1D& a) {
+        RequireFinite(X(distance));
+        return Wrap(Array1D(a.Move(X(distance))));
+      },
+      [&](const Array2D& a) {
+        const auto [x, y] = XY(distance);
+        RequireFinite(x);
+        RequireFinite(y);
+        return Wrap(Array2D(a.Move(x, y)));
+      });
 }
 
 Result Rescaled(Array& array, const Place& delta, const std::optional<double>& origin) {
   return Choose(
       array.Free(),
       [&](const Array1D& a) {
+        if (origin) RequireReachable(cal_cArrayCal(a.Cal().PositionX(0), X(delta), 0), {*origin});
         return Wrap(Array1D(resc_Rescale(a, X(delta), origin.value_or(a.Cal().PositionX(0)))));
       },
       [&](const Array2D& a) {
@@ -222,7 +303,9 @@ The element types are uint8, uint16, uint32, int8, int16, int32, float32, float6
 >>> a.at(20.5), a.at(20.25, interpolation="linear")
 (4, 2.5)
 
-Copies share their elements until one of them changes.)");
+Copies share their elements until one of them changes. Comparisons and arithmetic with numbers and arrays
+give arrays of NumPy, element by element; `a += 1` and the like change the elements of `a`, and its type
+where that does not hold them.)");
 
   array.def(py::init(&Made), py::arg("data"), py::arg("dtype") = py::none(), py::kw_only(),
             py::arg("offset") = Place(0.0), py::arg("delta") = Place(1.0), py::arg("index") = Index(0));
@@ -237,6 +320,9 @@ Copies share their elements until one of them changes.)");
             [](const Array2D& v) { return py::make_tuple(v.NumIndicesY(), v.NumIndicesX()); });
       },
       "The number of elements along each axis in the order of NumPy: rows (y) first.");
+  array.def_property_readonly(
+      "size", [](const Array& a) { return a.Visit([](const auto& v) { return v.NumIndices(); }); },
+      "The number of elements.");
   array.def_property_readonly(
       "ndim", [](const Array& a) { return a.Visit([](const auto& v) { return v.Dimension(); }); }, "1 or 2.");
   array.def_property(
@@ -308,12 +394,18 @@ place use edit(); code that insists on writing gets an array of its own by copy=
 )");
   array.def(
       "__array__",
-      [](Array& a, const py::object& type) -> py::object {
-        const py::array view = ViewOf(a.Free());
-        return type.is_none() ? py::object(view)
-                              : py::object(view.attr("astype")(type, py::arg("copy") = false));
+      [](Array& a, const py::object& type, const std::optional<bool>& copy) {
+        const py::object view = ViewOf(a.Free());
+        py::object elements = type.is_none() ? view : view.attr("astype")(type, py::arg("copy") = false);
+        if (copy == true && elements.is(view)) return py::object(view.attr("copy")());
+        if (copy == false && !elements.is(view))
+          throw py::value_error("elements become those of another type only in a copy");
+        return elements;
       },
-      py::arg("dtype") = py::none());
+      py::arg("dtype") = py::none(), py::arg("copy") = py::none());
+  array.def(
+      "tolist", [](Array& a) { return py::object(ViewOf(a.Free()).attr("tolist")()); },
+      "tolist(self)\n--\n\nThe elements as numbers of Python in a list, in two dimensions one for each row.");
   array.def(
       "__getitem__", [](Array& a, const py::object& key) { return py::object(ViewOf(a.Free())[key]); },
       py::arg("key"),
@@ -323,7 +415,8 @@ place use edit(); code that insists on writing gets an array of its own by copy=
 --
 
 The value at a position: the element whose cell contains it or, with interpolation="linear", a value on
-the straight line to the next element, as float. Raises IndexError outside the array.
+the straight line to the next element. That is a float, or complex; the last element and those nearer than
+1e-6 in units of the axis are given as they are. Raises IndexError outside the array.
 
 >>> import datastorage as ds
 >>> a = ds.Array([1, 4, 9], offset=20.0, delta=0.5)
@@ -335,21 +428,28 @@ the straight line to the next element, as float. Raises IndexError outside the a
 --
 
 The elements between two positions, which they keep; zeros where the interval leaves the array. The cells
-at the ends belong to it by one of these rules: "outer" every cell that it touches, "inner" those wholly
-inside, "nearest" those whose centre is inside, "innerstart" inner at the start and outer at the end.
+at the ends belong to it by one of these rules: "outer" every cell that it touches, at least one, "inner"
+those wholly inside, "nearest" those whose centre is inside and not at its ends, "innerstart" inner at the
+first index and outer at the last one. Ends within 2e-6 of a cell count as the ends of cells.
+
+An interval that no cell belongs to gives an array without elements. Along an axis that falls (delta < 0)
+all this holds as in a mirror. Positions that are not finite, or beyond all indices, are a ValueError.
 
 >>> import datastorage as ds
 >>> a = ds.Array([1, 4, 9, 16], offset=20.0, delta=0.5)
 >>> a.select(20.6, 21.2)
 <datastorage.Array int32 (2,) from 20.5 to 21.5 by 0.5>
+>>> a.select(20.6, 20.9, cells="inner")
+<datastorage.Array int32 (0,) from 21.0 to 21.0 by 0.5>
 )");
   array.def("convert", &Converted, py::arg("dtype"), py::kw_only(), py::arg("complex") = "real",
             R"(convert(self, dtype, *, complex='real')
 --
 
-A copy with elements of another type. Integers take the nearest value, ties to even, within their limits;
-not-a-number becomes 0. Complex elements become real by their "real" or "imaginary" part, "magnitude" or
-"phase".
+A copy with elements of another type. Floats that become integers take the nearest value, ties to even,
+within the limits of the type; not-a-number becomes 0. Integers that become narrower, or lose their sign,
+keep their low bits: 300 is 44 as uint8. Complex elements become real by their "real" or "imaginary" part,
+"magnitude" or "phase".
 
 >>> import datastorage as ds
 >>> ds.Array([3 + 4j, 300]).convert("ubin8", complex="magnitude").numpy()
@@ -385,6 +485,7 @@ A copy whose positions are shifted; the elements are shared.
                          const auto [offset, delta, index] = state[1].cast<std::tuple<Place, Place, Index>>();
                          return Made(state[0], py::none(), offset, delta, index);
                        }));
+  DefineOperators(array);
   DefineChanges(module, array);
 }
 

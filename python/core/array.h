@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <initializer_list>
 #include <pybind11/numpy.h>
 #include <utility>
 #include <variant>
@@ -83,6 +84,9 @@ class Array {
   bool edited_ = false;
 };
 
+/// Throws ValueError for positions that are not finite, or whose index along an axis no int holds.
+void RequireReachable(const cal_cArrayCal& axis, std::initializer_list<double> positions);
+
 /// Calibrations from arguments: one value of each kind in one dimension; a pair in two, or one for both axes.
 cal_c1DArrayCal LineCal(const Place& offset, const Place& delta, const Index& index);
 cal_c2DArrayCal PlaneCal(const Place& offset, const Place& delta, const Index& index);
@@ -115,7 +119,11 @@ void WidenFor(Array::Value& value, dtyp_cDataType type);
 
 void DefineArray(py::module_& module);
 
+/// Defines comparisons and arithmetic of datastorage.Array.
+void DefineOperators(py::class_<Array>& array);
 /// Defines the methods of datastorage.Array that change elements.
 void DefineChanges(py::module_& module, py::class_<Array>& array);
+/// Sets what NumPy selects by a key, as a[key] = value does.
+void SetItem(Array& array, const py::object& key, const py::object& value);
 
 }  // namespace core

@@ -1,9 +1,11 @@
 #include <memory>
 #include <optional>
 #include <pybind11/stl.h>
+#include <type_traits>
 
 #include "array.h"
 #include "elements.h"
+#include <DataStorage/positions/range1d.h>
 
 namespace core {
 
@@ -75,6 +77,13 @@ void ChangeWith(Array& array, dtyp_cDataType type, Change change) {
 
 void SetAt(Array& array, const py::object& value, const Place& place) {
   const pnum_cNumber number = NumberOf(value, TypeOf(array.Get()));
+  if (const auto* const line = std::get_if<Array1D>(&array.Get())) {
+    RequireReachable(line->Cal().AxisX(), {X(place)});
+  } else {
+    const auto& cal = std::get<Array2D>(array.Get()).Cal();
+    RequireReachable(cal.AxisX(), {XY(place).first});
+    RequireReachable(cal.AxisY(), {XY(place).second});
+  }
   ChangeWith(array, number.DataType(), [&](Array::Value& changed) {
     if (auto* const line = std::get_if<Array1D>(&changed)) {
       line->SetValue(number, X(place));
@@ -95,26 +104,56 @@ std::pair<py::object, dtyp_cDataType> Stored(const py::object& value, dtyp_cData
   return {elements, ElementType(elements.dtype())};
 }
 
-void SetItem(Array& array, const py::object& key, const py::object& value) {
-  const auto [elements, type] = Stored(value, TypeOf(array.Get()));
-  ChangeWith(array, type,
-             [&, elements = elements](Array::Value& changed) { WritableViewOf(changed)[key] = elements; });
+/// Throws ValueError unless elements along an axis have as many nearest ones along that of the target.
+void RequireNearest(const cal_cArrayCal& target, const cal_cArrayCal& source, int n) {
+  const double sign = target.Delta() < 0 ? -1 : 1, start = source.Position(0);
+  RequireReachable(target, {start, source.Position(n)});
+  const bool in_step = source.Delta() == target.Delta();
+  const double end = in_step ? source.Position(n) : start + target.Delta();
+  const cal_c1DArrayCal rising(sign * target.Offset(), sign * target.Delta(), target.CalIndex());
+  const rnge_c1DIndexRange nearest(rnge_c1DRange(sign * start, sign * end), rising, rnge_IndexNearest);
+  if (nearest.NumIndicesX() != (in_step ? n : 1)) {
+    throw py::value_error("the elements of the other array lie halfway between those of this one");
+  }
 }
 
 void Merge(Array& array, Array& source) {
   const Array::Value other = source.Free();
-  ChangeWith(array, TypeOf(other), [&](Array::Value& changed) {
-    std::visit(
-        [&]<class A>(A& target) {
-          const A* const same = std::get_if<A>(&other);
-          if (same == nullptr) throw py::type_error("the other array has another number of dimensions");
-          target.Set(*same);
-        },
-        changed);
-  });
+  if (other.index() != array.Free().index())
+    throw py::type_error("the other array has another number of dimensions");
+  std::visit(
+      [&]<class A>(const A& same) {
+        if (same.NumIndices() == 0) return;
+        const A& target = std::get<A>(array.Get());
+        if constexpr (std::is_same_v<A, Array2D>) {
+          RequireNearest(target.Cal().AxisX(), same.Cal().AxisX(), same.NumIndicesX());
+          RequireNearest(target.Cal().AxisY(), same.Cal().AxisY(), same.NumIndicesY());
+        } else if (same.DeltaX() == target.DeltaX()) {
+          RequireNearest(target.Cal().AxisX(), same.Cal().AxisX(), same.NumIndices());
+        } else {  // others are brought into step
+          RequireReachable(target.Cal().AxisX(),
+                           {same.Cal().PositionX(0), same.Cal().PositionX(same.NumIndices())});
+        }
+        ChangeWith(array, same.DataType(), [&](Array::Value& changed) { std::get<A>(changed).Set(same); });
+      },
+      other);
 }
 
 }  // namespace
+
+void SetItem(Array& array, const py::object& key, const py::object& value) {
+  const auto [elements, type] = Stored(value, TypeOf(array.Get()));
+  const auto store = [&, elements = elements](Array::Value& changed) {
+    WritableViewOf(changed)[key] = elements;
+  };
+  if (CommonType(TypeOf(array.Get()), type) != TypeOf(array.Get()) &&
+      py::module_::import("numpy").attr("size")(ViewOf(array.Free())[key]).equal(py::int_(0))) {
+    Array::Value nowhere = array.Free();  // as nothing is stored, the type stays
+    WidenFor(nowhere, type);
+    return store(nowhere);
+  }
+  ChangeWith(array, type, store);
+}
 
 void DefineChanges(py::module_& module, py::class_<Array>& array) {
   array.def("set", &SetAt, py::arg("value"), py::arg("position"), R"(set(self, value, position)
@@ -140,7 +179,9 @@ values.)");
 --
 
 Puts another array into this one by position: its elements replace the nearest ones, and this array grows
-to cover it.
+to cover it. One with another delta is first brought to that of this array, as rescale() does. Elements that
+lie halfway between those of this array, within 1e-6 of its delta, have no nearest ones: ValueError. Nothing
+happens when the other array has no elements.
 
 >>> import datastorage as ds
 >>> a = ds.Array([1, 4, 9])

@@ -150,13 +150,17 @@ pnum_cNumber NumberOf(const py::handle& value, dtyp_cDataType among) {
     return pnum_cNumber(comp_cComplex<double>(number.real, number.imag));
   }
   if (py::hasattr(value, "dtype")) {
-    const auto array = py::array::ensure(py::reinterpret_borrow<py::object>(value));
+    const auto object = py::reinterpret_borrow<py::object>(value);
+    auto array = py::array::ensure(object);
     if (array && array.ndim() == 0) {
-      const dtyp_cDataType type = ElementType(array.dtype());
-      if (type.HasDataType()) return NumberAt(type, array.data());
-      if (array.dtype().kind() == 'i' || array.dtype().kind() == 'u') {
-        return IntegerAmong(array.attr("item")(), among);
+      const char kind = array.dtype().kind();
+      const bool element = ElementType(array.dtype()).HasDataType();
+      if (!element && (kind == 'i' || kind == 'u' || kind == 'b')) {
+        return IntegerAmong(py::int_(array.attr("item")()), among);
       }
+      if (!element || (py::isinstance<py::array>(value) && py::hasattr(value, "mask")))
+        array = ElementsAmong(object, among);
+      return NumberAt(ElementType(array.dtype()), array.data());
     }
   } else if (PyIndex_Check(value.ptr())) {
     return IntegerAmong(py::int_(py::reinterpret_borrow<py::object>(value)), among);

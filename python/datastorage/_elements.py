@@ -32,6 +32,8 @@ def elements_of(data, dtype=None):
         ...
     ValueError: 1.5 cannot be stored as uint8
     """
+    if _masked(data):
+        raise TypeError("elements cannot be masked: fill them first, as by data.filled()")
     target = None if dtype is None else element_dtype(dtype)
     bare = not hasattr(data, "dtype")  # numbers of Python, which have no width
     values = np.asarray(data)
@@ -55,22 +57,30 @@ def elements_of(data, dtype=None):
 
 
 def elements_among(data, dtype):
-    """The same without a type; ints of Python, which have no width, take `dtype` if that holds them exactly.
+    """The same without a type, to be stored among elements of one.
+
+    Integers that have none of the widths of elements, as those of Python, take `dtype` if that holds them
+    exactly; so do truth values.
 
     >>> elements_among([1, 2], np.dtype("u2")).dtype, elements_among([1, -2], np.dtype("u2")).dtype
     (dtype('uint16'), dtype('int32'))
     """
-    if not hasattr(data, "dtype"):
-        values = np.asarray(data)
-        if values.dtype.kind in "iu":
-            stored = values.astype(dtype)
-            if (
-                _fits(values, dtype).all()
-                if dtype.kind in "iu"
-                else (stored.real.astype(values.dtype) == values).all()
-            ):
-                return stored
-    return elements_of(data)
+    values = data if isinstance(data, np.ndarray) else np.asarray(data)
+    if hasattr(data, "dtype") and values.dtype.newbyteorder("=") in _TYPES:
+        return elements_of(data)
+    if values.dtype == np.float16 and not _masked(data):
+        return values.astype(np.float32)
+    if values.dtype.kind not in "iub" or _masked(data):
+        return elements_of(data)
+    if values.dtype.kind == "b":
+        values = values.astype("u1")
+    stored = values.astype(dtype)
+    same = _fits(values, dtype) if dtype.kind in "iu" else stored.real.astype(values.dtype) == values
+    return stored if same.all() else elements_of(values.tolist())
+
+
+def _masked(data):
+    return isinstance(data, np.ma.MaskedArray) and np.ma.is_masked(data)
 
 
 def _fits(values, target):

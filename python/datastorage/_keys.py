@@ -9,9 +9,11 @@ import numpy as np
 
 
 def chosen(key, n, of):
-    """The indices that a key selects `of` something with n elements: an int, or a range or an array of ints.
+    """The indices that a key selects of n things: an int, or a range or an array of ints.
 
-    >>> chosen(-1, 5, "a row"), chosen(slice(1, None, 2), 5, "a row"), chosen([0, -1], 5, "a row")
+    `of` returns what a message names.
+
+    >>> chosen(-1, 5, None), chosen(slice(1, None, 2), 5, None), chosen([0, -1], 5, None)
     (4, range(1, 5, 2), array([0, 4]))
     """
     if isinstance(key, slice):
@@ -31,7 +33,7 @@ def chosen(key, n, of):
             return np.arange(n)[keys]
         index = int(keys)
     if not -n <= index < n:
-        raise IndexError(f"index {index} is outside {of}")
+        raise IndexError(f"index {index} is outside {of()}")
     return index % n
 
 

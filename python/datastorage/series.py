@@ -113,10 +113,16 @@ class _Data:
 
     def _chosen(self, key):
         """The linear indices that a key selects, or one of them as int."""
+        if isinstance(key, tuple):
+            return self._by_dimension(key)
+        indices = self._indices
         if isinstance(key, slice):
-            return self._indices[key]
-        key = chosen(key, len(self), self._whole())
-        return self._indices[key] if isinstance(key, int) else np.asarray(self._indices, int)[key]
+            return indices[key]
+        key = chosen(key, len(indices), self._whole)
+        return indices[key] if isinstance(key, int) else np.asarray(indices, int)[key]
+
+    def _by_dimension(self, key):
+        raise IndexError(f"there is one dimension here, and {len(key)} indices were given")
 
     def values(self, key: Any = slice(None), *, same_axes: bool = False) -> np.ndarray:
         """The elements of data of equal shape and type as one NumPy array, the data along its first axis.
@@ -305,7 +311,7 @@ class Series(_Data):
 
     def checked(self, index: int) -> bool | None:
         """Whether a datum and its tag are as their checksum says; None where there is none."""
-        return self._file.checked(chosen(operator.index(index), len(self), self._whole()))
+        return self._file.checked(chosen(operator.index(index), len(self), self._whole))
 
     def __repr__(self) -> str:
         name = os.path.basename(self.path)
@@ -388,14 +394,12 @@ class Series(_Data):
         indices = self._chosen(key)
         return self._datum(indices) if isinstance(indices, (int, np.integer)) else Part(self, indices)
 
-    def _chosen(self, key):
-        if not isinstance(key, tuple):
-            return super()._chosen(key)
+    def _by_dimension(self, key):
         if len(key) != len(self.dims):
             raise IndexError(f"the series has {len(self.dims)} dimensions, and {len(key)} indices were given")
         linear, stride = 0, 1
         for axis, (name, dim, k) in enumerate(zip(self._names, self.dims, key)):
-            i = chosen(k, dim.size, f"dimension {name}, which has {dim.size}")
+            i = chosen(k, dim.size, lambda: f"dimension {name}, which has {dim.size}")
             if not isinstance(i, int):
                 i = np.asarray(i, int).reshape([-1] + [1] * axis)
             linear = linear + (dim.size - 1 - i if dim.reverse else i) * stride

@@ -106,6 +106,8 @@ def test_data_are_chosen_like_elements_of_numpy():
         ):
             assert s[key].indices.tolist() == [0, 1, 2]
         assert s[xarray.DataArray(3)].numpy()[0] == 3
+        with pytest.raises(IndexError, match="one dimension"):
+            s[2:][0, 1]
         for part in (s[100:], s[5:1], s[[]], s[2:][[]]):
             assert part.tags.dtype.names == ("time",) and part.tags.shape == part.indices.shape == (0,)
         assert [d.numpy()[0] for d in s[-3:][::-1]] == [9, 8, 7] and s[2:9][[0, -1]].tags["time"].astype(
