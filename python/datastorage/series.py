@@ -142,7 +142,9 @@ class _Data:
 
     def plot(self, key: Any = -1, **options: Any) -> Any:
         """Draws a datum with matplotlib, with the labels of the series; see Array.plot."""
-        return self._series._datum(self._chosen(key)).plot(labels=self._series.labels, **options)
+        return self._series._datum(operator.index(self._chosen(key))).plot(
+            labels=self._series.labels, **options
+        )
 
 
 class Series(_Data):
@@ -414,7 +416,7 @@ class Series(_Data):
 
     def head(self, i: int = 0) -> tuple[np.dtype, tuple[int, ...], tuple]:
         """Type, shape and calibration of a datum, as an Array has them. No elements are read."""
-        dtype, shape, calibration = self._file.head(self._chosen(i))
+        dtype, shape, calibration = self._file.head(self._chosen(operator.index(i)))
         return dtype, tuple(shape), calibration
 
     def at(self, **position: float) -> Array:

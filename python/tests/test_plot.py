@@ -15,6 +15,8 @@ def test_pictures_show_positions_and_labels():
     with ds.create("a.dseries", [ds.Dim("x", "um", 2)]) as s:
         with pytest.raises(IndexError):
             s.plot()
+        with pytest.raises(TypeError, match="integer"):
+            s.plot(slice(0, 2))
         s.append(ds.Array([3 + 4j, 0], offset=20.0, delta=0.5).convert("f8", complex="magnitude"))
         s.append(ds.Array([1.0, 2.0], offset=20.0, delta=0.5))
         s.labels = LABELS
