@@ -26,7 +26,8 @@ Path = Union[str, bytes, "os.PathLike[str]", "os.PathLike[bytes]"]
 def open(path: Path, mode: str = "r") -> Series:
     """Opens a series file: for reading, or with mode "a" for appending too.
 
-    Readers need no lock and never disturb a writer. A second writer gets BlockingIOError.
+    Readers need no lock and never disturb a writer. A second writer gets BlockingIOError. A writer goes on
+    with the checksums that a series has.
 
     >>> import datastorage as ds
     >>> with ds.create("open.dseries", [ds.Dim("x", "um", 3)]) as s:
@@ -215,7 +216,8 @@ class Series(_Data):
     def refresh(self) -> int:
         """Finds the data that another process appended meanwhile; returns how many there are now.
 
-        Opens the file again when another one has taken its place. A file that was removed is
+        Opens the file again when another one has taken its place; a series that was opened for appending
+        raises OSError (ESTALE) then, as it never continues with another file. A file that was removed is
         FileNotFoundError; what was open can still be read. Where the file itself was emptied or overwritten,
         reading is an OSError (ESTALE) until this is called.
         """
