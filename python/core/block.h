@@ -32,7 +32,7 @@ class BlockReader {
   using Head = dseries::DatumHead<Array>;
   static constexpr std::int64_t head_bytes = Head::bytes;
   /// What is read at once into memory that stays in the cache; larger data are read where they belong.
-  static constexpr std::int64_t at_once = 128 * 1024;
+  static constexpr std::int64_t at_once = 256 * 1024;
   static constexpr std::int64_t most_between =
       4 * 1024;  // as long as reading it costs less than another call
   using HeadBytes = std::array<unsigned char, static_cast<std::size_t>(head_bytes)>;
@@ -68,7 +68,7 @@ class BlockReader {
     unsigned char* target = block + begin * RowBytes();
     for (std::size_t row = 0; row < rows.size();) {
       const std::span<const DatumPlace> together = rows.subspan(row, CountTogether(rows.subspan(row)));
-      ReadTogether(together, target);
+      ReadTogether(together, target, block + Rows() * RowBytes());
       row += together.size();
       target += std::ssize(together) * RowBytes();
     }
@@ -100,13 +100,16 @@ class BlockReader {
     return n;
   }
 
-  void ReadTogether(std::span<const DatumPlace> data, unsigned char* target) {
+  /// Reads data with what lies between them into the block, which ends at `end`, and closes up: its memory is
+  /// then touched once. The last ones of the block have no room for that.
+  void ReadTogether(std::span<const DatumPlace> data, unsigned char* target, const unsigned char* end) {
     const std::int64_t begin = data.front().begin, bytes = data.back().end - begin;
-    const bool buffered = bytes <= at_once;
-    if (buffered && !buffer_) buffer_ = std::make_unique_for_overwrite<unsigned char[]>(at_once);
-    const bool read = buffered && bRead(buffer_.get(), bytes, begin);
+    const bool together = bytes <= at_once, here = together && bytes <= end - target;
+    if (together && !here && !buffer_) buffer_ = std::make_unique_for_overwrite<unsigned char[]>(at_once);
+    unsigned char* const all = here ? target : buffer_.get();
+    const bool read = together && bRead(all, bytes, begin);
     for (const DatumPlace& datum : data) {
-      if (!(read ? bTake(datum, buffer_.get() + (datum.begin - begin), target) : bReadHere(datum, target))) {
+      if (!(read ? bTake(datum, all + (datum.begin - begin), target) : bReadHere(datum, target))) {
         const Array whole = Datum(datum);  // of another size or form, or damaged
         Require(HeadOf(whole), datum);
         std::copy_n(static_cast<const unsigned char*>(whole.Data()), RowBytes(), target);
@@ -130,7 +133,7 @@ class BlockReader {
   /// Copies the elements of a datum in memory; returns false when it has another size or form.
   bool bTake(const DatumPlace& datum, const unsigned char* bytes, unsigned char* target) const {
     if (!bFits(datum, bytes)) return false;
-    std::copy_n(bytes + head_bytes, RowBytes(), target);
+    std::memmove(target, bytes + head_bytes, static_cast<std::size_t>(RowBytes()));
     InHostOrder(target);
     return true;
   }
