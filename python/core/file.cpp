@@ -120,7 +120,7 @@ std::unique_ptr<dseries::Series> SeriesFile::Opened() const {
     else
       series = std::make_unique<OpenSeries<darr_c1DArray>>(path_, access);
     // Checksums that were begun go on.
-    if (mode_ == Mode::Append && series->Checksums() == dtsr_HasChecksums) series->KeepChecksums();
+    if (mode_ == Mode::Append && series->Checksums() >= dtsr_HasChecksums) series->KeepChecksums();
     return series;
   };
   return NamingTheReason(path_, open);

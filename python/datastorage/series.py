@@ -128,8 +128,8 @@ class _Data:
     def values(self, key: Any = slice(None), *, same_axes: bool = False) -> np.ndarray:
         """The elements of data of equal shape and type as one NumPy array, the data along its first axis.
 
-        Keys are those of s[key], too. Read without the interpreter's lock, straight into the array. Data that differ raise ValueError, with
-        `same_axes` also those with another calibration.
+        Keys are those of s[key], too. Read without the interpreter's lock, straight into the array. Data
+        that differ raise ValueError, with `same_axes` also those with another calibration.
         """
         indices = self._chosen(key)
         if isinstance(indices, range):

@@ -206,6 +206,11 @@ TEST_F(Watching, DrawsWholeScreensInATerminal) {
     Start("--wait a.dseries " + std::string(option) + "' /dev/null",
           "exec script -qefc 'stty rows 20 cols 70;");
     Await("out.txt", "waiting");
+    if (option == std::string("--map")) {  // one without a map is no end of it
+      { const Lines other(Path("a.dseries"), Dimensions(3)); }
+      Await("out.txt", "a map needs a series");
+      std::filesystem::remove(folder_ / "a.dseries");
+    }
     Lines series(Path("a.dseries"), Dimensions(3, 2));
     for (int i = 0; i < 6; ++i) {
       Append(series, i);
