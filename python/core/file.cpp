@@ -7,6 +7,7 @@
 #include <file/dimensions.h>
 #include <file/header.h>
 #include <file/kinds.h>
+#include <file/seal.h>
 #include <filesystem>
 #include <pthread.h>
 #include <pybind11/stl.h>
@@ -366,6 +367,9 @@ void SeriesFile::KeepChecksums() {
 
 int SeriesFile::Seal() {
   const Turn turn(*this);
+  if (series_->Checksums() == dtsr_OtherChecksums) {
+    throw dseries::Failure(dseries::UnusedChecksums(path_) + "; remove that file to store new ones");
+  }
   return NamingTheReason(path_, [&] { return series_->Seal(); });
 }
 

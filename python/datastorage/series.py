@@ -305,6 +305,8 @@ class Series(_Data):
     def seal(self) -> int:
         """Stores checksums for all data that have none; returns for how many.
 
+        Raises Error where there are checksums that are damaged or of other data.
+
         >>> import datastorage as ds
         >>> with ds.create("sealed.dseries", [ds.Dim("x", "um", 2)]) as s:
         ...     _ = s.append([1, 2])

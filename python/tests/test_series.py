@@ -606,3 +606,8 @@ def test_changed_bytes_are_found_and_appends_synced():
         assert [s.checked(i) for i in range(3)] == [True, True, False]
         with pytest.raises(OSError, match="reading only"):
             s.sync()
+    with open("s.dseries.crc32c", "r+b") as file:
+        file.seek(21)
+        file.write(b"\x55")
+    with ds.open("s.dseries") as s, pytest.raises(ds.Error, match="remove that file"):
+        s.seal()
