@@ -1,5 +1,8 @@
 #pragma once
 
+#include <filesystem>
+#include <system_error>
+
 #include "test.h"
 #include <DataStorage/interfaces/str.h>
 #include <Utility/system.h>
@@ -11,7 +14,7 @@ class TempFile {
     const auto* test = testing::UnitTest::GetInstance()->current_test_info();
     path_ = testing::TempDir() + test->test_suite_name() + "." + test->name() + "." + name;
     for (char& c : path_) c = c == '/' && &c > path_.data() + testing::TempDir().size() ? '_' : c;
-    std::remove(path_.c_str());
+    Remove();
   }
   /// Refers to the file of another process.
   struct Borrowed {
@@ -21,7 +24,7 @@ class TempFile {
   TempFile(const TempFile&) = delete;
   TempFile& operator=(const TempFile&) = delete;
   ~TempFile() {
-    if (owned_) std::remove(path_.c_str());
+    if (owned_) Remove();
   }
 
   str_cString Path() const { return str_cString(path_.c_str()); }
@@ -32,6 +35,12 @@ class TempFile {
   bool bExists() const { return std::ifstream(path_).good(); }
 
  private:
+  /// A folder too, if it is empty.
+  void Remove() {
+    std::error_code missing;
+    std::filesystem::remove(path_, missing);
+  }
+
   std::string path_;
   bool owned_ = true;
 };

@@ -353,7 +353,7 @@ detail::FileOutput& FileSide(const std::unique_ptr<bstr_cBinary_ostream>& output
 
 namespace fs = std::filesystem;
 
-// Paths are UTF-8 on every system.
+// Paths are UTF-8 on every system. One that is not, on Windows, is an fs::filesystem_error.
 fs::path PathOf(const str_cString& path) {
   const std::string_view bytes(path);
   return std::u8string(bytes.begin(), bytes.end());
@@ -363,12 +363,14 @@ str_cString TextOf(const fs::path& path) {
   return str_cString(std::string(bytes.begin(), bytes.end()));
 }
 
-str_cString AbsolutePathOf(const str_cString& path) {
+str_cString AbsolutePathOf(const str_cString& path) try {
   const fs::path given = PathOf(path);
   if (given.is_absolute()) return path;
   std::error_code failed;
   const fs::path absolute = fs::absolute(given, failed);
   return failed ? path : TextOf(absolute);
+} catch (const fs::filesystem_error&) {
+  return path;
 }
 
 }  // namespace
@@ -377,12 +379,14 @@ str_cString bstr_LockHolder(const str_cString& path) {
   return str_cString(detail::LockHolder(path.CString()));
 }
 
-str_cString bstr_FollowedPath(const str_cString& path) {
+str_cString bstr_FollowedPath(const str_cString& path) try {
   std::error_code failed;
   const fs::path link = PathOf(path);
   if (!fs::is_symlink(fs::symlink_status(link, failed))) return path;
   const fs::path followed = fs::canonical(link, failed);
   return failed ? path : TextOf(followed);
+} catch (const fs::filesystem_error&) {
+  return path;
 }
 
 bstr_cBinary_fstream::bstr_cBinary_fstream(const str_cString& path, bstr_eAccess access)
