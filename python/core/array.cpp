@@ -430,7 +430,7 @@ the straight line to the next element. That is a float, or complex; the last ele
 The elements between two positions, which they keep; zeros where the interval leaves the array. The cells
 at the ends belong to it by one of these rules: "outer" every cell that it touches, at least one, "inner"
 those wholly inside, "nearest" those whose centre is inside and not at its ends, "innerstart" inner at the
-first index and outer at the last one. Ends within 2e-6 of a cell count as the ends of cells.
+first index and outer at the last one. Ends are compared with a tolerance of 2e-6 of delta.
 
 An interval that no cell belongs to gives an array without elements. Along an axis that falls (delta < 0)
 all this holds as in a mirror. Positions that are not finite, or beyond all indices, are a ValueError.
