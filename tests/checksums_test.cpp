@@ -162,7 +162,8 @@ TEST(Checksums, AreUsedWhateverElseIsDamaged) {
   EXPECT_EQ(summed.Checked(), "WWWWRR");
 }
 
-/// Whatever is killed, and whoever goes on.
+/// An append is killed before each of its writes. The next one comes from a program that keeps checksums or
+/// from one that does not.
 TEST(Checksums, OfAKilledAppendAreNotOfTheNext) {
   const Summed summed, killed("killed");
   for (const bool keeping : {false, true}) {

@@ -8,7 +8,8 @@
 #include <DataStorage/interfaces/bstr.h>
 
 // What the library asks of the operating system: system_posix.cpp, system_windows.cpp or, where neither fits,
-// system_plain.cpp. No other file calls the system.
+// system_plain.cpp. No other file calls the system, except that bstr_file.cpp makes paths absolute and
+// follows links by the standard library.
 
 namespace detail {
 

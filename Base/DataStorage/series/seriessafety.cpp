@@ -3,7 +3,6 @@
 #include <atomic>
 #include <iterator>
 #include <utility>
-#include <vector>
 
 #include <DataStorage/interfaces/constants.h>
 #include <DataStorage/interfaces/detail/crc32c.h>
@@ -122,20 +121,28 @@ bool SeriesChecksums::Forget(int count) {
   const std::int64_t size = file_.Input().Size();
   // A file that was cut may end within an entry.
   const std::int64_t begin = std::min(HeaderLength + 4 * std::int64_t{count}, size / 4 * 4);
-  const std::vector<unsigned char> zeros(static_cast<std::size_t>(size - begin));
-  return zeros.empty() || (file_.Output().Seek(begin) && file_.Output().Write(zeros.data(), size - begin));
+  return bZero(begin, size);
+}
+
+bool SeriesChecksums::bZero(std::int64_t begin, std::int64_t end) {
+  static constexpr std::array<unsigned char, Block> zeros{};
+  bstr_cBinary_ostream& out = file_.Output();
+  if (begin < end && !out.Seek(begin)) return false;
+  for (std::int64_t n; begin < end; begin += n) {
+    n = std::min(end - begin, Block);
+    if (!out.Write(zeros.data(), n)) return false;
+  }
+  return true;
 }
 
 /// Lengthens the file in blocks, because a sync takes longer where the length has changed.
 bool SeriesChecksums::bReserved(std::int64_t end) {
-  constexpr std::int64_t block = 4096;
   if (end <= reserved_) return true;
   reserved_ = file_.Input().Size();
   if (end <= reserved_) return true;
-  const std::int64_t begin = std::max(reserved_, (end - 1) / block * block);
-  reserved_ = ((end - 1) / block + 1) * block;
-  static constexpr std::array<unsigned char, block> zeros{};
-  return file_.Output().Seek(begin) && file_.Output().Write(zeros.data(), reserved_ - begin);
+  const std::int64_t begin = std::max(reserved_, (end - 1) / Block * Block);
+  reserved_ = ((end - 1) / Block + 1) * Block;
+  return bZero(begin, reserved_);
 }
 
 void SeriesSafety::SetDurability(dtsr_eDurability durability, int data, std::chrono::milliseconds time) {

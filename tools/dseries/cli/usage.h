@@ -9,6 +9,7 @@ namespace dseries {
 
 /// A whole number from `least` to the largest int.
 CLI::Validator WholeNumber(int least);
+/// A number within these limits; not-a-number is none.
 CLI::Validator Number(double least, double most);
 /// A time that a series file can hold, as ParseTime reads it.
 CLI::Validator StorableTime();

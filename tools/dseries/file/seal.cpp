@@ -8,11 +8,12 @@
 #include "file/check.h"
 #include "file/reading.h"
 #include "file/text.h"
+#include <DataStorage/series/detail/seriessafety.h>
 
 namespace dseries {
 
 std::string ChecksumsPath(const std::string& series) {
-  return (bstr_FollowedPath(series.c_str()) + ".crc32c").CString();
+  return detail::SeriesChecksums::PathOf(series.c_str()).CString();
 }
 
 void RemoveChecksums(const std::string& series) {

@@ -11,6 +11,7 @@ namespace dseries {
 
 namespace {
 
+/// Unlike Printable, keeps names that are no UTF-8, so that they can be found.
 std::string LineOf(std::string text) {
   std::replace_if(
       text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, '?');

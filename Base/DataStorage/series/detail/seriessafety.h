@@ -55,7 +55,10 @@ class SeriesChecksums {
   bool SyncName() { return file_.SyncName(); }
 
  private:
+  static constexpr std::int64_t Block = 4096;
+
   bool bReserved(std::int64_t end);
+  bool bZero(std::int64_t begin, std::int64_t end);
 
   mutable bstr_cBinary_fstream file_;
   std::int64_t reserved_ = 0;  // the file is at least this long
